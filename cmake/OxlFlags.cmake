@@ -1,0 +1,20 @@
+# Compiler settings shared by the library, the tests and the benchmarks.
+
+# Floating point: no contraction of a*b+c into a fused multiply-add behind our back. Every fused
+# operation in the kernels is written out, so that results are the same on every SIMD target.
+add_compile_options(-ffp-contract=off -fno-math-errno -Wall -Wextra -Wno-unused-parameter)
+
+# SIMD targets compiled for runtime dispatch: AVX-512 (Highway's AVX3), AVX2 with FMA, and the
+# portable one-lane SCALAR target as fallback (GCC 12.2 is too old for Highway's EMU128). SSSE3
+# and SSE4 would only lengthen the build.
+add_compile_definitions("HWY_DISABLED_TARGETS=(HWY_SSSE3|HWY_SSE4|HWY_AVX3_DL)")
+
+if(OXL_SANITIZE)
+  string(REPLACE "," ";" _oxl_sanitizers "${OXL_SANITIZE}")
+  foreach(_s IN LISTS _oxl_sanitizers)
+    add_compile_options(-fsanitize=${_s})
+    add_link_options(-fsanitize=${_s})
+  endforeach()
+  add_compile_options(-fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fno-sanitize-recover=all)
+endif()

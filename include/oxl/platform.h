@@ -1,0 +1,81 @@
+/* Platform services used throughout oxl, processor queries and floating-point control. */
+#ifndef OXL_PLATFORM_H
+#define OXL_PLATFORM_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "oxl/oxl_api.h"
+
+OXL_EXTERN_C_BEGIN
+
+/* Memory. `alignment` is rounded up to a power of two of at least pointer size. Returns NULL on
+ * failure. A size of 0 gives a unique pointer that must be released like any other. */
+OXL_API void* oxl_serv_allocate(size_t size, int alignment);
+OXL_API void oxl_serv_deallocate(void* ptr);
+
+/* Bounded copy. Returns 0, or 22 (EINVAL) for a null pointer, or 34 (ERANGE) when `count` exceeds
+ * `dest_size`; on an error with a usable destination the destination is zeroed. Overlap is
+ * allowed. */
+OXL_API int oxl_serv_memcpy_s(void* dest, size_t dest_size, const void* src, size_t count);
+
+/* Copies the value of environment variable `name` into `buffer` (at most size - 1 bytes and a
+ * terminating NUL) and returns the number of bytes copied; 0 or less when the variable is unset
+ * or nothing fits. */
+OXL_API int oxl_serv_getenv(const char* name, char* buffer, int buffer_size);
+
+/* Prints catalogue message `msg_number` on the stream chosen by `dest` (1: standard error), with
+ * `item_count` items following as variable arguments. Items by message:
+ *   735: function name (const char*), index (int)
+ *   736..741: function name (const char*)
+ *   742..753: element index (int), value (double)
+ * Fewer items than listed are allowed; the message stops at the last item given. Returns the
+ * number of characters printed, or -1. */
+OXL_API int oxl_serv_print(int dest, int msg_number, int item_count, ...);
+
+/* Returns the threading-service function of the given name, or NULL when the name is unknown.
+ * Known names: "oxl_vrs_serv_threader_get_num_threads_limit", "oxl_vrs_serv_threader_for".
+ * The functions of a loaded companion services library are preferred; without it a serial
+ * implementation answers. */
+OXL_API void* oxl_serv_load_thread_fun(const char* name);
+
+/* Processor features, as bits of oxl_dft_pvk_cpu_features(). A feature counts only when the
+ * operating system also saves the register state it needs. */
+#define OXL_CPU_SSE42 (1ull << 0)
+#define OXL_CPU_AVX (1ull << 1)
+#define OXL_CPU_AVX2 (1ull << 2)
+#define OXL_CPU_FMA (1ull << 3)
+#define OXL_CPU_BMI2 (1ull << 4)
+#define OXL_CPU_F16C (1ull << 5)
+#define OXL_CPU_AVX512F (1ull << 8)
+#define OXL_CPU_AVX512DQ (1ull << 9)
+#define OXL_CPU_AVX512BW (1ull << 10)
+#define OXL_CPU_AVX512VL (1ull << 11)
+#define OXL_CPU_AVX512CD (1ull << 12)
+#define OXL_CPU_AVX512ER (1ull << 13)
+#define OXL_CPU_AVX512PF (1ull << 14)
+#define OXL_CPU_AVX512IFMA (1ull << 15)
+#define OXL_CPU_AVX512VBMI (1ull << 16)
+#define OXL_CPU_AES (1ull << 24)
+#define OXL_CPU_VAES (1ull << 25)
+#define OXL_CPU_PCLMULQDQ (1ull << 26)
+#define OXL_CPU_VPCLMULQDQ (1ull << 27)
+#define OXL_CPU_RDRAND (1ull << 28)
+#define OXL_CPU_RDSEED (1ull << 29)
+
+OXL_API uint64_t oxl_dft_pvk_cpu_features(void);
+/* 1 when every bit of `features` is present, else 0. */
+OXL_API int oxl_dft_pvk_has_features(uint64_t features);
+/* Size in bytes of the data (or unified) cache of `level` 1, 2 or 3; 0 when unknown. */
+OXL_API int64_t oxl_dft_pvk_cache_size(int level);
+/* Name of the SIMD target that the vector kernels dispatch to on this processor: "AVX3" (AVX-512),
+ * "AVX2" or "EMU128". */
+OXL_API const char* oxl_dft_pvk_simd_target(void);
+
+/* Floating-point control: the SSE control and status register. */
+OXL_API uint32_t oxl_dft_ps_get_mxcsr(void);
+OXL_API void oxl_dft_ps_set_mxcsr(uint32_t value);
+
+OXL_EXTERN_C_END
+
+#endif /* OXL_PLATFORM_H */

@@ -1,0 +1,194 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "oxl/platform.h"
+#include "oxl/threading.h"
+#include "platform/fp_control.h"
+#include "support/failing_allocator.h"
+
+namespace {
+
+TEST(Memory, AlignmentIsHonouredAndRoundedUp) {
+  for (int alignment : {0, 1, 3, 8, 64, 100, 128, 4096}) {
+    void* p = oxl_serv_allocate(24, alignment);
+    ASSERT_NE(p, nullptr);
+    int want = 8;
+    while (want < alignment) want <<= 1;
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % want, 0u) << alignment;
+    oxl_serv_deallocate(p);
+  }
+  void* empty = oxl_serv_allocate(0, 128);
+  EXPECT_NE(empty, nullptr);
+  oxl_serv_deallocate(empty);
+  oxl_serv_deallocate(nullptr);
+}
+
+TEST(Memory, InjectedFailureHitsTheChosenAllocation) {
+  oxl::test::AllocationScope scope(2);
+  void* a = oxl_serv_allocate(16, 128);
+  void* b = oxl_serv_allocate(16, 128);
+  void* c = oxl_serv_allocate(16, 128);
+  EXPECT_NE(a, nullptr);
+  EXPECT_EQ(b, nullptr);
+  EXPECT_NE(c, nullptr);
+  EXPECT_EQ(scope.live(), 2);
+  oxl_serv_deallocate(a);
+  oxl_serv_deallocate(c);
+  EXPECT_EQ(scope.live(), 0);
+}
+
+TEST(Memory, ForEachAllocationFailureVisitsEveryAllocation) {
+  std::vector<bool> seen;
+  auto call = [] {
+    void* p[3] = {};
+    int status = 0;
+    for (auto& q : p) {
+      q = oxl_serv_allocate(8, 64);
+      if (q == nullptr) {
+        status = -1;
+        break;
+      }
+    }
+    for (auto* q : p) oxl_serv_deallocate(q);
+    return status;
+  };
+  const auto total = oxl::test::ForEachAllocationFailure(
+      call, [&](int status, bool failed) { seen.push_back(failed && status == -1); });
+  EXPECT_EQ(total, 3);
+  EXPECT_EQ(seen, (std::vector<bool>{true, true, true, false}));
+}
+
+TEST(Memory, BoundedCopyStatuses) {
+  char dst[8];
+  const char src[] = "abcdefghij";
+  std::memset(dst, 'x', sizeof dst);
+  EXPECT_EQ(oxl_serv_memcpy_s(dst, sizeof dst, src, 8), 0);
+  EXPECT_EQ(std::memcmp(dst, src, 8), 0);
+  EXPECT_EQ(oxl_serv_memcpy_s(dst, sizeof dst, src, 9), ERANGE);
+  EXPECT_EQ(dst[0], 0) << "a failed copy clears the destination";
+  EXPECT_EQ(oxl_serv_memcpy_s(dst, sizeof dst, nullptr, 1), EINVAL);
+  EXPECT_EQ(oxl_serv_memcpy_s(nullptr, 0, src, 1), EINVAL);
+  char overlap[] = "0123456789";
+  EXPECT_EQ(oxl_serv_memcpy_s(overlap + 2, 8, overlap, 8), 0);
+  EXPECT_STREQ(overlap, "0101234567");
+}
+
+TEST(Environment, CopiesTruncatesAndReportsAbsence) {
+  setenv("OXL_TEST_VALUE", "VEK_HA,VEK_ERRMODE_ERRNO", 1);
+  char buf[256];
+  EXPECT_EQ(oxl_serv_getenv("OXL_TEST_VALUE", buf, sizeof buf), 24);
+  EXPECT_STREQ(buf, "VEK_HA,VEK_ERRMODE_ERRNO");
+  char small[5];
+  EXPECT_EQ(oxl_serv_getenv("OXL_TEST_VALUE", small, sizeof small), 4);
+  EXPECT_STREQ(small, "VEK_");
+  unsetenv("OXL_TEST_VALUE");
+  EXPECT_LE(oxl_serv_getenv("OXL_TEST_VALUE", buf, sizeof buf), 0);
+  EXPECT_LE(oxl_serv_getenv("OXL_TEST_VALUE", buf, 0), 0);
+}
+
+std::string CapturePrint(int msg, int count, const char* name, int index, double value) {
+  testing::internal::CaptureStderr();
+  if (msg <= 741) {
+    oxl_serv_print(1, msg, count, name, index);
+  } else {
+    oxl_serv_print(1, msg, count, index, value);
+  }
+  return testing::internal::GetCapturedStderr();
+}
+
+TEST(Print, CatalogueMessagesWithTheirItems) {
+  EXPECT_EQ(CapturePrint(735, 2, "vsExp", 7, 0), "oxl: size argument is not valid: function vsExp, index 7\n");
+  EXPECT_EQ(CapturePrint(736, 1, "vdLn", 0, 0), "oxl: array argument is not valid: function vdLn\n");
+  EXPECT_EQ(CapturePrint(739, 0, nullptr, 0, 0), "oxl: result overflows\n");
+  EXPECT_EQ(CapturePrint(742, 2, nullptr, 3, 0.5), "oxl: argument: index 3, value 0.5\n");
+  EXPECT_EQ(CapturePrint(753, 2, nullptr, -1, -2.0), "oxl: second result: index -1, value -2\n");
+  EXPECT_EQ(CapturePrint(999, 0, nullptr, 0, 0), "oxl: message 999\n");
+  // Every number from 735 to 753 has its own text.
+  for (int msg = 735; msg <= 753; ++msg) {
+    EXPECT_EQ(CapturePrint(msg, 0, nullptr, 0, 0).find("message"), std::string::npos) << msg;
+  }
+}
+
+struct Collected {
+  std::vector<int32_t> seen;
+};
+
+TEST(ThreadFunctions, SerialFallbackWithoutTheServicesLibrary) {
+  auto limit = reinterpret_cast<oxl_threader_get_num_threads_limit_fn>(
+      oxl_serv_load_thread_fun("oxl_vrs_serv_threader_get_num_threads_limit"));
+  auto threader_for =
+      reinterpret_cast<oxl_threader_for_fn>(oxl_serv_load_thread_fun("oxl_vrs_serv_threader_for"));
+  ASSERT_NE(limit, nullptr);
+  ASSERT_NE(threader_for, nullptr);
+  EXPECT_EQ(limit(), 1);
+  Collected c;
+  threader_for(5, &c, [](int32_t i, int32_t thread, int32_t threads, void* ctx) {
+    EXPECT_EQ(thread, 0);
+    EXPECT_EQ(threads, 1);
+    static_cast<Collected*>(ctx)->seen.push_back(i);
+  });
+  EXPECT_EQ(c.seen, (std::vector<int32_t>{0, 1, 2, 3, 4}));
+  EXPECT_EQ(oxl_serv_load_thread_fun("no_such_function"), nullptr);
+  EXPECT_EQ(oxl_serv_load_thread_fun(nullptr), nullptr);
+}
+
+TEST(Cpu, FeaturesAreConsistent) {
+  const uint64_t f = oxl_dft_pvk_cpu_features();
+  // Implications that hold on every processor.
+  EXPECT_TRUE(!(f & OXL_CPU_AVX2) || (f & OXL_CPU_AVX));
+  EXPECT_TRUE(!(f & OXL_CPU_AVX512BW) || (f & OXL_CPU_AVX512F));
+  EXPECT_EQ(oxl_dft_pvk_has_features(0), 1);
+  EXPECT_EQ(oxl_dft_pvk_has_features(f), 1);
+  EXPECT_EQ(oxl_dft_pvk_has_features(~0ull), 0);
+  const std::string target = oxl_dft_pvk_simd_target();
+  if (f & OXL_CPU_AVX512BW) {
+    EXPECT_EQ(target, "AVX3");
+  } else if ((f & OXL_CPU_AVX2) && (f & OXL_CPU_FMA)) {
+    EXPECT_EQ(target, "AVX2");
+  }
+  EXPECT_GT(oxl_dft_pvk_cache_size(1), 0);
+  EXPECT_EQ(oxl_dft_pvk_cache_size(4), 0);
+}
+
+TEST(FpControl, ScopeSetsNearestAndRestoresTheCallersWord) {
+  using namespace oxl::platform;
+  const uint32_t original = ReadMxcsr();
+  for (uint32_t rounding : {0x0000u, 0x2000u, 0x4000u, 0x6000u}) {
+    for (uint32_t ftz_daz : {0u, kMxcsrFtz | kMxcsrDaz}) {
+      for (uint32_t wanted : {0u, kMxcsrFtz | kMxcsrDaz}) {
+        const uint32_t caller = (original & ~(kMxcsrRounding | kMxcsrFtz | kMxcsrDaz | kMxcsrFlags)) |
+                                rounding | ftz_daz | 0x1 /* a sticky flag of the caller's */;
+        WriteMxcsr(caller);
+        bool changed;
+        {
+          MxcsrScope scope(wanted);
+          changed = scope.changed();
+          const uint32_t inside = ReadMxcsr();
+          EXPECT_EQ(inside & kMxcsrRounding, 0u);
+          EXPECT_EQ(inside & (kMxcsrFtz | kMxcsrDaz), wanted);
+          volatile float big = 3e38f;
+          volatile float r = big * big;  // raises overflow inside
+          (void)r;
+        }
+        const uint32_t after = ReadMxcsr();
+        EXPECT_EQ(changed, (rounding | ftz_daz) != wanted);
+        if (changed) {
+          EXPECT_EQ(after, caller) << "the caller's word, flags included, comes back";
+        } else {
+          EXPECT_EQ(after & ~kMxcsrFlags, caller & ~kMxcsrFlags);
+          EXPECT_TRUE(after & 0x8) << "flags raised inside stay for the caller";
+        }
+      }
+    }
+  }
+  WriteMxcsr(original);
+  EXPECT_EQ(oxl_dft_ps_get_mxcsr(), original);
+}
+
+}  // namespace
