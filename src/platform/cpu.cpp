@@ -67,6 +67,17 @@ uint64_t DetectFeatures() {
   return f;
 }
 
+// AMD processors without the topology extension (many virtual machines hide it) leave leaf
+// 0x8000001D empty; the older leaves still give the sizes, in KiB (L1, L2) and 512 KiB units (L3).
+int64_t LegacyAmdCacheSize(int level) {
+  const unsigned max_ext = Cpuid(0x80000000, 0).a;
+  if (level == 1 && max_ext >= 0x80000005) return int64_t{Cpuid(0x80000005, 0).c >> 24} << 10;
+  if (max_ext < 0x80000006) return 0;
+  const Regs r = Cpuid(0x80000006, 0);
+  if (level == 2) return int64_t{r.c >> 16} << 10;
+  return int64_t{r.d >> 18} << 19;
+}
+
 // Deterministic cache parameters: Intel leaf 4, AMD leaf 0x8000001D; both have the same layout.
 int64_t DetectCacheSize(int level) {
   const Regs leaf0 = Cpuid(0, 0);
@@ -84,7 +95,7 @@ int64_t DetectCacheSize(int level) {
     const int64_t sets = static_cast<int64_t>(r.c) + 1;
     return ways * partitions * line * sets;
   }
-  return 0;
+  return amd ? LegacyAmdCacheSize(level) : 0;
 }
 
 }  // namespace

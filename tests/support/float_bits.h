@@ -1,0 +1,90 @@
+// Bit-level views of float and double for the accuracy tests: ordinals that count representable
+// values, steps by whole ulps, and exact printing.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <limits>
+#include <string>
+
+namespace oxl::test {
+
+template <class T>
+struct FloatTraits;
+
+template <>
+struct FloatTraits<float> {
+  using Bits = uint32_t;
+  static constexpr int kMantissaBits = 23;
+  static constexpr int kExponentBits = 8;
+};
+
+template <>
+struct FloatTraits<double> {
+  using Bits = uint64_t;
+  static constexpr int kMantissaBits = 52;
+  static constexpr int kExponentBits = 11;
+};
+
+template <class T>
+using BitsOf = typename FloatTraits<T>::Bits;
+
+template <class T>
+inline constexpr BitsOf<T> kSignBit = BitsOf<T>{1} << (sizeof(T) * 8 - 1);
+
+template <class T>
+constexpr BitsOf<T> ToBits(T x) {
+  return std::bit_cast<BitsOf<T>>(x);
+}
+
+template <class T>
+constexpr T FromBits(BitsOf<T> bits) {
+  return std::bit_cast<T>(bits);
+}
+
+// A closed interval of argument values, lo <= hi, neither a NaN.
+template <class T>
+struct Range {
+  T lo;
+  T hi;
+};
+
+// Position of x among the non-NaN values of T in increasing order. -0 and +0 are two neighbours
+// (Ordinal(-0) = -1, Ordinal(+0) = 0), and consecutive values have consecutive ordinals, so that
+// a difference of ordinals counts the representable values between two numbers.
+template <class T>
+constexpr int64_t Ordinal(T x) {
+  const BitsOf<T> bits = ToBits(x);
+  const auto magnitude = static_cast<int64_t>(bits & ~kSignBit<T>);
+  return (bits & kSignBit<T>) ? -magnitude - 1 : magnitude;
+}
+
+template <class T>
+constexpr T FromOrdinal(int64_t k) {
+  return k >= 0 ? FromBits<T>(static_cast<BitsOf<T>>(k))
+                : FromBits<T>(static_cast<BitsOf<T>>(-(k + 1)) | kSignBit<T>);
+}
+
+// x moved by k representable values (downwards for negative k), stopping at the infinities.
+template <class T>
+constexpr T StepUlps(T x, int64_t k) {
+  constexpr int64_t kTop = Ordinal(std::numeric_limits<T>::infinity());
+  int64_t position = Ordinal(x) + k;
+  if (position > kTop) position = kTop;
+  if (position < -kTop - 1) position = -kTop - 1;
+  return FromOrdinal<T>(position);
+}
+
+// Biased exponent field of x (0 for zeros and subnormals).
+template <class T>
+constexpr int ExponentField(T x) {
+  constexpr int kMask = (1 << FloatTraits<T>::kExponentBits) - 1;
+  return static_cast<int>(ToBits(x) >> FloatTraits<T>::kMantissaBits) & kMask;
+}
+
+// Exact text of x: a hexadecimal float for numbers and infinities, the bit pattern for a NaN, so
+// that payloads and signs stay visible.
+template <class T>
+std::string FormatValue(T x);
+
+}  // namespace oxl::test

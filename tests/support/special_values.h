@@ -1,0 +1,46 @@
+// Special values of float and double, and values at and around the thresholds a kernel's design
+// names (the bound of its fast path, the overflow and underflow bounds of its result).
+#pragma once
+
+#include <complex>
+#include <span>
+#include <vector>
+
+namespace oxl::test {
+
+// The edges of the format: zeros of both signs, the smallest and largest subnormals, the smallest
+// normals and their neighbours, the largest finite values, the infinities, quiet and signalling
+// NaNs of both signs and with payloads, 1 and its neighbours, and small powers of two, each with
+// both signs.
+template <class T>
+std::vector<T> SpecialValues();
+
+// A dozen of them, for products over three or four arguments: zeros, the smallest subnormal,
+// the smallest normal, 1, the largest finite value and the infinity of each sign, and a NaN.
+template <class T>
+std::vector<T> CoreSpecialValues();
+
+// Every power of two of the format, subnormals included, with both signs.
+template <class T>
+std::vector<T> PowersOfTwo();
+
+// All pairs of special values as complex numbers.
+template <class T>
+std::vector<std::complex<T>> ComplexSpecialValues();
+
+// A value at which a kernel changes its course, named for reports.
+template <class T>
+struct Threshold {
+  const char* name;
+  T value;
+};
+
+// A value and its neighbours up to `ulps` representable values away on each side, increasing.
+template <class T>
+std::vector<T> AroundThreshold(T value, int ulps);
+
+// The same for each threshold of a list, one after the other.
+template <class T>
+std::vector<T> AroundThresholds(std::span<const Threshold<T>> thresholds, int ulps);
+
+}  // namespace oxl::test

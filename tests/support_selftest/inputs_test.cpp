@@ -1,0 +1,170 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <set>
+
+#include "support/cases.h"
+#include "support/float_bits.h"
+#include "support/input_gen.h"
+#include "support/special_values.h"
+
+namespace oxl::test {
+namespace {
+
+// Equal bit for bit, NaNs included.
+template <class T>
+bool SameBits(const std::vector<T>& a, const std::vector<T>& b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
+}
+
+template <class T>
+class InputsTest : public testing::Test {};
+using Formats = testing::Types<float, double>;
+TYPED_TEST_SUITE(InputsTest, Formats);
+
+TYPED_TEST(InputsTest, OrdinalsCountRepresentableValues) {
+  using T = TypeParam;
+  using L = std::numeric_limits<T>;
+  EXPECT_EQ(Ordinal(T{0}), 0);
+  EXPECT_EQ(Ordinal(-T{0}), -1);
+  EXPECT_EQ(Ordinal(L::denorm_min()), 1);
+  EXPECT_EQ(Ordinal(-L::denorm_min()), -2);
+  EXPECT_EQ(StepUlps(L::max(), 3), L::infinity());
+  EXPECT_EQ(StepUlps(-L::max(), -3), -L::infinity());
+  EXPECT_EQ(ToBits(StepUlps(-L::denorm_min(), 1)), ToBits(-T{0}));
+  SplitMix64 gen(11);
+  for (int i = 0; i < 10000; ++i) {
+    const T x = RandomIn(gen, WholeLine<T>());
+    EXPECT_EQ(ToBits(FromOrdinal<T>(Ordinal(x))), ToBits(x));
+    if (x != 0 && std::isfinite(x)) {
+      EXPECT_EQ(StepUlps(x, 1), std::nextafter(x, L::infinity()));
+      EXPECT_EQ(StepUlps(x, -1), std::nextafter(x, -L::infinity()));
+    }
+  }
+}
+
+TYPED_TEST(InputsTest, BinadesCoverTheRangeOnceAndAreClipped) {
+  using T = TypeParam;
+  using L = std::numeric_limits<T>;
+  // Two signs of every finite exponent field, the subnormals with their zero being one of them.
+  const size_t fields = (size_t{1} << FloatTraits<T>::kExponentBits) - 1;
+  EXPECT_EQ(Binades(WholeLine<T>()).size(), 2 * fields);
+  const std::vector<Range<T>> some = Binades<T>({-1, 16});
+  // -1 alone, the binades below 1 in magnitude on both sides, and five from 1 to 16.
+  ASSERT_EQ(some.size(), 1 + 2 * ((fields - 1) / 2) + 5);
+  EXPECT_EQ(some.front().lo, T{-1});
+  EXPECT_EQ(some.front().hi, T{-1});
+  EXPECT_EQ(some.back().lo, T{16});
+  EXPECT_EQ(some.back().hi, T{16});
+  uint64_t covered = 0;  // modulo 2^64: a double range holds nearly that many values
+  for (const Range<T>& b : some) {
+    EXPECT_EQ(ExponentField(b.lo), ExponentField(b.hi));
+    covered += static_cast<uint64_t>(Ordinal(b.hi) - Ordinal(b.lo)) + 1;
+  }
+  EXPECT_EQ(covered,
+            static_cast<uint64_t>(Ordinal(T{16})) - static_cast<uint64_t>(Ordinal(T{-1})) + 1);
+  EXPECT_EQ(Binades<T>({L::denorm_min(), L::min()}).size(), 2u);
+}
+
+TYPED_TEST(InputsTest, PerBinadeFillsEachBinadeWithUniformMantissas) {
+  using T = TypeParam;
+  const std::vector<T> values = PerBinade<T>(4000, {1, 8}, 9);
+  ASSERT_EQ(values.size(), 3 * 4000u + 4000u);
+  // Chi-square of the top four mantissa bits over the first binade: 15 degrees of freedom,
+  // 37.7 is the 0.1% point.
+  int counts[16] = {};
+  for (int i = 0; i < 4000; ++i) {
+    ASSERT_TRUE(values[i] >= 1 && values[i] < 2);
+    ++counts[ToBits(values[i]) >> (FloatTraits<T>::kMantissaBits - 4) & 15];
+  }
+  double chi2 = 0;
+  for (const int c : counts) chi2 += (c - 250.0) * (c - 250.0) / 250.0;
+  EXPECT_LT(chi2, 37.7);
+  for (int i = 4000; i < 8000; ++i) EXPECT_TRUE(values[i] >= 2 && values[i] < 4);
+  for (int i = 12000; i < 16000; ++i) EXPECT_EQ(values[i], T{8});
+}
+
+TYPED_TEST(InputsTest, RandomValuesStayInTheirRangeAndFollowTheSeed) {
+  using T = TypeParam;
+  const Range<T> range{T(-1e-3), T(2)};
+  SplitMix64 a(21), b(21), c(22);
+  int negative = 0, differ = 0;
+  for (int i = 0; i < 4000; ++i) {
+    const T x = RandomIn(a, range);
+    EXPECT_TRUE(x >= range.lo && x <= range.hi);
+    negative += x < 0;
+    EXPECT_EQ(ToBits(x), ToBits(RandomIn(b, range)));
+    differ += ToBits(x) != ToBits(RandomIn(c, range));
+  }
+  EXPECT_GT(negative, 1000);  // about half of the representable values are negative
+  EXPECT_GT(differ, 3990);
+  // Both ends are reachable, both zeros are distinct values.
+  SplitMix64 small(1);
+  std::set<BitsOf<T>> seen, zeros;
+  for (int i = 0; i < 100; ++i) {
+    seen.insert(ToBits(RandomIn<T>(small, {T{1}, StepUlps(T{1}, 3)})));
+    zeros.insert(ToBits(RandomIn<T>(small, {-T{0}, T{0}})));
+  }
+  EXPECT_EQ(seen.size(), 4u);
+  EXPECT_EQ(zeros, (std::set<BitsOf<T>>{ToBits(T{0}), ToBits(-T{0})}));
+}
+
+TYPED_TEST(InputsTest, SpecialValuesHoldTheEdgesOfTheFormat) {
+  using T = TypeParam;
+  using L = std::numeric_limits<T>;
+  const std::vector<T> values = SpecialValues<T>();
+  std::set<BitsOf<T>> bits;
+  for (const T x : values) bits.insert(ToBits(x));
+  EXPECT_EQ(bits.size(), values.size()) << "duplicates";
+  for (const T x : {T{0}, -T{0}, L::denorm_min(), -L::min(), StepUlps(L::min(), -1), L::max(),
+                    -L::infinity(), T{1}, StepUlps(T{1}, -1)}) {
+    EXPECT_TRUE(bits.count(ToBits(x))) << FormatValue(x);
+  }
+  constexpr BitsOf<T> kQuiet = BitsOf<T>{1} << (FloatTraits<T>::kMantissaBits - 1);
+  int quiet = 0, signalling = 0;
+  for (const T x : values) {
+    if (!std::isnan(x)) continue;
+    (ToBits(x) & kQuiet ? quiet : signalling)++;
+  }
+  EXPECT_GE(quiet, 2);
+  EXPECT_GE(signalling, 2);
+  EXPECT_EQ(PowersOfTwo<T>().size(), 2u * (L::max_exponent - L::min_exponent + L::digits));
+}
+
+TYPED_TEST(InputsTest, ThresholdNeighboursCrossPowersOfTwo) {
+  using T = TypeParam;
+  const T e = std::numeric_limits<T>::epsilon();
+  const std::vector<T> want = {1 - e, 1 - e / 2, 1, 1 + e, 1 + 2 * e};
+  EXPECT_EQ(AroundThreshold(T{1}, 2), want);
+  const Threshold<T> list[] = {{"one", 1}, {"two", 2}};
+  EXPECT_EQ(AroundThresholds<T>(list, 2).size(), 10u);
+}
+
+TYPED_TEST(InputsTest, CasesAreReproducibleAndGroupsDrawIndependently) {
+  using T = TypeParam;
+  Sweep<T> sweep;
+  sweep.random = 500;
+  sweep.per_binade = 3;
+  sweep.ranges = {{T(0.5), T(1e4)}};
+  const Cases<T> a = BuildCases(2, sweep);
+  EXPECT_TRUE(SameBits(a.values, BuildCases(2, sweep).values));
+  sweep.thresholds = {{"t", T(3)}};
+  sweep.extra = {T(1), T(2)};
+  const Cases<T> b = BuildCases(2, sweep);
+  // The random and binade cases come last and are unchanged by the added groups.
+  const size_t tail = (500 + 3 * Binades(sweep.ranges[0]).size()) * 2;
+  ASSERT_GT(b.values.size(), a.values.size());
+  EXPECT_TRUE(SameBits(std::vector<T>(a.values.end() - tail, a.values.end()),
+                       std::vector<T>(b.values.end() - tail, b.values.end())));
+  EXPECT_EQ(b.size() - a.size(), 9 + 1);
+  EXPECT_EQ(b.labels[b.source.front()], "special");
+  EXPECT_EQ(b.labels[b.source.back()], "binade");
+  sweep.seed = 2;
+  EXPECT_FALSE(SameBits(BuildCases(2, sweep).values, b.values));
+}
+
+}  // namespace
+}  // namespace oxl::test
