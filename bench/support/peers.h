@@ -1,0 +1,126 @@
+// Peer kernels with the library's C shape, (n, a, r) or (n, a, b, r), so that they are timed
+// exactly like the library's own kernels. Each comes in a double and a float overload.
+//
+// A peer built on vector registers handles whole vectors in its main loop and the last partial
+// vector through a zero-padded buffer, so it never touches memory outside the arrays. Register a
+// peer only with the features it names (kAvx2, kAvx512): the code uses those instructions.
+#ifndef OXL_BENCH_SUPPORT_PEERS_H
+#define OXL_BENCH_SUPPORT_PEERS_H
+
+#include <cstdint>
+#include <string>
+
+#include "oxl/platform.h"
+
+namespace oxl::bench::peers {
+
+inline constexpr uint64_t kAvx2 = OXL_CPU_AVX2 | OXL_CPU_FMA;
+inline constexpr uint64_t kAvx512 = OXL_CPU_AVX512F;
+
+// glibc libmvec through the x86-64 vector function ABI: the 'd' variants (AVX2: _ZGVdN4v_exp,
+// _ZGVdN8v_expf) and the 'e' variants (AVX-512: _ZGVeN8v_exp, _ZGVeN16v_expf); pow is 'vv'.
+void LibmvecExpAvx2(int n, const double* a, double* r);
+void LibmvecExpAvx2(int n, const float* a, float* r);
+void LibmvecExpAvx512(int n, const double* a, double* r);
+void LibmvecExpAvx512(int n, const float* a, float* r);
+void LibmvecExpm1Avx2(int n, const double* a, double* r);
+void LibmvecExpm1Avx2(int n, const float* a, float* r);
+void LibmvecExpm1Avx512(int n, const double* a, double* r);
+void LibmvecExpm1Avx512(int n, const float* a, float* r);
+void LibmvecLogAvx2(int n, const double* a, double* r);
+void LibmvecLogAvx2(int n, const float* a, float* r);
+void LibmvecLogAvx512(int n, const double* a, double* r);
+void LibmvecLogAvx512(int n, const float* a, float* r);
+void LibmvecSinAvx2(int n, const double* a, double* r);
+void LibmvecSinAvx2(int n, const float* a, float* r);
+void LibmvecSinAvx512(int n, const double* a, double* r);
+void LibmvecSinAvx512(int n, const float* a, float* r);
+void LibmvecCosAvx2(int n, const double* a, double* r);
+void LibmvecCosAvx2(int n, const float* a, float* r);
+void LibmvecCosAvx512(int n, const double* a, double* r);
+void LibmvecCosAvx512(int n, const float* a, float* r);
+void LibmvecPowAvx2(int n, const double* a, const double* b, double* r);
+void LibmvecPowAvx2(int n, const float* a, const float* b, float* r);
+void LibmvecPowAvx512(int n, const double* a, const double* b, double* r);
+void LibmvecPowAvx512(int n, const float* a, const float* b, float* r);
+
+// SLEEF: U10 is its 1.0-ulp family (the HA-like peer), U35 its 3.5-ulp family (the LA-like peer,
+// which SLEEF offers for log, sin and cos only): Sleef_expd4_u10avx2, Sleef_expf16_u10avx512f, ...
+void SleefExpU10Avx2(int n, const double* a, double* r);
+void SleefExpU10Avx2(int n, const float* a, float* r);
+void SleefExpU10Avx512(int n, const double* a, double* r);
+void SleefExpU10Avx512(int n, const float* a, float* r);
+void SleefExpm1U10Avx2(int n, const double* a, double* r);
+void SleefExpm1U10Avx2(int n, const float* a, float* r);
+void SleefExpm1U10Avx512(int n, const double* a, double* r);
+void SleefExpm1U10Avx512(int n, const float* a, float* r);
+void SleefLogU10Avx2(int n, const double* a, double* r);
+void SleefLogU10Avx2(int n, const float* a, float* r);
+void SleefLogU10Avx512(int n, const double* a, double* r);
+void SleefLogU10Avx512(int n, const float* a, float* r);
+void SleefLogU35Avx2(int n, const double* a, double* r);
+void SleefLogU35Avx2(int n, const float* a, float* r);
+void SleefLogU35Avx512(int n, const double* a, double* r);
+void SleefLogU35Avx512(int n, const float* a, float* r);
+void SleefSinU10Avx2(int n, const double* a, double* r);
+void SleefSinU10Avx2(int n, const float* a, float* r);
+void SleefSinU10Avx512(int n, const double* a, double* r);
+void SleefSinU10Avx512(int n, const float* a, float* r);
+void SleefSinU35Avx2(int n, const double* a, double* r);
+void SleefSinU35Avx2(int n, const float* a, float* r);
+void SleefSinU35Avx512(int n, const double* a, double* r);
+void SleefSinU35Avx512(int n, const float* a, float* r);
+void SleefCosU10Avx2(int n, const double* a, double* r);
+void SleefCosU10Avx2(int n, const float* a, float* r);
+void SleefCosU10Avx512(int n, const double* a, double* r);
+void SleefCosU10Avx512(int n, const float* a, float* r);
+void SleefCosU35Avx2(int n, const double* a, double* r);
+void SleefCosU35Avx2(int n, const float* a, float* r);
+void SleefCosU35Avx512(int n, const double* a, double* r);
+void SleefCosU35Avx512(int n, const float* a, float* r);
+void SleefPowU10Avx2(int n, const double* a, const double* b, double* r);
+void SleefPowU10Avx2(int n, const float* a, const float* b, float* r);
+void SleefPowU10Avx512(int n, const double* a, const double* b, double* r);
+void SleefPowU10Avx512(int n, const float* a, const float* b, float* r);
+
+// Plain loops over the C++ standard library, compiled for the baseline x86-64 target: scalar calls
+// of libm for the transcendentals, whatever the compiler makes of a + b and a * b.
+void StdExp(int n, const double* a, double* r);
+void StdExp(int n, const float* a, float* r);
+void StdExpm1(int n, const double* a, double* r);
+void StdExpm1(int n, const float* a, float* r);
+void StdLog(int n, const double* a, double* r);
+void StdLog(int n, const float* a, float* r);
+void StdSin(int n, const double* a, double* r);
+void StdSin(int n, const float* a, float* r);
+void StdCos(int n, const double* a, double* r);
+void StdCos(int n, const float* a, float* r);
+void StdPow(int n, const double* a, const double* b, double* r);
+void StdPow(int n, const float* a, const float* b, float* r);
+void StdAdd(int n, const double* a, const double* b, double* r);
+void StdAdd(int n, const float* a, const float* b, float* r);
+void StdMul(int n, const double* a, const double* b, double* r);
+void StdMul(int n, const float* a, const float* b, float* r);
+
+// Plain AVX2 intrinsic loops, one 256-bit operation per vector: the reference that a
+// load-operate-store kernel is held to in cache.
+void Avx2Add(int n, const double* a, const double* b, double* r);
+void Avx2Add(int n, const float* a, const float* b, float* r);
+void Avx2Mul(int n, const double* a, const double* b, double* r);
+void Avx2Mul(int n, const float* a, const float* b, float* r);
+
+// Memory-bandwidth bounds, AVX2: one read stream and one write stream (r = a), and two read streams
+// and one write stream (r = a OR b, bitwise, so that no arithmetic is timed). Ordinary stores, as
+// the kernels make them.
+void CopyLoop(int n, const double* a, double* r);
+void CopyLoop(int n, const float* a, float* r);
+void CopyLoop2(int n, const double* a, const double* b, double* r);
+void CopyLoop2(int n, const float* a, const float* b, float* r);
+
+// Versions of the peer libraries, for the report's header.
+std::string LibmvecVersion();
+std::string SleefVersion();
+
+}  // namespace oxl::bench::peers
+
+#endif  // OXL_BENCH_SUPPORT_PEERS_H

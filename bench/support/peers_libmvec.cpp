@@ -1,0 +1,101 @@
+// glibc libmvec peers. libmvec has no header of its own: math.h announces the vector entry points
+// only to a vectorizing compiler under -ffast-math. So they are declared here, by their names in
+// the x86-64 vector function ABI ('d': AVX2, 'e': AVX-512; N<lanes>; 'v' per vector argument).
+#include <gnu/libc-version.h>
+#include <immintrin.h>
+
+#include "support/peers.h"
+
+#pragma GCC push_options
+#pragma GCC target("avx2,fma")
+
+extern "C" {
+__m256d _ZGVdN4v_exp(__m256d);
+__m256 _ZGVdN8v_expf(__m256);
+__m256d _ZGVdN4v_expm1(__m256d);
+__m256 _ZGVdN8v_expm1f(__m256);
+__m256d _ZGVdN4v_log(__m256d);
+__m256 _ZGVdN8v_logf(__m256);
+__m256d _ZGVdN4v_sin(__m256d);
+__m256 _ZGVdN8v_sinf(__m256);
+__m256d _ZGVdN4v_cos(__m256d);
+__m256 _ZGVdN8v_cosf(__m256);
+__m256d _ZGVdN4vv_pow(__m256d, __m256d);
+__m256 _ZGVdN8vv_powf(__m256, __m256);
+}
+
+namespace oxl::bench::peers {
+namespace avx2 {
+#include "support/vector_loops-inl.h"
+}  // namespace avx2
+
+void LibmvecExpAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_exp>(n, a, r); }
+void LibmvecExpAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_expf>(n, a, r); }
+void LibmvecExpm1Avx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_expm1>(n, a, r); }
+void LibmvecExpm1Avx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_expm1f>(n, a, r); }
+void LibmvecLogAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_log>(n, a, r); }
+void LibmvecLogAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_logf>(n, a, r); }
+void LibmvecSinAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_sin>(n, a, r); }
+void LibmvecSinAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_sinf>(n, a, r); }
+void LibmvecCosAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_cos>(n, a, r); }
+void LibmvecCosAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_cosf>(n, a, r); }
+void LibmvecPowAvx2(int n, const double* a, const double* b, double* r) {
+  avx2::Map<_ZGVdN4vv_pow>(n, a, b, r);
+}
+void LibmvecPowAvx2(int n, const float* a, const float* b, float* r) {
+  avx2::Map<_ZGVdN8vv_powf>(n, a, b, r);
+}
+
+}  // namespace oxl::bench::peers
+
+#pragma GCC pop_options
+
+#pragma GCC push_options
+#pragma GCC target("avx512f")
+
+extern "C" {
+__m512d _ZGVeN8v_exp(__m512d);
+__m512 _ZGVeN16v_expf(__m512);
+__m512d _ZGVeN8v_expm1(__m512d);
+__m512 _ZGVeN16v_expm1f(__m512);
+__m512d _ZGVeN8v_log(__m512d);
+__m512 _ZGVeN16v_logf(__m512);
+__m512d _ZGVeN8v_sin(__m512d);
+__m512 _ZGVeN16v_sinf(__m512);
+__m512d _ZGVeN8v_cos(__m512d);
+__m512 _ZGVeN16v_cosf(__m512);
+__m512d _ZGVeN8vv_pow(__m512d, __m512d);
+__m512 _ZGVeN16vv_powf(__m512, __m512);
+}
+
+namespace oxl::bench::peers {
+namespace avx512 {
+#include "support/vector_loops-inl.h"
+}  // namespace avx512
+
+void LibmvecExpAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_exp>(n, a, r); }
+void LibmvecExpAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_expf>(n, a, r); }
+void LibmvecExpm1Avx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_expm1>(n, a, r); }
+void LibmvecExpm1Avx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_expm1f>(n, a, r); }
+void LibmvecLogAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_log>(n, a, r); }
+void LibmvecLogAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_logf>(n, a, r); }
+void LibmvecSinAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_sin>(n, a, r); }
+void LibmvecSinAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_sinf>(n, a, r); }
+void LibmvecCosAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_cos>(n, a, r); }
+void LibmvecCosAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_cosf>(n, a, r); }
+void LibmvecPowAvx512(int n, const double* a, const double* b, double* r) {
+  avx512::Map<_ZGVeN8vv_pow>(n, a, b, r);
+}
+void LibmvecPowAvx512(int n, const float* a, const float* b, float* r) {
+  avx512::Map<_ZGVeN16vv_powf>(n, a, b, r);
+}
+
+}  // namespace oxl::bench::peers
+
+#pragma GCC pop_options
+
+namespace oxl::bench::peers {
+
+std::string LibmvecVersion() { return std::string("glibc ") + gnu_get_libc_version(); }
+
+}  // namespace oxl::bench::peers

@@ -1,0 +1,161 @@
+// SLEEF peers. sleef.h declares its AVX2 and AVX-512 entry points only when the whole translation
+// unit is compiled for those instruction sets, which would let the compiler put AVX-512 code into
+// shared inline functions; so the few entry points used here are declared by hand, in the regions
+// compiled for their instruction sets.
+#include <immintrin.h>
+
+#include "support/peers.h"
+
+#pragma GCC push_options
+#pragma GCC target("avx2,fma")
+
+extern "C" {
+__m256d Sleef_expd4_u10avx2(__m256d);
+__m256 Sleef_expf8_u10avx2(__m256);
+__m256d Sleef_expm1d4_u10avx2(__m256d);
+__m256 Sleef_expm1f8_u10avx2(__m256);
+__m256d Sleef_logd4_u10avx2(__m256d);
+__m256 Sleef_logf8_u10avx2(__m256);
+__m256d Sleef_logd4_u35avx2(__m256d);
+__m256 Sleef_logf8_u35avx2(__m256);
+__m256d Sleef_sind4_u10avx2(__m256d);
+__m256 Sleef_sinf8_u10avx2(__m256);
+__m256d Sleef_sind4_u35avx2(__m256d);
+__m256 Sleef_sinf8_u35avx2(__m256);
+__m256d Sleef_cosd4_u10avx2(__m256d);
+__m256 Sleef_cosf8_u10avx2(__m256);
+__m256d Sleef_cosd4_u35avx2(__m256d);
+__m256 Sleef_cosf8_u35avx2(__m256);
+__m256d Sleef_powd4_u10avx2(__m256d, __m256d);
+__m256 Sleef_powf8_u10avx2(__m256, __m256);
+}
+
+namespace oxl::bench::peers {
+namespace avx2 {
+#include "support/vector_loops-inl.h"
+}  // namespace avx2
+
+void SleefExpU10Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_expd4_u10avx2>(n, a, r); }
+void SleefExpU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_expf8_u10avx2>(n, a, r); }
+void SleefExpm1U10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_expm1d4_u10avx2>(n, a, r);
+}
+void SleefExpm1U10Avx2(int n, const float* a, float* r) {
+  avx2::Map<Sleef_expm1f8_u10avx2>(n, a, r);
+}
+void SleefLogU10Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_logd4_u10avx2>(n, a, r); }
+void SleefLogU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_logf8_u10avx2>(n, a, r); }
+void SleefLogU35Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_logd4_u35avx2>(n, a, r); }
+void SleefLogU35Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_logf8_u35avx2>(n, a, r); }
+void SleefSinU10Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_sind4_u10avx2>(n, a, r); }
+void SleefSinU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_sinf8_u10avx2>(n, a, r); }
+void SleefSinU35Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_sind4_u35avx2>(n, a, r); }
+void SleefSinU35Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_sinf8_u35avx2>(n, a, r); }
+void SleefCosU10Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_cosd4_u10avx2>(n, a, r); }
+void SleefCosU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_cosf8_u10avx2>(n, a, r); }
+void SleefCosU35Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_cosd4_u35avx2>(n, a, r); }
+void SleefCosU35Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_cosf8_u35avx2>(n, a, r); }
+void SleefPowU10Avx2(int n, const double* a, const double* b, double* r) {
+  avx2::Map<Sleef_powd4_u10avx2>(n, a, b, r);
+}
+void SleefPowU10Avx2(int n, const float* a, const float* b, float* r) {
+  avx2::Map<Sleef_powf8_u10avx2>(n, a, b, r);
+}
+
+}  // namespace oxl::bench::peers
+
+#pragma GCC pop_options
+
+#pragma GCC push_options
+#pragma GCC target("avx512f")
+
+extern "C" {
+__m512d Sleef_expd8_u10avx512f(__m512d);
+__m512 Sleef_expf16_u10avx512f(__m512);
+__m512d Sleef_expm1d8_u10avx512f(__m512d);
+__m512 Sleef_expm1f16_u10avx512f(__m512);
+__m512d Sleef_logd8_u10avx512f(__m512d);
+__m512 Sleef_logf16_u10avx512f(__m512);
+__m512d Sleef_logd8_u35avx512f(__m512d);
+__m512 Sleef_logf16_u35avx512f(__m512);
+__m512d Sleef_sind8_u10avx512f(__m512d);
+__m512 Sleef_sinf16_u10avx512f(__m512);
+__m512d Sleef_sind8_u35avx512f(__m512d);
+__m512 Sleef_sinf16_u35avx512f(__m512);
+__m512d Sleef_cosd8_u10avx512f(__m512d);
+__m512 Sleef_cosf16_u10avx512f(__m512);
+__m512d Sleef_cosd8_u35avx512f(__m512d);
+__m512 Sleef_cosf16_u35avx512f(__m512);
+__m512d Sleef_powd8_u10avx512f(__m512d, __m512d);
+__m512 Sleef_powf16_u10avx512f(__m512, __m512);
+}
+
+namespace oxl::bench::peers {
+namespace avx512 {
+#include "support/vector_loops-inl.h"
+}  // namespace avx512
+
+void SleefExpU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_expd8_u10avx512f>(n, a, r);
+}
+void SleefExpU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_expf16_u10avx512f>(n, a, r);
+}
+void SleefExpm1U10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_expm1d8_u10avx512f>(n, a, r);
+}
+void SleefExpm1U10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_expm1f16_u10avx512f>(n, a, r);
+}
+void SleefLogU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_logd8_u10avx512f>(n, a, r);
+}
+void SleefLogU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_logf16_u10avx512f>(n, a, r);
+}
+void SleefLogU35Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_logd8_u35avx512f>(n, a, r);
+}
+void SleefLogU35Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_logf16_u35avx512f>(n, a, r);
+}
+void SleefSinU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_sind8_u10avx512f>(n, a, r);
+}
+void SleefSinU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_sinf16_u10avx512f>(n, a, r);
+}
+void SleefSinU35Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_sind8_u35avx512f>(n, a, r);
+}
+void SleefSinU35Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_sinf16_u35avx512f>(n, a, r);
+}
+void SleefCosU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_cosd8_u10avx512f>(n, a, r);
+}
+void SleefCosU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_cosf16_u10avx512f>(n, a, r);
+}
+void SleefCosU35Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_cosd8_u35avx512f>(n, a, r);
+}
+void SleefCosU35Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_cosf16_u35avx512f>(n, a, r);
+}
+void SleefPowU10Avx512(int n, const double* a, const double* b, double* r) {
+  avx512::Map<Sleef_powd8_u10avx512f>(n, a, b, r);
+}
+void SleefPowU10Avx512(int n, const float* a, const float* b, float* r) {
+  avx512::Map<Sleef_powf16_u10avx512f>(n, a, b, r);
+}
+
+}  // namespace oxl::bench::peers
+
+#pragma GCC pop_options
+
+namespace oxl::bench::peers {
+
+std::string SleefVersion() { return "SLEEF " OXL_BENCH_SLEEF_VERSION; }
+
+}  // namespace oxl::bench::peers

@@ -1,0 +1,213 @@
+// Every peer computes its function on every element, also in the last partial vector, and touches
+// nothing past the arrays: a peer that is fast because it skips or misroutes work would make every
+// ratio in the report wrong.
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "support/array_bench.h"
+#include "support/inputs.h"
+#include "support/peers.h"
+
+namespace oxl::bench {
+namespace {
+
+namespace p = peers;
+
+// Counts that cut 4-, 8- and 16-lane vectors in every way that matters: none, a tail only, whole
+// vectors, whole vectors plus a tail of one and of all but one lane.
+constexpr int kCounts[] = {0, 1, 3, 7, 8, 9, 15, 16, 17, 31, 33, 100};
+constexpr int kGuard = 16;
+
+// Distance in units in the last place of T between a computed value and a long double reference.
+template <class T>
+double UlpError(T computed, long double exact) {
+  if (std::isnan(computed) || std::isnan(exact)) {
+    return std::isnan(computed) && std::isnan(exact) ? 0 : 1e30;
+  }
+  const T rounded = static_cast<T>(exact);
+  if (std::isinf(rounded)) return computed == rounded ? 0 : 1e30;
+  const int e = std::max(std::ilogb(rounded), std::numeric_limits<T>::min_exponent - 1);
+  const long double ulp = std::ldexp(1.0L, e - std::numeric_limits<T>::digits + 1);
+  return static_cast<double>(std::fabs(static_cast<long double>(computed) - exact) / ulp);
+}
+
+// Output arrays carry a guard of sentinels past element n, checked after the call.
+template <class T>
+std::vector<T> GuardedOutput(int n) {
+  return std::vector<T>(n + kGuard, static_cast<T>(-12345.0));
+}
+
+template <class T>
+void ExpectGuardIntact(const std::vector<T>& r, int n) {
+  for (int i = n; i < n + kGuard; ++i) ASSERT_EQ(r[i], static_cast<T>(-12345.0)) << "index " << i;
+}
+
+using Reference1 = long double (*)(long double);
+using Reference2 = long double (*)(long double, long double);
+
+long double Exp(long double x) { return std::exp(x); }
+long double Expm1(long double x) { return std::expm1(x); }
+long double Log(long double x) { return std::log(x); }
+long double Sin(long double x) { return std::sin(x); }
+long double Cos(long double x) { return std::cos(x); }
+long double Pow(long double x, long double y) { return std::pow(x, y); }
+
+struct UnaryPeer {
+  const char* name;
+  UnaryKernel<double> d;
+  UnaryKernel<float> s;
+  Reference1 reference;
+  Range range;
+  double max_ulps;  // what the peer's documentation promises, with room for the reference's error
+  uint64_t features;
+};
+
+constexpr Range kExpD{-700, 700}, kExpS{-87, 88}, kTrig{-20, 20}, kLog{1e-30, 1e30, true};
+
+const UnaryPeer kUnaryPeers[] = {
+    {"LibmvecExpAvx2", p::LibmvecExpAvx2, p::LibmvecExpAvx2, Exp, kExpS, 4, p::kAvx2},
+    {"LibmvecExpAvx512", p::LibmvecExpAvx512, p::LibmvecExpAvx512, Exp, kExpS, 4, p::kAvx512},
+    {"LibmvecExpm1Avx2", p::LibmvecExpm1Avx2, p::LibmvecExpm1Avx2, Expm1, kExpS, 4, p::kAvx2},
+    {"LibmvecExpm1Avx512", p::LibmvecExpm1Avx512, p::LibmvecExpm1Avx512, Expm1, kExpS, 4,
+     p::kAvx512},
+    {"LibmvecLogAvx2", p::LibmvecLogAvx2, p::LibmvecLogAvx2, Log, kLog, 4, p::kAvx2},
+    {"LibmvecLogAvx512", p::LibmvecLogAvx512, p::LibmvecLogAvx512, Log, kLog, 4, p::kAvx512},
+    {"LibmvecSinAvx2", p::LibmvecSinAvx2, p::LibmvecSinAvx2, Sin, kTrig, 4, p::kAvx2},
+    {"LibmvecSinAvx512", p::LibmvecSinAvx512, p::LibmvecSinAvx512, Sin, kTrig, 4, p::kAvx512},
+    {"LibmvecCosAvx2", p::LibmvecCosAvx2, p::LibmvecCosAvx2, Cos, kTrig, 4, p::kAvx2},
+    {"LibmvecCosAvx512", p::LibmvecCosAvx512, p::LibmvecCosAvx512, Cos, kTrig, 4, p::kAvx512},
+    {"SleefExpU10Avx2", p::SleefExpU10Avx2, p::SleefExpU10Avx2, Exp, kExpS, 1.5, p::kAvx2},
+    {"SleefExpU10Avx512", p::SleefExpU10Avx512, p::SleefExpU10Avx512, Exp, kExpS, 1.5, p::kAvx512},
+    {"SleefExpm1U10Avx2", p::SleefExpm1U10Avx2, p::SleefExpm1U10Avx2, Expm1, kExpS, 1.5, p::kAvx2},
+    {"SleefExpm1U10Avx512", p::SleefExpm1U10Avx512, p::SleefExpm1U10Avx512, Expm1, kExpS, 1.5,
+     p::kAvx512},
+    {"SleefLogU10Avx2", p::SleefLogU10Avx2, p::SleefLogU10Avx2, Log, kLog, 1.5, p::kAvx2},
+    {"SleefLogU10Avx512", p::SleefLogU10Avx512, p::SleefLogU10Avx512, Log, kLog, 1.5, p::kAvx512},
+    {"SleefLogU35Avx2", p::SleefLogU35Avx2, p::SleefLogU35Avx2, Log, kLog, 4, p::kAvx2},
+    {"SleefLogU35Avx512", p::SleefLogU35Avx512, p::SleefLogU35Avx512, Log, kLog, 4, p::kAvx512},
+    {"SleefSinU10Avx2", p::SleefSinU10Avx2, p::SleefSinU10Avx2, Sin, kTrig, 1.5, p::kAvx2},
+    {"SleefSinU10Avx512", p::SleefSinU10Avx512, p::SleefSinU10Avx512, Sin, kTrig, 1.5, p::kAvx512},
+    {"SleefSinU35Avx2", p::SleefSinU35Avx2, p::SleefSinU35Avx2, Sin, kTrig, 4, p::kAvx2},
+    {"SleefSinU35Avx512", p::SleefSinU35Avx512, p::SleefSinU35Avx512, Sin, kTrig, 4, p::kAvx512},
+    {"SleefCosU10Avx2", p::SleefCosU10Avx2, p::SleefCosU10Avx2, Cos, kTrig, 1.5, p::kAvx2},
+    {"SleefCosU10Avx512", p::SleefCosU10Avx512, p::SleefCosU10Avx512, Cos, kTrig, 1.5, p::kAvx512},
+    {"SleefCosU35Avx2", p::SleefCosU35Avx2, p::SleefCosU35Avx2, Cos, kTrig, 4, p::kAvx2},
+    {"SleefCosU35Avx512", p::SleefCosU35Avx512, p::SleefCosU35Avx512, Cos, kTrig, 4, p::kAvx512},
+    {"StdExp", p::StdExp, p::StdExp, Exp, kExpS, 1, 0},
+    {"StdExpm1", p::StdExpm1, p::StdExpm1, Expm1, kExpS, 1, 0},
+    {"StdLog", p::StdLog, p::StdLog, Log, kLog, 1, 0},
+    {"StdSin", p::StdSin, p::StdSin, Sin, kTrig, 1, 0},
+    {"StdCos", p::StdCos, p::StdCos, Cos, kTrig, 1, 0},
+};
+
+template <class T>
+void CheckUnary(const UnaryPeer& peer, UnaryKernel<T> kernel) {
+  for (const int n : kCounts) {
+    std::vector<T> a(n);
+    FillInputs(peer.range, InputSeed(peer.name, n), a.data(), n);
+    std::vector<T> r = GuardedOutput<T>(n);
+    kernel(n, a.data(), r.data());
+    for (int i = 0; i < n; ++i) {
+      const double err = UlpError(r[i], peer.reference(a[i]));
+      ASSERT_LE(err, peer.max_ulps) << "n " << n << ", element " << i << ", x " << a[i];
+    }
+    ExpectGuardIntact(r, n);
+  }
+}
+
+TEST(Peers, UnaryPeersComputeEveryElementAndNothingMore) {
+  for (const UnaryPeer& peer : kUnaryPeers) {
+    SCOPED_TRACE(peer.name);
+    if (!oxl_dft_pvk_has_features(peer.features)) continue;
+    CheckUnary<double>(peer, peer.d);
+    CheckUnary<float>(peer, peer.s);
+  }
+}
+
+// Binary peers against an exact or long double reference. Copies and the intrinsic loops must be
+// exact; pow gets the ulps of its library.
+struct BinaryPeer {
+  const char* name;
+  BinaryKernel<double> d;
+  BinaryKernel<float> s;
+  Reference2 reference;
+  double max_ulps;
+  uint64_t features;
+};
+
+long double Sum(long double x, long double y) { return x + y; }
+long double Product(long double x, long double y) { return x * y; }
+
+const BinaryPeer kBinaryPeers[] = {
+    {"LibmvecPowAvx2", p::LibmvecPowAvx2, p::LibmvecPowAvx2, Pow, 4, p::kAvx2},
+    {"LibmvecPowAvx512", p::LibmvecPowAvx512, p::LibmvecPowAvx512, Pow, 4, p::kAvx512},
+    {"SleefPowU10Avx2", p::SleefPowU10Avx2, p::SleefPowU10Avx2, Pow, 1.5, p::kAvx2},
+    {"SleefPowU10Avx512", p::SleefPowU10Avx512, p::SleefPowU10Avx512, Pow, 1.5, p::kAvx512},
+    {"StdPow", p::StdPow, p::StdPow, Pow, 1, 0},
+    {"StdAdd", p::StdAdd, p::StdAdd, Sum, 0.5, 0},
+    {"StdMul", p::StdMul, p::StdMul, Product, 0.5, 0},
+    {"Avx2Add", p::Avx2Add, p::Avx2Add, Sum, 0.5, p::kAvx2},
+    {"Avx2Mul", p::Avx2Mul, p::Avx2Mul, Product, 0.5, p::kAvx2},
+};
+
+template <class T>
+void CheckBinary(const BinaryPeer& peer, BinaryKernel<T> kernel) {
+  for (const int n : kCounts) {
+    std::vector<T> a(n), b(n);
+    FillInputs(Range{0.1, 10.0}, InputSeed(peer.name, 0), a.data(), n);
+    FillInputs(Range{-8.0, 8.0}, InputSeed(peer.name, 1), b.data(), n);
+    std::vector<T> r = GuardedOutput<T>(n);
+    kernel(n, a.data(), b.data(), r.data());
+    for (int i = 0; i < n; ++i) {
+      const double err = UlpError(r[i], peer.reference(a[i], b[i]));
+      ASSERT_LE(err, peer.max_ulps) << "n " << n << ", element " << i;
+    }
+    ExpectGuardIntact(r, n);
+  }
+}
+
+TEST(Peers, BinaryPeersComputeEveryElementAndNothingMore) {
+  for (const BinaryPeer& peer : kBinaryPeers) {
+    SCOPED_TRACE(peer.name);
+    if (!oxl_dft_pvk_has_features(peer.features)) continue;
+    CheckBinary<double>(peer, peer.d);
+    CheckBinary<float>(peer, peer.s);
+  }
+}
+
+// The bounds move bits, not values: NaN payloads and signed zeros must come through as they are.
+template <class T, class Bits>
+void CheckCopies() {
+  for (const int n : kCounts) {
+    std::vector<T> a(n), b(n);
+    for (int i = 0; i < n; ++i) {
+      a[i] = std::bit_cast<T>(static_cast<Bits>(0x9E3779B97F4A7C15ull * (i + 1)));
+      b[i] = std::bit_cast<T>(static_cast<Bits>(0xC2B2AE3D27D4EB4Full * (i + 7)));
+    }
+    std::vector<T> r = GuardedOutput<T>(n);
+    p::CopyLoop(n, a.data(), r.data());
+    for (int i = 0; i < n; ++i) ASSERT_EQ(std::bit_cast<Bits>(r[i]), std::bit_cast<Bits>(a[i]));
+    ExpectGuardIntact(r, n);
+    r = GuardedOutput<T>(n);
+    p::CopyLoop2(n, a.data(), b.data(), r.data());
+    for (int i = 0; i < n; ++i) {
+      ASSERT_EQ(std::bit_cast<Bits>(r[i]), std::bit_cast<Bits>(a[i]) | std::bit_cast<Bits>(b[i]));
+    }
+    ExpectGuardIntact(r, n);
+  }
+}
+
+TEST(Peers, CopyBoundsMoveEveryBitAndNothingMore) {
+  if (!oxl_dft_pvk_has_features(p::kAvx2)) GTEST_SKIP() << "no AVX2";
+  CheckCopies<double, uint64_t>();
+  CheckCopies<float, uint32_t>();
+}
+
+}  // namespace
+}  // namespace oxl::bench

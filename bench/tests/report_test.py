@@ -1,0 +1,148 @@
+#!/usr/bin/env python3
+"""bench/report.py on made-up results: times per element, ratios, targets, pending rows."""
+
+import json
+import sys
+import tempfile
+import tomllib
+import unittest
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parent.parent))
+import report  # noqa: E402
+
+CONFIG_TEXT = """
+[[function]]
+name = "dExp"
+title = "exp, double"
+
+[[comparison]]
+function = "dExp"
+oxl = "oxl_HA"
+peers = ["libmvec_avx2", "sleef_u10_avx512"]
+limit = 0.8
+sizes = ["L1", "L2"]
+[[comparison]]
+function = "dExp"
+oxl = "oxl_HA"
+peers = ["bound"]
+limit = 1.1
+sizes = ["MEM"]
+[[comparison]]
+function = "dExpm1"
+oxl = "oxl_HA"
+peers = ["dExp/oxl_HA"]
+limit = 1.5
+[[comparison]]
+function = "dExpm1"
+oxl = "oxl_LA"
+peers = ["oxl_HA"]
+limit = 1.0
+"""
+CONFIG = tomllib.loads(CONFIG_TEXT)
+
+
+def aggregate(name, ns_per_element, kind="median"):
+    return {"name": f"{name}_{kind}", "run_name": name, "run_type": "aggregate",
+            "aggregate_name": kind, "cpu_time": 0.02 if kind == "cv" else 1.0,
+            "items_per_second": 1e9 / ns_per_element}
+
+
+def single(name, ns_per_element):
+    return {"name": name, "run_name": name, "run_type": "iteration",
+            "items_per_second": 1e9 / ns_per_element}
+
+
+def describe(bound):
+    return json.dumps({"type": "double", "inputs": "a uniform in [-700, 700]", "bound": bound,
+                       "elements": {"L1": 1536, "L2": 65536, "MEM": 10000000}})
+
+
+def make_runs():
+    """Times chosen so that each verdict comes out one way: see the tests."""
+    times = {
+        # dExp oxl_HA: 0.7x of the faster listed peer at L1 (met), 0.9x at L2 (missed); at MEM
+        # 1.05x of the copy bound (met).
+        ("dExp", "oxl_HA"): (1.4, 1.8, 2.1),
+        ("dExp", "libmvec_avx2"): (2.0, 2.0, 2.5),
+        ("dExp", "sleef_u10_avx512"): (3.0, 2.1, 2.6),
+        ("dExp", "libmvec_avx512"): (0.5, 0.5, 0.5),  # fastest, but not a listed peer
+        ("copy_d", "copy"): (0.2, 0.3, 2.0),
+        # dExpm1 oxl_HA is 2x dExp's oxl_HA: missed at every size.
+        ("dExpm1", "oxl_HA"): (2.8, 3.6, 4.2),
+    }
+    benchmarks = []
+    for (function, contestant), row in times.items():
+        for size, t in zip(report.SIZES, row):
+            name = f"{function}/{contestant}/{size}"
+            benchmarks += [aggregate(name, t), aggregate(name, t, "cv")]
+    context = {"date": "2026-01-01", "num_cpus": 2, "mhz_per_cpu": 2000, "caches": [],
+               "oxl.cpu_model": "Test CPU", "oxl.build_type": "Release",
+               "oxl.function.dExp": describe("copy_d"), "oxl.function.dExpm1": describe("copy_d"),
+               "oxl.function.copy_d": describe("")}
+    return [{"context": context, "benchmarks": benchmarks}]
+
+
+METHOD = {"binaries": ["oxl_bench_vm"], "repetitions": 5, "min_time": 0.2, "pinned_cpu": 1}
+
+
+def table_row(text, start):
+    return next(line for line in text.splitlines() if line.startswith(start))
+
+
+class ReportTest(unittest.TestCase):
+    def setUp(self):
+        self.results = report.Results(make_runs())
+        self.text, self.verdicts = report.render(self.results, CONFIG, METHOD)
+
+    def test_times_are_nanoseconds_per_element(self):
+        self.assertAlmostEqual(self.results.time("dExp", "libmvec_avx2", "MEM"), 2.5)
+        self.assertIn("| libmvec_avx512 | **0.500** | **0.500** | **0.500** |", self.text)
+        self.assertIn("| copy bound (copy_d) | 0.200 | 0.300 | 2.00 |", self.text)
+
+    def test_ratio_uses_the_fastest_listed_peer_and_marks_targets(self):
+        row = table_row(self.text, "| oxl_HA | libmvec_avx2, sleef_u10_avx512 |")
+        self.assertIn("0.70 vs libmvec_avx2 ✓", row)
+        self.assertIn("0.90 vs libmvec_avx2 ✗", row)
+        # MEM is outside the target's sizes: a ratio, no verdict.
+        self.assertIn("0.84 vs libmvec_avx2 |", row)
+
+    def test_bound_and_other_functions_resolve_as_peers(self):
+        self.assertIn("| 7.00 | 6.00 | 1.05 ✓ |", table_row(self.text, "| oxl_HA | bound |"))
+        row = table_row(self.text, "| oxl_HA | dExp/oxl_HA |")
+        self.assertEqual(row.count("2.00 ✗"), 3)
+
+    def test_missing_kernels_are_pending(self):
+        row = table_row(self.text, "| oxl_LA | oxl_HA |")
+        self.assertIn("| – | – | – |", row)
+        self.assertIn("arrives with its kernel", row)
+        self.assertEqual((self.verdicts.met, self.verdicts.missed, self.verdicts.pending),
+                         (2, 4, 1))
+
+    def test_sections_follow_the_configuration_then_the_run(self):
+        headings = [line for line in self.text.splitlines() if line.startswith("## ")]
+        self.assertEqual(headings, ["## dExp: exp, double", "## copy_d", "## dExpm1"])
+
+    def test_single_runs_stand_in_for_missing_medians(self):
+        runs = make_runs()
+        runs[0]["benchmarks"] = [single("dExp/libmvec_avx2/L1", t) for t in (3.0, 1.0, 2.0)]
+        self.assertAlmostEqual(report.Results(runs).time("dExp", "libmvec_avx2", "L1"), 2.0)
+
+    def test_check_fails_on_missed_targets(self):
+        with tempfile.TemporaryDirectory() as tmp:
+            saved = Path(tmp) / "run.json"
+            saved.write_text(json.dumps({"runs": make_runs(), "method": METHOD}))
+            met_only = Path(tmp) / "met.toml"
+            met_only.write_text('[[comparison]]\nfunction = "dExp"\noxl = "oxl_HA"\n'
+                                'peers = ["bound"]\nlimit = 1.1\nsizes = ["MEM"]\n')
+            full = Path(tmp) / "full.toml"
+            full.write_text(CONFIG_TEXT)
+            out = Path(tmp) / "perf.md"
+            common = ["--from-json", str(saved), "--out", str(out), "--check", "--config"]
+            self.assertEqual(report.main(common + [str(met_only)]), 0)
+            self.assertEqual(report.main(common + [str(full)]), 1)
+            self.assertIn("Targets: 2 met, 4 missed, 1 pending", out.read_text())
+
+
+if __name__ == "__main__":
+    unittest.main()
