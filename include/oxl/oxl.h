@@ -5,6 +5,8 @@
 #include "oxl/oxl_api.h"
 #include "oxl/platform.h"
 #include "oxl/threading.h"
+#include "oxl/vek.h"
+#include "oxl/vek_kernels.h"
 
 #define OXL_VERSION_MAJOR 0
 #define OXL_VERSION_MINOR 1

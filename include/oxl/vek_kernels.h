@@ -1,0 +1,66 @@
+/* Vector function kernels, callable by name. Each computes n elements (n <= 0 does nothing) under
+ * round to nearest, with the thread's mode deciding flush-to-zero, and reports bad elements
+ * through the thread's status, errno and error callback (oxl/vek.h). A result array may be the
+ * input array itself. */
+#ifndef OXL_VEK_KERNELS_H
+#define OXL_VEK_KERNELS_H
+
+#include "oxl/oxl_api.h"
+#include "oxl/vek.h"
+
+OXL_EXTERN_C_BEGIN
+
+/* Element-wise arithmetic: exact IEEE results, no statuses except that complex addition and
+ * subtraction at HA and LA report an overflow (3) for an element whose finite parts sum to an
+ * infinite part. */
+OXL_API void oxl_vek_kernel_sAdd_B3HAynn(int n, const float* a, const float* b, float* r);
+OXL_API void oxl_vek_kernel_sSub_B3HAynn(int n, const float* a, const float* b, float* r);
+OXL_API void oxl_vek_kernel_sMul_B3HAynn(int n, const float* a, const float* b, float* r);
+OXL_API void oxl_vek_kernel_sSqr_B3HAynn(int n, const float* a, float* r);
+OXL_API void oxl_vek_kernel_sSqr_B3LAynn(int n, const float* a, float* r);
+OXL_API void oxl_vek_kernel_sAbs_B3HAynn(int n, const float* a, float* r);
+OXL_API void oxl_vek_kernel_sAbs_B3LAynn(int n, const float* a, float* r);
+
+OXL_API void oxl_vek_kernel_dAdd_B3HAynn(int n, const double* a, const double* b, double* r);
+OXL_API void oxl_vek_kernel_dAdd_B3EPnnn(int n, const double* a, const double* b, double* r);
+OXL_API void oxl_vek_kernel_dSub_B3HAynn(int n, const double* a, const double* b, double* r);
+OXL_API void oxl_vek_kernel_dSub_B3LAynn(int n, const double* a, const double* b, double* r);
+OXL_API void oxl_vek_kernel_dMul_B3HAynn(int n, const double* a, const double* b, double* r);
+OXL_API void oxl_vek_kernel_dSqr_B3HAynn(int n, const double* a, double* r);
+OXL_API void oxl_vek_kernel_dAbs_B3HAynn(int n, const double* a, double* r);
+
+OXL_API void oxl_vek_kernel_cAdd_B3HAynn(int n, const oxl_complex8* a, const oxl_complex8* b,
+                                         oxl_complex8* r);
+OXL_API void oxl_vek_kernel_cAdd_B3EPnnn(int n, const oxl_complex8* a, const oxl_complex8* b,
+                                         oxl_complex8* r);
+OXL_API void oxl_vek_kernel_cSub_B3HAynn(int n, const oxl_complex8* a, const oxl_complex8* b,
+                                         oxl_complex8* r);
+OXL_API void oxl_vek_kernel_cSub_B3EPnnn(int n, const oxl_complex8* a, const oxl_complex8* b,
+                                         oxl_complex8* r);
+OXL_API void oxl_vek_kernel_cConj_B3HAynn(int n, const oxl_complex8* a, oxl_complex8* r);
+
+OXL_API void oxl_vek_kernel_zAdd_B3LAynn(int n, const oxl_complex16* a, const oxl_complex16* b,
+                                         oxl_complex16* r);
+OXL_API void oxl_vek_kernel_zAdd_B3HAynn(int n, const oxl_complex16* a, const oxl_complex16* b,
+                                         oxl_complex16* r);
+OXL_API void oxl_vek_kernel_zAdd_B3EPnnn(int n, const oxl_complex16* a, const oxl_complex16* b,
+                                         oxl_complex16* r);
+OXL_API void oxl_vek_kernel_zSub_B3HAynn(int n, const oxl_complex16* a, const oxl_complex16* b,
+                                         oxl_complex16* r);
+OXL_API void oxl_vek_kernel_zSub_B3EPnnn(int n, const oxl_complex16* a, const oxl_complex16* b,
+                                         oxl_complex16* r);
+OXL_API void oxl_vek_kernel_zConj_B3HAynn(int n, const oxl_complex16* a, oxl_complex16* r);
+
+/* r = (scalea a + shifta) / (scaleb b + shiftb) through an approximate reciprocal refined by one
+ * step: about 24 bits for float, 34 for double. scaleb == 0 divides once by shiftb and does not
+ * read b; scalea == 0 does not read a. No statuses: zero denominators and overflow give what the
+ * arithmetic gives. The double kernel ignores the thread's flush-to-zero mode. */
+OXL_API void oxl_vek_kernel_sLinearFrac_U8HAynn(int n, const float* a, const float* b, float scalea,
+                                                float shifta, float scaleb, float shiftb, float* r);
+OXL_API void oxl_vek_kernel_dLinearFrac_H8HAynn(int n, const double* a, const double* b,
+                                                double scalea, double shifta, double scaleb,
+                                                double shiftb, double* r);
+
+OXL_EXTERN_C_END
+
+#endif /* OXL_VEK_KERNELS_H */

@@ -1,0 +1,257 @@
+// The kernel template: everything a vector kernel does except its math.
+//
+// A kernel is a body (the arithmetic of one vector's worth of elements, and for kernels with a
+// rare path the mask of lanes that need the scalar routine) plus that scalar routine. The template
+// runs the body over blocks of Body::kBlock elements, sends the marked lanes of a block to the rare
+// routine in ascending order, reports non-zero statuses through the error function of the element
+// type and reads the element back, so that a callback's replacement stands in the result. The
+// last n mod kBlock elements run through the very same block code on a copy padded with zeros,
+// so the tail is bitwise the block and no memory past the arrays is touched.
+//
+// A body is a struct with
+//   using In, Out;                       element types (float, double, oxl_complex8/16)
+//   static constexpr size_t kInputs;     1 or 2 input arrays
+//   static constexpr size_t kOutputs;    1 or 2 result arrays
+//   static constexpr size_t kBlock;      elements per block (a multiple of every target's lanes)
+//   static constexpr Layout kLayout;     for complex elements: split or interleaved registers
+//   static constexpr bool kRare;         whether the body marks lanes for the rare routine
+//   template <class D> void operator()(D, const Vec<D>* in, Vec<D>* out[, Mask<D>* rare]) const;
+//   static int32_t Rare(...);            with kRare: (in, out), (in1, in2, out) or (in, out1, out2)
+//   const char* name;                    with kRare: the function's name for reports ("vsExp")
+// `in` holds kInputs groups of parts (one vector per part), `out` kOutputs groups. A body with
+// kRare sets one mask per part group of its first input when interleaved, else one mask.
+//
+// Re-included once per SIMD target by files that use hwy/foreach_target.h.
+
+#if defined(OXL_VEK_FRAME_KERNEL_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef OXL_VEK_FRAME_KERNEL_INL_H_
+#undef OXL_VEK_FRAME_KERNEL_INL_H_
+#else
+#define OXL_VEK_FRAME_KERNEL_INL_H_
+#endif
+
+#include <cstdint>
+#include <cstring>
+
+#include <hwy/highway.h>
+
+#include "vek/frame/elements.h"
+#include "vek/frame/frame.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace oxl::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+template <class Body>
+class Kernel {
+ public:
+  using In = typename Body::In;
+  using Out = typename Body::Out;
+  using T = vek::ScalarOf<In>;
+  using D = hn::ScalableTag<T>;
+  using V = hn::Vec<D>;
+  using M = hn::Mask<D>;
+
+  // Runs the body over n elements. `a` holds the kInputs input arrays, `r` the kOutputs result
+  // arrays, as the caller passed them.
+  static void Run(const Body& body, int64_t n, const In* const* a, Out* const* r) {
+    int64_t i = 0;
+    for (; i + static_cast<int64_t>(kBlock) <= n; i += kBlock) {
+      const In* in[Body::kInputs];
+      Out* out[Body::kOutputs];
+      for (size_t k = 0; k < Body::kInputs; ++k) in[k] = a[k] + i;
+      for (size_t k = 0; k < Body::kOutputs; ++k) out[k] = r[k] + i;
+      Block(body, a, r, i, in, out, kBlock, /*tail=*/false);
+    }
+    if (i < n) {
+      const size_t count = static_cast<size_t>(n - i);
+      HWY_ALIGN In in_copy[Body::kInputs][kBlock];
+      HWY_ALIGN Out out_copy[Body::kOutputs][kBlock];
+      const In* in[Body::kInputs];
+      Out* out[Body::kOutputs];
+      for (size_t k = 0; k < Body::kInputs; ++k) {
+        std::memset(in_copy[k], 0, sizeof in_copy[k]);
+        std::memcpy(in_copy[k], a[k] + i, count * sizeof(In));
+        in[k] = in_copy[k];
+      }
+      for (size_t k = 0; k < Body::kOutputs; ++k) out[k] = out_copy[k];
+      Block(body, a, r, i, in, out, count, /*tail=*/true);
+      for (size_t k = 0; k < Body::kOutputs; ++k) std::memcpy(r[k] + i, out_copy[k], count * sizeof(Out));
+    }
+  }
+
+ private:
+  static constexpr size_t kBlock = Body::kBlock;
+  static constexpr size_t kLanes = hn::MaxLanes(D());
+  static constexpr size_t kSteps = kBlock / kLanes;
+  static constexpr size_t kInParts = vek::Element<In>::kParts;
+  static constexpr size_t kOutParts = vek::Element<Out>::kParts;
+  static constexpr bool kSplit = Body::kLayout == vek::Layout::kSplit;
+  // Rare masks per step: interleaved complex lanes come in two vectors of parts.
+  static constexpr size_t kMasks = (kInParts == 2 && !kSplit) ? 2 : 1;
+  static_assert(kBlock % kLanes == 0, "a block must be whole vectors on every target");
+  static_assert(kBlock <= 64, "rare-lane bookkeeping holds one block in 64 bits");
+
+  template <class E>
+  static HWY_INLINE void Load(const E* p, size_t e, V* v) {
+    const D d;
+    if constexpr (vek::Element<E>::kParts == 1) {
+      v[0] = hn::LoadU(d, p + e);
+    } else {
+      const T* s = reinterpret_cast<const T*>(p + e);
+      if constexpr (kSplit) {
+        hn::LoadInterleaved2(d, s, v[0], v[1]);
+      } else {
+        v[0] = hn::LoadU(d, s);
+        v[1] = hn::LoadU(d, s + kLanes);
+      }
+    }
+  }
+
+  template <class E>
+  static HWY_INLINE void Store(const V* v, E* p, size_t e) {
+    const D d;
+    if constexpr (vek::Element<E>::kParts == 1) {
+      hn::StoreU(v[0], d, p + e);
+    } else {
+      T* s = reinterpret_cast<T*>(p + e);
+      if constexpr (kSplit) {
+        hn::StoreInterleaved2(v[0], v[1], d, s);
+      } else {
+        hn::StoreU(v[0], d, s);
+        hn::StoreU(v[1], d, s + kLanes);
+      }
+    }
+  }
+
+  // One block: `in`/`out` point at the block's elements (or at padded copies for the tail, where
+  // `valid` elements are real), `a`/`r` are the caller's arrays and `i` the block's index in them.
+  static HWY_INLINE void Block(const Body& body, const In* const* a, Out* const* r, int64_t i,
+                               const In* const* in, Out* const* out, size_t valid, bool tail) {
+    const D d;
+    V x[kSteps][Body::kInputs * kInParts];
+    V y[kSteps][Body::kOutputs * kOutParts];
+    for (size_t s = 0; s < kSteps; ++s) {
+      for (size_t k = 0; k < Body::kInputs; ++k) Load(in[k], s * kLanes, &x[s][k * kInParts]);
+    }
+    if constexpr (!Body::kRare) {
+      for (size_t s = 0; s < kSteps; ++s) body(d, x[s], y[s]);
+    } else {
+      M rare[kSteps][kMasks];
+      M any = hn::MaskFromVec(hn::Zero(d));
+      for (size_t s = 0; s < kSteps; ++s) {
+        body(d, x[s], y[s], rare[s]);
+        for (size_t m = 0; m < kMasks; ++m) any = hn::Or(any, rare[s][m]);
+      }
+      if (!hn::AllFalse(d, any)) [[unlikely]] {
+        RarePath(body.name, a, r, i, x, y, rare, valid, tail);
+      }
+    }
+    for (size_t s = 0; s < kSteps; ++s) {
+      for (size_t k = 0; k < Body::kOutputs; ++k) Store(&y[s][k * kOutParts], out[k], s * kLanes);
+    }
+  }
+
+  // Marked lanes, ascending: the rare routine recomputes the element from the block's inputs; a
+  // non-zero status goes out through the error function with the element stored, and whatever
+  // the element holds afterwards (a callback may have replaced it) becomes the lane's result.
+  static HWY_NOINLINE void RarePath(const char* name, const In* const* a, Out* const* r, int64_t i,
+                                    V (&x)[kSteps][Body::kInputs * kInParts],
+                                    V (&y)[kSteps][Body::kOutputs * kOutParts],
+                                    M (&rare)[kSteps][kMasks], size_t valid, bool tail) {
+    const D d;
+    HWY_ALIGN In in_buf[Body::kInputs][kBlock];
+    HWY_ALIGN Out out_buf[Body::kOutputs][kBlock];
+    uint64_t marked = 0;
+    for (size_t s = 0; s < kSteps; ++s) {
+      for (size_t k = 0; k < Body::kInputs; ++k) Store(&x[s][k * kInParts], in_buf[k], s * kLanes);
+      for (size_t k = 0; k < Body::kOutputs; ++k) Store(&y[s][k * kOutParts], out_buf[k], s * kLanes);
+      marked |= LaneBits(d, rare[s]) << (s * kLanes);
+    }
+    if (valid < 64) marked &= (uint64_t{1} << valid) - 1;
+
+    size_t stored = 0;  // tail elements already in the caller's arrays
+    for (; marked != 0; marked &= marked - 1) {
+      const size_t j = static_cast<size_t>(__builtin_ctzll(marked));
+      const int32_t status = CallRare(in_buf, out_buf, j);
+      if (status == 0) continue;
+      const int64_t at = i + static_cast<int64_t>(j);
+      if (tail) {
+        // Tail elements run one after the other: those before this one are final already.
+        for (; stored < j; ++stored) {
+          for (size_t k = 0; k < Body::kOutputs; ++k) r[k][i + stored] = out_buf[k][stored];
+        }
+      }
+      for (size_t k = 0; k < Body::kOutputs; ++k) r[k][at] = out_buf[k][j];
+      vek::Error(status, static_cast<int32_t>(at), a[0], a[Body::kInputs - 1], r[0],
+                 r[Body::kOutputs - 1], name);
+      for (size_t k = 0; k < Body::kOutputs; ++k) out_buf[k][j] = r[k][at];
+    }
+    for (size_t s = 0; s < kSteps; ++s) {
+      for (size_t k = 0; k < Body::kOutputs; ++k) Load(out_buf[k], s * kLanes, &y[s][k * kOutParts]);
+    }
+  }
+
+  // Element lanes of a step's rare masks, lane j at bit j.
+  static HWY_INLINE uint64_t LaneBits(D d, const M (&m)[kMasks]) {
+    uint8_t bytes[kMasks][(kLanes + 7) / 8 + 8] = {};
+    for (size_t k = 0; k < kMasks; ++k) hn::StoreMaskBits(d, m[k], bytes[k]);
+    uint64_t bits[kMasks] = {};
+    for (size_t k = 0; k < kMasks; ++k) std::memcpy(&bits[k], bytes[k], sizeof(uint64_t));
+    if constexpr (kMasks == 1) {
+      return kLanes == 64 ? bits[0] : bits[0] & ((uint64_t{1} << kLanes) - 1);
+    } else {
+      // Interleaved complex: scalar lane 2e and 2e + 1 belong to element e of the step.
+      uint64_t lanes = 0;
+      for (size_t e = 0; e < kLanes; ++e) {
+        const size_t lo = 2 * e, hi = 2 * e + 1;
+        const bool set = ((bits[lo / kLanes] >> (lo % kLanes)) & 1) |
+                         ((bits[hi / kLanes] >> (hi % kLanes)) & 1);
+        lanes |= static_cast<uint64_t>(set) << e;
+      }
+      return lanes;
+    }
+  }
+
+  static HWY_INLINE int32_t CallRare(In (&in)[Body::kInputs][kBlock],
+                                     Out (&out)[Body::kOutputs][kBlock], size_t j) {
+    if constexpr (Body::kInputs == 2) {
+      return Body::Rare(&in[0][j], &in[1][j], &out[0][j]);
+    } else if constexpr (Body::kOutputs == 2) {
+      return Body::Rare(&in[0][j], &out[0][j], &out[1][j]);
+    } else {
+      return Body::Rare(&in[0][j], &out[0][j]);
+    }
+  }
+};
+
+// Entry points for the common argument forms. `n` is the caller's signed count; n <= 0 does
+// nothing.
+template <class Body>
+HWY_INLINE void RunUnary(const Body& body, int64_t n, const typename Body::In* a,
+                         typename Body::Out* r) {
+  const typename Body::In* in[1] = {a};
+  typename Body::Out* out[1] = {r};
+  Kernel<Body>::Run(body, n, in, out);
+}
+
+template <class Body>
+HWY_INLINE void RunBinary(const Body& body, int64_t n, const typename Body::In* a,
+                          const typename Body::In* b, typename Body::Out* r) {
+  const typename Body::In* in[2] = {a, b};
+  typename Body::Out* out[1] = {r};
+  Kernel<Body>::Run(body, n, in, out);
+}
+
+template <class Body>
+HWY_INLINE void RunTwoResults(const Body& body, int64_t n, const typename Body::In* a,
+                              typename Body::Out* r1, typename Body::Out* r2) {
+  const typename Body::In* in[1] = {a};
+  typename Body::Out* out[2] = {r1, r2};
+  Kernel<Body>::Run(body, n, in, out);
+}
+
+}  // namespace oxl::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // OXL_VEK_FRAME_KERNEL_INL_H_

@@ -1,0 +1,147 @@
+// LinearFrac: the recipe's values (an oracle that follows it in scalar form), the accuracy it
+// yields, the three cases and which arrays they read, and the control each kernel runs under.
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "oxl/vek.h"
+#include "oxl/vek_kernels.h"
+#include "simd/reference.h"
+#include "support/targets.h"
+
+namespace {
+
+float RecipeRcp(float den) {
+  const float y0 = oxl::simd::ref::Rcp14(den);
+  return (y0 + y0) - (den * y0) * y0;
+}
+
+double RecipeRcp(double den) {
+  const uint64_t bits = std::bit_cast<uint64_t>(den);
+  const uint32_t high = static_cast<uint32_t>(bits >> 32);
+  const uint32_t m = (static_cast<uint32_t>(bits >> 29) & 0x7FFFFFu) | 0x3F800000u;
+  const uint32_t rcp = std::bit_cast<uint32_t>(oxl::simd::ref::Rcp14(std::bit_cast<float>(m)));
+  const uint32_t y_high = (rcp >> 3) + 0x77F00000u - (high & 0xFFF00000u);
+  const double y = std::bit_cast<double>(static_cast<uint64_t>(y_high) << 32);
+  const double e = 1.0 - den * y;
+  return y + y * (e + e * e);
+}
+
+template <class T>
+T Recipe(T a, T b, T sa, T ha, T sb, T hb) {
+  if (sb == T(0)) return (sa * a + ha) * (T(1) / hb);
+  if (sa == T(0)) return ha * RecipeRcp(sb * b + hb);
+  return (sa * a + ha) * RecipeRcp(sb * b + hb);
+}
+
+template <class T>
+using Kernel = void (*)(int, const T*, const T*, T, T, T, T, T*);
+
+template <class T>
+bool Same(T x, T y) {
+  return std::memcmp(&x, &y, sizeof x) == 0 || (std::isnan(x) && std::isnan(y));
+}
+
+template <class T>
+void CheckRecipe(Kernel<T> kernel) {
+  std::mt19937_64 rng(42);
+  std::uniform_real_distribution<double> u(-4, 4);
+  const T coefficients[][4] = {{2, 1, 3, -0.5}, {0, 7, -1.5, 2}, {1.25, -3, 0, 4}, {-1, 0, 1, 0}};
+  for (int n : {1, 15, 16, 17, 40, 1000}) {
+    std::vector<T> a(n), b(n);
+    for (int i = 0; i < n; ++i) {
+      a[i] = static_cast<T>(std::ldexp(u(rng), static_cast<int>(rng() % 40) - 20));
+      b[i] = static_cast<T>(std::ldexp(u(rng), static_cast<int>(rng() % 40) - 20));
+    }
+    if (n > 3) b[2] = 0;  // a zero denominator where shiftb is 0
+    for (const auto& c : coefficients) {
+      oxl::test::ForEachTarget([&](const std::string&) {
+        std::vector<T> r(n);
+        kernel(n, a.data(), b.data(), c[0], c[1], c[2], c[3], r.data());
+        for (int i = 0; i < n; ++i) {
+          ASSERT_TRUE(Same(r[i], Recipe(a[i], b[i], c[0], c[1], c[2], c[3])))
+              << "n " << n << " i " << i << " a " << a[i] << " b " << b[i];
+        }
+      });
+    }
+  }
+}
+
+TEST(LinearFrac, KernelsFollowTheRecipeOnEveryTarget) {
+  CheckRecipe<float>(oxl_vek_kernel_sLinearFrac_U8HAynn);
+  CheckRecipe<double>(oxl_vek_kernel_dLinearFrac_H8HAynn);
+}
+
+// The refined reciprocal is good to about 24 bits in float and 34 in double.
+TEST(LinearFrac, AccuracyOfTheRefinedReciprocal) {
+  std::mt19937_64 rng(7);
+  long double worst_s = 0, worst_d = 0;
+  for (int i = 0; i < 200000; ++i) {
+    const double den =
+        std::ldexp(1.0 + (rng() >> 11) * 0x1p-53, static_cast<int>(rng() % 200) - 100);
+    const float dens = static_cast<float>(den);
+    worst_s = std::max(worst_s, std::fabs(RecipeRcp(dens) * static_cast<long double>(dens) - 1));
+    worst_d = std::max(worst_d, std::fabs(RecipeRcp(den) * static_cast<long double>(den) - 1));
+  }
+  EXPECT_LT(worst_s, 0x1p-23);
+  EXPECT_LT(worst_d, 0x1p-33);
+}
+
+TEST(LinearFrac, CasesReadOnlyWhatTheyNeed) {
+  const float a[3] = {1, 2, 3}, b[3] = {2, 4, 8};
+  float r[3];
+  oxl_vek_kernel_sLinearFrac_U8HAynn(3, a, nullptr, 2, 1, 0, 4, r);  // b unread
+  EXPECT_EQ(r[2], 7.0f / 4);
+  oxl_vek_kernel_sLinearFrac_U8HAynn(3, nullptr, b, 0, 3, 1, 0, r);  // a unread
+  EXPECT_NEAR(r[2], 3.0f / 8, 1e-7);
+  double rd[3];
+  const double ad[3] = {1, 2, 3};
+  oxl_vek_kernel_dLinearFrac_H8HAynn(3, ad, nullptr, 1, 0, 0, 2, rd);
+  EXPECT_EQ(rd[1], 1.0);
+}
+
+TEST(LinearFrac, ZeroDenominatorsFollowTheArithmetic) {
+  const float inf = std::numeric_limits<float>::infinity();
+  const float a[2] = {1, -1}, b[2] = {0, 0};
+  float r[2];
+  oxl_vek_kernel_ClearErrStatus();
+  // scaleb and shiftb both 0: q = 1/0 = inf, and each element is its numerator times inf.
+  oxl_vek_kernel_sLinearFrac_U8HAynn(2, a, b, 1, 0, 0, 0, r);
+  EXPECT_EQ(r[0], inf);
+  EXPECT_EQ(r[1], -inf);
+  // The double recipe builds a huge but finite seed for a zero denominator, with no division.
+  const double den = 0.0;
+  const uint32_t seed_high =
+      (std::bit_cast<uint32_t>(oxl::simd::ref::Rcp14(1.0f)) >> 3) + 0x77F00000u;
+  EXPECT_TRUE(std::isfinite(std::bit_cast<double>(static_cast<uint64_t>(seed_high) << 32)));
+  const double ad[1] = {2.0}, bd[1] = {den};
+  double rd[1];
+  oxl_vek_kernel_dLinearFrac_H8HAynn(1, ad, bd, 1, 0, 1, 0, rd);
+  EXPECT_TRUE(Same(rd[0], 2.0 * RecipeRcp(den)));
+  EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), 0);
+}
+
+TEST(LinearFrac, FloatHonoursTheModeAndDoubleIgnoresIt) {
+  const uint64_t saved = oxl_vek_kernel_GetMode();
+  oxl_vek_kernel_SetMode(0x280000);
+  const float as[1] = {0x1p-130f}, bs[1] = {1};
+  float rs[1];
+  oxl_vek_kernel_sLinearFrac_U8HAynn(1, as, bs, 1, 0, 0, 1, rs);
+  EXPECT_EQ(rs[0], 0.0f) << "a denormal reads as zero under the flushing mode";
+  const double ad[1] = {0x1p-1060}, bd[1] = {1};
+  double rd[1];
+  oxl_vek_kernel_dLinearFrac_H8HAynn(1, ad, bd, 1, 0, 0, 1, rd);
+  EXPECT_EQ(rd[0], 0x1p-1060);
+  oxl_vek_kernel_SetMode(0x140000);
+  oxl_vek_kernel_sLinearFrac_U8HAynn(1, as, bs, 1, 0, 0, 1, rs);
+  EXPECT_EQ(rs[0], 0x1p-130f);
+  oxl_vek_kernel_SetMode(static_cast<uint32_t>(saved));
+}
+
+}  // namespace

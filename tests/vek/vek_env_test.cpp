@@ -1,0 +1,153 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdint>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "oxl/vek.h"
+#include "vek/frame_test_util.h"
+
+namespace {
+
+using oxl::test::OnFreshThread;
+using oxl::test::ScopedModeVariable;
+
+std::string Repeat(const std::string& token, int times) {
+  std::string s;
+  for (int i = 0; i < times; ++i) s += token;
+  return s;
+}
+
+struct ParseCase {
+  std::string value;
+  int64_t expected;
+};
+
+TEST(ModeVariable, ParsesKeywordListsAndRefusesAnyFault) {
+  // Values up to 255 bytes come through whole; a longer one is cut there, and a cut keyword fails.
+  const std::string fits = Repeat("VEK_LA,", 33) + "VEK_ERRMODE_ERRNO,VEK_HA";
+  const std::string cut = Repeat("VEK_LA,", 34) + "VEK_ERRMODE_STDERR";
+  ASSERT_EQ(fits.size(), 255u);
+  ASSERT_EQ(cut.size(), 256u);
+  const std::vector<ParseCase> cases = {
+      {"VEK_LA", 0x1},
+      {"VEK_HA", 0x2},
+      {"VEK_EP", 0x3},
+      {"VEK_DEFAULT_PRECISION", 0x0},
+      {"VEK_FLOAT_CONSISTENT", 0x10},
+      {"VEK_DOUBLE_CONSISTEN", 0x20},
+      {"VEK_RESTORE", 0x30},
+      {"VEK_ERRMODE_IGNORE", 0x100},
+      {"VEK_ERRMODE_ERRNO", 0x200},
+      {"VEK_ERRMODE_STDERR", 0x400},
+      {"VEK_ERRMODE_EXCEPT", 0x800},
+      {"VEK_ERRMODE_CALLBACK", 0x1000},
+      {"VEK_ERRMODE_DEFAULT", 0x1A00},
+      {"VEK_EP,VEK_ERRMODE_STDERR", 0x403},
+      {"VEK_LA,VEK_HA", 0x3},  // OR-ed without a conflict check
+      {"VEK_ERRMODE_DEFAULT,VEK_FLOAT_CONSISTENT,VEK_RESTORE", 0x1A30},
+      {fits, 0x203},
+      {"VEK_EP,", -1},  // the empty last token lacks the prefix
+      {"VEK_DOUBLE_CONSISTENT", -1},
+      {"VEK_HAX", -1},  // "HA" matched first; no later row is tried
+      {"VEK_HA,VEK_BAD", -1},
+      {"VEK_HA,,VEK_LA", -1},
+      {",VEK_HA", -1},
+      {"VEK_ha", -1},
+      {"vek_HA", -1},
+      {"VEK_HA ", -1},
+      {" VEK_HA", -1},
+      {"VEK_", -1},
+      {"VEK", -1},
+      {"HA", -1},
+      {"", -1},
+      {cut, -1},
+  };
+  for (const ParseCase& c : cases) {
+    ScopedModeVariable set(c.value.c_str());
+    EXPECT_EQ(oxl_vek_kernel_ReadEnvVarMode(), c.expected) << c.value;
+  }
+  ScopedModeVariable unset(nullptr);
+  EXPECT_EQ(oxl_vek_kernel_ReadEnvVarMode(), -1);
+}
+
+TEST(ModeVariable, GivesAFreshThreadItsFirstMode) {
+  struct Case {
+    const char* value;
+    uint64_t mode;
+    int32_t slot;
+  };
+  for (const Case& c : {Case{"VEK_EP,VEK_ERRMODE_STDERR", 0x403, 2}, Case{"VEK_EP,", 0x1A02, 1},
+                        Case{nullptr, 0x1A02, 1}}) {
+    ScopedModeVariable set(c.value);
+    OnFreshThread([&] {
+      EXPECT_EQ(oxl_vek_kernel_GetMode(), c.mode) << (c.value ? c.value : "unset");
+      EXPECT_EQ(oxl_vek_kernel_GetTTableIndex(), c.slot);
+    });
+  }
+}
+
+TEST(ModeVariable, ZeroValueIsReadAgainUntilAModeIsStored) {
+  ScopedModeVariable set("VEK_DEFAULT_PRECISION");
+  OnFreshThread([] {
+    EXPECT_EQ(oxl_vek_kernel_GetMode(), 0u);
+    EXPECT_EQ(oxl_vek_kernel_GetTTableIndex(), -1);
+    ScopedModeVariable::Put("VEK_LA");
+    EXPECT_EQ(oxl_vek_kernel_GetMode(), 1u);
+  });
+  OnFreshThread([] {
+    ScopedModeVariable::Put("VEK_DEFAULT_PRECISION");
+    EXPECT_EQ(oxl_vek_kernel_SetMode(0x200), 0u);
+    ScopedModeVariable::Put("VEK_LA");
+    EXPECT_EQ(oxl_vek_kernel_GetMode(), 0x200u);
+  });
+}
+
+TEST(ModeVariable, NameIsNotPlainTextInTheLibrary) {
+  std::ifstream file(OXL_SHARED_LIBRARY, std::ios::binary);
+  ASSERT_TRUE(file) << OXL_SHARED_LIBRARY;
+  const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(bytes.find(oxl::test::kModeVariable), std::string::npos);
+}
+
+// Each thread works on its own block while the others change theirs; any sharing would show as a
+// foreign value (and as a race under the thread sanitizer).
+TEST(ThreadBlocks, AreSeparate) {
+  ScopedModeVariable set("VEK_LA,VEK_ERRMODE_IGNORE");
+  oxl_vek_kernel_SetMode(0x280003);
+  oxl_vek_kernel_SetErrStatus(3);
+  const uint64_t main_mode = oxl_vek_kernel_GetMode();
+
+  constexpr int kThreads = 4;
+  std::atomic<int> ready{0};
+  std::vector<std::thread> threads;
+  std::vector<int> faults(kThreads, 0);
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      ++ready;
+      while (ready.load() < kThreads) std::this_thread::yield();
+      // Concurrent first calls each read the environment into their own block.
+      if (oxl_vek_kernel_GetMode() != 0x101 || oxl_vek_kernel_GetErrStatus() != 0) ++faults[t];
+      const float a[1] = {0};
+      float r[1] = {0};
+      for (int i = 0; i < 2000; ++i) {
+        const int32_t status = 1 + (t + i) % 4;
+        oxl_vek_kernel_SetMode(1 + (t % 3));
+        oxl_vek_kernel_sError(status, 0, a, a, r, r, "vsLn");  // ignore mode: status only
+        if (oxl_vek_kernel_GetErrStatus() != status) ++faults[t];
+        if (oxl_vek_kernel_GetTTableIndex() != t % 3) ++faults[t];
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(faults, std::vector<int>(kThreads, 0));
+  EXPECT_EQ(oxl_vek_kernel_GetMode(), main_mode);
+  EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), 3);
+  oxl_vek_kernel_ClearErrStatus();
+}
+
+}  // namespace

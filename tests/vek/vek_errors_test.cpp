@@ -1,0 +1,406 @@
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cerrno>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "oxl/vek.h"
+#include "vek/frame/frame.h"
+#include "vek/print_recorder.h"
+
+namespace {
+
+using oxl::test::PrintedLines;
+using oxl::test::PrintedNumbers;
+
+constexpr int kErrnoUntouched = 12345;
+
+// What the scripted callback does, and what it saw.
+struct Script {
+  int calls = 0;
+  oxl_vek_error_record seen{};
+  bool write_results = false;
+  double res1 = 0, res2 = 0, res1_im = 0, res2_im = 0;
+  uint32_t set_mode = 0;
+  int32_t returns = 0;
+};
+Script script;
+
+int32_t Scripted(oxl_vek_error_record* record) {
+  ++script.calls;
+  script.seen = *record;
+  if (script.write_results) {
+    record->res1 = script.res1;
+    record->res2 = script.res2;
+    record->res1_im = script.res1_im;
+    record->res2_im = script.res2_im;
+  }
+  if (script.set_mode != 0) oxl_vek_kernel_SetMode(script.set_mode);
+  return script.returns;
+}
+
+class ErrorPath : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    saved_mode_ = oxl_vek_kernel_SetMode(0);
+    Reset();
+  }
+  void TearDown() override {
+    Reset();
+    oxl_vek_kernel_SetMode(saved_mode_);
+  }
+  static void Reset() {
+    oxl_vek_kernel_ClearErrorCallBack();
+    oxl_vek_kernel_SetInterfInputVectorPointer(nullptr);
+    oxl_vek_kernel_ClearErrStatus();
+    PrintedLines().clear();
+    errno = kErrnoUntouched;
+    script = Script{};
+  }
+  // Installs the callback (if any) first, since installing it sets the CALLBACK bit.
+  static void Arrange(uint32_t error_field, oxl_vek_error_callback callback) {
+    Reset();
+    if (callback != nullptr) oxl_vek_kernel_SetErrorCallBack(callback);
+    oxl_vek_kernel_SetMode(error_field);
+    ASSERT_EQ(oxl_vek_kernel_GetMode() & 0xFF00, error_field);
+  }
+
+ private:
+  uint32_t saved_mode_ = 0;
+};
+
+TEST_F(ErrorPath, EveryCombinationOfErrnoStderrAndCallback) {
+  for (uint32_t bits = 0; bits < 8; ++bits) {
+    const uint32_t field =
+        (bits & 1 ? 0x200 : 0) | (bits & 2 ? 0x400 : 0) | (bits & 4 ? 0x1000 : 0);
+    for (bool installed : {false, true}) {
+      SCOPED_TRACE(::testing::Message()
+                   << "field " << std::hex << field << " callback " << installed);
+      // An error field cannot be set to 0; EXCEPT alone stands in for "none of the three".
+      Arrange(field != 0 ? field : 0x800, installed ? Scripted : nullptr);
+      script.write_results = true;
+      script.res1 = script.res2 = 42;
+      const double a[2] = {1, 2};
+      double r[2] = {5, 7};
+      oxl_vek_kernel_dError(vek_status_overflow, 1, a, a, r, r, "vdExp");
+
+      const bool called = installed && (field & 0x1000) != 0;
+      EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), vek_status_overflow);
+      EXPECT_EQ(script.calls, called ? 1 : 0);
+      EXPECT_EQ(r[1], called ? 42 : 7);
+      EXPECT_EQ(r[0], 5);
+      EXPECT_EQ(errno, field & 0x200 ? ERANGE : kErrnoUntouched);
+      if (field & 0x400) {
+        EXPECT_EQ(PrintedNumbers(), (std::vector<int>{739, 742, 743}));
+        EXPECT_EQ(PrintedLines()[0].name, "vdExp");
+        EXPECT_EQ(PrintedLines()[1].value, 2);
+        EXPECT_EQ(PrintedLines()[2].value, called ? 42 : 7);
+      } else {
+        EXPECT_TRUE(PrintedLines().empty());
+      }
+    }
+  }
+}
+
+TEST_F(ErrorPath, IgnoreOnlyWhenItIsTheWholeField) {
+  struct Case {
+    uint32_t field;
+    bool called;
+    bool errno_set;
+  };
+  for (const Case& c :
+       {Case{0x100, false, false}, Case{0x1100, true, false}, Case{0x300, false, true}}) {
+    SCOPED_TRACE(::testing::Message() << std::hex << c.field);
+    Arrange(c.field, Scripted);
+    script.write_results = true;
+    script.res1 = 42;
+    const float a[1] = {1};
+    float r[1] = {5};
+    oxl_vek_kernel_sError(vek_status_domain, 0, a, a, r, r, "vsLn");
+    EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), vek_status_domain);
+    EXPECT_EQ(script.calls, c.called ? 1 : 0);
+    EXPECT_EQ(r[0], c.called ? 42 : 5);
+    EXPECT_EQ(errno, c.errno_set ? EDOM : kErrnoUntouched);
+    EXPECT_TRUE(PrintedLines().empty());
+  }
+}
+
+TEST_F(ErrorPath, NonZeroCallbackResultStopsEverything) {
+  for (int32_t returns : {0, 1, -1}) {
+    Arrange(0x1600, Scripted);
+    script.write_results = true;
+    script.res1 = 42;
+    script.returns = returns;
+    const double a[1] = {1};
+    double r[1] = {5};
+    oxl_vek_kernel_dError(vek_status_singularity, 0, a, a, r, r, "vdLn");
+    EXPECT_EQ(script.calls, 1);
+    EXPECT_EQ(r[0], returns == 0 ? 42 : 5) << returns;
+    EXPECT_EQ(errno, returns == 0 ? ERANGE : kErrnoUntouched) << returns;
+    EXPECT_EQ(PrintedLines().size(), returns == 0 ? 3u : 0u) << returns;
+  }
+}
+
+TEST_F(ErrorPath, StepsAfterTheCallbackFollowTheModeItLeaves) {
+  const double a[1] = {1};
+  double r[1] = {5};
+  Arrange(0x1200, Scripted);
+  script.set_mode = 0x400;
+  oxl_vek_kernel_dError(vek_status_underflow, 0, a, a, r, r, "vdExp");
+  EXPECT_EQ(errno, kErrnoUntouched);
+  EXPECT_EQ(PrintedNumbers(), (std::vector<int>{740, 742, 743}));
+
+  Arrange(0x1600, Scripted);
+  script.set_mode = 0x100;
+  script.write_results = true;
+  script.res1 = 9;
+  oxl_vek_kernel_dError(vek_status_underflow, 0, a, a, r, r, "vdExp");
+  EXPECT_EQ(errno, kErrnoUntouched);
+  EXPECT_TRUE(PrintedLines().empty());
+  EXPECT_EQ(r[0], 9);
+}
+
+TEST_F(ErrorPath, ErrnoAndMessageOfEachStatus) {
+  struct Case {
+    int32_t status;
+    int expected_errno;
+    std::vector<int> messages;
+  };
+  const std::vector<Case> cases = {
+      {-2, EACCES, {736}},          {-1, EINVAL, {735}},          {0, 0, {}},
+      {1, EDOM, {737, 742, 743}},   {2, ERANGE, {738, 742, 743}}, {3, ERANGE, {739, 742, 743}},
+      {4, ERANGE, {740, 742, 743}}, {7, EFAULT, {741, 742, 743}}, {-3, EFAULT, {741, 742, 743}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.status);
+    Arrange(0x600, nullptr);
+    const bool elements = c.status != -1 && c.status != -2;
+    const double a[6] = {0, 0, 0, 0, 3, 0};
+    double r[6] = {0, 0, 0, 0, 8, 0};
+    // The interface statuses must not touch the arrays, which are null here.
+    oxl_vek_kernel_dError(c.status, 4, elements ? a : nullptr, elements ? a : nullptr,
+                          elements ? r : nullptr, elements ? r : nullptr, "vdSqrt");
+    EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), c.status);
+    EXPECT_EQ(errno, c.expected_errno);
+    ASSERT_EQ(PrintedNumbers(), c.messages);
+    for (const auto& line : PrintedLines()) {
+      EXPECT_EQ(line.dest, 1);
+      if (line.number <= 741) {
+        EXPECT_EQ(line.name, "vdSqrt");
+      }
+      if (line.number == 735 || line.number >= 742) {
+        EXPECT_EQ(line.index, 4);
+      }
+    }
+    if (elements) {
+      EXPECT_EQ(r[4], 8);
+    }
+  }
+}
+
+TEST_F(ErrorPath, ValueLinesTakeTheirFormFromTheValues) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  struct Case {
+    double arg1, arg2, res1, res2;
+    std::vector<int> messages;
+    std::vector<double> values;
+  };
+  const std::vector<Case> cases = {
+      {1, 1, 5, 5, {742, 743}, {1, 5}},
+      {1, 0, 5, 0, {742, 743}, {1, 5}},  // zero counts as absent
+      {1, 2, 5, 5, {747, 748, 749}, {1, 2, 5}},
+      {1, 1, 5, 6, {744, 745, 746}, {1, 5, 6}},
+      {1, 2, 5, 6, {750, 751, 752, 753}, {1, 2, 5, 6}},
+      {nan, nan, 5, 5, {747, 748, 749}, {nan, nan, 5}},  // NaN is unequal to itself
+  };
+  for (const Case& c : cases) {
+    Arrange(0x400, nullptr);
+    const double a1[1] = {c.arg1}, a2[1] = {c.arg2};
+    double r1[1] = {c.res1}, r2[1] = {c.res2};
+    oxl_vek_kernel_dError(vek_status_domain, 0, a1, a2, r1, r2, "vdPow");
+    ASSERT_EQ(PrintedNumbers().size(), c.messages.size() + 1);
+    for (size_t k = 0; k < c.messages.size(); ++k) {
+      const auto& line = PrintedLines()[k + 1];
+      EXPECT_EQ(line.number, c.messages[k]);
+      EXPECT_EQ(line.count, 2);
+      EXPECT_EQ(line.index, 0);
+      EXPECT_TRUE(line.value == c.values[k] || (std::isnan(line.value) && std::isnan(c.values[k])));
+    }
+  }
+}
+
+TEST_F(ErrorPath, FunctionNameIsCutAtSixtyFourBytes) {
+  for (int length : {0, 5, 63, 64, 70}) {
+    SCOPED_TRACE(length);
+    Arrange(0x1400, Scripted);
+    std::string name(length, 'x');
+    for (int i = 0; i < length; ++i) name[i] = static_cast<char>('A' + i % 26);
+    const double a[1] = {1};
+    double r[1] = {2};
+    oxl_vek_kernel_dError(vek_status_domain, 0, a, a, r, r, name.c_str());
+    const int kept = length < 64 ? length : 64;
+    EXPECT_EQ(script.seen.func_name_len, kept);
+    EXPECT_EQ(std::string(script.seen.func_name, kept), name.substr(0, kept));
+    if (kept < 64) {
+      EXPECT_EQ(script.seen.func_name[kept], '\0');
+    }
+    EXPECT_EQ(PrintedLines()[0].name, name.substr(0, kept));
+  }
+}
+
+TEST_F(ErrorPath, FirstResultWinsWhenBothResultsAreOneArray) {
+  Arrange(0x1000, Scripted);
+  script.write_results = true;
+  script.res1 = 1;
+  script.res2 = 2;
+  const double a[1] = {0};
+  double r[1] = {9}, r2[1] = {9};
+  oxl_vek_kernel_dError(vek_status_domain, 0, a, a, r, r, "vdSinCos");
+  EXPECT_EQ(r[0], 1);
+  r[0] = 9;
+  oxl_vek_kernel_dError(vek_status_domain, 0, a, a, r, r2, "vdSinCos");
+  EXPECT_EQ(r[0], 1);
+  EXPECT_EQ(r2[0], 2);
+}
+
+TEST_F(ErrorPath, InterfaceStatusesReachTheCallbackWithoutElements) {
+  for (int32_t status : {-1, -2}) {
+    Arrange(0x1000, Scripted);
+    script.write_results = true;
+    oxl_vek_kernel_cError(status, 17, nullptr, nullptr, nullptr, nullptr, "vcExp");
+    EXPECT_EQ(script.calls, 1);
+    EXPECT_EQ(script.seen.code, status);
+    EXPECT_EQ(script.seen.index, 17);
+    EXPECT_EQ(script.seen.func_name_len, 5);
+  }
+}
+
+TEST_F(ErrorPath, LogarithmCallbacksReplacePoleResults) {
+  const float fa[1] = {0};
+  float fr1[1] = {-INFINITY}, fr2[1] = {-INFINITY};
+  struct Case {
+    oxl_vek_error_callback callback;
+    int32_t status;
+    bool replaced;
+  };
+  for (const Case& c : {Case{_vsLnCallBack, 2, true}, Case{_vsLnCallBack, 1, false},
+                        Case{_vsLnCallBackAnyStatus, 1, true}}) {
+    Arrange(0x1000, c.callback);
+    fr1[0] = fr2[0] = -INFINITY;
+    oxl_vek_kernel_sError(c.status, 0, fa, fa, fr1, fr2, "vsLn");
+    const uint32_t want = c.replaced ? 0xC2CE8ED0u : std::bit_cast<uint32_t>(-INFINITY);
+    EXPECT_EQ(std::bit_cast<uint32_t>(fr1[0]), want);
+    EXPECT_EQ(std::bit_cast<uint32_t>(fr2[0]), want);
+  }
+  const double da[1] = {0};
+  double dr[1] = {-INFINITY};
+  Arrange(0x1000, _vdLnCallBack);
+  oxl_vek_kernel_dError(vek_status_singularity, 0, da, da, dr, dr, "vdLn");
+  EXPECT_EQ(std::bit_cast<uint64_t>(dr[0]), 0xC0874385446D71C3u);
+  dr[0] = -INFINITY;
+  oxl_vek_kernel_dError(vek_status_overflow, 0, da, da, dr, dr, "vdLn");
+  EXPECT_EQ(dr[0], -INFINITY);
+}
+
+// The four element types: how to build an element and read its parts.
+template <class T>
+struct Kind {
+  using Part = T;
+  static T Make(double re, double) { return static_cast<T>(re); }
+  static double Re(T x) { return x; }
+  static constexpr bool kComplex = false;
+};
+template <class C, class P>
+struct ComplexKind {
+  using Part = P;
+  static C Make(double re, double im) { return {static_cast<P>(re), static_cast<P>(im)}; }
+  static double Re(C x) { return x.re; }
+  static constexpr bool kComplex = true;
+};
+template <>
+struct Kind<oxl_complex8> : ComplexKind<oxl_complex8, float> {};
+template <>
+struct Kind<oxl_complex16> : ComplexKind<oxl_complex16, double> {};
+
+template <class T>
+class ErrorPathTyped : public ErrorPath {};
+using ElementTypes = ::testing::Types<float, double, oxl_complex8, oxl_complex16>;
+TYPED_TEST_SUITE(ErrorPathTyped, ElementTypes);
+
+TYPED_TEST(ErrorPathTyped, RecordWidensAndStoreRounds) {
+  using K = Kind<TypeParam>;
+  const TypeParam a[2] = {K::Make(0, 0), K::Make(0.25, -1.5)};
+  const TypeParam b[2] = {K::Make(0, 0), K::Make(3, 4)};
+  TypeParam r1[2] = {K::Make(0, 0), K::Make(1e30, -0.0)};
+  TypeParam r2[2] = {K::Make(0, 0), K::Make(-7, 8)};
+  this->Arrange(0x1000, Scripted);
+  script.write_results = true;
+  const double fine = 1 + std::ldexp(1.0, -40);  // rounds to 1 in float, exact in double
+  script.res1 = fine;
+  script.res1_im = -fine;
+  script.res2 = 0.1;
+  script.res2_im = 0.2;
+  oxl::vek::Error(vek_status_domain, 1, a, b, r1, r2, "vxTest");
+
+  const auto& seen = script.seen;
+  EXPECT_EQ(seen.arg1, K::Re(a[1]));
+  EXPECT_EQ(seen.arg2, K::Re(b[1]));
+  EXPECT_EQ(seen.res1, K::Re(K::Make(1e30, 0)));
+  EXPECT_EQ(seen.res2, -7);
+  if (K::kComplex) {
+    EXPECT_EQ(seen.arg1_im, -1.5);
+    EXPECT_EQ(seen.arg2_im, 4);
+    EXPECT_TRUE(seen.res1_im == 0 && std::signbit(seen.res1_im));
+    EXPECT_EQ(seen.res2_im, 8);
+  }
+  const TypeParam want1 = K::Make(fine, -fine), want2 = K::Make(0.1, 0.2);
+  EXPECT_EQ(std::memcmp(&r1[1], &want1, sizeof(TypeParam)), 0);
+  EXPECT_EQ(std::memcmp(&r2[1], &want2, sizeof(TypeParam)), 0);
+}
+
+TYPED_TEST(ErrorPathTyped, InspectingCallbackLeavesResultsBitwise) {
+  using K = Kind<TypeParam>;
+  const double inf = std::numeric_limits<double>::infinity();
+  const double tiny = std::numeric_limits<typename K::Part>::denorm_min();
+  for (double value : {-0.0, tiny, -inf, 3.0e38, 1.0 / 3}) {
+    const TypeParam a[1] = {K::Make(1, 1)};
+    TypeParam r[1] = {K::Make(value, -value)};
+    const TypeParam before = r[0];
+    this->Arrange(0x1000, Scripted);
+    oxl::vek::Error(vek_status_overflow, 0, a, a, r, r, "vxTest");
+    EXPECT_EQ(std::memcmp(&r[0], &before, sizeof(TypeParam)), 0) << value;
+  }
+}
+
+TYPED_TEST(ErrorPathTyped, IndexCountsFromTheInterfaceVector) {
+  using K = Kind<TypeParam>;
+  TypeParam whole[12], r[12];
+  for (int i = 0; i < 12; ++i) {
+    whole[i] = K::Make(i, -i);
+    r[i] = K::Make(100 + i, 0);
+  }
+  this->Arrange(0x1400, Scripted);
+  oxl_vek_kernel_SetInterfInputVectorPointer(whole);
+  oxl::vek::Error(vek_status_domain, 3, whole + 5, whole + 5, r + 5, r + 5, "vxTest");
+  EXPECT_EQ(script.seen.index, 8);
+  EXPECT_EQ(script.seen.arg1, 8);  // the element itself is found by the block-local index
+  EXPECT_EQ(script.seen.res1, 108);
+  EXPECT_EQ(PrintedLines()[1].index, 8);
+
+  // A start behind the block: the distance wraps as an unsigned number.
+  oxl_vek_kernel_SetInterfInputVectorPointer(whole + 7);
+  oxl::vek::Error(vek_status_domain, 3, whole + 5, whole + 5, r + 5, r + 5, "vxTest");
+  EXPECT_EQ(script.seen.index, 1);
+  // Half an element behind: unsigned division gives one less than a signed one would.
+  oxl_vek_kernel_SetInterfInputVectorPointer(reinterpret_cast<const char*>(whole + 5) +
+                                             sizeof(TypeParam) / 2);
+  oxl::vek::Error(vek_status_domain, 3, whole + 5, whole + 5, r + 5, r + 5, "vxTest");
+  EXPECT_EQ(script.seen.index, 2);
+}
+
+}  // namespace
