@@ -7,6 +7,9 @@
 #include "oxl/threading.h"
 #include "oxl/vek.h"
 #include "oxl/vek_kernels.h"
+#include "oxl/vrs.h"
+#include "oxl/ss.h"
+#include "oxl/df.h"
 
 #define OXL_VERSION_MAJOR 0
 #define OXL_VERSION_MINOR 1
