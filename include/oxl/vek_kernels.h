@@ -7,6 +7,7 @@
 
 #include "oxl/oxl_api.h"
 #include "oxl/vek.h"
+#include "oxl/vek_functions.h"
 
 OXL_EXTERN_C_BEGIN
 

@@ -59,4 +59,16 @@ inline void Error(int32_t status, int32_t index, const oxl_complex16* a1, const 
   oxl_vek_kernel_zError(status, index, a1, a2, r1, r2, name);
 }
 
+// Kernels whose results have another element type than their arguments (Abs and Arg of complex
+// arrays, CIS) report with the argument type's rules for the arguments and the result type's for
+// the results: the record holds the real result, or the complex one, as it stands in the array.
+void Error(int32_t status, int32_t index, const oxl_complex8* a1, const oxl_complex8* a2,
+           float* r1, float* r2, const char* name);
+void Error(int32_t status, int32_t index, const oxl_complex16* a1, const oxl_complex16* a2,
+           double* r1, double* r2, const char* name);
+void Error(int32_t status, int32_t index, const float* a1, const float* a2, oxl_complex8* r1,
+           oxl_complex8* r2, const char* name);
+void Error(int32_t status, int32_t index, const double* a1, const double* a2, oxl_complex16* r1,
+           oxl_complex16* r2, const char* name);
+
 }  // namespace oxl::vek

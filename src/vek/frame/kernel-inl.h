@@ -16,7 +16,8 @@
 //   static constexpr Layout kLayout;     for complex elements: split or interleaved registers
 //   static constexpr bool kRare;         whether the body marks lanes for the rare routine
 //   template <class D> void operator()(D, const Vec<D>* in, Vec<D>* out[, Mask<D>* rare]) const;
-//   static int32_t Rare(...);            with kRare: (in, out), (in1, in2, out) or (in, out1, out2)
+//   int32_t Rare(...) [const];           with kRare: (in, out), (in1, in2, out) or (in, out1, out2),
+//                                        static or a const member
 //   const char* name;                    with kRare: the function's name for reports ("vsExp")
 // `in` holds kInputs groups of parts (one vector per part), `out` kOutputs groups. A body with
 // kRare sets one mask per part group of its first input when interleaved, else one mask.
@@ -144,7 +145,7 @@ class Kernel {
         for (size_t m = 0; m < kMasks; ++m) any = hn::Or(any, rare[s][m]);
       }
       if (!hn::AllFalse(d, any)) [[unlikely]] {
-        RarePath(body.name, a, r, i, x, y, rare, valid, tail);
+        RarePath(body, a, r, i, x, y, rare, valid, tail);
       }
     }
     for (size_t s = 0; s < kSteps; ++s) {
@@ -155,7 +156,7 @@ class Kernel {
   // Marked lanes, ascending: the rare routine recomputes the element from the block's inputs; a
   // non-zero status goes out through the error function with the element stored, and whatever
   // the element holds afterwards (a callback may have replaced it) becomes the lane's result.
-  static HWY_NOINLINE void RarePath(const char* name, const In* const* a, Out* const* r, int64_t i,
+  static HWY_NOINLINE void RarePath(const Body& body, const In* const* a, Out* const* r, int64_t i,
                                     V (&x)[kSteps][Body::kInputs * kInParts],
                                     V (&y)[kSteps][Body::kOutputs * kOutParts],
                                     M (&rare)[kSteps][kMasks], size_t valid, bool tail) {
@@ -173,7 +174,7 @@ class Kernel {
     size_t stored = 0;  // tail elements already in the caller's arrays
     for (; marked != 0; marked &= marked - 1) {
       const size_t j = static_cast<size_t>(__builtin_ctzll(marked));
-      const int32_t status = CallRare(in_buf, out_buf, j);
+      const int32_t status = CallRare(body, in_buf, out_buf, j);
       if (status == 0) continue;
       const int64_t at = i + static_cast<int64_t>(j);
       if (tail) {
@@ -184,7 +185,7 @@ class Kernel {
       }
       for (size_t k = 0; k < Body::kOutputs; ++k) r[k][at] = out_buf[k][j];
       vek::Error(status, static_cast<int32_t>(at), a[0], a[Body::kInputs - 1], r[0],
-                 r[Body::kOutputs - 1], name);
+                 r[Body::kOutputs - 1], body.name);
       for (size_t k = 0; k < Body::kOutputs; ++k) out_buf[k][j] = r[k][at];
     }
     for (size_t s = 0; s < kSteps; ++s) {
@@ -213,14 +214,16 @@ class Kernel {
     }
   }
 
-  static HWY_INLINE int32_t CallRare(In (&in)[Body::kInputs][kBlock],
+  // Through the body object, so that a rare routine may read the body's parameters (the scalar
+  // of Powx, the floating-point mode of an element loop); static routines are called alike.
+  static HWY_INLINE int32_t CallRare(const Body& body, In (&in)[Body::kInputs][kBlock],
                                      Out (&out)[Body::kOutputs][kBlock], size_t j) {
     if constexpr (Body::kInputs == 2) {
-      return Body::Rare(&in[0][j], &in[1][j], &out[0][j]);
+      return body.Rare(&in[0][j], &in[1][j], &out[0][j]);
     } else if constexpr (Body::kOutputs == 2) {
-      return Body::Rare(&in[0][j], &out[0][j], &out[1][j]);
+      return body.Rare(&in[0][j], &out[0][j], &out[1][j]);
     } else {
-      return Body::Rare(&in[0][j], &out[0][j]);
+      return body.Rare(&in[0][j], &out[0][j]);
     }
   }
 };

@@ -115,8 +115,10 @@ void Print(int32_t status, int32_t index, const char* name, const oxl_vek_error_
   for (int k = 0; k < count; ++k) oxl_serv_print(kStderr, first + k, 2, index, values[k]);
 }
 
-template <class T>
-void Report(int32_t status, int32_t index, const T* a1, const T* a2, T* r1, T* r2,
+// A and R are the argument and result element types; they differ for Abs and Arg of complex
+// arrays and for CIS.
+template <class A, class R>
+void Report(int32_t status, int32_t index, const A* a1, const A* a2, R* r1, R* r2,
             const char* name) {
   thread_block.vekErrStatus = status;
   if ((Mode() & OXL_VEK_MODE_ERRMODE_MASK) == OXL_VEK_MODE_ERRMODE_IGNORE) return;
@@ -125,7 +127,7 @@ void Report(int32_t status, int32_t index, const T* a1, const T* a2, T* r1, T* r
   // an event's time. Fields that the type or the status leaves unread hold 0.
   oxl_vek_error_record record;
   record.code = status;
-  record.index = WholeVectorIndex(index, a1, sizeof(T));
+  record.index = WholeVectorIndex(index, a1, sizeof(A));
   record.arg1 = record.arg2 = record.res1 = record.res2 = 0;
   record.arg1_im = record.arg2_im = record.res1_im = record.res2_im = 0;
   int32_t length = 0;
@@ -168,6 +170,24 @@ void Report(int32_t status, int32_t index, const T* a1, const T* a2, T* r1, T* r
 }
 
 }  // namespace
+
+void Error(int32_t status, int32_t index, const oxl_complex8* a1, const oxl_complex8* a2,
+           float* r1, float* r2, const char* name) {
+  Report(status, index, a1, a2, r1, r2, name);
+}
+void Error(int32_t status, int32_t index, const oxl_complex16* a1, const oxl_complex16* a2,
+           double* r1, double* r2, const char* name) {
+  Report(status, index, a1, a2, r1, r2, name);
+}
+void Error(int32_t status, int32_t index, const float* a1, const float* a2, oxl_complex8* r1,
+           oxl_complex8* r2, const char* name) {
+  Report(status, index, a1, a2, r1, r2, name);
+}
+void Error(int32_t status, int32_t index, const double* a1, const double* a2, oxl_complex16* r1,
+           oxl_complex16* r2, const char* name) {
+  Report(status, index, a1, a2, r1, r2, name);
+}
+
 }  // namespace oxl::vek
 
 extern "C" {

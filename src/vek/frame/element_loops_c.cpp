@@ -1,0 +1,6 @@
+// Element-loop kernels of the type letter c.
+#define OXL_VEK_IF_s(row)
+#define OXL_VEK_IF_d(row)
+#define OXL_VEK_IF_c(row) row
+#define OXL_VEK_IF_z(row)
+#include "vek/frame/element_loops.inc"

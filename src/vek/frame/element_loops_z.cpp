@@ -1,0 +1,6 @@
+// Element-loop kernels of the type letter z.
+#define OXL_VEK_IF_s(row)
+#define OXL_VEK_IF_d(row)
+#define OXL_VEK_IF_c(row)
+#define OXL_VEK_IF_z(row) row
+#include "vek/frame/element_loops.inc"

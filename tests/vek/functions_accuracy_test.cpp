@@ -1,0 +1,337 @@
+// Every kernel of every function in the list against MPFR and MPC: special values (all pairs for
+// two components, so signed zeros, infinities and the complex branch cuts are met), random bit
+// patterns and values in ordinary ranges, within the HA bound of 1 ulp. The element-loop kernels
+// stand in every slot at HA accuracy; the vector arithmetic kernels are exact.
+//
+// With OXL_ACCURACY_TABLE=<file> the measured rows are written there (tools/accuracy_table.sh
+// makes docs/accuracy.md from them).
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <limits>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "oxl/vek_functions.h"
+#include "support/input_gen.h"
+#include "support/oracles.h"
+#include "support/report.h"
+#include "support/runner.h"
+
+namespace oxl::test {
+namespace {
+
+// --- Oracles by function name. ---
+
+const std::map<std::string, RealFn>& RealOracles() {
+  static const std::map<std::string, RealFn> m = {
+      {"Acos", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_acos(r, a, MPFR_RNDN); }},
+      {"Acosh", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_acosh(r, a, MPFR_RNDN); }},
+      {"Asin", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_asin(r, a, MPFR_RNDN); }},
+      {"Asinh", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_asinh(r, a, MPFR_RNDN); }},
+      {"Atan", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_atan(r, a, MPFR_RNDN); }},
+      {"Atanh", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_atanh(r, a, MPFR_RNDN); }},
+      {"Cbrt", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_cbrt(r, a, MPFR_RNDN); }},
+      {"CdfNorm", oracle::CdfNorm},
+      {"CdfNormInv", oracle::CdfNormInv},
+      {"Ceil", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_ceil(r, a); }},
+      {"Cos", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_cos(r, a, MPFR_RNDN); }},
+      {"Cosh", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_cosh(r, a, MPFR_RNDN); }},
+      {"ErfInv", oracle::ErfInv},
+      {"Erf", oracle::Erf},
+      {"ErfcInv", oracle::ErfcInv},
+      {"Erfc", oracle::Erfc},
+      {"Exp", oracle::Exp},
+      {"Expm1", oracle::Expm1},
+      {"Floor", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_floor(r, a); }},
+      {"Frac",
+       [](mpfr_ptr r, mpfr_srcptr a) {
+         if (mpfr_inf_p(a)) {
+           mpfr_set_zero(r, mpfr_signbit(a) ? -1 : 1);
+         } else {
+           mpfr_frac(r, a, MPFR_RNDN);
+         }
+       }},
+      {"InvCbrt", oracle::InvCbrt},
+      // 1/sqrt(-0) is -inf, as the quotient it stands for.
+      {"InvSqrt",
+       [](mpfr_ptr r, mpfr_srcptr a) {
+         if (mpfr_zero_p(a)) {
+           mpfr_set_inf(r, mpfr_signbit(a) ? -1 : 1);
+         } else {
+           mpfr_rec_sqrt(r, a, MPFR_RNDN);
+         }
+       }},
+      {"Inv", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_ui_div(r, 1, a, MPFR_RNDN); }},
+      {"LGamma",
+       [](mpfr_ptr r, mpfr_srcptr a) {
+         int sign;
+         mpfr_lgamma(r, &sign, a, MPFR_RNDN);
+       }},
+      {"Ln", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_log(r, a, MPFR_RNDN); }},
+      {"Log10", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_log10(r, a, MPFR_RNDN); }},
+      {"Log1p", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_log1p(r, a, MPFR_RNDN); }},
+      {"NearbyInt", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_roundeven(r, a); }},
+      {"Rint", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_roundeven(r, a); }},
+      {"Round", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_round(r, a); }},
+      {"Pow2o3", oracle::Pow2o3},
+      {"Pow3o2", oracle::Pow3o2},
+      {"Sin", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_sin(r, a, MPFR_RNDN); }},
+      {"Sinh", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_sinh(r, a, MPFR_RNDN); }},
+      {"Sqr", oracle::Sqr},
+      {"Sqrt", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_sqrt(r, a, MPFR_RNDN); }},
+      {"Abs", oracle::Abs},
+      {"TGamma", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_gamma(r, a, MPFR_RNDN); }},
+      {"Tan", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_tan(r, a, MPFR_RNDN); }},
+      {"Tanh", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_tanh(r, a, MPFR_RNDN); }},
+      {"Trunc", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_trunc(r, a); }},
+  };
+  return m;
+}
+
+void PowOracle(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) { mpfr_pow(r, a, b, MPFR_RNDN); }
+
+const std::map<std::string, RealFn2>& RealOracles2() {
+  static const std::map<std::string, RealFn2> m = {
+      {"Add", oracle::Add},
+      {"Sub", oracle::Sub},
+      {"Mul", oracle::Mul},
+      {"Div", [](mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) { mpfr_div(r, a, b, MPFR_RNDN); }},
+      {"Atan2", [](mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) { mpfr_atan2(r, a, b, MPFR_RNDN); }},
+      {"Hypot", [](mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) { mpfr_hypot(r, a, b, MPFR_RNDN); }},
+      {"Pow", PowOracle},
+      {"Powx", PowOracle},
+  };
+  return m;
+}
+
+const std::map<std::string, RealPairFn>& PairOracles() {
+  static const std::map<std::string, RealPairFn> m = {
+      {"SinCos", [](mpfr_ptr s, mpfr_ptr c, mpfr_srcptr a) { mpfr_sin_cos(s, c, a, MPFR_RNDN); }},
+      {"Modf",
+       [](mpfr_ptr i, mpfr_ptr f, mpfr_srcptr a) {
+         mpfr_modf(i, f, a, MPFR_RNDN);
+         if (mpfr_inf_p(a)) mpfr_set_zero(f, mpfr_signbit(a) ? -1 : 1);
+       }},
+  };
+  return m;
+}
+
+const std::map<std::string, ComplexFn>& ComplexOracles() {
+  static const std::map<std::string, ComplexFn> m = {
+      {"Acos", [](mpc_ptr r, mpc_srcptr a) { mpc_acos(r, a, MPC_RNDNN); }},
+      {"Acosh", [](mpc_ptr r, mpc_srcptr a) { mpc_acosh(r, a, MPC_RNDNN); }},
+      {"Asin", [](mpc_ptr r, mpc_srcptr a) { mpc_asin(r, a, MPC_RNDNN); }},
+      {"Asinh", [](mpc_ptr r, mpc_srcptr a) { mpc_asinh(r, a, MPC_RNDNN); }},
+      {"Atan", [](mpc_ptr r, mpc_srcptr a) { mpc_atan(r, a, MPC_RNDNN); }},
+      {"Atanh", [](mpc_ptr r, mpc_srcptr a) { mpc_atanh(r, a, MPC_RNDNN); }},
+      {"Conj", oracle::CConj},
+      {"Cos", [](mpc_ptr r, mpc_srcptr a) { mpc_cos(r, a, MPC_RNDNN); }},
+      {"Cosh", [](mpc_ptr r, mpc_srcptr a) { mpc_cosh(r, a, MPC_RNDNN); }},
+      {"Exp", oracle::CExp},
+      {"Ln", [](mpc_ptr r, mpc_srcptr a) { mpc_log(r, a, MPC_RNDNN); }},
+      {"Log10", [](mpc_ptr r, mpc_srcptr a) { mpc_log10(r, a, MPC_RNDNN); }},
+      {"Sin", [](mpc_ptr r, mpc_srcptr a) { mpc_sin(r, a, MPC_RNDNN); }},
+      {"Sinh", [](mpc_ptr r, mpc_srcptr a) { mpc_sinh(r, a, MPC_RNDNN); }},
+      {"Sqrt", [](mpc_ptr r, mpc_srcptr a) { mpc_sqrt(r, a, MPC_RNDNN); }},
+      {"Tan", [](mpc_ptr r, mpc_srcptr a) { mpc_tan(r, a, MPC_RNDNN); }},
+      {"Tanh", [](mpc_ptr r, mpc_srcptr a) { mpc_tanh(r, a, MPC_RNDNN); }},
+  };
+  return m;
+}
+
+void CPowOracle(mpc_ptr r, mpc_srcptr a, mpc_srcptr b) { mpc_pow(r, a, b, MPC_RNDNN); }
+
+const std::map<std::string, ComplexFn2>& ComplexOracles2() {
+  static const std::map<std::string, ComplexFn2> m = {
+      {"Add", oracle::CAdd},
+      {"Sub", oracle::CSub},
+      {"Mul", oracle::CMul},
+      {"MulByConj", oracle::CMulByConj},
+      {"Div", [](mpc_ptr r, mpc_srcptr a, mpc_srcptr b) { mpc_div(r, a, b, MPC_RNDNN); }},
+      {"Pow", CPowOracle},
+      {"Powx", CPowOracle},
+  };
+  return m;
+}
+
+// --- Sweeps. ---
+
+// Random bit patterns reach every binade but put few values where most functions change course;
+// each function also gets values of ordinary size. Complex functions take the finite special
+// values in all pairs (the branch cuts with both signs of zero among them); their infinities and
+// NaNs are checked against the C99 Annex G table in functions_status_test, since MPC fixes signs
+// that the Annex leaves open. The complex powers keep to a range where the result is neither far
+// beyond the format nor an angle of more turns than the format can count.
+template <class T>
+std::vector<T> FiniteSpecials(bool few) {
+  const T m = std::numeric_limits<T>::max(), d = std::numeric_limits<T>::denorm_min();
+  if (few) return {T(0), -T(0), T(1), T(-1), d, m};
+  const T n = std::numeric_limits<T>::min();
+  return {T(0), -T(0), d, -d, n, -n, T(1), T(-1), T(2), T(-2), T(0.5), T(-0.5), m, -m};
+}
+
+// Under the sanitizers the run looks for faults of memory, not of accuracy: a quarter of the cases.
+#ifdef OXL_SANITIZED_BUILD
+constexpr int kScale = 4;
+#else
+constexpr int kScale = 1;
+#endif
+
+template <class T>
+Sweep<T> SweepFor(const std::string& func, int components, bool complex) {
+  Sweep<T> s;
+  s.random = (1 << 10) / kScale;
+  s.threads = 2;
+  if (complex) {
+    s.random = (1 << 10) / kScale;  // MPC's functions cost several times MPFR's
+    s.specials = false;
+    if (func == "Pow" || func == "Powx") {
+      s.ranges.assign(components, Range<T>{T(-40), T(40)});
+      return s;
+    }
+    const std::vector<T> v = FiniteSpecials<T>(components > 2);
+    for (T re : v) {
+      for (T im : v) {
+        if (components == 2) {
+          s.extra.insert(s.extra.end(), {re, im});
+          continue;
+        }
+        for (T re2 : v) {
+          for (T im2 : v) s.extra.insert(s.extra.end(), {re, im, re2, im2});
+        }
+      }
+    }
+    // Values of ordinary size, where the branch cuts and the cancellations are.
+    s.ranges.assign(components, Range<T>{T(-8), T(8)});
+    return s;
+  }
+  // A second set of ordinary values, in [-8, 8] for every component.
+  SplitMix64 gen(0x5EED + components);
+  for (int k = 0; k < 512 / kScale * components; ++k) s.extra.push_back(RandomIn(gen, Range<T>{T(-8), T(8)}));
+  return s;
+}
+
+using Measurement = std::function<Report()>;
+
+// One kernel, measured by the runner that fits its signature.
+template <class T>
+Measurement MeasureKernel(const std::string& f, void (*k)(int, const T*, T*)) {
+  if constexpr (std::is_floating_point_v<T>) {
+    return [=] { return RunUnary(k, RealOracles().at(f), SweepFor<T>(f, 1, false)); };
+  } else {
+    using P = PartOf<T>;
+    return [=] { return RunUnary(k, ComplexOracles().at(f), SweepFor<P>(f, 2, true)); };
+  }
+}
+template <class T>
+Measurement MeasureKernel(const std::string& f, void (*k)(int, const T*, const T*, T*)) {
+  if constexpr (std::is_floating_point_v<T>) {
+    return [=] { return RunBinary(k, RealOracles2().at(f), SweepFor<T>(f, 2, false)); };
+  } else {
+    using P = PartOf<T>;
+    return [=] { return RunBinary(k, ComplexOracles2().at(f), SweepFor<P>(f, 4, true)); };
+  }
+}
+template <class T>
+Measurement MeasureKernel(const std::string& f, void (*k)(int, const T*, T*, T*)) {
+  return [=] { return RunTwoResults(k, PairOracles().at(f), SweepFor<T>(f, 1, false)); };
+}
+// Powx: the worst over a few exponents, whole, fractional, negative, and (complex) rotating.
+template <class T>
+Measurement MeasureKernel(const std::string& f, void (*k)(int, const T*, T, T*)) {
+  return [=] {
+    Report worst;
+    std::vector<T> exponents;
+    if constexpr (std::is_floating_point_v<T>) {
+      exponents = {T(2), T(0.5), T(-1.5), T(3), T(-0.0)};
+      for (T b : exponents) {
+        Report r = RunPowx(k, b, RealOracles2().at(f), SweepFor<T>(f, 1, false));
+        if (r.max_ulp >= worst.max_ulp) worst = r;
+      }
+    } else {
+      using P = PartOf<T>;
+      exponents = {T{P(2), P(0)}, T{P(0.5), P(-1.25)}, T{P(-1.5), P(0.75)}};
+      for (T b : exponents) {
+        Report r = RunPowx(k, b, ComplexOracles2().at(f), SweepFor<P>(f, 2, true));
+        if (r.max_ulp >= worst.max_ulp) worst = r;
+      }
+    }
+    return worst;
+  };
+}
+template <class C, class R>
+  requires(!std::is_same_v<C, R>)
+Measurement MeasureKernel(const std::string& f, void (*k)(int, const C*, R*)) {
+  if constexpr (std::is_floating_point_v<C>) {  // CIS
+    return [=] {
+      return RunUnary(
+          k,
+          RealToComplexFn([](mpc_ptr r, mpfr_srcptr a) {
+            mpfr_sin_cos(mpc_imagref(r), mpc_realref(r), a, MPFR_RNDN);
+          }),
+          SweepFor<C>(f, 1, false));
+    };
+  } else {
+    ComplexToRealFn fn = [](mpfr_ptr r, mpc_srcptr a) { mpc_abs(r, a, MPFR_RNDN); };
+    if (f == "Arg") fn = [](mpfr_ptr r, mpc_srcptr a) { mpc_arg(r, a, MPFR_RNDN); };
+    return [=] { return RunUnary(k, fn, SweepFor<R>(f, 2, true)); };
+  }
+}
+// Pack, Unpack and LinearFrac have tests of their own.
+template <class K>
+Measurement MeasureKernel(const std::string&, K) {
+  return nullptr;
+}
+
+struct KernelCase {
+  std::string type;
+  std::string func;
+  std::string suffix;
+  Measurement measure;
+};
+
+#define OXL_VEK_TEST_KERNEL(t, F, form, suffix) \
+  {#t, #F, #suffix, MeasureKernel(#F, &oxl_vek_kernel_##t##F##_##suffix)},
+#define OXL_VEK_FUNCTION(t, F, form, slots, impl, cost_la, cost_ha, cost_ep) \
+  OXL_VEK_KERNELS_##slots(OXL_VEK_TEST_KERNEL, t, F, form)
+const std::vector<KernelCase>& Kernels() {
+  static const std::vector<KernelCase> all = {
+#include "oxl/vek_functions.def"
+  };
+  return all;
+}
+#undef OXL_VEK_FUNCTION
+#undef OXL_VEK_TEST_KERNEL
+
+class FunctionAccuracy : public testing::TestWithParam<std::string> {};
+
+TEST_P(FunctionAccuracy, EveryKernelWithinOneUlp) {
+  const char* table_path = std::getenv("OXL_ACCURACY_TABLE");
+  std::ofstream table;
+  if (table_path != nullptr) table.open(table_path, std::ios::app);
+  int measured = 0;
+  for (const KernelCase& k : Kernels()) {
+    if (k.type != GetParam() || !k.measure) continue;
+    SCOPED_TRACE("v" + k.type + k.func + " " + k.suffix);
+    const Report r = k.measure();
+    EXPECT_TRUE(Meets(r, 1.0));
+    ++measured;
+    if (table.is_open()) {
+      const Level level = k.suffix.substr(2, 2) == "LA"   ? Level::kLA
+                          : k.suffix.substr(2, 2) == "EP" ? Level::kEP
+                                                          : Level::kHA;
+      table << r.TableRow("v" + k.type + k.func + "_" + k.suffix, level, 1.0) << "\n";
+    }
+  }
+  EXPECT_GT(measured, 30);
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, FunctionAccuracy, testing::Values("s", "d", "c", "z"),
+                         [](const auto& info) { return info.param; });
+
+}  // namespace
+}  // namespace oxl::test
