@@ -1,4 +1,11 @@
-/* Random streams, basic generators and distribution generators. */
+/* Random streams, basic generators and distribution generators.
+ *
+ * A stream is one heap record holding the id of its basic generator and that generator's running
+ * state. Every basic generator is one row of a registry (a BrngRecord); the framework finds the
+ * row from the stream's generator id and calls through it. Every entry returns a signed 32-bit
+ * status: 0 for success, a negative Status... value for failure.
+ *
+ * A stream belongs to one thread at a time; different streams may be used at once. */
 #ifndef OXL_VRS_H
 #define OXL_VRS_H
 
@@ -8,6 +15,252 @@
 #include "oxl/threading.h"
 
 OXL_EXTERN_C_BEGIN
+
+/* ---------------------------------------------------------------------------------------------
+ * Statuses of streams and generators. */
+enum {
+  StatusBadMethod = -2,        /* InitStream method not 0, 1 or 2 */
+  StatusBadArgs = -3,          /* abstract stream or quasi-random parameters inconsistent */
+  StatusNoMemory = -4,         /* an allocation failed */
+  StatusNullBrngFunction = -5, /* __vrsRegisterBrng: a function pointer is null */
+  StatusInvalidBrng = -1000,   /* no such generator, or an abstract one given to __vrsNewStreamEx */
+  StatusNoLeapfrog = -1002,
+  StatusNoSkipAhead = -1003,
+  StatusBadStateSize = -1008, /* __vrsRegisterBrng: StateSize negative */
+  StatusBadWordBytes = -1009, /* __vrsRegisterBrng: WordBytes not 4, 8 or 16 */
+  StatusBadSeedWords = -1010, /* __vrsRegisterBrng: SeedWords not positive */
+  StatusBadBits = -1011,      /* __vrsRegisterBrng: Bits not positive */
+  StatusQrngPeriodElapsed = -1012,
+  StatusBadLeapfrogCount = -1013, /* __vrsLeapfrogStream: negative stream count */
+  StatusBitsUnsupported = -1014,  /* UniformBits32/64 on a generator without such output */
+  StatusFileClose = -1100,
+  StatusFileOpen = -1101,
+  StatusFileWrite = -1102,
+  StatusFileRead = -1103,
+  StatusFileFormat = -1110,
+  StatusFileVersion = -1111,
+  StatusAbstractBadCount = -1120,
+  StatusAbstractNoData = -1121,
+  StatusAbstractWrongType = -1122,
+  StatusNoRdrand = -1130,
+  StatusRdrandFailed = -1131,
+  StatusNoAes = -1140,
+  StatusMemoryFormat = -1200,
+  StatusRONotFound = -3000, /* no read-only table row with this key */
+  StatusROTableFull = -3001 /* the read-only table has all its rows in use */
+};
+
+/* ---------------------------------------------------------------------------------------------
+ * Generator ids: (registry row + 1) << 20, plus a member offset for families (WH has 273
+ * members, MT2203 6024). Ids below 0x100000 are the older numbering (__RegBrngs). */
+#define OXL_BRNG_MCG31 0x100000
+#define OXL_BRNG_R250 0x200000
+#define OXL_BRNG_MRG32K3A 0x300000
+#define OXL_BRNG_MCG59 0x400000
+#define OXL_BRNG_WH 0x500000
+#define OXL_BRNG_SOBOL 0x600000
+#define OXL_BRNG_NIEDERREITER 0x700000
+#define OXL_BRNG_MT19937 0x800000
+#define OXL_BRNG_MT2203 0x900000
+#define OXL_BRNG_IABSTRACT 0xA00000
+#define OXL_BRNG_DABSTRACT 0xB00000
+#define OXL_BRNG_SABSTRACT 0xC00000
+#define OXL_BRNG_SFMT19937 0xD00000
+#define OXL_BRNG_NONDETERM 0xE00000
+#define OXL_BRNG_ARS5 0xF00000
+#define OXL_BRNG_PHILOX4X32X10 0x1000000
+
+/* InitStream methods. */
+#define OXL_BRNG_INIT_SEED 0      /* n seed words at params */
+#define OXL_BRNG_INIT_LEAPFROG 1  /* n streams; params points at the 32-bit stream index */
+#define OXL_BRNG_INIT_SKIPAHEAD 2 /* n is 2; params points at the 64-bit skip count */
+
+/* Bit of the method word of _vrsdRngUniform and _vrssRngUniform: clamp results to [a, b]. */
+#define OXL_RNG_METHOD_ACCURATE 0x40000000
+
+/* ---------------------------------------------------------------------------------------------
+ * Records. */
+struct ChunkNode;
+
+/* The 16-byte header of every stream record. The generator's state follows at byte 16; the whole
+ * record is StateSize bytes of the generator's registry row, allocated with 128-byte alignment. */
+typedef struct StreamRecord {
+  int32_t Brng;             /* generator id */
+  uint8_t Format;           /* 1 at allocation; not read by this library */
+  uint8_t Reserved[3];      /* zero */
+  struct ChunkNode* Chunks; /* auxiliary data, newest first; NULL when none */
+} StreamRecord;
+
+/* Auxiliary data hung on a stream. Key is all-zero for data private to the node; otherwise it
+ * names a row of the process-wide read-only table that owns Data. */
+typedef struct ChunkNode {
+  uint32_t Id;
+  int32_t Size; /* bytes in Data */
+  void* Data;
+  struct ChunkNode* Next;
+  uint64_t Key[2];
+} ChunkNode;
+
+/* A row of the read-only table: a block shared by RefCount chunks. */
+typedef struct GlobRODataEntry {
+  uint64_t Key[2];
+  int32_t RefCount;
+  void* Data;
+} GlobRODataEntry;
+
+/* The functions of a basic generator. params of InitStream: see OXL_BRNG_INIT_*. The output
+ * functions write n values and advance the state by n outputs; sBRng and dBRng map to the
+ * interval from a to b. iBRng writes 32-bit words, or 64-bit words where the row's WordBytes is
+ * 8 (MCG59): r must then hold n 64-bit words. */
+typedef int32_t (*BrngInitStreamFn)(int32_t method, StreamRecord* stream, int32_t n,
+                                    const uint32_t* params);
+typedef int32_t (*BrngSFn)(StreamRecord* stream, int32_t n, float* r, float a, float b);
+typedef int32_t (*BrngDFn)(StreamRecord* stream, int32_t n, double* r, double a, double b);
+typedef int32_t (*BrngIFn)(StreamRecord* stream, int32_t n, uint32_t* r);
+
+/* One registry row; also what __vrsRegisterBrng takes and __vrsGetBrngProperties gives. */
+typedef struct BrngRecord {
+  int32_t StateSize;    /* bytes of the whole StreamRecord, header included */
+  int32_t SeedWords;    /* number of seed words */
+  int32_t IncludesZero; /* 1 if the output interval includes zero */
+  int32_t WordBytes;    /* size of one seed word: 4, 8 or 16 */
+  int32_t Bits;         /* significant bits in one output word */
+  BrngInitStreamFn InitStream;
+  BrngSFn sBRng;
+  BrngDFn dBRng;
+  BrngIFn iBRng;
+} BrngRecord;
+
+/* ---------------------------------------------------------------------------------------------
+ * Registry. Both tables have 512 rows. __RegBrngs serves ids below 0x100000 and is never
+ * extended; __RegBrngsNew serves the others and grows by __vrsRegisterBrng. */
+OXL_API extern BrngRecord __RegBrngs[512];
+OXL_API extern BrngRecord __RegBrngsNew[512];
+
+/* Row and member offset of generator `id`; returns the table that holds the row. */
+OXL_API BrngRecord* __vrsGetBrngBaseOffset(int32_t id, int32_t* row, int32_t* offset);
+/* 0 when (table, row, offset) names a generator, else StatusInvalidBrng. The comparisons are
+ * signed; rows 279 and 280 of the older table are all-zero and still pass. */
+OXL_API int32_t __vrsIsBrngValid(const BrngRecord* table, int32_t row, int32_t offset);
+OXL_API int32_t __vrsGetNumRegBrngs(void);
+/* Adds a generator; returns its id (positive) or a status. Takes no lock, checks no capacity. */
+OXL_API int32_t __vrsRegisterBrng(const BrngRecord* brng);
+OXL_API int32_t __vrsGetBrngProperties(int32_t id, BrngRecord* properties);
+
+/* ---------------------------------------------------------------------------------------------
+ * Streams. */
+/* Allocates a record of the row's StateSize with the header set; the state is not initialised. */
+OXL_API int32_t __vrsAllocateStream(StreamRecord** stream, const BrngRecord* table, int32_t id,
+                                    int32_t row, int32_t offset);
+/* Creates and seeds a stream. When seeding fails the stream stays allocated in *stream and the
+ * caller deletes it. */
+OXL_API int32_t __vrsNewStreamEx(StreamRecord** stream, int32_t id, int32_t n,
+                                 const uint32_t* seeds);
+OXL_API int32_t __vrsCopyStream(StreamRecord** copy, const StreamRecord* source);
+/* Copies the seed words (WordBytes times SeedWords bytes of the source's row) and the chunks;
+ * meant for streams of one generator. */
+OXL_API int32_t __vrsCopyStreamState(StreamRecord* destination, const StreamRecord* source);
+OXL_API int32_t __vrsDeleteStream(StreamRecord** stream);
+OXL_API int32_t __vrsGetStreamStateBrng(const StreamRecord* stream);
+
+/* Skip-ahead and leapfrog: InitStream of the stream's generator with method 2 or 1. */
+OXL_API int32_t __vrsLeapfrogStream(StreamRecord* stream, int32_t k, int32_t nstreams);
+OXL_API int32_t __vrsSkipAheadStream(StreamRecord* stream, int64_t nskip);
+
+/* ---------------------------------------------------------------------------------------------
+ * Chunks and the read-only table. A chunk whose key is in the table shares the table's block. */
+OXL_API int32_t __vrsAddChunk(StreamRecord* stream, uint32_t id, const uint64_t* key, void* data,
+                              int32_t size);
+OXL_API void* __vrsSearchChunk(const StreamRecord* stream, uint32_t id);
+OXL_API int32_t __vrsGetNumChunks(const StreamRecord* stream);
+OXL_API int32_t __vrsCopyChunks(StreamRecord* destination, const StreamRecord* source);
+OXL_API void __vrsDeleteChunks(StreamRecord* stream);
+OXL_API void __vrsDeleteChunksById(StreamRecord* stream, uint32_t id);
+
+OXL_API int32_t __vrsCreateGlobRODataTableEntry(GlobRODataEntry** entry, const uint64_t* key,
+                                                void* data);
+OXL_API int32_t __vrsFindGlobRODataTableEntry(GlobRODataEntry** entry, const uint64_t* key);
+OXL_API int32_t __vrsGenerateNewGlobalRODataTableEntryId(uint64_t* key, uint64_t second);
+OXL_API void __vrsRegisterGlobRODataReference(ChunkNode* node, const uint64_t* key);
+OXL_API void __vrsUnregisterGlobRODataReference(const uint64_t* key);
+
+/* ---------------------------------------------------------------------------------------------
+ * Congruential generators.
+ *   MCG31:    x' = 1132489760 x mod (2^31 - 1); outputs x / (2^31 - 1) scaled, never 0.
+ *   MCG59:    x' = 13^13 x mod 2^59; outputs x / 2^59 scaled; iBRng writes 64-bit words.
+ *   MRG32K3A: L'Ecuyer's combined generator; z = (x - y) mod M1 in 1..M1, outputs z / M1 scaled,
+ *             so b itself can come out.
+ * The output functions of MCG31 write one value and step once when n is 0 or less. */
+OXL_API int32_t __vrsBRngMCG31M1InitStream(int32_t method, StreamRecord* stream, int32_t n,
+                                           const uint32_t* params);
+OXL_API int32_t __vrssBRngMCG31M1(StreamRecord* stream, int32_t n, float* r, float a, float b);
+OXL_API int32_t __vrsdBRngMCG31M1(StreamRecord* stream, int32_t n, double* r, double a, double b);
+OXL_API int32_t __vrsiBRngMCG31M1(StreamRecord* stream, int32_t n, uint32_t* r);
+
+OXL_API int32_t __vrsBRngMCG59InitStream(int32_t method, StreamRecord* stream, int32_t n,
+                                         const uint32_t* params);
+OXL_API int32_t __vrssBRngMCG59(StreamRecord* stream, int32_t n, float* r, float a, float b);
+OXL_API int32_t __vrsdBRngMCG59(StreamRecord* stream, int32_t n, double* r, double a, double b);
+OXL_API int32_t __vrsiBRngMCG59(StreamRecord* stream, int32_t n, uint32_t* r);
+
+OXL_API int32_t __vrsBRngMRG32K3AInitStream(int32_t method, StreamRecord* stream, int32_t n,
+                                            const uint32_t* params);
+OXL_API int32_t __vrssBRngMRG32K3A(StreamRecord* stream, int32_t n, float* r, float a, float b);
+OXL_API int32_t __vrsdBRngMRG32K3A(StreamRecord* stream, int32_t n, double* r, double a, double b);
+OXL_API int32_t __vrsiBRngMRG32K3A(StreamRecord* stream, int32_t n, uint32_t* r);
+
+/* ---------------------------------------------------------------------------------------------
+ * Twister generators.
+ *   MT19937:   Mersenne twister of period 2^19937 - 1; outputs the tempered word, as unsigned.
+ *   MT2203:    6024 Mersenne twisters of period 2^2203 - 1, one per id offset.
+ *   SFMT19937: SIMD-oriented fast Mersenne twister; untempered words, taken as signed and
+ *              centred on (a + b) / 2 by dBRng and sBRng.
+ * Seeding is the array initialisation of each generator; a seed count of 0 or less acts as the
+ * single word 1. The output functions write nothing for n of 0 or less. */
+OXL_API int32_t __vrsBRngMT19937InitStream(int32_t method, StreamRecord* stream, int32_t n,
+                                           const uint32_t* params);
+OXL_API int32_t __vrssBRngMT19937(StreamRecord* stream, int32_t n, float* r, float a, float b);
+OXL_API int32_t __vrsdBRngMT19937(StreamRecord* stream, int32_t n, double* r, double a, double b);
+OXL_API int32_t __vrsiBRngMT19937(StreamRecord* stream, int32_t n, uint32_t* r);
+
+OXL_API int32_t __vrsBRngMT2203InitStream(int32_t method, StreamRecord* stream, int32_t n,
+                                          const uint32_t* params);
+OXL_API int32_t __vrssBRngMT2203(StreamRecord* stream, int32_t n, float* r, float a, float b);
+OXL_API int32_t __vrsdBRngMT2203(StreamRecord* stream, int32_t n, double* r, double a, double b);
+OXL_API int32_t __vrsiBRngMT2203(StreamRecord* stream, int32_t n, uint32_t* r);
+
+OXL_API int32_t __vrsBRngSFMT19937InitStream(int32_t method, StreamRecord* stream, int32_t n,
+                                             const uint32_t* params);
+OXL_API int32_t __vrssBRngSFMT19937(StreamRecord* stream, int32_t n, float* r, float a, float b);
+OXL_API int32_t __vrsdBRngSFMT19937(StreamRecord* stream, int32_t n, double* r, double a,
+                                    double b);
+OXL_API int32_t __vrsiBRngSFMT19937(StreamRecord* stream, int32_t n, uint32_t* r);
+
+/* Modular powers by right-to-left binary exponentiation; an exponent of 0 gives 1. */
+OXL_API uint32_t __vrsiPowMod(uint32_t base, uint64_t exponent, uint32_t modulus);
+OXL_API uint32_t __vrsiPowMod2P31M1(uint32_t base, uint64_t exponent);
+OXL_API uint64_t __vrsiPowMod2P59(uint64_t base, uint64_t exponent);
+/* Advances v = (oldest, middle, newest) of the recurrence
+ *   new = row[0] newest + row[1] middle + row[2] oldest  (mod modulus)
+ * by `exponent` steps, through a power of its 3 by 3 companion matrix. Negative coefficients are
+ * given as residues; v must hold residues. */
+OXL_API void __vrsiVect3PowMod(uint32_t* v, const uint32_t* row, uint32_t modulus,
+                               uint64_t exponent);
+
+/* ---------------------------------------------------------------------------------------------
+ * Distribution generators: Uniform. */
+/* Uniform on [a, b) through the generator's dBRng/sBRng. With OXL_RNG_METHOD_ACCURATE in
+ * `method`, every result is clamped to [a, b]; without it, rounding may put a result just outside
+ * (MRG32K3A can give b itself). */
+OXL_API int32_t _vrsdRngUniform(int32_t method, StreamRecord* stream, int32_t n, double* r,
+                                double a, double b);
+OXL_API int32_t _vrssRngUniform(int32_t method, StreamRecord* stream, int32_t n, float* r, float a,
+                                float b);
+/* Integers from a up to b - 1. */
+OXL_API int32_t _vrsiRngUniform(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
+                                int32_t a, int32_t b);
+/* The generator's raw words as they are: 32-bit words, or 64-bit words for MCG59. */
+OXL_API int32_t _vrsiRngUniformBits(int32_t method, StreamRecord* stream, int32_t n, uint32_t* r);
 
 OXL_EXTERN_C_END
 

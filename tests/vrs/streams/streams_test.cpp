@@ -1,0 +1,361 @@
+// Registry, stream records, chunks and the read-only table.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "oxl/platform.h"
+#include "oxl/vrs.h"
+#include "support/failing_allocator.h"
+#include "vrs/generators/congruential.h"
+#include "vrs/streams/ro_table.h"
+#include "vrs/streams/stream_record.h"
+
+namespace oxl::vrs {
+namespace {
+
+struct IdCase {
+  int32_t id;
+  bool new_table;
+  int32_t row, offset;
+  bool valid;
+};
+
+TEST(Registry, IdArithmeticAndValidity) {
+  const IdCase cases[] = {
+      {0x100000, true, 0, 0, true},
+      {0x500000 + 272, true, 4, 272, true},
+      {0x500000 + 273, true, 4, 273, false},
+      {0x900000 + 6023, true, 8, 6023, true},
+      {0x900000 + 6024, true, 8, 6024, false},
+      {0x1000000, true, 15, 0, true},
+      {0x1100000, true, 16, 0, false},
+      {0x300001, true, 2, 1, false},
+      {3, false, 3, 0, true},
+      {4, false, 4, 0, true},
+      {276, false, 4, 272, true},
+      {277, false, 277, 0, true},
+      {280, false, 280, 0, true},
+      {281, false, 281, 0, false},
+      {-1, false, -1, 0, true},  // signed comparison: a negative id passes
+  };
+  for (const IdCase& c : cases) {
+    int32_t row = -7;
+    int32_t offset = -7;
+    const BrngRecord* table = __vrsGetBrngBaseOffset(c.id, &row, &offset);
+    EXPECT_EQ(table, c.new_table ? __RegBrngsNew : __RegBrngs) << std::hex << c.id;
+    EXPECT_EQ(row, c.row) << std::hex << c.id;
+    EXPECT_EQ(offset, c.offset) << std::hex << c.id;
+    EXPECT_EQ(__vrsIsBrngValid(table, row, offset), c.valid ? 0 : StatusInvalidBrng)
+        << std::hex << c.id;
+  }
+  // Properties come from the row, also for a member of a family; a negative id names no row.
+  BrngRecord p{};
+  ASSERT_EQ(__vrsGetBrngProperties(0x900000 + 6023, &p), 0);
+  EXPECT_EQ(p.StateSize, 312);
+  EXPECT_EQ(__vrsGetBrngProperties(0x1100000, &p), StatusInvalidBrng);
+  EXPECT_EQ(__vrsGetBrngProperties(-5, &p), StatusInvalidBrng);
+}
+
+TEST(Registry, OlderTableRows) {
+  for (int row = 0; row < 4; ++row) {
+    EXPECT_EQ(std::memcmp(&__RegBrngs[row], &__RegBrngsNew[row], sizeof(BrngRecord)), 0) << row;
+  }
+  for (int row = 4; row <= 276; ++row) {
+    EXPECT_EQ(std::memcmp(&__RegBrngs[row], &__RegBrngsNew[4], sizeof(BrngRecord)), 0) << row;
+  }
+  EXPECT_EQ(std::memcmp(&__RegBrngs[277], &__RegBrngsNew[5], sizeof(BrngRecord)), 0);
+  EXPECT_EQ(std::memcmp(&__RegBrngs[278], &__RegBrngsNew[6], sizeof(BrngRecord)), 0);
+  const BrngRecord zero{};
+  for (int row : {279, 280, 281, 511}) {
+    EXPECT_EQ(std::memcmp(&__RegBrngs[row], &zero, sizeof zero), 0) << row;
+  }
+  // The zero rows pass the validity test but make no stream.
+  StreamRecord* s = nullptr;
+  EXPECT_EQ(__vrsNewStreamEx(&s, 279, 0, nullptr), StatusInvalidBrng);
+  EXPECT_EQ(__vrsNewStreamEx(&s, -1, 0, nullptr), StatusInvalidBrng);
+  EXPECT_EQ(s, nullptr);
+}
+
+TEST(Registry, AbstractAndPendingGenerators) {
+  StreamRecord* s = nullptr;
+  for (int32_t id : {0xA00000, 0xB00000, 0xC00000}) {
+    EXPECT_EQ(__vrsNewStreamEx(&s, id, 0, nullptr), StatusInvalidBrng);
+    EXPECT_EQ(s, nullptr);
+    BrngRecord p{};
+    EXPECT_EQ(__vrsGetBrngProperties(id, &p), 0);  // they exist, with creators of their own
+  }
+  // A row whose generator is not built yet: the stream is made, seeding fails, the caller
+  // deletes it.
+  const uint32_t seed = 1;
+  EXPECT_EQ(__vrsNewStreamEx(&s, OXL_BRNG_R250, 1, &seed), StatusInvalidBrng);
+  ASSERT_NE(s, nullptr);
+  EXPECT_EQ(__vrsGetStreamStateBrng(s), OXL_BRNG_R250);
+  EXPECT_EQ(__vrsDeleteStream(&s), 0);
+  EXPECT_EQ(s, nullptr);
+}
+
+int32_t DummyInit(int32_t, StreamRecord*, int32_t, const uint32_t*) { return 0; }
+int32_t DummyS(StreamRecord*, int32_t, float*, float, float) { return 0; }
+int32_t DummyD(StreamRecord*, int32_t, double*, double, double) { return 0; }
+int32_t DummyI(StreamRecord*, int32_t, uint32_t*) { return 0; }
+
+TEST(Registry, RegistrationChecksInOrder) {
+  EXPECT_EQ(__vrsGetNumRegBrngs(), 16);
+  const BrngRecord good = {24, 1, 0, 4, 32, DummyInit, DummyS, DummyD, DummyI};
+  struct Bad {
+    BrngRecord record;
+    int32_t status;
+  };
+  Bad bad[] = {{good, StatusBadStateSize},
+               {good, StatusBadWordBytes},
+               {good, StatusBadSeedWords},
+               {good, StatusBadBits},
+               {good, StatusNullBrngFunction}};
+  bad[0].record.StateSize = -1;
+  bad[0].record.WordBytes = 3;  // the first failing check wins
+  bad[1].record.WordBytes = 12;
+  bad[1].record.SeedWords = 0;
+  bad[2].record.SeedWords = -2;
+  bad[2].record.Bits = 0;
+  bad[3].record.Bits = -1;
+  bad[3].record.sBRng = nullptr;
+  bad[4].record.InitStream = nullptr;
+  for (const Bad& b : bad) EXPECT_EQ(__vrsRegisterBrng(&b.record), b.status);
+  EXPECT_EQ(__vrsGetNumRegBrngs(), 16);
+
+  EXPECT_EQ(__vrsRegisterBrng(&good), 0x1100000);
+  EXPECT_EQ(__vrsRegisterBrng(&good), 0x1200000);
+  EXPECT_EQ(__vrsGetNumRegBrngs(), 18);
+  BrngRecord p{};
+  ASSERT_EQ(__vrsGetBrngProperties(0x1200000, &p), 0);
+  EXPECT_EQ(p.InitStream, &DummyInit);
+  EXPECT_EQ(__vrsGetBrngProperties(0x1200001, &p), StatusInvalidBrng);
+  StreamRecord* s = nullptr;
+  ASSERT_EQ(__vrsNewStreamEx(&s, 0x1100000, 0, nullptr), 0);
+  __vrsDeleteStream(&s);
+
+  // WH's shape: 4 seed words of 16 bytes, 64 bytes, against a 32-byte state. Copying the seed
+  // words stays inside both records (the sanitizers watch).
+  const BrngRecord wh_like = {48, 4, 1, 16, 24, DummyInit, DummyS, DummyD, DummyI};
+  const int32_t id = __vrsRegisterBrng(&wh_like);
+  ASSERT_EQ(id, 0x1300000);
+  StreamRecord* from = nullptr;
+  StreamRecord* to = nullptr;
+  ASSERT_EQ(__vrsNewStreamEx(&from, id, 0, nullptr), 0);
+  ASSERT_EQ(__vrsNewStreamEx(&to, id, 0, nullptr), 0);
+  std::memset(StateOf<unsigned char>(from), 0x3C, 32);
+  EXPECT_EQ(__vrsCopyStreamState(to, from), 0);
+  EXPECT_EQ(StateOf<unsigned char>(to)[31], 0x3C);
+  __vrsDeleteStream(&from);
+  __vrsDeleteStream(&to);
+}
+
+StreamRecord* NewMcg31(uint32_t seed) {
+  StreamRecord* s = nullptr;
+  EXPECT_EQ(__vrsNewStreamEx(&s, OXL_BRNG_MCG31, 1, &seed), 0);
+  return s;
+}
+
+void* Block(int32_t size, unsigned char fill) {
+  void* p = oxl_serv_allocate(static_cast<size_t>(size), 128);
+  std::memset(p, fill, static_cast<size_t>(size));
+  return p;
+}
+
+TEST(Streams, HeaderAndCopies) {
+  StreamRecord* s = NewMcg31(99);
+  EXPECT_EQ(s->Brng, OXL_BRNG_MCG31);
+  EXPECT_EQ(s->Format, 1);
+  EXPECT_EQ(s->Reserved[0] | s->Reserved[1] | s->Reserved[2], 0);
+  EXPECT_EQ(s->Chunks, nullptr);
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(s) % 128, 0u);
+  ASSERT_EQ(__vrsAddChunk(s, 5, nullptr, Block(64, 0xAB), 64), 0);
+
+  StreamRecord* copy = nullptr;
+  ASSERT_EQ(__vrsCopyStream(&copy, s), 0);
+  EXPECT_EQ(std::memcmp(copy, s, 8), 0);
+  EXPECT_EQ(std::memcmp(reinterpret_cast<char*>(copy) + 16, reinterpret_cast<char*>(s) + 16, 8), 0);
+  // Private chunk data is copied, not shared.
+  auto* data = static_cast<unsigned char*>(__vrsSearchChunk(copy, 5));
+  ASSERT_NE(data, nullptr);
+  EXPECT_NE(data, __vrsSearchChunk(s, 5));
+  EXPECT_EQ(data[63], 0xAB);
+
+  // Only the seed words move: MCG31's X, not its multiplier.
+  StreamRecord* other = NewMcg31(12345);
+  ASSERT_EQ(__vrsLeapfrogStream(other, 0, 3), 0);
+  const uint32_t other_a = StateOf<Mcg31State>(other)->A;
+  ASSERT_EQ(__vrsCopyStreamState(other, s), 0);
+  EXPECT_EQ(StateOf<Mcg31State>(other)->X, StateOf<Mcg31State>(s)->X);
+  EXPECT_EQ(StateOf<Mcg31State>(other)->A, other_a);
+  EXPECT_EQ(__vrsGetNumChunks(other), 1);
+  // On itself it does nothing, chunks included.
+  ChunkNode* head = s->Chunks;
+  EXPECT_EQ(__vrsCopyStreamState(s, s), 0);
+  EXPECT_EQ(s->Chunks, head);
+
+  for (StreamRecord* p : {s, copy, other}) {
+    StreamRecord* q = p;
+    EXPECT_EQ(__vrsDeleteStream(&q), 0);
+    EXPECT_EQ(q, nullptr);
+  }
+}
+
+TEST(Chunks, ListOrderSearchAndDeleteById) {
+  StreamRecord* s = NewMcg31(1);
+  ASSERT_EQ(__vrsAddChunk(s, 1, nullptr, Block(8, 1), 8), 0);
+  ASSERT_EQ(__vrsAddChunk(s, 2, nullptr, Block(8, 2), 8), 0);
+  ASSERT_EQ(__vrsAddChunk(s, 2, nullptr, Block(8, 3), 8), 0);
+  EXPECT_EQ(__vrsGetNumChunks(s), 3);
+  EXPECT_EQ(*static_cast<unsigned char*>(__vrsSearchChunk(s, 2)), 3);  // newest first
+  EXPECT_EQ(__vrsSearchChunk(s, 9), nullptr);
+
+  // The copy's list is reversed.
+  StreamRecord* copy = nullptr;
+  ASSERT_EQ(__vrsCopyStream(&copy, s), 0);
+  EXPECT_EQ(copy->Chunks->Id, 1u);
+  EXPECT_EQ(*static_cast<unsigned char*>(__vrsSearchChunk(copy, 2)), 2);
+
+  // The one chunk of an id, alone in the list: the list ends empty.
+  StreamRecord* lone = NewMcg31(2);
+  ASSERT_EQ(__vrsAddChunk(lone, 6, nullptr, Block(8, 6), 8), 0);
+  __vrsDeleteChunksById(lone, 6);
+  EXPECT_EQ(lone->Chunks, nullptr);
+  // Matching nodes in front of every kept one are released; the kept node becomes the head.
+  __vrsDeleteChunksById(s, 2);
+  ASSERT_EQ(__vrsGetNumChunks(s), 1);
+  EXPECT_EQ(s->Chunks->Id, 1u);
+
+  StreamRecord* ptrs[] = {s, copy, lone};
+  for (StreamRecord*& p : ptrs) __vrsDeleteStream(&p);
+}
+
+TEST(Chunks, DeleteByIdKeepsOnlyTheLastRetainedNode) {
+  StreamRecord* s = NewMcg31(1);
+  ASSERT_EQ(__vrsAddChunk(s, 6, nullptr, Block(8, 6), 8), 0);
+  ASSERT_EQ(__vrsAddChunk(s, 4, nullptr, Block(8, 4), 8), 0);
+  ASSERT_EQ(__vrsAddChunk(s, 3, nullptr, Block(8, 3), 8), 0);  // list: 3, 4, 6
+  ChunkNode* first = s->Chunks;
+  __vrsDeleteChunksById(s, 6);
+  ASSERT_EQ(__vrsGetNumChunks(s), 1);
+  EXPECT_EQ(s->Chunks->Id, 4u);
+  // Node 3 left the list unfreed; it is the caller's to release here.
+  ASSERT_EQ(first->Id, 3u);
+  first->Next = nullptr;
+  StreamRecord holder{};
+  holder.Chunks = first;
+  __vrsDeleteChunks(&holder);
+  __vrsDeleteStream(&s);
+}
+
+// The table is process-wide: every test leaves it as it found it.
+class ROTable : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(_GlobRODataTableCount.load(), 0); }
+  void TearDown() override { EXPECT_EQ(_GlobRODataTableCount.load(), 0); }
+};
+
+TEST_F(ROTable, SharingReferenceCountsAndCompaction) {
+  uint64_t k1[2], k2[2], k3[2];
+  ASSERT_EQ(__vrsGenerateNewGlobalRODataTableEntryId(k1, 1), 0);
+  EXPECT_EQ(k1[1], 1u);
+  __vrsGenerateNewGlobalRODataTableEntryId(k2, 2);
+  __vrsGenerateNewGlobalRODataTableEntryId(k3, 3);
+  StreamRecord* a = NewMcg31(1);
+  StreamRecord* b = NewMcg31(2);
+  void* block1 = Block(256, 1);
+  ASSERT_EQ(__vrsAddChunk(a, 9, k1, block1, 256), 0);
+  ASSERT_EQ(__vrsAddChunk(a, 10, k2, Block(256, 2), 256), 0);
+  ASSERT_EQ(__vrsAddChunk(b, 13, k3, Block(256, 3), 256), 0);
+  EXPECT_EQ(_GlobRODataTableCount.load(), 3);
+
+  // A second chunk of a known key takes the table's block; the caller keeps its own.
+  void* mine = Block(256, 7);
+  ASSERT_EQ(__vrsAddChunk(b, 9, k1, mine, 256), 0);
+  EXPECT_EQ(__vrsSearchChunk(b, 9), block1);
+  oxl_serv_deallocate(mine);
+  GlobRODataEntry* e = nullptr;
+  ASSERT_EQ(__vrsFindGlobRODataTableEntry(&e, k1), 0);
+  EXPECT_EQ(e->RefCount, 2);
+
+  // Copies share and count.
+  StreamRecord* c = nullptr;
+  ASSERT_EQ(__vrsCopyStream(&c, a), 0);
+  EXPECT_EQ(__vrsSearchChunk(c, 9), block1);
+  EXPECT_EQ(e->RefCount, 3);
+
+  // Deleting the last holder of k1's row... a and c hold k1 and k2, b holds k1 and k3.
+  __vrsDeleteStream(&c);
+  __vrsDeleteStream(&a);
+  ASSERT_EQ(__vrsFindGlobRODataTableEntry(&e, k2), StatusRONotFound);
+  // ... frees k2's block and moves the last row (k3) into its hole.
+  EXPECT_EQ(_GlobRODataTableCount.load(), 2);
+  EXPECT_EQ(_GlobRODataTable[1].Key[1], 3u);
+  ASSERT_EQ(__vrsFindGlobRODataTableEntry(&e, k1), 0);
+  EXPECT_EQ(e->RefCount, 1);
+  __vrsDeleteStream(&b);
+
+  EXPECT_EQ(__vrsFindGlobRODataTableEntry(&e, nullptr), StatusRONotFound);
+  const uint64_t zero[2] = {0, 0};
+  EXPECT_EQ(__vrsFindGlobRODataTableEntry(&e, zero), StatusRONotFound);
+}
+
+TEST_F(ROTable, FullTableLeavesChunksPrivate) {
+  // Fill rows directly up to the sharing limit of 127.
+  std::vector<void*> held;
+  for (uint64_t i = 0; i < kROTableShareLimit; ++i) {
+    const uint64_t key[2] = {0xF00D, i + 1};
+    GlobRODataEntry* e = nullptr;
+    ASSERT_EQ(__vrsCreateGlobRODataTableEntry(&e, key, nullptr), 0);
+  }
+  StreamRecord* s = NewMcg31(1);
+  const uint64_t fresh[2] = {0xBEEF, 1};
+  ASSERT_EQ(__vrsAddChunk(s, 9, fresh, Block(16, 9), 16), 0);
+  EXPECT_EQ(s->Chunks->Key[0] | s->Chunks->Key[1], 0u);
+  EXPECT_EQ(_GlobRODataTableCount.load(), kROTableShareLimit);
+  // The table's own limit is one row more.
+  GlobRODataEntry* e = nullptr;
+  ASSERT_EQ(__vrsCreateGlobRODataTableEntry(&e, fresh, nullptr), 0);
+  EXPECT_EQ(__vrsCreateGlobRODataTableEntry(&e, fresh, nullptr), StatusROTableFull);
+  __vrsDeleteStream(&s);
+  __vrsUnregisterGlobRODataReference(fresh);
+  for (uint64_t i = 0; i < kROTableShareLimit; ++i) {
+    const uint64_t key[2] = {0xF00D, i + 1};
+    __vrsUnregisterGlobRODataReference(key);
+  }
+}
+
+TEST_F(ROTable, EveryAllocationFailureIsCleanAndReported) {
+  // A stream with a private and a shared chunk, copied while each allocation in turn fails.
+  uint64_t key[2];
+  __vrsGenerateNewGlobalRODataTableEntryId(key, 77);
+  StreamRecord* s = NewMcg31(5);
+  ASSERT_EQ(__vrsAddChunk(s, 9, key, Block(64, 9), 64), 0);
+  ASSERT_EQ(__vrsAddChunk(s, 5, nullptr, Block(64, 5), 64), 0);
+  const int64_t allocations = test::ForEachAllocationFailure(
+      [&] {
+        StreamRecord* copy = nullptr;
+        const int32_t status = __vrsCopyStream(&copy, s);
+        if (copy) __vrsDeleteStream(&copy);
+        return status;
+      },
+      [](int32_t status, bool failed) { EXPECT_EQ(status, failed ? StatusNoMemory : 0); });
+  EXPECT_EQ(allocations, 4);  // record, private copy, two nodes
+  GlobRODataEntry* e = nullptr;
+  ASSERT_EQ(__vrsFindGlobRODataTableEntry(&e, key), 0);
+  EXPECT_EQ(e->RefCount, 1);
+  test::ForEachAllocationFailure(
+      [&] {
+        StreamRecord* t = nullptr;
+        const uint32_t seed = 3;
+        const int32_t status = __vrsNewStreamEx(&t, OXL_BRNG_MRG32K3A, 1, &seed);
+        if (t) __vrsDeleteStream(&t);
+        return status;
+      },
+      [](int32_t status, bool failed) { EXPECT_EQ(status, failed ? StatusNoMemory : 0); });
+  __vrsDeleteStream(&s);
+}
+
+}  // namespace
+}  // namespace oxl::vrs
