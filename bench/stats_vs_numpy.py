@@ -1,0 +1,67 @@
+#!/usr/bin/python3
+"""Moments and covariance of 10 dimensions by 10^6 observations: oxl_bench_stats beside numpy.
+
+    /usr/bin/python3 bench/stats_vs_numpy.py build-stats/bench/vrs/oxl_bench_stats
+
+Runs the benchmark binary (JSON output), times numpy's var and cov on the same shapes (median of
+repeated runs), and prints each oxl time with its ratio numpy/oxl (above 1: oxl is faster) and
+the speed-up of two threads over one. Rows storage is numpy's (10, 10^6) array along axis 1;
+columns storage is the (10^6, 10) array along axis 0.
+"""
+
+import json
+import subprocess
+import sys
+import timeit
+
+import numpy as np
+
+
+def numpy_times(repeat=7):
+    rng = np.random.default_rng(1)
+    rows = 10.0 + rng.standard_normal((10, 1_000_000))
+    cols = np.ascontiguousarray(rows.T)
+
+    def best(fn):
+        return sorted(timeit.repeat(fn, number=1, repeat=repeat))[repeat // 2] * 1e3
+
+    return {
+        ("var", 0): best(lambda: (rows.mean(axis=1), rows.var(axis=1, ddof=1))),
+        ("var", 1): best(lambda: (cols.mean(axis=0), cols.var(axis=0, ddof=1))),
+        ("cov", 0): best(lambda: np.cov(rows)),
+        ("cov", 1): best(lambda: np.cov(cols, rowvar=False)),
+    }
+
+
+def oxl_times(binary):
+    out = subprocess.run([binary, "--benchmark_format=json", "--benchmark_repetitions=5",
+                          "--benchmark_report_aggregates_only=true"],
+                         check=True, capture_output=True, text=True).stdout
+    times = {}
+    for b in json.loads(out)["benchmarks"]:
+        if b.get("aggregate_name") != "median":
+            continue
+        name, cols, threads = b["run_name"].split("/")[:3]
+        times[(name, int(cols.split(":")[1]), int(threads.split(":")[1]))] = b["real_time"]
+    return times
+
+
+def main():
+    binary = sys.argv[1]
+    oxl = oxl_times(binary)
+    peer = numpy_times()
+    peer_of = {"MeanVarOnePass": "var", "MeanVarFast": "var", "AllMomentsOnePass": "var",
+               "CovFast": "cov", "CovOnePass": "cov"}
+    print(f"{'oxl entry':<20}{'storage':<9}{'threads':>8}{'oxl ms':>10}{'numpy ms':>10}"
+          f"{'numpy/oxl':>11}{'2T/1T':>8}")
+    for (name, cols, threads), ms in sorted(oxl.items()):
+        kind = peer_of[name]
+        np_ms = peer[(kind, cols)]
+        speedup = oxl[(name, cols, 1)] / ms if threads > 1 else 1.0
+        print(f"{name:<20}{'cols' if cols else 'rows':<9}{threads:>8}{ms:>10.2f}{np_ms:>10.2f}"
+              f"{np_ms / ms:>11.2f}{speedup:>8.2f}")
+    print("numpy peers: var = mean and var(ddof=1) along the observations; cov = numpy.cov")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,77 @@
+// Moments and covariance of 10 dimensions by 10^6 observations, the shape of the comparison
+// with numpy (bench/stats_vs_numpy.py runs both sides and prints the ratios). Arguments:
+// storage (0 rows, 1 columns), threads of the OpenMP services.
+#include <benchmark/benchmark.h>
+
+#include <random>
+#include <vector>
+
+#include "oxl/omp_services.h"
+#include "oxl/ss.h"
+
+namespace {
+
+constexpr int64_t kP = 10;
+constexpr int64_t kN = 1000000;
+
+const std::vector<double>& Data() {
+  static const std::vector<double> x = [] {
+    std::vector<double> v(kP * kN);
+    std::mt19937_64 gen(1);
+    std::normal_distribution<double> g(0.0, 1.0);
+    for (auto& e : v) e = 10.0 + g(gen);
+    return v;
+  }();
+  return x;
+}
+
+void Run(benchmark::State& state, uint64_t estimates, uint64_t method) {
+  int64_t p = kP, n = kN;
+  int64_t storage = state.range(0) == 0 ? STORAGE_ROWS : STORAGE_COLS;
+  int64_t full = MATRIX_FULL;
+  std::vector<double> mean(kP, 2.0), raw2(kP), c2(kP), cov(kP * kP), accum(2);
+  SSTask* task = nullptr;
+  __vrsdSSNewTask(&task, &p, &n, &storage, Data().data(), nullptr, nullptr, 1);
+  __vrsdSSEditMoments(task, mean.data(), raw2.data(), nullptr, nullptr, c2.data(), nullptr,
+                      nullptr);
+  __vrsdSSEditCovCor(task, nullptr, cov.data(), &full, nullptr, nullptr);
+  __vrsdSSEditTask(task, SS_ED_ACCUM_WEIGHT, accum.data());
+  oxl_services_set_num_threads(int32_t(state.range(1)));
+  for (auto _ : state) {
+    accum[0] = accum[1] = 0.0;
+    if (_vrsdSSBasic(task, estimates, method, oxl_services_omp_ss()) != 0) {
+      state.SkipWithError("status");
+      break;
+    }
+    benchmark::DoNotOptimize(c2.data());
+    benchmark::DoNotOptimize(cov.data());
+  }
+  oxl_services_set_num_threads(0);
+  state.SetItemsProcessed(state.iterations() * kP * kN);
+  __vrsSSDeleteTask(&task);
+}
+
+void MeanVarOnePass(benchmark::State& s) { Run(s, EST_MEAN | EST_CENTRAL2, METHOD_ONE_PASS); }
+void MeanVarFast(benchmark::State& s) { Run(s, EST_MEAN | EST_CENTRAL2, METHOD_SUMS); }
+void CovFast(benchmark::State& s) { Run(s, EST_COV, METHOD_SUMS); }
+void CovOnePass(benchmark::State& s) { Run(s, EST_COV, METHOD_ONE_PASS); }
+void AllMomentsOnePass(benchmark::State& s) {
+  Run(s, EST_MEAN | EST_CENTRAL2 | EST_CENTRAL3 | EST_CENTRAL4 | EST_RAW2, METHOD_ONE_PASS);
+}
+
+void Args(benchmark::internal::Benchmark* b) {
+  for (int storage : {0, 1}) {
+    for (int threads : {1, 2}) b->Args({storage, threads});
+  }
+  b->ArgNames({"cols", "threads"})->UseRealTime()->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK(MeanVarOnePass)->Apply(Args);
+BENCHMARK(MeanVarFast)->Apply(Args);
+BENCHMARK(CovFast)->Apply(Args);
+BENCHMARK(CovOnePass)->Apply(Args);
+BENCHMARK(AllMomentsOnePass)->Apply(Args);
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,97 @@
+// State and tables of the kernels of the moment and covariance entry (basic_kernels-inl.h): one
+// kernel per method, storage, weighting and order, chosen from tables so that their loops test
+// nothing.
+//
+// Running state of one thread: W and W2 (sums of weights and of their squares), the mean and the
+// raw moments as weighted means, the central moments as plain weighted sums of deviation powers,
+// and S, the weighted sum of deviation products, in the lower triangle of a row-major p by p
+// block (element (j, i), i <= j, at j*p + i; the same memory is BLAS's column-major upper
+// triangle).
+//
+// The one-pass kernels take observations in blocks that stay in cache: each block's mean and
+// deviation sums are computed from the block alone (after a shift, so that data far from zero keep
+// their digits) and then merged into the running state with the
+// exact pairwise update formulas of Chan, Golub and LeVeque and of Pebay. The shift is the running
+// mean once there is one, else the block's first observation. One observation per
+// block would be the classic running update; blocks give the same results with fewer divisions
+// and better rounding. The power-sum (Fast) and given-mean kernels add weighted powers over the
+// range in double precision and fold them into the state once.
+//
+// Reductions keep four independent partial sums in a fixed order, so that the loops vectorise
+// and the rounding is the same on every target.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace oxl::stats {
+
+enum Slot : int { kMean = 0, kRaw2, kRaw3, kRaw4, kCen2, kCen3, kCen4, kSlotCount };
+
+constexpr int kLanes = 4;
+
+template <class T>
+struct ThreadState {
+  T* slot[kSlotCount];  // p values each; unused slots may be null
+  T* S;                 // p*p, or null when no matrix is tracked by this thread
+  double* scratch;      // kernel work space, see ScratchDoubles
+  double W, W2;
+};
+
+template <class T>
+struct KernelArgs {
+  int64_t n, p;
+  const T* x;
+  const T* w;      // null without weights
+  const T* given;  // the given mean (given-mean kernels)
+  int64_t block;   // observations per block of the one-pass kernels
+};
+
+template <class T>
+using Kernel = void (*)(const KernelArgs<T>&, int64_t first, int64_t end, ThreadState<T>&);
+
+// Slots that a kernel of each method and order keeps.
+constexpr uint32_t OnePassSlots(int order) {
+  constexpr uint32_t kBySlot[4] = {1u << kMean, (1u << kMean) | (1u << kCen2),
+                                   (1u << kMean) | (1u << kRaw2) | (1u << kCen2), 0x7Fu};
+  return kBySlot[order];
+}
+constexpr uint32_t FastSlots(int order) { return (1u << (order + 1)) - 1; }
+constexpr uint32_t GivenMeanSlots(int order) {
+  constexpr uint32_t kBySlot[4] = {1u << kCen2, (1u << kCen2) | (1u << kCen3), 0x70u, 0x7Eu};
+  return kBySlot[order];
+}
+
+// Work space of one thread's kernel, in doubles.
+inline int64_t ScratchDoubles(bool onePass, bool matrix, int64_t p, int64_t block) {
+  // Power sums, and a transposed block of 512 observations for the raw products.
+  if (!onePass) return 8 * p + (matrix ? 512 * p : 0);
+  return 8 * p + block * p + (matrix ? p * p : 0);
+}
+
+template <class T>
+using MergeFn = void (*)(int64_t p, uint32_t slots, bool givenMean, ThreadState<T>& a, double Wb,
+                         double W2b, T* const* bs, const T* SB);
+
+// Adds the weighted products of observations [first, end), sum of w x x^T, to S (lower triangle).
+template <class T>
+using RawProductFn = void (*)(const KernelArgs<T>&, double* scratch, int64_t first, int64_t end,
+                              T* S);
+
+// The kernels of one SIMD target. One-pass: index 16*(cols) + 8*(weights) + 2*order + (S
+// wanted); the others: 8*(cols) + 4*(weights) + order. `merge` folds one thread's state into
+// another's; `rawProducts` gives threads their share of S in the power-sum and given-mean methods.
+template <class T>
+struct KernelSet {
+  std::array<Kernel<T>, 32> onePass;
+  std::array<Kernel<T>, 16> fast;
+  std::array<Kernel<T>, 16> givenMean;
+  MergeFn<T> merge;
+  std::array<RawProductFn<T>, 4> rawProducts;  // 2*(cols) + (weights)
+};
+
+// The kernels of the best target this processor runs.
+const KernelSet<double>& Kernels(double);
+const KernelSet<float>& Kernels(float);
+
+}  // namespace oxl::stats

@@ -1,0 +1,171 @@
+// A statistics task over owned data and result arrays, and a long-double two-pass reference.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <random>
+#include <vector>
+
+#include "oxl/ss.h"
+
+namespace oxl::test {
+
+// Every result of the moment entry, computed in long double by two passes over the data.
+struct Reference {
+  int64_t p = 0;
+  long double W = 0, W2 = 0;
+  std::vector<long double> mean, raw[3], cs[3], c[3], kurt, skew, variation, S;
+
+  // x(i, j): dimension i, observation j; w may be empty.
+  template <class X>
+  Reference(int64_t p_, int64_t n, X x, const std::vector<double>& w) : p(p_) {
+    auto wt = [&](int64_t j) { return w.empty() ? 1.0L : (long double)w[j]; };
+    mean.assign(p, 0);
+    for (auto& v : raw) v.assign(p, 0);
+    for (auto& v : cs) v.assign(p, 0);
+    for (int64_t j = 0; j < n; ++j) {
+      W += wt(j);
+      W2 += wt(j) * wt(j);
+      for (int64_t i = 0; i < p; ++i) {
+        const long double v = x(i, j);
+        mean[i] += wt(j) * v;
+        for (int k = 0; k < 3; ++k) raw[k][i] += wt(j) * powl(v, k + 2);
+      }
+    }
+    for (int64_t i = 0; i < p; ++i) {
+      mean[i] /= W;
+      for (auto& r : raw) r[i] /= W;
+    }
+    S.assign(p * p, 0);
+    for (int64_t j = 0; j < n; ++j) {
+      for (int64_t i = 0; i < p; ++i) {
+        const long double d = x(i, j) - mean[i];
+        for (int k = 0; k < 3; ++k) cs[k][i] += wt(j) * powl(d, k + 2);
+        for (int64_t q = 0; q < p; ++q) S[i * p + q] += wt(j) * d * (x(q, j) - mean[q]);
+      }
+    }
+    for (auto& v : c) v.assign(p, 0);
+    kurt.assign(p, 0);
+    skew.assign(p, 0);
+    variation.assign(p, 0);
+    for (int64_t i = 0; i < p; ++i) {
+      c[0][i] = W / (W * W - W2) * cs[0][i];
+      c[1][i] = cs[1][i] / W;
+      c[2][i] = cs[2][i] / W;
+      kurt[i] = c[2][i] / (c[0][i] * c[0][i]) - 3;
+      skew[i] = c[1][i] / sqrtl(c[0][i] * c[0][i] * c[0][i]);
+      variation[i] = sqrtl(c[0][i]) / mean[i];
+    }
+  }
+  long double Cov(int64_t a, int64_t b) const { return S[a * p + b] / (W - W2 / W); }
+  long double Cor(int64_t a, int64_t b) const {
+    return a == b ? Cov(a, a) : S[a * p + b] / sqrtl(S[a * p + a] * S[b * p + b]);
+  }
+};
+
+// A task of p dimensions over an owned observation matrix, with every result array of the
+// moment entry registered.
+template <class T>
+struct Problem {
+  int64_t p, n, storage;
+  std::vector<T> x, w;
+  std::vector<T> accum = std::vector<T>(2, T(0));
+  std::vector<T> mean, raw[3], cm[3], sum, rawSum[3], cenSum[3], kurt, skew, variation;
+  std::vector<T> cov, cor, cp;
+  int64_t covStorage = MATRIX_FULL, corStorage = MATRIX_FULL, cpStorage = MATRIX_FULL;
+  std::vector<int64_t> inclusion;
+  SSTask* task = nullptr;
+
+  Problem(int64_t p_, int64_t n_, int64_t storage_) : p(p_), n(n_), storage(storage_) {
+    x.assign(p * n, T(0));
+    for (auto* v : {&mean, &sum, &kurt, &skew, &variation}) v->assign(p, T(0));
+    for (int k = 0; k < 3; ++k) {
+      for (auto* v : {&raw[k], &cm[k], &rawSum[k], &cenSum[k]}) v->assign(p, T(0));
+    }
+    for (auto* v : {&cov, &cor, &cp}) v->assign(p * p, T(0));
+    Create();
+  }
+  ~Problem() { __vrsSSDeleteTask(&task); }
+  Problem(const Problem&) = delete;
+
+  T& at(int64_t i, int64_t j) { return storage == STORAGE_ROWS ? x[i * n + j] : x[j * p + i]; }
+
+  void Create() {
+    if constexpr (sizeof(T) == sizeof(double)) {
+      __vrsdSSNewTask(&task, &p, &n, &storage, x.data(), nullptr, nullptr, 1);
+      __vrsdSSEditMoments(task, mean.data(), raw[0].data(), raw[1].data(), raw[2].data(),
+                          cm[0].data(), cm[1].data(), cm[2].data());
+      __vrsdSSEditSums(task, sum.data(), rawSum[0].data(), rawSum[1].data(), rawSum[2].data(),
+                       cenSum[0].data(), cenSum[1].data(), cenSum[2].data());
+      __vrsdSSEditCovCor(task, nullptr, cov.data(), &covStorage, cor.data(), &corStorage);
+      __vrsdSSEditCP(task, nullptr, nullptr, cp.data(), &cpStorage);
+      __vrsdSSEditTask(task, SS_ED_KURTOSIS, kurt.data());
+      __vrsdSSEditTask(task, SS_ED_SKEWNESS, skew.data());
+      __vrsdSSEditTask(task, SS_ED_VARIATION, variation.data());
+      __vrsdSSEditTask(task, SS_ED_ACCUM_WEIGHT, accum.data());
+    } else {
+      __vrssSSNewTask(&task, &p, &n, &storage, x.data(), nullptr, nullptr, 1);
+      __vrssSSEditMoments(task, mean.data(), raw[0].data(), raw[1].data(), raw[2].data(),
+                          cm[0].data(), cm[1].data(), cm[2].data());
+      __vrssSSEditSums(task, sum.data(), rawSum[0].data(), rawSum[1].data(), rawSum[2].data(),
+                       cenSum[0].data(), cenSum[1].data(), cenSum[2].data());
+      __vrssSSEditCovCor(task, nullptr, cov.data(), &covStorage, cor.data(), &corStorage);
+      __vrssSSEditCP(task, nullptr, nullptr, cp.data(), &cpStorage);
+      __vrssSSEditTask(task, SS_ED_KURTOSIS, kurt.data());
+      __vrssSSEditTask(task, SS_ED_SKEWNESS, skew.data());
+      __vrssSSEditTask(task, SS_ED_VARIATION, variation.data());
+      __vrssSSEditTask(task, SS_ED_ACCUM_WEIGHT, accum.data());
+    }
+  }
+
+  void SetWeights(std::vector<T> weights) {
+    w = std::move(weights);
+    if constexpr (sizeof(T) == sizeof(double)) {
+      __vrsdSSEditTask(task, SS_ED_WEIGHTS, w.data());
+    } else {
+      __vrssSSEditTask(task, SS_ED_WEIGHTS, w.data());
+    }
+  }
+  void SetInclusion(std::vector<int64_t> flags) {
+    inclusion = std::move(flags);
+    __vrsiSSEditTask(task, SS_ED_INDC, inclusion.data());
+  }
+
+  int Run(uint64_t estimates, uint64_t method, const SSThreadServices* services) {
+    if constexpr (sizeof(T) == sizeof(double)) {
+      return _vrsdSSBasic(task, estimates, method, services);
+    } else {
+      return _vrssSSBasic(task, estimates, method, services);
+    }
+  }
+
+  // Fills x with skewed data of mixed scales: dimension i is centre + scale_i * (e - 1) with e
+  // exponential, a few dimensions correlated with the first.
+  void Fill(uint64_t seed, double centre, bool mixedScales) {
+    std::mt19937_64 gen(seed);
+    std::exponential_distribution<double> e(1.0);
+    for (int64_t j = 0; j < n; ++j) {
+      const double first = e(gen) - 1.0;
+      for (int64_t i = 0; i < p; ++i) {
+        const double scale = mixedScales ? std::ldexp(1.0, int(3 * (i % 5)) - 6) : 1.0;
+        const double v = i == 0 ? first : 0.5 * first + (e(gen) - 1.0);
+        at(i, j) = T(centre + (i % 3) * centre + scale * v);
+      }
+    }
+  }
+
+  Reference Ref() {
+    std::vector<double> wd(w.begin(), w.end());
+    return Reference(
+        p, n, [this](int64_t i, int64_t j) { return (long double)at(i, j); }, wd);
+  }
+};
+
+// Every estimate of the moment entry.
+constexpr uint64_t kAllBasic = EST_MEAN | EST_RAW2 | EST_RAW3 | EST_RAW4 | EST_CENTRAL2 |
+                               EST_CENTRAL3 | EST_CENTRAL4 | EST_KURTOSIS | EST_SKEWNESS |
+                               EST_VARIATION | EST_COV | EST_COR | EST_SUM | EST_RAW_SUM2 |
+                               EST_RAW_SUM3 | EST_RAW_SUM4 | EST_CENTRAL_SUM2 | EST_CENTRAL_SUM3 |
+                               EST_CENTRAL_SUM4 | EST_CROSS_PRODUCT;
+
+}  // namespace oxl::test
