@@ -1,0 +1,345 @@
+// Cell search: the method choice and the span kernels that search, interpolation and integration
+// share. A kernel is a template over the real type, the cell width and the index arithmetic; the
+// exported forms 32, 64 and 64Pack are its three instantiations.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+#include "df/task.h"
+
+namespace oxl::df {
+
+enum SearchMethod : int32_t {
+  kUniform = 0,
+  kQuasiUniform = 1,
+  kSorted = 2,
+  kPeak = 3,
+  kHybrid = 4,
+  kUserDef = 5,
+  kUniUserDef = 6,
+  kCellsGiven = 7,
+};
+inline constexpr int32_t kMethodCount = 7;
+
+// Sites per call of a search callback.
+inline constexpr int64_t kCallbackBlock = 128;
+// Below this many sites the search entry works on the calling thread without a frame.
+inline constexpr int64_t kFrameThreshold = 32;
+// The uniform-site buffer kept in a frame's own storage.
+inline constexpr int64_t kInlineSites = 4096;
+// The largest partition whose index arithmetic fits 32 bits.
+inline constexpr int64_t kIndex32Limit = 2147483647;
+
+template <class T>
+using SearchCallback = int32_t (*)(int64_t*, const T*, void*, int32_t*, void*, void*);
+
+// The arguments of a span kernel, in one record.
+template <class T>
+struct SearchSpan {
+  int64_t partition_size;
+  const T* partition;
+  int64_t nsite;
+  const T* site;
+  void* cursor;
+  const T* data_hint;
+  int64_t bin_count;
+  const int64_t* search_table;
+  void* cells;
+  SearchCallback<T> callback;
+  void* params;
+  void* library_params;
+  int32_t* flag_array;
+  T scale;
+};
+
+// The method from the task's and the caller's hints, never from the data. -1026 for a data hint
+// that declares something other than nothing or a peak inside the cells.
+template <class T>
+int32_t ChooseSearchMethod(const df_task* task, int64_t site_hint, const T* data_hint,
+                           bool has_callback, int32_t* method) {
+  const int64_t hint = task->partition_hint;
+  if (has_callback) {
+    *method = hint == PARTITION_UNIFORM ? kUniUserDef : kUserDef;
+  } else if (hint == PARTITION_UNIFORM) {
+    *method = kUniform;
+  } else if (hint == PARTITION_QUASIUNIFORM) {
+    *method = kQuasiUniform;
+  } else if (site_hint == SITES_SORTED) {
+    *method = kSorted;
+  } else if (data_hint == nullptr || data_hint[1] == T(0)) {
+    *method = kHybrid;
+  } else if (data_hint[1] == T(1) && data_hint[4] >= T(0) &&
+             data_hint[4] <= static_cast<T>(task->partition_size)) {
+    *method = kPeak;
+  } else {
+    return DF_STATUS_BAD_DATA_HINT;
+  }
+  return DF_STATUS_OK;
+}
+
+namespace search {
+
+// Truncation of a non-negative position, with anything at or past `limit` (a NaN included)
+// read as `limit`, so that no site can index outside the knots.
+template <class Idx, class T>
+inline Idx TruncAtMost(T v, Idx limit) {
+  if (!(v < static_cast<T>(limit))) return limit;
+  if (!(v > T(0))) return 0;
+  return static_cast<Idx>(v);
+}
+
+// Cell of s from cell `cell`, looking at knots j = from, from-1, ...: each knot above s moves
+// the cell down to j.
+template <class T, class Idx>
+inline Idx WalkDown(const T* x, T s, Idx cell, Idx from) {
+  for (Idx j = from; j >= 0 && x[j] > s; --j) cell = j;
+  return cell;
+}
+
+// Cell of s from cell `from`, looking at knots j = from, from+1, ... below n.
+template <class T, class Idx>
+inline Idx WalkUp(const T* x, Idx n, T s, Idx from) {
+  Idx cell = from;
+  for (Idx j = from; j < n && !(x[j] > s); ++j) cell = j + 1;
+  return cell;
+}
+
+template <class T, class Idx>
+inline Idx UniformCell(T s, T x0, T x1, Idx n, T scale) {
+  if (s < x0) return 0;
+  if (s == x1) return n - 1;
+  const Idx t = TruncAtMost<Idx>(scale * (s - x0), n);
+  return t + 1 < n ? t + 1 : n;
+}
+
+// The longest window the hybrid search counts through: 40 knots after bisection, rounded up to
+// whole vectors.
+inline constexpr int kCountWindow = 40;
+
+template <class T, class Idx>
+inline Idx HybridCell(const T* x, Idx n, T s, T scale, int64_t bin_count, const int64_t* table) {
+  const T last = x[n - 1];
+  if (s < x[0]) return 0;
+  if (s > last) return n;
+  if (s == last) return n - 1;
+  const int64_t b = TruncAtMost<int64_t>(scale * (s - x[0]), bin_count);
+  // The clamps only matter for a table built for other knots: they keep the window inside.
+  Idx lo = static_cast<Idx>(std::clamp<int64_t>(table[2 * b], 0, n - 1));
+  Idx hi = static_cast<Idx>(std::clamp<int64_t>(table[2 * b + 1], lo, n - 1));
+  if (hi - lo > 40) {
+    // Bisect down to a window of about 40 knots, where counting beats branching. The halving
+    // selects without a branch: which half holds s is as good as random to the predictor.
+    while (lo < hi - 40) {
+      const Idx mid = static_cast<Idx>((static_cast<int64_t>(hi) + lo) >> 1);
+      const bool above = x[mid] > s;
+      hi = above ? mid : hi;
+      lo = above ? lo : mid;
+    }
+  }
+  const Idx width = hi - lo;
+  if (width < 2) return lo + width;
+  // Count the knots <= s in the window. Knots past hi exceed s, so a window of fixed length
+  // from lo counts the same wherever it stays inside the partition, and a fixed trip count
+  // leaves nothing to mispredict.
+  const T* w = x + lo;
+  Idx count = 0;
+  if (lo + kCountWindow <= n) {
+    for (int k = 0; k < kCountWindow; ++k) count += w[k] <= s ? 1 : 0;
+  } else {
+    for (Idx k = 0; k < width; ++k) count += w[k] <= s ? 1 : 0;
+  }
+  return lo + count;
+}
+
+// The walks of the user-defined search from a guess g in [0, n].
+template <class T, class Idx>
+inline Idx FinishFromGuess(const T* x, Idx n, T s, Idx g) {
+  const T last = x[n - 1];
+  if (g >= n) {
+    if (s == last) return n - 1;
+    return WalkDown<T, Idx>(x, s, n, n - 1);
+  }
+  if (s >= x[g]) {
+    if (s == last) return n - 1;
+    return WalkUp<T, Idx>(x, n, s, g);
+  }
+  if (g != 0 && x[g - 1] > s) {
+    if (s == last) return n - 1;
+    return WalkDown<T, Idx>(x, s, g, g - 1);
+  }
+  return g;
+}
+
+// One span of sites by method M. Cell: the stored width; Idx: the arithmetic.
+template <int32_t M, class T, class Cell, class Idx>
+int32_t Kernel(const SearchSpan<T>& a) {
+  const T* x = a.partition;
+  const Idx n = static_cast<Idx>(a.partition_size);
+  const int64_t nsite = a.nsite;
+  const T* site = a.site;
+  Cell* cells = static_cast<Cell*>(a.cells);
+  // A uniform partition is given by its two ends only.
+  constexpr bool kTwoEnds = M == kUniform || M == kUniUserDef;
+  const T last = kTwoEnds ? x[1] : x[n - 1];
+
+  if constexpr (M == kUniform) {
+    // The partition holds the two ends; the scale follows from them.
+    const T x0 = x[0];
+    const T x1 = x[1];
+    const T scale = static_cast<T>(n - 1) / (x1 - x0);
+    for (int64_t i = 0; i < nsite; ++i) {
+      cells[i] = static_cast<Cell>(UniformCell<T, Idx>(site[i], x0, x1, n, scale));
+    }
+    return DF_STATUS_OK;
+  } else if constexpr (M == kQuasiUniform) {
+    const T x0 = x[0];
+    for (int64_t i = 0; i < nsite; ++i) {
+      const T s = site[i];
+      Idx cell;
+      if (s < x0) {
+        cell = 0;
+      } else if (s == last) {
+        cell = n - 1;
+      } else {
+        const Idx g = TruncAtMost<Idx>(a.scale * (s - x0), n - 1) + 1;
+        if (g >= n) {
+          cell = WalkDown<T, Idx>(x, s, n, n - 1);
+        } else if (s >= x[g]) {
+          cell = WalkUp<T, Idx>(x, n, s, g);
+        } else {
+          cell = WalkDown<T, Idx>(x, s, g, g - 1);
+        }
+      }
+      cells[i] = static_cast<Cell>(cell);
+    }
+    return DF_STATUS_OK;
+  } else if constexpr (M == kSorted) {
+    Cell* cursor_ref = static_cast<Cell*>(a.cursor);
+    Idx cursor = static_cast<Idx>(std::clamp<int64_t>(*cursor_ref, 0, n));
+    for (int64_t i = 0; i < nsite; ++i) {
+      const T s = site[i];
+      if (s == last) {
+        cells[i] = static_cast<Cell>(n - 1);
+        continue;
+      }
+      if (i == 0) {
+        // One or two halving steps toward the first site; the bound stays n/2 by design.
+        Idx hi = n;
+        while (cursor < hi - n / 2) {
+          const Idx mid = static_cast<Idx>((static_cast<int64_t>(cursor) + hi) >> 1);
+          if (x[mid] > s) {
+            hi = mid;
+          } else {
+            cursor = mid;
+          }
+        }
+      }
+      while (cursor < n && x[cursor] <= s) ++cursor;
+      cells[i] = static_cast<Cell>(cursor);
+    }
+    *cursor_ref = static_cast<Cell>(cursor);
+    return DF_STATUS_OK;
+  } else if constexpr (M == kPeak) {
+    const Idx p = TruncAtMost<Idx>(a.scale, n);
+    for (int64_t i = 0; i < nsite; ++i) {
+      const T s = site[i];
+      Idx cell;
+      if (s == last) {
+        cell = n - 1;
+      } else if (p >= n) {
+        cell = s > last ? n : WalkDown<T, Idx>(x, s, n - 1, n - 2);
+      } else if (s >= x[p]) {
+        cell = WalkUp<T, Idx>(x, n, s, p);
+      } else if (p != 0 && x[p - 1] > s) {
+        cell = WalkDown<T, Idx>(x, s, p, p - 1);
+      } else {
+        cell = p;
+      }
+      cells[i] = static_cast<Cell>(cell);
+    }
+    return DF_STATUS_OK;
+  } else if constexpr (M == kHybrid) {
+    // Random sites in a large partition wait on memory: ask ahead for the window of the site
+    // kAhead places on, so that its loads overlap the work on this one.
+    constexpr int64_t kAhead = 12;
+    const int64_t bins = a.bin_count;
+    const int64_t* table = a.search_table;
+    for (int64_t i = 0; i + kAhead < nsite; ++i) {
+      const int64_t b = TruncAtMost<int64_t>(a.scale * (site[i + kAhead] - x[0]), bins);
+      const int64_t lo = std::clamp<int64_t>(table[2 * b], 0, n - 1);
+      const int64_t hi = std::clamp<int64_t>(table[2 * b + 1], lo, n - 1);
+      // The halving points the bisection will read, and the start of the bin.
+      const int64_t mid = (lo + hi) >> 1;
+      __builtin_prefetch(x + lo);
+      __builtin_prefetch(x + ((lo + mid) >> 1));
+      __builtin_prefetch(x + mid);
+      __builtin_prefetch(x + ((mid + hi) >> 1));
+      cells[i] = static_cast<Cell>(
+          HybridCell<T, Idx>(x, n, site[i], a.scale, a.bin_count, a.search_table));
+    }
+    for (int64_t i = std::max<int64_t>(nsite - kAhead, 0); i < nsite; ++i) {
+      cells[i] = static_cast<Cell>(
+          HybridCell<T, Idx>(x, n, site[i], a.scale, a.bin_count, a.search_table));
+    }
+    return DF_STATUS_OK;
+  } else {
+    static_assert(M == kUserDef || M == kUniUserDef);
+    int32_t local_flags[kCallbackBlock];
+    int32_t* flags = a.flag_array != nullptr ? a.flag_array : local_flags;
+    const T uni_scale = static_cast<T>(n - 1) / (x[1] - x[0]);
+    int32_t result = 0;
+    for (int64_t start = 0; start < nsite; start += kCallbackBlock) {
+      int64_t count = std::min(kCallbackBlock, nsite - start);
+      Cell* block_cells = cells + start;
+      const T* block_sites = site + start;
+      std::fill(flags, flags + count, 0);
+      result = a.callback(&count, block_sites, block_cells, flags, a.params, a.library_params);
+      if (result < 0) return result;
+      if (result == 1000) continue;
+      for (int64_t i = 0; i < count; ++i) {
+        if (flags[i] != 0) continue;
+        const T s = block_sites[i];
+        if constexpr (M == kUniUserDef) {
+          block_cells[i] = static_cast<Cell>(UniformCell<T, Idx>(s, x[0], x[1], n, uni_scale));
+        } else {
+          const int64_t guess = static_cast<int64_t>(block_cells[i]);
+          const Idx g = guess < 1 ? 0 : static_cast<Idx>(std::min<int64_t>(guess, n));
+          block_cells[i] = static_cast<Cell>(FinishFromGuess<T, Idx>(x, n, s, g));
+        }
+      }
+    }
+    return result == 1000 ? DF_STATUS_OK : result;
+  }
+}
+
+}  // namespace search
+
+// The kernel of a method in a form: 0 for 32, 1 for 64, 2 for 64Pack.
+enum SearchForm : int32_t { kForm32 = 0, kForm64 = 1, kForm64Pack = 2 };
+
+template <class T>
+using SpanKernel = int32_t (*)(const SearchSpan<T>&);
+
+template <class T>
+SpanKernel<T> SearchKernelFor(int32_t method, int32_t form);
+
+// The form of the unsuffixed kernels: flags bit 0 int_flag, bit 1 cells in the caller's array.
+inline int32_t SearchFormFromFlags(int32_t flags, int64_t partition_size) {
+  if ((flags & 2) != 0 && (flags & 1) == 0) return kForm32;
+  return partition_size >= kIndex32Limit ? kForm64 : kForm64Pack;
+}
+
+// The whole search of `nsite` sites by the settled method, with the frame's threading; the
+// serial path alone when `allow_threads` is false.
+template <class T>
+int32_t SearchFrame(const df_task* task, int32_t method, int64_t nsite, const T* site,
+                    int64_t site_hint, const T* data_hint, void* cells, SearchCallback<T> callback,
+                    void* params, const thread_services* services, bool allow_threads);
+
+// Writes nsite evenly spaced sites from the two given ends into `out`.
+template <class T>
+void ExpandUniformSites(const T* ends, int64_t nsite, T* out);
+
+}  // namespace oxl::df

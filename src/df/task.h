@@ -1,0 +1,107 @@
+// The data fitting task record and the helpers every data fitting source shares.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "oxl/df.h"
+#include "oxl/platform.h"
+
+struct df_task {
+  int32_t int_flag;
+  int8_t task_tag;
+  int32_t is_double;
+  int32_t dimension;
+  int64_t partition_size;
+  void* partition;
+  int64_t partition_hint;
+  int64_t function_count;
+  void** value_rows;
+  int64_t values_hint;
+  int64_t spline_order;
+  int64_t spline_type;
+  int64_t internal_type;
+  void* internal_data;
+  int64_t boundary_type;
+  void* boundary_data;
+  void** coefficient_rows;
+  int64_t coefficients_hint;
+  int32_t auxiliary_switch;
+  int64_t bin_count;
+  int64_t* search_table;
+  union {
+    double d;
+    float s;
+  } bin_scale;
+};
+
+namespace oxl::df {
+
+inline constexpr int64_t kSearchTablePairs = 1026;
+inline constexpr std::size_t kAlignment = 128;
+
+template <class T>
+inline T* Knots(const df_task* task) {
+  return static_cast<T*>(task->partition);
+}
+template <class T>
+inline T* const* ValueRows(const df_task* task) {
+  return reinterpret_cast<T* const*>(task->value_rows);
+}
+template <class T>
+inline T* const* CoefficientRows(const df_task* task) {
+  return reinterpret_cast<T* const*>(task->coefficient_rows);
+}
+template <class T>
+inline T BinScale(const df_task* task) {
+  if constexpr (sizeof(T) == 8) {
+    return task->bin_scale.d;
+  } else {
+    return task->bin_scale.s;
+  }
+}
+
+inline bool IsValuesHint(int64_t hint) {
+  return hint == VALUES_NO_HINT || hint == VALUES_ROWS || hint == VALUES_COLUMNS ||
+         hint == VALUES_ROW_POINTERS;
+}
+
+// Fills the search table of `task` from its partition (Part of creation and of the hint edit).
+template <class T>
+void BuildSearchTable(df_task* task);
+
+// A block of `count` elements from the library allocator, or from a fixed buffer in the caller's
+// frame when it fits. Gives its memory back on every way out.
+template <class E, std::size_t kInline>
+class ScratchBuffer {
+ public:
+  explicit ScratchBuffer(std::size_t count) {
+    if (count <= kInline) {
+      data_ = inline_;
+    } else {
+      heap_ = static_cast<E*>(oxl_serv_allocate(count * sizeof(E), static_cast<int>(kAlignment)));
+      data_ = heap_;
+    }
+  }
+  ~ScratchBuffer() {
+    if (heap_ != nullptr) oxl_serv_deallocate(heap_);
+  }
+  ScratchBuffer(const ScratchBuffer&) = delete;
+  ScratchBuffer& operator=(const ScratchBuffer&) = delete;
+  E* get() const { return data_; }
+  bool allocated() const { return heap_ != nullptr; }
+
+ private:
+  alignas(64) E inline_[kInline == 0 ? 1 : kInline];
+  E* heap_ = nullptr;
+  E* data_ = nullptr;
+};
+
+// Thread services that may be absent: no table means one thread.
+inline int32_t MaxThreads(const thread_services* services) {
+  if (services == nullptr || services->max_threads == nullptr) return 1;
+  const int32_t t = services->max_threads();
+  return t < 1 ? 1 : t;
+}
+
+}  // namespace oxl::df

@@ -1,0 +1,342 @@
+// Interpolation: against scipy/numpy reference data, against direct evaluation of the cell
+// polynomials in every layout, callbacks, look-up and step kinds, the parallel path.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+#include <random>
+#include <vector>
+
+#include "df/df_test_util.h"
+#include "support/ref_data.h"
+
+namespace {
+
+using oxl::test::BruteCell;
+using oxl::test::FakeThreads;
+using oxl::test::RefTable;
+using oxl::test::TaskHolder;
+
+// case -> role -> values, from tests/df/data/splines.txt (made by make_df_data.py).
+std::map<int, std::map<int, std::vector<double>>> LoadReference() {
+  const RefTable table = RefTable::Load(RefTable::TestsPath("df/data/splines.txt"));
+  std::map<int, std::map<int, std::vector<double>>> out;
+  for (size_t r = 0; r < table.rows(); ++r) {
+    out[static_cast<int>(table.Int(r, 0))][static_cast<int>(table.Int(r, 1))].push_back(
+        table.Real<double>(r, 3));
+  }
+  return out;
+}
+
+int32_t Interp(df_task* task, const std::vector<double>& sites, std::vector<int32_t> dorder,
+               std::vector<double>& out, int64_t result_hint = 0,
+               const thread_services* services = nullptr) {
+  return oxl_df_kernel_dDFInterpolate1D(
+      task, 0, 0, static_cast<int64_t>(sites.size()), sites.data(), 0,
+      static_cast<int64_t>(dorder.size()), dorder.data(), nullptr, out.data(), result_hint, nullptr,
+      nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, services);
+}
+
+TEST(DfInterpolate, AgreesWithScipyAndNumpy) {
+  auto ref = LoadReference();
+  ASSERT_EQ(ref.size(), 4u);
+  for (int c = 0; c < 4; ++c) {
+    auto& r = ref[c];
+    const std::vector<double>& x = r[0];
+    const std::vector<double>& y = r[1];
+    const std::vector<double>& sites = r[2];
+    const int64_t n = static_cast<int64_t>(x.size());
+    TaskHolder t;
+    ASSERT_EQ(oxl_df_kernel_dNewTask1D(&t.task, n, x.data(), 0, 1, y.data(), 0, 0), 0);
+    std::vector<double> coeff(3 * n);
+    if (c == 0) {
+      ASSERT_EQ(
+          oxl_df_kernel_dEditPPSpline1D(t.task, 2, 0, 0, nullptr, 0, nullptr, coeff.data(), 0), 0);
+      ASSERT_EQ(oxl_df_kernel_dDFLinearSpline1D(t.task, 0, 0, nullptr), 0);
+    } else if (c == 1) {
+      ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(t.task, 3, 0, BC_QUADRATIC_VALUE, r[6].data(), 0,
+                                              nullptr, coeff.data(), 0),
+                0);
+      ASSERT_EQ(oxl_df_kernel_dDFQuadraticSpline1D(t.task, 0, 0, nullptr), 0);
+    } else {
+      const int64_t bc = c == 2 ? BC_LEFT_FIRST | BC_RIGHT_FIRST : BC_LEFT_SECOND | BC_RIGHT_SECOND;
+      ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(t.task, 3, 1, bc, r[6].data(), IC_SUBGRID,
+                                              r[6].data() + 2, coeff.data(), 0),
+                0);
+      ASSERT_EQ(oxl_df_kernel_dDFQuadraticSpline1D(t.task, 0, 0, nullptr), 0);
+    }
+    const int derivs = c == 0 ? 1 : 3;
+    std::vector<double> out(sites.size() * derivs);
+    ASSERT_EQ(Interp(t.task, sites,
+                     derivs == 1 ? std::vector<int32_t>{1} : std::vector<int32_t>{1, 1, 1}, out),
+              0);
+    for (size_t i = 0; i < sites.size(); ++i) {
+      for (int d = 0; d < derivs; ++d) {
+        const double want = r[3 + d][i];
+        ASSERT_NEAR(out[i * derivs + d], want, 1e-9 * (1 + std::fabs(want)))
+            << "case " << c << " site " << sites[i] << " derivative " << d;
+      }
+    }
+  }
+}
+
+// A cubic with arbitrary coefficients, two functions, checked against direct evaluation in each
+// layout and derivative selection; sites outside follow the end polynomials.
+struct CubicFixture {
+  static constexpr int64_t n = 40, fc = 2;
+  std::vector<double> x, y, coeff;
+  TaskHolder t;
+  CubicFixture() : x(n), y(n * fc), coeff(4 * (n - 1) * fc) {
+    std::mt19937_64 rng(4);
+    std::uniform_real_distribution<double> u(-1, 1);
+    double v = 0;
+    for (auto& k : x) {
+      k = v;
+      v += 0.3 + 0.2 * u(rng);
+    }
+    for (auto& c : coeff) c = u(rng);
+    EXPECT_EQ(oxl_df_kernel_dNewTask1D(&t.task, n, x.data(), 0, fc, y.data(), 0, 1), 0);
+    EXPECT_EQ(oxl_df_kernel_dEditPPSpline1D(t.task, 4, 0, 2, nullptr, 0, nullptr, coeff.data(), 0),
+              0);
+  }
+  double Direct(int64_t f, double s, int d) const {
+    int64_t idx = BruteCell(x, s) - 1;
+    idx = std::clamp<int64_t>(idx, 0, n - 2);
+    const double* c = coeff.data() + f * 4 * (n - 1) + 4 * idx;
+    const double t = s - x[idx];
+    switch (d) {
+      case 0:
+        return ((c[3] * t + c[2]) * t + c[1]) * t + c[0];
+      case 1:
+        return (3 * c[3] * t + 2 * c[2]) * t + c[1];
+      case 2:
+        return 6 * c[3] * t + 2 * c[2];
+      default:
+        return 6 * c[3];
+    }
+  }
+};
+
+TEST(DfInterpolate, CubicLayoutsAndDerivatives) {
+  CubicFixture fx;
+  std::vector<double> sites;
+  for (int i = 0; i < 600; ++i) sites.push_back(-1.0 + 0.025 * i);
+  const int64_t ns = static_cast<int64_t>(sites.size());
+  const std::vector<std::vector<int64_t>> orders = {
+      {}, {0, 0}, {1, 0, 1}, {0, 1, 1, 1}, {1, 1, 1, 1, 1}};
+  for (const auto& dorder : orders) {
+    std::vector<int> which;
+    for (size_t j = 0; j < dorder.size(); ++j) {
+      if (dorder[j] != 0) which.push_back(static_cast<int>(j));
+    }
+    if (which.empty()) which.push_back(0);
+    const int64_t nr = static_cast<int64_t>(which.size());
+    for (int64_t hint : {0, 16, 32, 128, 256, 512}) {
+      std::vector<double> out(ns * nr * CubicFixture::fc, -1.0);
+      ASSERT_EQ(oxl_df_kernel_dDFInterpolate1D(
+                    fx.t.task, 0, 0, ns, sites.data(), 0, static_cast<int64_t>(dorder.size()),
+                    dorder.data(), nullptr, out.data(), hint, nullptr, nullptr, nullptr, nullptr,
+                    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+                0);
+      for (int64_t f = 0; f < CubicFixture::fc; ++f) {
+        for (int64_t i = 0; i < ns; ++i) {
+          for (int64_t k = 0; k < nr; ++k) {
+            int64_t at;
+            switch (hint) {
+              case 32:
+                at = (f * nr + k) * ns + i;
+                break;
+              case 256:
+                at = (i * CubicFixture::fc + f) * nr + k;
+                break;
+              case 512:
+                at = (i * nr + k) * CubicFixture::fc + f;
+                break;
+              default:
+                at = (f * ns + i) * nr + k;
+            }
+            const int d = which[k];
+            const double want = d > 3 ? 0.0 : fx.Direct(f, sites[i], d);
+            ASSERT_NEAR(out[at], want, 1e-12 * (1 + std::fabs(want)))
+                << "hint " << hint << " f " << f << " site " << sites[i] << " d " << d;
+          }
+        }
+      }
+    }
+  }
+  std::vector<double> out(10);
+  const int64_t one[1] = {1};
+  EXPECT_EQ(oxl_df_kernel_dDFInterpolate1D(fx.t.task, 0, 0, 1, sites.data(), 0, 1, one, nullptr,
+                                           out.data(), 64, nullptr, nullptr, nullptr, nullptr,
+                                           nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+            DF_STATUS_BAD_INTERPOLATE_RESULT_HINT);
+  fx.t->spline_type = 1;
+  EXPECT_EQ(oxl_df_kernel_dDFInterpolate1D(fx.t.task, 0, 0, 1, sites.data(), 0, 1, one, nullptr,
+                                           out.data(), 16, nullptr, nullptr, nullptr, nullptr,
+                                           nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+            DF_STATUS_BAD_TYPE);
+}
+
+// Threads: the parallel path above 4096 sites gives the same bits as the serial one, in a
+// staged layout too; cells come back when asked for; given cells skip the search.
+TEST(DfInterpolate, ParallelCellsAndGivenCells) {
+  CubicFixture fx;
+  for (int64_t ns : {4096, 4097, 9000}) {
+    std::vector<double> sites(ns);
+    for (int64_t i = 0; i < ns; ++i)
+      sites[i] = -0.5 + 13.0 * std::sin(0.01 * i) * std::sin(0.01 * i);
+    for (int64_t hint : {16, 512}) {
+      std::vector<double> serial(ns * 2 * 2), split(ns * 2 * 2);
+      std::vector<int64_t> cells(ns, -1), given(ns);
+      const int64_t dorder[2] = {1, 1};
+      ASSERT_EQ(oxl_df_kernel_dDFInterpolate1D(fx.t.task, INTERP_CELLS_WANTED, 0, ns, sites.data(),
+                                               0, 2, dorder, nullptr, serial.data(), hint,
+                                               cells.data(), nullptr, nullptr, nullptr, nullptr,
+                                               nullptr, nullptr, nullptr, nullptr, nullptr),
+                0);
+      for (int64_t i = 0; i < ns; ++i) ASSERT_EQ(cells[i], BruteCell(fx.x, sites[i]));
+      const int64_t calls = FakeThreads::calls;
+      ASSERT_EQ(oxl_df_kernel_dDFInterpolate1D(fx.t.task, 0, 0, ns, sites.data(), 0, 2, dorder,
+                                               nullptr, split.data(), hint, nullptr, nullptr,
+                                               nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                               nullptr, FakeThreads::Table()),
+                0);
+      EXPECT_EQ(FakeThreads::calls - calls, ns > 4096 ? 1 : 0);
+      EXPECT_EQ(split, serial);
+      // Given cells: cell 0 for every site evaluates the first polynomial.
+      std::fill(given.begin(), given.end(), 0);
+      ASSERT_EQ(oxl_df_kernel_dDFInterpolate1D(fx.t.task, INTERP_CELLS_GIVEN, 0, ns, sites.data(),
+                                               0, 2, dorder, nullptr, split.data(), 16,
+                                               given.data(), nullptr, nullptr, nullptr, nullptr,
+                                               nullptr, nullptr, nullptr, nullptr, nullptr),
+                0);
+      const double* c = fx.coeff.data();
+      const double t = sites[7] - fx.x[0];
+      EXPECT_NEAR(split[7 * 2], ((c[3] * t + c[2]) * t + c[1]) * t + c[0], 1e-10);
+    }
+  }
+}
+
+// Callbacks by group: the left callback sees only the sites left of the partition, the right
+// one only those right of it; inner sites without a callback use the polynomials.
+struct Seen {
+  std::vector<double> sites;
+  std::vector<int64_t> cells;
+};
+int32_t Record(int64_t* n, int64_t* cells, double* sites, double* results, void* params, void*) {
+  auto* seen = static_cast<Seen*>(params);
+  for (int64_t i = 0; i < *n; ++i) {
+    seen->sites.push_back(sites[i]);
+    seen->cells.push_back(cells[i]);
+    results[i] = 1000.0 + sites[i];       // function 0
+    results[*n + i] = 2000.0 + sites[i];  // function 1
+  }
+  return 0;
+}
+int32_t Fail(int64_t*, int64_t*, double*, double*, void*, void*) { return -77; }
+
+TEST(DfInterpolate, CallbacksByGroup) {
+  CubicFixture fx;
+  std::vector<double> sites = {-2.0, 1.0, 100.0, -1.0, 2.5, 200.0};
+  const int64_t ns = static_cast<int64_t>(sites.size());
+  std::vector<double> out(ns * 2);
+  Seen left, right;
+  const int64_t dorder[1] = {1};
+  ASSERT_EQ(oxl_df_kernel_dDFInterpolate1D(fx.t.task, 0, 0, ns, sites.data(), 0, 1, dorder, nullptr,
+                                           out.data(), 16, nullptr, &Record, &left, &Record, &right,
+                                           nullptr, nullptr, nullptr, nullptr, nullptr),
+            0);
+  EXPECT_EQ(left.sites, (std::vector<double>{-2.0, -1.0}));
+  EXPECT_EQ(left.cells, (std::vector<int64_t>{0, 0}));
+  EXPECT_EQ(right.sites, (std::vector<double>{100.0, 200.0}));
+  EXPECT_EQ(right.cells, (std::vector<int64_t>{40, 40}));
+  EXPECT_EQ(out[0], 998.0);
+  EXPECT_EQ(out[ns + 3], 1999.0);
+  EXPECT_EQ(out[5], 1200.0);
+  EXPECT_NEAR(out[1], fx.Direct(0, 1.0, 0), 1e-12);
+  EXPECT_NEAR(out[ns + 4], fx.Direct(1, 2.5, 0), 1e-12);
+  EXPECT_EQ(oxl_df_kernel_dDFInterpolate1D(fx.t.task, 0, 0, ns, sites.data(), 0, 1, dorder, nullptr,
+                                           out.data(), 16, nullptr, nullptr, nullptr, nullptr,
+                                           nullptr, &Fail, nullptr, nullptr, nullptr, nullptr),
+            -77);
+}
+
+TEST(DfInterpolate, StepAndLookUpKinds) {
+  const double x[4] = {0.0, 1.0, 2.0, 3.0};
+  const double y[4] = {10, 11, 12, 13};
+  TaskHolder t;
+  ASSERT_EQ(oxl_df_kernel_dNewTask1D(&t.task, 4, x, 0, 1, y, 0, 0), 0);
+  const std::vector<double> sites = {-1.0, 0.0, 0.5, 1.0, 2.9, 3.0, 4.0};
+  std::vector<double> out(sites.size());
+  ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(t.task, 0, SPLINE_TYPE_STEP_RIGHT, 0, nullptr, 0, nullptr,
+                                          nullptr, 0),
+            0);
+  ASSERT_EQ(Interp(t.task, sites, {1}, out), 0);
+  EXPECT_EQ(out, (std::vector<double>{10, 10, 10, 11, 12, 13, 13}));
+  ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(t.task, 0, SPLINE_TYPE_STEP_LEFT, 0, nullptr, 0, nullptr,
+                                          nullptr, 0),
+            0);
+  ASSERT_EQ(Interp(t.task, sites, {1}, out), 0);
+  EXPECT_EQ(out, (std::vector<double>{10, 10, 11, 11, 13, 13, 13}));
+  // A derivative request leaves the slot zero.
+  std::vector<double> two(sites.size() * 2, -1);
+  ASSERT_EQ(Interp(t.task, sites, {1, 1}, two), 0);
+  EXPECT_EQ(two[3], 0.0);
+
+  ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(t.task, 0, SPLINE_TYPE_LOOKUP, 0, nullptr, 0, nullptr,
+                                          nullptr, 0),
+            0);
+  const std::vector<double> knots = {0.0, 2.0, 3.0, 1.0};
+  std::vector<double> found(4);
+  ASSERT_EQ(Interp(t.task, knots, {1}, found), 0);
+  EXPECT_EQ(found, (std::vector<double>{10, 12, 13, 11}));
+  EXPECT_EQ(Interp(t.task, {1.0, 1.5}, {1}, found), DF_STATUS_LOOKUP_SITE);
+  EXPECT_EQ(Interp(t.task, {-1.0}, {1}, found), DF_STATUS_LOOKUP_SITE);
+  EXPECT_EQ(Interp(t.task, {1.0}, {1, 1}, two), DF_STATUS_LOOKUP_ORDER);
+  EXPECT_EQ(Interp(t.task, {1.0}, {0, 1}, found), DF_STATUS_LOOKUP_DERIVATIVE);
+}
+
+TEST(DfInterpolate, UniformPartitionAndSites) {
+  // Linear spline on a uniform partition, uniform sites, single precision too.
+  const int64_t n = 101;
+  const double ends[2] = {-1.0, 1.0};
+  std::vector<double> y(n);
+  std::vector<float> yf(n);
+  for (int64_t i = 0; i < n; ++i) {
+    y[i] = std::exp(-0.02 * i);
+    yf[i] = static_cast<float>(y[i]);
+  }
+  TaskHolder t;
+  ASSERT_EQ(oxl_df_kernel_dNewTask1D(&t.task, n, ends, PARTITION_UNIFORM, 1, y.data(), 0, 0), 0);
+  std::vector<double> coeff(2 * (n - 1));
+  ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(t.task, 2, 0, 0, nullptr, 0, nullptr, coeff.data(), 0),
+            0);
+  ASSERT_EQ(oxl_df_kernel_dDFLinearSpline1D(t.task, 0, 0, nullptr), 0);
+  const double site_ends[2] = {-1.0, 1.0};
+  std::vector<double> out(201);
+  const int32_t one[1] = {1};
+  ASSERT_EQ(
+      oxl_df_kernel_dDFInterpolate1D(t.task, 0, 0, 201, site_ends, SITES_UNIFORM, 1, one, nullptr,
+                                     out.data(), 0, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                     nullptr, nullptr, nullptr, nullptr, nullptr),
+      0);
+  for (int64_t i = 0; i < 201; ++i) {
+    const double want = i % 2 == 0 ? y[i / 2] : 0.5 * (y[i / 2] + y[i / 2 + 1]);
+    ASSERT_NEAR(out[i], want, 1e-14) << i;
+  }
+
+  const float fends[2] = {-1.0f, 1.0f};
+  TaskHolder ts;
+  ASSERT_EQ(oxl_df_kernel_sNewTask1D(&ts.task, n, fends, PARTITION_UNIFORM, 1, yf.data(), 0, 0), 0);
+  std::vector<float> fcoeff(2 * (n - 1)), fout(201);
+  ASSERT_EQ(oxl_df_kernel_sEditPPSpline1D(ts.task, 2, 0, 0, nullptr, 0, nullptr, fcoeff.data(), 0),
+            0);
+  ASSERT_EQ(oxl_df_kernel_sDFLinearSpline1D(ts.task, 0, 0, nullptr), 0);
+  ASSERT_EQ(oxl_df_kernel_sDFInterpolate1D(
+                ts.task, 0, 0, 201, fends, SITES_UNIFORM, 1, one, nullptr, fout.data(), 0, nullptr,
+                nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+            0);
+  for (int64_t i = 0; i < 201; ++i) ASSERT_NEAR(fout[i], out[i], 1e-6) << i;
+}
+
+}  // namespace
