@@ -362,20 +362,19 @@ struct Expm1Body : exp_detail::BodyBase<T> {
       // low = rr + r^2 P + T_lo (1 + r), all relative to s
       auto low = Fma(d, hn::Mul(r, r), tail, rr);
       low = hn::Add(low, Fma(d, t_lo, r, t_lo));
-      // u = s - 1 exactly as a pair (two-sum ordered by a blend on s < 1).
+      // u = s - 1 as a pair, by the fast two-sum with the larger term first: s - u - 1 for s >= 1,
+      // s - (u + 1) below (where u + 1 is exact).
       const auto u = hn::Sub(s, one);
-      const auto s_small = hn::Lt(s, one);
-      const auto big = hn::IfThenElse(s_small, hn::Neg(one), s);
-      const auto small = hn::IfThenElse(s_small, s, hn::Neg(one));
-      const auto u_err = hn::Sub(small, hn::Sub(u, big));
+      const auto u_err = hn::IfThenElse(hn::Lt(s, one), hn::Sub(s, hn::Add(u, one)),
+                                        hn::Sub(hn::Sub(s, u), one));
       // v = s r exactly as a pair.
       const auto v = hn::Mul(s, r);
       const auto v_err = Fms(d, s, r, v);
-      // w = u + v as a pair (two-sum without ordering).
+      // w = u + v as a pair. |u| >= |v| whenever u is not 0: the nearest table entries below and
+      // above 1 (s = 2^(15/16) / 2 and 2^(1/16)) are farther from 1 than ln 2 / 32 times s.
       const auto w = hn::Add(u, v);
-      const auto w_v = hn::Sub(w, u);
-      const auto w_err = hn::Add(hn::Sub(u, hn::Sub(w, w_v)), hn::Sub(v, w_v));
-      const auto lows = hn::Add(hn::Add(u_err, v_err), hn::Add(w_err, hn::Mul(s, low)));
+      const auto w_err = hn::Sub(v, hn::Sub(w, u));
+      const auto lows = hn::Add(hn::Add(u_err, v_err), Fma(d, s, low, w_err));
       result = hn::Add(w, lows);
     } else {
       hn::Vec<D> p;
