@@ -92,10 +92,10 @@ constexpr int Log2Of() {
 }
 
 // z = fma(x, l2e, shifter) rounded toward zero, bit for bit, for lanes with |x l2e| below a
-// quarter of the shifter (the others are rare). AVX-512 has the rounding in the instruction; on
-// the other targets z = shifter + floor(x l2e on the grid 1/N): the product rounded to nearest
-// falls on a grid point only if the exact product is that point or just beside it, and the sign
-// of its exact error (a fused multiply-subtract) tells which side.
+// quarter of the shifter (the others are rare). AVX-512 has the rounding in the instruction. The
+// other targets round to nearest and step back one place where that rounded up: z and the
+// shifter lie in one binade, so shifter - z is exact, and a second fused operation gives the
+// residual x l2e + (shifter - z) rounded, whose sign is the sign of the exact residual.
 template <int kEntries, class D>
 HWY_INLINE hn::VFromD<D> ShiftTowardZero(D d, hn::VFromD<D> x, hn::VFromD<D> l2e,
                                          hn::VFromD<D> shifter) {
@@ -110,13 +110,10 @@ HWY_INLINE hn::VFromD<D> ShiftTowardZero(D d, hn::VFromD<D> x, hn::VFromD<D> l2e
     }
   }
 #endif
-  const auto p = hn::Mul(x, l2e);
-  const auto e = Fms(d, x, l2e, p);
-  const auto pg = hn::Mul(p, hn::Set(d, T(kEntries)));
-  auto g = simd_detail::RoundToIntegral<simd::Rounding::kDown>(d, pg);
-  const auto below = hn::And(hn::Eq(pg, g), hn::Lt(e, hn::Zero(d)));
-  g = hn::IfThenElse(below, hn::Sub(g, hn::Set(d, T(1))), g);
-  return hn::Add(shifter, hn::Mul(g, hn::Set(d, T(1) / T(kEntries))));
+  const auto z = Fma(d, x, l2e, shifter);
+  const auto residual = Fma(d, x, l2e, hn::Sub(shifter, z));
+  const auto up = hn::Lt(residual, hn::Zero(d));
+  return hn::IfThenElse(up, hn::Sub(z, hn::Set(d, T(1) / T(kEntries))), z);
 }
 
 // The reduction shared by the table kernels.
