@@ -37,8 +37,8 @@ struct Consts<float> {
   static constexpr float kLn2Lo = -0x1.05c610p-29f;  // 0xB102E308
   static constexpr float kExpBound = 0x1.5d589ep+6f;  // 87.33654, 0x42AEAC4F
   static constexpr float kExpm1Bound = 0x1.5a92d6p+6f;  // 86.64339, 0x42AD496B
-  static constexpr float kClampBelow = -104.0f;  // e^x - 1 is -1 in float long before this
-  static constexpr int kExpm1MinPower = -64;
+  // e^x - 1 rounds to -1 below -17.33; clamping x at -64 ln 2 keeps 2^k above 2^-66.
+  static constexpr float kClampBelow = -45.0f;
   static constexpr int kMantissaBits = 23;
   static constexpr int kBias = 127;
 };
@@ -50,22 +50,22 @@ struct Consts<double> {
   static constexpr double kLn2Lo = 0x1.abc9e3b39803fp-56;
   static constexpr double kExpBound = 0x1.61da04cbafe44p+9;  // 707.7032713517042
   static constexpr double kExpm1Bound = 0x1.61da04cbafe44p+9;
-  static constexpr double kClampBelow = -746.0;
-  static constexpr int kExpm1MinPower = -128;
+  // e^x - 1 rounds to -1 below -37.43; clamping x at -128 ln 2 keeps 2^k above 2^-130.
+  static constexpr double kClampBelow = -89.0;
   static constexpr int kMantissaBits = 52;
   static constexpr int kBias = 1023;
 };
 
-// Shifters: 1.5 * 2^(mantissa bits - log2 N) puts the last place at 1/N. The double shifter
-// carries the exponent bias in its low bits, so that the bits above the index are the biased
-// power of two.
+// Shifters: 1.5 * 2^(mantissa bits - log2 N) puts the last place at 1/N, and the exponent bias
+// added to it (bias units of 1) leaves the biased power of two in the bits above the table index:
+// bits(z) << (mantissa bits - log2 N), masked to sign and exponent, is 2^k.
 template <class T, int kEntries>
 constexpr T Shifter() {
   if constexpr (sizeof(T) == 4) {
-    return kEntries == 32 ? 393216.0f : 786432.0f;
+    return kEntries == 32 ? 393343.0f : 786559.0f;  // 1.5 * 2^18 + 127, 1.5 * 2^19 + 127
   } else {
     static_assert(kEntries == 16);
-    return 0x1.8000000003ff0p+48;  // bits 0x42F8000000003FF0
+    return 0x1.8000000003ff0p+48;  // 1.5 * 2^48 + 1023, bits 0x42F8000000003FF0
   }
 }
 
@@ -120,7 +120,7 @@ HWY_INLINE hn::VFromD<D> ShiftTowardZero(D d, hn::VFromD<D> x, hn::VFromD<D> l2e
 template <class D>
 struct Reduced {
   hn::VFromD<D> n;                       // x / ln 2 on the grid 1/N
-  hn::VFromD<hn::RebindToSigned<D>> g;   // N times that, as an integer: index and power
+  hn::VFromD<hn::RebindToSigned<D>> z;   // the shifted value's bits: index and power
   hn::VFromD<D> r;                       // x - n ln 2, in one or two parts
   hn::VFromD<D> r_hi;                    // x - n ln2hi, exact
 };
@@ -139,7 +139,7 @@ HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> x) {
                              : Fma(d, x, l2e, shifter);
   Reduced<D> out;
   out.n = hn::Sub(z, shifter);
-  out.g = hn::Sub(hn::BitCast(di, z), hn::BitCast(di, shifter));
+  out.z = hn::BitCast(di, z);
   out.r_hi = Fnma(d, out.n, hn::Set(d, C::kLn2Hi), x);
   out.r = kTwoPart ? Fnma(d, out.n, hn::Set(d, C::kLn2Lo), out.r_hi) : out.r_hi;
   // Clearing the top exponent bit keeps |r| below 2 in rare lanes (infinities, NaNs, huge x), so
@@ -151,19 +151,17 @@ HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> x) {
   return out;
 }
 
-// 2^k for integer lanes k in the normal range, by the exponent field.
-template <class D>
-HWY_INLINE hn::VFromD<D> Pow2(D d, hn::VFromD<hn::RebindToSigned<D>> k) {
+// 2^k from the shifted value's bits: the biased power moved into the exponent field, the index
+// bits below it cleared.
+template <int kEntries, class D>
+HWY_INLINE hn::VFromD<D> Pow2(D d, hn::VFromD<hn::RebindToSigned<D>> z) {
   using C = Consts<hn::TFromD<D>>;
+  using U = hwy::MakeUnsigned<hn::TFromD<D>>;
   const hn::RebindToSigned<D> di;
-  return hn::BitCast(
-      d, hn::ShiftLeft<C::kMantissaBits>(hn::Add(k, hn::Set(di, C::kBias))));
-}
-
-// The power of two of the reduction: g >> log2 N, arithmetic, so that negative powers floor.
-template <int kEntries, class VI>
-HWY_INLINE VI PowerOf(VI g) {
-  return hn::ShiftRight<Log2Of<kEntries>()>(g);
+  constexpr int kShift = C::kMantissaBits - Log2Of<kEntries>();
+  constexpr U kSignAndExponent = ~((U{1} << C::kMantissaBits) - 1);
+  return hn::BitCast(d, hn::And(hn::ShiftLeft<kShift>(z),
+                                hn::BitCast(di, hn::Set(hn::RebindToUnsigned<D>(), kSignAndExponent))));
 }
 
 // A NaN input travels to the result, quieted, as it would through the scaling instruction.
@@ -227,12 +225,12 @@ struct ExpTableBody : exp_detail::BodyBase<T> {
     const auto xf = hn::IfThenZeroElse(rare[0], x);
     const auto red = exp_detail::Reduce<kEntries, kLevel != ExpLevel::kEP, true>(d, xf);
     const auto r = red.r;
-    const auto t_hi = Lookup(d, tables.hi, red.g);
-    const auto s = hn::Mul(t_hi, exp_detail::Pow2(d, exp_detail::PowerOf<kEntries>(red.g)));
+    const auto t_hi = Lookup(d, tables.hi, red.z);
+    const auto s = hn::Mul(t_hi, exp_detail::Pow2<kEntries>(d, red.z));
     hn::Vec<D> result;
     if constexpr (sizeof(T) == 4) {
       // p = r^2 (c3 r + c2) + (T_lo + r)
-      const auto t_lo = Lookup(d, tables.lo, red.g);
+      const auto t_lo = Lookup(d, tables.lo, red.z);
       const auto c = Fma(d, hn::Set(d, 0.16667155921459198f), r, hn::Set(d, 0.5000146627426147f));
       const auto p = Fma(d, hn::Mul(r, r), c, hn::Add(t_lo, r));
       result = Fma(d, p, s, s);
@@ -244,7 +242,7 @@ struct ExpTableBody : exp_detail::BodyBase<T> {
                                   hn::Set(d, 0.1666666658485894)));
       const auto poly = Fma(d, hi, r2, Fma(d, hn::Set(d, 0.5000000000059126), r,
                                             hn::Set(d, 0.999999999999984)));
-      const auto p = Fma(d, r, poly, Lookup(d, tables.lo, red.g));
+      const auto p = Fma(d, r, poly, Lookup(d, tables.lo, red.z));
       result = Fma(d, p, s, s);
     } else if constexpr (kLevel == ExpLevel::kLA) {
       // Estrin's scheme: three independent pairs, r entering the sum last, and no T_lo (it is
@@ -314,7 +312,7 @@ struct ExpFloatFastBody : exp_detail::BodyBase<float> {
 
 // ---------------------------------------------------------------------------------------------
 // Expm1: e^x - 1 = (S - 1) + S q with S = T_hi 2^k and 1 + q = e^r (1 + T_lo). Large negative x
-// need no rare path: the power is clamped, S stays normal, and the sum rounds to -1.
+// need no rare path: x is clamped where the result is -1 already, so S stays normal.
 
 template <class T, ExpLevel kLevel>
 struct Expm1Body : exp_detail::BodyBase<T> {
@@ -326,15 +324,13 @@ struct Expm1Body : exp_detail::BodyBase<T> {
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
     using C = exp_detail::Consts<T>;
-    const hn::RebindToSigned<D> di;
     const auto x = in[0];
     rare[0] = hn::Ge(x, hn::Set(d, C::kExpm1Bound));
     const auto below = hn::Set(d, C::kClampBelow);
     const auto xc = hn::IfThenElse(hn::Lt(x, below), below, hn::IfThenZeroElse(rare[0], x));
     const auto red = exp_detail::Reduce<kEntries, true, false>(d, xc);
-    const auto k = hn::Max(exp_detail::PowerOf<kEntries>(red.g), hn::Set(di, C::kExpm1MinPower));
-    const auto t_hi = Lookup(d, tables.hi, red.g);
-    const auto s = hn::Mul(t_hi, exp_detail::Pow2(d, k));
+    const auto t_hi = Lookup(d, tables.hi, red.z);
+    const auto s = hn::Mul(t_hi, exp_detail::Pow2<kEntries>(d, red.z));
     const auto one = hn::Set(d, T(1));
     const auto r = red.r;
     hn::Vec<D> result;
@@ -355,7 +351,7 @@ struct Expm1Body : exp_detail::BodyBase<T> {
         q = Fma(d, q, r, hn::Set(d, 0.1666666666666712));
         tail = Fma(d, q, r, hn::Set(d, 0.5));
       }
-      const auto t_lo = Lookup(d, tables.lo, red.g);
+      const auto t_lo = Lookup(d, tables.lo, red.z);
       // low = rr + r^2 P + T_lo (1 + r), all relative to s
       auto low = Fma(d, hn::Mul(r, r), tail, rr);
       low = hn::Add(low, Fma(d, t_lo, r, t_lo));
@@ -379,7 +375,7 @@ struct Expm1Body : exp_detail::BodyBase<T> {
         // Fitted for |r| <= ln 2 / 64 (0.36 ulp); the Exp kernel's pair, fitted for [0, ln 2 / 32),
         // would leave 1.8 ulp here.
         const auto c = Fma(d, hn::Set(d, 0.16666680574417114f), r, hn::Set(d, 0.500002920627594f));
-        p = Fma(d, hn::Mul(r, r), c, hn::Add(Lookup(d, tables.lo, red.g), r));
+        p = Fma(d, hn::Mul(r, r), c, hn::Add(Lookup(d, tables.lo, red.z), r));
       } else if constexpr (sizeof(T) == 4) {
         p = Fma(d, hn::Mul(r, r), hn::Set(d, 0.5000195503234863f), r);
       } else if constexpr (kLevel == ExpLevel::kLA) {
@@ -388,7 +384,7 @@ struct Expm1Body : exp_detail::BodyBase<T> {
         q = Fma(d, q, r, hn::Set(d, 1.0 / 24));
         q = Fma(d, q, r, hn::Set(d, 1.0 / 6));
         q = Fma(d, q, r, hn::Set(d, 0.5));
-        p = Fma(d, hn::Mul(r, r), q, hn::Add(Lookup(d, tables.lo, red.g), r));
+        p = Fma(d, hn::Mul(r, r), q, hn::Add(Lookup(d, tables.lo, red.z), r));
       } else {
         auto q = Fma(d, hn::Set(d, 0.008333985011595046), r, hn::Set(d, 0.04166992506106506));
         q = Fma(d, q, r, hn::Set(d, 0.16666666609881575));
