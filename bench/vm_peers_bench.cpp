@@ -38,24 +38,36 @@ constexpr BinaryFunction<double> kDAdd{"dAdd", kArith, kArith};
 constexpr BinaryFunction<float> kSMul{"sMul", kArith, kArith};
 constexpr BinaryFunction<double> kDMul{"dMul", kArith, kArith};
 
+OXL_BENCH(kDExp, "oxl_HA", oxl_vek_kernel_dExp_B3HAynn);
+OXL_BENCH(kDExp, "oxl_LA", oxl_vek_kernel_dExp_B3LAynn);
+OXL_BENCH(kDExp, "oxl_EP", oxl_vek_kernel_dExp_B3EPnnn);
 OXL_BENCH(kDExp, "libmvec_avx2", peers::LibmvecExpAvx2, kAvx2);
 OXL_BENCH(kDExp, "libmvec_avx512", peers::LibmvecExpAvx512, kAvx512);
 OXL_BENCH(kDExp, "sleef_u10_avx2", peers::SleefExpU10Avx2, kAvx2);
 OXL_BENCH(kDExp, "sleef_u10_avx512", peers::SleefExpU10Avx512, kAvx512);
 OXL_BENCH(kDExp, "std_loop", peers::StdExp);
 
+OXL_BENCH(kSExp, "oxl_HA", oxl_vek_kernel_sExp_B3HAynn);
+OXL_BENCH(kSExp, "oxl_LA", oxl_vek_kernel_sExp_B3LAynn);
+OXL_BENCH(kSExp, "oxl_EP", oxl_vek_kernel_sExp_B3EPnnn);
 OXL_BENCH(kSExp, "libmvec_avx2", peers::LibmvecExpAvx2, kAvx2);
 OXL_BENCH(kSExp, "libmvec_avx512", peers::LibmvecExpAvx512, kAvx512);
 OXL_BENCH(kSExp, "sleef_u10_avx2", peers::SleefExpU10Avx2, kAvx2);
 OXL_BENCH(kSExp, "sleef_u10_avx512", peers::SleefExpU10Avx512, kAvx512);
 OXL_BENCH(kSExp, "std_loop", peers::StdExp);
 
+OXL_BENCH(kDExpm1, "oxl_HA", oxl_vek_kernel_dExpm1_B3HAynn);
+OXL_BENCH(kDExpm1, "oxl_LA", oxl_vek_kernel_dExpm1_B3LAynn);
+OXL_BENCH(kDExpm1, "oxl_EP", oxl_vek_kernel_dExpm1_B3EPnnn);
 OXL_BENCH(kDExpm1, "libmvec_avx2", peers::LibmvecExpm1Avx2, kAvx2);
 OXL_BENCH(kDExpm1, "libmvec_avx512", peers::LibmvecExpm1Avx512, kAvx512);
 OXL_BENCH(kDExpm1, "sleef_u10_avx2", peers::SleefExpm1U10Avx2, kAvx2);
 OXL_BENCH(kDExpm1, "sleef_u10_avx512", peers::SleefExpm1U10Avx512, kAvx512);
 OXL_BENCH(kDExpm1, "std_loop", peers::StdExpm1);
 
+OXL_BENCH(kSExpm1, "oxl_HA", oxl_vek_kernel_sExpm1_B3HAynn);
+OXL_BENCH(kSExpm1, "oxl_LA", oxl_vek_kernel_sExpm1_B3LAynn);
+OXL_BENCH(kSExpm1, "oxl_EP", oxl_vek_kernel_sExpm1_B3EPnnn);
 OXL_BENCH(kSExpm1, "libmvec_avx2", peers::LibmvecExpm1Avx2, kAvx2);
 OXL_BENCH(kSExpm1, "libmvec_avx512", peers::LibmvecExpm1Avx512, kAvx512);
 OXL_BENCH(kSExpm1, "sleef_u10_avx2", peers::SleefExpm1U10Avx2, kAvx2);

@@ -62,6 +62,23 @@ OXL_API void oxl_vek_kernel_dLinearFrac_H8HAynn(int n, const double* a, const do
                                                 double scalea, double shifta, double scaleb,
                                                 double shiftb, double* r);
 
+/* e^x and e^x - 1. Maximum error: HA 1 ulp, LA 4 ulp, EP 11 bits (float) and 26 bits (double).
+ * Status 3 where a finite x overflows; Exp reports 4 where the result is denormal or zero, Expm1
+ * tends to -1 without a status. Infinities and NaNs report nothing. sExp EP has no statuses at
+ * all: it flushes results below the normal range to zero and overflows to infinity silently. */
+OXL_API void oxl_vek_kernel_sExp_B3LAynn(int n, const float* a, float* r);
+OXL_API void oxl_vek_kernel_sExp_B3HAynn(int n, const float* a, float* r);
+OXL_API void oxl_vek_kernel_sExp_B3EPnnn(int n, const float* a, float* r);
+OXL_API void oxl_vek_kernel_sExpm1_B3LAynn(int n, const float* a, float* r);
+OXL_API void oxl_vek_kernel_sExpm1_B3HAynn(int n, const float* a, float* r);
+OXL_API void oxl_vek_kernel_sExpm1_B3EPnnn(int n, const float* a, float* r);
+OXL_API void oxl_vek_kernel_dExp_B3LAynn(int n, const double* a, double* r);
+OXL_API void oxl_vek_kernel_dExp_B3HAynn(int n, const double* a, double* r);
+OXL_API void oxl_vek_kernel_dExp_B3EPnnn(int n, const double* a, double* r);
+OXL_API void oxl_vek_kernel_dExpm1_B3LAynn(int n, const double* a, double* r);
+OXL_API void oxl_vek_kernel_dExpm1_B3HAynn(int n, const double* a, double* r);
+OXL_API void oxl_vek_kernel_dExpm1_B3EPnnn(int n, const double* a, double* r);
+
 OXL_EXTERN_C_END
 
 #endif /* OXL_VEK_KERNELS_H */

@@ -1,0 +1,405 @@
+// Bodies of the Exp and Expm1 kernels. Re-included once per SIMD target.
+//
+// The table kernels reduce with a shifter S whose last place is 1/N: z = x log2(e) + S rounded
+// toward zero lands on the grid 1/N, so N = z - S is x / ln 2 cut to that grid, the low bits of z
+// index a table of 2^(j/N), and the bits above are the power of two. What is left,
+// r = x - N ln 2 in two parts, lies in [0, ln 2 / N), and e^r comes from a short polynomial.
+// The power of two is applied by a multiplication with 2^k built in the exponent field, which is
+// exact because fast lanes stay in the normal range; lanes near overflow and underflow are marked
+// rare and recomputed by the scalar routines.
+
+#if defined(OXL_VEK_KERNELS_EXP_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef OXL_VEK_KERNELS_EXP_INL_H_
+#undef OXL_VEK_KERNELS_EXP_INL_H_
+#else
+#define OXL_VEK_KERNELS_EXP_INL_H_
+#endif
+
+#include "vek/frame/kernel-inl.h"
+#include "simd/exp2-inl.h"
+#include "simd/fma-inl.h"
+#include "simd/round_scale-inl.h"
+#include "simd/table-inl.h"
+#include "vek/kernels/exp_rare.h"
+#include "vek/kernels/exp_tables.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace oxl::HWY_NAMESPACE {
+namespace exp_detail {
+
+template <class T>
+struct Consts;
+
+template <>
+struct Consts<float> {
+  static constexpr float kLog2E = 0x1.715476p+0f;  // 0x3FB8AA3B
+  static constexpr float kLn2Hi = 0x1.62e430p-1f;  // 0x3F317218
+  static constexpr float kLn2Lo = -0x1.05c610p-29f;  // 0xB102E308
+  static constexpr float kExpBound = 0x1.5d589ep+6f;  // 87.33654, 0x42AEAC4F
+  static constexpr float kExpm1Bound = 0x1.5a92d6p+6f;  // 86.64339, 0x42AD496B
+  // e^x - 1 rounds to -1 below -17.33; clamping x at -64 ln 2 keeps 2^k above 2^-66.
+  static constexpr float kClampBelow = -45.0f;
+  static constexpr int kMantissaBits = 23;
+  static constexpr int kBias = 127;
+};
+
+template <>
+struct Consts<double> {
+  static constexpr double kLog2E = 0x1.71547652b82fep+0;
+  static constexpr double kLn2Hi = 0x1.62e42fefa39efp-1;
+  static constexpr double kLn2Lo = 0x1.abc9e3b39803fp-56;
+  static constexpr double kExpBound = 0x1.61da04cbafe44p+9;  // 707.7032713517042
+  static constexpr double kExpm1Bound = 0x1.61da04cbafe44p+9;
+  // e^x - 1 rounds to -1 below -37.43; clamping x at -128 ln 2 keeps 2^k above 2^-130.
+  static constexpr double kClampBelow = -89.0;
+  static constexpr int kMantissaBits = 52;
+  static constexpr int kBias = 1023;
+};
+
+// Shifters: 1.5 * 2^(mantissa bits - log2 N) puts the last place at 1/N, and the exponent bias
+// added to it (bias units of 1) leaves the biased power of two in the bits above the table index:
+// bits(z) << (mantissa bits - log2 N), masked to sign and exponent, is 2^k.
+template <class T, int kEntries>
+constexpr T Shifter() {
+  if constexpr (sizeof(T) == 4) {
+    return kEntries == 32 ? 393343.0f : 786559.0f;  // 1.5 * 2^18 + 127, 1.5 * 2^19 + 127
+  } else {
+    static_assert(kEntries == 16);
+    return 0x1.8000000003ff0p+48;  // 1.5 * 2^48 + 1023, bits 0x42F8000000003FF0
+  }
+}
+
+template <class T, int kEntries>
+constexpr const T* TableHi() {
+  if constexpr (sizeof(T) == 4) {
+    return kEntries == 32 ? vek::exp_tables::kExp2J32FHi : vek::exp_tables::kExp2J16FHi;
+  } else {
+    return vek::exp_tables::kExp2J16DHi;
+  }
+}
+template <class T, int kEntries>
+constexpr const T* TableLo() {
+  if constexpr (sizeof(T) == 4) {
+    return kEntries == 32 ? vek::exp_tables::kExp2J32FLo : vek::exp_tables::kExp2J16FLo;
+  } else {
+    return vek::exp_tables::kExp2J16DLo;
+  }
+}
+
+template <int kEntries>
+constexpr int Log2Of() {
+  return kEntries == 32 ? 5 : 4;
+}
+
+// z = fma(x, l2e, shifter) rounded toward zero, bit for bit, for lanes with |x l2e| below a
+// quarter of the shifter (the others are rare). AVX-512 has the rounding in the instruction. The
+// other targets round to nearest and step back one place where that rounded up: z and the
+// shifter lie in one binade, so shifter - z is exact, and a second fused operation gives the
+// residual x l2e + (shifter - z) rounded, whose sign is the sign of the exact residual.
+template <int kEntries, class D>
+HWY_INLINE hn::VFromD<D> ShiftTowardZero(D d, hn::VFromD<D> x, hn::VFromD<D> l2e,
+                                         hn::VFromD<D> shifter) {
+  using T = hn::TFromD<D>;
+#if HWY_TARGET == HWY_AVX3
+  if constexpr (hn::MaxLanes(D()) * sizeof(T) == 64) {
+    constexpr int kRz = _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC;
+    if constexpr (sizeof(T) == 4) {
+      return hn::VFromD<D>{_mm512_fmadd_round_ps(x.raw, l2e.raw, shifter.raw, kRz)};
+    } else {
+      return hn::VFromD<D>{_mm512_fmadd_round_pd(x.raw, l2e.raw, shifter.raw, kRz)};
+    }
+  }
+#endif
+  const auto z = Fma(d, x, l2e, shifter);
+  const auto residual = Fma(d, x, l2e, hn::Sub(shifter, z));
+  const auto up = hn::Lt(residual, hn::Zero(d));
+  return hn::IfThenElse(up, hn::Sub(z, hn::Set(d, T(1) / T(kEntries))), z);
+}
+
+// The reduction shared by the table kernels.
+template <class D>
+struct Reduced {
+  hn::VFromD<D> n;                       // x / ln 2 on the grid 1/N
+  hn::VFromD<hn::RebindToSigned<D>> z;   // the shifted value's bits: index and power
+  hn::VFromD<D> r;                       // x - n ln 2, in one or two parts
+  hn::VFromD<D> r_hi;                    // x - n ln2hi, exact
+};
+
+// Exp cuts x / ln 2 toward zero onto the grid, so that r lies in [0, ln 2 / N). Expm1 rounds to
+// nearest instead: then |r| <= ln 2 / 2N, and for |x| below that bound N is 0, the table entry
+// is 1 and e^x - 1 is the polynomial alone, with no cancellation against the 1 of the table.
+template <int kEntries, bool kTwoPart, bool kTowardZero, class D>
+HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> x) {
+  using T = hn::TFromD<D>;
+  using C = Consts<T>;
+  const hn::RebindToSigned<D> di;
+  const auto shifter = hn::Set(d, Shifter<T, kEntries>());
+  const auto l2e = hn::Set(d, C::kLog2E);
+  const auto z = kTowardZero ? ShiftTowardZero<kEntries>(d, x, l2e, shifter)
+                             : Fma(d, x, l2e, shifter);
+  Reduced<D> out;
+  out.n = hn::Sub(z, shifter);
+  out.z = hn::BitCast(di, z);
+  out.r_hi = Fnma(d, out.n, hn::Set(d, C::kLn2Hi), x);
+  out.r = kTwoPart ? Fnma(d, out.n, hn::Set(d, C::kLn2Lo), out.r_hi) : out.r_hi;
+  // Clearing the top exponent bit keeps |r| below 2 in rare lanes (infinities, NaNs, huge x), so
+  // that the polynomial raises no flags there; ordinary lanes have |r| < 2^-4 and keep their bits.
+  using U = hwy::MakeUnsigned<T>;
+  const U keep = ~(U{1} << (sizeof(T) * 8 - 2));
+  const hn::RebindToUnsigned<D> du;
+  out.r = hn::BitCast(d, hn::And(hn::BitCast(du, out.r), hn::Set(du, keep)));
+  return out;
+}
+
+// 2^k from the shifted value's bits: the biased power moved into the exponent field, the index
+// bits below it cleared.
+template <int kEntries, class D>
+HWY_INLINE hn::VFromD<D> Pow2(D d, hn::VFromD<hn::RebindToSigned<D>> z) {
+  using C = Consts<hn::TFromD<D>>;
+  using U = hwy::MakeUnsigned<hn::TFromD<D>>;
+  const hn::RebindToSigned<D> di;
+  constexpr int kShift = C::kMantissaBits - Log2Of<kEntries>();
+  constexpr U kSignAndExponent = ~((U{1} << C::kMantissaBits) - 1);
+  return hn::BitCast(d, hn::And(hn::ShiftLeft<kShift>(z),
+                                hn::BitCast(di, hn::Set(hn::RebindToUnsigned<D>(), kSignAndExponent))));
+}
+
+// A NaN input travels to the result, quieted, as it would through the scaling instruction.
+template <class D>
+HWY_INLINE hn::VFromD<D> PassNaN(D d, hn::VFromD<D> x, hn::VFromD<D> result) {
+  return hn::IfThenElse(hn::IsNaN(x), hn::Add(x, x), result);
+}
+
+// NaNs as above, and zeros of either sign, which e^x - 1 returns as they are.
+template <class D>
+HWY_INLINE hn::VFromD<D> PassNaNAndZero(D d, hn::VFromD<D> x, hn::VFromD<D> result) {
+  const auto keep = hn::Not(hn::Lt(hn::Zero(d), hn::Abs(x)));
+  return hn::IfThenElse(keep, hn::Add(x, x), result);
+}
+
+template <class T, int kEntries, bool kWithLo>
+struct Tables {
+  using D = hn::ScalableTag<T>;
+  RegisterTable<D, kEntries> hi = LoadTable<kEntries>(D(), TableHi<T, kEntries>());
+  RegisterTable<D, kEntries> lo = LoadTable<kEntries>(D(), TableLo<T, kEntries>());
+};
+template <class T, int kEntries>
+struct Tables<T, kEntries, false> {
+  using D = hn::ScalableTag<T>;
+  RegisterTable<D, kEntries> hi = LoadTable<kEntries>(D(), TableHi<T, kEntries>());
+};
+
+template <class T>
+struct BodyBase {
+  using In = T;
+  using Out = T;
+  static constexpr size_t kInputs = 1;
+  static constexpr size_t kOutputs = 1;
+  static constexpr size_t kBlock = 64 / sizeof(T) * 2;
+  static constexpr vek::Layout kLayout = vek::Layout::kSplit;
+  static constexpr bool kRare = true;
+};
+
+}  // namespace exp_detail
+
+// ---------------------------------------------------------------------------------------------
+// Exp
+
+enum class ExpLevel { kHA, kLA, kEP };
+
+// The table kernels of Exp: sExp HA (32 entries), dExp HA, LA and EP (16 entries).
+template <class T, ExpLevel kLevel>
+struct ExpTableBody : exp_detail::BodyBase<T> {
+  static constexpr int kEntries = sizeof(T) == 4 ? 32 : 16;
+  static constexpr bool kWithLo = kLevel == ExpLevel::kHA;
+  const char* name = sizeof(T) == 4 ? "vsExp" : "vdExp";
+  exp_detail::Tables<T, kEntries, kWithLo> tables;
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    using C = exp_detail::Consts<T>;
+    const auto x = in[0];
+    rare[0] = hn::Ge(hn::Abs(x), hn::Set(d, C::kExpBound));
+    // Rare lanes compute on zero: their results are replaced, and infinities or huge values
+    // would only raise flags on the way.
+    const auto xf = hn::IfThenZeroElse(rare[0], x);
+    const auto red = exp_detail::Reduce<kEntries, kLevel != ExpLevel::kEP, true>(d, xf);
+    const auto r = red.r;
+    const auto t_hi = Lookup(d, tables.hi, red.z);
+    const auto s = hn::Mul(t_hi, exp_detail::Pow2<kEntries>(d, red.z));
+    hn::Vec<D> result;
+    if constexpr (sizeof(T) == 4) {
+      // p = r^2 (c3 r + c2) + (T_lo + r)
+      const auto t_lo = Lookup(d, tables.lo, red.z);
+      const auto c = Fma(d, hn::Set(d, 0.16667155921459198f), r, hn::Set(d, 0.5000146627426147f));
+      const auto p = Fma(d, hn::Mul(r, r), c, hn::Add(t_lo, r));
+      result = Fma(d, p, s, s);
+    } else if constexpr (kLevel == ExpLevel::kHA) {
+      const auto r2 = hn::Mul(r, r);
+      const auto hi = Fma(d, Fma(d, hn::Set(d, 0.0014193283516881214), r,
+                                 hn::Set(d, 0.008331512908898442)),
+                          r2, Fma(d, hn::Set(d, 0.0416667205488057), r,
+                                  hn::Set(d, 0.1666666658485894)));
+      const auto poly = Fma(d, hi, r2, Fma(d, hn::Set(d, 0.5000000000059126), r,
+                                            hn::Set(d, 0.999999999999984)));
+      const auto p = Fma(d, r, poly, Lookup(d, tables.lo, red.z));
+      result = Fma(d, p, s, s);
+    } else if constexpr (kLevel == ExpLevel::kLA) {
+      // Estrin's scheme: three independent pairs, r entering the sum last, and no T_lo (it is
+      // below 2^-53 relative: half an ulp at most). The coefficients are the HA ones: the set
+      // fitted for this kernel leaves 6 ulp of polynomial error on [0, ln 2 / 16), where the
+      // reduction toward zero puts r.
+      const auto r2 = hn::Mul(r, r);
+      const auto r4 = hn::Mul(r2, r2);
+      const auto p01 = Fma(d, hn::Set(d, 0.5000000000059126), r, hn::Set(d, 0.999999999999984));
+      const auto p23 = Fma(d, hn::Set(d, 0.0416667205488057), r, hn::Set(d, 0.1666666658485894));
+      const auto p45 =
+          Fma(d, hn::Set(d, 0.0014193283516881214), r, hn::Set(d, 0.008331512908898442));
+      const auto poly = Fma(d, p45, r4, Fma(d, p23, r2, p01));
+      result = Fma(d, hn::Mul(r, poly), s, s);
+    } else {
+      // T_hi + (T_hi r) P, then the power of two.
+      const auto poly = Fma(d, Fma(d, hn::Set(d, 0.17032218485319242), r,
+                                   hn::Set(d, 0.4999005827986578)),
+                            r, hn::Set(d, 1.000000863624094));
+      result = Fma(d, hn::Mul(s, r), poly, s);
+    }
+    out[0] = exp_detail::PassNaN(d, x, result);
+  }
+
+  static int32_t Rare(const T* a, T* r) { return vek::ExpRare(a, r); }
+};
+
+// sExp LA: no table. z = x log2(e) + 1.5 * 2^23 holds the nearest integer n in its low bits; the
+// result is e^r by a degree-5 polynomial with n added to its exponent field as an integer.
+struct ExpFloatLowBody : exp_detail::BodyBase<float> {
+  const char* name = "vsExp";
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    const hn::RebindToSigned<D> di;
+    // Integer compare of |x|: NaNs lie above the bound and go to the rare routine as well.
+    const auto abs_bits = hn::BitCast(di, hn::Abs(in[0]));
+    rare[0] = hn::RebindMask(d, hn::Gt(abs_bits, hn::Set(di, 0x42AEAC4F)));
+    const auto x = hn::IfThenZeroElse(rare[0], in[0]);
+    const auto shifter = hn::Set(d, 12582912.0f);
+    const auto z = Fma(d, x, hn::Set(d, exp_detail::Consts<float>::kLog2E), shifter);
+    const auto n = hn::Sub(z, shifter);
+    auto r = Fnma(d, n, hn::Set(d, 0x1.62e400p-1f), x);    // 0x3F317200
+    r = Fnma(d, n, hn::Set(d, 0x1.7f7d1cp-20f), r);         // 0x35BFBE8E
+    auto p = Fma(d, hn::Set(d, 0.008291719481348991f), r, hn::Set(d, 0.041873522102832794f));
+    p = Fma(d, p, r, hn::Set(d, 0.16667431592941284f));
+    p = Fma(d, p, r, hn::Set(d, 0.4999939203262329f));
+    p = Fma(d, p, r, hn::Set(d, 0.9999998807907104f));
+    p = Fma(d, p, r, hn::Set(d, 1.0f));
+    const auto bits = hn::Add(hn::BitCast(di, p), hn::ShiftLeft<23>(hn::BitCast(di, z)));
+    out[0] = hn::BitCast(d, bits);
+  }
+
+  static int32_t Rare(const float* a, float* r) { return vek::ExpRare(a, r); }
+};
+
+// sExp EP: 2^(x log2 e) by the fast approximation, with whatever it gives at the ends of the
+// range: no rare path and no status.
+struct ExpFloatFastBody : exp_detail::BodyBase<float> {
+  static constexpr bool kRare = false;
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out) const {
+    out[0] = Exp2Fast(d, hn::Mul(in[0], hn::Set(d, exp_detail::Consts<float>::kLog2E)));
+  }
+};
+
+// ---------------------------------------------------------------------------------------------
+// Expm1: e^x - 1 = (S - 1) + S q with S = T_hi 2^k and 1 + q = e^r (1 + T_lo). Large negative x
+// need no rare path: x is clamped where the result is -1 already, so S stays normal.
+
+template <class T, ExpLevel kLevel>
+struct Expm1Body : exp_detail::BodyBase<T> {
+  static constexpr int kEntries = (sizeof(T) == 8 || kLevel == ExpLevel::kHA) ? 16 : 32;
+  static constexpr bool kWithLo = !(kLevel == ExpLevel::kEP);
+  const char* name = sizeof(T) == 4 ? "vsExpm1" : "vdExpm1";
+  exp_detail::Tables<T, kEntries, kWithLo> tables;
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    using C = exp_detail::Consts<T>;
+    const auto x = in[0];
+    rare[0] = hn::Ge(x, hn::Set(d, C::kExpm1Bound));
+    const auto below = hn::Set(d, C::kClampBelow);
+    const auto xc = hn::IfThenElse(hn::Lt(x, below), below, hn::IfThenZeroElse(rare[0], x));
+    const auto red = exp_detail::Reduce<kEntries, true, false>(d, xc);
+    const auto t_hi = Lookup(d, tables.hi, red.z);
+    const auto s = hn::Mul(t_hi, exp_detail::Pow2<kEntries>(d, red.z));
+    const auto one = hn::Set(d, T(1));
+    const auto r = red.r;
+    hn::Vec<D> result;
+    if constexpr (kLevel == ExpLevel::kHA) {
+      // Everything but the leading terms is small, so it is summed plainly and added last:
+      //   e^x - 1 = (s - 1) + s r + [s rr + s r^2 P(r) + s T_lo (1 + r)],
+      // with s - 1 and s r and their sum kept to twice the precision.
+      const auto rr = Fnma(d, red.n, hn::Set(d, C::kLn2Lo), hn::Sub(red.r_hi, r));
+      hn::Vec<D> tail;
+      if constexpr (sizeof(T) == 4) {
+        tail = Fma(d, Fma(d, hn::Set(d, 0.041670575737953186f), r, hn::Set(d, 0.16668230295181274f)),
+                   r, hn::Set(d, 0.5f));
+      } else {
+        auto q = Fma(d, hn::Set(d, 2.4802880303830418e-05), r, hn::Set(d, 0.00019842304240775933));
+        q = Fma(d, q, r, hn::Set(d, 0.0013888888868262008));
+        q = Fma(d, q, r, hn::Set(d, 0.008333333321199928));
+        q = Fma(d, q, r, hn::Set(d, 0.04166666666666792));
+        q = Fma(d, q, r, hn::Set(d, 0.1666666666666712));
+        tail = Fma(d, q, r, hn::Set(d, 0.5));
+      }
+      const auto t_lo = Lookup(d, tables.lo, red.z);
+      // low = rr + r^2 P + T_lo (1 + r), all relative to s
+      auto low = Fma(d, hn::Mul(r, r), tail, rr);
+      low = hn::Add(low, Fma(d, t_lo, r, t_lo));
+      // u = s - 1 as a pair, by the fast two-sum with the larger term first: s - u - 1 for s >= 1,
+      // s - (u + 1) below (where u + 1 is exact).
+      const auto u = hn::Sub(s, one);
+      const auto u_err = hn::IfThenElse(hn::Lt(s, one), hn::Sub(s, hn::Add(u, one)),
+                                        hn::Sub(hn::Sub(s, u), one));
+      // v = s r exactly as a pair.
+      const auto v = hn::Mul(s, r);
+      const auto v_err = Fms(d, s, r, v);
+      // w = u + v as a pair. |u| >= |v| whenever u is not 0: the nearest table entries below and
+      // above 1 (s = 2^(15/16) / 2 and 2^(1/16)) are farther from 1 than ln 2 / 32 times s.
+      const auto w = hn::Add(u, v);
+      const auto w_err = hn::Sub(v, hn::Sub(w, u));
+      const auto lows = hn::Add(hn::Add(u_err, v_err), Fma(d, s, low, w_err));
+      result = hn::Add(w, lows);
+    } else {
+      hn::Vec<D> p;
+      if constexpr (sizeof(T) == 4 && kLevel == ExpLevel::kLA) {
+        // Fitted for |r| <= ln 2 / 64 (0.36 ulp); the Exp kernel's pair, fitted for [0, ln 2 / 32),
+        // would leave 1.8 ulp here.
+        const auto c = Fma(d, hn::Set(d, 0.16666680574417114f), r, hn::Set(d, 0.500002920627594f));
+        p = Fma(d, hn::Mul(r, r), c, hn::Add(Lookup(d, tables.lo, red.z), r));
+      } else if constexpr (sizeof(T) == 4) {
+        p = Fma(d, hn::Mul(r, r), hn::Set(d, 0.5000195503234863f), r);
+      } else if constexpr (kLevel == ExpLevel::kLA) {
+        auto q = Fma(d, hn::Set(d, 0.00019842433548021245), r, hn::Set(d, 1.0 / 720));
+        q = Fma(d, q, r, hn::Set(d, 1.0 / 120));
+        q = Fma(d, q, r, hn::Set(d, 1.0 / 24));
+        q = Fma(d, q, r, hn::Set(d, 1.0 / 6));
+        q = Fma(d, q, r, hn::Set(d, 0.5));
+        p = Fma(d, hn::Mul(r, r), q, hn::Add(Lookup(d, tables.lo, red.z), r));
+      } else {
+        auto q = Fma(d, hn::Set(d, 0.008333985011595046), r, hn::Set(d, 0.04166992506106506));
+        q = Fma(d, q, r, hn::Set(d, 0.16666666609881575));
+        q = Fma(d, q, r, hn::Set(d, 0.49999999847116894));
+        p = Fma(d, hn::Mul(r, r), q, r);
+      }
+      result = Fma(d, s, p, hn::Sub(s, one));
+    }
+    out[0] = exp_detail::PassNaNAndZero(d, x, result);
+  }
+
+  static int32_t Rare(const T* a, T* r) { return vek::Expm1Rare(a, r); }
+};
+
+}  // namespace oxl::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // OXL_VEK_KERNELS_EXP_INL_H_
