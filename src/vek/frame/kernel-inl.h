@@ -145,7 +145,22 @@ class Kernel {
         for (size_t m = 0; m < kMasks; ++m) any = hn::Or(any, rare[s][m]);
       }
       if (!hn::AllFalse(d, any)) [[unlikely]] {
-        RarePath(body, a, r, i, x, y, rare, valid, tail);
+        // Only this branch puts the block in memory: the common path keeps every vector in
+        // registers, and the rare path reads the inputs back from the block itself.
+        HWY_ALIGN Out out_buf[Body::kOutputs][kBlock];
+        uint64_t marked = 0;
+        for (size_t s = 0; s < kSteps; ++s) {
+          for (size_t k = 0; k < Body::kOutputs; ++k) {
+            Store(&y[s][k * kOutParts], out_buf[k], s * kLanes);
+          }
+          marked |= LaneBits(d, rare[s]) << (s * kLanes);
+        }
+        RarePath(body, a, r, i, in, out_buf, marked, valid, tail);
+        for (size_t s = 0; s < kSteps; ++s) {
+          for (size_t k = 0; k < Body::kOutputs; ++k) {
+            Load(out_buf[k], s * kLanes, &y[s][k * kOutParts]);
+          }
+        }
       }
     }
     for (size_t s = 0; s < kSteps; ++s) {
@@ -157,18 +172,10 @@ class Kernel {
   // non-zero status goes out through the error function with the element stored, and whatever
   // the element holds afterwards (a callback may have replaced it) becomes the lane's result.
   static HWY_NOINLINE void RarePath(const Body& body, const In* const* a, Out* const* r, int64_t i,
-                                    V (&x)[kSteps][Body::kInputs * kInParts],
-                                    V (&y)[kSteps][Body::kOutputs * kOutParts],
-                                    M (&rare)[kSteps][kMasks], size_t valid, bool tail) {
-    const D d;
+                                    const In* const* in, Out (&out_buf)[Body::kOutputs][kBlock],
+                                    uint64_t marked, size_t valid, bool tail) {
     HWY_ALIGN In in_buf[Body::kInputs][kBlock];
-    HWY_ALIGN Out out_buf[Body::kOutputs][kBlock];
-    uint64_t marked = 0;
-    for (size_t s = 0; s < kSteps; ++s) {
-      for (size_t k = 0; k < Body::kInputs; ++k) Store(&x[s][k * kInParts], in_buf[k], s * kLanes);
-      for (size_t k = 0; k < Body::kOutputs; ++k) Store(&y[s][k * kOutParts], out_buf[k], s * kLanes);
-      marked |= LaneBits(d, rare[s]) << (s * kLanes);
-    }
+    for (size_t k = 0; k < Body::kInputs; ++k) std::memcpy(in_buf[k], in[k], sizeof(in_buf[k]));
     if (valid < 64) marked &= (uint64_t{1} << valid) - 1;
 
     size_t stored = 0;  // tail elements already in the caller's arrays
@@ -187,9 +194,6 @@ class Kernel {
       vek::Error(status, static_cast<int32_t>(at), a[0], a[Body::kInputs - 1], r[0],
                  r[Body::kOutputs - 1], body.name);
       for (size_t k = 0; k < Body::kOutputs; ++k) out_buf[k][j] = r[k][at];
-    }
-    for (size_t s = 0; s < kSteps; ++s) {
-      for (size_t k = 0; k < Body::kOutputs; ++k) Load(out_buf[k], s * kLanes, &y[s][k * kOutParts]);
     }
   }
 

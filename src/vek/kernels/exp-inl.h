@@ -4,9 +4,12 @@
 // toward zero lands on the grid 1/N, so N = z - S is x / ln 2 cut to that grid, the low bits of z
 // index a table of 2^(j/N), and the bits above are the power of two. What is left,
 // r = x - N ln 2 in two parts, lies in [0, ln 2 / N), and e^r comes from a short polynomial.
-// The power of two is applied by a multiplication with 2^k built in the exponent field, which is
+// The power of two goes into the table value's exponent field by an integer addition, which is
 // exact because fast lanes stay in the normal range; lanes near overflow and underflow are marked
 // rare and recomputed by the scalar routines.
+
+#include <array>
+#include <bit>
 
 #if defined(OXL_VEK_KERNELS_EXP_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef OXL_VEK_KERNELS_EXP_INL_H_
@@ -142,51 +145,47 @@ HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> x) {
   out.z = hn::BitCast(di, z);
   out.r_hi = Fnma(d, out.n, hn::Set(d, C::kLn2Hi), x);
   out.r = kTwoPart ? Fnma(d, out.n, hn::Set(d, C::kLn2Lo), out.r_hi) : out.r_hi;
-  // Clearing the top exponent bit keeps |r| below 2 in rare lanes (infinities, NaNs, huge x), so
-  // that the polynomial raises no flags there; ordinary lanes have |r| < 2^-4 and keep their bits.
-  using U = hwy::MakeUnsigned<T>;
-  const U keep = ~(U{1} << (sizeof(T) * 8 - 2));
-  const hn::RebindToUnsigned<D> du;
-  out.r = hn::BitCast(d, hn::And(hn::BitCast(du, out.r), hn::Set(du, keep)));
   return out;
 }
 
-// 2^k from the shifted value's bits: the biased power moved into the exponent field, the index
-// bits below it cleared.
-template <int kEntries, class D>
-HWY_INLINE hn::VFromD<D> Pow2(D d, hn::VFromD<hn::RebindToSigned<D>> z) {
-  using C = Consts<hn::TFromD<D>>;
-  using U = hwy::MakeUnsigned<hn::TFromD<D>>;
+// T_hi 2^k in one integer addition: the table holds T_hi with the exponent bias and the index
+// (as the shifted value's bits carry them) taken out of its bits, so that adding bits(z) moved up
+// to the exponent field leaves exactly T_hi's bits with k added to the exponent. Exact for every
+// lane that is not rare, where T_hi 2^k is normal.
+template <class T, int kEntries>
+struct ScaleTable {
+  using U = hwy::MakeUnsigned<T>;
+  static constexpr int kShift = Consts<T>::kMantissaBits - Log2Of<kEntries>();
+  static constexpr std::array<T, kEntries> Make() {
+    std::array<T, kEntries> out{};
+    const T* hi = TableHi<T, kEntries>();
+    for (int j = 0; j < kEntries; ++j) {
+      const U bias = static_cast<U>(Consts<T>::kBias) << Consts<T>::kMantissaBits;
+      const U index = static_cast<U>(j) << kShift;
+      out[j] = std::bit_cast<T>(static_cast<U>(std::bit_cast<U>(hi[j]) - bias - index));
+    }
+    return out;
+  }
+  alignas(64) static constexpr std::array<T, kEntries> kValues = Make();
+};
+
+template <int kEntries, class D, class Table>
+HWY_INLINE hn::VFromD<D> ScaledHi(D d, const Table& base, hn::VFromD<hn::RebindToSigned<D>> z) {
+  constexpr int kShift = ScaleTable<hn::TFromD<D>, kEntries>::kShift;
   const hn::RebindToSigned<D> di;
-  constexpr int kShift = C::kMantissaBits - Log2Of<kEntries>();
-  constexpr U kSignAndExponent = ~((U{1} << C::kMantissaBits) - 1);
-  return hn::BitCast(d, hn::And(hn::ShiftLeft<kShift>(z),
-                                hn::BitCast(di, hn::Set(hn::RebindToUnsigned<D>(), kSignAndExponent))));
-}
-
-// A NaN input travels to the result, quieted, as it would through the scaling instruction.
-template <class D>
-HWY_INLINE hn::VFromD<D> PassNaN(D d, hn::VFromD<D> x, hn::VFromD<D> result) {
-  return hn::IfThenElse(hn::IsNaN(x), hn::Add(x, x), result);
-}
-
-// NaNs as above, and zeros of either sign, which e^x - 1 returns as they are.
-template <class D>
-HWY_INLINE hn::VFromD<D> PassNaNAndZero(D d, hn::VFromD<D> x, hn::VFromD<D> result) {
-  const auto keep = hn::Not(hn::Lt(hn::Zero(d), hn::Abs(x)));
-  return hn::IfThenElse(keep, hn::Add(x, x), result);
+  return hn::BitCast(d, hn::Add(hn::BitCast(di, Lookup(d, base, z)), hn::ShiftLeft<kShift>(z)));
 }
 
 template <class T, int kEntries, bool kWithLo>
 struct Tables {
   using D = hn::ScalableTag<T>;
-  RegisterTable<D, kEntries> hi = LoadTable<kEntries>(D(), TableHi<T, kEntries>());
+  RegisterTable<D, kEntries> hi = LoadTable<kEntries>(D(), ScaleTable<T, kEntries>::kValues.data());
   RegisterTable<D, kEntries> lo = LoadTable<kEntries>(D(), TableLo<T, kEntries>());
 };
 template <class T, int kEntries>
 struct Tables<T, kEntries, false> {
   using D = hn::ScalableTag<T>;
-  RegisterTable<D, kEntries> hi = LoadTable<kEntries>(D(), TableHi<T, kEntries>());
+  RegisterTable<D, kEntries> hi = LoadTable<kEntries>(D(), ScaleTable<T, kEntries>::kValues.data());
 };
 
 template <class T>
@@ -219,14 +218,19 @@ struct ExpTableBody : exp_detail::BodyBase<T> {
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
     using C = exp_detail::Consts<T>;
     const auto x = in[0];
-    rare[0] = hn::Ge(hn::Abs(x), hn::Set(d, C::kExpBound));
+    // |x| >= T, and NaN, by an integer compare of the magnitude's bits: the rare routine returns
+    // a NaN quieted with its payload, where the fast path would mix in table bits.
+    const hn::RebindToSigned<D> di;
+    using I = hn::TFromD<decltype(di)>;
+    constexpr I kBelowBound = std::bit_cast<I>(C::kExpBound) - 1;
+    const auto abs_bits = hn::BitCast(di, hn::Abs(x));
+    rare[0] = hn::RebindMask(d, hn::Gt(abs_bits, hn::Set(di, kBelowBound)));
     // Rare lanes compute on zero: their results are replaced, and infinities or huge values
-    // would only raise flags on the way.
+    // would only raise flags on the way. Every other lane has |r| < 2^-4.
     const auto xf = hn::IfThenZeroElse(rare[0], x);
     const auto red = exp_detail::Reduce<kEntries, kLevel != ExpLevel::kEP, true>(d, xf);
     const auto r = red.r;
-    const auto t_hi = Lookup(d, tables.hi, red.z);
-    const auto s = hn::Mul(t_hi, exp_detail::Pow2<kEntries>(d, red.z));
+    const auto s = exp_detail::ScaledHi<kEntries>(d, tables.hi, red.z);
     hn::Vec<D> result;
     if constexpr (sizeof(T) == 4) {
       // p = r^2 (c3 r + c2) + (T_lo + r)
@@ -235,13 +239,13 @@ struct ExpTableBody : exp_detail::BodyBase<T> {
       const auto p = Fma(d, hn::Mul(r, r), c, hn::Add(t_lo, r));
       result = Fma(d, p, s, s);
     } else if constexpr (kLevel == ExpLevel::kHA) {
-      const auto r2 = hn::Mul(r, r);
-      const auto hi = Fma(d, Fma(d, hn::Set(d, 0.0014193283516881214), r,
-                                 hn::Set(d, 0.008331512908898442)),
-                          r2, Fma(d, hn::Set(d, 0.0416667205488057), r,
-                                  hn::Set(d, 0.1666666658485894)));
-      const auto poly = Fma(d, hi, r2, Fma(d, hn::Set(d, 0.5000000000059126), r,
-                                            hn::Set(d, 0.999999999999984)));
+      // Horner: one operation fewer than pairs, and the kernel is bound by throughput, not by
+      // the chain's latency (the blocks are independent).
+      auto poly = Fma(d, hn::Set(d, 0.0014193283516881214), r, hn::Set(d, 0.008331512908898442));
+      poly = Fma(d, poly, r, hn::Set(d, 0.0416667205488057));
+      poly = Fma(d, poly, r, hn::Set(d, 0.1666666658485894));
+      poly = Fma(d, poly, r, hn::Set(d, 0.5000000000059126));
+      poly = Fma(d, poly, r, hn::Set(d, 0.999999999999984));
       const auto p = Fma(d, r, poly, Lookup(d, tables.lo, red.z));
       result = Fma(d, p, s, s);
     } else if constexpr (kLevel == ExpLevel::kLA) {
@@ -264,7 +268,7 @@ struct ExpTableBody : exp_detail::BodyBase<T> {
                             r, hn::Set(d, 1.000000863624094));
       result = Fma(d, hn::Mul(s, r), poly, s);
     }
-    out[0] = exp_detail::PassNaN(d, x, result);
+    out[0] = result;
   }
 
   static int32_t Rare(const T* a, T* r) { return vek::ExpRare(a, r); }
@@ -325,12 +329,13 @@ struct Expm1Body : exp_detail::BodyBase<T> {
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
     using C = exp_detail::Consts<T>;
     const auto x = in[0];
-    rare[0] = hn::Ge(x, hn::Set(d, C::kExpm1Bound));
+    // x >= T or NaN, one unordered compare: NaNs leave through the rare routine quieted with
+    // their payload, where the fast path would mix in table bits.
+    rare[0] = hn::Not(hn::Lt(x, hn::Set(d, C::kExpm1Bound)));
     const auto below = hn::Set(d, C::kClampBelow);
     const auto xc = hn::IfThenElse(hn::Lt(x, below), below, hn::IfThenZeroElse(rare[0], x));
     const auto red = exp_detail::Reduce<kEntries, true, false>(d, xc);
-    const auto t_hi = Lookup(d, tables.hi, red.z);
-    const auto s = hn::Mul(t_hi, exp_detail::Pow2<kEntries>(d, red.z));
+    const auto s = exp_detail::ScaledHi<kEntries>(d, tables.hi, red.z);
     const auto one = hn::Set(d, T(1));
     const auto r = red.r;
     hn::Vec<D> result;
@@ -393,7 +398,8 @@ struct Expm1Body : exp_detail::BodyBase<T> {
       }
       result = Fma(d, s, p, hn::Sub(s, one));
     }
-    out[0] = exp_detail::PassNaNAndZero(d, x, result);
+    // e^x - 1 has the sign of x, and a zero keeps its own: the fast formula gives +0 for -0.
+    out[0] = hn::CopySign(result, x);
   }
 
   static int32_t Rare(const T* a, T* r) { return vek::Expm1Rare(a, r); }
