@@ -1,4 +1,5 @@
 /* oxl demo: a tour of the library on built-in data. Each subsystem adds its part as it lands. */
+#include <math.h>
 #include <stdint.h>
 #include <stdio.h>
 
@@ -26,8 +27,53 @@ static void show_machine(void) {
          (long long)(oxl_dft_pvk_cache_size(3) >> 10));
 }
 
+/* e^x over [-700, 700] in the three accuracy levels, against the C library; then an overflow,
+ * which the kernel reports through the status. */
+static int show_vector_math(void) {
+  enum { N = 1001 };
+  static double x[N], r[N];
+  static const char* const levels[3] = {"LA", "HA", "EP"};
+  printf("\n== Vector math\n");
+  for (int i = 0; i < N; ++i) x[i] = -700.0 + 1.4 * i;
+  for (int slot = 0; slot < 3; ++slot) {
+    oxl_vek_kernel_dExp_ttab[slot](N, x, r);
+    double worst = 0;
+    for (int i = 0; i < N; ++i) {
+      const double e = fabs(r[i] - exp(x[i])) / exp(x[i]);
+      if (e > worst) worst = e;
+    }
+    printf("vdExp %s: %d values, largest relative difference from the C library %.2g\n",
+           levels[slot], N, worst);
+  }
+  const double big[2] = {1.0, 1000.0};
+  double out[2];
+  oxl_vek_kernel_ClearErrStatus();
+  oxl_vek_kernel_dExp_B3HAynn(2, big, out);
+  printf("vdExp of 1000: %g, status %d (overflow)\n", out[1], (int)oxl_vek_kernel_GetErrStatus());
+  oxl_vek_kernel_ClearErrStatus();
+  return 0;
+}
+
+#ifdef OXL_EXAMPLES_IN_DEMO
+int oxl_example_monte_carlo(void);
+int oxl_example_stats(void);
+int oxl_example_df(void);
+#endif
+
 int main(void) {
   printf("oxl %d.%d.%d\n\n", OXL_VERSION_MAJOR, OXL_VERSION_MINOR, OXL_VERSION_PATCH);
   show_machine();
-  return 0;
+  int failed = show_vector_math();
+#ifdef OXL_EXAMPLES_IN_DEMO
+  printf("\n== Random streams\n");
+  fflush(stdout);
+  failed |= oxl_example_monte_carlo();
+  printf("\n== Summary statistics\n");
+  fflush(stdout);
+  failed |= oxl_example_stats();
+  printf("\n== Data fitting\n");
+  fflush(stdout);
+  failed |= oxl_example_df();
+#endif
+  return failed ? 1 : 0;
 }

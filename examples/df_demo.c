@@ -36,7 +36,7 @@ static int check(int32_t status, const char* what) {
   return status != 0;
 }
 
-int main(void) {
+int oxl_example_df(void) {
   static double sample[SAMPLE];
   for (int i = 0; i < SAMPLE; i += 2) {
     const double r = sqrt(-2.0 * log(uniform01()));
@@ -105,3 +105,8 @@ int main(void) {
   oxl_df_kernel_DeleteTask(&quad);
   return failed;
 }
+
+/* The demo links every example into one tour; alone, each is its own program. */
+#ifndef OXL_EXAMPLES_IN_DEMO
+int main(void) { return oxl_example_df(); }
+#endif

@@ -85,7 +85,7 @@ static int64_t RunSplit(const StreamRecord* base, oxl_threader_body worker, int3
   return hits;
 }
 
-int main(void) {
+int oxl_example_monte_carlo(void) {
   const uint32_t seed[2] = {0x2026u, 0x1123u};
   StreamRecord* base = NULL;
   int32_t status = __vrsNewStreamEx(&base, OXL_BRNG_MCG59, 2, seed);
@@ -119,3 +119,8 @@ int main(void) {
   printf("%s\n", same ? "all three agree" : "MISMATCH");
   return same ? 0 : 1;
 }
+
+/* The demo links every example into one tour; alone, each is its own program. */
+#ifndef OXL_EXAMPLES_IN_DEMO
+int main(void) { return oxl_example_monte_carlo(); }
+#endif

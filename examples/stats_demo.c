@@ -55,7 +55,7 @@ static double max_diff(const double* a, const double* b, int count) {
   return m;
 }
 
-int main(void) {
+int oxl_example_stats(void) {
   double* x = malloc(sizeof(double) * P * N);
   if (x == NULL) return 1;
   /* Dimension 0: N(1, 1); 1: N(-2, 4), correlated with 0 (rho = 0.6); 2: N(10, 0.25). */
@@ -93,3 +93,8 @@ int main(void) {
   free(x);
   return 0;
 }
+
+/* The demo links every example into one tour; alone, each is its own program. */
+#ifndef OXL_EXAMPLES_IN_DEMO
+int main(void) { return oxl_example_stats(); }
+#endif
