@@ -333,7 +333,7 @@ struct Expm1Body : exp_detail::BodyBase<T> {
     // their payload, where the fast path would mix in table bits.
     rare[0] = hn::Not(hn::Lt(x, hn::Set(d, C::kExpm1Bound)));
     const auto below = hn::Set(d, C::kClampBelow);
-    const auto xc = hn::IfThenElse(hn::Lt(x, below), below, hn::IfThenZeroElse(rare[0], x));
+    const auto xc = hn::IfThenZeroElse(rare[0], hn::Max(x, below));
     const auto red = exp_detail::Reduce<kEntries, true, false>(d, xc);
     const auto s = exp_detail::ScaledHi<kEntries>(d, tables.hi, red.z);
     const auto one = hn::Set(d, T(1));
