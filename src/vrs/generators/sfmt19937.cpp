@@ -19,20 +19,15 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
-// One 128-bit word: a ^ (a << 8 bits) ^ ((b >> 11) & mask) ^ (r1 >> 8 bits) ^ (r2 << 18).
+// The part of one 128-bit word that does not involve the word made just before it:
+// a ^ (a << 8 bits) ^ ((b >> 11) & mask) ^ (r1 >> 8 bits), r1 being the word made two before.
 template <class D, class V = hn::VFromD<D>>
-HWY_INLINE V SfmtStep(D d, const uint32_t* HWY_RESTRICT pa, const uint32_t* HWY_RESTRICT pb, V r1,
-                      V r2, V mask) {
+HWY_INLINE V SfmtPart(D d, const uint32_t* HWY_RESTRICT pa, const uint32_t* HWY_RESTRICT pb, V r1,
+                      V mask) {
   const V a = hn::LoadU(d, pa);
-  V t = hn::Xor(hn::Xor(a, hn::ShiftLeftBytes<kSfmtSl2>(d, a)),
-                hn::Xor(hn::And(hn::ShiftRight<kSfmtSr1>(hn::LoadU(d, pb)), mask),
-                        hn::ShiftRightBytes<kSfmtSr2>(d, r1)));
-#if HWY_ARCH_X86
-  // Keep the compiler from folding r2 in early: its term must come last, so that the chain
-  // from one word to the next is one shift and one XOR.
-  asm("" : "+x"(t.raw));
-#endif
-  return hn::Xor(t, hn::ShiftLeft<kSfmtSl1>(r2));
+  const V t = hn::Xor(hn::Xor(a, hn::ShiftLeftBytes<kSfmtSl2>(d, a)),
+                      hn::And(hn::ShiftRight<kSfmtSr1>(hn::LoadU(d, pb)), mask));
+  return hn::Xor(t, hn::ShiftRightBytes<kSfmtSr2>(d, r1));
 }
 #endif
 
@@ -44,20 +39,30 @@ HWY_INLINE void SfmtRegenerate(uint32_t* HWY_RESTRICT w) {
 #if HWY_TARGET != HWY_SCALAR
   const hn::Full128<uint32_t> d;
   const auto mask = hn::LoadU(d, kSfmtMask);
+  // Word i is t_i ^ (w_{i-1} << 18) with t_i its part above, and w_{i-1} = t_{i-1} ^
+  // (w_{i-2} << 18); shifting twice by 18 clears a 32-bit lane, so w_i = t_i ^ (t_{i-1} << 18).
+  // Then no word waits for the one just before it, only for the one two before (through t_i)
+  // and three before (through t_{i-1}): the chain per word is shorter. At the start, t_{-1}
+  // may be the old last word, which has the same bits where they count.
   auto r1 = hn::LoadU(d, w + 4 * (n - 2));
   auto r2 = hn::LoadU(d, w + 4 * (n - 1));
+  auto t_prev = r2;
   // Two words a round, in two runs as the second source index wraps (34 and 122 words).
   int i = 0;
   for (; i < n - pos1; i += 2) {
-    r1 = SfmtStep(d, w + 4 * i, w + 4 * (i + pos1), r1, r2, mask);
+    const auto t1 = SfmtPart(d, w + 4 * i, w + 4 * (i + pos1), r1, mask);
+    r1 = hn::Xor(t1, hn::ShiftLeft<kSfmtSl1>(t_prev));
     hn::StoreU(r1, d, w + 4 * i);
-    r2 = SfmtStep(d, w + 4 * (i + 1), w + 4 * (i + 1 + pos1), r2, r1, mask);
+    t_prev = SfmtPart(d, w + 4 * (i + 1), w + 4 * (i + 1 + pos1), r2, mask);
+    r2 = hn::Xor(t_prev, hn::ShiftLeft<kSfmtSl1>(t1));
     hn::StoreU(r2, d, w + 4 * (i + 1));
   }
   for (; i < n; i += 2) {
-    r1 = SfmtStep(d, w + 4 * i, w + 4 * (i + pos1 - n), r1, r2, mask);
+    const auto t1 = SfmtPart(d, w + 4 * i, w + 4 * (i + pos1 - n), r1, mask);
+    r1 = hn::Xor(t1, hn::ShiftLeft<kSfmtSl1>(t_prev));
     hn::StoreU(r1, d, w + 4 * i);
-    r2 = SfmtStep(d, w + 4 * (i + 1), w + 4 * (i + 1 + pos1 - n), r2, r1, mask);
+    t_prev = SfmtPart(d, w + 4 * (i + 1), w + 4 * (i + 1 + pos1 - n), r2, mask);
+    r2 = hn::Xor(t_prev, hn::ShiftLeft<kSfmtSl1>(t1));
     hn::StoreU(r2, d, w + 4 * (i + 1));
   }
 #else
