@@ -1,13 +1,18 @@
 // GF(2) polynomial helpers shared by the twister parameter tools and their tests.
 //
-// Plain, portable code: these routines run in offline tools and in checks of
-// checked-in tables, never on a hot path of the library.  Polynomials are bit
+// Plain code (carry-less products by PCLMULQDQ where the processor has it): these
+// routines run in offline tools and in checks of checked-in tables, never on a hot
+// path of the library.  Polynomials are bit
 // vectors of 64-bit words, bit i being the coefficient of x^i.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
 #include <vector>
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 namespace oxl::tools {
 
@@ -71,43 +76,114 @@ inline Poly Gcd(Poly a, Poly b) {
   return a;
 }
 
-// Squaring and reduction modulo a fixed polynomial of degree p, with the
-// modulus kept in 64 shifted copies so that each reduction step is a run of
-// word XORs.
+// Carry-less product of word arrays: r (na + nb words, zeroed by the caller) ^= a * b.
+namespace detail {
+#if defined(__x86_64__)
+__attribute__((target("pclmul,sse4.1"))) inline void MulWordsClmul(const std::uint64_t* a,
+                                                                  std::size_t na,
+                                                                  const std::uint64_t* b,
+                                                                  std::size_t nb,
+                                                                  std::uint64_t* r) {
+  for (std::size_t i = 0; i < na; ++i) {
+    if (a[i] == 0) continue;
+    const __m128i ai = _mm_cvtsi64_si128(static_cast<long long>(a[i]));
+    for (std::size_t j = 0; j < nb; ++j) {
+      const __m128i prod =
+          _mm_clmulepi64_si128(ai, _mm_cvtsi64_si128(static_cast<long long>(b[j])), 0x00);
+      r[i + j] ^= static_cast<std::uint64_t>(_mm_cvtsi128_si64(prod));
+      r[i + j + 1] ^= static_cast<std::uint64_t>(_mm_extract_epi64(prod, 1));
+    }
+  }
+}
+#endif
+inline void MulWordsPortable(const std::uint64_t* a, std::size_t na, const std::uint64_t* b,
+                             std::size_t nb, std::uint64_t* r) {
+  for (std::size_t i = 0; i < na; ++i) {
+    for (int bit = 0; bit < 64; ++bit) {
+      if (((a[i] >> bit) & 1u) == 0) continue;
+      for (std::size_t j = 0; j < nb; ++j) {
+        r[i + j] ^= b[j] << bit;
+        if (bit != 0) r[i + j + 1] ^= b[j] >> (64 - bit);
+      }
+    }
+  }
+}
+}  // namespace detail
+
+inline Poly Mul(const Poly& a, const Poly& b) {
+  if (a.empty() || b.empty()) return {};
+  Poly r(a.size() + b.size(), 0);
+#if defined(__x86_64__)
+  if (__builtin_cpu_supports("pclmul")) {
+    detail::MulWordsClmul(a.data(), a.size(), b.data(), b.size(), r.data());
+    Trim(r);
+    return r;
+  }
+#endif
+  detail::MulWordsPortable(a.data(), a.size(), b.data(), b.size(), r.data());
+  Trim(r);
+  return r;
+}
+
+// floor(a / x^n).
+inline Poly ShiftDown(const Poly& a, int n) {
+  const std::size_t ws = static_cast<std::size_t>(n) >> 6;
+  const int bs = n & 63;
+  if (a.size() <= ws) return {};
+  Poly r(a.size() - ws, 0);
+  for (std::size_t i = 0; i < r.size(); ++i) {
+    r[i] = a[ws + i] >> bs;
+    if (bs != 0 && ws + i + 1 < a.size()) r[i] |= a[ws + i + 1] << (64 - bs);
+  }
+  Trim(r);
+  return r;
+}
+
+// Squaring and reduction modulo a fixed polynomial P of degree p, by Barrett's
+// method: with mu = floor(x^(2p) / P), the quotient of any A of degree below 2p
+// is exactly floor(floor(A / x^p) mu / x^p) (over GF(2) the rest has negative
+// degree), so a reduction is two carry-less products.
 class ModRing {
  public:
   explicit ModRing(const Poly& p) : p_(p), deg_(Degree(p)) {
-    words_ = static_cast<std::size_t>(deg_ + 64) / 64 + 1;
-    shifted_.resize(64);
-    for (int s = 0; s < 64; ++s) {
-      Poly q(words_ + 1, 0);
-      AddShifted(q, p_, s);
-      q.resize(words_ + 1);
-      shifted_[static_cast<std::size_t>(s)] = q;
+    Trim(p_);
+    words_ = static_cast<std::size_t>(deg_) / 64 + 1;
+    Poly t;
+    SetBit(t, 2 * deg_);
+    for (int top = 2 * deg_; top >= deg_; --top) {
+      if (!Bit(t, top)) continue;
+      AddShifted(t, p_, top - deg_);
+      SetBit(mu_, top - deg_);
     }
   }
   int degree() const { return deg_; }
 
-  // r = r^2 mod P; r has fewer than deg_ bits.
   void Square(Poly& r) const {
-    Poly t(2 * words_ + 2, 0);
+    Poly t(2 * r.size(), 0);
     for (std::size_t i = 0; i < r.size(); ++i) {
       t[2 * i] = Spread(static_cast<std::uint32_t>(r[i]));
       t[2 * i + 1] = Spread(static_cast<std::uint32_t>(r[i] >> 32));
     }
+    Trim(t);
     Reduce(t);
     r.swap(t);
   }
 
+  Poly MulMod(const Poly& a, const Poly& b) const {
+    Poly t = Mul(a, b);
+    Reduce(t);
+    return t;
+  }
+
+  // t mod P for t of degree below 2p.
   void Reduce(Poly& t) const {
-    for (int top = Degree(t); top >= deg_; --top) {
-      if (!Bit(t, top)) continue;
-      const int shift = top - deg_;
-      const Poly& q = shifted_[static_cast<std::size_t>(shift & 63)];
-      const std::size_t off = static_cast<std::size_t>(shift) >> 6;
-      for (std::size_t i = 0; i < q.size() && off + i < t.size(); ++i) t[off + i] ^= q[i];
+    if (Degree(t) >= deg_) {
+      const Poly q = ShiftDown(Mul(ShiftDown(t, deg_), mu_), deg_);
+      const Poly qp = Mul(q, p_);
+      if (t.size() < qp.size()) t.resize(qp.size(), 0);
+      for (std::size_t i = 0; i < qp.size(); ++i) t[i] ^= qp[i];
     }
-    t.resize(words_);
+    if (t.size() > words_) t.resize(words_);
     Trim(t);
   }
 
@@ -124,18 +200,15 @@ class ModRing {
   Poly p_;
   int deg_;
   std::size_t words_;
-  std::vector<Poly> shifted_;
+  Poly mu_;
 };
 
-// Irreducibility of P of prime degree p: x^(2^p) = x mod P and gcd(x^2 + x, P) = 1
-// (Rabin's test with the single prime divisor of p).  Before the full run, the
-// gcds with x^(2^k) + x for k up to sieve_k reject most reducible candidates
-// after a few squarings, as most of them have a factor of small degree.
 inline bool IrreduciblePrimeDegree(const Poly& p, int sieve_k) {
   const ModRing ring(p);
   const int deg = ring.degree();
   Poly x{2};
   Poly r = x;
+  Poly acc{1};
   for (int k = 1; k <= deg; ++k) {
     ring.Square(r);
     if (k <= sieve_k) {
@@ -144,7 +217,14 @@ inline bool IrreduciblePrimeDegree(const Poly& p, int sieve_k) {
       t[0] ^= 2;
       Trim(t);
       if (t.empty()) return k == deg;  // x^(2^k) = x: a factor of degree dividing k
-      if (Degree(Gcd(p, t)) > 0) return false;
+      // The gcds are taken of products of several x^(2^k) - x (mod P), at k = 1, 2, 4, ...:
+      // a product shares a factor with P exactly when one of its terms does, and a gcd costs
+      // far more than a product.
+      acc = ring.MulMod(acc, t);
+      if ((k & (k - 1)) == 0 || k == sieve_k) {
+        if (Degree(Gcd(p, acc)) > 0) return false;
+        acc = Poly{1};
+      }
     }
   }
   Poly t = r;

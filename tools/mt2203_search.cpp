@@ -196,8 +196,12 @@ Row SearchMember(int id) {
       const int nopt = 1 << ((c_free ? 1 : 0) + (b_free ? 1 : 0) + (b15_free ? 1 : 0));
       if (nopt == 1) continue;
       const std::uint32_t start = rng.Next32();
-      int best = -1;
-      std::uint32_t best_b = b, best_c = c;
+      // The choice with the largest k(v); among equals the one with the largest k(v + 1)
+      // (the next bits clear), then the first in the random order. k(v + 1) is needed only
+      // where k(v) ties.
+      std::uint32_t opt_b[8], opt_c[8];
+      int def_v[8];
+      int best_def = kP;
       for (int k = 0; k < nopt; ++k) {
         const int opt = static_cast<int>((static_cast<std::uint32_t>(k) + start) % static_cast<std::uint32_t>(nopt));
         std::uint32_t tb = b, tc = c;
@@ -205,13 +209,22 @@ Row SearchMember(int id) {
         if (c_free && ((opt >> bitpos++) & 1)) tc |= place(v);
         if (b_free && ((opt >> bitpos++) & 1)) tb |= place(v);
         if (b15_free && ((opt >> bitpos++) & 1)) tb |= place(v + 15);
-        const auto out = TemperedWords(raw, tb, tc);
-        int score = Deficiency(p, out, v) * 4096;
-        if (v < 32) score += Deficiency(p, out, v + 1);  // look one level ahead on ties
-        if (best < 0 || score < best) {
-          best = score;
-          best_b = tb;
-          best_c = tc;
+        opt_b[k] = tb;
+        opt_c[k] = tc;
+        def_v[k] = Deficiency(p, TemperedWords(raw, tb, tc), v);
+        best_def = std::min(best_def, def_v[k]);
+      }
+      int ties = 0;
+      for (int k = 0; k < nopt; ++k) ties += def_v[k] == best_def ? 1 : 0;
+      int best = -1;
+      std::uint32_t best_b = b, best_c = c;
+      for (int k = 0; k < nopt; ++k) {
+        if (def_v[k] != best_def) continue;
+        const int next = (v < 32 && ties > 1) ? Deficiency(p, TemperedWords(raw, opt_b[k], opt_c[k]), v + 1) : 0;
+        if (best < 0 || next < best) {
+          best = next;
+          best_b = opt_b[k];
+          best_c = opt_c[k];
         }
       }
       b = best_b;
