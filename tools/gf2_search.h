@@ -47,19 +47,20 @@ inline void AddShifted(Poly& a, const Poly& b, int shift) {
   const int bs = shift & 63;
   const std::size_t need = ws + b.size() + 1;
   if (a.size() < need) a.resize(need, 0);
+  // a and b are distinct vectors (a row never adds itself): plain loops over
+  // unaliased words, which the compiler vectorises.
+  std::uint64_t* __restrict dst = a.data() + ws;
+  const std::uint64_t* __restrict src = b.data();
+  const std::size_t nb = b.size();
   if (bs == 0) {
-    for (std::size_t i = 0; i < b.size(); ++i) a[ws + i] ^= b[i];
+    for (std::size_t i = 0; i < nb; ++i) dst[i] ^= src[i];
   } else {
-    std::uint64_t carry = 0;
-    for (std::size_t i = 0; i < b.size(); ++i) {
-      a[ws + i] ^= (b[i] << bs) | carry;
-      carry = b[i] >> (64 - bs);
-    }
-    a[ws + b.size()] ^= carry;
+    dst[0] ^= src[0] << bs;
+    for (std::size_t i = 1; i < nb; ++i) dst[i] ^= (src[i] << bs) | (src[i - 1] >> (64 - bs));
+    dst[nb] ^= src[nb - 1] >> (64 - bs);
   }
 }
 
-// Remainder of a by b (b nonzero), in place.
 inline void ModInPlace(Poly& a, const Poly& b) {
   const int db = Degree(b);
   for (int da = Degree(a); da >= db; da = Degree(a)) AddShifted(a, b, da - db);

@@ -63,20 +63,29 @@ struct SplitMix {
   std::uint32_t Next32() { return static_cast<std::uint32_t>(Next() >> 32); }
 };
 
-// k(v) of the member with char poly `p`, from the tempered words `out` of any
-// nonzero state (t = 0 .. p-1).
-int EquidistributionDimension(const Poly& p, const std::vector<std::uint32_t>& out, int v) {
+// The numerators h_j (j < count) of the generating functions of the top output
+// bits: P times the bit sequence of `out` (tempered words of any nonzero state,
+// t = 0 .. p-1) read as a polynomial, cut to the part above degree p.  They
+// depend on the tempering but not on v, so one set serves several k(v).
+std::vector<Poly> Numerators(const Poly& p, const std::vector<std::uint32_t>& out, int count) {
+  std::vector<Poly> hs(static_cast<std::size_t>(count));
+  for (int j = 0; j < count; ++j) {
+    Poly g((kP + 63) / 64, 0);
+    for (int t = 0; t < kP; ++t)
+      if ((out[static_cast<std::size_t>(t)] >> (31 - j)) & 1u) oxl::tools::SetBit(g, kP - 1 - t);
+    oxl::tools::Trim(g);
+    hs[static_cast<std::size_t>(j)] = oxl::tools::ShiftDown(oxl::tools::Mul(p, g), kP);
+  }
+  return hs;
+}
+
+// k(v) of the member with char poly `p`, from the numerators of its top v bits.
+int EquidistributionDimension(const Poly& p, const std::vector<Poly>& hs, int v) {
   // rows[r][j]: entry j of row r.
   std::vector<std::vector<Poly>> rows(static_cast<std::size_t>(v) + 1,
                                       std::vector<Poly>(static_cast<std::size_t>(v)));
   for (int j = 0; j < v; ++j) {
-    Poly prod;
-    for (int t = 0; t < kP; ++t)
-      if ((out[static_cast<std::size_t>(t)] >> (31 - j)) & 1u) AddShifted(prod, p, kP - 1 - t);
-    Poly h;
-    for (int i = 0, d = Degree(prod); kP + i <= d; ++i)
-      if (oxl::tools::Bit(prod, kP + i)) oxl::tools::SetBit(h, i);
-    rows[0][static_cast<std::size_t>(j)] = h;
+    rows[0][static_cast<std::size_t>(j)] = hs[static_cast<std::size_t>(j)];
     rows[static_cast<std::size_t>(j) + 1][static_cast<std::size_t>(j)] = p;
   }
   auto row_deg = [&](std::size_t r, int* pivot) {
@@ -147,16 +156,16 @@ std::vector<std::uint32_t> RawWords(std::uint32_t a) {
   return raw;
 }
 
-int Deficiency(const Poly& p, const std::vector<std::uint32_t>& out, int v) {
-  return kP / v - EquidistributionDimension(p, out, v);
+int Deficiency(const Poly& p, const std::vector<Poly>& hs, int v) {
+  return kP / v - EquidistributionDimension(p, hs, v);
 }
 
 int TotalDeficiency(const Poly& p, const std::vector<std::uint32_t>& raw, std::uint32_t b,
                     std::uint32_t c, std::vector<int>* ks) {
-  const auto out = TemperedWords(raw, b, c);
+  const auto hs = Numerators(p, TemperedWords(raw, b, c), 32);
   int total = 0;
   for (int v = 1; v <= 32; ++v) {
-    const int k = EquidistributionDimension(p, out, v);
+    const int k = EquidistributionDimension(p, hs, v);
     if (ks) ks->push_back(k);
     total += kP / v - k;
   }
@@ -211,7 +220,7 @@ Row SearchMember(int id) {
         if (b15_free && ((opt >> bitpos++) & 1)) tb |= place(v + 15);
         opt_b[k] = tb;
         opt_c[k] = tc;
-        def_v[k] = Deficiency(p, TemperedWords(raw, tb, tc), v);
+        def_v[k] = Deficiency(p, Numerators(p, TemperedWords(raw, tb, tc), v), v);
         best_def = std::min(best_def, def_v[k]);
       }
       int ties = 0;
@@ -220,7 +229,10 @@ Row SearchMember(int id) {
       std::uint32_t best_b = b, best_c = c;
       for (int k = 0; k < nopt; ++k) {
         if (def_v[k] != best_def) continue;
-        const int next = (v < 32 && ties > 1) ? Deficiency(p, TemperedWords(raw, opt_b[k], opt_c[k]), v + 1) : 0;
+        const int next =
+            (v < 32 && ties > 1)
+                ? Deficiency(p, Numerators(p, TemperedWords(raw, opt_b[k], opt_c[k]), v + 1), v + 1)
+                : 0;
         if (best < 0 || next < best) {
           best = next;
           best_b = opt_b[k];
