@@ -3,6 +3,9 @@
 //   OXL_BENCH(kDExp, "oxl_HA", oxl_vek_kernel_dExp_B3HAynn);
 // with contestant names "oxl_HA", "oxl_LA", "oxl_EP" by the level the kernel was built for, which
 // are the names bench/comparisons.toml compares.
+#include <cmath>
+#include <complex>
+
 #include "oxl/vek_kernels.h"
 #include "support/array_bench.h"
 #include "support/peers.h"
@@ -103,5 +106,80 @@ OXL_BENCH(kSMul, "std_loop", peers::StdMul);
 OXL_BENCH(kDMul, "oxl_HA", oxl_vek_kernel_dMul_B3HAynn);
 OXL_BENCH(kDMul, "avx2_loop", peers::Avx2Mul, kAvx2);
 OXL_BENCH(kDMul, "std_loop", peers::StdMul);
+
+// Rounding, complex arithmetic and Pack, beside plain loops and the copy bound. Complex kernels
+// run on the parts of the arrays as pairs, so their time is per part (half a complex element) and
+// the copy bound of two double arrays in and one out is theirs. dPackI gathers every second
+// element of the input into the first half of the result: per element of the input.
+constexpr Range kRoundRange{-1e6, 1e6};
+constexpr UnaryFunction<double> kDFloor{"dFloor", kRoundRange};
+constexpr UnaryFunction<float> kSRound{"sRound", kRoundRange};
+constexpr BinaryFunction<double> kZMul{"zMul", kArith, kArith};
+constexpr BinaryFunction<double> kZDiv{"zDiv", kArith, kArith};
+constexpr UnaryFunction<double> kDPackI{"dPackI", kArith};
+
+template <void (*kKernel)(int, const oxl_complex16*, const oxl_complex16*, oxl_complex16*)>
+void OnParts(int n, const double* a, const double* b, double* r) {
+  kKernel(n / 2, reinterpret_cast<const oxl_complex16*>(a),
+          reinterpret_cast<const oxl_complex16*>(b), reinterpret_cast<oxl_complex16*>(r));
+}
+
+void DFloorLoop(int n, const double* a, double* r) {
+  for (int i = 0; i < n; ++i) r[i] = std::floor(a[i]);
+}
+void SRoundLoop(int n, const float* a, float* r) {
+  for (int i = 0; i < n; ++i) r[i] = std::round(a[i]);
+}
+// The textbook formulas, as -fcx-limited-range would give them: no care for overflow, NaNs or
+// accuracy, the fastest any complex loop can be.
+void ZMulLoop(int n, const double* a, const double* b, double* r) {
+  for (int i = 0; i + 1 < n; i += 2) {
+    const double ar = a[i], ai = a[i + 1], br = b[i], bi = b[i + 1];
+    r[i] = ar * br - ai * bi;
+    r[i + 1] = ar * bi + ai * br;
+  }
+}
+void ZDivLoop(int n, const double* a, const double* b, double* r) {
+  for (int i = 0; i + 1 < n; i += 2) {
+    const double ar = a[i], ai = a[i + 1], br = b[i], bi = b[i + 1];
+    const double inv = 1 / (br * br + bi * bi);
+    r[i] = (ar * br + ai * bi) * inv;
+    r[i + 1] = (ai * br - ar * bi) * inv;
+  }
+}
+// std::complex with C99 Annex G care (libgcc's __muldc3 and __divdc3 behind the operators).
+void ZMulStdComplex(int n, const double* a, const double* b, double* r) {
+  const auto* x = reinterpret_cast<const std::complex<double>*>(a);
+  const auto* y = reinterpret_cast<const std::complex<double>*>(b);
+  auto* z = reinterpret_cast<std::complex<double>*>(r);
+  for (int i = 0; i < n / 2; ++i) z[i] = x[i] * y[i];
+}
+void ZDivStdComplex(int n, const double* a, const double* b, double* r) {
+  const auto* x = reinterpret_cast<const std::complex<double>*>(a);
+  const auto* y = reinterpret_cast<const std::complex<double>*>(b);
+  auto* z = reinterpret_cast<std::complex<double>*>(r);
+  for (int i = 0; i < n / 2; ++i) z[i] = x[i] / y[i];
+}
+void DPackIStride2(int n, const double* a, double* r) {
+  oxl_vek_kernel_dPackI_B3HAynn(n / 2, a, 2, r, 1);
+}
+void DPackILoop(int n, const double* a, double* r) {
+  for (int i = 0; i < n / 2; ++i) r[i] = a[2 * i];
+}
+
+OXL_BENCH(kDFloor, "oxl_HA", oxl_vek_kernel_dFloor_B3HAynn);
+OXL_BENCH(kDFloor, "std_loop", DFloorLoop);
+OXL_BENCH(kSRound, "oxl_HA", oxl_vek_kernel_sRound_B3HAynn);
+OXL_BENCH(kSRound, "std_loop", SRoundLoop);
+OXL_BENCH(kZMul, "oxl_HA", OnParts<oxl_vek_kernel_zMul_B3HAynn>);
+OXL_BENCH(kZMul, "oxl_EP", OnParts<oxl_vek_kernel_zMul_B3EPnnn>);
+OXL_BENCH(kZMul, "std_loop", ZMulLoop);
+OXL_BENCH(kZMul, "std_complex", ZMulStdComplex);
+OXL_BENCH(kZDiv, "oxl_HA", OnParts<oxl_vek_kernel_zDiv_B3HAynn>);
+OXL_BENCH(kZDiv, "oxl_EP", OnParts<oxl_vek_kernel_zDiv_B3EPnnn>);
+OXL_BENCH(kZDiv, "std_loop", ZDivLoop);
+OXL_BENCH(kZDiv, "std_complex", ZDivStdComplex);
+OXL_BENCH(kDPackI, "oxl_HA", DPackIStride2);
+OXL_BENCH(kDPackI, "std_loop", DPackILoop);
 
 }  // namespace

@@ -79,6 +79,14 @@ OXL_API void oxl_vek_kernel_dExpm1_B3LAynn(int n, const double* a, double* r);
 OXL_API void oxl_vek_kernel_dExpm1_B3HAynn(int n, const double* a, double* r);
 OXL_API void oxl_vek_kernel_dExpm1_B3EPnnn(int n, const double* a, double* r);
 
+/* Reduction of an extended-precision x by pi/4, for the extended-precision layer's sine, cosine
+ * and tangent: x = j pi/4 + reduced[0] + reduced[1], where the octant count j has the parity of
+ * `selector` (0: the nearest even count at or above floor(4|x|/pi), 1: the odd one) and takes the
+ * sign of x, so that |reduced[0] + reduced[1]| <= pi/4 up to a few ulps of extended precision.
+ * The pair is accurate to about 2^-110 relative, and 2^-139 absolute, for every finite x up to
+ * the largest extended value. Returns j mod 8 (0 to 7). An infinite or NaN x gives NaNs and 0. */
+OXL_API int32_t oxl_vek_kernel_reduce_pi04l(int32_t selector, long double x, long double* reduced);
+
 OXL_EXTERN_C_END
 
 #endif /* OXL_VEK_KERNELS_H */

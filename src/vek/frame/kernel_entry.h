@@ -32,3 +32,7 @@ inline void RunUnderDefaultControl(Fn fn, Args... args) {
   extern "C" OXL_API void kernel(int n, const E* a, const E* b, E* r) {               \
     ::oxl::vek::RunUnderMode(HWY_DYNAMIC_DISPATCH(impl), n, a, b, r);                 \
   }
+#define OXL_VEK_TWO_RESULTS_ENTRY(kernel, impl, E)                                    \
+  extern "C" OXL_API void kernel(int n, const E* a, E* r1, E* r2) {                   \
+    ::oxl::vek::RunUnderMode(HWY_DYNAMIC_DISPATCH(impl), n, a, r1, r2);               \
+  }
