@@ -56,6 +56,7 @@ static int show_vector_math(void) {
 
 #ifdef OXL_EXAMPLES_IN_DEMO
 int oxl_example_monte_carlo(void);
+int oxl_example_gaussian(void);
 int oxl_example_stats(void);
 int oxl_example_df(void);
 #endif
@@ -68,6 +69,9 @@ int main(void) {
   printf("\n== Random streams\n");
   fflush(stdout);
   failed |= oxl_example_monte_carlo();
+  printf("\n");
+  fflush(stdout);
+  failed |= oxl_example_gaussian();
   printf("\n== Summary statistics\n");
   fflush(stdout);
   failed |= oxl_example_stats();

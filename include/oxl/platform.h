@@ -76,6 +76,33 @@ OXL_API const char* oxl_dft_pvk_simd_target(void);
 OXL_API uint32_t oxl_dft_ps_get_mxcsr(void);
 OXL_API void oxl_dft_ps_set_mxcsr(uint32_t value);
 
+/* Triangular multiplies for the multivariate Gaussian, with the arguments of the BLAS routine
+ * xTRMM: B := alpha op(A) B (side "L") or alpha B op(A) (side "R"), op(A) = A or A^T, A upper or
+ * lower triangular, unit or non-unit diagonal, B m by n column-major with leading dimension ldb.
+ *   oxl_blas4vek_?trmm    A full with leading dimension lda (the distribution's BLAS);
+ *   oxl_blas_x?trmm_4vek  the same contract, sequential, meant for small A;
+ *   oxl_blas4vek_?ptrmm   A packed by columns as in BLAS xTPMV, so no lda.
+ * Invalid letters or sizes do nothing. */
+OXL_API void oxl_blas4vek_dtrmm(const char* side, const char* uplo, const char* transa,
+                                const char* diag, const int* m, const int* n, const double* alpha,
+                                const double* a, const int* lda, double* b, const int* ldb);
+OXL_API void oxl_blas4vek_strmm(const char* side, const char* uplo, const char* transa,
+                                const char* diag, const int* m, const int* n, const float* alpha,
+                                const float* a, const int* lda, float* b, const int* ldb);
+OXL_API void oxl_blas_xdtrmm_4vek(const char* side, const char* uplo, const char* transa,
+                                  const char* diag, const int* m, const int* n,
+                                  const double* alpha, const double* a, const int* lda, double* b,
+                                  const int* ldb);
+OXL_API void oxl_blas_xstrmm_4vek(const char* side, const char* uplo, const char* transa,
+                                  const char* diag, const int* m, const int* n, const float* alpha,
+                                  const float* a, const int* lda, float* b, const int* ldb);
+OXL_API void oxl_blas4vek_dptrmm(const char* side, const char* uplo, const char* transa,
+                                 const char* diag, const int* m, const int* n, const double* alpha,
+                                 const double* ap, double* b, const int* ldb);
+OXL_API void oxl_blas4vek_sptrmm(const char* side, const char* uplo, const char* transa,
+                                 const char* diag, const int* m, const int* n, const float* alpha,
+                                 const float* ap, float* b, const int* ldb);
+
 OXL_EXTERN_C_END
 
 #endif /* OXL_PLATFORM_H */

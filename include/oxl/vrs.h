@@ -262,6 +262,106 @@ OXL_API int32_t _vrsiRngUniform(int32_t method, StreamRecord* stream, int32_t n,
 /* The generator's raw words as they are: 32-bit words, or 64-bit words for MCG59. */
 OXL_API int32_t _vrsiRngUniformBits(int32_t method, StreamRecord* stream, int32_t n, uint32_t* r);
 
+/* ---------------------------------------------------------------------------------------------
+ * Continuous distributions by transformation. Each turns uniforms into its law in place in r:
+ * the uniforms come from _vrsdRngUniform (method 0) of the stream, a vector kernel of a fixed
+ * accuracy (EP for double, LA for float) runs over r, and a last pass scales and displaces. They
+ * return the uniform source's status. Parameters are not checked. Kernel events (the logarithm of
+ * a zero uniform) are absorbed: the thread's mode word and error callback are set for the call
+ * and given back on every path, and a logarithm of 0 counts as ln of the smallest denormal
+ * (-744.44 for double, -103.28 for float), which cuts the law's tail there. Only Uniform and
+ * Lognormal read `method`.
+ *   Exponential  a - beta ln(u), at least a
+ *   Laplace      a -+ beta ln(u1), the side from a second uniform; blocks of 1024 outputs
+ *   Weibull      a + beta (-ln u)^(1/alpha), at least a
+ *   Cauchy       a + beta tan(u), u uniform on (-pi/2, pi/2); not guarded
+ *   Rayleigh     a + beta sqrt(-ln u), at least a (no factor 2 under the root)
+ *   Lognormal    b + beta exp(g), g Gaussian(a, sigma) by BoxMuller2 for method 0 and by ICDF
+ *                otherwise; at least b. An overflow of the exponential reaches the caller's mode.
+ *   Gumbel       a + beta ln(-ln u): the smallest-extreme law, P(x) = 1 - exp(-exp((x-a)/beta)). */
+OXL_API int32_t _vrsdRngExponential(int32_t method, StreamRecord* stream, int32_t n, double* r,
+                                    double a, double beta);
+OXL_API int32_t _vrssRngExponential(int32_t method, StreamRecord* stream, int32_t n, float* r,
+                                    float a, float beta);
+OXL_API int32_t _vrsdRngLaplace(int32_t method, StreamRecord* stream, int32_t n, double* r, double a,
+                                double beta);
+OXL_API int32_t _vrssRngLaplace(int32_t method, StreamRecord* stream, int32_t n, float* r, float a,
+                                float beta);
+OXL_API int32_t _vrsdRngWeibull(int32_t method, StreamRecord* stream, int32_t n, double* r,
+                                double alpha, double a, double beta);
+OXL_API int32_t _vrssRngWeibull(int32_t method, StreamRecord* stream, int32_t n, float* r,
+                                float alpha, float a, float beta);
+OXL_API int32_t _vrsdRngCauchy(int32_t method, StreamRecord* stream, int32_t n, double* r, double a,
+                               double beta);
+OXL_API int32_t _vrssRngCauchy(int32_t method, StreamRecord* stream, int32_t n, float* r, float a,
+                               float beta);
+OXL_API int32_t _vrsdRngRayleigh(int32_t method, StreamRecord* stream, int32_t n, double* r,
+                                 double a, double beta);
+OXL_API int32_t _vrssRngRayleigh(int32_t method, StreamRecord* stream, int32_t n, float* r, float a,
+                                 float beta);
+OXL_API int32_t _vrsdRngLognormal(int32_t method, StreamRecord* stream, int32_t n, double* r,
+                                  double a, double sigma, double b, double beta);
+OXL_API int32_t _vrssRngLognormal(int32_t method, StreamRecord* stream, int32_t n, float* r,
+                                  float a, float sigma, float b, float beta);
+OXL_API int32_t _vrsdRngGumbel(int32_t method, StreamRecord* stream, int32_t n, double* r, double a,
+                               double beta);
+OXL_API int32_t _vrssRngGumbel(int32_t method, StreamRecord* stream, int32_t n, float* r, float a,
+                               float beta);
+
+/* ---------------------------------------------------------------------------------------------
+ * Gaussian family. Methods of _vrsdRngGaussian and _vrssRngGaussian:
+ *   BOXMULLER   one output per pair of uniforms: sqrt(-2 ln u1) sin(2 pi u2)
+ *   BOXMULLER2  two outputs per pair, sine then cosine; an odd count keeps the pair's uniforms on
+ *               the stream (chunk id 2 for double, 1 for float), whose cosine partner is the first
+ *               output of the next call, so the sequence does not depend on how calls split it.
+ *               The pending pair travels with stream copies and images.
+ *   ICDF        a + sigma sqrt(2) erfinv(u), u uniform on (-1, 1); u of exactly -1 or 1 gives
+ *               -+5.8635847487551676 (float: 3.8325069) in place of the infinity.
+ * A method outside 0..2 returns StatusBadMethod and draws nothing. */
+#define OXL_RNG_GAUSSIAN_BOXMULLER 0
+#define OXL_RNG_GAUSSIAN_BOXMULLER2 1
+#define OXL_RNG_GAUSSIAN_ICDF 2
+
+OXL_API int32_t _vrsdRngGaussian(int32_t method, StreamRecord* stream, int32_t n, double* r,
+                                 double a, double sigma);
+OXL_API int32_t _vrssRngGaussian(int32_t method, StreamRecord* stream, int32_t n, float* r, float a,
+                                 float sigma);
+/* The three workers, as _vrsdRngGaussian reaches them (without its mode and callback framing). */
+OXL_API int32_t _vdRngGaussianBoxMuller(StreamRecord* stream, int32_t n, double* r, double a,
+                                        double sigma);
+OXL_API int32_t _vdRngGaussianBoxMuller2(StreamRecord* stream, int32_t n, double* r, double a,
+                                         double sigma);
+OXL_API int32_t _vdRngGaussianICDF(StreamRecord* stream, int32_t n, double* r, double a,
+                                   double sigma);
+OXL_API int32_t _vsRngGaussianBoxMuller(StreamRecord* stream, int32_t n, float* r, float a,
+                                        float sigma);
+OXL_API int32_t _vsRngGaussianBoxMuller2(StreamRecord* stream, int32_t n, float* r, float a,
+                                         float sigma);
+OXL_API int32_t _vsRngGaussianICDF(StreamRecord* stream, int32_t n, float* r, float a, float sigma);
+
+/* Error callbacks of the Gaussian entries: a pole of the logarithm (argument 0) becomes
+ * ln(smallest denormal); erfinv at or past -1 or 1 becomes -+5.8635847487551676 (float bits
+ * 0x407547CB with the argument's sign). Other events pass untouched. Both return 0. */
+struct oxl_vek_error_record;
+OXL_API int32_t _vdCallBack(struct oxl_vek_error_record* record);
+OXL_API int32_t _vsCallBack(struct oxl_vek_error_record* record);
+
+/* Storage of the factor t of _vrsdRngGaussianMV. */
+enum {
+  MatrixFull = 0,    /* dimen by dimen, the lower-triangular factor read by rows */
+  MatrixPacked = 1,  /* the lower factor packed by columns (BLAS 'L' packing) */
+  MatrixDiagonal = 2 /* the dimen diagonal entries */
+};
+
+/* n vectors of dimen components, one after the other: mean a plus t times a vector of unit
+ * normals drawn by `method`, so that their covariance is t t^T. dimen 1 is Gaussian(a[0], t[0])
+ * whatever the storage. Another storage value leaves the unit normals and returns the status. */
+OXL_API int32_t _vrsdRngGaussianMV(int32_t method, StreamRecord* stream, int32_t n, double* r,
+                                   int32_t dimen, int32_t mstorage, const double* a,
+                                   const double* t);
+OXL_API int32_t _vrssRngGaussianMV(int32_t method, StreamRecord* stream, int32_t n, float* r,
+                                   int32_t dimen, int32_t mstorage, const float* a, const float* t);
+
 OXL_EXTERN_C_END
 
 #endif /* OXL_VRS_H */

@@ -1,0 +1,169 @@
+// What the distribution generators share: the uniform source by type, the vector kernels at the
+// fixed level each type uses, the framing of the thread's vector mode around them, and the last
+// passes that scale and displace.
+//
+// The kernels are reached through a fixed slot of their function table, never through the
+// thread's accuracy: slot 2 (EP) for double, slot 0 (LA) for float, which needs the better level
+// to keep its few bits. Each call runs under SetMode(0x140000), so that denormals are honoured
+// whatever the caller asked for, and the mode word is given back right after it. A call through
+// the table, rather than to a named kernel, lets a faster kernel in a slot speed the generators
+// up without a change here.
+#pragma once
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+#include "oxl/vek.h"
+#include "oxl/vek_functions.h"
+#include "oxl/vrs.h"
+#include "simd/controls.h"
+#include "simd/reference.h"
+
+namespace oxl::vrs::dist {
+
+// ln of the smallest positive denormal of each type: what a logarithm of 0 turns into, so that
+// a zero uniform gives a finite output at the end of the law's tail.
+inline constexpr double kLnMinDenormD = std::bit_cast<double>(uint64_t{0xC0874385446D71C3});
+inline constexpr float kLnMinDenormS = std::bit_cast<float>(uint32_t{0xC2CE8ED0});
+
+template <class T>
+inline constexpr T kLnMinDenorm = sizeof(T) == 8 ? T(kLnMinDenormD) : T(kLnMinDenormS);
+
+// Installs `callback` in callback-only error mode for the lifetime of the scope; the old callback
+// and then the old mode come back on destruction, on every path out of a generator.
+class CallbackScope {
+ public:
+  explicit CallbackScope(oxl_vek_error_callback callback)
+      : mode_(oxl_vek_kernel_SetMode(OXL_VEK_MODE_ERRMODE_CALLBACK)),
+        callback_(oxl_vek_kernel_SetErrorCallBack(callback)) {}
+  ~CallbackScope() {
+    oxl_vek_kernel_SetErrorCallBack(callback_);
+    oxl_vek_kernel_SetMode(mode_);
+  }
+  CallbackScope(const CallbackScope&) = delete;
+  CallbackScope& operator=(const CallbackScope&) = delete;
+
+ private:
+  uint32_t mode_;
+  oxl_vek_error_callback callback_;
+};
+
+// One kernel call under the honour-denormals mode.
+template <class Kernel, class... Args>
+inline void Framed(Kernel kernel, Args... args) {
+  const uint32_t saved = oxl_vek_kernel_SetMode(OXL_VEK_MODE_FTZ_DAZ_OFF);
+  kernel(args...);
+  oxl_vek_kernel_SetMode(saved);
+}
+
+template <class T>
+struct Vm;
+
+template <>
+struct Vm<double> {
+  static constexpr int kSlot = 2;
+  static void Ln(int n, double* x) { Framed(oxl_vek_kernel_dLn_ttab[kSlot], n, x, x); }
+  static void Sqrt(int n, double* x) { Framed(oxl_vek_kernel_dSqrt_ttab[kSlot], n, x, x); }
+  static void Exp(int n, double* x) { Framed(oxl_vek_kernel_dExp_ttab[kSlot], n, x, x); }
+  static void Sin(int n, double* x) { Framed(oxl_vek_kernel_dSin_ttab[kSlot], n, x, x); }
+  static void Cos(int n, double* x) { Framed(oxl_vek_kernel_dCos_ttab[kSlot], n, x, x); }
+  static void Tan(int n, double* x) { Framed(oxl_vek_kernel_dTan_ttab[kSlot], n, x, x); }
+  static void ErfInv(int n, double* x) { Framed(oxl_vek_kernel_dErfInv_ttab[kSlot], n, x, x); }
+  static void Powx(int n, double* x, double p) {
+    Framed(oxl_vek_kernel_dPowx_ttab[kSlot], n, x, p, x);
+  }
+  static void SinCos(int n, const double* x, double* s, double* c) {
+    Framed(oxl_vek_kernel_dSinCos_ttab[kSlot], n, x, s, c);
+  }
+};
+
+template <>
+struct Vm<float> {
+  static constexpr int kSlot = 0;
+  static void Ln(int n, float* x) { Framed(oxl_vek_kernel_sLn_ttab[kSlot], n, x, x); }
+  static void Sqrt(int n, float* x) { Framed(oxl_vek_kernel_sSqrt_ttab[kSlot], n, x, x); }
+  static void Exp(int n, float* x) { Framed(oxl_vek_kernel_sExp_ttab[kSlot], n, x, x); }
+  static void Sin(int n, float* x) { Framed(oxl_vek_kernel_sSin_ttab[kSlot], n, x, x); }
+  static void Cos(int n, float* x) { Framed(oxl_vek_kernel_sCos_ttab[kSlot], n, x, x); }
+  static void Tan(int n, float* x) { Framed(oxl_vek_kernel_sTan_ttab[kSlot], n, x, x); }
+  static void ErfInv(int n, float* x) { Framed(oxl_vek_kernel_sErfInv_ttab[kSlot], n, x, x); }
+  static void Powx(int n, float* x, float p) {
+    Framed(oxl_vek_kernel_sPowx_ttab[kSlot], n, x, p, x);
+  }
+  static void SinCos(int n, const float* x, float* s, float* c) {
+    Framed(oxl_vek_kernel_sSinCos_ttab[kSlot], n, x, s, c);
+  }
+};
+
+// Uniforms on [a, b) by method 0, the form every transformation draws.
+inline int32_t Uniform(StreamRecord* s, int32_t n, double* r, double a, double b) {
+  return _vrsdRngUniform(0, s, n, r, a, b);
+}
+inline int32_t Uniform(StreamRecord* s, int32_t n, float* r, float a, float b) {
+  return _vrssRngUniform(0, s, n, r, a, b);
+}
+
+inline int32_t Gaussian(int32_t method, StreamRecord* s, int32_t n, double* r, double a,
+                        double sigma) {
+  return _vrsdRngGaussian(method, s, n, r, a, sigma);
+}
+inline int32_t Gaussian(int32_t method, StreamRecord* s, int32_t n, float* r, float a,
+                        float sigma) {
+  return _vrssRngGaussian(method, s, n, r, a, sigma);
+}
+
+// 1/x correctly rounded, without a division: x = m 2^e with m in [1, 2), a reciprocal of m good
+// to 28 bits or more, a Newton step that brings it to about 2^-56 and a second one (Markstein's
+// y + y (1 - m y), its residual exact by the fused multiply-add) that rounds it correctly, and
+// 2^-e back on. Markstein's step fails for one mantissa, all ones: 1/m lies just above the
+// midpoint next to 1/2, where the step lands on the midpoint itself and ties to 1/2. Outside the
+// range where 1/x is a normal number the division answers.
+template <class T>
+inline T ExactReciprocal(T x) {
+  namespace ref = oxl::simd::ref;
+  using oxl::simd::MantissaInterval;
+  using oxl::simd::MantissaSign;
+  constexpr T kTop = T(std::numeric_limits<T>::max() / 4);  // just under 2^(emax - 1)
+  const T ax = std::fabs(x);
+  if (!(ax >= std::numeric_limits<T>::min() && ax <= kTop)) return T(1) / x;
+  const T m = ref::GetMant(x, MantissaInterval::kOneToTwo, MantissaSign::kSource);
+  const int e = static_cast<int>(ref::GetExp(x));
+  T y = ref::Rcp28(m);
+  y = ref::Fma(y, ref::Fnma(m, y, T(1)), y);
+  y = ref::Fma(y, ref::Fnma(m, y, T(1)), y);
+  constexpr T kAllOnes = T(2) - std::numeric_limits<T>::epsilon();
+  if (std::fabs(m) == kAllOnes)
+    y = std::copysign(T(0.5) + std::numeric_limits<T>::epsilon() / 2, m);
+  return std::ldexp(y, -e);
+}
+
+// The last passes, vectorised for the best SIMD target of the processor. Each runs the same
+// arithmetic on every target and on every cut of the array (head up to a 64-byte boundary, two
+// vectors per round, masked tail), so results do not depend on the target or on r's alignment.
+// Every product-and-sum is one fused multiply-add. n < 1 does nothing.
+template <class T>
+struct Passes {
+  // r[i] = fma(scale, r[i], shift)
+  void (*affine)(T* r, int32_t n, T scale, T shift);
+  // r[i] = max(shift, fma(scale, r[i], shift)): the output never falls under the displacement
+  void (*affine_floor)(T* r, int32_t n, T scale, T shift);
+  // r[i] = fma(u[i] <= 0.5 ? -beta : beta, r[i], a)
+  void (*signed_affine)(T* r, const T* u, int32_t n, T beta, T a);
+  // r[i] = fma(sigma * radius[i], sine[i], a), the product rounded first
+  void (*scaled_product)(T* r, const T* radius, const T* sine, int32_t n, T sigma, T a);
+  // Over `total` elements taken as rows of `period`: r[k] = fma(scale[j], r[k], shift[j]), or,
+  // with scale null, r[k] + shift[j], where j = k mod period.
+  void (*periodic)(T* r, int64_t total, const T* scale, const T* shift, int32_t period);
+};
+
+const Passes<double>& PassesOf(double);
+const Passes<float>& PassesOf(float);
+
+template <class T>
+inline const Passes<T>& PassesFor() {
+  return PassesOf(T{});
+}
+
+}  // namespace oxl::vrs::dist

@@ -1,0 +1,267 @@
+// Gaussian numbers by three methods behind one entry: BoxMuller (one output per pair of
+// uniforms), BoxMuller2 (both outputs of a pair, with the odd one carried on the stream), and
+// the inverse of the distribution function through erfinv.
+//
+// The entry puts the vector frame in callback-only mode with _vdCallBack or _vsCallBack for the
+// duration of the worker: the kernels meet ln(0) for a zero radius uniform and erfinv(-1 or 1)
+// for an ICDF uniform at the end of its interval, and the callback makes both finite.
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+
+#include "oxl/platform.h"
+#include "vrs/distributions/frame.h"
+
+using namespace oxl::vrs::dist;
+
+namespace {
+
+// erfinv at the ends of (-1, 1), taken as the value of the nearest uniform inside: sqrt(2) times
+// it is the largest normal deviate the double (float) ICDF can otherwise reach.
+constexpr double kErfInvEndD = std::bit_cast<double>(uint64_t{0x4017744F8F74E94A});
+constexpr float kErfInvEndS = std::bit_cast<float>(uint32_t{0x407547CB});
+
+template <class T>
+struct Constants;
+template <>
+struct Constants<double> {
+  static constexpr double kTwoPi = std::bit_cast<double>(uint64_t{0x401921FB54442D18});
+  static constexpr double kSqrt2 = std::bit_cast<double>(uint64_t{0x3FF6A09E667F3BCD});
+  static constexpr double kErfInvEnd = kErfInvEndD;
+  // The chunk of the pending BoxMuller2 pair.
+  static constexpr uint32_t kChunkId = 2;
+};
+template <>
+struct Constants<float> {
+  static constexpr float kTwoPi = 6.28318548f;
+  static constexpr float kSqrt2 = std::bit_cast<float>(uint32_t{0x3FB504F3});
+  static constexpr float kErfInvEnd = kErfInvEndS;
+  static constexpr uint32_t kChunkId = 1;
+};
+
+// The kernels run in place, and a kernel stores an element's result before it reports it, so the
+// record's argument is then the result: -inf for both ln(0) and erfinv(-1). The logarithm is
+// therefore told by the record's function name, and erfinv's side by the sign that the argument
+// and its infinite result share.
+bool IsLogarithm(const oxl_vek_error_record* record) {
+  return record->func_name_len == 4 && record->func_name[0] == 'v' && record->func_name[2] == 'L' &&
+         record->func_name[3] == 'n';
+}
+
+template <class T>
+int32_t CallBack(oxl_vek_error_record* record) {
+  constexpr double kEnd = Constants<T>::kErfInvEnd;
+  const double arg = record->arg1;
+  double value;
+  if (record->code == vek_status_singularity) {
+    if (arg == 0 || IsLogarithm(record)) {
+      value = kLnMinDenorm<T>;
+    } else {
+      value = arg < 0 ? -kEnd : kEnd;
+    }
+  } else if (record->code == vek_status_domain) {
+    value = arg < 0 ? -kEnd : kEnd;
+  } else {
+    return 0;
+  }
+  record->res1 = value;
+  record->res2 = value;
+  return 0;
+}
+
+// sqrt(-2 ln u) in place; the doubling is an addition, the negation a flip of the sign bit.
+template <class T>
+void Radius(int32_t n, T* u) {
+  Vm<T>::Ln(n, u);
+  for (int32_t i = 0; i < n; ++i) u[i] = -(u[i] + u[i]);
+  Vm<T>::Sqrt(n, u);
+}
+
+// Blocks of up to 1024 outputs. The 2m uniforms of a block fill `buffer`; the even ones (radius)
+// move to their own array and the odd ones (angle) are compacted at the buffer's front: three
+// arrays of 1024 numbers in all.
+template <class T>
+int32_t BoxMuller(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
+  constexpr int32_t kBlock = 1024;
+  alignas(64) T buffer[2 * kBlock];
+  alignas(64) T radius[kBlock];
+  int32_t status = 0;
+  for (int32_t done = 0; done < n; done += kBlock) {
+    const int32_t m = std::min(kBlock, n - done);
+    status = Uniform(s, 2 * m, buffer, T(0), T(1));
+    if (status < 0) return status;
+    for (int32_t i = 0; i < m; ++i) {
+      radius[i] = buffer[2 * i];
+      buffer[i] = buffer[2 * i + 1];
+    }
+    for (int32_t i = 0; i < m; ++i) buffer[i] *= Constants<T>::kTwoPi;
+    Vm<T>::Sin(m, buffer);
+    Radius(m, radius);
+    PassesFor<T>().scaled_product(r + done, radius, buffer, m, sigma, a);
+  }
+  return status;
+}
+
+// `pairs` pairs from 2 * pairs uniforms, both outputs of each pair, sine first, into out (not yet
+// scaled). At most 512 pairs.
+template <class T>
+int32_t Pairs(StreamRecord* s, int32_t pairs, T* out) {
+  constexpr int32_t kPairs = 512;
+  alignas(64) T buffer[2 * kPairs];
+  alignas(64) T radius[kPairs];
+  alignas(64) T cosine[kPairs];
+  const int32_t status = Uniform(s, 2 * pairs, buffer, T(0), T(1));
+  if (status < 0) return status;
+  for (int32_t i = 0; i < pairs; ++i) {
+    radius[i] = buffer[2 * i];
+    buffer[i] = buffer[2 * i + 1] * Constants<T>::kTwoPi;
+  }
+  T* sine = buffer + kPairs;
+  Vm<T>::SinCos(pairs, buffer, sine, cosine);
+  Radius(pairs, radius);
+  for (int32_t i = 0; i < pairs; ++i) {
+    out[2 * i] = radius[i] * sine[i];
+    out[2 * i + 1] = radius[i] * cosine[i];
+  }
+  return status;
+}
+
+// The chunk holds the pending pair {U1 radius uniform, U2 angle uniform}, or {-1, -1}.
+template <class T>
+int32_t BoxMuller2(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
+  constexpr uint32_t kId = Constants<T>::kChunkId;
+  auto* held = static_cast<T*>(__vrsSearchChunk(s, kId));
+  if (!held) {
+    held = static_cast<T*>(oxl_serv_allocate(2 * sizeof(T), 128));
+    if (!held) return StatusNoMemory;
+    held[0] = held[1] = T(-1);
+    const int32_t added = __vrsAddChunk(s, kId, nullptr, held, 2 * sizeof(T));
+    if (added != 0) {
+      oxl_serv_deallocate(held);
+      return added;
+    }
+  }
+  // No outputs: nothing is drawn and a pending pair stays pending.
+  if (n <= 0) return 0;
+
+  T* out = r;
+  int32_t left = n;
+  if (held[0] != T(-1)) {
+    // The cosine partner of the last call's odd output.
+    T angle = held[1] * Constants<T>::kTwoPi;
+    Vm<T>::Cos(1, &angle);
+    T rad = held[0];
+    Radius(1, &rad);
+    *out++ = rad * angle;
+    --left;
+  }
+
+  int32_t status = 0;
+  constexpr int32_t kPairs = 512;
+  for (int32_t pairs = left >> 1; pairs > 0;) {
+    const int32_t m = std::min(kPairs, pairs);
+    status = Pairs(s, m, out);
+    if (status < 0) return status;
+    out += 2 * m;
+    pairs -= m;
+  }
+
+  if (left & 1) {
+    T pair[2];
+    status = Uniform(s, 2, pair, T(0), T(1));
+    if (status < 0) {
+      held[0] = held[1] = T(-1);
+      return status;
+    }
+    held[0] = pair[0];
+    held[1] = pair[1];
+    T angle = pair[1] * Constants<T>::kTwoPi;
+    Vm<T>::Sin(1, &angle);
+    Radius(1, &pair[0]);
+    *out = pair[0] * angle;
+  } else {
+    held[0] = held[1] = T(-1);
+  }
+
+  // One pass over all outputs: the carried one takes this call's a and sigma.
+  PassesFor<T>().affine(r, n, sigma, a);
+  return status;
+}
+
+template <class T>
+int32_t Icdf(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
+  const int32_t status = Uniform(s, n, r, T(-1), T(1));
+  if (status < 0) return status;
+  Vm<T>::ErfInv(n, r);
+  PassesFor<T>().affine(r, n, sigma * Constants<T>::kSqrt2, a);
+  return status;
+}
+
+template <class T>
+using Worker = int32_t (*)(StreamRecord*, int32_t, T*, T, T);
+
+template <class T>
+int32_t Gaussian(const Worker<T>* dispatch, oxl_vek_error_callback callback, int32_t method,
+                 StreamRecord* s, int32_t n, T* r, T a, T sigma) {
+  // The method picks a row of the table as it is; an index past the table would call anything.
+  if (method < 0 || method > 2) return StatusBadMethod;
+  const CallbackScope scope(callback);
+  return dispatch[method](s, n, r, a, sigma);
+}
+
+}  // namespace
+
+extern "C" {
+
+OXL_API int32_t _vdCallBack(oxl_vek_error_record* record) { return CallBack<double>(record); }
+OXL_API int32_t _vsCallBack(oxl_vek_error_record* record) { return CallBack<float>(record); }
+
+OXL_API int32_t _vdRngGaussianBoxMuller(StreamRecord* stream, int32_t n, double* r, double a,
+                                        double sigma) {
+  return BoxMuller(stream, n, r, a, sigma);
+}
+OXL_API int32_t _vdRngGaussianBoxMuller2(StreamRecord* stream, int32_t n, double* r, double a,
+                                         double sigma) {
+  return BoxMuller2(stream, n, r, a, sigma);
+}
+OXL_API int32_t _vdRngGaussianICDF(StreamRecord* stream, int32_t n, double* r, double a,
+                                   double sigma) {
+  return Icdf(stream, n, r, a, sigma);
+}
+OXL_API int32_t _vsRngGaussianBoxMuller(StreamRecord* stream, int32_t n, float* r, float a,
+                                        float sigma) {
+  return BoxMuller(stream, n, r, a, sigma);
+}
+OXL_API int32_t _vsRngGaussianBoxMuller2(StreamRecord* stream, int32_t n, float* r, float a,
+                                         float sigma) {
+  return BoxMuller2(stream, n, r, a, sigma);
+}
+OXL_API int32_t _vsRngGaussianICDF(StreamRecord* stream, int32_t n, float* r, float a,
+                                   float sigma) {
+  return Icdf(stream, n, r, a, sigma);
+}
+
+}  // extern "C"
+
+namespace {
+
+// Indexed by the method number.
+constexpr Worker<double> kDispatchD[3] = {_vdRngGaussianBoxMuller, _vdRngGaussianBoxMuller2,
+                                          _vdRngGaussianICDF};
+constexpr Worker<float> kDispatchS[3] = {_vsRngGaussianBoxMuller, _vsRngGaussianBoxMuller2,
+                                         _vsRngGaussianICDF};
+
+}  // namespace
+
+extern "C" {
+
+OXL_API int32_t _vrsdRngGaussian(int32_t method, StreamRecord* stream, int32_t n, double* r,
+                                 double a, double sigma) {
+  return Gaussian(kDispatchD, _vdCallBack, method, stream, n, r, a, sigma);
+}
+OXL_API int32_t _vrssRngGaussian(int32_t method, StreamRecord* stream, int32_t n, float* r, float a,
+                                 float sigma) {
+  return Gaussian(kDispatchS, _vsCallBack, method, stream, n, r, a, sigma);
+}
+
+}  // extern "C"

@@ -1,0 +1,599 @@
+// Continuous distributions and the Gaussian family: exact uniforms through the callbacks, the
+// mode and callback framing, the carried BoxMuller2 pair, cuts and targets, the multivariate form
+// and its triangular multiplies. The laws themselves are tested in goodness_of_fit_test.cpp.
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "oxl/platform.h"
+#include "oxl/vek.h"
+#include "oxl/vrs.h"
+#include "support/failing_allocator.h"
+#include "support/targets.h"
+#include "vrs/distributions/frame.h"
+#include "vrs/distributions/scripted_brng.h"
+
+namespace {
+
+using oxl::test::Script;
+using oxl::test::ScriptedBrng;
+using oxl::test::ScriptedDraws;
+
+constexpr double kLnMin = -744.4400719213812;
+constexpr double kErfInvEnd = 5.8635847487551676;
+constexpr float kErfInvEndS = 3.8325068950653076f;
+
+StreamRecord* NewStream(int32_t brng, uint32_t seed = 7) {
+  StreamRecord* s = nullptr;
+  EXPECT_EQ(__vrsNewStreamEx(&s, brng, 1, &seed), 0);
+  return s;
+}
+
+struct StreamGuard {
+  StreamRecord* s;
+  explicit StreamGuard(StreamRecord* stream) : s(stream) {}
+  ~StreamGuard() { __vrsDeleteStream(&s); }
+  StreamGuard(const StreamGuard&) = delete;
+  StreamGuard& operator=(const StreamGuard&) = delete;
+};
+
+StreamRecord* Copy(const StreamRecord* s) {
+  StreamRecord* c = nullptr;
+  EXPECT_EQ(__vrsCopyStream(&c, s), 0);
+  return c;
+}
+
+// Every generator entry of both precisions, with fixed parameters, as one call shape.
+struct Entry {
+  const char* name;
+  int32_t (*d)(StreamRecord*, int32_t, double*);
+  int32_t (*s)(StreamRecord*, int32_t, float*);
+};
+
+const Entry kEntries[] = {
+    {"Exponential",
+     [](StreamRecord* s, int32_t n, double* r) {
+       return _vrsdRngExponential(0, s, n, r, 1.0, 2.0);
+     },
+     [](StreamRecord* s, int32_t n, float* r) {
+       return _vrssRngExponential(0, s, n, r, 1.0f, 2.0f);
+     }},
+    {"Laplace",
+     [](StreamRecord* s, int32_t n, double* r) { return _vrsdRngLaplace(0, s, n, r, 1.0, 2.0); },
+     [](StreamRecord* s, int32_t n, float* r) { return _vrssRngLaplace(0, s, n, r, 1.0f, 2.0f); }},
+    {"Weibull",
+     [](StreamRecord* s, int32_t n, double* r) {
+       return _vrsdRngWeibull(0, s, n, r, 1.5, 1.0, 2.0);
+     },
+     [](StreamRecord* s, int32_t n, float* r) {
+       return _vrssRngWeibull(0, s, n, r, 1.5f, 1.0f, 2.0f);
+     }},
+    {"Cauchy",
+     [](StreamRecord* s, int32_t n, double* r) { return _vrsdRngCauchy(0, s, n, r, 1.0, 2.0); },
+     [](StreamRecord* s, int32_t n, float* r) { return _vrssRngCauchy(0, s, n, r, 1.0f, 2.0f); }},
+    {"Rayleigh",
+     [](StreamRecord* s, int32_t n, double* r) { return _vrsdRngRayleigh(0, s, n, r, 1.0, 2.0); },
+     [](StreamRecord* s, int32_t n, float* r) { return _vrssRngRayleigh(0, s, n, r, 1.0f, 2.0f); }},
+    {"Lognormal0",
+     [](StreamRecord* s, int32_t n, double* r) {
+       return _vrsdRngLognormal(0, s, n, r, 0.5, 0.25, 1.0, 2.0);
+     },
+     [](StreamRecord* s, int32_t n, float* r) {
+       return _vrssRngLognormal(0, s, n, r, 0.5f, 0.25f, 1.0f, 2.0f);
+     }},
+    {"Lognormal1",
+     [](StreamRecord* s, int32_t n, double* r) {
+       return _vrsdRngLognormal(1, s, n, r, 0.5, 0.25, 1.0, 2.0);
+     },
+     [](StreamRecord* s, int32_t n, float* r) {
+       return _vrssRngLognormal(1, s, n, r, 0.5f, 0.25f, 1.0f, 2.0f);
+     }},
+    {"Gumbel",
+     [](StreamRecord* s, int32_t n, double* r) { return _vrsdRngGumbel(0, s, n, r, 1.0, 2.0); },
+     [](StreamRecord* s, int32_t n, float* r) { return _vrssRngGumbel(0, s, n, r, 1.0f, 2.0f); }},
+    {"BoxMuller",
+     [](StreamRecord* s, int32_t n, double* r) { return _vrsdRngGaussian(0, s, n, r, 1.0, 2.0); },
+     [](StreamRecord* s, int32_t n, float* r) { return _vrssRngGaussian(0, s, n, r, 1.0f, 2.0f); }},
+    {"BoxMuller2",
+     [](StreamRecord* s, int32_t n, double* r) { return _vrsdRngGaussian(1, s, n, r, 1.0, 2.0); },
+     [](StreamRecord* s, int32_t n, float* r) { return _vrssRngGaussian(1, s, n, r, 1.0f, 2.0f); }},
+    {"ICDF",
+     [](StreamRecord* s, int32_t n, double* r) { return _vrsdRngGaussian(2, s, n, r, 1.0, 2.0); },
+     [](StreamRecord* s, int32_t n, float* r) { return _vrssRngGaussian(2, s, n, r, 1.0f, 2.0f); }},
+};
+
+int g_caller_events = 0;
+int32_t CallerCallBack(oxl_vek_error_record*) {
+  ++g_caller_events;
+  return 0;
+}
+
+// The caller's mode (all three fields set, so that a restore is visible in each) and callback
+// come back after every call, also when the generator fails; the caller's callback sees none of
+// the events of the zero uniforms' logarithms or of erfinv at 1.
+TEST(Distributions, CallerModeAndCallbackSurvive) {
+  Script() = {0.0, 1.0, 0.0, 0.5, 0.0, 0.999};
+  StreamGuard scripted(NewStream(ScriptedBrng()));
+  StreamGuard failing(NewStream(oxl::test::FailingBrng()));
+  const uint32_t caller_mode = OXL_VEK_MODE_FTZ_DAZ_ON | OXL_VEK_MODE_ERRMODE_STDERR |
+                               OXL_VEK_MODE_ERRMODE_CALLBACK | OXL_VEK_MODE_EP;
+  const uint32_t old_mode = oxl_vek_kernel_SetMode(caller_mode);
+  const auto old_callback = oxl_vek_kernel_SetErrorCallBack(CallerCallBack);
+  const uint64_t mode = oxl_vek_kernel_GetMode();
+  g_caller_events = 0;
+  std::vector<double> rd(40);
+  std::vector<float> rs(40);
+  for (const Entry& e : kEntries) {
+    SCOPED_TRACE(e.name);
+    EXPECT_EQ(e.d(scripted.s, 40, rd.data()), 0);
+    EXPECT_EQ(e.s(scripted.s, 40, rs.data()), 0);
+    for (int i = 0; i < 40; ++i) {
+      EXPECT_TRUE(std::isfinite(rd[i]) && std::isfinite(rs[i])) << i;
+    }
+    EXPECT_EQ(e.d(failing.s, 40, rd.data()), oxl::test::kFailingStatus);
+    EXPECT_EQ(e.s(failing.s, 40, rs.data()), oxl::test::kFailingStatus);
+    EXPECT_EQ(oxl_vek_kernel_GetMode(), mode);
+    EXPECT_EQ(oxl_vek_kernel_GetErrorCallBack(), &CallerCallBack);
+  }
+  EXPECT_EQ(g_caller_events, 0);
+  oxl_vek_kernel_SetErrorCallBack(old_callback);
+  oxl_vek_kernel_SetMode(old_mode);
+}
+
+// Exact uniforms at the ends: 0 through the logarithm's callback, 1.0 and -1.0 through erfinv's.
+TEST(Distributions, ExactUniformsThroughTheCallbacks) {
+  StreamGuard s(NewStream(ScriptedBrng()));
+  double d[4];
+  float f[4];
+  Script() = {0.0};
+  ASSERT_EQ(_vrsdRngExponential(0, s.s, 2, d, 3.0, 0.5), 0);
+  EXPECT_EQ(d[0], 3.0 + 744.4400719213812 * 0.5);
+  ASSERT_EQ(_vrssRngExponential(0, s.s, 2, f, 3.0f, 0.5f), 0);
+  EXPECT_EQ(f[0], std::fma(-0.5f, std::bit_cast<float>(0xC2CE8ED0u), 3.0f));
+  // Both uniforms 0: Laplace's sign uniform is at most 0.5, the value lies above a.
+  ASSERT_EQ(_vrsdRngLaplace(0, s.s, 1, d, 3.0, 0.5), 0);
+  EXPECT_EQ(d[0], 3.0 + 744.4400719213812 * 0.5);
+  ASSERT_EQ(_vrsdRngRayleigh(0, s.s, 1, d, 0.0, 1.0), 0);
+  EXPECT_NEAR(d[0], std::sqrt(744.4400719213812), 1e-13 * d[0]);
+  ASSERT_EQ(_vrsdRngWeibull(0, s.s, 1, d, 2.0, 0.0, 1.0), 0);
+  EXPECT_NEAR(d[0], std::sqrt(744.4400719213812), 1e-6 * d[0]);
+  // Radius uniform 0, angle uniform 0.25: the sine is 1.
+  Script() = {0.0, 0.25};
+  ASSERT_EQ(_vrsdRngGaussian(0, s.s, 1, d, 0.0, 1.0), 0);
+  EXPECT_NEAR(d[0], std::sqrt(2 * 744.4400719213812), 1e-6);
+  ASSERT_EQ(_vrssRngGaussian(0, s.s, 1, f, 0.0f, 1.0f), 0);
+  EXPECT_NEAR(f[0], std::sqrt(2 * 103.27893f), 1e-3);
+  // ICDF: uniform -1 (script 0) and exactly 1.0 (script 1) on [-1, 1].
+  Script() = {0.0, 1.0};
+  const double c = 2.0 * std::bit_cast<double>(uint64_t{0x3FF6A09E667F3BCD});
+  ASSERT_EQ(_vrsdRngGaussian(2, s.s, 2, d, 1.0, 2.0), 0);
+  EXPECT_EQ(d[0], std::fma(-kErfInvEnd, c, 1.0));
+  EXPECT_EQ(d[1], std::fma(kErfInvEnd, c, 1.0));
+  const float cs = 2.0f * std::bit_cast<float>(0x3FB504F3u);
+  ASSERT_EQ(_vrssRngGaussian(2, s.s, 2, f, 1.0f, 2.0f), 0);
+  EXPECT_EQ(f[1], std::fma(kErfInvEndS, cs, 1.0f));
+}
+
+TEST(Distributions, GaussianCallbackTable) {
+  struct Row {
+    int32_t code;
+    double arg;
+    double d;
+    float s;
+    bool replaced;
+  };
+  const Row rows[] = {
+      {2, 0.0, kLnMin, std::bit_cast<float>(0xC2CE8ED0u), true},
+      {2, -0.0, kLnMin, std::bit_cast<float>(0xC2CE8ED0u), true},
+      {2, -1.0, -kErfInvEnd, -kErfInvEndS, true},
+      {2, 1.0, kErfInvEnd, kErfInvEndS, true},
+      {1, -1.5, -kErfInvEnd, -kErfInvEndS, true},
+      {1, 0.0, kErfInvEnd, kErfInvEndS, true},
+      {1, 2.0, kErfInvEnd, kErfInvEndS, true},
+      {3, 1.0, 0, 0, false},
+      {4, 1.0, 0, 0, false},
+  };
+  // In-place kernels report with the result in the argument's place: ln(0) and erfinv(-1) both
+  // show -inf, and the name tells them apart.
+  for (const char* name : {"vdLn", "vsLn", "vdErfInv"}) {
+    oxl_vek_error_record rec{};
+    rec.code = 2;
+    rec.arg1 = rec.arg2 = rec.res1 = rec.res2 = -INFINITY;
+    rec.func_name_len = static_cast<int32_t>(std::strlen(name));
+    std::memcpy(rec.func_name, name, rec.func_name_len);
+    _vdCallBack(&rec);
+    EXPECT_EQ(rec.res1, name[2] == 'L' ? kLnMin : -kErfInvEnd) << name;
+  }
+  EXPECT_EQ(std::bit_cast<uint64_t>(-kErfInvEnd), 0xC017744F8F74E94Aull);
+  EXPECT_EQ(std::bit_cast<uint32_t>(kErfInvEndS), 0x407547CBu);
+  for (const Row& row : rows) {
+    for (int single = 0; single < 2; ++single) {
+      oxl_vek_error_record rec{};
+      rec.code = row.code;
+      rec.arg1 = rec.arg2 = row.arg;
+      rec.res1 = rec.res2 = 42.0;
+      EXPECT_EQ(single ? _vsCallBack(&rec) : _vdCallBack(&rec), 0);
+      const double want = !row.replaced ? 42.0 : single ? double{row.s} : row.d;
+      EXPECT_EQ(rec.res1, want) << row.code << " " << row.arg << " single " << single;
+      EXPECT_EQ(rec.res2, want);
+    }
+  }
+}
+
+// A uniform of 1.0 gives Exponential the value a (ln 1 = 0), and a negative zero
+// would not pass the guard: max(a, .) keeps a.
+TEST(Distributions, ExponentialNeverBelowA) {
+  StreamGuard s(NewStream(ScriptedBrng()));
+  Script() = {1.0, 0.999999, 0.5};
+  double d[3];
+  ASSERT_EQ(_vrsdRngExponential(0, s.s, 3, d, -2.0, 3.0), 0);
+  EXPECT_EQ(d[0], -2.0);
+  EXPECT_GT(d[1], -2.0);
+}
+
+// Weibull with alpha 1 skips Powx and is Exponential on the same uniforms, bit for bit.
+TEST(Distributions, WeibullOfShapeOneIsExponential) {
+  StreamGuard a(NewStream(OXL_BRNG_MCG59, 11));
+  StreamGuard b(NewStream(OXL_BRNG_MCG59, 11));
+  std::vector<double> x(3000), y(3000);
+  ASSERT_EQ(_vrsdRngWeibull(0, a.s, 3000, x.data(), 1.0, 0.5, 2.0), 0);
+  ASSERT_EQ(_vrsdRngExponential(0, b.s, 3000, y.data(), 0.5, 2.0), 0);
+  EXPECT_EQ(std::memcmp(x.data(), y.data(), x.size() * sizeof(double)), 0);
+  std::vector<float> xs(3000), ys(3000);
+  ASSERT_EQ(_vrssRngWeibull(0, a.s, 3000, xs.data(), 1.0f, 0.5f, 2.0f), 0);
+  ASSERT_EQ(_vrssRngExponential(0, b.s, 3000, ys.data(), 0.5f, 2.0f), 0);
+  EXPECT_EQ(std::memcmp(xs.data(), ys.data(), xs.size() * sizeof(float)), 0);
+}
+
+// The reciprocal inside Weibull is the correctly rounded one, over all binades of the ordinary
+// range and at its borders.
+TEST(Distributions, WeibullReciprocalIsExact) {
+  using oxl::vrs::dist::ExactReciprocal;
+  std::mt19937_64 gen(5);
+  for (int i = 0; i < 400000; ++i) {
+    const uint64_t bits = gen() & 0x7FFFFFFFFFFFFFFFull;
+    const double x = std::bit_cast<double>(bits);
+    if (!std::isfinite(x)) continue;
+    ASSERT_EQ(std::bit_cast<uint64_t>(ExactReciprocal(x)), std::bit_cast<uint64_t>(1.0 / x)) << x;
+    ASSERT_EQ(ExactReciprocal(-x), -1.0 / x);
+    const float f = std::bit_cast<float>(static_cast<uint32_t>(bits >> 33));
+    if (!std::isfinite(f)) continue;
+    ASSERT_EQ(std::bit_cast<uint32_t>(ExactReciprocal(f)), std::bit_cast<uint32_t>(1.0f / f)) << f;
+  }
+  EXPECT_EQ(ExactReciprocal(0x1.fffffep0f), 1.0f / 0x1.fffffep0f);
+  for (const double x : {1.0, 3.0, 0x1.fffffffffffffp0, -0x1.fffffffffffffp-3, 0x1p-1022, 0x1p1021,
+                         0x1.fffffffffffffp1021, 0x1p1023, 5e-324, 0.0}) {
+    EXPECT_EQ(ExactReciprocal(x), 1.0 / x) << x;
+  }
+}
+
+// Laplace: uniform 2i gives the magnitude, uniform 2i + 1 the side; a sign uniform of at most
+// 0.5 puts the value above a.
+TEST(Distributions, LaplaceSides) {
+  StreamGuard s(NewStream(ScriptedBrng()));
+  Script() = {0.25, 0.5, 0.25, 0.75};
+  double d[2];
+  ASSERT_EQ(_vrsdRngLaplace(0, s.s, 2, d, 1.0, 2.0), 0);
+  EXPECT_NEAR(d[0], 1.0 - 2.0 * std::log(0.25), 1e-12);
+  EXPECT_NEAR(d[1], 1.0 + 2.0 * std::log(0.25), 1e-12);
+}
+
+// Lognormal's method 0 is Gaussian BoxMuller2 and any other ICDF; b + beta exp(g).
+TEST(Distributions, LognormalMethods) {
+  for (const int method : {0, 1, 7}) {
+    StreamGuard a(NewStream(OXL_BRNG_MT19937, 3));
+    StreamGuard b(NewStream(OXL_BRNG_MT19937, 3));
+    std::vector<double> x(501), g(501);
+    ASSERT_EQ(_vrsdRngLognormal(method, a.s, 501, x.data(), 0.5, 0.25, 1.0, 2.0), 0);
+    ASSERT_EQ(_vrsdRngGaussian(method == 0 ? 1 : 2, b.s, 501, g.data(), 0.5, 0.25), 0);
+    for (int i = 0; i < 501; ++i) {
+      EXPECT_NEAR(x[i], 1.0 + 2.0 * std::exp(g[i]), 1e-7 * x[i]) << method << " " << i;
+    }
+  }
+}
+
+// Every output depends only on the outputs before it: one call equals calls of any lengths.
+// BoxMuller2 carries its odd pair across calls and through a stream copy; Laplace's blocks and
+// BoxMuller's blocks do not show.
+TEST(Distributions, CutsOfARequestGiveTheSameNumbers) {
+  const int32_t cuts[] = {1, 1, 3, 1024, 1025, 2, 7, 2047, 1, 513, 600};
+  int32_t total = 0;
+  for (const int32_t c : cuts) total += c;
+  for (const Entry& e : kEntries) {
+    SCOPED_TRACE(e.name);
+    StreamGuard whole(NewStream(OXL_BRNG_MRG32K3A, 9));
+    StreamGuard parts(NewStream(OXL_BRNG_MRG32K3A, 9));
+    std::vector<double> x(total), y(total);
+    ASSERT_EQ(e.d(whole.s, total, x.data()), 0);
+    int32_t done = 0;
+    for (const int32_t c : cuts) {
+      ASSERT_EQ(e.d(parts.s, c, y.data() + done), 0);
+      done += c;
+    }
+    // A Gaussian by Sin and then Cos of one element against SinCos: equal to the kernels'
+    // accuracy (today bit for bit).
+    for (int32_t i = 0; i < total; ++i) EXPECT_NEAR(x[i], y[i], 1e-6 * std::fabs(x[i])) << i;
+  }
+}
+
+TEST(Distributions, BoxMuller2CarriesAPairOnTheStream) {
+  Script() = {0.3, 0.1, 0.6, 0.7};
+  StreamGuard s(NewStream(ScriptedBrng()));
+  StreamGuard twice(NewStream(ScriptedBrng()));
+  double one[2], two[2];
+  ScriptedDraws() = 0;
+  ASSERT_EQ(_vrsdRngGaussian(1, s.s, 1, one, 0.5, 3.0), 0);
+  EXPECT_EQ(ScriptedDraws(), 2);
+  ASSERT_NE(__vrsSearchChunk(s.s, 2), nullptr);
+  EXPECT_EQ(static_cast<double*>(__vrsSearchChunk(s.s, 2))[0], 0.3);
+  // A copy of the stream holds the pending pair too.
+  StreamGuard copy(Copy(s.s));
+  double from_copy;
+  ASSERT_EQ(_vrsdRngGaussian(1, copy.s, 1, &from_copy, 0.5, 3.0), 0);
+  ASSERT_EQ(_vrsdRngGaussian(1, s.s, 1, one + 1, 0.5, 3.0), 0);
+  EXPECT_EQ(ScriptedDraws(), 2);  // the second call draws nothing
+  EXPECT_EQ(from_copy, one[1]);
+  ASSERT_EQ(_vrsdRngGaussian(1, twice.s, 2, two, 0.5, 3.0), 0);
+  EXPECT_EQ(one[0], two[0]);
+  EXPECT_EQ(one[1], two[1]);
+  const double radius = std::sqrt(-2 * std::log(0.3));
+  EXPECT_NEAR(two[0], 0.5 + 3.0 * radius * std::sin(0.2 * M_PI), 1e-12);
+  EXPECT_NEAR(two[1], 0.5 + 3.0 * radius * std::cos(0.2 * M_PI), 1e-12);
+  // Float keeps its own chunk, id 1.
+  float f;
+  ASSERT_EQ(_vrssRngGaussian(1, s.s, 1, &f, 0.0f, 1.0f), 0);
+  EXPECT_NE(__vrsSearchChunk(s.s, 1), nullptr);
+  // n of 0 draws nothing and keeps the pair pending.
+  ScriptedDraws() = 0;
+  EXPECT_EQ(_vrssRngGaussian(1, s.s, 0, &f, 0.0f, 1.0f), 0);
+  EXPECT_EQ(ScriptedDraws(), 0);
+  EXPECT_NE(static_cast<float*>(__vrsSearchChunk(s.s, 1))[0], -1.0f);
+}
+
+TEST(Distributions, BoxMuller2ChunkAllocationFails) {
+  oxl::test::ForEachAllocationFailure(
+      [] {
+        StreamRecord* s = nullptr;
+        const uint32_t seed = 1;
+        int32_t status = __vrsNewStreamEx(&s, OXL_BRNG_MCG31, 1, &seed);
+        double r[3];
+        if (status == 0) status = _vrsdRngGaussian(1, s, 3, r, 0.0, 1.0);
+        if (s) __vrsDeleteStream(&s);
+        return status;
+      },
+      [](int32_t status, bool failed) { EXPECT_EQ(status, failed ? StatusNoMemory : 0); });
+}
+
+// The last passes give the same bits on every SIMD target, for every alignment of r (including a
+// double array that is only 4-byte aligned) and every length around the vector and line sizes.
+TEST(Distributions, TargetsAndAlignmentsAgree) {
+#ifdef __SANITIZE_ADDRESS__
+  // The generators and kernels store doubles through a plain double pointer, which the
+  // undefined-behaviour sanitizer of these builds rejects for an address that is 4 mod 8.
+  const int kOffsets[] = {0, 8, 24, 56};
+#else
+  const int kOffsets[] = {0, 4, 8, 24, 56};
+#endif
+  constexpr int32_t kMax = 83;
+  std::vector<std::vector<double>> reference;
+  oxl::test::ForEachTarget([&](const std::string&) {
+    std::vector<std::vector<double>> got;
+    for (const Entry& e : kEntries) {
+      for (const int offset_bytes : kOffsets) {
+        for (const int32_t n : {1, 5, 8, 16, 17, 33, kMax}) {
+          alignas(64) unsigned char storage[(kMax + 16) * sizeof(double)];
+          auto* r = reinterpret_cast<double*>(storage + offset_bytes);
+          StreamGuard s(NewStream(OXL_BRNG_MCG59, 21));
+          EXPECT_EQ(e.d(s.s, n, r), 0);
+          std::vector<double> out(n);
+          std::memcpy(out.data(), r, n * sizeof(double));
+          got.push_back(out);
+          if (offset_bytes == 0) continue;
+          StreamGuard aligned(NewStream(OXL_BRNG_MCG59, 21));
+          std::vector<double> base(n);
+          EXPECT_EQ(e.d(aligned.s, n, base.data()), 0);
+          EXPECT_EQ(std::memcmp(base.data(), out.data(), n * sizeof(double)), 0)
+              << e.name << " offset " << offset_bytes << " n " << n;
+        }
+      }
+    }
+    if (reference.empty()) {
+      reference = got;
+    } else {
+      EXPECT_EQ(got, reference);
+    }
+  });
+}
+
+// No outputs: nothing is written by the transformations (MT19937 writes nothing for n <= 0).
+TEST(Distributions, EmptyRequests) {
+  StreamGuard s(NewStream(OXL_BRNG_MT19937));
+  for (const Entry& e : kEntries) {
+    for (const int32_t n : {0, -5}) {
+      double d = 123.0;
+      float f = 123.0f;
+      EXPECT_EQ(e.d(s.s, n, &d), 0) << e.name;
+      EXPECT_EQ(e.s(s.s, n, &f), 0) << e.name;
+      EXPECT_EQ(d, 123.0) << e.name;
+      EXPECT_EQ(f, 123.0f) << e.name;
+    }
+  }
+  double d;
+  EXPECT_EQ(_vrsdRngGaussian(3, s.s, 1, &d, 0.0, 1.0), StatusBadMethod);
+  EXPECT_EQ(_vrsdRngGaussian(-1, s.s, 1, &d, 0.0, 1.0), StatusBadMethod);
+}
+
+// ---------------------------------------------------------------------------------------------
+// GaussianMV.
+
+// The lower factor of a d by d matrix with recognisable entries.
+std::vector<double> LowerFactor(int d) {
+  std::vector<double> t(d * d, 0.0);
+  for (int i = 0; i < d; ++i) {
+    for (int j = 0; j <= i; ++j) t[i * d + j] = i == j ? 1.0 + 0.1 * i : 0.3 - 0.05 * (i - j);
+  }
+  return t;
+}
+
+TEST(GaussianMV, StorageForms) {
+  for (const int dim : {2, 3, 10, 11, 17}) {
+    SCOPED_TRACE(dim);
+    const int32_t n = 37;
+    const std::vector<double> t = LowerFactor(dim);
+    std::vector<double> packed;  // lower factor packed by columns
+    for (int j = 0; j < dim; ++j) {
+      for (int i = j; i < dim; ++i) packed.push_back(t[i * dim + j]);
+    }
+    std::vector<double> diag(dim), mean(dim);
+    for (int j = 0; j < dim; ++j) {
+      diag[j] = t[j * dim + j];
+      mean[j] = j - 1.5;
+    }
+    StreamGuard ref(NewStream(OXL_BRNG_MCG59, 4));
+    std::vector<double> z(n * dim);
+    ASSERT_EQ(_vrsdRngGaussian(0, ref.s, n * dim, z.data(), 0.0, 1.0), 0);
+    struct Form {
+      int32_t storage;
+      const double* t;
+      bool diagonal;
+    } forms[] = {{MatrixFull, t.data(), false},
+                 {MatrixPacked, packed.data(), false},
+                 {MatrixDiagonal, diag.data(), true}};
+    for (const Form& f : forms) {
+      StreamGuard s(NewStream(OXL_BRNG_MCG59, 4));
+      std::vector<double> r(n * dim);
+      ASSERT_EQ(_vrsdRngGaussianMV(0, s.s, n, r.data(), dim, f.storage, mean.data(), f.t), 0);
+      for (int v = 0; v < n; ++v) {
+        for (int i = 0; i < dim; ++i) {
+          double want = mean[i];
+          for (int j = 0; j <= i; ++j) {
+            if (f.diagonal && j != i) continue;
+            want += t[i * dim + j] * z[v * dim + j];
+          }
+          EXPECT_NEAR(r[v * dim + i], want, 1e-12 * (1 + std::fabs(want)))
+              << "storage " << f.storage << " vector " << v << " component " << i;
+        }
+      }
+    }
+    // Any other storage: success and the unit normals.
+    StreamGuard s(NewStream(OXL_BRNG_MCG59, 4));
+    std::vector<double> r(n * dim);
+    ASSERT_EQ(_vrsdRngGaussianMV(0, s.s, n, r.data(), dim, 3, mean.data(), t.data()), 0);
+    EXPECT_EQ(r, z);
+  }
+}
+
+// The float form on both multiplies of the full storage and on the packed one.
+TEST(GaussianMV, SingleForm) {
+  for (const int dim : {3, 12}) {
+    const int32_t n = 21;
+    const std::vector<double> t = LowerFactor(dim);
+    std::vector<float> full(t.begin(), t.end()), packed, mean(dim, 0.25f);
+    for (int j = 0; j < dim; ++j) {
+      for (int i = j; i < dim; ++i) packed.push_back(full[i * dim + j]);
+    }
+    StreamGuard ref(NewStream(OXL_BRNG_MRG32K3A, 8));
+    std::vector<float> z(n * dim);
+    ASSERT_EQ(_vrssRngGaussian(2, ref.s, n * dim, z.data(), 0.0f, 1.0f), 0);
+    for (const int32_t storage : {int32_t{MatrixFull}, int32_t{MatrixPacked}}) {
+      StreamGuard s(NewStream(OXL_BRNG_MRG32K3A, 8));
+      std::vector<float> r(n * dim);
+      const float* factor = storage == MatrixFull ? full.data() : packed.data();
+      ASSERT_EQ(_vrssRngGaussianMV(2, s.s, n, r.data(), dim, storage, mean.data(), factor), 0);
+      for (int v = 0; v < n; ++v) {
+        for (int i = 0; i < dim; ++i) {
+          double want = 0.25;
+          for (int j = 0; j <= i; ++j) want += double{full[i * dim + j]} * z[v * dim + j];
+          EXPECT_NEAR(r[v * dim + i], want, 1e-5 * (1 + std::fabs(want))) << dim << " " << storage;
+        }
+      }
+    }
+  }
+}
+
+// Dimension 1 is the plain Gaussian with sigma t[0], whatever the storage says.
+TEST(GaussianMV, DimensionOne) {
+  for (const int32_t storage :
+       {int32_t{MatrixFull}, int32_t{MatrixPacked}, int32_t{MatrixDiagonal}, 3}) {
+    StreamGuard a(NewStream(OXL_BRNG_MCG31));
+    StreamGuard b(NewStream(OXL_BRNG_MCG31));
+    const float mean = 2.0f, sd = 0.5f;
+    std::vector<float> x(99), y(99);
+    ASSERT_EQ(_vrssRngGaussianMV(1, a.s, 99, x.data(), 1, storage, &mean, &sd), 0);
+    ASSERT_EQ(_vrssRngGaussian(1, b.s, 99, y.data(), mean, sd), 0);
+    EXPECT_EQ(x, y);
+  }
+}
+
+// The triangular multiplies against a plain product in long double, over all letter
+// combinations, both sides, a leading dimension above the rows and alpha other than 1; the
+// full forms also against each other.
+TEST(GaussianMV, TriangularMultiplies) {
+  const int m = 5, n = 4, ldb = 7;
+  std::mt19937 gen(3);
+  std::uniform_real_distribution<double> u(-1.0, 1.0);
+  for (const char side : {'L', 'R'}) {
+    for (const char uplo : {'U', 'L'}) {
+      for (const char trans : {'N', 'T'}) {
+        for (const char diag : {'N', 'U'}) {
+          const int k = side == 'L' ? m : n;
+          const int lda = k + 2;
+          std::vector<double> a(lda * k), b(ldb * n);
+          for (double& v : a) v = u(gen);
+          for (double& v : b) v = u(gen);
+          std::vector<double> ap;
+          for (int j = 0; j < k; ++j) {
+            for (int i = 0; i < k; ++i) {
+              if (uplo == 'U' ? i <= j : i >= j) ap.push_back(a[i + j * lda]);
+            }
+          }
+          auto op = [&](int i, int j) -> long double {
+            const int r = trans == 'N' ? i : j, c = trans == 'N' ? j : i;
+            if (r == c) return diag == 'U' ? 1.0L : a[r + c * lda];
+            return (uplo == 'U' ? r < c : r > c) ? a[r + c * lda] : 0.0L;
+          };
+          const double alpha = -1.5;
+          std::vector<long double> want(ldb * n);
+          for (int i = 0; i < m; ++i) {
+            for (int j = 0; j < n; ++j) {
+              long double sum = 0;
+              for (int q = 0; q < k; ++q) {
+                sum += side == 'L' ? op(i, q) * b[q + j * ldb] : b[i + q * ldb] * op(q, j);
+              }
+              want[i + j * ldb] = alpha * sum;
+            }
+          }
+          std::vector<double> x = b, y = b, p = b;
+          const char s[2] = {side, 0}, up[2] = {uplo, 0}, t[2] = {trans, 0}, d[2] = {diag, 0};
+          oxl_blas4vek_dtrmm(s, up, t, d, &m, &n, &alpha, a.data(), &lda, x.data(), &ldb);
+          oxl_blas_xdtrmm_4vek(s, up, t, d, &m, &n, &alpha, a.data(), &lda, y.data(), &ldb);
+          oxl_blas4vek_dptrmm(s, up, t, d, &m, &n, &alpha, ap.data(), p.data(), &ldb);
+          for (int j = 0; j < n; ++j) {
+            for (int i = 0; i < ldb; ++i) {
+              const int at = i + j * ldb;
+              const double w = i < m ? static_cast<double>(want[at]) : b[at];
+              EXPECT_NEAR(x[at], w, 1e-14) << side << uplo << trans << diag << " " << i << j;
+              EXPECT_NEAR(y[at], w, 1e-14) << side << uplo << trans << diag << " " << i << j;
+              EXPECT_NEAR(p[at], w, 1e-14) << side << uplo << trans << diag << " " << i << j;
+            }
+          }
+        }
+      }
+    }
+  }
+  // Bad letters do nothing.
+  std::vector<double> b(10, 1.0);
+  const int two = 2, one = 1;
+  const double alpha = 3.0, a[4] = {1, 2, 3, 4};
+  oxl_blas_xdtrmm_4vek("X", "U", "N", "N", &two, &two, &alpha, a, &two, b.data(), &two);
+  oxl_blas4vek_dptrmm("L", "Q", "N", "N", &two, &two, &alpha, a, b.data(), &two);
+  oxl_blas4vek_dtrmm("L", "U", "N", "N", &two, &two, &alpha, a, &one, b.data(), &two);
+  EXPECT_EQ(b, std::vector<double>(10, 1.0));
+}
+
+}  // namespace

@@ -1,0 +1,76 @@
+// A basic generator for tests whose outputs are a script: output k is a + (b - a) script[k mod
+// size], so that a test can feed a distribution exact uniforms (0, 1, the ends of an interval),
+// and a generator that fails, to watch the error paths.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "oxl/vrs.h"
+#include "vrs/streams/stream_record.h"
+
+namespace oxl::test {
+
+// The script of every scripted stream of the process.
+inline std::vector<double>& Script() {
+  static std::vector<double> script{0.5};
+  return script;
+}
+
+struct ScriptState {
+  int64_t next;
+};
+
+// Outputs drawn from scripted streams so far, in all.
+inline int64_t& ScriptedDraws() {
+  static int64_t draws = 0;
+  return draws;
+}
+
+template <class T>
+int32_t ScriptedOutput(StreamRecord* s, int32_t n, T* r, T a, T b) {
+  auto* state = vrs::StateOf<ScriptState>(s);
+  const auto& script = Script();
+  for (int32_t i = 0; i < n; ++i) {
+    const double u = script[static_cast<size_t>(state->next++) % script.size()];
+    r[i] = u == 1.0 ? b : static_cast<T>(a + (b - a) * u);
+  }
+  if (n > 0) ScriptedDraws() += n;
+  return 0;
+}
+
+inline int32_t ScriptedInit(int32_t, StreamRecord* s, int32_t, const uint32_t*) {
+  vrs::StateOf<ScriptState>(s)->next = 0;
+  return 0;
+}
+inline int32_t ScriptedD(StreamRecord* s, int32_t n, double* r, double a, double b) {
+  return ScriptedOutput(s, n, r, a, b);
+}
+inline int32_t ScriptedS(StreamRecord* s, int32_t n, float* r, float a, float b) {
+  return ScriptedOutput(s, n, r, a, b);
+}
+inline int32_t ScriptedI(StreamRecord*, int32_t, uint32_t*) { return 0; }
+
+inline constexpr int32_t kFailingStatus = -1131;
+inline int32_t FailingD(StreamRecord*, int32_t, double*, double, double) { return kFailingStatus; }
+inline int32_t FailingS(StreamRecord*, int32_t, float*, float, float) { return kFailingStatus; }
+
+// Ids of the two generators, registered on first use.
+inline int32_t ScriptedBrng() {
+  static const int32_t id = [] {
+    const BrngRecord row = {
+        vrs::kStateSizeOf<ScriptState>, 1, 1, 4, 32, ScriptedInit, ScriptedS, ScriptedD, ScriptedI};
+    return __vrsRegisterBrng(&row);
+  }();
+  return id;
+}
+inline int32_t FailingBrng() {
+  static const int32_t id = [] {
+    const BrngRecord row = {
+        vrs::kStateSizeOf<ScriptState>, 1, 1, 4, 32, ScriptedInit, FailingS, FailingD, ScriptedI};
+    return __vrsRegisterBrng(&row);
+  }();
+  return id;
+}
+
+}  // namespace oxl::test
