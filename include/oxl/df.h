@@ -67,6 +67,7 @@ typedef struct df_task df_task;
 #define SPLINE_ORDER_CUBIC 4
 #define SPLINE_TYPE_DEFAULT 0
 #define SPLINE_TYPE_SUBBOTIN 1
+#define SPLINE_TYPE_NATURAL 2
 #define SPLINE_TYPE_LOOKUP 6
 #define SPLINE_TYPE_STEP_RIGHT 7
 #define SPLINE_TYPE_STEP_LEFT 8
@@ -198,6 +199,27 @@ OXL_API int32_t oxl_df_kernel_dDFQuadraticSpline1D(df_task* task, int64_t unused
 OXL_API int32_t oxl_df_kernel_sDFQuadraticSpline1D(df_task* task, int64_t unused, int64_t method,
                                                    const thread_services* services);
 
+/* Natural cubic spline: twice continuously differentiable, through the data of every function,
+ * under the boundary pair of the task: BC_NOT_A_KNOT, BC_FREE_END, a first or second derivative at
+ * each end (BC_LEFT_FIRST or BC_LEFT_SECOND with BC_RIGHT_FIRST or BC_RIGHT_SECOND; boundary data
+ * holds the left value, then the right one), or BC_PERIODIC (the values at both ends must agree
+ * exactly). Four coefficients per cell. */
+OXL_API int32_t oxl_df_kernel_dDFNaturalCubicSpline1D(df_task* task, int64_t unused, int64_t method,
+                                                      const thread_services* services);
+OXL_API int32_t oxl_df_kernel_sDFNaturalCubicSpline1D(df_task* task, int64_t unused, int64_t method,
+                                                      const thread_services* services);
+
+/* When the natural cubic constructors split functions over threads: with t threads (at most the
+ * function count), when the partition has at least min_knots knots, or at least
+ * min_knots_many_threads with t >= many_threads. A zero field means the built-in value (600, 300,
+ * 8). */
+typedef struct vDFNaturalCubSplineThreadingRecord {
+  int64_t min_knots;
+  int64_t min_knots_many_threads;
+  int32_t many_threads;
+} vDFNaturalCubSplineThreadingRecord;
+OXL_API extern vDFNaturalCubSplineThreadingRecord vDFNaturalCubSplineThreadingStruct;
+
 /* Tridiagonal solve by Gaussian elimination with partial pivoting: n unknowns, nrhs right-hand
  * sides in the columns of b (leading dimension ldb), dl/d/du the sub-, main and super-diagonal
  * (n-1, n, n-1 entries; all three are overwritten). b receives the solution. info: 0, -i for a bad
@@ -206,6 +228,20 @@ OXL_API void ddtsvb_4dfl(const int64_t* n, const int64_t* nrhs, double* dl, doub
                          double* b, const int64_t* ldb, int64_t* info);
 OXL_API void sdtsvb_4dfl(const int64_t* n, const int64_t* nrhs, float* dl, float* d, float* du,
                          float* b, const int64_t* ldb, int64_t* info);
+
+/* Tridiagonal factorisation without pivoting, eliminating from both ends toward row n/2; dl, d
+ * and du (n-1, n, n-1 entries) are overwritten with the factors (d with the reciprocals of the
+ * pivots). info: 0, -1 for a bad n, or i > 0
+ * when the i-th pivot is exactly zero. For matrices whose elimination needs no row exchange, such
+ * as the diagonally dominant ones. */
+OXL_API void ddttrfb_4dfl(const int64_t* n, double* dl, double* d, double* du, int64_t* info);
+OXL_API void sdttrfb_4dfl(const int64_t* n, float* dl, float* d, float* du, int64_t* info);
+/* Solves with the factors of the former for nrhs right-hand sides in the columns of b (leading
+ * dimension ldb), in place. */
+OXL_API void ddttrsb_4dfl(const int64_t* n, const int64_t* nrhs, const double* dl, const double* d,
+                          const double* du, double* b, const int64_t* ldb, int64_t* info);
+OXL_API void sdttrsb_4dfl(const int64_t* n, const int64_t* nrhs, const float* dl, const float* d,
+                          const float* du, float* b, const int64_t* ldb, int64_t* info);
 
 /* ---- Cell search ---- */
 /* `method` is not read: the method follows from the hints (a callback, the partition form, sorted
@@ -340,6 +376,103 @@ OXL_DF_EVAL_FORMS(s, ArbitrSplineEval)
 OXL_DF_EVAL_FORMS(s, StepLeftSplineEval)
 OXL_DF_EVAL_FORMS(s, StepRightSplineEval)
 OXL_DF_EVAL_FORMS(s, LookUpSplineEval)
+
+/* ---- Integration ---- */
+/* Result layouts: INTEGR_RESULTS_BY_FUNCTION (also 0 and 128) puts the integral of function f over
+ * limit pair j at results[f * nlim + j]; INTEGR_RESULTS_BY_LIMIT at results[j * function_count +
+ * f]. */
+#define INTEGR_RESULTS_BY_FUNCTION 16
+#define INTEGR_RESULTS_BY_LIMIT 32
+
+/* Integration callback: the integral of every function from lower[j] to upper[j] (lower <= upper)
+ * for n ranges, into results[f * n + j]. The left callback receives the parts of ranges that lie
+ * left of the first knot, the right callback those right of the last knot, the inner callback
+ * those within the partition; a part whose callback is null is integrated from the spline. Below 0
+ * aborts the integration with that status. */
+typedef int32_t (*oxl_df_dintegr_callback)(int64_t* n, const double* lower, const double* upper,
+                                           double* results, void* params, void* library_params);
+typedef int32_t (*oxl_df_sintegr_callback)(int64_t* n, const float* lower, const float* upper,
+                                           float* results, void* params, void* library_params);
+
+/* For each function and each pair (left_limits[j], right_limits[j]), the integral of the spline
+ * from the left to the right limit: negated when the right limit is the smaller; outside the
+ * partition the end polynomials (end values of step functions) go on. The limits are found with
+ * the search the hints choose, each side by its own limit hint (SITES_UNIFORM: the array holds the
+ * first and the last of nlim evenly spaced limits; SITES_SORTED) and data hint. `method` is not
+ * read. */
+OXL_API int32_t oxl_df_kernel_dDFIntegrate1D(
+    df_task* task, int64_t method, int64_t nlim, const double* left_limits, int64_t left_limit_hint,
+    const double* right_limits, int64_t right_limit_hint, const double* left_data_hint,
+    const double* right_data_hint, double* results, int64_t result_hint,
+    oxl_df_dintegr_callback left_callback, void* left_params,
+    oxl_df_dintegr_callback right_callback, void* right_params,
+    oxl_df_dintegr_callback inner_callback, void* inner_params,
+    oxl_df_dsearch_callback search_callback, void* search_params, const thread_services* services);
+OXL_API int32_t oxl_df_kernel_sDFIntegrate1D(
+    df_task* task, int64_t method, int64_t nlim, const float* left_limits, int64_t left_limit_hint,
+    const float* right_limits, int64_t right_limit_hint, const float* left_data_hint,
+    const float* right_data_hint, float* results, int64_t result_hint,
+    oxl_df_sintegr_callback left_callback, void* left_params,
+    oxl_df_sintegr_callback right_callback, void* right_params,
+    oxl_df_sintegr_callback inner_callback, void* inner_params,
+    oxl_df_ssearch_callback search_callback, void* search_params, const thread_services* services);
+
+/* Integrators: every function over one block of nlim limit pairs whose cells (64-bit) are known.
+ * The integral of function f over pair j goes to results[f * function_stride + j * limit_stride].
+ * knot_step: the uniform step, or 0. The CB forms take the three callbacks as above. */
+typedef int32_t oxl_df_dintegr_kernel(
+    int64_t partition_size, const double* partition, int64_t partition_hint,
+    const double* internal_data, int64_t internal_type, int64_t nlim, const double* left_limits,
+    const int64_t* left_cells, const double* right_limits, const int64_t* right_cells,
+    double* const* value_rows, int64_t function_count, int64_t values_hint, int64_t spline_order,
+    double* const* coefficient_rows, double* results, int64_t function_stride, int64_t limit_stride,
+    double knot_step);
+typedef int32_t oxl_df_sintegr_kernel(int64_t partition_size, const float* partition,
+                                      int64_t partition_hint, const float* internal_data,
+                                      int64_t internal_type, int64_t nlim, const float* left_limits,
+                                      const int64_t* left_cells, const float* right_limits,
+                                      const int64_t* right_cells, float* const* value_rows,
+                                      int64_t function_count, int64_t values_hint,
+                                      int64_t spline_order, float* const* coefficient_rows,
+                                      float* results, int64_t function_stride, int64_t limit_stride,
+                                      float knot_step);
+typedef int32_t oxl_df_dintegr_kernel_cb(
+    int64_t partition_size, const double* partition, int64_t partition_hint,
+    const double* internal_data, int64_t internal_type, int64_t nlim, const double* left_limits,
+    const int64_t* left_cells, const double* right_limits, const int64_t* right_cells,
+    double* const* value_rows, int64_t function_count, int64_t values_hint, int64_t spline_order,
+    double* const* coefficient_rows, double* results, int64_t function_stride, int64_t limit_stride,
+    double knot_step, oxl_df_dintegr_callback left_callback, void* left_params,
+    oxl_df_dintegr_callback right_callback, void* right_params,
+    oxl_df_dintegr_callback inner_callback, void* inner_params);
+typedef int32_t oxl_df_sintegr_kernel_cb(
+    int64_t partition_size, const float* partition, int64_t partition_hint,
+    const float* internal_data, int64_t internal_type, int64_t nlim, const float* left_limits,
+    const int64_t* left_cells, const float* right_limits, const int64_t* right_cells,
+    float* const* value_rows, int64_t function_count, int64_t values_hint, int64_t spline_order,
+    float* const* coefficient_rows, float* results, int64_t function_stride, int64_t limit_stride,
+    float knot_step, oxl_df_sintegr_callback left_callback, void* left_params,
+    oxl_df_sintegr_callback right_callback, void* right_params,
+    oxl_df_sintegr_callback inner_callback, void* inner_params);
+
+#define OXL_DF_INTEGR_FORMS(t, stem)                            \
+  OXL_API oxl_df_##t##integr_kernel oxl_df_kernel_##t##_##stem; \
+  OXL_API oxl_df_##t##integr_kernel_cb oxl_df_kernel_##t##_##stem##CB;
+/* oxl_df_kernel_{d,s}_Integrate<Kind>Spline{,CB} */
+OXL_DF_INTEGR_FORMS(d, IntegrateLinearSpline)
+OXL_DF_INTEGR_FORMS(d, IntegrateQuadSpline)
+OXL_DF_INTEGR_FORMS(d, IntegrateCubSpline)
+OXL_DF_INTEGR_FORMS(d, IntegrateSubbSpline)
+OXL_DF_INTEGR_FORMS(d, IntegrateArbSpline)
+OXL_DF_INTEGR_FORMS(d, IntegratePwLSpline)
+OXL_DF_INTEGR_FORMS(d, IntegratePwRSpline)
+OXL_DF_INTEGR_FORMS(s, IntegrateLinearSpline)
+OXL_DF_INTEGR_FORMS(s, IntegrateQuadSpline)
+OXL_DF_INTEGR_FORMS(s, IntegrateCubSpline)
+OXL_DF_INTEGR_FORMS(s, IntegrateSubbSpline)
+OXL_DF_INTEGR_FORMS(s, IntegrateArbSpline)
+OXL_DF_INTEGR_FORMS(s, IntegratePwLSpline)
+OXL_DF_INTEGR_FORMS(s, IntegratePwRSpline)
 
 OXL_EXTERN_C_END
 

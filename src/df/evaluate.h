@@ -22,6 +22,28 @@ enum EvalKind : int32_t {
 inline constexpr int32_t kKindCount = 8;
 inline constexpr int32_t kMaxBuiltinDerivative = 3;
 
+// The evaluation kind from order and type; -1 when no kind serves them.
+inline int32_t EvaluationKind(int64_t order, int64_t type) {
+  if (order == 0) {
+    if (type == SPLINE_TYPE_STEP_LEFT) return kStepLeft;
+    if (type == SPLINE_TYPE_STEP_RIGHT) return kStepRight;
+    if (type == SPLINE_TYPE_LOOKUP) return kLookUp;
+    return kArbitr;
+  }
+  if (order == 2) return kLinear;
+  if (order == 3) {
+    if (type == SPLINE_TYPE_DEFAULT) return kQuadratic;
+    if (type == SPLINE_TYPE_SUBBOTIN) return kQuadSubb;
+    return -1;
+  }
+  if (order == 4) {
+    constexpr uint64_t kCubicTypes = 573;  // types 0, 2, 3, 4, 5 and 9
+    if (type < 0 || type >= 64 || ((kCubicTypes >> type) & 1) == 0) return -1;
+    return kCubic;
+  }
+  return order > 4 ? kArbitr : -1;
+}
+
 template <class T>
 using InterpCallback = int32_t (*)(int64_t*, int64_t*, T*, T*, void*, void*);
 
@@ -117,7 +139,14 @@ int32_t Polynomial(const EvalArgs<T>& a, int64_t last_index, bool subbotin) {
     return uniform_subgrid ? std::fma(static_cast<T>(j), sub_step, a.internal_data[0])
                            : a.internal_data[j];
   };
+  // Random sites in a large spline miss the cache on their coefficients: ask for those of the
+  // site kAhead places on while this one is evaluated.
+  constexpr int64_t kAhead = 8;
   for (int64_t j = 0; j < a.nsite; ++j) {
+    if (j + kAhead < a.nsite) {
+      __builtin_prefetch(coeff +
+                         PolynomialIndex(CellOf<Cell>(a.cell, j + kAhead), last_index) * (D + 1));
+    }
     const T s = a.site[j];
     int64_t idx = PolynomialIndex(CellOf<Cell>(a.cell, j), last_index);
     T left;

@@ -14,28 +14,6 @@ constexpr int64_t kBlock = 256;
 constexpr int64_t kParallelSites = 4096;  // above this, full blocks go to the threads
 constexpr int64_t kInlineStage = 2048;
 
-// The evaluation kind from order and type; -1 when no kind serves them.
-int32_t KindOf(int64_t order, int64_t type) {
-  if (order == 0) {
-    if (type == SPLINE_TYPE_STEP_LEFT) return kStepLeft;
-    if (type == SPLINE_TYPE_STEP_RIGHT) return kStepRight;
-    if (type == SPLINE_TYPE_LOOKUP) return kLookUp;
-    return kArbitr;
-  }
-  if (order == 2) return kLinear;
-  if (order == 3) {
-    if (type == SPLINE_TYPE_DEFAULT) return kQuadratic;
-    if (type == SPLINE_TYPE_SUBBOTIN) return kQuadSubb;
-    return -1;
-  }
-  if (order == 4) {
-    constexpr uint64_t kCubicTypes = 573;  // types 0, 2, 3, 4, 5 and 9
-    if (type < 0 || type >= 64 || ((kCubicTypes >> type) & 1) == 0) return -1;
-    return kCubic;
-  }
-  return order > 4 ? kArbitr : -1;
-}
-
 template <class T>
 struct Frame {
   const df_task* task;
@@ -244,24 +222,7 @@ int32_t InterpFrame(Frame<T>& fr, int64_t site_hint, const thread_services* serv
   const T* x = Knots<T>(task);
   fr.knot_step = n > 1 ? (x[1] - x[0]) / static_cast<T>(n - 1) : T(0);
   if (task->partition_hint != PARTITION_UNIFORM) fr.knot_step = T(0);
-  switch (fr.method) {
-    case kUniform:
-    case kUniUserDef:
-      fr.scale = n > 1 ? (x[1] - x[0]) / static_cast<T>(n - 1) : T(0);
-      break;
-    case kQuasiUniform:
-      fr.scale = (x[n - 1] - x[0]) / static_cast<T>(n - 1);
-      break;
-    case kPeak:
-      fr.scale = fr.data_hint[4];
-      break;
-    case kSorted:
-    case kHybrid:
-      fr.scale = BinScale<T>(task);
-      break;
-    default:
-      fr.scale = 0;
-  }
+  fr.scale = SearchScale<T>(task, fr.method, fr.data_hint);
   const bool uniform_sites = (site_hint & SITES_UNIFORM) != 0;
   ScratchBuffer<T, kInlineSites> expanded(uniform_sites ? static_cast<std::size_t>(fr.nsite) : 0);
   if (uniform_sites) {
@@ -305,7 +266,7 @@ int32_t Interpolate(df_task* task, int64_t type, int64_t nsite, const T* site, i
                     void* inner_params, SearchCallback<T> search_callback, void* search_params,
                     const thread_services* services) {
   if (task == nullptr) return DF_STATUS_NO_TASK;
-  const int32_t kind = KindOf(task->spline_order, task->spline_type);
+  const int32_t kind = EvaluationKind(task->spline_order, task->spline_type);
   if (kind < 0) return DF_STATUS_BAD_TYPE;
   int32_t method = kCellsGiven;
   if (type != INTERP_CELLS_GIVEN) {

@@ -331,6 +331,29 @@ inline int32_t SearchFormFromFlags(int32_t flags, int64_t partition_size) {
   return partition_size >= kIndex32Limit ? kForm64 : kForm64Pack;
 }
 
+// The scale that interpolation and integration hand to a search kernel of `method`: the knot
+// step for the uniform searches (whose kernels work out their own scale), the mean knot step for
+// the quasi-uniform one, the peak cell, or the bin scale.
+template <class T>
+T SearchScale(const df_task* task, int32_t method, const T* data_hint) {
+  const int64_t n = task->partition_size;
+  const T* x = Knots<T>(task);
+  switch (method) {
+    case kUniform:
+    case kUniUserDef:
+      return n > 1 ? (x[1] - x[0]) / static_cast<T>(n - 1) : T(0);
+    case kQuasiUniform:
+      return (x[n - 1] - x[0]) / static_cast<T>(n - 1);
+    case kPeak:
+      return data_hint[4];
+    case kSorted:
+    case kHybrid:
+      return BinScale<T>(task);
+    default:
+      return T(0);
+  }
+}
+
 // The whole search of `nsite` sites by the settled method, with the frame's threading; the
 // serial path alone when `allow_threads` is false.
 template <class T>

@@ -1,0 +1,713 @@
+// Integration: the front, the frame that finds the cells of both limits block by block, and the
+// integrators of the seven kinds, with and without callbacks.
+//
+// For a pair l <= r whose limits fall in polynomial pieces p <= q (a limit outside the partition
+// belongs to the end piece), the integral is F_p(r - w_p) - F_p(l - w_p) when p = q, and
+// otherwise (F_p(h_p) - F_p(l - w_p)) + sum of F_k(h_k) over the whole pieces between + F_q(r -
+// w_q), where w is a piece's left wall, h its width and F_k(t) the integral of piece k from its
+// left wall to t. A pair given the other way round is integrated in this order and negated, so that
+// swapping the limits negates the result exactly and l = r gives 0.
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+
+#include "df/cubic.h"
+#include "df/evaluate.h"
+#include "df/search.h"
+#include "df/whole_cells.h"
+
+namespace oxl::df {
+namespace {
+
+template <class T>
+using IntegrCallback = int32_t (*)(int64_t*, const T*, const T*, T*, void*, void*);
+
+// At this many limit pairs or more the frame works in blocks of kBlock (and with threads).
+constexpr int64_t kBlockedPairs = 4096;
+constexpr int64_t kBlock = 128;
+
+template <class T>
+struct IntegrArgs {
+  int64_t partition_size;
+  const T* partition;
+  int64_t partition_hint;
+  const T* internal_data;
+  int64_t internal_type;
+  int64_t nlim;
+  const T* left;
+  const int64_t* left_cells;
+  const T* right;
+  const int64_t* right_cells;
+  T* const* value_rows;
+  int64_t function_count;
+  int64_t values_hint;
+  int64_t spline_order;
+  T* const* coefficient_rows;
+  T* results;
+  int64_t function_stride;
+  int64_t limit_stride;
+  T knot_step;
+};
+
+// Knots of a partition given in full or, when uniform, by its two ends and the step.
+template <class T>
+struct Walls {
+  const T* x;
+  int64_t n;
+  T step;
+  bool uniform;
+
+  explicit Walls(const IntegrArgs<T>& a)
+      : x(a.partition),
+        n(a.partition_size),
+        step(a.knot_step),
+        uniform(a.partition_hint == PARTITION_UNIFORM) {}
+  T Knot(int64_t i) const { return uniform ? std::fma(static_cast<T>(i), step, x[0]) : x[i]; }
+  T Width(int64_t i) const { return uniform ? step : x[i + 1] - x[i]; }
+};
+
+// The integral from 0 to t of a polynomial in ascending coefficients, in the nested fused form
+// with the constants of the cubic table: (((c3/4) t + c2/3) t + c1/2) t + c0) t and its lower
+// orders; an arbitrary order divides coefficient j by j + 1.
+template <int D, class T>
+inline T Antiderivative(const T* c, T t, int64_t order) {
+  if constexpr (D == 1) {
+    return std::fma(c[1] * Cub<T>(kHalf), t, c[0]) * t;
+  } else if constexpr (D == 2) {
+    return std::fma(std::fma(c[2] * Cub<T>(kThird), t, c[1] * Cub<T>(kHalf)), t, c[0]) * t;
+  } else if constexpr (D == 3) {
+    return std::fma(std::fma(std::fma(c[3] * Cub<T>(kQuarter), t, c[2] * Cub<T>(kThird)), t,
+                             c[1] * Cub<T>(kHalf)),
+                    t, c[0]) *
+           t;
+  } else {
+    T acc = c[order - 1] / static_cast<T>(order);
+    for (int64_t j = order - 2; j >= 0; --j) acc = std::fma(acc, t, c[j] / static_cast<T>(j + 1));
+    return acc * t;
+  }
+}
+
+// Sum of f(k) over k in [begin, end) in four interleaved partial sums, a fixed order that does
+// not depend on where a block or a thread starts.
+template <class T, class F>
+inline T SumPieces(int64_t begin, int64_t end, F f) {
+  T acc0 = 0, acc1 = 0, acc2 = 0, acc3 = 0;
+  int64_t k = begin;
+  for (; k + 4 <= end; k += 4) {
+    acc0 += f(k);
+    acc1 += f(k + 1);
+    acc2 += f(k + 2);
+    acc3 += f(k + 3);
+  }
+  T tail = 0;
+  for (; k < end; ++k) tail += f(k);
+  return ((acc0 + acc1) + (acc2 + acc3)) + tail;
+}
+
+// Polynomial pieces on the knots: degree D (1 to 3), or D = 0 for an arbitrary order.
+template <int D, class T>
+struct KnotPieces {
+  Walls<T> w;
+  const T* c;
+  int64_t order;
+
+  KnotPieces(const IntegrArgs<T>& a, int64_t f)
+      : w(a), c(a.coefficient_rows[f]), order(D > 0 ? D + 1 : a.spline_order) {}
+  // The piece of a limit and its left wall.
+  int64_t Locate(T /*s*/, int64_t cell, T* wall) const {
+    const int64_t p = eval::PolynomialIndex(cell, w.n - 2);
+    *wall = w.Knot(p);
+    return p;
+  }
+  T Width(int64_t p) const { return w.Width(p); }
+  T F(int64_t p, T t) const { return Antiderivative<D, T>(c + p * order, t, order); }
+  // Whole pieces [begin, end): groups of four in the vector loop, then the rest.
+  T Whole(int64_t begin, int64_t end) const {
+    if constexpr (D == 0) {
+      return SumPieces<T>(begin, end, [&](int64_t k) { return F(k, Width(k)); });
+    } else {
+      const int64_t groups = (end - begin) / 4;
+      T sums[4] = {0, 0, 0, 0};
+      if (groups > 0) WholeCellSums(D, w.uniform, c, w.x, w.step, begin, groups, sums);
+      T tail = 0;
+      for (int64_t k = begin + 4 * groups; k < end; ++k) tail += F(k, Width(k));
+      return ((sums[0] + sums[1]) + (sums[2] + sums[3])) + tail;
+    }
+  }
+};
+
+// Subbotin's quadratic: n pieces whose walls are x[0], the subgrid points and x[n-1].
+template <class T>
+struct SubbotinPieces {
+  Walls<T> w;
+  const T* c;
+  const T* sub;
+  T sub_step;
+  bool uniform_subgrid;
+
+  SubbotinPieces(const IntegrArgs<T>& a, int64_t f)
+      : w(a),
+        c(a.coefficient_rows[f]),
+        sub(a.internal_data),
+        sub_step(0),
+        uniform_subgrid((a.internal_type & IC_SUBGRID_UNIFORM) != 0) {
+    if (uniform_subgrid && w.n > 2) sub_step = (sub[1] - sub[0]) / static_cast<T>(w.n - 2);
+  }
+  T Sub(int64_t j) const {
+    return uniform_subgrid ? std::fma(static_cast<T>(j), sub_step, sub[0]) : sub[j];
+  }
+  T Wall(int64_t p) const {
+    if (p <= 0) return w.Knot(0);
+    if (p >= w.n) return w.Knot(w.n - 1);
+    return Sub(p - 1);
+  }
+  // The knot interval of the cell holds two pieces, divided at its subgrid point.
+  int64_t Locate(T s, int64_t cell, T* wall) const {
+    const int64_t idx = eval::PolynomialIndex(cell, w.n - 2);
+    const T divide = Sub(idx);
+    if (s >= divide) {
+      *wall = divide;
+      return idx + 1;
+    }
+    *wall = Wall(idx);
+    return idx;
+  }
+  T Width(int64_t p) const { return Wall(p + 1) - Wall(p); }
+  T F(int64_t p, T t) const { return Antiderivative<2, T>(c + 3 * p, t, 3); }
+  T Whole(int64_t begin, int64_t end) const {
+    return SumPieces<T>(begin, end, [&](int64_t k) { return F(k, Width(k)); });
+  }
+};
+
+template <class Pieces, class T>
+T PiecewiseIntegral(const Pieces& pc, T l, int64_t cl, T r, int64_t cr) {
+  T wl, wr;
+  const int64_t p = pc.Locate(l, cl, &wl);
+  const int64_t q = pc.Locate(r, cr, &wr);
+  if (p >= q) return pc.F(p, r - wl) - pc.F(p, l - wl);
+  const T first = pc.F(p, pc.Width(p)) - pc.F(p, l - wl);
+  const T whole = pc.Whole(p + 1, q);
+  return (first + whole) + pc.F(q, r - wr);
+}
+
+// Step functions: region k in [0, n-2] is the knot interval [x[k], x[k+1]]; region -1 lies left
+// of the partition and n-1 right of it, both with the end value. The right-continuous form takes
+// y[k] on region k, the left-continuous form y[k+1], as evaluation picks them.
+template <class T, bool kLeftContinuous>
+struct StepPieces {
+  Walls<T> w;
+  T* const* rows;
+  int64_t function_count;
+  int64_t f;
+  bool columns;
+
+  StepPieces(const IntegrArgs<T>& a, int64_t function)
+      : w(a),
+        rows(a.value_rows),
+        function_count(a.function_count),
+        f(function),
+        columns(a.values_hint == VALUES_COLUMNS) {}
+  T Y(int64_t i) const { return columns ? rows[0][i * function_count + f] : rows[f][i]; }
+  int64_t Region(int64_t cell) const {
+    if (cell <= 0) return -1;
+    return cell >= w.n ? w.n - 1 : cell - 1;
+  }
+  T Value(int64_t k) const {
+    if (k < 0) return Y(0);
+    if (k >= w.n - 1) return Y(w.n - 1);
+    return Y(kLeftContinuous ? k + 1 : k);
+  }
+};
+
+template <class T, bool kLeftContinuous>
+T PiecewiseIntegral(const StepPieces<T, kLeftContinuous>& pc, T l, int64_t cl, T r, int64_t cr) {
+  const int64_t p = pc.Region(cl);
+  const int64_t q = pc.Region(cr);
+  if (p >= q) return pc.Value(p) * (r - l);
+  const T first = pc.Value(p) * (pc.w.Knot(p + 1) - l);
+  const T whole = SumPieces<T>(p + 1, q, [&](int64_t k) { return pc.Value(k) * pc.w.Width(k); });
+  return (first + whole) + pc.Value(q) * (r - pc.w.Knot(q));
+}
+
+template <int32_t K, class T>
+struct PiecesOf;
+template <class T>
+struct PiecesOf<kLinear, T> {
+  using type = KnotPieces<1, T>;
+};
+template <class T>
+struct PiecesOf<kQuadratic, T> {
+  using type = KnotPieces<2, T>;
+};
+template <class T>
+struct PiecesOf<kCubic, T> {
+  using type = KnotPieces<3, T>;
+};
+template <class T>
+struct PiecesOf<kQuadSubb, T> {
+  using type = SubbotinPieces<T>;
+};
+template <class T>
+struct PiecesOf<kArbitr, T> {
+  using type = KnotPieces<0, T>;
+};
+template <class T>
+struct PiecesOf<kStepLeft, T> {
+  using type = StepPieces<T, true>;
+};
+template <class T>
+struct PiecesOf<kStepRight, T> {
+  using type = StepPieces<T, false>;
+};
+
+// The integrator without callbacks: every function over every pair of the block.
+template <int32_t K, class T>
+int32_t Integrate(const IntegrArgs<T>& a) {
+  using Pieces = typename PiecesOf<K, T>::type;
+  if (K == kArbitr && a.spline_order <= 0) return DF_STATUS_OK;
+  for (int64_t f = 0; f < a.function_count; ++f) {
+    const Pieces pc(a, f);
+    T* out = a.results + f * a.function_stride;
+    for (int64_t j = 0; j < a.nlim; ++j) {
+      T l = a.left[j], r = a.right[j];
+      int64_t cl = a.left_cells[j], cr = a.right_cells[j];
+      const bool reversed = r < l;
+      if (reversed) {
+        std::swap(l, r);
+        std::swap(cl, cr);
+      }
+      const T v = PiecewiseIntegral(pc, l, cl, r, cr);
+      out[j * a.limit_stride] = reversed ? -v : v;
+    }
+  }
+  return DF_STATUS_OK;
+}
+
+// The integrator with callbacks. Each ordered pair splits into up to three parts: left of the
+// first knot, within the partition, right of the last knot. The parts of one kind go to their
+// callback in one call for the block; a part whose callback is null is integrated from the
+// pieces, its clamped limits taking the cells of the knots they stop at. The parts are added
+// left, inner, right.
+enum Part : int { kLeftPart = 0, kRightPart = 1, kInnerPart = 2 };
+
+template <int32_t K, class T>
+int32_t IntegrateWithCallbacks(const IntegrArgs<T>& a, const IntegrCallback<T> callbacks[3],
+                               void* const params[3]) {
+  if (callbacks[0] == nullptr && callbacks[1] == nullptr && callbacks[2] == nullptr) {
+    return Integrate<K, T>(a);
+  }
+  using Pieces = typename PiecesOf<K, T>::type;
+  const int64_t count = a.nlim;
+  const int64_t fc = a.function_count;
+  if (count <= 0) return DF_STATUS_OK;
+  const int64_t n = a.partition_size;
+  const Walls<T> walls(a);
+  const T first = walls.Knot(0);
+  const T last = walls.Knot(n - 1);
+
+  // Per part and pair: the limits and cells of the part (cell -1: no such part).
+  ScratchBuffer<T, 6 * kBlock> limits(static_cast<std::size_t>(6 * count));
+  ScratchBuffer<int64_t, 6 * kBlock> cells(static_cast<std::size_t>(6 * count));
+  ScratchBuffer<int64_t, kBlock> positions(static_cast<std::size_t>(count));
+  ScratchBuffer<T, 0> gathered(static_cast<std::size_t>(2 * count + fc * count));
+  ScratchBuffer<T, 0> part_values(static_cast<std::size_t>(3 * fc * count));
+  if (limits.get() == nullptr || cells.get() == nullptr || positions.get() == nullptr ||
+      gathered.get() == nullptr || part_values.get() == nullptr) {
+    return DF_STATUS_NO_MEMORY;
+  }
+  T* lo = limits.get();
+  T* hi = lo + 3 * count;
+  int64_t* lo_cell = cells.get();
+  int64_t* hi_cell = lo_cell + 3 * count;
+  T* values = part_values.get();
+  std::fill(values, values + 3 * fc * count, T(0));
+
+  for (int64_t j = 0; j < count; ++j) {
+    T l = a.left[j], r = a.right[j];
+    int64_t cl = a.left_cells[j], cr = a.right_cells[j];
+    if (r < l) {
+      std::swap(l, r);
+      std::swap(cl, cr);
+    }
+    for (int g = 0; g < 3; ++g) lo_cell[g * count + j] = -1;
+    if (l < first) {
+      const bool clamped = !(r < first);
+      lo[kLeftPart * count + j] = l;
+      lo_cell[kLeftPart * count + j] = cl;
+      hi[kLeftPart * count + j] = clamped ? first : r;
+      hi_cell[kLeftPart * count + j] = clamped ? 1 : cr;
+    }
+    if (r > last) {
+      const bool clamped = !(l > last);
+      lo[kRightPart * count + j] = clamped ? last : l;
+      lo_cell[kRightPart * count + j] = clamped ? n - 1 : cl;
+      hi[kRightPart * count + j] = r;
+      hi_cell[kRightPart * count + j] = cr;
+    }
+    const T inner_lo = l < first ? first : l;
+    const T inner_hi = r > last ? last : r;
+    if (inner_lo < inner_hi) {
+      lo[kInnerPart * count + j] = inner_lo;
+      lo_cell[kInnerPart * count + j] = l < first ? 1 : cl;
+      hi[kInnerPart * count + j] = inner_hi;
+      hi_cell[kInnerPart * count + j] = r > last ? n - 1 : cr;
+    }
+  }
+
+  for (int g = 0; g < 3; ++g) {
+    const T* glo = lo + g * count;
+    const T* ghi = hi + g * count;
+    const int64_t* glo_cell = lo_cell + g * count;
+    const int64_t* ghi_cell = hi_cell + g * count;
+    T* gvalues = values + g * fc * count;
+    if (callbacks[g] == nullptr) {
+      for (int64_t f = 0; f < fc; ++f) {
+        const Pieces pc(a, f);
+        for (int64_t j = 0; j < count; ++j) {
+          if (glo_cell[j] < 0) continue;
+          gvalues[f * count + j] = PiecewiseIntegral(pc, glo[j], glo_cell[j], ghi[j], ghi_cell[j]);
+        }
+      }
+      continue;
+    }
+    int64_t* pos = positions.get();
+    T* cb_lo = gathered.get();
+    T* cb_hi = cb_lo + count;
+    T* cb_out = cb_hi + count;
+    int64_t m = 0;
+    for (int64_t j = 0; j < count; ++j) {
+      if (glo_cell[j] < 0) continue;
+      pos[m] = j;
+      cb_lo[m] = glo[j];
+      cb_hi[m] = ghi[j];
+      ++m;
+    }
+    if (m == 0) continue;
+    std::fill(cb_out, cb_out + fc * m, T(0));
+    int64_t called = m;
+    const int32_t status = callbacks[g](&called, cb_lo, cb_hi, cb_out, params[g], nullptr);
+    if (status < 0) return status;
+    for (int64_t f = 0; f < fc; ++f) {
+      for (int64_t i = 0; i < m; ++i) gvalues[f * count + pos[i]] = cb_out[f * m + i];
+    }
+  }
+
+  for (int64_t f = 0; f < fc; ++f) {
+    T* out = a.results + f * a.function_stride;
+    const T* vl = values + (kLeftPart * fc + f) * count;
+    const T* vr = values + (kRightPart * fc + f) * count;
+    const T* vi = values + (kInnerPart * fc + f) * count;
+    for (int64_t j = 0; j < count; ++j) {
+      const T v = (vl[j] + vi[j]) + vr[j];
+      out[j * a.limit_stride] = a.right[j] < a.left[j] ? -v : v;
+    }
+  }
+  return DF_STATUS_OK;
+}
+
+template <class T>
+using Integrator = int32_t (*)(const IntegrArgs<T>&);
+template <class T>
+using CallbackIntegrator = int32_t (*)(const IntegrArgs<T>&, const IntegrCallback<T>[3],
+                                       void* const[3]);
+
+// By kind: Linear, Quad, Cub, Subb, Arb, PwL, PwR.
+template <class T>
+constexpr Integrator<T> kIntegrators[7] = {
+    &Integrate<kLinear, T>,    &Integrate<kQuadratic, T>, &Integrate<kCubic, T>,
+    &Integrate<kQuadSubb, T>,  &Integrate<kArbitr, T>,    &Integrate<kStepLeft, T>,
+    &Integrate<kStepRight, T>,
+};
+template <class T>
+constexpr CallbackIntegrator<T> kCallbackIntegrators[7] = {
+    &IntegrateWithCallbacks<kLinear, T>,    &IntegrateWithCallbacks<kQuadratic, T>,
+    &IntegrateWithCallbacks<kCubic, T>,     &IntegrateWithCallbacks<kQuadSubb, T>,
+    &IntegrateWithCallbacks<kArbitr, T>,    &IntegrateWithCallbacks<kStepLeft, T>,
+    &IntegrateWithCallbacks<kStepRight, T>,
+};
+
+// One side of the limits: where they are, how they are searched.
+template <class T>
+struct LimitSide {
+  const T* limits;
+  const T* data_hint;
+  int32_t method;
+  T scale;
+};
+
+template <class T>
+struct IntegrFrame {
+  const df_task* task;
+  int32_t kind;
+  int64_t nlim;
+  LimitSide<T> side[2];  // left, right
+  int32_t search_form;
+  T* results;
+  bool by_limit;  // result_hint 32
+  IntegrCallback<T> callbacks[3];
+  void* callback_params[3];
+  bool with_callbacks;
+  SearchCallback<T> search_callback;
+  void* search_params;
+  T knot_step;
+  std::atomic<int32_t> status{0};
+};
+
+// One block of pairs: both searches, then the integrator. `cursors`: the sorted searches'
+// running indices of the two sides.
+template <class T>
+int32_t RunBlock(const IntegrFrame<T>& fr, int64_t start, int64_t count, int64_t* cells,
+                 int64_t cursors[2]) {
+  const df_task* task = fr.task;
+  // The library's word for a search callback, which tells it that integration calls.
+  int32_t search_cb_library_params = 1;
+  for (int s = 0; s < 2; ++s) {
+    const LimitSide<T>& side = fr.side[s];
+    const SearchSpan<T> span{task->partition_size,
+                             Knots<T>(task),
+                             count,
+                             side.limits + start,
+                             &cursors[s],
+                             side.data_hint,
+                             task->bin_count,
+                             task->search_table,
+                             cells + s * count,
+                             fr.search_callback,
+                             fr.search_params,
+                             &search_cb_library_params,
+                             nullptr,
+                             side.scale};
+    const int32_t status = SearchKernelFor<T>(side.method, fr.search_form)(span);
+    if (status < 0) return status;
+  }
+  const int64_t fc = task->function_count;
+  const IntegrArgs<T> a{task->partition_size,
+                        Knots<T>(task),
+                        task->partition_hint,
+                        static_cast<const T*>(task->internal_data),
+                        task->internal_type,
+                        count,
+                        fr.side[0].limits + start,
+                        cells,
+                        fr.side[1].limits + start,
+                        cells + count,
+                        ValueRows<T>(task),
+                        fc,
+                        task->values_hint,
+                        task->spline_order,
+                        CoefficientRows<T>(task),
+                        fr.by_limit ? fr.results + start * fc : fr.results + start,
+                        fr.by_limit ? 1 : fr.nlim,
+                        fr.by_limit ? fc : 1,
+                        fr.knot_step};
+  if (fr.with_callbacks) {
+    return kCallbackIntegrators<T>[fr.kind](a, fr.callbacks, fr.callback_params);
+  }
+  return kIntegrators<T>[fr.kind](a);
+}
+
+// The worker of the blocked path (with or without callbacks, which the frame has settled): one
+// block of kBlock pairs per item. A sorted search starts each block from the beginning.
+template <class T>
+int32_t _v1DIntegrThreader(int64_t item, int32_t /*thread*/, void* /*reserved*/, void* context) {
+  auto& fr = *static_cast<IntegrFrame<T>*>(context);
+  int64_t cells[2 * kBlock];
+  int64_t cursors[2] = {0, 0};
+  const int32_t status = RunBlock(fr, item * kBlock, kBlock, cells, cursors);
+  if (status < 0) fr.status.store(status, std::memory_order_relaxed);
+  return status < 0 ? status : DF_STATUS_OK;
+}
+
+template <class T>
+bool RowsPresent(T* const* rows, int64_t slots) {
+  if (rows == nullptr) return false;
+  for (int64_t f = 0; f < slots; ++f) {
+    if (rows[f] == nullptr) return false;
+  }
+  return true;
+}
+
+template <class T>
+int32_t IntegrateFrame(IntegrFrame<T>& fr, const int64_t hints[2],
+                       const thread_services* services) {
+  const df_task* task = fr.task;
+  const int64_t n = task->partition_size;
+  const int64_t fc = task->function_count;
+  if (fr.kind == kStepLeft || fr.kind == kStepRight) {
+    if (!RowsPresent(ValueRows<T>(task), task->values_hint == VALUES_COLUMNS ? 1 : fc)) {
+      return DF_STATUS_NO_VALUES;
+    }
+  } else if (task->spline_order > 0 && !RowsPresent(CoefficientRows<T>(task), fc)) {
+    return DF_STATUS_NO_COEFFICIENTS;
+  }
+  if (fr.kind == kQuadSubb && task->internal_data == nullptr) return DF_STATUS_NO_INTERNAL;
+  if (fr.nlim <= 0 || fc <= 0) return DF_STATUS_OK;
+  const T* x = Knots<T>(task);
+  fr.knot_step = task->partition_hint == PARTITION_UNIFORM && n > 1
+                     ? (x[1] - x[0]) / static_cast<T>(n - 1)
+                     : T(0);
+  ScratchBuffer<T, 0> expanded[2] = {
+      ScratchBuffer<T, 0>((hints[0] & SITES_UNIFORM) != 0 ? static_cast<std::size_t>(fr.nlim) : 0),
+      ScratchBuffer<T, 0>((hints[1] & SITES_UNIFORM) != 0 ? static_cast<std::size_t>(fr.nlim) : 0)};
+  for (int s = 0; s < 2; ++s) {
+    fr.side[s].scale = SearchScale<T>(task, fr.side[s].method, fr.side[s].data_hint);
+    if ((hints[s] & SITES_UNIFORM) != 0) {
+      if (expanded[s].get() == nullptr) return DF_STATUS_NO_MEMORY;
+      ExpandUniformSites(fr.side[s].limits, fr.nlim, expanded[s].get());
+      fr.side[s].limits = expanded[s].get();
+    }
+  }
+
+  int64_t cursors[2] = {0, 0};
+  if (fr.nlim < kBlockedPairs) {
+    ScratchBuffer<int64_t, 2 * kBlock> cells(static_cast<std::size_t>(2 * fr.nlim));
+    if (cells.get() == nullptr) return DF_STATUS_NO_MEMORY;
+    return RunBlock(fr, 0, fr.nlim, cells.get(), cursors);
+  }
+  const int64_t blocks = fr.nlim / kBlock;
+  int64_t start = 0;
+  const int32_t threads = MaxThreads(services);
+  if (threads > 1) {
+    const int32_t used = static_cast<int32_t>(std::min<int64_t>(threads, blocks));
+    const int32_t status = services->parallel_run(blocks, used, &fr, &_v1DIntegrThreader<T>);
+    const int32_t stored = fr.status.load(std::memory_order_relaxed);
+    if (stored < 0) return stored;
+    if (status < 0) return status;
+    start = blocks * kBlock;
+  }
+  int64_t cells[2 * kBlock];
+  while (start < fr.nlim) {
+    const int64_t count = std::min(kBlock, fr.nlim - start);
+    const int32_t status = RunBlock(fr, start, count, cells, cursors);
+    if (status < 0) return status;
+    start += count;
+  }
+  return DF_STATUS_OK;
+}
+
+template <class T>
+int32_t IntegrateFront(df_task* task, int64_t nlim, const T* left, int64_t left_hint,
+                       const T* right, int64_t right_hint, const T* left_data_hint,
+                       const T* right_data_hint, T* results, int64_t result_hint,
+                       IntegrCallback<T> left_cb, void* left_params, IntegrCallback<T> right_cb,
+                       void* right_params, IntegrCallback<T> inner_cb, void* inner_params,
+                       SearchCallback<T> search_callback, void* search_params,
+                       const thread_services* services) {
+  if (task == nullptr) return DF_STATUS_NO_TASK;
+  const int32_t kind = EvaluationKind(task->spline_order, task->spline_type);
+  if (kind < 0 || kind == kLookUp) return DF_STATUS_BAD_TYPE;
+  if (task->spline_order == 0 && kind == kArbitr &&
+      (left_cb == nullptr || right_cb == nullptr || inner_cb == nullptr)) {
+    return DF_STATUS_BAD_TYPE;
+  }
+  int32_t methods[2];
+  const bool has_search_callback = search_callback != nullptr;
+  int32_t status =
+      ChooseSearchMethod(task, left_hint, left_data_hint, has_search_callback, &methods[0]);
+  if (status != DF_STATUS_OK) return status;
+  status = ChooseSearchMethod(task, right_hint, right_data_hint, has_search_callback, &methods[1]);
+  if (status != DF_STATUS_OK) return status;
+  if (result_hint != 0 && result_hint != INTEGR_RESULTS_BY_FUNCTION &&
+      result_hint != INTEGR_RESULTS_BY_LIMIT && result_hint != 128) {
+    return DF_STATUS_BAD_INTEGRATE_RESULT_HINT;
+  }
+
+  IntegrFrame<T> fr;
+  fr.task = task;
+  fr.kind = kind;
+  fr.nlim = nlim;
+  fr.side[0] = LimitSide<T>{left, left_data_hint, methods[0], T(0)};
+  fr.side[1] = LimitSide<T>{right, right_data_hint, methods[1], T(0)};
+  fr.search_form = SearchFormFromFlags(task->int_flag != 0 ? 1 : 0, task->partition_size);
+  fr.results = results;
+  fr.by_limit = result_hint == INTEGR_RESULTS_BY_LIMIT;
+  fr.callbacks[kLeftPart] = left_cb;
+  fr.callbacks[kRightPart] = right_cb;
+  fr.callbacks[kInnerPart] = inner_cb;
+  fr.callback_params[kLeftPart] = left_params;
+  fr.callback_params[kRightPart] = right_params;
+  fr.callback_params[kInnerPart] = inner_params;
+  fr.with_callbacks = left_cb != nullptr || right_cb != nullptr || inner_cb != nullptr;
+  fr.search_callback = search_callback;
+  fr.search_params = search_params;
+  fr.knot_step = 0;
+  const int64_t hints[2] = {left_hint, right_hint};
+  return IntegrateFrame(fr, hints, services);
+}
+
+}  // namespace
+}  // namespace oxl::df
+
+using namespace oxl::df;
+
+#define OXL_DF_INTEGR_PARAMS(T)                                                               \
+  int64_t partition_size, const T *partition, int64_t partition_hint, const T *internal_data, \
+      int64_t internal_type, int64_t nlim, const T *left_limits, const int64_t *left_cells,   \
+      const T *right_limits, const int64_t *right_cells, T *const *value_rows,                \
+      int64_t function_count, int64_t values_hint, int64_t spline_order,                      \
+      T *const *coefficient_rows, T *results, int64_t function_stride, int64_t limit_stride,  \
+      T knot_step
+#define OXL_DF_INTEGR_ARGS(T)                                                                   \
+  IntegrArgs<T> {                                                                               \
+    partition_size, partition, partition_hint, internal_data, internal_type, nlim, left_limits, \
+        left_cells, right_limits, right_cells, value_rows, function_count, values_hint,         \
+        spline_order, coefficient_rows, results, function_stride, limit_stride, knot_step       \
+  }
+#define OXL_DF_INTEGR(t, T, stem, kind)                                                      \
+  OXL_API int32_t oxl_df_kernel_##t##_##stem(OXL_DF_INTEGR_PARAMS(T)) {                      \
+    return Integrate<kind, T>(OXL_DF_INTEGR_ARGS(T));                                        \
+  }                                                                                          \
+  OXL_API int32_t oxl_df_kernel_##t##_##stem##CB(                                            \
+      OXL_DF_INTEGR_PARAMS(T), oxl_df_##t##integr_callback left_callback, void* left_params, \
+      oxl_df_##t##integr_callback right_callback, void* right_params,                        \
+      oxl_df_##t##integr_callback inner_callback, void* inner_params) {                      \
+    const IntegrCallback<T> callbacks[3] = {left_callback, right_callback, inner_callback};  \
+    void* const params[3] = {left_params, right_params, inner_params};                       \
+    return IntegrateWithCallbacks<kind, T>(OXL_DF_INTEGR_ARGS(T), callbacks, params);        \
+  }
+
+extern "C" {
+
+OXL_DF_INTEGR(d, double, IntegrateLinearSpline, kLinear)
+OXL_DF_INTEGR(d, double, IntegrateQuadSpline, kQuadratic)
+OXL_DF_INTEGR(d, double, IntegrateCubSpline, kCubic)
+OXL_DF_INTEGR(d, double, IntegrateSubbSpline, kQuadSubb)
+OXL_DF_INTEGR(d, double, IntegrateArbSpline, kArbitr)
+OXL_DF_INTEGR(d, double, IntegratePwLSpline, kStepLeft)
+OXL_DF_INTEGR(d, double, IntegratePwRSpline, kStepRight)
+OXL_DF_INTEGR(s, float, IntegrateLinearSpline, kLinear)
+OXL_DF_INTEGR(s, float, IntegrateQuadSpline, kQuadratic)
+OXL_DF_INTEGR(s, float, IntegrateCubSpline, kCubic)
+OXL_DF_INTEGR(s, float, IntegrateSubbSpline, kQuadSubb)
+OXL_DF_INTEGR(s, float, IntegrateArbSpline, kArbitr)
+OXL_DF_INTEGR(s, float, IntegratePwLSpline, kStepLeft)
+OXL_DF_INTEGR(s, float, IntegratePwRSpline, kStepRight)
+
+OXL_API int32_t oxl_df_kernel_dDFIntegrate1D(
+    df_task* task, int64_t /*method*/, int64_t nlim, const double* left_limits,
+    int64_t left_limit_hint, const double* right_limits, int64_t right_limit_hint,
+    const double* left_data_hint, const double* right_data_hint, double* results,
+    int64_t result_hint, oxl_df_dintegr_callback left_callback, void* left_params,
+    oxl_df_dintegr_callback right_callback, void* right_params,
+    oxl_df_dintegr_callback inner_callback, void* inner_params,
+    oxl_df_dsearch_callback search_callback, void* search_params, const thread_services* services) {
+  return IntegrateFront<double>(
+      task, nlim, left_limits, left_limit_hint, right_limits, right_limit_hint, left_data_hint,
+      right_data_hint, results, result_hint, left_callback, left_params, right_callback,
+      right_params, inner_callback, inner_params, search_callback, search_params, services);
+}
+OXL_API int32_t oxl_df_kernel_sDFIntegrate1D(
+    df_task* task, int64_t /*method*/, int64_t nlim, const float* left_limits,
+    int64_t left_limit_hint, const float* right_limits, int64_t right_limit_hint,
+    const float* left_data_hint, const float* right_data_hint, float* results, int64_t result_hint,
+    oxl_df_sintegr_callback left_callback, void* left_params,
+    oxl_df_sintegr_callback right_callback, void* right_params,
+    oxl_df_sintegr_callback inner_callback, void* inner_params,
+    oxl_df_ssearch_callback search_callback, void* search_params, const thread_services* services) {
+  return IntegrateFront<float>(
+      task, nlim, left_limits, left_limit_hint, right_limits, right_limit_hint, left_data_hint,
+      right_data_hint, results, result_hint, left_callback, left_params, right_callback,
+      right_params, inner_callback, inner_params, search_callback, search_params, services);
+}
+
+}  // extern "C"
