@@ -30,6 +30,7 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl::stats::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
 
 // Merges state B (weight Wb, means and deviation sums bs, matrix SB) into state A. The central
 // sums of higher order use the lower ones before they are replaced, hence the order c4, c3, c2.
@@ -386,6 +387,18 @@ void GivenMeanKernel(const KernelArgs<T>& args, int64_t first, int64_t end, Thre
 // is first transposed into the scratch block.
 constexpr int64_t kProductBlock = 512;
 
+#if HWY_TARGET != HWY_SCALAR
+// A register of doubles from doubles or from floats.
+template <class D, class U>
+HWY_INLINE hn::Vec<D> LoadAsDouble(D d, const U* p) {
+  if constexpr (sizeof(U) == 8) {
+    return hn::LoadU(d, p);
+  } else {
+    return hn::PromoteTo(d, hn::LoadU(hn::Rebind<U, D>(), p));
+  }
+}
+#endif
+
 template <bool kW, class T, class U>
 void ProductsOfBlock(const U* base, int64_t stride, int64_t L, const T* w, int64_t p, T* S) {
   // Sixteen partial sums per product: enough independent additions to hide their latency.
@@ -396,8 +409,32 @@ void ProductsOfBlock(const U* base, int64_t stride, int64_t L, const T* w, int64
     return ((h[0] + h[4]) + (h[2] + h[6])) + ((h[1] + h[5]) + (h[3] + h[7]));
   };
   auto dot2 = [&](const U* xr, const U* xa, const U* xb, double& sa, double& sb) {
-    double a[kDotLanes] = {}, b[kDotLanes] = {};
+    alignas(64) double a[kDotLanes] = {}, b[kDotLanes] = {};
     int64_t j = 0;
+#if HWY_TARGET != HWY_SCALAR
+    // The same sixteen partial sums a register at a time: partial l still takes the elements
+    // j with j mod 16 = l, in the same order, so every target gives the same bits.
+    const hn::ScalableTag<double> dd;
+    constexpr size_t kN = hn::MaxLanes(dd);
+    if constexpr (kDotLanes % kN == 0) {
+      constexpr size_t kV = kDotLanes / kN;
+      hn::Vec<decltype(dd)> va[kV], vb[kV];
+      for (size_t k = 0; k < kV; ++k) va[k] = vb[k] = hn::Zero(dd);
+      for (; j + kDotLanes <= L; j += kDotLanes) {
+        for (size_t k = 0; k < kV; ++k) {
+          const int64_t at = j + static_cast<int64_t>(k * kN);
+          auto v = LoadAsDouble(dd, xr + at);
+          if constexpr (kW) v = hn::Mul(LoadAsDouble(dd, w + at), v);
+          va[k] = hn::Add(va[k], hn::Mul(v, LoadAsDouble(dd, xa + at)));
+          vb[k] = hn::Add(vb[k], hn::Mul(v, LoadAsDouble(dd, xb + at)));
+        }
+      }
+      for (size_t k = 0; k < kV; ++k) {
+        hn::Store(va[k], dd, a + k * kN);
+        hn::Store(vb[k], dd, b + k * kN);
+      }
+    }
+#endif
     for (; j + kDotLanes <= L; j += kDotLanes) {
       for (int l = 0; l < kDotLanes; ++l) {
         const double v = Weight<kW>(w, j + l) * double(xr[j + l]);
