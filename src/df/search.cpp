@@ -14,6 +14,13 @@ constexpr SpanKernel<T> kFormsOf[3] = {
 };
 
 template <class T>
+constexpr SpanKernel<T> kFormsOf<kHybrid, T>[3] = {
+    &HybridSearchSpan<T, kForm32>,
+    &HybridSearchSpan<T, kForm64>,
+    &HybridSearchSpan<T, kForm64Pack>,
+};
+
+template <class T>
 constexpr const SpanKernel<T>* kSearchKernels[kMethodCount] = {
     kFormsOf<kUniform, T>, kFormsOf<kQuasiUniform, T>, kFormsOf<kSorted, T>,     kFormsOf<kPeak, T>,
     kFormsOf<kHybrid, T>,  kFormsOf<kUserDef, T>,      kFormsOf<kUniUserDef, T>,

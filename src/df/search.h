@@ -114,44 +114,8 @@ inline Idx UniformCell(T s, T x0, T x1, Idx n, T scale) {
   return t + 1 < n ? t + 1 : n;
 }
 
-// The longest window the hybrid search counts through: 40 knots after bisection, rounded up to
-// whole vectors.
+// The longest window the hybrid search counts through after bisection.
 inline constexpr int kCountWindow = 40;
-
-template <class T, class Idx>
-inline Idx HybridCell(const T* x, Idx n, T s, T scale, int64_t bin_count, const int64_t* table) {
-  const T last = x[n - 1];
-  if (s < x[0]) return 0;
-  if (s > last) return n;
-  if (s == last) return n - 1;
-  const int64_t b = TruncAtMost<int64_t>(scale * (s - x[0]), bin_count);
-  // The clamps only matter for a table built for other knots: they keep the window inside.
-  Idx lo = static_cast<Idx>(std::clamp<int64_t>(table[2 * b], 0, n - 1));
-  Idx hi = static_cast<Idx>(std::clamp<int64_t>(table[2 * b + 1], lo, n - 1));
-  if (hi - lo > 40) {
-    // Bisect down to a window of about 40 knots, where counting beats branching. The halving
-    // selects without a branch: which half holds s is as good as random to the predictor.
-    while (lo < hi - 40) {
-      const Idx mid = static_cast<Idx>((static_cast<int64_t>(hi) + lo) >> 1);
-      const bool above = x[mid] > s;
-      hi = above ? mid : hi;
-      lo = above ? lo : mid;
-    }
-  }
-  const Idx width = hi - lo;
-  if (width < 2) return lo + width;
-  // Count the knots <= s in the window. Knots past hi exceed s, so a window of fixed length
-  // from lo counts the same wherever it stays inside the partition, and a fixed trip count
-  // leaves nothing to mispredict.
-  const T* w = x + lo;
-  Idx count = 0;
-  if (lo + kCountWindow <= n) {
-    for (int k = 0; k < kCountWindow; ++k) count += w[k] <= s ? 1 : 0;
-  } else {
-    for (Idx k = 0; k < width; ++k) count += w[k] <= s ? 1 : 0;
-  }
-  return lo + count;
-}
 
 // The walks of the user-defined search from a guess g in [0, n].
 template <class T, class Idx>
@@ -260,30 +224,6 @@ int32_t Kernel(const SearchSpan<T>& a) {
       cells[i] = static_cast<Cell>(cell);
     }
     return DF_STATUS_OK;
-  } else if constexpr (M == kHybrid) {
-    // Random sites in a large partition wait on memory: ask ahead for the window of the site
-    // kAhead places on, so that its loads overlap the work on this one.
-    constexpr int64_t kAhead = 12;
-    const int64_t bins = a.bin_count;
-    const int64_t* table = a.search_table;
-    for (int64_t i = 0; i + kAhead < nsite; ++i) {
-      const int64_t b = TruncAtMost<int64_t>(a.scale * (site[i + kAhead] - x[0]), bins);
-      const int64_t lo = std::clamp<int64_t>(table[2 * b], 0, n - 1);
-      const int64_t hi = std::clamp<int64_t>(table[2 * b + 1], lo, n - 1);
-      // The halving points the bisection will read, and the start of the bin.
-      const int64_t mid = (lo + hi) >> 1;
-      __builtin_prefetch(x + lo);
-      __builtin_prefetch(x + ((lo + mid) >> 1));
-      __builtin_prefetch(x + mid);
-      __builtin_prefetch(x + ((mid + hi) >> 1));
-      cells[i] = static_cast<Cell>(
-          HybridCell<T, Idx>(x, n, site[i], a.scale, a.bin_count, a.search_table));
-    }
-    for (int64_t i = std::max<int64_t>(nsite - kAhead, 0); i < nsite; ++i) {
-      cells[i] = static_cast<Cell>(
-          HybridCell<T, Idx>(x, n, site[i], a.scale, a.bin_count, a.search_table));
-    }
-    return DF_STATUS_OK;
   } else {
     static_assert(M == kUserDef || M == kUniUserDef);
     int32_t local_flags[kCallbackBlock];
@@ -321,6 +261,10 @@ enum SearchForm : int32_t { kForm32 = 0, kForm64 = 1, kForm64Pack = 2 };
 
 template <class T>
 using SpanKernel = int32_t (*)(const SearchSpan<T>&);
+
+// The hybrid search of a span in form `kForm`, on the processor's best SIMD target.
+template <class T, int32_t kForm>
+int32_t HybridSearchSpan(const SearchSpan<T>& a);
 
 template <class T>
 SpanKernel<T> SearchKernelFor(int32_t method, int32_t form);
