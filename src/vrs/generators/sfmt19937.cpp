@@ -1,14 +1,20 @@
 // SFMT19937: the SIMD-oriented Fast Mersenne Twister of Saito and Matsumoto, 156 words of 128
-// bits, regenerated in place a vector at a time and output untempered.
+// bits, output untempered.
 //
 // Each 128-bit word depends on the two made just before it, so the recursion runs one 128-bit
-// word per step on every target; the wider registers serve the output mappings. Requests that
+// word per step on every target; the wider registers serve the output mappings. A vector of 156
+// words is made from the one before it, which may be the same memory (regeneration in place) or
+// another: integer requests of whole vectors are made straight into the caller's array, each
+// vector from the one before it there, and the state takes the last vector made. Requests that
 // end inside a group of four words use up the whole group and keep the rest in Tail, which the
 // next call drains first; so any split of a request gives the same words.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vrs/generators/sfmt19937.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
+
+#include <cstring>
+#include <type_traits>
 
 #include "vrs/generators/twister-inl.h"
 #include "vrs/generators/twister.h"
@@ -19,66 +25,123 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
-// The part of one 128-bit word that does not involve the word made just before it:
-// a ^ (a << 8 bits) ^ ((b >> 11) & mask) ^ (r1 >> 8 bits), r1 being the word made two before.
-template <class D, class V = hn::VFromD<D>>
-HWY_INLINE V SfmtPart(D d, const uint32_t* HWY_RESTRICT pa, const uint32_t* HWY_RESTRICT pb, V r1,
-                      V mask) {
-  const V a = hn::LoadU(d, pa);
-  const V t = hn::Xor(hn::Xor(a, hn::ShiftLeftBytes<kSfmtSl2>(d, a)),
-                      hn::And(hn::ShiftRight<kSfmtSr1>(hn::LoadU(d, pb)), mask));
-  return hn::Xor(t, hn::ShiftRightBytes<kSfmtSr2>(d, r1));
+using SfmtTag = hn::Full128<uint32_t>;
+using SfmtVec = hn::VFromD<SfmtTag>;
+
+// The part of a word that does not involve the two words made just before it:
+// a ^ (a << 8 bits) ^ ((b >> 11) & mask). With kLoadBelow, a << 8 bits is a load that starts one
+// byte lower, with that byte cleared: a load and a logic op in the place of a shuffle, which
+// would compete with the recursion's own shifts. Whatever the byte below holds is cleared, but
+// it must be readable, and it must not have been stored just before (a load that overlaps a
+// store in flight waits for it): see SfmtSteps.
+template <bool kLoadBelow>
+HWY_INLINE SfmtVec SfmtPart(const uint32_t* pa, const uint32_t* pb) {
+  const SfmtTag d;
+  const SfmtVec a = hn::LoadU(d, pa);
+  SfmtVec shifted;
+  if constexpr (kLoadBelow) {
+    const hn::Repartition<uint8_t, SfmtTag> d8;
+    const auto* below = reinterpret_cast<const uint8_t*>(pa) - kSfmtSl2;
+    const SfmtVec keep = hn::ShiftLeftBytes<kSfmtSl2>(d, hn::Set(d, ~0u));
+    shifted = hn::And(hn::BitCast(d, hn::LoadU(d8, below)), keep);
+  } else {
+    shifted = hn::ShiftLeftBytes<kSfmtSl2>(d, a);
+  }
+  const SfmtVec b = hn::ShiftRight<kSfmtSr1>(hn::LoadU(d, pb));
+  // Of the orders of these XORs, this one compiles to the fewest instructions.
+  return hn::Xor(hn::Xor(hn::And(b, hn::LoadU(d, kSfmtMask)), a), shifted);
+}
+
+// The recursion's carry from one word to the next: words i-2 and i-1, t_{i-1} (below), and the
+// part of word i.
+struct SfmtCarry {
+  SfmtVec r2, r1, t1, p;
+};
+
+// Word i is p_i ^ (w_{i-2} >> 8 bits) ^ (w_{i-1} << 18), p_i its part. With
+// t_i = p_i ^ (w_{i-2} >> 8 bits), w_{i-1} << 18 equals t_{i-1} << 18, since w_{i-1} and t_{i-1}
+// differ by a term shifted left by 18 already, and shifting twice by 18 clears a 32-bit lane. So
+// w_i = p_i ^ s_i ^ (t_{i-1} << 18) with s_i = w_{i-2} >> 8 bits, and t_i = p_i ^ s_i beside it:
+// w_i waits for w_{i-2} through one byte shift and one three-way XOR, and for w_{i-3} through
+// t_{i-1}. Of the forms we measured, this one does best.
+HWY_INLINE SfmtVec SfmtStep(SfmtCarry& c) {
+  const SfmtTag d;
+  const SfmtVec s = hn::ShiftRightBytes<kSfmtSr2>(d, c.r2);
+  const SfmtVec r = hn::Xor3(hn::ShiftLeft<kSfmtSl1>(c.t1), s, c.p);
+  c.t1 = hn::Xor(c.p, s);
+  c.r2 = c.r1;
+  c.r1 = r;
+  return r;
+}
+
+// Steps first .. last-1: step k makes a word, stores it at out + 4k (and at copy + 4k with
+// kCopy) and takes the part of the word after it, whose a and b are at pa + 4k and pb + 4k. The
+// part is loaded before the word below it is stored, so that even in place the load from one
+// byte below a (the last byte of the word being made) comes before the store to it.
+template <bool kCopy>
+HWY_INLINE void SfmtSteps(SfmtCarry& c, const uint32_t* pa, const uint32_t* pb, uint32_t* out,
+                          uint32_t* copy, int first, int last) {
+  auto step = [&](int k) HWY_ATTR {
+    const SfmtVec r = SfmtStep(c);
+    c.p = SfmtPart<true>(pa + 4 * k, pb + 4 * k);
+    hn::StoreU(r, SfmtTag(), out + 4 * k);
+    if constexpr (kCopy) hn::StoreU(r, SfmtTag(), copy + 4 * k);
+  };
+  int k = first;
+  for (; k + 4 <= last; k += 4) {
+    step(k);
+    step(k + 1);
+    step(k + 2);
+    step(k + 3);
+  }
+  for (; k < last; ++k) step(k);
+}
+
+// count steps as above, the first `copied` of them (at most count) also stored at copy.
+HWY_INLINE void SfmtSpan(SfmtCarry& c, const uint32_t* pa, const uint32_t* pb, uint32_t* out,
+                         uint32_t* copy, int copied, int count) {
+  SfmtSteps<true>(c, pa, pb, out, copy, 0, copied);
+  SfmtSteps<false>(c, pa, pb, out, copy, copied, count);
 }
 #endif
 
-static_assert((kSfmtGroups - kSfmtPos1) % 2 == 0 && kSfmtPos1 % 2 == 0, "two words a round");
-
-// The next 156 128-bit words, in place.
-HWY_INLINE void SfmtRegenerate(uint32_t* HWY_RESTRICT w) {
+// The 156 words that follow the vector prev, into next; the first `copied` of them (fewer than
+// 156) also into copy. next may be prev itself (in place) or memory that does not overlap it. b of
+// word i is word i + pos1 of prev for the first n - pos1 words, then word i - (n - pos1) of next.
+HWY_INLINE void SfmtGenerate(const uint32_t* prev, uint32_t* next, uint32_t* copy = nullptr,
+                             int copied = 0) {
   constexpr int n = kSfmtGroups, pos1 = kSfmtPos1;
 #if HWY_TARGET != HWY_SCALAR
-  const hn::Full128<uint32_t> d;
-  const auto mask = hn::LoadU(d, kSfmtMask);
-  // Word i is t_i ^ (w_{i-1} << 18) with t_i its part above, and w_{i-1} = t_{i-1} ^
-  // (w_{i-2} << 18); shifting twice by 18 clears a 32-bit lane, so w_i = t_i ^ (t_{i-1} << 18).
-  // Then no word waits for the one just before it, only for the one two before (through t_i)
-  // and three before (through t_{i-1}): the chain per word is shorter. At the start, t_{-1}
-  // may be the old last word, which has the same bits where they count.
-  auto r1 = hn::LoadU(d, w + 4 * (n - 2));
-  auto r2 = hn::LoadU(d, w + 4 * (n - 1));
-  auto t_prev = r2;
-  // Two words a round, in two runs as the second source index wraps (34 and 122 words).
-  int i = 0;
-  for (; i < n - pos1; i += 2) {
-    const auto t1 = SfmtPart(d, w + 4 * i, w + 4 * (i + pos1), r1, mask);
-    r1 = hn::Xor(t1, hn::ShiftLeft<kSfmtSl1>(t_prev));
-    hn::StoreU(r1, d, w + 4 * i);
-    t_prev = SfmtPart(d, w + 4 * (i + 1), w + 4 * (i + 1 + pos1), r2, mask);
-    r2 = hn::Xor(t_prev, hn::ShiftLeft<kSfmtSl1>(t1));
-    hn::StoreU(r2, d, w + 4 * (i + 1));
-  }
-  for (; i < n; i += 2) {
-    const auto t1 = SfmtPart(d, w + 4 * i, w + 4 * (i + pos1 - n), r1, mask);
-    r1 = hn::Xor(t1, hn::ShiftLeft<kSfmtSl1>(t_prev));
-    hn::StoreU(r1, d, w + 4 * i);
-    t_prev = SfmtPart(d, w + 4 * (i + 1), w + 4 * (i + 1 + pos1 - n), r2, mask);
-    r2 = hn::Xor(t_prev, hn::ShiftLeft<kSfmtSl1>(t1));
-    hn::StoreU(r2, d, w + 4 * (i + 1));
-  }
+  const SfmtTag d;
+  // At the start, t_{-1} may be the old last word, which has the same bits where they count.
+  // The byte below the first word of prev may lie outside it: that word is shifted in a register.
+  const SfmtVec last = hn::LoadU(d, prev + 4 * (n - 1));
+  SfmtCarry c{hn::LoadU(d, prev + 4 * (n - 2)), last, last, SfmtPart<false>(prev, prev + 4 * pos1)};
+  // The first span makes words 0 .. n-pos1-2 and takes the parts of words 1 .. n-pos1-1, whose b
+  // lie in prev; the second makes words n-pos1-1 .. n-2 and takes the parts of the rest, whose b
+  // lie in next.
+  constexpr int first_run = n - pos1 - 1;
+  const int copied1 = copied < first_run ? copied : first_run;
+  SfmtSpan(c, prev + 4, prev + 4 * (pos1 + 1), next, copy, copied1, first_run);
+  SfmtSpan(c, prev + 4 * (n - pos1), next, next + 4 * first_run, copy + 4 * copied1,
+           copied - copied1, pos1);
+  hn::StoreU(SfmtStep(c), d, next + 4 * (n - 1));
 #else
-  const uint32_t* r1 = w + 4 * (n - 2);
-  const uint32_t* r2 = w + 4 * (n - 1);
+  const uint32_t* r1 = prev + 4 * (n - 2);
+  const uint32_t* r2 = prev + 4 * (n - 1);
   for (int i = 0; i < n; ++i) {
-    const int j = i + pos1 < n ? i + pos1 : i + pos1 - n;
-    SfmtRecursion(w + 4 * i, w + 4 * i, w + 4 * j, r1, r2);
+    const uint32_t* b = i < n - pos1 ? prev + 4 * (i + pos1) : next + 4 * (i + pos1 - n);
+    SfmtRecursion(next + 4 * i, prev + 4 * i, b, r1, r2);
     r1 = r2;
-    r2 = w + 4 * i;
+    r2 = next + 4 * i;
   }
+  if (copied > 0) std::memcpy(copy, next, static_cast<size_t>(4 * copied) * sizeof(uint32_t));
 #endif
 }
 
 template <class Sink>
-HWY_INLINE void EmitWords(const uint32_t* HWY_RESTRICT w, size_t count, size_t at, const Sink& sink) {
+HWY_INLINE void EmitWords(const uint32_t* HWY_RESTRICT w, size_t count, size_t at,
+                          const Sink& sink) {
   size_t i = 0;
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<uint32_t> d;
@@ -106,14 +169,34 @@ HWY_INLINE void SfmtProduce(Sfmt19937State* s, size_t total, const Sink& sink) {
     idx += take;
     done += take;
   }
-  for (; total - done >= n; done += n) {
-    SfmtRegenerate(s->Words);
-    EmitWords(s->Words, n, done, sink);
+  // The vector the next one is made from.
+  const uint32_t* prev = s->Words;
+  if constexpr (std::is_same_v<Sink, WordSink>) {
+    // Words need no mapping: whole vectors go straight to the result, each made from the one
+    // before it there, which spares a copy through the state.
+    for (; total - done >= n; done += n) {
+      SfmtGenerate(prev, sink.r + done);
+      prev = sink.r + done;
+    }
+  } else {
+    for (; total - done >= n; done += n) {
+      SfmtGenerate(s->Words, s->Words);
+      EmitWords(s->Words, n, done, sink);
+    }
   }
   if (done < total) {
-    SfmtRegenerate(s->Words);
     idx = total - done;
-    EmitWords(s->Words, idx, done, sink);
+    if constexpr (std::is_same_v<Sink, WordSink>) {
+      // The whole groups of the remainder are stored to the result as they are made.
+      const size_t copied = idx & ~size_t{3};
+      SfmtGenerate(prev, s->Words, sink.r + done, static_cast<int>(copied / 4));
+      EmitWords(s->Words + copied, idx - copied, done + copied, sink);
+    } else {
+      SfmtGenerate(prev, s->Words);
+      EmitWords(s->Words, idx, done, sink);
+    }
+  } else if (prev != s->Words) {
+    std::memcpy(s->Words, prev, n * sizeof(uint32_t));
   }
   // A split group: the rest of it waits in Tail.
   if ((idx & 3) != 0) {
@@ -133,7 +216,7 @@ void SfmtDoubles(Sfmt19937State* s, size_t n, double* r, double scale, double ce
 void SfmtFloats(Sfmt19937State* s, size_t n, float* r, float scale, float centre) {
   SfmtProduce(s, n, SignedFloatSink{r, scale, centre});
 }
-void SfmtRegenerateAll(uint32_t* w) { SfmtRegenerate(w); }
+void SfmtRegenerateAll(uint32_t* w) { SfmtGenerate(w, w); }
 
 }  // namespace HWY_NAMESPACE
 }  // namespace oxl::vrs

@@ -4,6 +4,7 @@
 // GF(2) multiplication ladder against a plain product.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <fstream>
@@ -110,6 +111,84 @@ TEST(Twister, SfmtMatchesPublishedOutputsThroughOddSplits) {
     for (const auto& split : splits) {
       Stream st(kSfmt, {0x1234, 0x5678, 0x9ABC, 0xDEF0});
       EXPECT_EQ(st.Split(split), expected) << target;
+    }
+  });
+}
+
+// SFMT19937 by its definition on 128-bit integers, from a state vector, one word at a time.
+std::vector<uint32_t> SfmtReference(const uint32_t* state, size_t count) {
+  using U128 = unsigned __int128;
+  auto lane = [](U128 x, int k) { return static_cast<uint32_t>(x >> (32 * k)); };
+  auto join = [](const uint32_t* w) {
+    U128 x = 0;
+    for (int k = 3; k >= 0; --k) x = (x << 32) | w[k];
+    return x;
+  };
+  std::vector<U128> w(kSfmtGroups);
+  for (int i = 0; i < kSfmtGroups; ++i) w[static_cast<size_t>(i)] = join(state + 4 * i);
+  std::vector<uint32_t> out;
+  for (int i = 0; out.size() < count; i = (i + 1) % kSfmtGroups) {
+    const U128 a = w[static_cast<size_t>(i)];
+    const U128 b = w[static_cast<size_t>((i + kSfmtPos1) % kSfmtGroups)];
+    const U128 c = w[static_cast<size_t>((i + kSfmtGroups - 2) % kSfmtGroups)];
+    const U128 d = w[static_cast<size_t>((i + kSfmtGroups - 1) % kSfmtGroups)];
+    uint32_t lanes[4];
+    for (int k = 0; k < 4; ++k)
+      lanes[k] = ((lane(b, k) >> kSfmtSr1) & kSfmtMask[k]) ^ (lane(d, k) << kSfmtSl1);
+    const U128 r = a ^ (a << (8 * kSfmtSl2)) ^ (c >> (8 * kSfmtSr2)) ^ join(lanes);
+    w[static_cast<size_t>(i)] = r;
+    for (int k = 0; k < 4; ++k) out.push_back(lane(r, k));
+  }
+  out.resize(count);
+  return out;
+}
+
+// Requests of several whole vectors (made straight into the result), with and without a
+// remainder, starting inside a vector and at its end, into results at every 4-byte offset from a
+// cache line; words and doubles interleaved, since they make their vectors in different places.
+TEST(Twister, SfmtLongRequestsMatchTheDefinition) {
+  const std::vector<std::vector<int32_t>> splits = {
+      {3 * 624, 1},        {2 * 624 + 1, 1247, 5},      {5, 4 * 624 + 3, 2000},
+      {623, 625, 1248, 1}, {1, 1, 1, 2 * 624 - 3, 624}, {624, 624, 10000}};
+  const double a = -2.0, b = 3.0, scale = (b - a) * 0x1p-32, centre = (a + b) * 0.5;
+  {
+    Stream st(kSfmt, {0x1234, 0x5678, 0x9ABC, 0xDEF0});
+    ASSERT_EQ(SfmtReference(StateOf<Sfmt19937State>(st.s)->Words, 1000), SfmtPublished());
+  }
+  test::ForEachTarget([&](const std::string& target) {
+    int offset = 0;
+    for (const auto& split : splits) {
+      for (bool doubles_between : {false, true}) {
+        Stream st(kSfmt, {0x1234, 0x5678, 0x9ABC, 0xDEF0});
+        size_t total = 0;
+        for (int32_t part : split) total += static_cast<size_t>(part);
+        const auto expected = SfmtReference(StateOf<Sfmt19937State>(st.s)->Words, total);
+        size_t at = 0;
+        for (size_t p = 0; p < split.size(); ++p) {
+          const auto n = static_cast<size_t>(split[p]);
+          const int shift = offset++ % 16;
+          if (doubles_between && p % 2 == 1) {
+            std::vector<double> buf(n + 16);
+            RowOf(st.s).dBRng(st.s, split[p], buf.data() + shift % 8, a, b);
+            for (size_t i = 0; i < n; ++i) {
+              const double w = static_cast<int32_t>(expected[at + i]);
+              ASSERT_EQ(buf[static_cast<size_t>(shift % 8) + i], std::fma(w, scale, centre))
+                  << target << " word " << at + i;
+            }
+          } else {
+            std::vector<uint32_t> buf(n + 32, 0xDEADBEEF);
+            RowOf(st.s).iBRng(st.s, split[p], buf.data() + shift);
+            for (int i = 0; i < shift; ++i) ASSERT_EQ(buf[static_cast<size_t>(i)], 0xDEADBEEF);
+            for (size_t i = static_cast<size_t>(shift) + n; i < buf.size(); ++i)
+              ASSERT_EQ(buf[i], 0xDEADBEEF);
+            ASSERT_TRUE(std::equal(expected.begin() + static_cast<long>(at),
+                                   expected.begin() + static_cast<long>(at + n),
+                                   buf.begin() + shift))
+                << target << " part " << p << " of a split of " << total;
+          }
+          at += n;
+        }
+      }
     }
   });
 }
