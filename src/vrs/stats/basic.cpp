@@ -258,7 +258,7 @@ int32_t BasicThreader(int32_t thread, void* /*reserved*/, int32_t threadCount, v
   ctx.kernel(ctx.args, first, end, ctx.states[thread]);
   if (ctx.products != nullptr) {
     ThreadState<T>& st = ctx.states[thread];
-    ctx.products(ctx.args, st.scratch + 8 * ctx.args.p, first, end, st.S);
+    ctx.products(ctx.args, first, end, st.S);
   }
   return 0;
 }
@@ -343,12 +343,20 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
   const bool privateS = c.matrix && (onePass || threads > 1);
   const int64_t block = OnePassBlock(p);
   const int64_t blasBlock = std::min<int64_t>(n, BlasBlock(p, c.weighted, sizeof(T)));
+  // Each thread's part of a per-thread region starts a 128-byte line pair of its own, so that no
+  // cache line is written by two threads.
+  auto padded = [](int64_t count, std::size_t size) {
+    return int64_t(((std::size_t(count) * size + 127) & ~std::size_t{127}) / size);
+  };
+  const int64_t slotsStride = padded(kSlotCount * p, sizeof(T));
+  const int64_t sStride = padded(p * p, sizeof(T));
+  const int64_t scratchStride = padded(ScratchDoubles(onePass, c.matrix, p, block), sizeof(double));
   Layout layout;
   const std::size_t statesAt = layout.Take(sizeof(ThreadState<T>) * threads);
-  const std::size_t slotsAt = layout.Take(sizeof(T) * kSlotCount * p * threads);
-  const std::size_t sAt = c.matrix ? layout.Take(sizeof(T) * p * p * (privateS ? threads : 1)) : 0;
-  const std::size_t scratchAt =
-      layout.Take(sizeof(double) * ScratchDoubles(onePass, c.matrix, p, block) * threads);
+  const std::size_t slotsAt = layout.Take(sizeof(T) * slotsStride * threads);
+  const std::size_t sAt =
+      c.matrix ? layout.Take(sizeof(T) * sStride * (privateS ? threads : 1)) : 0;
+  const std::size_t scratchAt = layout.Take(sizeof(double) * scratchStride * threads);
   const bool blasS = powerS && threads == 1;
   const std::size_t oldMeanAt = powerS ? layout.Take(sizeof(T) * p) : 0;
   const std::size_t scaledAt = blasS && c.weighted ? layout.Take(sizeof(T) * p * blasBlock) : 0;
@@ -360,12 +368,11 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
   for (int64_t t = 0; t < threads; ++t) {
     ThreadState<T>& st = states[t];
     for (int k = 0; k < kSlotCount; ++k) {
-      st.slot[k] = reinterpret_cast<T*>(work.bytes() + slotsAt) + (t * kSlotCount + k) * p;
+      st.slot[k] = reinterpret_cast<T*>(work.bytes() + slotsAt) + t * slotsStride + k * p;
     }
-    st.S = c.matrix && (t == 0 || privateS) ? reinterpret_cast<T*>(work.bytes() + sAt) + t * p * p
+    st.S = c.matrix && (t == 0 || privateS) ? reinterpret_cast<T*>(work.bytes() + sAt) + t * sStride
                                             : nullptr;
-    st.scratch = reinterpret_cast<double*>(work.bytes() + scratchAt) +
-                 t * ScratchDoubles(onePass, c.matrix, p, block);
+    st.scratch = reinterpret_cast<double*>(work.bytes() + scratchAt) + t * scratchStride;
     st.W = st.W2 = 0;
   }
   const T* given = c.method == Method::kGivenMean ? c.arrays[kIdxMean] : nullptr;

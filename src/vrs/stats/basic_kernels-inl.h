@@ -1,6 +1,7 @@
-// Kernels of the moment and covariance entry, compiled once per SIMD target. The loops are plain
+// Kernels of the moment and covariance entry, compiled once per SIMD target. Most loops are plain
 // C++ written for the vectoriser; the target's instruction set comes from the per-target
-// compilation. Notes on the state are in basic_state.h.
+// compilation. The loops over observations in columns storage, and the raw products, are written
+// with Highway's registers. Notes on the state are in basic_state.h.
 //
 // The one-pass kernels take observations in blocks that stay in cache: each block's mean and
 // deviation sums are computed from the block alone (after a shift, so that data far from zero keep
@@ -11,8 +12,10 @@
 // given-mean kernels add weighted powers over the range in double precision and fold them into
 // the state once.
 //
-// Reductions keep four independent partial sums in a fixed order, and no product is fused into
-// an addition, so the rounding is the same on every target.
+// Reductions over observations keep a fixed order that no vector width changes (four independent
+// partial sums along rows storage, one running sum per dimension along columns storage, sixteen
+// for raw products), and no product is fused into an addition, so the rounding is the same on
+// every target.
 #if defined(OXL_VRS_STATS_BASIC_KERNELS_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef OXL_VRS_STATS_BASIC_KERNELS_INL_H_
 #undef OXL_VRS_STATS_BASIC_KERNELS_INL_H_
@@ -23,9 +26,11 @@
 #include <hwy/highway.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <utility>
 
+#include "simd/partial-inl.h"
 #include "vrs/stats/basic_state.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -121,6 +126,26 @@ void WeightSums(const T* w, int64_t first, int64_t end, double& W, double& W2) {
     }
     W = (s[0] + s[1]) + (s[2] + s[3]);
     W2 = (s2[0] + s2[1]) + (s2[2] + s2[3]);
+  }
+}
+
+// A register of doubles from doubles or from floats; the second form reads only the first
+// `count` lanes and zeroes the others.
+template <class D, class U>
+HWY_INLINE hn::Vec<D> LoadAsDouble(D d, const U* p) {
+  if constexpr (sizeof(U) == 8) {
+    return hn::LoadU(d, p);
+  } else {
+    return hn::PromoteTo(d, hn::LoadU(hn::Rebind<U, D>(), p));
+  }
+}
+template <class D, class U>
+HWY_INLINE hn::Vec<D> LoadAsDouble(D d, const U* p, int64_t count) {
+  const auto v = oxl::HWY_NAMESPACE::LoadPartial(hn::Rebind<U, D>(), p, size_t(count));
+  if constexpr (sizeof(U) == 8) {
+    return v;
+  } else {
+    return hn::PromoteTo(d, v);
   }
 }
 
@@ -267,6 +292,102 @@ void OnePassKernel(const KernelArgs<T>& args, int64_t first, int64_t end, Thread
   }
 }
 
+// Calls f(std::integral_constant<int, n>{}) for a run-time n in 1 .. kMax.
+template <int kMax, class F>
+HWY_INLINE void WithConstant(int64_t n, const F& f) {
+  if constexpr (kMax > 1) {
+    if (n != kMax) return WithConstant<kMax - 1>(n, f);
+  }
+  f(std::integral_constant<int, kMax>{});
+}
+
+// Power sums of columns storage: the dimensions of an observation are the lanes of a few
+// registers, and each lane adds its dimension's powers observation after observation, the order
+// of a plain loop over the observations. When the registers of one observation are few, their sums
+// stay in registers over the whole range, independent chains of additions that hide each other's
+// latency; otherwise each observation's registers update sums kept in memory, so that the
+// observations are still read in their order, as one stream.
+template <bool kW, uint32_t kSlots, class T>
+void PowerSumsOfObservations(const T* x, int64_t p, int64_t first, int64_t end, const T* w,
+                             const T* given, double* acc) {
+  constexpr bool kR1 = kSlots & (1u << kMean), kR2 = kSlots & (1u << kRaw2),
+                 kR3 = kSlots & (1u << kRaw3), kR4 = kSlots & (1u << kRaw4);
+  constexpr bool kC2 = kSlots & (1u << kCen2), kC3 = kSlots & (1u << kCen3),
+                 kC4 = kSlots & (1u << kCen4);
+  constexpr bool kAnyRaw = kR1 || kR2 || kR3 || kR4;
+  const hn::ScalableTag<double> dd;
+  using V = hn::Vec<decltype(dd)>;
+  constexpr int64_t kN = hn::MaxLanes(dd);
+  // Registers of one observation whose sums all stay in registers.
+  constexpr int kTile = std::clamp((kN >= 8 ? 20 : 8) / std::popcount(kSlots), 1, 3);
+  // Adds the powers of v (one register of an observation of weight wt) to the sums s.
+  auto update = [](V* s, V v, V centre, V wt) {
+    if constexpr (kAnyRaw) {
+      const V wv = kW ? hn::Mul(wt, v) : v;
+      const V wv2 = hn::Mul(wv, v);
+      if constexpr (kR1) s[kMean] = hn::Add(s[kMean], wv);
+      if constexpr (kR2) s[kRaw2] = hn::Add(s[kRaw2], wv2);
+      if constexpr (kR3) s[kRaw3] = hn::Add(s[kRaw3], hn::Mul(wv2, v));
+      if constexpr (kR4) s[kRaw4] = hn::Add(s[kRaw4], hn::Mul(wv2, hn::Mul(v, v)));
+    }
+    if constexpr (kC2) {
+      const V e = hn::Sub(v, centre);
+      const V we2 = hn::Mul(kW ? hn::Mul(wt, e) : e, e);
+      s[kCen2] = hn::Add(s[kCen2], we2);
+      if constexpr (kC3) s[kCen3] = hn::Add(s[kCen3], hn::Mul(we2, e));
+      if constexpr (kC4) s[kCen4] = hn::Add(s[kCen4], hn::Mul(we2, hn::Mul(e, e)));
+    }
+  };
+  auto loadSums = [&](V* s, int64_t c, int64_t width) {
+    for (int k = 0; k < kSlotCount; ++k) {
+      if (kSlots & (1u << k)) s[k] = LoadAsDouble(dd, acc + k * p + c, width);
+    }
+  };
+  auto storeSums = [&](const V* s, int64_t c, int64_t width) {
+    for (int k = 0; k < kSlotCount; ++k) {
+      if (kSlots & (1u << k)) {
+        oxl::HWY_NAMESPACE::StorePartial(dd, s[k], acc + k * p + c, size_t(width));
+      }
+    }
+  };
+  auto centreOf = [&](int64_t c, int64_t width) {
+    return kC2 ? LoadAsDouble(dd, given + c, width) : hn::Zero(dd);
+  };
+  const int64_t registers = (p + kN - 1) / kN;
+  const int64_t last = p - (registers - 1) * kN;  // lanes of the last register
+  if (registers <= kTile) {
+    WithConstant<kTile>(registers, [&](auto count) {
+      constexpr int kT = decltype(count)::value;
+      auto width = [&](int t) { return t == kT - 1 ? last : kN; };
+      V sum[kT][kSlotCount], centre[kT];
+      for (int t = 0; t < kT; ++t) {
+        loadSums(sum[t], t * kN, width(t));
+        centre[t] = centreOf(t * kN, width(t));
+      }
+      for (int64_t j = first; j < end; ++j) {
+        const T* xj = x + j * p;
+        const V wt = hn::Set(dd, Weight<kW>(w, j));
+        for (int t = 0; t < kT; ++t) {
+          update(sum[t], LoadAsDouble(dd, xj + t * kN, width(t)), centre[t], wt);
+        }
+      }
+      for (int t = 0; t < kT; ++t) storeSums(sum[t], t * kN, width(t));
+    });
+    return;
+  }
+  for (int64_t j = first; j < end; ++j) {
+    const T* xj = x + j * p;
+    const V wt = hn::Set(dd, Weight<kW>(w, j));
+    for (int64_t c = 0; c < p; c += kN) {
+      const int64_t width = std::min(kN, p - c);
+      V sum[kSlotCount];
+      loadSums(sum, c, width);
+      update(sum, LoadAsDouble(dd, xj + c, width), centreOf(c, width), wt);
+      storeSums(sum, c, width);
+    }
+  }
+}
+
 // Power sums over [first, end) in double: for slot k of kSlots, acc[k*p + i] receives the sum of
 // w * (x - c)^q (central slots, c the given mean) or w * x^q (mean and raw slots).
 template <class T, bool kCols, bool kW, uint32_t kSlots>
@@ -313,31 +434,7 @@ void PowerSums(const KernelArgs<T>& args, int64_t first, int64_t end, double* ac
       }
     }
   } else {
-    double* a[kSlotCount];
-    for (int k = 0; k < kSlotCount; ++k) a[k] = acc + k * p;
-    const T* c = args.given;
-    for (int64_t j = first; j < end; ++j) {
-      const double wt = Weight<kW>(w, j);
-      const T* xj = x + j * p;
-      for (int64_t i = 0; i < p; ++i) {
-        const double v = double(xj[i]);
-        if constexpr (kAnyRaw) {
-          const double wv = wt * v;
-          const double wv2 = wv * v;
-          if constexpr (kR1) a[kMean][i] += wv;
-          if constexpr (kR2) a[kRaw2][i] += wv2;
-          if constexpr (kR3) a[kRaw3][i] += wv2 * v;
-          if constexpr (kR4) a[kRaw4][i] += wv2 * (v * v);
-        }
-        if constexpr (kC2) {
-          const double e = v - double(c[i]);
-          const double we2 = wt * e * e;
-          a[kCen2][i] += we2;
-          if constexpr (kC3) a[kCen3][i] += we2 * e;
-          if constexpr (kC4) a[kCen4][i] += we2 * (e * e);
-        }
-      }
-    }
+    PowerSumsOfObservations<kW, kSlots>(x, p, first, end, w, args.given, acc);
   }
 }
 
@@ -382,38 +479,30 @@ void GivenMeanKernel(const KernelArgs<T>& args, int64_t first, int64_t end, Thre
 }
 
 // Raw products of the power-sum and given-mean methods on worker threads, over blocks of
-// observations that stay in cache: dot products of the dimensions' stretches of a block, two
-// columns of S at a time so that each stretch of the row is loaded once for both. Columns storage
-// is first transposed into the scratch block.
+// observations that stay in cache. Each product of a block has sixteen partial sums: observation
+// j of the block goes to partial j mod 16, and the partials are added in one fixed tree before the
+// block's total goes into S. That gives enough independent additions to hide their latency, and,
+// as no product is fused into its addition, the same bits on every target and in both storages.
 constexpr int64_t kProductBlock = 512;
+constexpr int kDotLanes = 16;
 
-#if HWY_TARGET != HWY_SCALAR
-// A register of doubles from doubles or from floats.
-template <class D, class U>
-HWY_INLINE hn::Vec<D> LoadAsDouble(D d, const U* p) {
-  if constexpr (sizeof(U) == 8) {
-    return hn::LoadU(d, p);
-  } else {
-    return hn::PromoteTo(d, hn::LoadU(hn::Rebind<U, D>(), p));
-  }
+// The fixed tree over the sixteen partials a[0], a[stride], ..., a[15 * stride].
+inline double SumOfPartials(const double* a, int64_t stride) {
+  double h[kDotLanes / 2];
+  for (int l = 0; l < kDotLanes / 2; ++l) h[l] = a[l * stride] + a[(l + kDotLanes / 2) * stride];
+  return ((h[0] + h[4]) + (h[2] + h[6])) + ((h[1] + h[5]) + (h[3] + h[7]));
 }
-#endif
 
-template <bool kW, class T, class U>
-void ProductsOfBlock(const U* base, int64_t stride, int64_t L, const T* w, int64_t p, T* S) {
-  // Sixteen partial sums per product: enough independent additions to hide their latency.
-  constexpr int kDotLanes = 16;
-  auto total = [](const double* a) {
-    double h[kDotLanes / 2];
-    for (int l = 0; l < kDotLanes / 2; ++l) h[l] = a[l] + a[l + kDotLanes / 2];
-    return ((h[0] + h[4]) + (h[2] + h[6])) + ((h[1] + h[5]) + (h[3] + h[7]));
-  };
-  auto dot2 = [&](const U* xr, const U* xa, const U* xb, double& sa, double& sb) {
+// Rows storage: dot products of the dimensions' stretches of a block, two columns of S at a time
+// so that each stretch of the row is loaded once for both.
+template <bool kW, class T>
+void ProductsOfBlock(const T* base, int64_t stride, int64_t L, const T* w, int64_t p, T* S) {
+  auto dot2 = [&](const T* xr, const T* xa, const T* xb, double& sa, double& sb) {
     alignas(64) double a[kDotLanes] = {}, b[kDotLanes] = {};
     int64_t j = 0;
 #if HWY_TARGET != HWY_SCALAR
-    // The same sixteen partial sums a register at a time: partial l still takes the elements
-    // j with j mod 16 = l, in the same order, so every target gives the same bits.
+    // The sixteen partial sums a register at a time: partial l still takes the elements j with
+    // j mod 16 = l, in the same order.
     const hn::ScalableTag<double> dd;
     constexpr size_t kN = hn::MaxLanes(dd);
     if constexpr (kDotLanes % kN == 0) {
@@ -447,11 +536,11 @@ void ProductsOfBlock(const U* base, int64_t stride, int64_t L, const T* w, int64
       a[l] += v * double(xa[j]);
       b[l] += v * double(xb[j]);
     }
-    sa = total(a);
-    sb = total(b);
+    sa = SumOfPartials(a, 1);
+    sb = SumOfPartials(b, 1);
   };
   for (int64_t r = 0; r < p; ++r) {
-    const U* xr = base + r * stride;
+    const T* xr = base + r * stride;
     for (int64_t c = 0; c <= r; c += 2) {
       // The last odd column pairs with itself; its second result is dropped.
       const int64_t c2 = c + 1 <= r ? c + 1 : c;
@@ -463,8 +552,99 @@ void ProductsOfBlock(const U* base, int64_t stride, int64_t L, const T* w, int64
   }
 }
 
+inline int64_t RoundUpToLine(int64_t bytes) { return (bytes + 63) & ~int64_t{63}; }
+
+// Columns storage: the products straight from the observation vectors, whose p values are
+// contiguous, with no transposed copy. A pass takes rows r and r + 1 of S (r alone for the last of
+// an odd count) and the columns c0 .. c0+N-1 of one register: for each observation, w x_r
+// (broadcast) times the loaded x_c0.. goes into the observation's partial. Each lane thus makes
+// the additions of the rows kernel, in its order.
+template <bool kW, class T>
+void ProductsOfObservations(const T* xb, int64_t p, int64_t L, const T* w, T* S, const T* ahead,
+                            int64_t aheadCount) {
+  const hn::ScalableTag<double> dd;
+  using V = hn::Vec<decltype(dd)>;
+  constexpr int64_t kN = hn::MaxLanes(dd);
+  // Partial sums held in registers at once: 16 of AVX-512's 32 registers, 8 of the 16 of AVX2.
+  // Two rows share each load of the columns; the sixteen partials of a product then take the
+  // block's observations in 16 / kLive rounds.
+  constexpr int kRegs = kN >= 8 ? 16 : 8;
+  alignas(64) double part[2][kDotLanes * kN];
+  // The next block (`aheadCount` observations at `ahead`) is fetched into the second cache level
+  // while this one is worked on, a few lines at each step of every pass: the passes after the
+  // first find this block in cache and would otherwise leave memory idle, and a steady trickle
+  // keeps the fetches from crowding the loads of the work.
+  int64_t rowSteps = 0;  // steps of one observation chunk over all passes, per 16 / kRegs
+  for (int64_t c0 = 0; c0 < p; c0 += kN) rowSteps += p - c0;
+  const int64_t steps = rowSteps * (kDotLanes / kRegs) * ((L + kDotLanes - 1) / kDotLanes);
+  const char* const fetchFrom = reinterpret_cast<const char*>(ahead);
+  const int64_t fetchBytes = aheadCount * p * int64_t(sizeof(T));
+  const int64_t fetchStep = RoundUpToLine((fetchBytes + steps - 1) / steps);
+  int64_t fetched = 0;
+  auto pass = [&](auto rows, auto partial, int64_t r, int64_t c0, int64_t count) {
+    constexpr int kRows = decltype(rows)::value;
+    constexpr int kLive = kRegs / kRows;
+    // Observation j: its row values w_j x_jr, x_j(r+1) broadcast, its columns x_jc0.. loaded.
+    auto add = [&](V(&acc)[kRows][kLive], int l, const T* xj, int64_t j) {
+      V c;
+      if constexpr (decltype(partial)::value) {
+        c = LoadAsDouble(dd, xj + c0, count);
+      } else {
+        c = LoadAsDouble(dd, xj + c0);
+      }
+      for (int k = 0; k < kRows; ++k) {
+        const V v = hn::Set(dd, Weight<kW>(w, j) * double(xj[r + k]));
+        acc[k][l] = hn::Add(acc[k][l], hn::Mul(v, c));
+      }
+    };
+    for (int h = 0; h < kDotLanes; h += kLive) {
+      V acc[kRows][kLive];
+      for (auto& a : acc) {
+        for (auto& v : a) v = hn::Zero(dd);
+      }
+      // Unrolled with constant indices, so that the partials stay in registers.
+      int64_t j = h;
+      for (; j + kLive <= L; j += kDotLanes) {
+        for (const int64_t f = std::min(fetched + fetchStep, fetchBytes); fetched < f;
+             fetched += 64) {
+          __builtin_prefetch(fetchFrom + fetched, 0, 2);
+        }
+        const T* xj = xb + j * p;
+#pragma GCC unroll 16
+        for (int l = 0; l < kLive; ++l, xj += p) add(acc, l, xj, j + l);
+      }
+      for (int l = 0; l < kLive; ++l) {
+        if (j + l < L) add(acc, l, xb + (j + l) * p, j + l);
+      }
+      for (int k = 0; k < kRows; ++k) {
+        for (int l = 0; l < kLive; ++l) hn::Store(acc[k][l], dd, part[k] + (h + l) * kN);
+      }
+    }
+    for (int k = 0; k < kRows; ++k) {
+      const int64_t cEnd = std::min(r + k + 1, c0 + count);  // lanes on or below the diagonal
+      T* Sr = S + (r + k) * p;
+      for (int64_t c = c0; c < cEnd; ++c) {
+        Sr[c] = T(double(Sr[c]) + SumOfPartials(part[k] + (c - c0), kN));
+      }
+    }
+  };
+  using One = std::integral_constant<int, 1>;
+  using Two = std::integral_constant<int, 2>;
+  for (int64_t c0 = 0; c0 < p; c0 += kN) {
+    const int64_t count = std::min(kN, p - c0);
+    int64_t r = c0;
+    if (count == kN) {
+      for (; r + 2 <= p; r += 2) pass(Two{}, std::false_type{}, r, c0, count);
+      if (r < p) pass(One{}, std::false_type{}, r, c0, count);
+    } else {
+      for (; r + 2 <= p; r += 2) pass(Two{}, std::true_type{}, r, c0, count);
+      if (r < p) pass(One{}, std::true_type{}, r, c0, count);
+    }
+  }
+}
+
 template <class T, bool kCols, bool kW>
-void RawProducts(const KernelArgs<T>& args, double* scratch, int64_t first, int64_t end, T* S) {
+void RawProducts(const KernelArgs<T>& args, int64_t first, int64_t end, T* S) {
   const int64_t p = args.p, n = args.n;
   for (int64_t j0 = first; j0 < end; j0 += kProductBlock) {
     const int64_t L = std::min(end, j0 + kProductBlock) - j0;
@@ -472,11 +652,8 @@ void RawProducts(const KernelArgs<T>& args, double* scratch, int64_t first, int6
     if constexpr (!kCols) {
       ProductsOfBlock<kW>(args.x + j0, n, L, w, p, S);
     } else {
-      const T* xb = args.x + j0 * p;
-      for (int64_t j = 0; j < L; ++j) {
-        for (int64_t i = 0; i < p; ++i) scratch[i * L + j] = double(xb[j * p + i]);
-      }
-      ProductsOfBlock<kW>(static_cast<const double*>(scratch), L, L, w, p, S);
+      const int64_t ahead = std::min(end - (j0 + L), kProductBlock);
+      ProductsOfObservations<kW>(args.x + j0 * p, p, L, w, S, args.x + (j0 + L) * p, ahead);
     }
   }
 }

@@ -30,8 +30,10 @@ enum Slot : int { kMean = 0, kRaw2, kRaw3, kRaw4, kCen2, kCen3, kCen4, kSlotCoun
 
 constexpr int kLanes = 4;
 
+// Aligned so that the records of two threads, whose W the one-pass kernels update at every block,
+// share no cache line.
 template <class T>
-struct ThreadState {
+struct alignas(128) ThreadState {
   T* slot[kSlotCount];  // p values each; unused slots may be null
   T* S;                 // p*p, or null when no matrix is tracked by this thread
   double* scratch;      // kernel work space, see ScratchDoubles
@@ -64,8 +66,8 @@ constexpr uint32_t GivenMeanSlots(int order) {
 
 // Work space of one thread's kernel, in doubles.
 inline int64_t ScratchDoubles(bool onePass, bool matrix, int64_t p, int64_t block) {
-  // Power sums, and a transposed block of 512 observations for the raw products.
-  if (!onePass) return 8 * p + (matrix ? 512 * p : 0);
+  // Power sums; the raw products need no work space.
+  if (!onePass) return 8 * p;
   return 8 * p + block * p + (matrix ? p * p : 0);
 }
 
@@ -75,8 +77,7 @@ using MergeFn = void (*)(int64_t p, uint32_t slots, bool givenMean, ThreadState<
 
 // Adds the weighted products of observations [first, end), sum of w x x^T, to S (lower triangle).
 template <class T>
-using RawProductFn = void (*)(const KernelArgs<T>&, double* scratch, int64_t first, int64_t end,
-                              T* S);
+using RawProductFn = void (*)(const KernelArgs<T>&, int64_t first, int64_t end, T* S);
 
 // The kernels of one SIMD target. One-pass: index 16*(cols) + 8*(weights) + 2*order + (S
 // wanted); the others: 8*(cols) + 4*(weights) + order. `merge` folds one thread's state into

@@ -177,6 +177,83 @@ TEST(BasicAccuracy, SameBitsOnEveryTarget) {
   }
 }
 
+// Worker threads add raw products from the observation vectors of columns storage with the
+// partial sums of the rows kernel: with a given mean, S is the same in both storages, bit for
+// bit, on every target. Dimensions around the register widths (partial registers, odd rows),
+// shares of one to a few blocks with ragged tails, weights and the single-precision twin.
+template <class T>
+void ColumnsMatchRows() {
+  std::vector<std::vector<T>> perTarget;  // every case's S, one after the other
+  ForEachTarget([&](const std::string&) {
+    std::vector<T> all;
+    for (int64_t p : {2, 3, 5, 8, 9, 10, 17, 33}) {
+      // Enough work for three threads (n p^2 >= 3 * 2^13).
+      const int64_t least = 3 * 8192 / (p * p) + 1109;
+      for (int64_t n : {least, least + 1003}) {
+        for (bool weighted : {false, true}) {
+          std::vector<T> byStorage[2];
+          for (int64_t storage : {STORAGE_ROWS, STORAGE_COLS}) {
+            Problem<T> pb(p, n, storage);
+            pb.Fill(p + n, 1.0, true);
+            if (weighted) {
+              const std::vector<double> w = RandomWeights(n, 2);
+              pb.SetWeights(std::vector<T>(w.begin(), w.end()));
+            }
+            for (int64_t i = 0; i < p; ++i) pb.mean[i] = T(1 + i % 3);
+            EXPECT_EQ(
+                pb.Run(EST_CROSS_PRODUCT | EST_COV, METHOD_GIVEN_MEAN, SerialThreads::Table(3)), 0);
+            EXPECT_EQ(SerialThreads::calls, 1);
+            std::vector<T>& s = byStorage[storage == STORAGE_COLS ? 1 : 0];
+            s = pb.cp;
+            s.insert(s.end(), pb.cov.begin(), pb.cov.end());
+          }
+          EXPECT_EQ(byStorage[1], byStorage[0])
+              << "p " << p << " n " << n << " weighted " << weighted;
+          all.insert(all.end(), byStorage[1].begin(), byStorage[1].end());
+        }
+      }
+    }
+    perTarget.push_back(std::move(all));
+  });
+  for (size_t t = 1; t < perTarget.size(); ++t) EXPECT_TRUE(perTarget[t] == perTarget[0]) << t;
+}
+
+// Power sums along columns storage add each dimension's powers observation after observation:
+// the raw moments of the power-sum method are those of that plain loop, bit for bit, on every
+// target, for dimension counts that fill several tiles of registers and chunks of observations.
+TEST(BasicAccuracy, ColumnsPowerSumsInObservationOrder) {
+  ForEachTarget([&](const std::string&) {
+    for (int64_t p : {2, 7, 9, 31, 33, 70}) {
+      for (bool weighted : {false, true}) {
+        Problem<double> pb(p, 700, STORAGE_COLS);
+        pb.Fill(p, 1.0, true);
+        if (weighted) pb.SetWeights(RandomWeights(pb.n, 4));
+        ASSERT_EQ(pb.Run(EST_MEAN | EST_RAW2 | EST_RAW3 | EST_RAW4, METHOD_SUMS, nullptr), 0);
+        const double inv = 1.0 / pb.accum[0];
+        for (int64_t i = 0; i < p; ++i) {
+          double s[4] = {};
+          for (int64_t j = 0; j < pb.n; ++j) {
+            const double v = pb.at(i, j), wv = weighted ? pb.w[j] * v : v, wv2 = wv * v;
+            s[0] += wv;
+            s[1] += wv2;
+            s[2] += wv2 * v;
+            s[3] += wv2 * (v * v);
+          }
+          const double got[4] = {pb.mean[i], pb.raw[0][i], pb.raw[1][i], pb.raw[2][i]};
+          for (int k = 0; k < 4; ++k) {
+            EXPECT_EQ(got[k], s[k] * inv) << "p " << p << " dimension " << i << " power " << k;
+          }
+        }
+      }
+    }
+  });
+}
+
+TEST(BasicAccuracy, ColumnsGiveTheBitsOfRows) {
+  ColumnsMatchRows<double>();
+  ColumnsMatchRows<float>();
+}
+
 // Copies observations [j0, j1) of `pb` into `block` in the same storage.
 template <class T>
 void CopyBlock(Problem<T>& pb, int64_t j0, int64_t j1, std::vector<T>& block) {
