@@ -56,12 +56,19 @@ class Kernel {
   // Runs the body over n elements. `a` holds the kInputs input arrays, `r` the kOutputs result
   // arrays, as the caller passed them.
   static void Run(const Body& body, int64_t n, const In* const* a, Out* const* r) {
+    // The array pointers in locals: read through `a` and `r`, they would be loaded again after
+    // every block's stores (which might, for all the compiler knows, have changed them), and each
+    // block's store addresses would wait on the previous block's stores.
+    const In* a_local[Body::kInputs];
+    Out* r_local[Body::kOutputs];
+    for (size_t k = 0; k < Body::kInputs; ++k) a_local[k] = a[k];
+    for (size_t k = 0; k < Body::kOutputs; ++k) r_local[k] = r[k];
     int64_t i = 0;
     for (; i + static_cast<int64_t>(kBlock) <= n; i += kBlock) {
       const In* in[Body::kInputs];
       Out* out[Body::kOutputs];
-      for (size_t k = 0; k < Body::kInputs; ++k) in[k] = a[k] + i;
-      for (size_t k = 0; k < Body::kOutputs; ++k) out[k] = r[k] + i;
+      for (size_t k = 0; k < Body::kInputs; ++k) in[k] = a_local[k] + i;
+      for (size_t k = 0; k < Body::kOutputs; ++k) out[k] = r_local[k] + i;
       Block(body, a, r, i, in, out, kBlock, /*tail=*/false);
     }
     if (i < n) {
