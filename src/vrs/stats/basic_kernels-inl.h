@@ -13,9 +13,9 @@
 // the state once.
 //
 // Reductions over observations keep a fixed order that no vector width changes (four independent
-// partial sums along rows storage, one running sum per dimension along columns storage, sixteen
-// for raw products), and no product is fused into an addition, so the rounding is the same on
-// every target.
+// partial sums along rows storage and for the products of deviations, one running sum per
+// dimension along columns storage, sixteen for raw products), and no product is fused into an
+// addition, so the rounding is the same on every target.
 #if defined(OXL_VRS_STATS_BASIC_KERNELS_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef OXL_VRS_STATS_BASIC_KERNELS_INL_H_
 #undef OXL_VRS_STATS_BASIC_KERNELS_INL_H_
@@ -149,6 +149,263 @@ HWY_INLINE hn::Vec<D> LoadAsDouble(D d, const U* p, int64_t count) {
   }
 }
 
+// Calls f(std::integral_constant<int, n>{}) for a run-time n in 1 .. kMax.
+template <int kMax, class F>
+HWY_INLINE void WithConstant(int64_t n, const F& f) {
+  if constexpr (kMax > 1) {
+    if (n != kMax) return WithConstant<kMax - 1>(n, f);
+  }
+  f(std::integral_constant<int, kMax>{});
+}
+
+// Four partial sums of rows storage in one register (two of AVX-512's halves).
+using D4 = hn::CappedTag<double, kLanes>;
+
+// One-pass kernel, rows storage, one block [j0, j1), dimensions i0 .. i0 + kG - 1: the block's
+// mean (shifted sums), the sums of deviation and raw powers into b, the deviations into dev when
+// kS. Partial sum l of a dimension takes the observations j0 + l, j0 + l + 4, ... in order; with
+// four lanes to a register, a register of each of the kG dimensions goes at a time.
+template <class T, bool kW, int kOrder, bool kS, int kG>
+HWY_INLINE void OnePassRowsGroup(const KernelArgs<T>& args, const ThreadState<T>& st, int64_t i0,
+                                 int64_t j0, int64_t j1, double rb, double* const* b, double* dev) {
+  constexpr bool kC2 = kOrder >= 1;
+  constexpr bool kR2 = kOrder >= 2;
+  constexpr bool kAll = kOrder == 3;
+  const D4 d;
+  using V = hn::Vec<D4>;
+  constexpr bool kVector = hn::MaxLanes(D4()) == kLanes;
+  const int64_t n = args.n, L = j1 - j0;
+  const T* w = args.w;
+  const int64_t jv = kVector ? j0 + L / kLanes * kLanes : j0;  // end of the whole registers
+  const T* xs[kG];
+  double K[kG], mb[kG];
+  for (int g = 0; g < kG; ++g) {
+    xs[g] = args.x + (i0 + g) * n;
+    K[g] = st.W > 0.0 ? double(st.slot[kMean][i0 + g]) : double(xs[g][j0]);
+  }
+  // Shifted sums.
+  double s[kG][kLanes] = {};
+  if constexpr (kVector) {
+    V acc[kG];
+    for (auto& v : acc) v = hn::Zero(d);
+    for (int64_t j = j0; j < jv; j += kLanes) {
+      const V wv = kW ? LoadAsDouble(d, w + j) : hn::Zero(d);
+      for (int g = 0; g < kG; ++g) {
+        V t = hn::Sub(LoadAsDouble(d, xs[g] + j), hn::Set(d, K[g]));
+        if constexpr (kW) t = hn::Mul(wv, t);
+        acc[g] = hn::Add(acc[g], t);
+      }
+    }
+    for (int g = 0; g < kG; ++g) hn::StoreU(acc[g], d, s[g]);
+  }
+  for (int g = 0; g < kG; ++g) {
+    const T* xi = xs[g];
+    int64_t j = jv;
+    for (; j + kLanes <= j1; j += kLanes) {
+      for (int l = 0; l < kLanes; ++l) s[g][l] += Weight<kW>(w, j + l) * (double(xi[j + l]) - K[g]);
+    }
+    for (int l = 0; j < j1; ++j, ++l) s[g][l] += Weight<kW>(w, j) * (double(xi[j]) - K[g]);
+    mb[g] = K[g] + ((s[g][0] + s[g][1]) + (s[g][2] + s[g][3])) * rb;
+  }
+  // Deviation and raw powers; w e e is (w e) e as in the plain loop.
+  enum { kA2, kA3, kA4, kQ2, kQ3, kQ4, kSums };
+  double a[kG][kSums][kLanes] = {};
+  if constexpr (kVector) {
+    V acc[kG][kSums];
+    for (auto& row : acc) {
+      for (auto& v : row) v = hn::Zero(d);
+    }
+    for (int64_t j = j0; j < jv; j += kLanes) {
+      const V wv = kW ? LoadAsDouble(d, w + j) : hn::Zero(d);
+      auto weighted = [&](V t) { return kW ? hn::Mul(wv, t) : t; };
+      for (int g = 0; g < kG; ++g) {
+        const V v = LoadAsDouble(d, xs[g] + j);
+        const V e = hn::Sub(v, hn::Set(d, mb[g]));
+        if constexpr (kS) hn::StoreU(e, d, dev + (i0 + g) * L + (j - j0));
+        V* ag = acc[g];
+        if constexpr (kC2) ag[kA2] = hn::Add(ag[kA2], hn::Mul(weighted(e), e));
+        if constexpr (kAll) {
+          const V ee = hn::Mul(e, e);
+          ag[kA3] = hn::Add(ag[kA3], hn::Mul(hn::Mul(weighted(e), e), e));
+          ag[kA4] = hn::Add(ag[kA4], hn::Mul(weighted(ee), ee));
+        }
+        if constexpr (kR2) ag[kQ2] = hn::Add(ag[kQ2], hn::Mul(weighted(v), v));
+        if constexpr (kAll) {
+          const V vv = hn::Mul(v, v);
+          ag[kQ3] = hn::Add(ag[kQ3], hn::Mul(hn::Mul(weighted(v), v), v));
+          ag[kQ4] = hn::Add(ag[kQ4], hn::Mul(weighted(vv), vv));
+        }
+      }
+    }
+    for (int g = 0; g < kG; ++g) {
+      for (int k = 0; k < kSums; ++k) hn::StoreU(acc[g][k], d, a[g][k]);
+    }
+  }
+  for (int g = 0; g < kG; ++g) {
+    const T* xi = xs[g];
+    double* di = dev + (i0 + g) * L;
+    auto body = [&](int64_t jj, int l) {
+      const double v = double(xi[jj]);
+      const double e = v - mb[g];
+      const double wt = Weight<kW>(w, jj);
+      if constexpr (kS) di[jj - j0] = e;
+      if constexpr (kC2) a[g][kA2][l] += wt * e * e;
+      if constexpr (kAll) {
+        a[g][kA3][l] += wt * e * e * e;
+        a[g][kA4][l] += wt * (e * e) * (e * e);
+      }
+      if constexpr (kR2) a[g][kQ2][l] += wt * v * v;
+      if constexpr (kAll) {
+        a[g][kQ3][l] += wt * v * v * v;
+        a[g][kQ4][l] += wt * (v * v) * (v * v);
+      }
+    };
+    int64_t j = jv;
+    for (; j + kLanes <= j1; j += kLanes) {
+      for (int l = 0; l < kLanes; ++l) body(j + l, l);
+    }
+    for (int l = 0; j < j1; ++j, ++l) body(j, l);
+    auto total = [](const double* t) { return (t[0] + t[1]) + (t[2] + t[3]); };
+    const int64_t i = i0 + g;
+    b[kMean][i] = mb[g];
+    if constexpr (kC2) b[kCen2][i] = total(a[g][kA2]);
+    if constexpr (kR2) b[kRaw2][i] = total(a[g][kQ2]) * rb;
+    if constexpr (kAll) {
+      b[kCen3][i] = total(a[g][kA3]);
+      b[kCen4][i] = total(a[g][kA4]);
+      b[kRaw3][i] = total(a[g][kQ3]) * rb;
+      b[kRaw4][i] = total(a[g][kQ4]) * rb;
+    }
+  }
+}
+
+// One-pass kernel, rows storage: the block's sums of w d_r d_c for columns c .. c + kG - 1 of row r
+// of S, from the deviations dev (L per dimension). Four partial sums per product as in the plain
+// loop, (w d_r) d_c; the products of several columns go together, so that their chains of
+// additions overlap.
+template <bool kW, int kG, class TW>
+HWY_INLINE void DeviationProducts(const double* dev, int64_t L, const TW* w, int64_t r, int64_t c,
+                                  double* SBr) {
+  const D4 d;
+  using V = hn::Vec<D4>;
+  constexpr bool kVector = hn::MaxLanes(D4()) == kLanes;
+  const double* dr = dev + r * L;
+  const int64_t jv = kVector ? L / kLanes * kLanes : 0;
+  double s[kG][kLanes] = {};
+  if constexpr (kVector) {
+    V acc[kG];
+    for (auto& v : acc) v = hn::Zero(d);
+    for (int64_t j = 0; j < jv; j += kLanes) {
+      V t = hn::LoadU(d, dr + j);
+      if constexpr (kW) t = hn::Mul(LoadAsDouble(d, w + j), t);
+      for (int g = 0; g < kG; ++g) {
+        acc[g] = hn::Add(acc[g], hn::Mul(t, hn::LoadU(d, dev + (c + g) * L + j)));
+      }
+    }
+    for (int g = 0; g < kG; ++g) hn::StoreU(acc[g], d, s[g]);
+  }
+  for (int g = 0; g < kG; ++g) {
+    const double* dc = dev + (c + g) * L;
+    int64_t j = jv;
+    for (; j + kLanes <= L; j += kLanes) {
+      for (int l = 0; l < kLanes; ++l) s[g][l] += Weight<kW>(w, j + l) * dr[j + l] * dc[j + l];
+    }
+    for (int l = 0; j < L; ++j, ++l) s[g][l] += Weight<kW>(w, j) * dr[j] * dc[j];
+    SBr[c + g] = (s[g][0] + s[g][1]) + (s[g][2] + s[g][3]);
+  }
+}
+
+// One-pass kernel, columns storage, one block of L observations at xb: the block mean from the
+// sums shifted by `shift`, then the sums of deviation and raw powers (raw ones times rb) into b,
+// the deviations into dev (dimension after dimension) when kS. The dimensions of an observation
+// are the lanes of a few registers and their sums stay in registers across the block, each
+// dimension's additions in observation order as in the plain loop of the caller, which takes
+// over (false) when the sums would not fit.
+template <class T, bool kW, int kOrder, bool kS>
+bool OnePassColumnsInRegisters(const T* xb, const T* w, int64_t p, int64_t L, double rb,
+                               const double* shift, double* const* b, double* dev) {
+  constexpr bool kC2 = kOrder >= 1;
+  constexpr bool kR2 = kOrder >= 2;
+  constexpr bool kAll = kOrder == 3;
+  const hn::ScalableTag<double> dd;
+  using V = hn::Vec<decltype(dd)>;
+  constexpr int64_t kN = hn::MaxLanes(dd);
+  constexpr int kSums = kAll ? 6 : kR2 ? 2 : 1;
+  constexpr int kTile = std::clamp((kN >= 8 ? 20 : 10) / (kSums + 1), 1, 3);
+  const int64_t registers = (p + kN - 1) / kN;
+  if (registers > kTile) return false;
+  const int64_t last = p - (registers - 1) * kN;  // lanes of the last register
+  WithConstant<kTile>(registers, [&](auto count) {
+    constexpr int kT = decltype(count)::value;
+    auto width = [&](int t) { return t == kT - 1 ? last : kN; };
+    const V r = hn::Set(dd, rb);
+    V mean[kT];
+    {
+      V sum[kT], centre[kT];
+      for (int t = 0; t < kT; ++t) {
+        sum[t] = hn::Zero(dd);
+        centre[t] = LoadAsDouble(dd, shift + t * kN, width(t));
+      }
+      for (int64_t j = 0; j < L; ++j) {
+        const T* xj = xb + j * p;
+        const V wt = hn::Set(dd, Weight<kW>(w, j));
+        for (int t = 0; t < kT; ++t) {
+          V d = hn::Sub(LoadAsDouble(dd, xj + t * kN, width(t)), centre[t]);
+          if constexpr (kW) d = hn::Mul(wt, d);
+          sum[t] = hn::Add(sum[t], d);
+        }
+      }
+      for (int t = 0; t < kT; ++t) {
+        mean[t] = hn::Add(centre[t], hn::Mul(sum[t], r));
+        oxl::HWY_NAMESPACE::StorePartial(dd, mean[t], b[kMean] + t * kN, size_t(width(t)));
+      }
+    }
+    enum { kA2, kQ2, kA3, kA4, kQ3, kQ4 };
+    V sum[kT][kSums];
+    for (auto& row : sum) {
+      for (auto& v : row) v = hn::Zero(dd);
+    }
+    alignas(64) double e_lanes[kN];
+    for (int64_t j = 0; j < L; ++j) {
+      const T* xj = xb + j * p;
+      const V wt = hn::Set(dd, Weight<kW>(w, j));
+      auto weighted = [&](V v) { return kW ? hn::Mul(wt, v) : v; };
+      for (int t = 0; t < kT; ++t) {
+        const V v = LoadAsDouble(dd, xj + t * kN, width(t));
+        const V e = hn::Sub(v, mean[t]);
+        if constexpr (kS) {
+          hn::Store(e, dd, e_lanes);
+          for (int64_t l = 0; l < width(t); ++l) dev[(t * kN + l) * L + j] = e_lanes[l];
+        }
+        V* s = sum[t];
+        if constexpr (kC2) s[kA2] = hn::Add(s[kA2], hn::Mul(weighted(e), e));
+        if constexpr (kR2) s[kQ2] = hn::Add(s[kQ2], hn::Mul(weighted(v), v));
+        if constexpr (kAll) {
+          const V ee = hn::Mul(e, e), vv = hn::Mul(v, v);
+          s[kA3] = hn::Add(s[kA3], hn::Mul(hn::Mul(weighted(e), e), e));
+          s[kA4] = hn::Add(s[kA4], hn::Mul(weighted(ee), ee));
+          s[kQ3] = hn::Add(s[kQ3], hn::Mul(hn::Mul(weighted(v), v), v));
+          s[kQ4] = hn::Add(s[kQ4], hn::Mul(weighted(vv), vv));
+        }
+      }
+    }
+    for (int t = 0; t < kT; ++t) {
+      const size_t n = size_t(width(t));
+      const int64_t at = t * kN;
+      if constexpr (kC2) oxl::HWY_NAMESPACE::StorePartial(dd, sum[t][kA2], b[kCen2] + at, n);
+      if constexpr (kR2)
+        oxl::HWY_NAMESPACE::StorePartial(dd, hn::Mul(sum[t][kQ2], r), b[kRaw2] + at, n);
+      if constexpr (kAll) {
+        oxl::HWY_NAMESPACE::StorePartial(dd, sum[t][kA3], b[kCen3] + at, n);
+        oxl::HWY_NAMESPACE::StorePartial(dd, sum[t][kA4], b[kCen4] + at, n);
+        oxl::HWY_NAMESPACE::StorePartial(dd, hn::Mul(sum[t][kQ3], r), b[kRaw3] + at, n);
+        oxl::HWY_NAMESPACE::StorePartial(dd, hn::Mul(sum[t][kQ4], r), b[kRaw4] + at, n);
+      }
+    }
+  });
+  return true;
+}
+
 // One-pass kernel: mean always, central 2 from order 1, raw 2 from order 2, everything from
 // order 3; S when kS.
 template <class T, bool kCols, bool kW, int kOrder, bool kS>
@@ -156,7 +413,7 @@ void OnePassKernel(const KernelArgs<T>& args, int64_t first, int64_t end, Thread
   constexpr bool kC2 = kOrder >= 1;
   constexpr bool kR2 = kOrder >= 2;
   constexpr bool kAll = kOrder == 3;
-  const int64_t p = args.p, n = args.n;
+  const int64_t p = args.p;
   const T* x = args.x;
   const T* w = args.w;
   double* shift = st.scratch;
@@ -165,6 +422,8 @@ void OnePassKernel(const KernelArgs<T>& args, int64_t first, int64_t end, Thread
   double* dev = st.scratch + 8 * p;
   double* SB = dev + args.block * p;
   const uint32_t slots = OnePassSlots(kOrder);
+  // Dimensions of rows storage taken together: their sums fill 8 or 12 registers.
+  constexpr int kGroup = kOrder == 3 ? 2 : 4;
   for (int64_t j0 = first; j0 < end; j0 += args.block) {
     const int64_t j1 = std::min(end, j0 + args.block);
     const int64_t L = j1 - j0;
@@ -173,66 +432,19 @@ void OnePassKernel(const KernelArgs<T>& args, int64_t first, int64_t end, Thread
     if (Wb == 0.0) continue;
     const double rb = 1.0 / Wb;
     if constexpr (!kCols) {
-      for (int64_t i = 0; i < p; ++i) {
-        const T* xi = x + i * n;
-        const double K = st.W > 0.0 ? double(st.slot[kMean][i]) : double(xi[j0]);
-        double s[kLanes] = {};
-        int64_t j = j0;
-        for (; j + kLanes <= j1; j += kLanes) {
-          for (int l = 0; l < kLanes; ++l) s[l] += Weight<kW>(w, j + l) * (double(xi[j + l]) - K);
+      if constexpr (hn::MaxLanes(D4()) == kLanes) {
+        // Several dimensions at once, each with its own four partial sums in one register: the
+        // sums of one dimension are chains of dependent additions, and the dimensions beside it
+        // fill the wait. Each dimension's additions are those of the plain loop below.
+        for (int64_t i = 0; i < p; i += kGroup) {
+          WithConstant<kGroup>(std::min<int64_t>(kGroup, p - i), [&](auto g) {
+            OnePassRowsGroup<T, kW, kOrder, kS, decltype(g)::value>(args, st, i, j0, j1, rb, b,
+                                                                    dev);
+          });
         }
-        for (int l = 0; j < j1; ++j, ++l) s[l] += Weight<kW>(w, j) * (double(xi[j]) - K);
-        const double mb = K + ((s[0] + s[1]) + (s[2] + s[3])) * rb;
-        double a2[kLanes] = {}, a3[kLanes] = {}, a4[kLanes] = {};
-        double q2[kLanes] = {}, q3[kLanes] = {}, q4[kLanes] = {};
-        double* di = dev + i * L;
-        auto body = [&](int64_t jj, int l) {
-          const double v = double(xi[jj]);
-          const double e = v - mb;
-          const double wt = Weight<kW>(w, jj);
-          if constexpr (kS) di[jj - j0] = e;
-          if constexpr (kC2) a2[l] += wt * e * e;
-          if constexpr (kAll) {
-            a3[l] += wt * e * e * e;
-            a4[l] += wt * (e * e) * (e * e);
-          }
-          if constexpr (kR2) q2[l] += wt * v * v;
-          if constexpr (kAll) {
-            q3[l] += wt * v * v * v;
-            q4[l] += wt * (v * v) * (v * v);
-          }
-        };
-        j = j0;
-        for (; j + kLanes <= j1; j += kLanes) {
-          for (int l = 0; l < kLanes; ++l) body(j + l, l);
-        }
-        for (int l = 0; j < j1; ++j, ++l) body(j, l);
-        auto total = [](const double* a) { return (a[0] + a[1]) + (a[2] + a[3]); };
-        b[kMean][i] = mb;
-        if constexpr (kC2) b[kCen2][i] = total(a2);
-        if constexpr (kR2) b[kRaw2][i] = total(q2) * rb;
-        if constexpr (kAll) {
-          b[kCen3][i] = total(a3);
-          b[kCen4][i] = total(a4);
-          b[kRaw3][i] = total(q3) * rb;
-          b[kRaw4][i] = total(q4) * rb;
-        }
-      }
-      if constexpr (kS) {
-        for (int64_t r = 0; r < p; ++r) {
-          const double* dr = dev + r * L;
-          for (int64_t c = 0; c <= r; ++c) {
-            const double* dc = dev + c * L;
-            double s[kLanes] = {};
-            int64_t j = 0;
-            for (; j + kLanes <= L; j += kLanes) {
-              for (int l = 0; l < kLanes; ++l) {
-                s[l] += Weight<kW>(w, j0 + j + l) * dr[j + l] * dc[j + l];
-              }
-            }
-            for (int l = 0; j < L; ++j, ++l) s[l] += Weight<kW>(w, j0 + j) * dr[j] * dc[j];
-            SB[r * p + c] = (s[0] + s[1]) + (s[2] + s[3]);
-          }
+      } else {
+        for (int64_t i = 0; i < p; ++i) {
+          OnePassRowsGroup<T, kW, kOrder, kS, 1>(args, st, i, j0, j1, rb, b, dev);
         }
       }
     } else {
@@ -241,64 +453,55 @@ void OnePassKernel(const KernelArgs<T>& args, int64_t first, int64_t end, Thread
         shift[i] = st.W > 0.0 ? double(st.slot[kMean][i]) : double(xb[i]);
         b[kMean][i] = 0.0;
       }
-      for (int64_t j = 0; j < L; ++j) {
-        const double wt = Weight<kW>(w, j0 + j);
-        const T* xj = xb + j * p;
-        for (int64_t i = 0; i < p; ++i) b[kMean][i] += wt * (double(xj[i]) - shift[i]);
-      }
-      for (int64_t i = 0; i < p; ++i) b[kMean][i] = shift[i] + b[kMean][i] * rb;
-      for (int k = 1; k < kSlotCount; ++k) {
-        if (slots & (1u << k)) std::fill(b[k], b[k] + p, 0.0);
-      }
-      for (int64_t j = 0; j < L; ++j) {
-        const double wt = Weight<kW>(w, j0 + j);
-        const T* xj = xb + j * p;
-        double* dj = dev + j * p;
-        for (int64_t i = 0; i < p; ++i) {
-          const double v = double(xj[i]);
-          const double e = v - b[kMean][i];
-          if constexpr (kS) dj[i] = e;
-          if constexpr (kC2) b[kCen2][i] += wt * e * e;
-          if constexpr (kAll) {
-            b[kCen3][i] += wt * e * e * e;
-            b[kCen4][i] += wt * (e * e) * (e * e);
-          }
-          if constexpr (kR2) b[kRaw2][i] += wt * v * v;
-          if constexpr (kAll) {
-            b[kRaw3][i] += wt * v * v * v;
-            b[kRaw4][i] += wt * (v * v) * (v * v);
-          }
-        }
-      }
-      for (int k = kRaw2; k <= kRaw4; ++k) {
-        if (slots & (1u << k)) {
-          for (int64_t i = 0; i < p; ++i) b[k][i] *= rb;
-        }
-      }
-      if constexpr (kS) {
-        for (int64_t r = 0; r < p; ++r) std::fill(SB + r * p, SB + r * p + r + 1, 0.0);
+      if (!OnePassColumnsInRegisters<T, kW, kOrder, kS>(xb, kW ? w + j0 : w, p, L, rb, shift, b,
+                                                        dev)) {
         for (int64_t j = 0; j < L; ++j) {
           const double wt = Weight<kW>(w, j0 + j);
-          const double* dj = dev + j * p;
-          for (int64_t r = 0; r < p; ++r) {
-            const double wr = wt * dj[r];
-            double* row = SB + r * p;
-            for (int64_t c = 0; c <= r; ++c) row[c] += wr * dj[c];
+          const T* xj = xb + j * p;
+          for (int64_t i = 0; i < p; ++i) b[kMean][i] += wt * (double(xj[i]) - shift[i]);
+        }
+        for (int64_t i = 0; i < p; ++i) b[kMean][i] = shift[i] + b[kMean][i] * rb;
+        for (int k = 1; k < kSlotCount; ++k) {
+          if (slots & (1u << k)) std::fill(b[k], b[k] + p, 0.0);
+        }
+        for (int64_t j = 0; j < L; ++j) {
+          const double wt = Weight<kW>(w, j0 + j);
+          const T* xj = xb + j * p;
+          for (int64_t i = 0; i < p; ++i) {
+            const double v = double(xj[i]);
+            const double e = v - b[kMean][i];
+            if constexpr (kS) dev[i * L + j] = e;
+            if constexpr (kC2) b[kCen2][i] += wt * e * e;
+            if constexpr (kAll) {
+              b[kCen3][i] += wt * e * e * e;
+              b[kCen4][i] += wt * (e * e) * (e * e);
+            }
+            if constexpr (kR2) b[kRaw2][i] += wt * v * v;
+            if constexpr (kAll) {
+              b[kRaw3][i] += wt * v * v * v;
+              b[kRaw4][i] += wt * (v * v) * (v * v);
+            }
           }
+        }
+        for (int k = kRaw2; k <= kRaw4; ++k) {
+          if (slots & (1u << k)) {
+            for (int64_t i = 0; i < p; ++i) b[k][i] *= rb;
+          }
+        }
+      }
+    }
+    // S of the block from the deviations, which both storages leave one dimension after another.
+    if constexpr (kS) {
+      for (int64_t r = 0; r < p; ++r) {
+        for (int64_t c = 0; c <= r; c += 4) {
+          WithConstant<4>(std::min<int64_t>(4, r + 1 - c), [&](auto g) {
+            DeviationProducts<kW, decltype(g)::value>(dev, L, kW ? w + j0 : w, r, c, SB + r * p);
+          });
         }
       }
     }
     MergeState<T, double>(p, slots, false, st, Wb, W2b, b, kS ? SB : nullptr);
   }
-}
-
-// Calls f(std::integral_constant<int, n>{}) for a run-time n in 1 .. kMax.
-template <int kMax, class F>
-HWY_INLINE void WithConstant(int64_t n, const F& f) {
-  if constexpr (kMax > 1) {
-    if (n != kMax) return WithConstant<kMax - 1>(n, f);
-  }
-  f(std::integral_constant<int, kMax>{});
 }
 
 // Power sums of columns storage: the dimensions of an observation are the lanes of a few
@@ -460,30 +663,11 @@ void FoldPowerSums(int64_t p, uint32_t slots, double Wb, double W2b, const doubl
   st.W2 += W2b;
 }
 
-// Power-sum kernel: raw moments 1..order+1.
-template <class T, bool kCols, bool kW, int kOrder>
-void FastKernel(const KernelArgs<T>& args, int64_t first, int64_t end, ThreadState<T>& st) {
-  double Wb, W2b;
-  WeightSums<kW>(args.w, first, end, Wb, W2b);
-  PowerSums<T, kCols, kW, FastSlots(kOrder)>(args, first, end, st.scratch);
-  FoldPowerSums(args.p, FastSlots(kOrder), Wb, W2b, st.scratch, st);
-}
-
-// Given-mean kernel: central sums about the given mean, and raw moments 2..4 at order 3.
-template <class T, bool kCols, bool kW, int kOrder>
-void GivenMeanKernel(const KernelArgs<T>& args, int64_t first, int64_t end, ThreadState<T>& st) {
-  double Wb, W2b;
-  WeightSums<kW>(args.w, first, end, Wb, W2b);
-  PowerSums<T, kCols, kW, GivenMeanSlots(kOrder)>(args, first, end, st.scratch);
-  FoldPowerSums(args.p, GivenMeanSlots(kOrder), Wb, W2b, st.scratch, st);
-}
-
-// Raw products of the power-sum and given-mean methods on worker threads, over blocks of
+// Raw products of the power-sum and given-mean methods, over blocks of
 // observations that stay in cache. Each product of a block has sixteen partial sums: observation
 // j of the block goes to partial j mod 16, and the partials are added in one fixed tree before the
 // block's total goes into S. That gives enough independent additions to hide their latency, and,
 // as no product is fused into its addition, the same bits on every target and in both storages.
-constexpr int64_t kProductBlock = 512;
 constexpr int kDotLanes = 16;
 
 // The fixed tree over the sixteen partials a[0], a[stride], ..., a[15 * stride].
@@ -493,66 +677,119 @@ inline double SumOfPartials(const double* a, int64_t stride) {
   return ((h[0] + h[4]) + (h[2] + h[6])) + ((h[1] + h[5]) + (h[3] + h[7]));
 }
 
-// Rows storage: dot products of the dimensions' stretches of a block, two columns of S at a time
-// so that each stretch of the row is loaded once for both.
+// Observations that the products of a chunk fetch for the next chunk while they work on cache
+// alone: `count` stretches of `bytes` bytes, `stride` bytes apart (one stretch in columns storage,
+// one per dimension in rows storage). Each step of a block's innermost loop asks for a few lines,
+// a steady trickle that keeps memory busy without crowding the loads of the work; the chunk's
+// power sums then find the observations in the second-level cache.
+struct Trickle {
+  const char* at = nullptr;
+  const char* end = nullptr;
+  int64_t bytes = 0, stride = 0, left = 0;  // stretches after the current one
+  int64_t perStep = 0;                      // lines per step
+
+  // Bytes [from, to) of each of `count` stretches from `first`, `stride` bytes apart.
+  Trickle(const void* first, int64_t count, int64_t stretchStride, int64_t from, int64_t to)
+      : at(static_cast<const char*>(first) + from),
+        end(at + std::max<int64_t>(to - from, 0)),
+        bytes(std::max<int64_t>(to - from, 0)),
+        stride(stretchStride),
+        left(to > from ? count - 1 : 0) {}
+  // Spreads the lines over `steps` steps.
+  void Spread(int64_t steps) {
+    const int64_t lines = (left + 1) * ((bytes + 63) / 64);
+    perStep = steps > 0 ? (lines + steps - 1) / steps : 0;
+  }
+  HWY_INLINE void Step() {
+    for (int64_t k = 0; k < perStep; ++k) {
+      if (at >= end) {
+        if (left == 0) return;
+        --left;
+        at = end - bytes + stride;
+        end = at + bytes;
+      }
+      __builtin_prefetch(at, 0, 2);
+      at += 64;
+    }
+  }
+};
+
+// Rows storage. A block's stretches of the p dimensions lie n elements apart; for large n that
+// puts them all in the same few sets of the first-level cache, and the stretches evict each other
+// between the products that reread them. So the block is first copied, as doubles, into `pack`:
+// the stretches one after the other, each 64 bytes past a whole number of 128-byte lines beyond
+// the one before so that they fall in different sets, zero beyond the block's end up to a
+// multiple of 16 observations (a product of zeros adds +0 to a partial, and a partial, which
+// starts at +0, is never -0: the sums do not change). The weights are copied the same way.
+//
+// The products then go a tile at a time: rows r, r + 1 of S against up to four columns, so that
+// each register of observations loaded feeds several products. A register holds observations j
+// with j mod 16 in one range, so the sixteen partials of a product are filled in 16 / lanes rounds
+// over the block, one register of partials per product in each.
+
 template <bool kW, class T>
-void ProductsOfBlock(const T* base, int64_t stride, int64_t L, const T* w, int64_t p, T* S) {
-  auto dot2 = [&](const T* xr, const T* xa, const T* xb, double& sa, double& sb) {
-    alignas(64) double a[kDotLanes] = {}, b[kDotLanes] = {};
-    int64_t j = 0;
-#if HWY_TARGET != HWY_SCALAR
-    // The sixteen partial sums a register at a time: partial l still takes the elements j with
-    // j mod 16 = l, in the same order.
-    const hn::ScalableTag<double> dd;
-    constexpr size_t kN = hn::MaxLanes(dd);
-    if constexpr (kDotLanes % kN == 0) {
-      constexpr size_t kV = kDotLanes / kN;
-      hn::Vec<decltype(dd)> va[kV], vb[kV];
-      for (size_t k = 0; k < kV; ++k) va[k] = vb[k] = hn::Zero(dd);
-      for (; j + kDotLanes <= L; j += kDotLanes) {
-        for (size_t k = 0; k < kV; ++k) {
-          const int64_t at = j + static_cast<int64_t>(k * kN);
-          auto v = LoadAsDouble(dd, xr + at);
-          if constexpr (kW) v = hn::Mul(LoadAsDouble(dd, w + at), v);
-          va[k] = hn::Add(va[k], hn::Mul(v, LoadAsDouble(dd, xa + at)));
-          vb[k] = hn::Add(vb[k], hn::Mul(v, LoadAsDouble(dd, xb + at)));
+void ProductsOfBlock(const T* base, int64_t stride, int64_t L, const T* w, int64_t p, T* S,
+                     double* pack, Trickle& next) {
+  const int64_t L16 = (L + 15) / 16 * 16, ls = PackedStride(L);
+  for (int64_t i = 0; i < p; ++i) {
+    const T* from = base + i * stride;
+    double* to = pack + i * ls;
+    for (int64_t j = 0; j < L; ++j) to[j] = double(from[j]);
+    for (int64_t j = L; j < L16; ++j) to[j] = 0.0;
+  }
+  const double* wp = pack + p * ls;
+  if constexpr (kW) {
+    double* to = pack + p * ls;
+    for (int64_t j = 0; j < L; ++j) to[j] = double(w[j]);
+    for (int64_t j = L; j < L16; ++j) to[j] = 0.0;
+  }
+  const hn::ScalableTag<double> dd;
+  using V = hn::Vec<decltype(dd)>;
+  constexpr int64_t kN = hn::MaxLanes(dd);
+  static_assert(kDotLanes % kN == 0);
+  int64_t tiles = 0;
+  for (int64_t r = 0; r < p; r += 2) tiles += (std::min<int64_t>(r + 2, p) + 3) / 4;
+  next.Spread(tiles * (kDotLanes / kN) * (L16 / kDotLanes));
+  auto tile = [&](auto rows, auto cols, int64_t r, int64_t c) {
+    constexpr int kR = decltype(rows)::value, kC = decltype(cols)::value;
+    alignas(64) double part[kR][kC][kDotLanes];
+    for (int64_t h = 0; h < kDotLanes; h += kN) {
+      V acc[kR][kC];
+      for (auto& a : acc) {
+        for (auto& v : a) v = hn::Zero(dd);
+      }
+      for (int64_t j = h; j < L16; j += kDotLanes) {
+        next.Step();
+        V xr[kR], xc[kC];
+        for (int a = 0; a < kR; ++a) {
+          xr[a] = hn::LoadU(dd, pack + (r + a) * ls + j);
+          if constexpr (kW) xr[a] = hn::Mul(hn::LoadU(dd, wp + j), xr[a]);
+        }
+        for (int b = 0; b < kC; ++b) xc[b] = hn::LoadU(dd, pack + (c + b) * ls + j);
+        for (int a = 0; a < kR; ++a) {
+          for (int b = 0; b < kC; ++b) acc[a][b] = hn::Add(acc[a][b], hn::Mul(xr[a], xc[b]));
         }
       }
-      for (size_t k = 0; k < kV; ++k) {
-        hn::Store(va[k], dd, a + k * kN);
-        hn::Store(vb[k], dd, b + k * kN);
+      for (int a = 0; a < kR; ++a) {
+        for (int b = 0; b < kC; ++b) hn::Store(acc[a][b], dd, part[a][b] + h);
       }
     }
-#endif
-    for (; j + kDotLanes <= L; j += kDotLanes) {
-      for (int l = 0; l < kDotLanes; ++l) {
-        const double v = Weight<kW>(w, j + l) * double(xr[j + l]);
-        a[l] += v * double(xa[j + l]);
-        b[l] += v * double(xb[j + l]);
+    for (int a = 0; a < kR; ++a) {
+      T* Sr = S + (r + a) * p;
+      for (int b = 0; b < kC && c + b <= r + a; ++b) {
+        Sr[c + b] = T(double(Sr[c + b]) + SumOfPartials(part[a][b], 1));
       }
     }
-    for (int l = 0; j < L; ++j, ++l) {
-      const double v = Weight<kW>(w, j) * double(xr[j]);
-      a[l] += v * double(xa[j]);
-      b[l] += v * double(xb[j]);
-    }
-    sa = SumOfPartials(a, 1);
-    sb = SumOfPartials(b, 1);
   };
-  for (int64_t r = 0; r < p; ++r) {
-    const T* xr = base + r * stride;
-    for (int64_t c = 0; c <= r; c += 2) {
-      // The last odd column pairs with itself; its second result is dropped.
-      const int64_t c2 = c + 1 <= r ? c + 1 : c;
-      double sa, sb;
-      dot2(xr, base + c * stride, base + c2 * stride, sa, sb);
-      S[r * p + c] = T(double(S[r * p + c]) + sa);
-      if (c2 != c) S[r * p + c2] = T(double(S[r * p + c2]) + sb);
+  for (int64_t r = 0; r < p; r += 2) {
+    const int64_t rows = std::min<int64_t>(2, p - r), cEnd = r + rows;
+    for (int64_t c = 0; c < cEnd; c += 4) {
+      WithConstant<2>(rows, [&](auto kr) {
+        WithConstant<4>(std::min<int64_t>(4, cEnd - c), [&](auto kc) { tile(kr, kc, r, c); });
+      });
     }
   }
 }
-
-inline int64_t RoundUpToLine(int64_t bytes) { return (bytes + 63) & ~int64_t{63}; }
 
 // Columns storage: the products straight from the observation vectors, whose p values are
 // contiguous, with no transposed copy. A pass takes rows r and r + 1 of S (r alone for the last of
@@ -560,8 +797,7 @@ inline int64_t RoundUpToLine(int64_t bytes) { return (bytes + 63) & ~int64_t{63}
 // (broadcast) times the loaded x_c0.. goes into the observation's partial. Each lane thus makes
 // the additions of the rows kernel, in its order.
 template <bool kW, class T>
-void ProductsOfObservations(const T* xb, int64_t p, int64_t L, const T* w, T* S, const T* ahead,
-                            int64_t aheadCount) {
+void ProductsOfObservations(const T* xb, int64_t p, int64_t L, const T* w, T* S, Trickle& next) {
   const hn::ScalableTag<double> dd;
   using V = hn::Vec<decltype(dd)>;
   constexpr int64_t kN = hn::MaxLanes(dd);
@@ -570,17 +806,9 @@ void ProductsOfObservations(const T* xb, int64_t p, int64_t L, const T* w, T* S,
   // block's observations in 16 / kLive rounds.
   constexpr int kRegs = kN >= 8 ? 16 : 8;
   alignas(64) double part[2][kDotLanes * kN];
-  // The next block (`aheadCount` observations at `ahead`) is fetched into the second cache level
-  // while this one is worked on, a few lines at each step of every pass: the passes after the
-  // first find this block in cache and would otherwise leave memory idle, and a steady trickle
-  // keeps the fetches from crowding the loads of the work.
   int64_t rowSteps = 0;  // steps of one observation chunk over all passes, per 16 / kRegs
   for (int64_t c0 = 0; c0 < p; c0 += kN) rowSteps += p - c0;
-  const int64_t steps = rowSteps * (kDotLanes / kRegs) * ((L + kDotLanes - 1) / kDotLanes);
-  const char* const fetchFrom = reinterpret_cast<const char*>(ahead);
-  const int64_t fetchBytes = aheadCount * p * int64_t(sizeof(T));
-  const int64_t fetchStep = RoundUpToLine((fetchBytes + steps - 1) / steps);
-  int64_t fetched = 0;
+  next.Spread(rowSteps * (kDotLanes / kRegs) * ((L + kDotLanes - 1) / kDotLanes));
   auto pass = [&](auto rows, auto partial, int64_t r, int64_t c0, int64_t count) {
     constexpr int kRows = decltype(rows)::value;
     constexpr int kLive = kRegs / kRows;
@@ -605,10 +833,7 @@ void ProductsOfObservations(const T* xb, int64_t p, int64_t L, const T* w, T* S,
       // Unrolled with constant indices, so that the partials stay in registers.
       int64_t j = h;
       for (; j + kLive <= L; j += kDotLanes) {
-        for (const int64_t f = std::min(fetched + fetchStep, fetchBytes); fetched < f;
-             fetched += 64) {
-          __builtin_prefetch(fetchFrom + fetched, 0, 2);
-        }
+        next.Step();
         const T* xj = xb + j * p;
 #pragma GCC unroll 16
         for (int l = 0; l < kLive; ++l, xj += p) add(acc, l, xj, j + l);
@@ -643,19 +868,58 @@ void ProductsOfObservations(const T* xb, int64_t p, int64_t L, const T* w, T* S,
   }
 }
 
+// The products of observations [first, end), block by block; meanwhile the observations
+// [next, nextEnd) are fetched, an equal part during each block.
 template <class T, bool kCols, bool kW>
-void RawProducts(const KernelArgs<T>& args, int64_t first, int64_t end, T* S) {
-  const int64_t p = args.p, n = args.n;
-  for (int64_t j0 = first; j0 < end; j0 += kProductBlock) {
+void RawProducts(const KernelArgs<T>& args, int64_t first, int64_t end, T* S, double* pack,
+                 int64_t next, int64_t nextEnd) {
+  const int64_t p = args.p, n = args.n, size = int64_t(sizeof(T));
+  const int64_t blocks = (end - first + kProductBlock - 1) / kProductBlock;
+  // Rows storage: one stretch per dimension; columns: one stretch of whole observations.
+  const void* from = kCols ? static_cast<const void*>(args.x + next * p) : args.x + next;
+  const int64_t stretchBytes = (nextEnd - next) * (kCols ? p : 1) * size;
+  for (int64_t b = 0; b < blocks; ++b) {
+    const int64_t j0 = first + b * kProductBlock;
     const int64_t L = std::min(end, j0 + kProductBlock) - j0;
     const T* w = kW ? args.w + j0 : nullptr;
+    Trickle fetch(from, kCols ? 1 : p, n * size, stretchBytes * b / blocks,
+                  stretchBytes * (b + 1) / blocks);
     if constexpr (!kCols) {
-      ProductsOfBlock<kW>(args.x + j0, n, L, w, p, S);
+      ProductsOfBlock<kW>(args.x + j0, n, L, w, p, S, pack, fetch);
     } else {
-      const int64_t ahead = std::min(end - (j0 + L), kProductBlock);
-      ProductsOfObservations<kW>(args.x + j0 * p, p, L, w, S, args.x + (j0 + L) * p, ahead);
+      ProductsOfObservations<kW>(args.x + j0 * p, p, L, w, S, fetch);
     }
   }
+}
+
+// Power sums over [first, end) into st.scratch. When the thread also adds the raw products to its
+// S, the range goes chunk by chunk, each chunk's products right after its sums while the chunk is
+// still in the second-level cache, so that the observations come from memory once.
+template <class T, bool kCols, bool kW, uint32_t kSlots>
+void SumsAndProducts(const KernelArgs<T>& args, int64_t first, int64_t end, ThreadState<T>& st) {
+  double* total = st.scratch;
+  if (!args.products) return PowerSums<T, kCols, kW, kSlots>(args, first, end, total);
+  const int64_t p = args.p;
+  double* part = total + kSlotCount * p;
+  double* pack = st.scratch + ProductScratchAt(p);
+  std::fill(total, total + kSlotCount * p, 0.0);
+  const int64_t chunk = ProductChunk(p, kW);
+  for (int64_t j0 = first; j0 < end; j0 += chunk) {
+    const int64_t j1 = std::min(end, j0 + chunk);
+    PowerSums<T, kCols, kW, kSlots>(args, j0, j1, part);
+    for (int64_t i = 0; i < kSlotCount * p; ++i) total[i] += part[i];
+    RawProducts<T, kCols, kW>(args, j0, j1, st.S, pack, j1, std::min(end, j1 + chunk));
+  }
+}
+
+// The power-sum kernel (raw moments 1..order+1, slots FastSlots) and the given-mean kernel
+// (central sums about the given mean, and raw moments 2..4 at order 3, slots GivenMeanSlots).
+template <class T, bool kCols, bool kW, uint32_t kSlots>
+void PowerSumKernel(const KernelArgs<T>& args, int64_t first, int64_t end, ThreadState<T>& st) {
+  double Wb, W2b;
+  WeightSums<kW>(args.w, first, end, Wb, W2b);
+  SumsAndProducts<T, kCols, kW, kSlots>(args, first, end, st);
+  FoldPowerSums(args.p, kSlots, Wb, W2b, st.scratch, st);
 }
 
 // The tables, indexed as KernelSet says.
@@ -666,20 +930,18 @@ constexpr std::array<Kernel<T>, sizeof...(I)> OnePassTable(std::index_sequence<I
 }
 template <class T, std::size_t... I>
 constexpr std::array<Kernel<T>, sizeof...(I)> FastTable(std::index_sequence<I...>) {
-  return {&FastKernel<T, ((I >> 3) & 1) != 0, ((I >> 2) & 1) != 0, int(I & 3)>...};
+  return {&PowerSumKernel<T, ((I >> 3) & 1) != 0, ((I >> 2) & 1) != 0, FastSlots(int(I & 3))>...};
 }
 template <class T, std::size_t... I>
 constexpr std::array<Kernel<T>, sizeof...(I)> GivenMeanTable(std::index_sequence<I...>) {
-  return {&GivenMeanKernel<T, ((I >> 3) & 1) != 0, ((I >> 2) & 1) != 0, int(I & 3)>...};
+  return {
+      &PowerSumKernel<T, ((I >> 3) & 1) != 0, ((I >> 2) & 1) != 0, GivenMeanSlots(int(I & 3))>...};
 }
 template <class T>
 constexpr KernelSet<T> MakeKernelSet() {
   return {OnePassTable<T>(std::make_index_sequence<32>()),
           FastTable<T>(std::make_index_sequence<16>()),
-          GivenMeanTable<T>(std::make_index_sequence<16>()),
-          &MergeState<T, T>,
-          {&RawProducts<T, false, false>, &RawProducts<T, false, true>,
-           &RawProducts<T, true, false>, &RawProducts<T, true, true>}};
+          GivenMeanTable<T>(std::make_index_sequence<16>()), &MergeState<T, T>};
 }
 
 }  // namespace oxl::stats::HWY_NAMESPACE

@@ -21,6 +21,7 @@
 // and the rounding is the same on every target.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -47,6 +48,8 @@ struct KernelArgs {
   const T* w;      // null without weights
   const T* given;  // the given mean (given-mean kernels)
   int64_t block;   // observations per block of the one-pass kernels
+  // The power-sum and given-mean kernels add the raw products w x x^T of their range to S.
+  bool products;
 };
 
 template <class T>
@@ -64,10 +67,27 @@ constexpr uint32_t GivenMeanSlots(int order) {
   return kBySlot[order];
 }
 
-// Work space of one thread's kernel, in doubles.
+// Observations per block of the raw products (power-sum and given-mean methods): each product's
+// partial sums are added up once per block.
+constexpr int64_t kProductBlock = 512;
+
+// Observations per chunk of a thread that adds raw products: its power sums and its products are
+// taken chunk by chunk, a chunk being about 256 KiB of observations (twice that counting the
+// weights' products), in whole product blocks.
+inline int64_t ProductChunk(int64_t p, bool weighted) {
+  const int64_t blocks = (int64_t{1} << 18) / (8 * p * (weighted ? 2 : 1) * kProductBlock);
+  return std::max<int64_t>(blocks, 1) * kProductBlock;
+}
+
+// The raw products of rows storage copy each block into work space: p stretches and the weights,
+// each padded to 16 observations and 64 bytes more (see ProductsOfBlock).
+inline int64_t PackedStride(int64_t L) { return (L + 15) / 16 * 16 + 8; }
+
+// Work space of one thread's kernel, in doubles. The power-sum and given-mean kernels keep their
+// sums (kSlotCount * p) and, when they add raw products, one chunk's sums and the packed block.
+inline int64_t ProductScratchAt(int64_t p) { return 2 * kSlotCount * p; }
 inline int64_t ScratchDoubles(bool onePass, bool matrix, int64_t p, int64_t block) {
-  // Power sums; the raw products need no work space.
-  if (!onePass) return 8 * p;
+  if (!onePass) return matrix ? ProductScratchAt(p) + (p + 1) * PackedStride(kProductBlock) : 8 * p;
   return 8 * p + block * p + (matrix ? p * p : 0);
 }
 
@@ -75,20 +95,15 @@ template <class T>
 using MergeFn = void (*)(int64_t p, uint32_t slots, bool givenMean, ThreadState<T>& a, double Wb,
                          double W2b, T* const* bs, const T* SB);
 
-// Adds the weighted products of observations [first, end), sum of w x x^T, to S (lower triangle).
-template <class T>
-using RawProductFn = void (*)(const KernelArgs<T>&, int64_t first, int64_t end, T* S);
-
 // The kernels of one SIMD target. One-pass: index 16*(cols) + 8*(weights) + 2*order + (S
 // wanted); the others: 8*(cols) + 4*(weights) + order. `merge` folds one thread's state into
-// another's; `rawProducts` gives threads their share of S in the power-sum and given-mean methods.
+// another's.
 template <class T>
 struct KernelSet {
   std::array<Kernel<T>, 32> onePass;
   std::array<Kernel<T>, 16> fast;
   std::array<Kernel<T>, 16> givenMean;
   MergeFn<T> merge;
-  std::array<RawProductFn<T>, 4> rawProducts;  // 2*(cols) + (weights)
 };
 
 // The kernels of the best target this processor runs.

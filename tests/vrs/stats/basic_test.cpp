@@ -90,7 +90,8 @@ constexpr MethodCase kMethods[] = {
 // Every estimate, every method, both storages, with and without weights, on well-conditioned
 // data (centre 1) and on data far from zero (centre 1e8, spread 1, mixed scales). Bounds are per
 // method and data kind; the power-sum method (and the given-mean covariance, which is built from
-// raw products as well) cancels on the far data by design and is only reported there.
+// raw products as well) cancels on the far data by design and is only reported there. The raw
+// products go over several chunks of observations.
 TEST(BasicAccuracy, AgainstLongDoubleReference) {
   struct DataCase {
     const char* name;
@@ -105,7 +106,7 @@ TEST(BasicAccuracy, AgainstLongDoubleReference) {
         std::map<std::string, double> worst;
         for (int64_t storage : {STORAGE_ROWS, STORAGE_COLS}) {
           for (bool weighted : {false, true}) {
-            Problem<double> pb(5, 3001, storage);
+            Problem<double> pb(5, 7001, storage);
             pb.Fill(11 + storage, data.centre, true);
             if (weighted) pb.SetWeights(RandomWeights(pb.n, 5));
             const Reference ref = pb.Ref();
@@ -133,6 +134,27 @@ TEST(BasicAccuracy, AgainstLongDoubleReference) {
       }
     }
   });
+}
+
+// A large matrix on one thread: the raw products come from OpenBLAS rather than the own kernels,
+// and the one-pass kernels of columns storage keep their sums in memory rather than registers.
+// The same accuracy, every method, storage and weighting.
+TEST(BasicAccuracy, LargeMatrixOnOneThread) {
+  for (int m = 0; m < 3; ++m) {
+    for (int64_t storage : {STORAGE_ROWS, STORAGE_COLS}) {
+      for (bool weighted : {false, true}) {
+        Problem<double> pb(40, 1500, storage);
+        pb.Fill(8, 1.0, false);
+        if (weighted) pb.SetWeights(RandomWeights(pb.n, 6));
+        const Reference ref = pb.Ref();
+        for (int64_t i = 0; i < pb.p; ++i) pb.mean[i] = double(ref.mean[i]);
+        ASSERT_EQ(pb.Run(EST_COV | EST_CROSS_PRODUCT, kMethods[m].method, nullptr), 0);
+        const std::map<std::string, double> e = Errors(pb, ref, true);
+        EXPECT_LE(std::max(e.at("cov"), e.at("cross-product")), 1e-11)
+            << kMethods[m].name << " storage " << storage << " weighted " << weighted;
+      }
+    }
+  }
 }
 
 TEST(BasicAccuracy, SingleTwinAgreesWithReference) {
@@ -177,40 +199,51 @@ TEST(BasicAccuracy, SameBitsOnEveryTarget) {
   }
 }
 
-// Worker threads add raw products from the observation vectors of columns storage with the
+// The raw products of columns storage come straight from the observation vectors with the
 // partial sums of the rows kernel: with a given mean, S is the same in both storages, bit for
 // bit, on every target. Dimensions around the register widths (partial registers, odd rows),
-// shares of one to a few blocks with ragged tails, weights and the single-precision twin.
+// three threads with shares of one to a few blocks and ragged tails, one thread over several
+// chunks, weights and the single-precision twin.
 template <class T>
 void ColumnsMatchRows() {
+  struct Case {
+    int64_t p, n;
+    int32_t threads;
+  };
+  std::vector<Case> cases;
+  for (int64_t p : {2, 3, 5, 8, 9, 10, 17, 33}) {
+    // Enough work for three threads (n p^2 >= 3 * 2^13).
+    const int64_t least = 3 * 8192 / (p * p) + 1109;
+    cases.push_back({p, least, 3});
+    cases.push_back({p, least + 1003, 3});
+  }
+  cases.push_back({3, 22281, 1});
+  cases.push_back({10, 7001, 1});
   std::vector<std::vector<T>> perTarget;  // every case's S, one after the other
   ForEachTarget([&](const std::string&) {
     std::vector<T> all;
-    for (int64_t p : {2, 3, 5, 8, 9, 10, 17, 33}) {
-      // Enough work for three threads (n p^2 >= 3 * 2^13).
-      const int64_t least = 3 * 8192 / (p * p) + 1109;
-      for (int64_t n : {least, least + 1003}) {
-        for (bool weighted : {false, true}) {
-          std::vector<T> byStorage[2];
-          for (int64_t storage : {STORAGE_ROWS, STORAGE_COLS}) {
-            Problem<T> pb(p, n, storage);
-            pb.Fill(p + n, 1.0, true);
-            if (weighted) {
-              const std::vector<double> w = RandomWeights(n, 2);
-              pb.SetWeights(std::vector<T>(w.begin(), w.end()));
-            }
-            for (int64_t i = 0; i < p; ++i) pb.mean[i] = T(1 + i % 3);
-            EXPECT_EQ(
-                pb.Run(EST_CROSS_PRODUCT | EST_COV, METHOD_GIVEN_MEAN, SerialThreads::Table(3)), 0);
-            EXPECT_EQ(SerialThreads::calls, 1);
-            std::vector<T>& s = byStorage[storage == STORAGE_COLS ? 1 : 0];
-            s = pb.cp;
-            s.insert(s.end(), pb.cov.begin(), pb.cov.end());
+    for (const Case& c : cases) {
+      for (bool weighted : {false, true}) {
+        std::vector<T> byStorage[2];
+        for (int64_t storage : {STORAGE_ROWS, STORAGE_COLS}) {
+          Problem<T> pb(c.p, c.n, storage);
+          pb.Fill(c.p + c.n, 1.0, true);
+          if (weighted) {
+            const std::vector<double> w = RandomWeights(c.n, 2);
+            pb.SetWeights(std::vector<T>(w.begin(), w.end()));
           }
-          EXPECT_EQ(byStorage[1], byStorage[0])
-              << "p " << p << " n " << n << " weighted " << weighted;
-          all.insert(all.end(), byStorage[1].begin(), byStorage[1].end());
+          for (int64_t i = 0; i < c.p; ++i) pb.mean[i] = T(1 + i % 3);
+          EXPECT_EQ(pb.Run(EST_CROSS_PRODUCT | EST_COV, METHOD_GIVEN_MEAN,
+                           SerialThreads::Table(c.threads)),
+                    0);
+          EXPECT_EQ(SerialThreads::calls, c.threads > 1 ? 1 : 0);
+          std::vector<T>& s = byStorage[storage == STORAGE_COLS ? 1 : 0];
+          s = pb.cp;
+          s.insert(s.end(), pb.cov.begin(), pb.cov.end());
         }
+        EXPECT_EQ(byStorage[1], byStorage[0])
+            << "p " << c.p << " n " << c.n << " weighted " << weighted;
+        all.insert(all.end(), byStorage[1].begin(), byStorage[1].end());
       }
     }
     perTarget.push_back(std::move(all));
