@@ -161,6 +161,49 @@ HWY_INLINE void WithConstant(int64_t n, const F& f) {
 // Four partial sums of rows storage in one register (two of AVX-512's halves).
 using D4 = hn::CappedTag<double, kLanes>;
 
+// The one-pass kernels' sums of deviation and raw powers, in the order of their slots here.
+enum PowerSum { kA2, kQ2, kA3, kA4, kQ3, kQ4 };
+constexpr int PowerSumCount(int order) { return order == 3 ? 6 : order == 2 ? 2 : 1; }
+
+// Adds the powers of one observation (value v, deviation e, weight wt) to the sums s[k], each a
+// scalar or a register: w e e is (w e) e, w e^4 is (w e^2) e^2, and likewise for v.
+template <int kOrder, bool kW, class V, class Mul, class Add>
+HWY_INLINE void AddPowers(V* s, V wt, V v, V e, const Mul& mul, const Add& add) {
+  auto weighted = [&](V t) { return kW ? mul(wt, t) : t; };
+  if constexpr (kOrder >= 1) s[kA2] = add(s[kA2], mul(weighted(e), e));
+  if constexpr (kOrder >= 2) s[kQ2] = add(s[kQ2], mul(weighted(v), v));
+  if constexpr (kOrder == 3) {
+    const V ee = mul(e, e), vv = mul(v, v);
+    s[kA3] = add(s[kA3], mul(mul(weighted(e), e), e));
+    s[kA4] = add(s[kA4], mul(weighted(ee), ee));
+    s[kQ3] = add(s[kQ3], mul(mul(weighted(v), v), v));
+    s[kQ4] = add(s[kQ4], mul(weighted(vv), vv));
+  }
+}
+template <int kOrder, bool kW, class V>
+HWY_INLINE void AddPowers(V* s, V wt, V v, V e) {
+  AddPowers<kOrder, kW>(
+      s, wt, v, e, [](V a, V b) { return hn::Mul(a, b); }, [](V a, V b) { return hn::Add(a, b); });
+}
+template <int kOrder, bool kW>
+HWY_INLINE void AddPowers(double* s, double wt, double v, double e) {
+  AddPowers<kOrder, kW>(
+      s, wt, v, e, [](double a, double b) { return a * b; },
+      [](double a, double b) { return a + b; });
+}
+
+// The block slot of each sum; the raw ones are weighted means, their sums times 1 / W.
+constexpr Slot kSlotOfPowerSum[] = {kCen2, kRaw2, kCen3, kCen4, kRaw3, kRaw4};
+constexpr bool IsRawSum(int k) { return k == kQ2 || k == kQ3 || k == kQ4; }
+
+// Moves the sums s (scaled by rb for the raw ones) into the block's slots b at dimension i.
+template <int kOrder>
+HWY_INLINE void StorePowers(const double* s, double rb, double* const* b, int64_t i) {
+  for (int k = 0; k < PowerSumCount(kOrder); ++k) {
+    b[kSlotOfPowerSum[k]][i] = IsRawSum(k) ? s[k] * rb : s[k];
+  }
+}
+
 // One-pass kernel, rows storage, one block [j0, j1), dimensions i0 .. i0 + kG - 1: the block's
 // mean (shifted sums), the sums of deviation and raw powers into b, the deviations into dev when
 // kS. Partial sum l of a dimension takes the observations j0 + l, j0 + l + 4, ... in order; with
@@ -168,9 +211,6 @@ using D4 = hn::CappedTag<double, kLanes>;
 template <class T, bool kW, int kOrder, bool kS, int kG>
 HWY_INLINE void OnePassRowsGroup(const KernelArgs<T>& args, const ThreadState<T>& st, int64_t i0,
                                  int64_t j0, int64_t j1, double rb, double* const* b, double* dev) {
-  constexpr bool kC2 = kOrder >= 1;
-  constexpr bool kR2 = kOrder >= 2;
-  constexpr bool kAll = kOrder == 3;
   const D4 d;
   using V = hn::Vec<D4>;
   constexpr bool kVector = hn::MaxLanes(D4()) == kLanes;
@@ -207,8 +247,8 @@ HWY_INLINE void OnePassRowsGroup(const KernelArgs<T>& args, const ThreadState<T>
     for (int l = 0; j < j1; ++j, ++l) s[g][l] += Weight<kW>(w, j) * (double(xi[j]) - K[g]);
     mb[g] = K[g] + ((s[g][0] + s[g][1]) + (s[g][2] + s[g][3])) * rb;
   }
-  // Deviation and raw powers; w e e is (w e) e as in the plain loop.
-  enum { kA2, kA3, kA4, kQ2, kQ3, kQ4, kSums };
+  // Deviation and raw powers.
+  constexpr int kSums = PowerSumCount(kOrder);
   double a[kG][kSums][kLanes] = {};
   if constexpr (kVector) {
     V acc[kG][kSums];
@@ -217,24 +257,11 @@ HWY_INLINE void OnePassRowsGroup(const KernelArgs<T>& args, const ThreadState<T>
     }
     for (int64_t j = j0; j < jv; j += kLanes) {
       const V wv = kW ? LoadAsDouble(d, w + j) : hn::Zero(d);
-      auto weighted = [&](V t) { return kW ? hn::Mul(wv, t) : t; };
       for (int g = 0; g < kG; ++g) {
         const V v = LoadAsDouble(d, xs[g] + j);
         const V e = hn::Sub(v, hn::Set(d, mb[g]));
         if constexpr (kS) hn::StoreU(e, d, dev + (i0 + g) * L + (j - j0));
-        V* ag = acc[g];
-        if constexpr (kC2) ag[kA2] = hn::Add(ag[kA2], hn::Mul(weighted(e), e));
-        if constexpr (kAll) {
-          const V ee = hn::Mul(e, e);
-          ag[kA3] = hn::Add(ag[kA3], hn::Mul(hn::Mul(weighted(e), e), e));
-          ag[kA4] = hn::Add(ag[kA4], hn::Mul(weighted(ee), ee));
-        }
-        if constexpr (kR2) ag[kQ2] = hn::Add(ag[kQ2], hn::Mul(weighted(v), v));
-        if constexpr (kAll) {
-          const V vv = hn::Mul(v, v);
-          ag[kQ3] = hn::Add(ag[kQ3], hn::Mul(hn::Mul(weighted(v), v), v));
-          ag[kQ4] = hn::Add(ag[kQ4], hn::Mul(weighted(vv), vv));
-        }
+        AddPowers<kOrder, kW>(acc[g], wv, v, e);
       }
     }
     for (int g = 0; g < kG; ++g) {
@@ -247,35 +274,24 @@ HWY_INLINE void OnePassRowsGroup(const KernelArgs<T>& args, const ThreadState<T>
     auto body = [&](int64_t jj, int l) {
       const double v = double(xi[jj]);
       const double e = v - mb[g];
-      const double wt = Weight<kW>(w, jj);
       if constexpr (kS) di[jj - j0] = e;
-      if constexpr (kC2) a[g][kA2][l] += wt * e * e;
-      if constexpr (kAll) {
-        a[g][kA3][l] += wt * e * e * e;
-        a[g][kA4][l] += wt * (e * e) * (e * e);
-      }
-      if constexpr (kR2) a[g][kQ2][l] += wt * v * v;
-      if constexpr (kAll) {
-        a[g][kQ3][l] += wt * v * v * v;
-        a[g][kQ4][l] += wt * (v * v) * (v * v);
-      }
+      double sl[kSums];
+      for (int k = 0; k < kSums; ++k) sl[k] = a[g][k][l];
+      AddPowers<kOrder, kW>(sl, Weight<kW>(w, jj), v, e);
+      for (int k = 0; k < kSums; ++k) a[g][k][l] = sl[k];
     };
     int64_t j = jv;
     for (; j + kLanes <= j1; j += kLanes) {
       for (int l = 0; l < kLanes; ++l) body(j + l, l);
     }
     for (int l = 0; j < j1; ++j, ++l) body(j, l);
-    auto total = [](const double* t) { return (t[0] + t[1]) + (t[2] + t[3]); };
-    const int64_t i = i0 + g;
-    b[kMean][i] = mb[g];
-    if constexpr (kC2) b[kCen2][i] = total(a[g][kA2]);
-    if constexpr (kR2) b[kRaw2][i] = total(a[g][kQ2]) * rb;
-    if constexpr (kAll) {
-      b[kCen3][i] = total(a[g][kA3]);
-      b[kCen4][i] = total(a[g][kA4]);
-      b[kRaw3][i] = total(a[g][kQ3]) * rb;
-      b[kRaw4][i] = total(a[g][kQ4]) * rb;
+    double totals[kSums];
+    for (int k = 0; k < kSums; ++k) {
+      const double* t = a[g][k];
+      totals[k] = (t[0] + t[1]) + (t[2] + t[3]);
     }
+    b[kMean][i0 + g] = mb[g];
+    StorePowers<kOrder>(totals, rb, b, i0 + g);
   }
 }
 
@@ -324,13 +340,10 @@ HWY_INLINE void DeviationProducts(const double* dev, int64_t L, const TW* w, int
 template <class T, bool kW, int kOrder, bool kS>
 bool OnePassColumnsInRegisters(const T* xb, const T* w, int64_t p, int64_t L, double rb,
                                const double* shift, double* const* b, double* dev) {
-  constexpr bool kC2 = kOrder >= 1;
-  constexpr bool kR2 = kOrder >= 2;
-  constexpr bool kAll = kOrder == 3;
   const hn::ScalableTag<double> dd;
   using V = hn::Vec<decltype(dd)>;
   constexpr int64_t kN = hn::MaxLanes(dd);
-  constexpr int kSums = kAll ? 6 : kR2 ? 2 : 1;
+  constexpr int kSums = PowerSumCount(kOrder);
   constexpr int kTile = std::clamp((kN >= 8 ? 20 : 10) / (kSums + 1), 1, 3);
   const int64_t registers = (p + kN - 1) / kN;
   if (registers > kTile) return false;
@@ -360,7 +373,6 @@ bool OnePassColumnsInRegisters(const T* xb, const T* w, int64_t p, int64_t L, do
         oxl::HWY_NAMESPACE::StorePartial(dd, mean[t], b[kMean] + t * kN, size_t(width(t)));
       }
     }
-    enum { kA2, kQ2, kA3, kA4, kQ3, kQ4 };
     V sum[kT][kSums];
     for (auto& row : sum) {
       for (auto& v : row) v = hn::Zero(dd);
@@ -369,7 +381,6 @@ bool OnePassColumnsInRegisters(const T* xb, const T* w, int64_t p, int64_t L, do
     for (int64_t j = 0; j < L; ++j) {
       const T* xj = xb + j * p;
       const V wt = hn::Set(dd, Weight<kW>(w, j));
-      auto weighted = [&](V v) { return kW ? hn::Mul(wt, v) : v; };
       for (int t = 0; t < kT; ++t) {
         const V v = LoadAsDouble(dd, xj + t * kN, width(t));
         const V e = hn::Sub(v, mean[t]);
@@ -377,29 +388,13 @@ bool OnePassColumnsInRegisters(const T* xb, const T* w, int64_t p, int64_t L, do
           hn::Store(e, dd, e_lanes);
           for (int64_t l = 0; l < width(t); ++l) dev[(t * kN + l) * L + j] = e_lanes[l];
         }
-        V* s = sum[t];
-        if constexpr (kC2) s[kA2] = hn::Add(s[kA2], hn::Mul(weighted(e), e));
-        if constexpr (kR2) s[kQ2] = hn::Add(s[kQ2], hn::Mul(weighted(v), v));
-        if constexpr (kAll) {
-          const V ee = hn::Mul(e, e), vv = hn::Mul(v, v);
-          s[kA3] = hn::Add(s[kA3], hn::Mul(hn::Mul(weighted(e), e), e));
-          s[kA4] = hn::Add(s[kA4], hn::Mul(weighted(ee), ee));
-          s[kQ3] = hn::Add(s[kQ3], hn::Mul(hn::Mul(weighted(v), v), v));
-          s[kQ4] = hn::Add(s[kQ4], hn::Mul(weighted(vv), vv));
-        }
+        AddPowers<kOrder, kW>(sum[t], wt, v, e);
       }
     }
     for (int t = 0; t < kT; ++t) {
-      const size_t n = size_t(width(t));
-      const int64_t at = t * kN;
-      if constexpr (kC2) oxl::HWY_NAMESPACE::StorePartial(dd, sum[t][kA2], b[kCen2] + at, n);
-      if constexpr (kR2)
-        oxl::HWY_NAMESPACE::StorePartial(dd, hn::Mul(sum[t][kQ2], r), b[kRaw2] + at, n);
-      if constexpr (kAll) {
-        oxl::HWY_NAMESPACE::StorePartial(dd, sum[t][kA3], b[kCen3] + at, n);
-        oxl::HWY_NAMESPACE::StorePartial(dd, sum[t][kA4], b[kCen4] + at, n);
-        oxl::HWY_NAMESPACE::StorePartial(dd, hn::Mul(sum[t][kQ3], r), b[kRaw3] + at, n);
-        oxl::HWY_NAMESPACE::StorePartial(dd, hn::Mul(sum[t][kQ4], r), b[kRaw4] + at, n);
+      for (int k = 0; k < kSums; ++k) {
+        oxl::HWY_NAMESPACE::StorePartial(dd, IsRawSum(k) ? hn::Mul(sum[t][k], r) : sum[t][k],
+                                         b[kSlotOfPowerSum[k]] + t * kN, size_t(width(t)));
       }
     }
   });
@@ -410,9 +405,6 @@ bool OnePassColumnsInRegisters(const T* xb, const T* w, int64_t p, int64_t L, do
 // order 3; S when kS.
 template <class T, bool kCols, bool kW, int kOrder, bool kS>
 void OnePassKernel(const KernelArgs<T>& args, int64_t first, int64_t end, ThreadState<T>& st) {
-  constexpr bool kC2 = kOrder >= 1;
-  constexpr bool kR2 = kOrder >= 2;
-  constexpr bool kAll = kOrder == 3;
   const int64_t p = args.p;
   const T* x = args.x;
   const T* w = args.w;
@@ -432,20 +424,13 @@ void OnePassKernel(const KernelArgs<T>& args, int64_t first, int64_t end, Thread
     if (Wb == 0.0) continue;
     const double rb = 1.0 / Wb;
     if constexpr (!kCols) {
-      if constexpr (hn::MaxLanes(D4()) == kLanes) {
-        // Several dimensions at once, each with its own four partial sums in one register: the
-        // sums of one dimension are chains of dependent additions, and the dimensions beside it
-        // fill the wait. Each dimension's additions are those of the plain loop below.
-        for (int64_t i = 0; i < p; i += kGroup) {
-          WithConstant<kGroup>(std::min<int64_t>(kGroup, p - i), [&](auto g) {
-            OnePassRowsGroup<T, kW, kOrder, kS, decltype(g)::value>(args, st, i, j0, j1, rb, b,
-                                                                    dev);
-          });
-        }
-      } else {
-        for (int64_t i = 0; i < p; ++i) {
-          OnePassRowsGroup<T, kW, kOrder, kS, 1>(args, st, i, j0, j1, rb, b, dev);
-        }
+      // Several dimensions at once, each with its own four partial sums in one register: the
+      // sums of one dimension are chains of dependent additions, and the dimensions beside it
+      // fill the wait.
+      for (int64_t i = 0; i < p; i += kGroup) {
+        WithConstant<kGroup>(std::min<int64_t>(kGroup, p - i), [&](auto g) {
+          OnePassRowsGroup<T, kW, kOrder, kS, decltype(g)::value>(args, st, i, j0, j1, rb, b, dev);
+        });
       }
     } else {
       const T* xb = x + j0 * p;
@@ -461,9 +446,10 @@ void OnePassKernel(const KernelArgs<T>& args, int64_t first, int64_t end, Thread
           for (int64_t i = 0; i < p; ++i) b[kMean][i] += wt * (double(xj[i]) - shift[i]);
         }
         for (int64_t i = 0; i < p; ++i) b[kMean][i] = shift[i] + b[kMean][i] * rb;
-        for (int k = 1; k < kSlotCount; ++k) {
-          if (slots & (1u << k)) std::fill(b[k], b[k] + p, 0.0);
-        }
+        // The sums in the block's slots, observation after observation.
+        constexpr int kSums = PowerSumCount(kOrder);
+        for (int k = 0; k < kSums; ++k)
+          std::fill(b[kSlotOfPowerSum[k]], b[kSlotOfPowerSum[k]] + p, 0.0);
         for (int64_t j = 0; j < L; ++j) {
           const double wt = Weight<kW>(w, j0 + j);
           const T* xj = xb + j * p;
@@ -471,21 +457,15 @@ void OnePassKernel(const KernelArgs<T>& args, int64_t first, int64_t end, Thread
             const double v = double(xj[i]);
             const double e = v - b[kMean][i];
             if constexpr (kS) dev[i * L + j] = e;
-            if constexpr (kC2) b[kCen2][i] += wt * e * e;
-            if constexpr (kAll) {
-              b[kCen3][i] += wt * e * e * e;
-              b[kCen4][i] += wt * (e * e) * (e * e);
-            }
-            if constexpr (kR2) b[kRaw2][i] += wt * v * v;
-            if constexpr (kAll) {
-              b[kRaw3][i] += wt * v * v * v;
-              b[kRaw4][i] += wt * (v * v) * (v * v);
-            }
+            double si[kSums];
+            for (int k = 0; k < kSums; ++k) si[k] = b[kSlotOfPowerSum[k]][i];
+            AddPowers<kOrder, kW>(si, wt, v, e);
+            for (int k = 0; k < kSums; ++k) b[kSlotOfPowerSum[k]][i] = si[k];
           }
         }
-        for (int k = kRaw2; k <= kRaw4; ++k) {
-          if (slots & (1u << k)) {
-            for (int64_t i = 0; i < p; ++i) b[k][i] *= rb;
+        for (int k = 0; k < kSums; ++k) {
+          if (IsRawSum(k)) {
+            for (int64_t i = 0; i < p; ++i) b[kSlotOfPowerSum[k]][i] *= rb;
           }
         }
       }
