@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-  build-essential cmake pkg-config
+  build-essential cmake pkg-config ccache
   libhwy-dev                      # SIMD layer with runtime dispatch
   libopenblas-dev liblapack-dev   # BLAS and LAPACK
   libomp-dev                      # OpenMP for the thread-service companion library
