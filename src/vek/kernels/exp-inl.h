@@ -206,10 +206,12 @@ struct BodyBase {
 
 enum class ExpLevel { kHA, kLA, kEP };
 
-// The table kernels of Exp: sExp HA (32 entries), dExp HA, LA and EP (16 entries).
+// The table kernels of Exp: sExp HA, dExp HA, LA and EP, all with 16 entries. Sixteen floats
+// fit one AVX-512 register and two AVX2 registers (32 would take twice the permutes on AVX2, where
+// the lookups were half of sExp HA's time); the float polynomial has a term more instead.
 template <class T, ExpLevel kLevel>
 struct ExpTableBody : exp_detail::BodyBase<T> {
-  static constexpr int kEntries = sizeof(T) == 4 ? 32 : 16;
+  static constexpr int kEntries = 16;
   static constexpr bool kWithLo = kLevel == ExpLevel::kHA;
   const char* name = sizeof(T) == 4 ? "vsExp" : "vdExp";
   exp_detail::Tables<T, kEntries, kWithLo> tables;
@@ -233,9 +235,11 @@ struct ExpTableBody : exp_detail::BodyBase<T> {
     const auto s = exp_detail::ScaledHi<kEntries>(d, tables.hi, red.z);
     hn::Vec<D> result;
     if constexpr (sizeof(T) == 4) {
-      // p = r^2 (c3 r + c2) + (T_lo + r)
+      // p = r^2 (c4 r^2 + c3 r + c2) + (T_lo + r) with Taylor's coefficients: on [0, ln 2 / 16)
+      // the first term left out, r^5 / 120, is below 1.3e-9 relative, 0.02 ulp.
       const auto t_lo = Lookup(d, tables.lo, red.z);
-      const auto c = Fma(d, hn::Set(d, 0.16667155921459198f), r, hn::Set(d, 0.5000146627426147f));
+      auto c = Fma(d, hn::Set(d, 1.0f / 24), r, hn::Set(d, 1.0f / 6));
+      c = Fma(d, c, r, hn::Set(d, 0.5f));
       const auto p = Fma(d, hn::Mul(r, r), c, hn::Add(t_lo, r));
       result = Fma(d, p, s, s);
     } else if constexpr (kLevel == ExpLevel::kHA) {
