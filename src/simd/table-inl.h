@@ -36,7 +36,7 @@ constexpr bool TableInRegisters() {
   return hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 64;
 #elif HWY_TARGET == HWY_AVX2
   return hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 32 &&
-         (sizeof(hn::TFromD<D>) == 4 || kEntries == 16);
+         (sizeof(hn::TFromD<D>) == 4 || kEntries <= 16);
 #else
   return false;
 #endif
@@ -52,13 +52,15 @@ struct RegisterTable;
 
 template <class D, size_t kEntries>
 struct RegisterTable<D, kEntries, true> {
-  static_assert(kEntries == 16 || kEntries == 32, "tables have 16 or 32 entries");
+  static_assert(kEntries == 16 || kEntries == 32 || (kEntries == 8 && sizeof(hn::TFromD<D>) == 8),
+                "tables have 16 or 32 entries, or 8 doubles");
   hn::VFromD<D> reg[kEntries / hn::MaxLanes(D())];
 };
 
 template <class D, size_t kEntries>
 struct RegisterTable<D, kEntries, false> {
-  static_assert(kEntries == 16 || kEntries == 32, "tables have 16 or 32 entries");
+  static_assert(kEntries == 16 || kEntries == 32 || (kEntries == 8 && sizeof(hn::TFromD<D>) == 8),
+                "tables have 16 or 32 entries, or 8 doubles");
   const hn::TFromD<D>* data;
 };
 
@@ -72,16 +74,18 @@ HWY_API RegisterTable<D, kEntries> LoadTable(D d, const hn::TFromD<D>* HWY_RESTR
     for (size_t i = 0; i < kEntries / kLanes; ++i) table.reg[i] = hn::Load(d, values + i * kLanes);
 #if HWY_TARGET == HWY_AVX2
     if constexpr (sizeof(hn::TFromD<D>) == 8) {
-      // Halves: reg[0], reg[1] the low 32 bits of entries 0-7 and 8-15, reg[2], reg[3] the high.
+      // Halves: the first kEntries / 8 registers hold the low 32 bits of entries 0-7 (and 8-15),
+      // the others the high 32 bits.
+      constexpr size_t kRegs = kEntries / kLanes;
       const __m256i gather_halves = _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7);
-      __m256 split[4];
-      for (size_t i = 0; i < 4; ++i) {
+      __m256 split[kRegs];
+      for (size_t i = 0; i < kRegs; ++i) {
         split[i] = _mm256_permutevar8x32_ps(_mm256_castpd_ps(table.reg[i].raw), gather_halves);
       }
-      for (size_t i = 0; i < 2; ++i) {
+      for (size_t i = 0; i < kRegs / 2; ++i) {
         table.reg[i].raw =
             _mm256_castps_pd(_mm256_permute2f128_ps(split[2 * i], split[2 * i + 1], 0x20));
-        table.reg[2 + i].raw =
+        table.reg[kRegs / 2 + i].raw =
             _mm256_castps_pd(_mm256_permute2f128_ps(split[2 * i], split[2 * i + 1], 0x31));
       }
     }
@@ -112,6 +116,8 @@ HWY_API hn::VFromD<D> Lookup(D d, const RegisterTable<D, kEntries, kInRegisters>
         return hn::VFromD<D>{_mm512_permutex2var_ps(table.reg[0].raw, idx.raw, table.reg[1].raw)};
       }
     } else {
+      if constexpr (kEntries == 8)
+        return hn::VFromD<D>{_mm512_permutexvar_pd(idx.raw, table.reg[0].raw)};
       const __m512d low = _mm512_permutex2var_pd(table.reg[0].raw, idx.raw, table.reg[1].raw);
       if constexpr (kEntries == 16) {
         return hn::VFromD<D>{low};
@@ -124,9 +130,14 @@ HWY_API hn::VFromD<D> Lookup(D d, const RegisterTable<D, kEntries, kInRegisters>
 #elif HWY_TARGET == HWY_AVX2
     if constexpr (sizeof(T) == 8) {
       // The low halves by the index in the low 32 bits of each lane, the high halves by the index
-      // moved up; bit 3 of the index, copied to both halves and shifted to the sign, picks the
-      // register.
+      // moved up; for 16 entries bit 3 of the index, copied to both halves and shifted to the
+      // sign, picks the register.
       const __m256i up = _mm256_slli_epi64(idx.raw, 32);
+      if constexpr (kEntries == 8) {
+        const __m256 low = _mm256_permutevar8x32_ps(_mm256_castpd_ps(table.reg[0].raw), idx.raw);
+        const __m256 high = _mm256_permutevar8x32_ps(_mm256_castpd_ps(table.reg[1].raw), up);
+        return hn::VFromD<D>{_mm256_castps_pd(_mm256_blend_ps(low, high, 0xAA))};
+      }
       const __m256 bit3 =
           _mm256_castsi256_ps(_mm256_slli_epi32(_mm256_shuffle_epi32(idx.raw, 0xA0), 28));
       const auto half = [&](size_t first, __m256i index) {
@@ -138,8 +149,9 @@ HWY_API hn::VFromD<D> Lookup(D d, const RegisterTable<D, kEntries, kInRegisters>
     } else {
       // vpermps uses the low three bits; bit 3 (and bit 4) shifted to the sign picks the register.
       const __m256 bit3 = _mm256_castsi256_ps(_mm256_slli_epi32(idx.raw, 28));
-      const __m256 low = _mm256_blendv_ps(_mm256_permutevar8x32_ps(table.reg[0].raw, idx.raw),
-                                          _mm256_permutevar8x32_ps(table.reg[1].raw, idx.raw), bit3);
+      const __m256 low =
+          _mm256_blendv_ps(_mm256_permutevar8x32_ps(table.reg[0].raw, idx.raw),
+                           _mm256_permutevar8x32_ps(table.reg[1].raw, idx.raw), bit3);
       if constexpr (kEntries == 16) {
         return hn::VFromD<D>{low};
       } else {
