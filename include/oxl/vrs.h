@@ -210,6 +210,18 @@ OXL_API int32_t __vrsdBRngMRG32K3A(StreamRecord* stream, int32_t n, double* r, d
 OXL_API int32_t __vrsiBRngMRG32K3A(StreamRecord* stream, int32_t n, uint32_t* r);
 
 /* ---------------------------------------------------------------------------------------------
+ * R250: Kirkpatrick and Stoll's feedback shift register x[n] = x[n-250] ^ x[n-147] on 32-bit
+ * words. 250 seed words or more are the register as given; fewer seed it from word 0 (1 for none
+ * or 0) by the multiplier 69069, with 16 words fixed for full period. dBRng is the word as
+ * unsigned times (b - a) 2^-32, plus a, by one fused multiply-add; sBRng the same in double,
+ * rounded to float. No leapfrog and no skip-ahead. */
+OXL_API int32_t __vrsBRngR250InitStream(int32_t method, StreamRecord* stream, int32_t n,
+                                        const uint32_t* params);
+OXL_API int32_t __vrssBRngR250(StreamRecord* stream, int32_t n, float* r, float a, float b);
+OXL_API int32_t __vrsdBRngR250(StreamRecord* stream, int32_t n, double* r, double a, double b);
+OXL_API int32_t __vrsiBRngR250(StreamRecord* stream, int32_t n, uint32_t* r);
+
+/* ---------------------------------------------------------------------------------------------
  * Twister generators.
  *   MT19937:   Mersenne twister of period 2^19937 - 1; outputs the tempered word, as unsigned.
  *   MT2203:    6024 Mersenne twisters of period 2^2203 - 1, one per id offset.

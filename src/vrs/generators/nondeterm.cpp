@@ -15,6 +15,7 @@
 
 #include "oxl/platform.h"
 #include "vrs/generators/counter.h"
+#include "vrs/generators/methods.h"
 #include "vrs/streams/stream_record.h"
 
 namespace oxl::vrs {
@@ -55,19 +56,11 @@ OXL_API int __vrsCPUisRDRAND(void) { return (hardware_hooks.features() & OXL_CPU
 
 OXL_API int32_t __vrsBRngTRNGInitStream(int32_t method, StreamRecord* stream, int32_t n,
                                         const uint32_t* params) {
+  if (method != OXL_BRNG_INIT_SEED) return StatusWithoutJumps(method);
   NondetermState& s = *StateOf<NondetermState>(stream);
-  switch (method) {
-    case OXL_BRNG_INIT_SEED:
-      s.Source = 0;
-      s.Retries = n >= 2 && params[1] != 0 ? params[1] : 10;
-      return 0;
-    case OXL_BRNG_INIT_LEAPFROG:
-      return StatusNoLeapfrog;
-    case OXL_BRNG_INIT_SKIPAHEAD:
-      return StatusNoSkipAhead;
-    default:
-      return StatusBadMethod;
-  }
+  s.Source = 0;
+  s.Retries = n >= 2 && params[1] != 0 ? params[1] : 10;
+  return 0;
 }
 
 OXL_API int32_t __vrsiBRngTRNG(StreamRecord* stream, int32_t n, uint32_t* r) {

@@ -1,7 +1,8 @@
-// ARS5, PHILOX4X32X10 and NONDETERM: Random123's blocks (make_counter_data.cpp) as streams on
-// every SIMD target and however a request is split, the mappings, skip-ahead against stepping and
-// against counter arithmetic, seeding, and every status, with the processor's AES and RDRAND
-// replaced by fakes where a status needs their absence or failure.
+// ARS5, PHILOX4X32X10, NONDETERM and R250: Random123's blocks (make_counter_data.cpp) and R250's
+// words in exact integers (make_r250_data.py) as streams on every SIMD target and however a
+// request is split, the mappings, skip-ahead against stepping and against counter arithmetic,
+// seeding, and every status, with the processor's AES and RDRAND replaced by fakes where a status
+// needs their absence or failure.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -19,6 +20,7 @@
 #include "support/stream_guard.h"
 #include "support/targets.h"
 #include "vrs/generators/counter.h"
+#include "vrs/generators/r250.h"
 #include "vrs/streams/stream_record.h"
 
 namespace oxl::vrs {
@@ -26,7 +28,7 @@ namespace {
 
 using Stream = test::StreamGuard;
 
-// A stream of known words: its generator, its seed, and the blocks Random123 makes from it.
+// A stream of known words: its generator, its seed, and the words it gives.
 struct KnownStream {
   std::string name;
   int32_t id;
@@ -55,6 +57,19 @@ std::vector<KnownStream> KnownStreams() {
     auto& words = streams[at->second].words;
     words.insert(words.end(), v.begin() + 8, v.end());
   }
+  // R250: a case's seed words are s0 + i 0x9E3779B9.
+  const auto r250 =
+      test::RefTable::Load(test::RefTable::TestsPath("vrs/generators/data/r250_outputs.txt"));
+  for (size_t r = 0; r < r250.rows(); ++r) {
+    const std::string name = "r250_" + r250.Field(r, 0);
+    if (streams.back().name != name) {
+      std::vector<uint32_t> seed(r250.Unsigned(r, 1));
+      for (size_t i = 0; i < seed.size(); ++i)
+        seed[i] = static_cast<uint32_t>(r250.Unsigned(r, 2) + i * 0x9E3779B9u);
+      streams.push_back({name, OXL_BRNG_R250, seed, {}});
+    }
+    streams.back().words.push_back(static_cast<uint32_t>(r250.Unsigned(r, 4)));
+  }
   return streams;
 }
 
@@ -62,6 +77,16 @@ const std::vector<KnownStream>& Known() {
   static const std::vector<KnownStream> known = KnownStreams();
   return known;
 }
+
+const KnownStream& Find(const std::string& name) {
+  for (const KnownStream& k : Known()) {
+    if (k.name == name) return k;
+  }
+  ADD_FAILURE() << "no known stream " << name;
+  return Known().front();
+}
+
+bool CounterBased(const KnownStream& k) { return k.id != OXL_BRNG_R250; }
 
 TEST(CounterBased, PhiloxKeepsRandom123sPublishedAnswers) {
   // The first rows of the table are the known-answer vectors that Random123 publishes for
@@ -87,6 +112,21 @@ std::vector<int32_t> RandomSplit(std::mt19937& rng, int32_t total) {
   return parts;
 }
 
+TEST(FeedbackShift, R250Seeding) {
+  // Seed word 0 and no seed are seed word 1; a seed of 100 words uses its first only.
+  EXPECT_EQ(Find("r250_zero").words, Find("r250_one").words);
+  EXPECT_EQ(Find("r250_none").words, Find("r250_one").words);
+  // 250 words or more are the register as given, without the fix of the short seeds.
+  for (const char* name : {"r250_full", "r250_long"}) {
+    const KnownStream& k = Find(name);
+    Stream st(k.id, k.seed);
+    const R250State& s = *StateOf<R250State>(st.s);
+    EXPECT_TRUE(std::equal(s.Words, s.Words + kR250Words, k.seed.begin())) << name;
+    EXPECT_EQ(s.First, 0);
+    EXPECT_EQ(s.Second, kR250Lag);
+  }
+}
+
 // Replaces the processor's features and RDRAND for the life of the object.
 struct FakeHardware {
   HardwareHooks saved = hardware_hooks;
@@ -108,7 +148,7 @@ void ForEachTargetAndAesWidth(const std::function<void(const std::string&)>& bod
 }
 
 TEST(CounterBased, KnownAnswersOnEveryTargetAndSplit) {
-  ASSERT_EQ(Known().size(), 10u);
+  ASSERT_EQ(Known().size(), 17u);
   std::mt19937 rng(5);
   ForEachTargetAndAesWidth([&](const std::string& target) {
     for (const KnownStream& k : Known()) {
@@ -125,14 +165,13 @@ TEST(CounterBased, KnownAnswersOnEveryTargetAndSplit) {
   });
 }
 
-// dBRng and sBRng are SFMT19937's mapping of the same words: the word as signed, FMA with
-// (b - a) 2^-32 and (a + b) / 2, floats from the double scale and centre rounded once.
+// dBRng and sBRng of the counter-based generators are SFMT19937's mapping: the word as signed,
+// FMA with (b - a) 2^-32 and (a + b) / 2, floats from the double scale and centre rounded once.
+// R250's take the word as unsigned from a, floats in double rounded last.
 TEST(CounterBased, MappingsOnEveryTarget) {
   const double a = -3.0, b = 5.5;
   const float fa = -1.25f, fb = 1e6f;
-  const double scale = (b - a) * 0x1p-32, centre = (a + b) * 0.5;
-  const auto fscale = static_cast<float>((double{fb} - fa) * 0x1p-32);
-  const auto fcentre = static_cast<float>((double{fa} + fb) * 0.5);
+  const double scale = (b - a) * 0x1p-32, fscale = (double{fb} - fa) * 0x1p-32;
   ForEachTargetAndAesWidth([&](const std::string& target) {
     for (const KnownStream& k : Known()) {
       if (k.words.size() < 1000) continue;
@@ -145,9 +184,20 @@ TEST(CounterBased, MappingsOnEveryTarget) {
       ASSERT_EQ(RowOf(flt.s).sBRng(flt.s, 501, f.data(), fa, fb), 0);
       ASSERT_EQ(RowOf(flt.s).sBRng(flt.s, n - 501, f.data() + 501, fa, fb), 0);
       for (int i = 0; i < n; ++i) {
-        const auto w = static_cast<int32_t>(k.words[i]);
-        ASSERT_EQ(d[i], std::fma(static_cast<double>(w), scale, centre)) << k.name << target << i;
-        ASSERT_EQ(f[i], std::fma(static_cast<float>(w), fscale, fcentre)) << k.name << target << i;
+        const uint32_t w = k.words[i];
+        double want_d;
+        float want_f;
+        if (CounterBased(k)) {
+          const auto sw = static_cast<int32_t>(w);
+          want_d = std::fma(static_cast<double>(sw), scale, (a + b) * 0.5);
+          want_f = std::fma(static_cast<float>(sw), static_cast<float>(fscale),
+                            static_cast<float>((double{fa} + fb) * 0.5));
+        } else {
+          want_d = std::fma(static_cast<double>(w), scale, a);
+          want_f = static_cast<float>(std::fma(static_cast<double>(w), fscale, double{fa}));
+        }
+        ASSERT_EQ(d[i], want_d) << k.name << " " << target << " " << i;
+        ASSERT_EQ(f[i], want_f) << k.name << " " << target << " " << i;
       }
     }
   });
@@ -166,7 +216,7 @@ void ExpectSkipMatchesStepping(const KnownStream& k, int32_t drawn, int32_t skip
 
 TEST(CounterBased, SkipAheadEqualsStepping) {
   for (const KnownStream& k : Known()) {
-    if (k.words.size() < 1000) continue;
+    if (k.words.size() < 1000 || !CounterBased(k)) continue;
     // With 0 to 3 words left in Buffer: skips of none, of exactly those, one more, and past
     // several blocks ending at each place of a block.
     for (int32_t drawn : {0, 1, 2, 3, 4, 5, 7}) {
@@ -181,6 +231,7 @@ TEST(CounterBased, SkipAheadEqualsStepping) {
 // where the skipped stream stands; the largest count carries into the counter's high half.
 TEST(CounterBased, LongSkipsAreCounterArithmetic) {
   for (const KnownStream& k : Known()) {
+    if (!CounterBased(k)) continue;
     const size_t at = k.seed.size() - 4;  // the counter's place in the seed
     for (uint64_t skip : {uint64_t{1} << 34, (uint64_t{1} << 63) + 5, ~uint64_t{0}}) {
       for (int32_t drawn : {0, 3}) {
@@ -224,12 +275,13 @@ TEST(CounterBased, SeedingFillsMissingWordsWithZero) {
 }
 
 TEST(CounterBased, StatusesOfMethodsAndMissingAes) {
-  for (int32_t id : {OXL_BRNG_PHILOX4X32X10, OXL_BRNG_ARS5, OXL_BRNG_NONDETERM}) {
+  for (int32_t id : {OXL_BRNG_PHILOX4X32X10, OXL_BRNG_ARS5, OXL_BRNG_NONDETERM, OXL_BRNG_R250}) {
     Stream st(id, {1, 2, 3});
     const BrngRecord& row = RowOf(st.s);
+    const bool skips = id == OXL_BRNG_PHILOX4X32X10 || id == OXL_BRNG_ARS5;
     EXPECT_EQ(__vrsLeapfrogStream(st.s, 0, 2), StatusNoLeapfrog);
     EXPECT_EQ(__vrsLeapfrogStream(st.s, 0, -1), StatusBadLeapfrogCount);
-    EXPECT_EQ(__vrsSkipAheadStream(st.s, 3), id == OXL_BRNG_NONDETERM ? StatusNoSkipAhead : 0);
+    EXPECT_EQ(__vrsSkipAheadStream(st.s, 3), skips ? 0 : StatusNoSkipAhead);
     const uint32_t params[2] = {0, 0};
     EXPECT_EQ(row.InitStream(3, st.s, 1, params), StatusBadMethod);
     EXPECT_EQ(row.InitStream(-1, st.s, 1, params), StatusBadMethod);
