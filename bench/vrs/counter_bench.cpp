@@ -93,14 +93,17 @@ void Ars(benchmark::State& state, char form) { Random123<R123Ars>(state, form); 
 
 void Sizes(benchmark::internal::Benchmark* b) { b->Arg(1024)->Arg(65536); }
 
-#define OXL_COUNTER_BENCH(name, id, peer)                            \
-  BENCHMARK_CAPTURE(Library, oxl / name / i, id, 'i')->Apply(Sizes); \
-  BENCHMARK_CAPTURE(peer, r123 / name / i, 'i')->Apply(Sizes);       \
-  BENCHMARK_CAPTURE(Library, oxl / name / d, id, 'd')->Apply(Sizes); \
-  BENCHMARK_CAPTURE(peer, r123 / name / d, 'd')->Apply(Sizes);
+// The names are paths, not divisions.
+// clang-format off
+#define OXL_COUNTER_BENCH(name, id, peer)                        \
+  BENCHMARK_CAPTURE(Library, oxl/name/i, id, 'i')->Apply(Sizes); \
+  BENCHMARK_CAPTURE(peer, r123/name/i, 'i')->Apply(Sizes);       \
+  BENCHMARK_CAPTURE(Library, oxl/name/d, id, 'd')->Apply(Sizes); \
+  BENCHMARK_CAPTURE(peer, r123/name/d, 'd')->Apply(Sizes);
 
 OXL_COUNTER_BENCH(philox4x32x10, OXL_BRNG_PHILOX4X32X10, Philox)
 OXL_COUNTER_BENCH(ars5, OXL_BRNG_ARS5, Ars)
+// clang-format on
 
 }  // namespace
 
