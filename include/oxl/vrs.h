@@ -259,7 +259,9 @@ OXL_API int32_t __vrsiBRngSFMT19937(StreamRecord* stream, int32_t n, uint32_t* r
  *                  StatusRdrandFailed when it keeps failing, with the outputs before in place.
  * The counter-based ones give the four words of each counter's block in order, one counter after
  * the other; dBRng and sBRng take a word as signed and centre it on (a + b) / 2, as SFMT19937
- * does. Skip-ahead counts words, up to 2^64 - 1; none of the three has leapfrog. */
+ * does. Skip-ahead counts words: up to 2^64 - 1 through __vrsSkipAheadStream, and up to
+ * 2^128 - 1 through InitStream(2, stream, 4, count) with the count in four 32-bit words, low
+ * first. None of the three has leapfrog. */
 OXL_API int32_t __vrsBRngPHILOX4X32X10InitStream(int32_t method, StreamRecord* stream, int32_t n,
                                                  const uint32_t* params);
 OXL_API int32_t __vrssBRngPHILOX4X32X10(StreamRecord* stream, int32_t n, float* r, float a,

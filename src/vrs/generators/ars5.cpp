@@ -210,7 +210,7 @@ OXL_API int32_t __vrsBRngARS5InitStream(int32_t method, StreamRecord* stream, in
     case OXL_BRNG_INIT_SKIPAHEAD: {
       if (!__vrsCPUisAES()) return StatusNoAes;
       const Ars5Keys keys(s.Key);
-      CounterSkipAhead(s, SkipCountParam(params),
+      CounterSkipAhead(s, CounterSkipCount(n, params),
                        [&keys](Counter128 ctr, uint32_t* out) { Ars5Block(keys, ctr, out); });
       return 0;
     }

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "oxl/vrs.h"
+#include "vrs/streams/stream_record.h"
 
 namespace oxl::vrs {
 
@@ -104,17 +105,32 @@ inline void PhiloxBlock(uint32_t key0, uint32_t key1, Counter128 ctr, uint32_t* 
   out[0] = c0, out[1] = c1, out[2] = c2, out[3] = c3;
 }
 
-// Skip-ahead of either counter-based generator by s words, `block` making one block of a counter
-// into Buffer. The words left in Buffer go first; then whole blocks are counter arithmetic, and
-// a skip that ends inside a block makes that block, whose rest waits in Buffer.
+// Method 2's count of words: the 64-bit count that __vrsSkipAheadStream passes (n = 2), or, from
+// a direct call of InitStream with n of 3 or 4, that many 32-bit words, low first. The counter
+// has 128 bits, so skips past 2^64 words are exact too.
+inline unsigned __int128 CounterSkipCount(int32_t n, const uint32_t* params) {
+  if (n <= 2) return SkipCountParam(params);
+  unsigned __int128 skip = 0;
+  for (int32_t i = (n < 4 ? n : 4) - 1; i >= 0; --i) skip = (skip << 32) | params[i];
+  return skip;
+}
+
+// Skip-ahead of either counter-based generator by `skip` words, `block` making one block of a
+// counter into Buffer. The words left in Buffer go first; then whole blocks are counter
+// arithmetic (mod 2^128, as the counter wraps), and a skip that ends inside a block makes that
+// block, whose rest waits in Buffer. A Pos outside 0..4 counts as an empty Buffer.
 template <class State, class MakeBlock>
-void CounterSkipAhead(State& s, uint64_t skip, const MakeBlock& block) {
-  const auto pos = static_cast<uint64_t>(s.Pos);
+void CounterSkipAhead(State& s, unsigned __int128 skip, const MakeBlock& block) {
+  using U128 = unsigned __int128;
+  if (static_cast<uint32_t>(s.Pos) > 4) s.Pos = 0;
+  const auto pos = static_cast<U128>(s.Pos);
   if (skip <= pos) {
     s.Pos = static_cast<int32_t>(pos - skip);
     return;
   }
-  const Counter128 ctr = LoadCounter(s) + ((skip - pos - 1) >> 2);
+  const Counter128 now = LoadCounter(s);
+  const U128 at = ((U128{now.hi} << 64) | now.lo) + ((skip - pos - 1) >> 2);
+  const Counter128 ctr{static_cast<uint64_t>(at), static_cast<uint64_t>(at >> 64)};
   s.Pos = static_cast<int32_t>((pos - skip) & 3);
   if (s.Pos != 0) block(ctr, s.Buffer);
   StoreCounter(s, ctr + 1);

@@ -154,7 +154,7 @@ OXL_API int32_t __vrsBRngPHILOX4X32X10InitStream(int32_t method, StreamRecord* s
     case OXL_BRNG_INIT_LEAPFROG:
       return StatusNoLeapfrog;
     case OXL_BRNG_INIT_SKIPAHEAD:
-      CounterSkipAhead(s, SkipCountParam(params), [&s](Counter128 ctr, uint32_t* out) {
+      CounterSkipAhead(s, CounterSkipCount(n, params), [&s](Counter128 ctr, uint32_t* out) {
         PhiloxBlock(s.Key0, s.Key1, ctr, out);
       });
       return 0;

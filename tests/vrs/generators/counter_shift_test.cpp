@@ -228,28 +228,40 @@ TEST(CounterBased, SkipAheadEqualsStepping) {
 }
 
 // Skips too long to step: the stream seeded with the counter plus skip / 4, drawn skip % 4, is
-// where the skipped stream stands; the largest count carries into the counter's high half.
+// where the skipped stream stands. The largest 64-bit count carries into the counter's high half;
+// counts of 96 and 128 bits go through InitStream with 3 and 4 words, and the counter wraps.
 TEST(CounterBased, LongSkipsAreCounterArithmetic) {
+  using U128 = unsigned __int128;
+  const std::vector<U128> skips = {U128{1} << 34, (U128{1} << 63) + 5, ~uint64_t{0},
+                                   U128{3} << 64, (U128{5} << 64) + 7, (U128{1} << 95) + 1,
+                                   ~U128{0} - 2};
   for (const KnownStream& k : Known()) {
     if (!CounterBased(k)) continue;
     const size_t at = k.seed.size() - 4;  // the counter's place in the seed
-    for (uint64_t skip : {uint64_t{1} << 34, (uint64_t{1} << 63) + 5, ~uint64_t{0}}) {
+    for (const U128 skip : skips) {
       for (int32_t drawn : {0, 3}) {
         Stream skipped(k.id, k.seed);
         skipped.Words(drawn);
-        ASSERT_EQ(__vrsSkipAheadStream(skipped.s, static_cast<int64_t>(skip)), 0);
-        const auto words = static_cast<unsigned __int128>(skip) + static_cast<uint64_t>(drawn);
-        Counter128 c{k.seed[at] | uint64_t{k.seed[at + 1]} << 32,
-                     k.seed[at + 2] | uint64_t{k.seed[at + 3]} << 32};
-        c = c + static_cast<uint64_t>(words >> 2);
-        std::vector<uint32_t> seed(k.seed.begin(), k.seed.begin() + static_cast<long>(at));
-        for (uint64_t h : {c.lo, c.hi}) {
-          seed.push_back(static_cast<uint32_t>(h));
-          seed.push_back(static_cast<uint32_t>(h >> 32));
+        uint32_t words[4];
+        for (int i = 0; i < 4; ++i) words[i] = static_cast<uint32_t>(skip >> (32 * i));
+        const int32_t n = skip >> 64 == 0 ? 2 : skip >> 96 == 0 ? 3 : 4;
+        if (n == 2) {
+          ASSERT_EQ(__vrsSkipAheadStream(skipped.s, static_cast<int64_t>(skip)), 0);
+        } else {
+          ASSERT_EQ(RowOf(skipped.s).InitStream(OXL_BRNG_INIT_SKIPAHEAD, skipped.s, n, words), 0);
         }
+        // The counter after `skip + drawn` words, mod 2^128 (the sum needs 130 bits).
+        const U128 total_hi = (skip >> 2) + (((skip & 3) + static_cast<U128>(drawn)) >> 2);
+        U128 ctr = 0;
+        for (int i = 3; i >= 0; --i) ctr = (ctr << 32) | k.seed[at + static_cast<size_t>(i)];
+        ctr += total_hi;
+        std::vector<uint32_t> seed(k.seed.begin(), k.seed.begin() + static_cast<long>(at));
+        for (int i = 0; i < 4; ++i) seed.push_back(static_cast<uint32_t>(ctr >> (32 * i)));
         Stream direct(k.id, seed);
-        direct.Words(static_cast<int32_t>(words & 3));
-        EXPECT_EQ(skipped.Words(20), direct.Words(20)) << k.name << " skip " << skip;
+        direct.Words(static_cast<int32_t>((skip + static_cast<U128>(drawn)) & 3));
+        EXPECT_EQ(skipped.Words(20), direct.Words(20))
+            << k.name << " skip 0x" << std::hex << static_cast<uint64_t>(skip >> 64) << "_"
+            << static_cast<uint64_t>(skip);
       }
     }
   }
