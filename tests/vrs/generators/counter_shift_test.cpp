@@ -113,7 +113,8 @@ std::vector<int32_t> RandomSplit(std::mt19937& rng, int32_t total) {
 }
 
 TEST(FeedbackShift, R250Seeding) {
-  // Seed word 0 and no seed are seed word 1; a seed of 100 words uses its first only.
+  // Seed word 0 and no seed are seed word 1 (and the known answers of a 100-word seed come from
+  // its first word alone).
   EXPECT_EQ(Find("r250_zero").words, Find("r250_one").words);
   EXPECT_EQ(Find("r250_none").words, Find("r250_one").words);
   // 250 words or more are the register as given, without the fix of the short seeds.
@@ -297,6 +298,13 @@ TEST(CounterBased, StatusesOfMethodsAndMissingAes) {
     const uint32_t params[2] = {0, 0};
     EXPECT_EQ(row.InitStream(3, st.s, 1, params), StatusBadMethod);
     EXPECT_EQ(row.InitStream(-1, st.s, 1, params), StatusBadMethod);
+    // Each is a family of one: the next member offset is no generator.
+    StreamRecord* none = nullptr;
+    EXPECT_EQ(__vrsNewStreamEx(&none, id + 1, 2, params), StatusInvalidBrng);
+    EXPECT_EQ(none, nullptr);
+    BrngRecord props{};
+    ASSERT_EQ(__vrsGetBrngProperties(id, &props), 0);
+    EXPECT_EQ(props.iBRng, row.iBRng);
   }
   EXPECT_EQ(__vrsCPUisAES(), oxl_dft_pvk_has_features(OXL_CPU_AES));
   EXPECT_EQ(__vrsCPUisRDRAND(), oxl_dft_pvk_has_features(OXL_CPU_RDRAND));
