@@ -5,7 +5,10 @@
 // each (AVX2 and AVX-512F have that, not a 32-bit high multiply). The high halves of the lanes are
 // never cleaned: the multiplies read only the low halves, and the XORs carry the high garbage only
 // into lanes that are next multiplied. Two registers of blocks run side by side to cover the
-// multiply latency. On the way out, two shifts and blends and two 64-bit interleaves turn the
+// multiply latency; more do not help, as the rounds are bound by the vector units' throughput
+// (AVX2 spends two instructions on each three-way XOR). The counters of a register differ in
+// word 0 alone but where word 0 wraps, so the first two rounds make what depends on the other
+// words once, in scalar. On the way out, two shifts and blends and two 64-bit interleaves turn the
 // lanes into words in order; the interleaves take the even lanes of each 128-bit block first, so
 // lane l starts at block l / 2 for even l and N / 2 + l / 2 for odd l, which puts the blocks in
 // order without a cross-lane permute. The integer arithmetic is exact, so the scalar blocks of a
@@ -59,6 +62,25 @@ struct PhiloxGen {
     return {vlo, hn::ShiftRight<32>(vlo), vhi, hn::ShiftRight<32>(vhi)};
   }
 
+  // The first two rounds of blocks whose counters differ in word 0 alone (no carry out of it
+  // within the register): what depends only on words 1 to 3, the same in every lane, is made once
+  // in scalar. Round 1 multiplies word 0 alone in the lanes, round 2 word 2 alone.
+  static HWY_INLINE Lanes4 TwoRounds(D d, Counter128 ctr, const uint64_t* offset,
+                                     const uint32_t* k0, const uint32_t* k1) {
+    const auto c1 = static_cast<uint32_t>(ctr.lo >> 32);
+    const auto c2 = static_cast<uint32_t>(ctr.hi), c3 = static_cast<uint32_t>(ctr.hi >> 32);
+    const uint64_t q1 = uint64_t{kPhiloxM1} * c2;
+    const uint32_t r1c0 = static_cast<uint32_t>(q1 >> 32) ^ c1 ^ k0[0];
+    const auto r1c1 = static_cast<uint32_t>(q1);
+    const V p0 = Mul32(d, hn::Add(hn::Set(d, ctr.lo), hn::LoadU(d, offset)), hn::Set(d, kPhiloxM0));
+    const V r1c2 = hn::Xor(hn::ShiftRight<32>(p0), hn::Set(d, c3 ^ k1[0]));
+    const uint64_t q0 = uint64_t{kPhiloxM0} * r1c0;
+    const V p1 = Mul32(d, r1c2, hn::Set(d, kPhiloxM1));
+    return {hn::Xor(hn::ShiftRight<32>(p1), hn::Set(d, r1c1 ^ k0[1])), p1,
+            hn::Xor(p0, hn::Set(d, static_cast<uint32_t>(q0 >> 32) ^ k1[1])),
+            hn::Set(d, static_cast<uint32_t>(q0))};
+  }
+
   static HWY_INLINE void Round(D d, Lanes4& x, V k0, V k1) {
     const V p0 = Mul32(d, x.c0, hn::Set(d, kPhiloxM0));
     const V p1 = Mul32(d, x.c2, hn::Set(d, kPhiloxM1));
@@ -97,8 +119,16 @@ struct PhiloxGen {
     for (; b + kGroups * n <= blocks; b += kGroups * n) {
       const Counter128 c = ctr + b;
       Lanes4 x[kGroups];
-      for (size_t g = 0; g < kGroups; ++g) x[g] = Counters(d, c + g * n, offset);
-      for (int r = 0; r < kPhiloxRounds; ++r) {
+      int first = 0;
+      if (HWY_LIKELY(static_cast<uint32_t>(c.lo) <= ~uint32_t{0} - (kGroups * n - 1))) {
+        for (size_t g = 0; g < kGroups; ++g) {
+          x[g] = TwoRounds(d, c + g * n, offset, keys[0], keys[1]);
+        }
+        first = 2;
+      } else {
+        for (size_t g = 0; g < kGroups; ++g) x[g] = Counters(d, c + g * n, offset);
+      }
+      for (int r = first; r < kPhiloxRounds; ++r) {
         const V k0 = hn::Set(d, keys[0][r]), k1 = hn::Set(d, keys[1][r]);
         for (size_t g = 0; g < kGroups; ++g) Round(d, x[g], k0, k1);
       }
