@@ -1,11 +1,13 @@
 // The counter-based generators: iBRng and dBRng of PHILOX4X32X10 and ARS5 beside Random123's
 // philox4x32 and ars4x32 (5 rounds, AES-NI) called one block at a time in a plain loop, the way
-// its documentation shows, with the same word-to-double mapping. Compare items_per_second (words
-// or doubles) within a group: oxl/<gen>/<form> against r123/<gen>/<form>.
+// its documentation shows, with the same word-to-double mapping; and R250 beside GSL's
+// gsl_rng_r250, one word per call. Compare items_per_second (words or doubles) within a group:
+// oxl/<gen>/<form> against r123/<gen>/<form> or gsl/<gen>/<form>.
 // bench/counter_vs_numpy.py runs this beside numpy's Generator(Philox()).
 #include <Random123/ars.h>
 #include <Random123/philox.h>
 #include <benchmark/benchmark.h>
+#include <gsl/gsl_rng.h>
 
 #include <cmath>
 #include <cstdint>
@@ -88,6 +90,28 @@ void Random123(benchmark::State& state, char form) {
   state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(n));
 }
 
+// GSL's R250 (the same recurrence, its own seeding), a word per call through its generic entry.
+void Gsl(benchmark::State& state, char form) {
+  const auto n = static_cast<size_t>(state.range(0));
+  gsl_rng* g = gsl_rng_alloc(gsl_rng_r250);
+  std::vector<uint32_t> words(n);
+  std::vector<double> reals(n);
+  const double scale = (kB - kA) * 0x1p-32;
+  for (auto _ : state) {
+    if (form == 'i') {
+      for (size_t i = 0; i < n; ++i) words[i] = static_cast<uint32_t>(gsl_rng_get(g));
+      benchmark::DoNotOptimize(words.data());
+    } else {
+      for (size_t i = 0; i < n; ++i)
+        reals[i] = std::fma(static_cast<double>(gsl_rng_get(g)), scale, kA);
+      benchmark::DoNotOptimize(reals.data());
+    }
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(n));
+  gsl_rng_free(g);
+}
+
 void Philox(benchmark::State& state, char form) { Random123<R123Philox>(state, form); }
 void Ars(benchmark::State& state, char form) { Random123<R123Ars>(state, form); }
 
@@ -95,14 +119,15 @@ void Sizes(benchmark::internal::Benchmark* b) { b->Arg(1024)->Arg(65536); }
 
 // The names are paths, not divisions.
 // clang-format off
-#define OXL_COUNTER_BENCH(name, id, peer)                        \
+#define OXL_COUNTER_BENCH(name, id, peer, side)                  \
   BENCHMARK_CAPTURE(Library, oxl/name/i, id, 'i')->Apply(Sizes); \
-  BENCHMARK_CAPTURE(peer, r123/name/i, 'i')->Apply(Sizes);       \
+  BENCHMARK_CAPTURE(peer, side/name/i, 'i')->Apply(Sizes);       \
   BENCHMARK_CAPTURE(Library, oxl/name/d, id, 'd')->Apply(Sizes); \
-  BENCHMARK_CAPTURE(peer, r123/name/d, 'd')->Apply(Sizes);
+  BENCHMARK_CAPTURE(peer, side/name/d, 'd')->Apply(Sizes);
 
-OXL_COUNTER_BENCH(philox4x32x10, OXL_BRNG_PHILOX4X32X10, Philox)
-OXL_COUNTER_BENCH(ars5, OXL_BRNG_ARS5, Ars)
+OXL_COUNTER_BENCH(philox4x32x10, OXL_BRNG_PHILOX4X32X10, Philox, r123)
+OXL_COUNTER_BENCH(ars5, OXL_BRNG_ARS5, Ars, r123)
+OXL_COUNTER_BENCH(r250, OXL_BRNG_R250, Gsl, gsl)
 // clang-format on
 
 }  // namespace
