@@ -13,7 +13,7 @@ out=docs/performance-subsystems.md
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DOXL_BUILD_BENCHMARKS=ON >/dev/null
 cmake --build "$build" -j"$(nproc)" --target oxl_bench_df oxl_bench_df_cubic oxl_bench_stats \
-  oxl_bench_vrs oxl_bench_twist
+  oxl_bench_vrs oxl_bench_twist oxl_bench_counter
 
 section() {  # title, shell command
   echo "== $1" >&2
@@ -55,5 +55,7 @@ section "Summary statistics" "$py bench/stats_vs_numpy.py $b/vrs/oxl_bench_stats
 section "Distributions" "$py bench/vrs_vs_numpy.py $b/vrs/oxl_bench_vrs"
 section "Twister generators (medians of 5)" "$b/vrs/oxl_bench_twist --benchmark_repetitions=5 \
   --benchmark_report_aggregates_only=true 2>/dev/null | grep -E '^-|^Bench|_median'"
+section "Counter-based generators and R250 (medians of 5)" \
+  "$py bench/counter_vs_numpy.py $b/vrs/oxl_bench_counter"
 mv "$out.tmp" "$out"
 echo "wrote $out" >&2

@@ -250,8 +250,9 @@ uint64_t SplineDigest() {
 const std::vector<KernelRun>& Everything() {
   static const std::vector<KernelRun> all = [] {
     std::vector<KernelRun> v = kKernels;
-    for (const int32_t id : {OXL_BRNG_MCG31, OXL_BRNG_MRG32K3A, OXL_BRNG_MCG59, OXL_BRNG_MT19937,
-                             OXL_BRNG_MT2203 + 17, OXL_BRNG_SFMT19937}) {
+    for (const int32_t id :
+         {OXL_BRNG_MCG31, OXL_BRNG_MRG32K3A, OXL_BRNG_MCG59, OXL_BRNG_MT19937, OXL_BRNG_MT2203 + 17,
+          OXL_BRNG_SFMT19937, OXL_BRNG_ARS5, OXL_BRNG_PHILOX4X32X10, OXL_BRNG_R250}) {
       v.push_back({"generator " + std::to_string(id >> 20), [id] { return StreamDigest(id); }});
     }
     v.push_back({"statistics", StatsDigest});
