@@ -13,6 +13,7 @@
 #include "simd/helper_table.h"
 #include "simd/ops-inl.h"
 #include "simd/reference.h"
+#include "simd/targets.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl::test::simd {
@@ -179,8 +180,8 @@ namespace oxl::test::simd {
 HWY_EXPORT(FloatTable);
 HWY_EXPORT(DoubleTable);
 
-const HelperTable<float>& FloatHelpers() { return *HWY_DYNAMIC_DISPATCH(FloatTable)(); }
-const HelperTable<double>& DoubleHelpers() { return *HWY_DYNAMIC_DISPATCH(DoubleTable)(); }
+const HelperTable<float>& FloatHelpers() { return *OXL_DISPATCH(FloatTable)(); }
+const HelperTable<double>& DoubleHelpers() { return *OXL_DISPATCH(DoubleTable)(); }
 
 }  // namespace oxl::test::simd
 #endif
