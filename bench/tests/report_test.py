@@ -128,6 +128,11 @@ class ReportTest(unittest.TestCase):
         self.assertEqual((self.verdicts.met, self.verdicts.missed, self.verdicts.pending),
                          (4, 5, 1))
 
+    def test_the_shipped_configuration_parses(self):
+        config = tomllib.loads(report.CONFIG.read_text())
+        listed = {f["name"] for f in config["function"]}
+        self.assertTrue(all(c["function"] in listed for c in config["comparison"]))
+
     def test_sections_follow_the_configuration_then_the_run(self):
         headings = [line for line in self.text.splitlines() if line.startswith("## ")]
         self.assertEqual(headings, ["## dExp: exp, double", "## copy_d", "## dExpm1"])
