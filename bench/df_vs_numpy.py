@@ -1,13 +1,13 @@
 #!/usr/bin/python3
 """Cell search and linear interpolation, 10^6 random sites in 10^5 knots: oxl_bench_df beside
-numpy.interp.
+numpy.interp; interpolation and integration of 10^6 sorted sites in 10^6 knots beside GSL.
 
     /usr/bin/python3 bench/df_vs_numpy.py build-df/bench/df/oxl_bench_df
 
 Runs the benchmark binary (JSON output; it holds the GSL and std::upper_bound peers), times
 numpy.interp on data of the same shape (median of repeated runs), and prints each time with the
 ratios peer/oxl (above 1: oxl is faster). Arguments /0 mean no thread services, /N the OpenMP
-services with N threads."""
+services with N threads; rows /2 also give their speed-up over /1."""
 
 import json
 import subprocess
@@ -40,6 +40,8 @@ def main():
     numpy_ms = numpy_interp_ms()
     upper = ms["BM_UpperBoundSearch/real_time"]
     gsl = ms["BM_GslInterpEval/real_time"]
+    gsl_sorted = ms["BM_GslSortedInterpEval/real_time"]
+    gsl_integ = ms["BM_GslSortedIntegEval/real_time"]
     print("%-34s %10s  %s" % ("benchmark", "ms", "ratios (peer / oxl)"))
     for name, t in sorted(ms.items()):
         note = ""
@@ -47,6 +49,13 @@ def main():
             note = "upper_bound %.2f" % (upper / t)
         elif name.startswith("BM_LinearInterpolate"):
             note = "gsl_interp_eval %.2f  numpy.interp %.2f" % (gsl / t, numpy_ms / t)
+        elif name.startswith("BM_SortedInterpolate"):
+            note = "gsl_interp_eval %.2f" % (gsl_sorted / t)
+        elif name.startswith("BM_SortedIntegrate"):
+            note = "gsl_interp_eval_integ %.2f" % (gsl_integ / t)
+        one = name.replace("/2/", "/1/")
+        if "/2/" in name and one in ms:
+            note += "  2T/1T %.2f" % (ms[one] / t)
         print("%-34s %10.3f  %s" % (name, t, note))
     print("%-34s %10.3f" % ("numpy.interp", numpy_ms))
 

@@ -1,6 +1,7 @@
 // Data fitting beside its peers: hybrid cell search against a std::upper_bound loop, linear
 // interpolation against GSL's gsl_interp_eval loop (numpy.interp through bench/df_vs_numpy.py),
-// each on one thread and on the OpenMP services.
+// each on one thread and on the OpenMP services; interpolation and integration of sorted sites
+// (SITES_SORTED) against GSL's loops with their accelerator, which serves sorted sites.
 #include <benchmark/benchmark.h>
 #include <gsl/gsl_interp.h>
 
@@ -17,20 +18,25 @@ namespace {
 constexpr int64_t kKnots = 100000;
 constexpr int64_t kSites = 1000000;
 
+// A linear spline on `knots` knots with random steps, kSites sites spread over them (sorted or
+// not), and right limits a few cells beyond each site.
 struct Data {
-  std::vector<double> x, y, sites, coeff;
+  std::vector<double> x, y, sites, right, coeff;
   df_task* task = nullptr;
-  Data() : x(kKnots), y(kKnots), sites(kSites), coeff(2 * (kKnots - 1)) {
-    std::mt19937_64 rng(42);
+  Data(int64_t knots, uint64_t seed, bool sorted)
+      : x(knots), y(knots), sites(kSites), right(kSites), coeff(2 * (knots - 1)) {
+    std::mt19937_64 rng(seed);
     std::uniform_real_distribution<double> u(0.0, 1.0);
     double v = 0;
-    for (int64_t i = 0; i < kKnots; ++i) {
+    for (int64_t i = 0; i < knots; ++i) {
       x[i] = v;
       y[i] = u(rng);
       v += 0.5 + u(rng);
     }
     for (double& s : sites) s = x.front() + u(rng) * (x.back() - x.front());
-    oxl_df_kernel_dNewTask1D(&task, kKnots, x.data(), PARTITION_NO_HINT, 1, y.data(), 0, 1);
+    if (sorted) std::sort(sites.begin(), sites.end());
+    for (int64_t i = 0; i < kSites; ++i) right[i] = std::min(sites[i] + 3.0, x.back());
+    oxl_df_kernel_dNewTask1D(&task, knots, x.data(), PARTITION_NO_HINT, 1, y.data(), 0, 1);
     oxl_df_kernel_dEditPPSpline1D(task, 2, 0, 0, nullptr, 0, nullptr, coeff.data(), 0);
     oxl_df_kernel_dDFLinearSpline1D(task, 0, 0, nullptr);
   }
@@ -38,8 +44,37 @@ struct Data {
 };
 
 Data& Shared() {
-  static Data data;
+  static Data data(kKnots, 42, false);
   return data;
+}
+
+// 10^6 sorted sites on 10^6 knots.
+Data& Sorted() {
+  static Data data(1000000, 7, true);
+  return data;
+}
+
+// GSL's linear interpolant over (x, y) with an accelerator, evaluated by `eval(interp, accel, i)`
+// for each site i.
+template <class Eval>
+void GslLoop(benchmark::State& state, const std::vector<double>& x, const std::vector<double>& y,
+             const Eval& eval) {
+  gsl_interp* interp = gsl_interp_alloc(gsl_interp_linear, x.size());
+  gsl_interp_init(interp, x.data(), y.data(), x.size());
+  gsl_interp_accel* accel = gsl_interp_accel_alloc();
+  std::vector<double> out(kSites);
+  for (auto _ : state) {
+    for (int64_t i = 0; i < kSites; ++i) out[i] = eval(interp, accel, i);
+    benchmark::DoNotOptimize(out.data());
+  }
+  gsl_interp_accel_free(accel);
+  gsl_interp_free(interp);
+  state.SetItemsProcessed(state.iterations() * kSites);
+}
+
+// Runs with no services (0), then with the OpenMP services on one and on two threads.
+void ThreadArgs(benchmark::internal::Benchmark* b) {
+  b->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
 }
 
 // Threads: 0 means no services (the calling thread alone).
@@ -60,7 +95,7 @@ void BM_HybridSearch(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations() * kSites);
 }
-BENCHMARK(BM_HybridSearch)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_HybridSearch)->Apply(ThreadArgs);
 
 void BM_UpperBoundSearch(benchmark::State& state) {
   Data& d = Shared();
@@ -75,43 +110,60 @@ void BM_UpperBoundSearch(benchmark::State& state) {
 }
 BENCHMARK(BM_UpperBoundSearch)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-void BM_LinearInterpolate(benchmark::State& state) {
-  Data& d = Shared();
+// Linear interpolation of the sites of `d` under `site_hint`.
+void Interpolate(benchmark::State& state, Data& d, int64_t site_hint) {
   const thread_services* services = Services(state.range(0));
   std::vector<double> out(kSites);
   const int64_t dorder[1] = {1};
   for (auto _ : state) {
-    oxl_df_kernel_dDFInterpolate1D(d.task, 0, 0, kSites, d.sites.data(), 0, 1, dorder, nullptr,
-                                   out.data(), 0, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                   nullptr, nullptr, nullptr, nullptr, services);
+    oxl_df_kernel_dDFInterpolate1D(d.task, 0, 0, kSites, d.sites.data(), site_hint, 1, dorder,
+                                   nullptr, out.data(), 0, nullptr, nullptr, nullptr, nullptr,
+                                   nullptr, nullptr, nullptr, nullptr, nullptr, services);
     benchmark::DoNotOptimize(out.data());
   }
   state.SetItemsProcessed(state.iterations() * kSites);
 }
-BENCHMARK(BM_LinearInterpolate)
-    ->Arg(0)
-    ->Arg(1)
-    ->Arg(2)
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
 
-void BM_GslInterpEval(benchmark::State& state) {
-  Data& d = Shared();
-  gsl_interp* interp = gsl_interp_alloc(gsl_interp_linear, kKnots);
-  gsl_interp_init(interp, d.x.data(), d.y.data(), kKnots);
-  gsl_interp_accel* accel = gsl_interp_accel_alloc();
+void BM_LinearInterpolate(benchmark::State& state) { Interpolate(state, Shared(), SITES_NO_HINT); }
+BENCHMARK(BM_LinearInterpolate)->Apply(ThreadArgs);
+
+// GSL's interpolation of the sites of `d`, the peer of Interpolate.
+void GslInterpolate(benchmark::State& state, Data& d) {
+  GslLoop(state, d.x, d.y, [&d](gsl_interp* interp, gsl_interp_accel* accel, int64_t i) {
+    return gsl_interp_eval(interp, d.x.data(), d.y.data(), d.sites[i], accel);
+  });
+}
+
+void BM_GslInterpEval(benchmark::State& state) { GslInterpolate(state, Shared()); }
+BENCHMARK(BM_GslInterpEval)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_SortedInterpolate(benchmark::State& state) { Interpolate(state, Sorted(), SITES_SORTED); }
+BENCHMARK(BM_SortedInterpolate)->Apply(ThreadArgs);
+
+void BM_GslSortedInterpEval(benchmark::State& state) { GslInterpolate(state, Sorted()); }
+BENCHMARK(BM_GslSortedInterpEval)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_SortedIntegrate(benchmark::State& state) {
+  Data& d = Sorted();
+  const thread_services* services = Services(state.range(0));
   std::vector<double> out(kSites);
   for (auto _ : state) {
-    for (int64_t i = 0; i < kSites; ++i) {
-      out[i] = gsl_interp_eval(interp, d.x.data(), d.y.data(), d.sites[i], accel);
-    }
+    oxl_df_kernel_dDFIntegrate1D(d.task, 0, kSites, d.sites.data(), SITES_SORTED, d.right.data(),
+                                 SITES_SORTED, nullptr, nullptr, out.data(), 0, nullptr, nullptr,
+                                 nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, services);
     benchmark::DoNotOptimize(out.data());
   }
-  gsl_interp_accel_free(accel);
-  gsl_interp_free(interp);
   state.SetItemsProcessed(state.iterations() * kSites);
 }
-BENCHMARK(BM_GslInterpEval)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_SortedIntegrate)->Apply(ThreadArgs);
+
+void BM_GslSortedIntegEval(benchmark::State& state) {
+  Data& d = Sorted();
+  GslLoop(state, d.x, d.y, [&d](gsl_interp* interp, gsl_interp_accel* accel, int64_t i) {
+    return gsl_interp_eval_integ(interp, d.x.data(), d.y.data(), d.sites[i], d.right[i], accel);
+  });
+}
+BENCHMARK(BM_GslSortedIntegEval)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_LinearConstruct(benchmark::State& state) {
   Data& d = Shared();

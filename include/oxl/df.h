@@ -179,6 +179,11 @@ OXL_API int32_t oxl_df_kernel_dEditIdxPtr(df_task* task, int64_t code, int64_t i
                                           const double* pointer);
 OXL_API int32_t oxl_df_kernel_sEditIdxPtr(df_task* task, int64_t code, int64_t index,
                                           const float* pointer);
+/* An edit of VAL_PARTITION_HINT to PARTITION_NONUNIFORM rebuilds the search table from all
+ * partition_size knots of the current partition; other hints, and edits of the size or of the
+ * partition, keep the table as it stands. A task made with PARTITION_UNIFORM holds only the two
+ * ends: register the whole knot array (PTR_PARTITION) before switching it to another hint, or the
+ * table and the searches read past the two ends. */
 OXL_API int32_t oxl_df_kernel_iEditVal(df_task* task, int64_t code, int64_t value);
 OXL_API int32_t oxl_df_kernel_dQueryPtr(const df_task* task, int64_t code, const double** out);
 OXL_API int32_t oxl_df_kernel_sQueryPtr(const df_task* task, int64_t code, const float** out);
@@ -300,7 +305,13 @@ OXL_DF_SEARCH_KERNEL_FORMS(s, DFUniUserDefSearch1D)
 /* dorder: ndorder integers (32-bit when int_flag is 0); entry j non-zero asks for the derivative
  * of order j. results: nresults per site and function in the layout result_hint names (0 and 128
  * mean INTERP_RESULTS_BY_FUNCTION). cells: given or wanted per `type`. Callbacks: sites left of,
- * right of and inside the partition. */
+ * right of and inside the partition. On a PARTITION_QUASIUNIFORM task, interpolation and
+ * integration hand the quasi-uniform search the mean knot step as its scale, where the search
+ * entry hands the reciprocal of that step: the cells are the same, since the search walks from
+ * any guess to the right cell, but the guesses are close only for a step near 1; with many
+ * knots, search first and pass the cells (INTERP_CELLS_GIVEN). With SITES_SORTED each block of
+ * sites finds the cell of its first site by bisection and walks on from there, so that blocks run
+ * on any thread at the same cost. */
 OXL_API int32_t oxl_df_kernel_dDFInterpolate1D(
     df_task* task, int64_t type, int64_t method, int64_t nsite, const double* site,
     int64_t site_hint, int64_t ndorder, const void* dorder, const double* data_hint,

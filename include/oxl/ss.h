@@ -207,8 +207,13 @@ OXL_SS_GROUPED_EDITORS(s, float)
  * and cross-product of the task's observations (estimates: EST_* above; method: exactly one of
  * METHOD_SUMS, METHOD_ONE_PASS, METHOD_GIVEN_MEAN, or METHOD_CONVERT_A/B alone to turn stored
  * sums into moments). Calls with successive blocks of observations continue from the results of
- * the previous call (accumulated weights start at 0). The diagonal of the correlation matrix
- * holds the variances. */
+ * the previous call (accumulated weights start at 0): the registered arrays are the only state
+ * between calls, so a blocked one-pass kurtosis or fourth central moment needs the third central
+ * moment (or sum) array registered as well, although a single call does not ask for it. The
+ * diagonal of the correlation matrix holds the variances. A conversion of sums whose total weight
+ * is 0 writes zeros. Results are the same bits for every thread count of the services: the
+ * observations are cut into pieces that depend on n and p only, and the pieces are merged in
+ * their order. */
 OXL_API int _vrsdSSBasic(SSTask* task, uint64_t estimates, uint64_t method,
                          const SSThreadServices* services);
 OXL_API int _vrssSSBasic(SSTask* task, uint64_t estimates, uint64_t method,

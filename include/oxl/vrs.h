@@ -137,6 +137,10 @@ typedef struct BrngRecord {
 OXL_API extern BrngRecord __RegBrngs[512];
 OXL_API extern BrngRecord __RegBrngsNew[512];
 
+/* The parameters of the 6024 MT2203 members, one row of three words per member offset: the twist
+ * word MatrixA and the tempering masks MaskB and MaskC. */
+OXL_API extern const uint32_t _vrs_mt2203_table[6024 * 3];
+
 /* Row and member offset of generator `id`; returns the table that holds the row. */
 OXL_API BrngRecord* __vrsGetBrngBaseOffset(int32_t id, int32_t* row, int32_t* offset);
 /* 0 when (table, row, offset) names a generator, else StatusInvalidBrng. The comparisons are

@@ -507,12 +507,16 @@ int32_t RunBlock(const IntegrFrame<T>& fr, int64_t start, int64_t count, int64_t
 }
 
 // The worker of the blocked path (with or without callbacks, which the frame has settled): one
-// block of kBlock pairs per item. A sorted search starts each block from the beginning.
+// block of kBlock pairs per item. A sorted search starts each block at the cell of its first limit.
 template <class T>
 int32_t _v1DIntegrThreader(int64_t item, int32_t /*thread*/, void* /*reserved*/, void* context) {
   auto& fr = *static_cast<IntegrFrame<T>*>(context);
   int64_t cells[2 * kBlock];
-  int64_t cursors[2] = {0, 0};
+  int64_t cursors[2];
+  for (int s = 0; s < 2; ++s) {
+    cursors[s] = StartCursor(fr.side[s].method, Knots<T>(fr.task), fr.task->partition_size,
+                             fr.side[s].limits[item * kBlock]);
+  }
   const int32_t status = RunBlock(fr, item * kBlock, kBlock, cells, cursors);
   if (status < 0) fr.status.store(status, std::memory_order_relaxed);
   return status < 0 ? status : DF_STATUS_OK;
@@ -574,6 +578,9 @@ int32_t IntegrateFrame(IntegrFrame<T>& fr, const int64_t hints[2],
     if (stored < 0) return stored;
     if (status < 0) return status;
     start = blocks * kBlock;
+    for (int s = 0; s < 2 && start < fr.nlim; ++s) {
+      cursors[s] = StartCursor(fr.side[s].method, x, n, fr.side[s].limits[start]);
+    }
   }
   int64_t cells[2 * kBlock];
   while (start < fr.nlim) {

@@ -209,7 +209,8 @@ int32_t RunBlock(const Frame<T>& fr, int64_t start, int64_t count, int32_t threa
 template <class T>
 int32_t InterpThreader(int64_t item, int32_t thread, void* /*reserved*/, void* context) {
   auto& fr = *static_cast<Frame<T>*>(context);
-  int64_t cursor = 0;
+  int64_t cursor =
+      StartCursor(fr.method, Knots<T>(fr.task), fr.task->partition_size, fr.site[item * kBlock]);
   const int32_t status = RunBlock(fr, item * kBlock, kBlock, thread, &cursor);
   if (status < 0) fr.status.store(status, std::memory_order_relaxed);
   return status < 0 ? status : DF_STATUS_OK;
@@ -248,6 +249,7 @@ int32_t InterpFrame(Frame<T>& fr, int64_t site_hint, const thread_services* serv
     if (stored < 0) return stored;
     if (status < 0) return status;
     start = blocks * kBlock;
+    if (start < fr.nsite) cursor = StartCursor(fr.method, x, n, fr.site[start]);
   }
   while (start < fr.nsite) {
     const int64_t count = std::min(kBlock, fr.nsite - start);

@@ -51,14 +51,15 @@ struct FrameContext {
   SearchSpan<T> span;
   int64_t share;
   std::size_t cell_bytes;
+  int32_t method;
 };
 
-// Runs the span starting at `start` with its own cursor at 0.
+// Runs the span starting at `start` with its own cursor.
 template <class T>
 int32_t RunShare(const FrameContext<T>& c, int64_t start, int64_t count) {
   SearchSpan<T> span = c.span;
-  int64_t cursor64 = 0;
-  int32_t cursor32 = 0;
+  int64_t cursor64 = StartCursor(c.method, span.partition, span.partition_size, span.site[start]);
+  int32_t cursor32 = static_cast<int32_t>(cursor64);
   span.cursor = c.cell_bytes == 4 ? static_cast<void*>(&cursor32) : static_cast<void*>(&cursor64);
   span.nsite = count;
   span.site += start;
@@ -148,7 +149,7 @@ int32_t SearchFrame(const df_task* task, int32_t method, int64_t nsite, const T*
       SearchKernelFor<T>(method, form),
       SearchSpan<T>{n, x, nsite, site, nullptr, data_hint, task->bin_count, task->search_table,
                     cells, callback, params, nullptr, nullptr, scale},
-      0, cell_bytes};
+      0, cell_bytes, method};
 
   const int32_t t = allow_threads ? MaxThreads(services) : 1;
   if (!GoesParallel(method, nsite, n, t)) return RunShare(c, 0, nsite);

@@ -256,6 +256,16 @@ int32_t Kernel(const SearchSpan<T>& a) {
 
 }  // namespace search
 
+// The running index a sorted search starts a block from, so that a block cut from the middle of
+// the sites (a thread's share) costs what it costs in a serial run: the first knot above the
+// block's first site, by bisection over the whole partition, rather than a walk from knot 0.
+// Other methods keep no index: 0.
+template <class T>
+int64_t StartCursor(int32_t method, const T* x, int64_t n, T first_site) {
+  if (method != kSorted) return 0;
+  return std::partition_point(x, x + n, [first_site](T knot) { return !(knot > first_site); }) - x;
+}
+
 // The kernel of a method in a form: 0 for 32, 1 for 64, 2 for 64Pack.
 enum SearchForm : int32_t { kForm32 = 0, kForm64 = 1, kForm64Pack = 2 };
 

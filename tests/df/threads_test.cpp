@@ -1,8 +1,12 @@
-// Search, linear construction and interpolation on real OpenMP threads give the bits of one
-// thread.
+// Search, linear construction, interpolation and integration on real OpenMP threads, 2 to 4 of
+// them, give the bits of one thread; sorted sites and limits too, where each block of a thread
+// starts its walk from its own first site.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <vector>
 
 #include "df/df_test_util.h"
@@ -18,38 +22,65 @@ TEST(DfThreads, SameResultsOnThreads) {
   for (int64_t i = 0; i < n; ++i) x[i] = i + 0.3 * std::sin(static_cast<double>(i));
   for (int64_t i = 0; i < n * fc; ++i) y[i] = std::cos(0.01 * static_cast<double>(i));
   for (int64_t i = 0; i < ns; ++i) sites[i] = -5.0 + 3010.0 * std::fabs(std::sin(0.7 * i));
+  // Sorted sites with runs inside one cell, knots themselves and sites outside at both ends.
+  std::vector<double> sorted = sites;
+  for (int64_t i = 0; i < ns; i += 7) sorted[i] = x[(i * 13) % n];
+  std::sort(sorted.begin(), sorted.end());
+  std::vector<double> sorted_right(sorted);
+  for (auto& s : sorted_right) s += 2.5;
   TaskHolder t;
   ASSERT_EQ(oxl_df_kernel_dNewTask1D(&t.task, n, x.data(), 0, fc, y.data(), 0, 1), 0);
   std::vector<double> coeff(2 * (n - 1) * fc);
   ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(t.task, 2, 0, 0, nullptr, 0, nullptr, coeff.data(), 0),
             0);
-  oxl_services_set_num_threads(4);
-  ASSERT_EQ(oxl_df_kernel_dDFLinearSpline1D(t.task, 0, 0, oxl_services_omp_df()), 0);
-  const std::vector<double> threaded_coeff = coeff;
   ASSERT_EQ(oxl_df_kernel_dDFLinearSpline1D(t.task, 0, 0, nullptr), 0);
-  EXPECT_EQ(coeff, threaded_coeff);
+  const std::vector<double> serial_coeff = coeff;
 
-  std::vector<int64_t> c1(ns), c4(ns);
-  ASSERT_EQ(oxl_df_kernel_dDFSearch1D(t.task, 0, ns, sites.data(), 0, nullptr, c1.data(), nullptr,
-                                      nullptr, nullptr),
-            0);
-  ASSERT_EQ(oxl_df_kernel_dDFSearch1D(t.task, 0, ns, sites.data(), 0, nullptr, c4.data(), nullptr,
-                                      nullptr, oxl_services_omp_df()),
-            0);
-  EXPECT_EQ(c1, c4);
-  const int64_t dorder[2] = {1, 1};
-  for (int64_t hint : {16, 256}) {
-    std::vector<double> r1(ns * fc * 2), r4(ns * fc * 2);
-    ASSERT_EQ(oxl_df_kernel_dDFInterpolate1D(t.task, 0, 0, ns, sites.data(), 0, 2, dorder, nullptr,
-                                             r1.data(), hint, nullptr, nullptr, nullptr, nullptr,
-                                             nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+  // Every result of one pass over the operations, with the given services.
+  auto run = [&](const thread_services* services) {
+    std::vector<double> out;
+    auto add = [&out](const auto& v) { out.insert(out.end(), v.begin(), v.end()); };
+    EXPECT_EQ(oxl_df_kernel_dDFLinearSpline1D(t.task, 0, 0, services), 0);
+    add(coeff);
+    for (const auto* s : {&sites, &sorted}) {
+      const int64_t hint = s == &sorted ? SITES_SORTED : SITES_NO_HINT;
+      std::vector<int64_t> cells(ns);
+      EXPECT_EQ(oxl_df_kernel_dDFSearch1D(t.task, 0, ns, s->data(), hint, nullptr, cells.data(),
+                                          nullptr, nullptr, services),
+                0);
+      add(cells);
+    }
+    const int64_t dorder[2] = {1, 1};
+    for (int64_t hint : {16, 256}) {
+      for (const auto* s : {&sites, &sorted}) {
+        std::vector<double> r(ns * fc * 2);
+        EXPECT_EQ(oxl_df_kernel_dDFInterpolate1D(
+                      t.task, 0, 0, ns, s->data(), s == &sorted ? SITES_SORTED : SITES_NO_HINT, 2,
+                      dorder, nullptr, r.data(), hint, nullptr, nullptr, nullptr, nullptr, nullptr,
+                      nullptr, nullptr, nullptr, nullptr, services),
+                  0);
+        add(r);
+      }
+    }
+    std::vector<double> integrals(ns * fc);
+    EXPECT_EQ(oxl_df_kernel_dDFIntegrate1D(t.task, 0, ns, sorted.data(), SITES_SORTED,
+                                           sorted_right.data(), SITES_SORTED, nullptr, nullptr,
+                                           integrals.data(), 0, nullptr, nullptr, nullptr, nullptr,
+                                           nullptr, nullptr, nullptr, nullptr, services),
               0);
-    ASSERT_EQ(
-        oxl_df_kernel_dDFInterpolate1D(t.task, 0, 0, ns, sites.data(), 0, 2, dorder, nullptr,
-                                       r4.data(), hint, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                       nullptr, nullptr, nullptr, nullptr, oxl_services_omp_df()),
-        0);
-    EXPECT_EQ(r1, r4);
+    add(integrals);
+    return out;
+  };
+  const std::vector<double> serial = run(nullptr);
+  EXPECT_EQ(coeff, serial_coeff);
+  for (int32_t threads = 2; threads <= 4; ++threads) {
+    oxl_services_set_num_threads(threads);
+    const std::vector<double> threaded = run(oxl_services_omp_df());
+    ASSERT_EQ(threaded.size(), serial.size());
+    for (std::size_t i = 0; i < serial.size(); ++i) {
+      ASSERT_EQ(std::bit_cast<uint64_t>(threaded[i]), std::bit_cast<uint64_t>(serial[i]))
+          << threads << " threads, result " << i;
+    }
   }
   oxl_services_set_num_threads(0);
 }

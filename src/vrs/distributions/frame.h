@@ -31,16 +31,21 @@ inline constexpr float kLnMinDenormS = std::bit_cast<float>(uint32_t{0xC2CE8ED0}
 template <class T>
 inline constexpr T kLnMinDenorm = sizeof(T) == 8 ? T(kLnMinDenormD) : T(kLnMinDenormS);
 
-// Installs `callback` in callback-only error mode for the lifetime of the scope; the old callback
-// and then the old mode come back on destruction, on every path out of a generator.
+// Installs `callback` in callback-only error mode for the lifetime of the scope; the old callback,
+// the old mode and the old vector status come back on destruction, on every path out of a
+// generator. The status is the caller's too: an event that the callback absorbs (a zero uniform's
+// logarithm) is stored there by the kernel's error function before the callback runs, and would
+// otherwise reach the caller as if one of its own vector calls had failed.
 class CallbackScope {
  public:
   explicit CallbackScope(oxl_vek_error_callback callback)
       : mode_(oxl_vek_kernel_SetMode(OXL_VEK_MODE_ERRMODE_CALLBACK)),
-        callback_(oxl_vek_kernel_SetErrorCallBack(callback)) {}
+        callback_(oxl_vek_kernel_SetErrorCallBack(callback)),
+        status_(oxl_vek_kernel_GetErrStatus()) {}
   ~CallbackScope() {
     oxl_vek_kernel_SetErrorCallBack(callback_);
     oxl_vek_kernel_SetMode(mode_);
+    oxl_vek_kernel_SetErrStatus(status_);
   }
   CallbackScope(const CallbackScope&) = delete;
   CallbackScope& operator=(const CallbackScope&) = delete;
@@ -48,6 +53,7 @@ class CallbackScope {
  private:
   uint32_t mode_;
   oxl_vek_error_callback callback_;
+  int32_t status_;
 };
 
 // One kernel call under the honour-denormals mode.

@@ -1,16 +1,19 @@
 // The MT2203 member table: twist word and tempering masks per member, written by
 // tools/mt2203_search from its progress file. Rows 0 and 1 are the family's first two members;
 // the others were found by the dynamic-creation search of that tool.
+#include "oxl/vrs.h"
 #include "vrs/generators/twister.h"
 
-namespace oxl::vrs {
+extern "C" {
 
-const uint32_t _vrs_mt2203_table[] = {
+const uint32_t _vrs_mt2203_table[6024 * 3] = {
 #include "vrs/generators/mt2203_table.inc"
 };
 
-const int32_t kMt2203TableRows = static_cast<int32_t>(sizeof(_vrs_mt2203_table) / (3 * sizeof(uint32_t)));
+}  // extern "C"
 
-static_assert(sizeof(_vrs_mt2203_table) / (3 * sizeof(uint32_t)) <= kMt2203Members);
+namespace oxl::vrs {
+
+const int32_t kMt2203TableRows = kMt2203Members;
 
 }  // namespace oxl::vrs

@@ -57,9 +57,7 @@ struct Sfmt19937State {
   int32_t TailLen;
 };
 
-// The MT2203 member parameters, three words a row (MatrixA, MaskB, MaskC), and the number of
-// rows the table holds.
-extern const uint32_t _vrs_mt2203_table[];
+// The number of rows that the MT2203 member table (_vrs_mt2203_table, exported) holds.
 extern const int32_t kMt2203TableRows;
 
 // Array initialisation of the Mersenne twisters (Matsumoto and Nishimura's init_by_array) on a

@@ -12,7 +12,6 @@
 #include "oxl/platform.h"
 #include "platform/fp_control.h"
 #include "vrs/stats/basic_state.h"
-#include "vrs/stats/blas.h"
 #include "vrs/stats/task.h"
 
 namespace oxl::stats {
@@ -101,6 +100,9 @@ struct Call {
   Matrix<T> cov, cor, cp;
   bool matrix = false;  // S is tracked
   double W = 0, W2 = 0;
+
+  // A conversion of sums of no weight gives zero arrays, where the formulas would give 0 / 0.
+  bool Empty() const { return method == Method::kConvert && W == 0; }
 };
 
 // Blocks of the one-pass kernels: a few hundred observations, fewer for many dimensions, so that
@@ -109,21 +111,44 @@ inline int64_t OnePassBlock(int64_t p) {
   return std::max<int64_t>(16, std::min<int64_t>(256, 16384 / p));
 }
 
-// Largest p whose one-thread raw products are the own kernels' rather than OpenBLAS's. Measured
-// on 80 MB of observations (AVX-512, one core): own 1.6x faster at p = 10, even at p = 24 to 48
-// (columns storage to rows), BLAS 1.2x (rows) to 2x (columns) faster at p = 128.
-constexpr int64_t kOwnProductsMaxP = 32;
+// Shares: the observations are cut into at most kMaxShares pieces of equal size, each summed
+// from an empty state, and the pieces' states are merged in their order on the calling thread.
+// The cut depends on n, p and the results wanted, never on the thread count, so that every count
+// of threads gives the same bits; threads take runs of whole shares. 64 shares keep three or four
+// threads within a few percent of each other, and a share's state must be worth its merge: 2^13
+// elements of work and 16 observations at least. The states of all shares together stay within
+// kShareBytes, which limits the shares (and so the threads) only when a matrix is wanted and p is
+// 700 or more.
+constexpr int64_t kMaxShares = 64;
+constexpr int64_t kShareBytes = int64_t{256} << 20;
 
-// Observations per BLAS update of S: the block of the thread's range that keeps a 256 KiB working
-// set.
-inline int64_t BlasBlock(int64_t p, bool weighted, int64_t elementBytes) {
-  return std::max<int64_t>(64, 262144 / (elementBytes * p * (weighted ? 2 : 1)));
+int64_t ShareCount(int64_t n, int64_t p, bool matrix, int64_t stateBytes) {
+  const unsigned __int128 work =
+      (unsigned __int128)n * (unsigned __int128)p * (unsigned __int128)(matrix ? p : 1);
+  int64_t shares = int64_t(std::min<unsigned __int128>(work >> 13, kMaxShares));
+  shares = std::min<int64_t>(shares, n >> 4);
+  shares = std::min<int64_t>(shares, kShareBytes / stateBytes);
+  return std::max<int64_t>(shares, 1);
+}
+
+// First observation of share s of `shares`.
+inline int64_t ShareStart(int64_t n, int64_t s, int64_t shares) {
+  return int64_t((unsigned __int128)n * (unsigned __int128)s / (unsigned __int128)shares);
+}
+
+// S += alpha v v^T on the lower triangle: the products of deviations about v become raw products
+// (alpha = W) and back (alpha = -W).
+void AddOuter(int64_t p, double alpha, const double* v, double* S) {
+  for (int64_t r = 0; r < p; ++r) {
+    const double av = alpha * v[r];
+    for (int64_t k = 0; k <= r; ++k) S[r * p + k] += av * v[k];
+  }
 }
 
 // Loads S from the stored result that carries the running state (cross-product, else covariance,
 // else correlation), bringing it back to the working form of plain deviation sums.
 template <class T>
-void LoadMatrix(const Call<T>& c, T* S) {
+void LoadMatrix(const Call<T>& c, double* S) {
   const int64_t p = c.p;
   const double scale = c.W - c.W2 / c.W;
   const Matrix<T>* from = c.demand & (1u << kIdxCrossProduct) ? &c.cp
@@ -137,36 +162,36 @@ void LoadMatrix(const Call<T>& c, T* S) {
                        double(from->data[MatrixPos(from->form, p, k, k)]));
       }
       if (from != &c.cp) v *= scale;
-      S[r * p + k] = T(v);
+      S[r * p + k] = v;
     }
   }
 }
 
 // Loads one working slot from the caller's moment array, or else its sum array.
 template <class T>
-void LoadSlot(const Call<T>& c, int k, T* slot) {
+void LoadSlot(const Call<T>& c, int k, double* slot) {
   const int64_t p = c.p;
   const T* moment = c.arrays[k];
   const T* sum = c.arrays[kSumIndexOfSlot[k]];
   if (k < kCen2) {
     if (moment != nullptr) {
-      std::memcpy(slot, moment, sizeof(T) * p);
+      std::copy(moment, moment + p, slot);
     } else if (sum != nullptr) {
-      for (int64_t i = 0; i < p; ++i) slot[i] = T(double(sum[i]) / c.W);
+      for (int64_t i = 0; i < p; ++i) slot[i] = double(sum[i]) / c.W;
     }
   } else {
     const double scale = k == kCen2 ? (c.W * c.W - c.W2) / c.W : c.W;
     if (moment != nullptr) {
-      for (int64_t i = 0; i < p; ++i) slot[i] = T(double(moment[i]) * scale);
+      for (int64_t i = 0; i < p; ++i) slot[i] = double(moment[i]) * scale;
     } else if (sum != nullptr) {
-      std::memcpy(slot, sum, sizeof(T) * p);
+      std::copy(sum, sum + p, slot);
     }
   }
 }
 
 // Writes cor, cov and cross-product from S. The diagonal of cor holds the variance.
 template <class T>
-void WriteMatrices(const Call<T>& c, const T* S) {
+void WriteMatrices(const Call<T>& c, const double* S) {
   const int64_t p = c.p;
   const SSTask& task = *c.task;
   const double f = c.W > 0 ? 1.0 / (c.W - c.W2 / c.W) : 1.0;
@@ -180,10 +205,9 @@ void WriteMatrices(const Call<T>& c, const T* S) {
     if (!Included(task, r)) continue;
     for (int64_t k = 0; k <= r; ++k) {
       if (!Included(task, k)) continue;
-      const double s = double(S[r * p + k]);
+      const double s = S[r * p + k];
       if (wantCor) {
-        put(c.cor, r, k,
-            k == r ? f * s : s / std::sqrt(double(S[r * p + r]) * double(S[k * p + k])));
+        put(c.cor, r, k, k == r || c.Empty() ? f * s : s / std::sqrt(S[r * p + r] * S[k * p + k]));
       }
       if (wantCov) put(c.cov, r, k, f * s);
       if (wantCp) put(c.cp, r, k, s);
@@ -194,11 +218,11 @@ void WriteMatrices(const Call<T>& c, const T* S) {
 // The finish step for moments and what derives from them. `out` is the set of indices to write;
 // `slots` the working values, `givenMean` the mean of a given-mean call.
 template <class T>
-void WriteMoments(const Call<T>& c, uint32_t out, T* const* slots, const T* givenMean) {
+void WriteMoments(const Call<T>& c, uint32_t out, double* const* slots, const T* givenMean) {
   const int64_t p = c.p;
   const double W = c.W, W2 = c.W2;
   const bool fast = c.method == Method::kFast;
-  auto at = [](const T* a, int64_t i) { return a != nullptr ? double(a[i]) : 0.0; };
+  auto at = [](const double* a, int64_t i) { return a != nullptr ? a[i] : 0.0; };
   for (int64_t i = 0; i < p; ++i) {
     if (!Included(*c.task, i)) continue;
     const double m = givenMean != nullptr ? double(givenMean[i]) : at(slots[kMean], i);
@@ -239,7 +263,7 @@ void WriteMoments(const Call<T>& c, uint32_t out, T* const* slots, const T* give
     for (uint32_t bits = out; bits != 0; bits &= bits - 1) {
       const int idx = std::countr_zero(bits);
       if (idx == kIdxCov || idx == kIdxCor || idx == kIdxCrossProduct) continue;
-      c.arrays[idx][i] = T(values[idx]);
+      c.arrays[idx][i] = c.Empty() ? T(0) : T(values[idx]);
     }
   }
 }
@@ -249,17 +273,26 @@ template <class T>
 struct ThreadContext {
   Kernel<T> kernel;
   KernelArgs<T> args;
-  ThreadState<T>* states;
+  ShareState* shares;
+  int64_t shareCount;
+  double* scratch;  // one region per thread
+  int64_t scratchStride;
 };
 
+// Thread t of `threadCount` runs the shares [t*shares/threadCount, (t+1)*shares/threadCount), each
+// into its own state with the thread's work space.
 template <class T>
 int32_t BasicThreader(int32_t thread, void* /*reserved*/, int32_t threadCount, void* context) {
   auto& ctx = *static_cast<ThreadContext<T>*>(context);
-  const int64_t n = ctx.args.n;
-  const int64_t share = n / threadCount;
-  const int64_t first = thread * share;
-  const int64_t end = thread == threadCount - 1 ? n : first + share;
-  ctx.kernel(ctx.args, first, end, ctx.states[thread]);
+  const int64_t n = ctx.args.n, shares = ctx.shareCount;
+  const int64_t first = ShareStart(shares, thread, threadCount);
+  const int64_t end = ShareStart(shares, thread + 1, threadCount);
+  for (int64_t s = first; s < end; ++s) {
+    ShareState& st = ctx.shares[s];
+    st.scratch = ctx.scratch + thread * ctx.scratchStride;
+    st.fetchEnd = ShareStart(n, end, shares);
+    ctx.kernel(ctx.args, ShareStart(n, s, shares), ShareStart(n, s + 1, shares), st);
+  }
   return 0;
 }
 
@@ -317,71 +350,50 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
     kernel = kernels.onePass[16 * cols + 8 * wt + 2 * order + (c.matrix ? 1 : 0)];
   }
 
-  // Threads: a share must be worth its start-up (2^13 elements of work) and hold 16
-  // observations.
+  // S is tracked by every share: deviation products in the one-pass method, raw products in the
+  // others, which the kernels add chunk by chunk beside their power sums. Shares of the power-sum
+  // and given-mean methods are turned back into deviation sums about the new mean at the end.
+  const bool onePass = c.method == Method::kOnePass;
+  const bool powerS = c.matrix && !onePass;
+  const int64_t block = OnePassBlock(p);
+  // Each share's part of the work block starts a 128-byte line pair of its own, so that no cache
+  // line is written by two threads.
+  auto padded = [](int64_t count) { return (count + 15) & ~int64_t{15}; };
+  const int64_t slotsStride = padded(kSlotCount * p);
+  const int64_t sStride = c.matrix ? padded(p * p) : 0;
+  const int64_t scratchStride = padded(ScratchDoubles(onePass, c.matrix, p, block));
+  const int64_t shares =
+      ShareCount(n, p, c.matrix, int64_t(sizeof(double)) * (slotsStride + sStride));
   int64_t threads = services != nullptr && services->thread_count != nullptr &&
                             services->run_on_each_thread != nullptr
                         ? services->thread_count()
                         : 1;
-  {
-    const unsigned __int128 work =
-        (unsigned __int128)n * (unsigned __int128)p * (unsigned __int128)(c.matrix ? p : 1);
-    const unsigned __int128 byWork = work >> 13;
-    threads = std::min<int64_t>(
-        threads, byWork > (unsigned __int128)INT32_MAX ? INT32_MAX : int64_t(byWork));
-    threads = std::min<int64_t>(threads, n >> 4);
-    threads = std::max<int64_t>(threads, 1);
-  }
+  threads = std::clamp<int64_t>(threads, 1, shares);
 
-  // Work memory: per thread slots, S (private in one-pass), scratch; the saved mean of the
-  // power-sum S update; the weighted block of the BLAS update.
-  const bool onePass = c.method == Method::kOnePass;
-  // S is private to each thread in the one-pass method. In the others it is a sum of raw
-  // products, which the kernels add chunk by chunk beside their power sums, each thread into a
-  // private block; only a lone thread with a large matrix leaves them to OpenBLAS's dsyrk and
-  // dgemm, whose blocking pays off there, on the calling thread (BLAS is never entered from a
-  // worker).
-  const bool powerS = c.matrix && !onePass;
-  const bool privateS = c.matrix && (onePass || threads > 1);
-  const bool blasS = powerS && threads == 1 && p > kOwnProductsMaxP;
-  const int64_t block = OnePassBlock(p);
-  const int64_t blasBlock = std::min<int64_t>(n, BlasBlock(p, c.weighted, sizeof(T)));
-  // Each thread's part of a per-thread region starts a 128-byte line pair of its own, so that no
-  // cache line is written by two threads.
-  auto padded = [](int64_t count, std::size_t size) {
-    return int64_t(((std::size_t(count) * size + 127) & ~std::size_t{127}) / size);
-  };
-  const int64_t slotsStride = padded(kSlotCount * p, sizeof(T));
-  const int64_t sStride = padded(p * p, sizeof(T));
-  const int64_t scratchStride =
-      padded(ScratchDoubles(onePass, c.matrix && !blasS, p, block), sizeof(double));
+  // Work memory: the running state, the shares' states, one scratch region per thread.
   Layout layout;
-  const std::size_t statesAt = layout.Take(sizeof(ThreadState<T>) * threads);
-  const std::size_t slotsAt = layout.Take(sizeof(T) * slotsStride * threads);
-  const std::size_t sAt =
-      c.matrix ? layout.Take(sizeof(T) * sStride * (privateS ? threads : 1)) : 0;
+  const std::size_t statesAt = layout.Take(sizeof(ShareState) * (shares + 1));
+  const std::size_t slotsAt = layout.Take(sizeof(double) * slotsStride * (shares + 1));
+  const std::size_t sAt = layout.Take(sizeof(double) * sStride * (shares + 1));
   const std::size_t scratchAt = layout.Take(sizeof(double) * scratchStride * threads);
-  const std::size_t oldMeanAt = powerS ? layout.Take(sizeof(T) * p) : 0;
-  const std::size_t scaledAt = blasS && c.weighted ? layout.Take(sizeof(T) * p * blasBlock) : 0;
+  const std::size_t centreAt = layout.Take(sizeof(double) * p);
   WorkBlock work;
   work.ptr = oxl_serv_allocate(layout.bytes, 128);
   if (work.ptr == nullptr) return OXL_SS_ERROR_MEMORY;
   std::memset(work.ptr, 0, layout.bytes);
-  auto* states = reinterpret_cast<ThreadState<T>*>(work.bytes() + statesAt);
-  for (int64_t t = 0; t < threads; ++t) {
-    ThreadState<T>& st = states[t];
+  // State 0 is the running state; states 1.. are the shares'.
+  auto* states = reinterpret_cast<ShareState*>(work.bytes() + statesAt);
+  for (int64_t t = 0; t <= shares; ++t) {
+    ShareState& st = states[t];
     for (int k = 0; k < kSlotCount; ++k) {
-      st.slot[k] = reinterpret_cast<T*>(work.bytes() + slotsAt) + t * slotsStride + k * p;
+      st.slot[k] = reinterpret_cast<double*>(work.bytes() + slotsAt) + t * slotsStride + k * p;
     }
-    st.S = c.matrix && (t == 0 || privateS) ? reinterpret_cast<T*>(work.bytes() + sAt) + t * sStride
-                                            : nullptr;
-    st.scratch = reinterpret_cast<double*>(work.bytes() + scratchAt) + t * scratchStride;
-    st.W = st.W2 = 0;
+    st.S = c.matrix ? reinterpret_cast<double*>(work.bytes() + sAt) + t * sStride : nullptr;
   }
   const T* given = c.method == Method::kGivenMean ? c.arrays[kIdxMean] : nullptr;
 
   // Running state of earlier calls; with W = 0 everything starts at zero.
-  ThreadState<T>& main = states[0];
+  ShareState& main = states[0];
   if (c.W > 0) {
     for (int k = 0; k < kSlotCount; ++k) {
       if (slots & (1u << k)) LoadSlot(c, k, main.slot[k]);
@@ -393,71 +405,48 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
 
   // S of the power-sum and given-mean methods, part one: from deviation sums about the old mean
   // to raw product sums.
-  T* oldMean = powerS ? reinterpret_cast<T*>(work.bytes() + oldMeanAt) : nullptr;
+  auto centreOf = [&](const T* m) -> const double* {
+    if (m == nullptr) return main.slot[kMean];
+    double* centre = reinterpret_cast<double*>(work.bytes() + centreAt);
+    for (int64_t i = 0; i < p; ++i) centre[i] = double(m[i]);
+    return centre;
+  };
   if (powerS && c.W > 0) {
-    const T* v = c.method == Method::kFast   ? main.slot[kMean]
-                 : task.priorMean != nullptr ? static_cast<const T*>(task.priorMean)
-                                             : given;
-    std::memcpy(oldMean, v, sizeof(T) * p);
-    blas::Syr(int(p), T(c.W), oldMean, main.S);
+    const T* old = c.method == Method::kFast   ? nullptr
+                   : task.priorMean != nullptr ? static_cast<const T*>(task.priorMean)
+                                               : given;
+    AddOuter(p, c.W, centreOf(old), main.S);
   }
 
-  ThreadContext<T> ctx{
-      kernel,
-      KernelArgs<T>{n, p, static_cast<const T*>(task.x), static_cast<const T*>(task.weights), given,
-                    block, powerS && !blasS},
-      states};
+  ThreadContext<T> ctx{kernel,
+                       KernelArgs<T>{n, p, static_cast<const T*>(task.x),
+                                     static_cast<const T*>(task.weights), given, block, powerS},
+                       states + 1,
+                       shares,
+                       reinterpret_cast<double*>(work.bytes() + scratchAt),
+                       scratchStride};
   if (!c.weighted) ctx.args.w = nullptr;
   if (threads > 1) {
     const int32_t status = services->run_on_each_thread(int32_t(threads), &ctx, &BasicThreader<T>);
     if (status != 0) return status;
-    for (int64_t t = 1; t < threads; ++t) {
-      kernels.merge(p, slots, c.method == Method::kGivenMean, main, states[t].W, states[t].W2,
-                    states[t].slot, onePass ? states[t].S : nullptr);
-      if (powerS) {
-        for (int64_t r = 0; r < p; ++r) {
-          for (int64_t k = 0; k <= r; ++k) main.S[r * p + k] += states[t].S[r * p + k];
-        }
-      }
-    }
   } else {
     BasicThreader<T>(0, nullptr, 1, &ctx);
+  }
+  for (int64_t s = 1; s <= shares; ++s) {
+    const ShareState& sh = states[s];
+    kernels.merge(p, slots, c.method == Method::kGivenMean, main, sh.W, sh.W2, sh.slot,
+                  onePass ? sh.S : nullptr);
+    if (powerS) {
+      for (int64_t r = 0; r < p; ++r) {
+        for (int64_t k = 0; k <= r; ++k) main.S[r * p + k] += sh.S[r * p + k];
+      }
+    }
   }
   c.W = main.W;
   c.W2 = main.W2;
 
-  // S, part two, on the calling thread: add the products of the observations (by BLAS when no
-  // worker did), then subtract those of the new mean.
-  if (blasS) {
-    const T* x = static_cast<const T*>(task.x);
-    const T* w = static_cast<const T*>(task.weights);
-    T* scaled = c.weighted ? reinterpret_cast<T*>(work.bytes() + scaledAt) : nullptr;
-    const int64_t step = c.weighted ? blasBlock : int64_t{1} << 30;
-    for (int64_t j0 = 0; j0 < n; j0 += step) {
-      const int k = int(std::min(n - j0, step));
-      if (!c.weighted) {
-        if (c.rows) {
-          blas::Syrk('T', int(p), k, x + j0, int(n), main.S);
-        } else {
-          blas::Syrk('N', int(p), k, x + j0 * p, int(p), main.S);
-        }
-      } else if (c.rows) {
-        for (int64_t i = 0; i < p; ++i) {
-          for (int64_t j = 0; j < k; ++j) scaled[i * k + j] = x[i * n + j0 + j] * w[j0 + j];
-        }
-        blas::Gemm('T', 'N', int(p), k, x + j0, int(n), scaled, k, main.S);
-      } else {
-        for (int64_t j = 0; j < k; ++j) {
-          for (int64_t i = 0; i < p; ++i) scaled[j * p + i] = x[(j0 + j) * p + i] * w[j0 + j];
-        }
-        blas::Gemm('N', 'T', int(p), k, x + j0 * p, int(p), scaled, int(p), main.S);
-      }
-    }
-  }
-  if (powerS) {
-    const T* m = c.method == Method::kFast ? main.slot[kMean] : given;
-    blas::Syr(int(p), T(-c.W), m, main.S);
-  }
+  // S, part two: subtract the products of the new mean.
+  if (powerS) AddOuter(p, -c.W, centreOf(given), main.S);
 
   // Finish: matrices, then moments, the running weights and the prior mean.
   if (c.matrix) WriteMatrices(c, main.S);
@@ -473,7 +462,7 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
     }
   }
   if (c.method == Method::kGivenMean) out &= ~(1u << kIdxMean);
-  T* working[kSlotCount];
+  double* working[kSlotCount];
   for (int k = 0; k < kSlotCount; ++k) working[k] = (slots & (1u << k)) ? main.slot[k] : nullptr;
   WriteMoments(c, out, working, given);
   if (task.accumWeights != nullptr) {
@@ -496,32 +485,33 @@ int Convert(Call<T>& c) {
   const int64_t p = c.p;
   const uint32_t d = c.demand;
   Layout layout;
-  const std::size_t slotsAt = layout.Take(sizeof(T) * kSlotCount * p);
-  const std::size_t sAt = c.matrix ? layout.Take(sizeof(T) * p * p) : 0;
+  const std::size_t slotsAt = layout.Take(sizeof(double) * kSlotCount * p);
+  const std::size_t sAt = c.matrix ? layout.Take(sizeof(double) * p * p) : 0;
   WorkBlock work;
   work.ptr = oxl_serv_allocate(layout.bytes, 128);
   if (work.ptr == nullptr) return OXL_SS_ERROR_MEMORY;
   std::memset(work.ptr, 0, layout.bytes);
-  T* slot[kSlotCount];
-  for (int k = 0; k < kSlotCount; ++k)
-    slot[k] = reinterpret_cast<T*>(work.bytes() + slotsAt) + k * p;
+  double* slot[kSlotCount];
+  for (int k = 0; k < kSlotCount; ++k) {
+    slot[k] = reinterpret_cast<double*>(work.bytes() + slotsAt) + k * p;
+  }
   // Every slot that a wanted result needs comes from its sum array, or from its moment array
   // when no sum is stored.
   if (c.W > 0) {
     for (int k = 0; k < kSlotCount; ++k) {
       if (!(d & (1u << k))) continue;
-      T* sum = c.arrays[kSumIndexOfSlot[k]];
+      const T* sum = c.arrays[kSumIndexOfSlot[k]];
       if (sum == nullptr) {
         LoadSlot(c, k, slot[k]);
       } else if (k < kCen2) {
-        for (int64_t i = 0; i < p; ++i) slot[k][i] = T(double(sum[i]) / c.W);
+        for (int64_t i = 0; i < p; ++i) slot[k][i] = double(sum[i]) / c.W;
       } else {
-        std::memcpy(slot[k], sum, sizeof(T) * p);
+        std::copy(sum, sum + p, slot[k]);
       }
     }
   }
   if (c.matrix) {
-    T* S = reinterpret_cast<T*>(work.bytes() + sAt);
+    double* S = reinterpret_cast<double*>(work.bytes() + sAt);
     if (c.W > 0) {
       for (int64_t r = 0; r < p; ++r) {
         for (int64_t k = 0; k <= r; ++k) S[r * p + k] = c.cp.data[MatrixPos(c.cp.form, p, r, k)];

@@ -39,25 +39,36 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 // Merges state B (weight Wb, means and deviation sums bs, matrix SB) into state A. The central
 // sums of higher order use the lower ones before they are replaced, hence the order c4, c3, c2.
-// With a given mean both means are that mean and the deviation d is 0.
-template <class T, class U>
-void MergeState(int64_t p, uint32_t slots, bool givenMean, ThreadState<T>& a, double Wb, double W2b,
-                U* const* bs, const U* SB) {
+// With a given mean both means are that mean and the deviation d is 0. An empty A takes B as it
+// is: the general update would scale B's means by Wb * (1 / Wb), which need not round to 1.
+inline void MergeState(int64_t p, uint32_t slots, bool givenMean, ShareState& a, double Wb,
+                       double W2b, const double* const* bs, const double* SB) {
   if (Wb == 0.0) return;
   const double Wa = a.W;
+  if (Wa == 0.0) {
+    for (int k = 0; k < kSlotCount; ++k) {
+      if (slots & (1u << k)) std::copy(bs[k], bs[k] + p, a.slot[k]);
+    }
+    if (SB != nullptr && a.S != nullptr) {
+      for (int64_t j = 0; j < p; ++j) std::copy(SB + j * p, SB + j * p + j + 1, a.S + j * p);
+    }
+    a.W = Wb;
+    a.W2 += W2b;
+    return;
+  }
   const double W = Wa + Wb;
   const double r = 1.0 / W;
   const double wab = r * Wa * Wb;
   if (SB != nullptr && a.S != nullptr) {
-    const T* ma = a.slot[kMean];
-    const U* mb = bs[kMean];
+    const double* ma = a.slot[kMean];
+    const double* mb = bs[kMean];
     for (int64_t j = 0; j < p; ++j) {
-      const double dj = givenMean ? 0.0 : double(mb[j]) - double(ma[j]);
-      T* row = a.S + j * p;
-      const U* rowb = SB + j * p;
+      const double dj = givenMean ? 0.0 : mb[j] - ma[j];
+      double* row = a.S + j * p;
+      const double* rowb = SB + j * p;
       for (int64_t i = 0; i <= j; ++i) {
-        const double di = givenMean ? 0.0 : double(mb[i]) - double(ma[i]);
-        row[i] = T(double(row[i]) + double(rowb[i]) + wab * di * dj);
+        const double di = givenMean ? 0.0 : mb[i] - ma[i];
+        row[i] = row[i] + rowb[i] + wab * di * dj;
       }
     }
   }
@@ -65,28 +76,26 @@ void MergeState(int64_t p, uint32_t slots, bool givenMean, ThreadState<T>& a, do
   const double c4d4 = r2 * r * Wa * Wb * ((Wa - Wb) * Wa + Wb * Wb);
   const double c3d3 = r2 * Wa * Wb * (Wa - Wb);
   for (int64_t i = 0; i < p; ++i) {
-    const double d = givenMean ? 0.0 : double(bs[kMean][i]) - double(a.slot[kMean][i]);
-    const double c2a = (slots & (1u << kCen2)) ? double(a.slot[kCen2][i]) : 0.0;
-    const double c2b = (slots & (1u << kCen2)) ? double(bs[kCen2][i]) : 0.0;
-    const double c3a = (slots & (1u << kCen3)) ? double(a.slot[kCen3][i]) : 0.0;
-    const double c3b = (slots & (1u << kCen3)) ? double(bs[kCen3][i]) : 0.0;
+    const double d = givenMean ? 0.0 : bs[kMean][i] - a.slot[kMean][i];
+    const double c2a = (slots & (1u << kCen2)) ? a.slot[kCen2][i] : 0.0;
+    const double c2b = (slots & (1u << kCen2)) ? bs[kCen2][i] : 0.0;
+    const double c3a = (slots & (1u << kCen3)) ? a.slot[kCen3][i] : 0.0;
+    const double c3b = (slots & (1u << kCen3)) ? bs[kCen3][i] : 0.0;
     if (slots & (1u << kCen4)) {
       const double d2 = d * d;
-      a.slot[kCen4][i] =
-          T(double(a.slot[kCen4][i]) + double(bs[kCen4][i]) + c4d4 * d2 * d2 +
-            6.0 * r2 * d2 * (Wa * Wa * c2b + Wb * Wb * c2a) + 4.0 * r * d * (Wa * c3b - Wb * c3a));
+      a.slot[kCen4][i] = a.slot[kCen4][i] + bs[kCen4][i] + c4d4 * d2 * d2 +
+                         6.0 * r2 * d2 * (Wa * Wa * c2b + Wb * Wb * c2a) +
+                         4.0 * r * d * (Wa * c3b - Wb * c3a);
     }
     if (slots & (1u << kCen3)) {
-      a.slot[kCen3][i] = T(c3a + c3b + c3d3 * d * d * d + 3.0 * r * d * (Wa * c2b - Wb * c2a));
+      a.slot[kCen3][i] = c3a + c3b + c3d3 * d * d * d + 3.0 * r * d * (Wa * c2b - Wb * c2a);
     }
-    if (slots & (1u << kCen2)) a.slot[kCen2][i] = T(c2a + c2b + wab * d * d);
-    if (!givenMean && (slots & (1u << kMean))) {
-      a.slot[kMean][i] = T(double(a.slot[kMean][i]) + (Wb * r) * d);
-    }
+    if (slots & (1u << kCen2)) a.slot[kCen2][i] = c2a + c2b + wab * d * d;
+    if (!givenMean && (slots & (1u << kMean))) a.slot[kMean][i] += (Wb * r) * d;
     for (int k = kRaw2; k <= kRaw4; ++k) {
       if (slots & (1u << k)) {
-        const double ra = double(a.slot[k][i]);
-        a.slot[k][i] = T(ra + (Wb * r) * (double(bs[k][i]) - ra));
+        const double ra = a.slot[k][i];
+        a.slot[k][i] = ra + (Wb * r) * (bs[k][i] - ra);
       }
     }
   }
@@ -209,7 +218,7 @@ HWY_INLINE void StorePowers(const double* s, double rb, double* const* b, int64_
 // kS. Partial sum l of a dimension takes the observations j0 + l, j0 + l + 4, ... in order; with
 // four lanes to a register, a register of each of the kG dimensions goes at a time.
 template <class T, bool kW, int kOrder, bool kS, int kG>
-HWY_INLINE void OnePassRowsGroup(const KernelArgs<T>& args, const ThreadState<T>& st, int64_t i0,
+HWY_INLINE void OnePassRowsGroup(const KernelArgs<T>& args, const ShareState& st, int64_t i0,
                                  int64_t j0, int64_t j1, double rb, double* const* b, double* dev) {
   const D4 d;
   using V = hn::Vec<D4>;
@@ -221,7 +230,7 @@ HWY_INLINE void OnePassRowsGroup(const KernelArgs<T>& args, const ThreadState<T>
   double K[kG], mb[kG];
   for (int g = 0; g < kG; ++g) {
     xs[g] = args.x + (i0 + g) * n;
-    K[g] = st.W > 0.0 ? double(st.slot[kMean][i0 + g]) : double(xs[g][j0]);
+    K[g] = st.W > 0.0 ? st.slot[kMean][i0 + g] : double(xs[g][j0]);
   }
   // Shifted sums.
   double s[kG][kLanes] = {};
@@ -404,7 +413,7 @@ bool OnePassColumnsInRegisters(const T* xb, const T* w, int64_t p, int64_t L, do
 // One-pass kernel: mean always, central 2 from order 1, raw 2 from order 2, everything from
 // order 3; S when kS.
 template <class T, bool kCols, bool kW, int kOrder, bool kS>
-void OnePassKernel(const KernelArgs<T>& args, int64_t first, int64_t end, ThreadState<T>& st) {
+void OnePassKernel(const KernelArgs<T>& args, int64_t first, int64_t end, ShareState& st) {
   const int64_t p = args.p;
   const T* x = args.x;
   const T* w = args.w;
@@ -435,7 +444,7 @@ void OnePassKernel(const KernelArgs<T>& args, int64_t first, int64_t end, Thread
     } else {
       const T* xb = x + j0 * p;
       for (int64_t i = 0; i < p; ++i) {
-        shift[i] = st.W > 0.0 ? double(st.slot[kMean][i]) : double(xb[i]);
+        shift[i] = st.W > 0.0 ? st.slot[kMean][i] : double(xb[i]);
         b[kMean][i] = 0.0;
       }
       if (!OnePassColumnsInRegisters<T, kW, kOrder, kS>(xb, kW ? w + j0 : w, p, L, rb, shift, b,
@@ -480,7 +489,7 @@ void OnePassKernel(const KernelArgs<T>& args, int64_t first, int64_t end, Thread
         }
       }
     }
-    MergeState<T, double>(p, slots, false, st, Wb, W2b, b, kS ? SB : nullptr);
+    MergeState(p, slots, false, st, Wb, W2b, b, kS ? SB : nullptr);
   }
 }
 
@@ -623,20 +632,19 @@ void PowerSums(const KernelArgs<T>& args, int64_t first, int64_t end, double* ac
 
 // Folds power sums into the state: mean and raw slots stay weighted means, central slots are
 // plain sums.
-template <class T>
-void FoldPowerSums(int64_t p, uint32_t slots, double Wb, double W2b, const double* acc,
-                   ThreadState<T>& st) {
+inline void FoldPowerSums(int64_t p, uint32_t slots, double Wb, double W2b, const double* acc,
+                          ShareState& st) {
   const double Wa = st.W;
   const double W = Wa + Wb;
   const double inv = W > 0.0 ? 1.0 / W : 0.0;
   for (int k = 0; k < kSlotCount; ++k) {
     if (!(slots & (1u << k))) continue;
-    T* m = st.slot[k];
+    double* m = st.slot[k];
     const double* s = acc + k * p;
     if (k >= kCen2) {
-      for (int64_t i = 0; i < p; ++i) m[i] = T(double(m[i]) + s[i]);
+      for (int64_t i = 0; i < p; ++i) m[i] += s[i];
     } else {
-      for (int64_t i = 0; i < p; ++i) m[i] = T((Wa * double(m[i]) + s[i]) * inv);
+      for (int64_t i = 0; i < p; ++i) m[i] = (Wa * m[i] + s[i]) * inv;
     }
   }
   st.W = W;
@@ -708,7 +716,7 @@ struct Trickle {
 // over the block, one register of partials per product in each.
 
 template <bool kW, class T>
-void ProductsOfBlock(const T* base, int64_t stride, int64_t L, const T* w, int64_t p, T* S,
+void ProductsOfBlock(const T* base, int64_t stride, int64_t L, const T* w, int64_t p, double* S,
                      double* pack, Trickle& next) {
   const int64_t L16 = (L + 15) / 16 * 16, ls = PackedStride(L);
   for (int64_t i = 0; i < p; ++i) {
@@ -755,9 +763,9 @@ void ProductsOfBlock(const T* base, int64_t stride, int64_t L, const T* w, int64
       }
     }
     for (int a = 0; a < kR; ++a) {
-      T* Sr = S + (r + a) * p;
+      double* Sr = S + (r + a) * p;
       for (int b = 0; b < kC && c + b <= r + a; ++b) {
-        Sr[c + b] = T(double(Sr[c + b]) + SumOfPartials(part[a][b], 1));
+        Sr[c + b] += SumOfPartials(part[a][b], 1);
       }
     }
   };
@@ -777,7 +785,8 @@ void ProductsOfBlock(const T* base, int64_t stride, int64_t L, const T* w, int64
 // (broadcast) times the loaded x_c0.. goes into the observation's partial. Each lane thus makes
 // the additions of the rows kernel, in its order.
 template <bool kW, class T>
-void ProductsOfObservations(const T* xb, int64_t p, int64_t L, const T* w, T* S, Trickle& next) {
+void ProductsOfObservations(const T* xb, int64_t p, int64_t L, const T* w, double* S,
+                            Trickle& next) {
   const hn::ScalableTag<double> dd;
   using V = hn::Vec<decltype(dd)>;
   constexpr int64_t kN = hn::MaxLanes(dd);
@@ -827,9 +836,9 @@ void ProductsOfObservations(const T* xb, int64_t p, int64_t L, const T* w, T* S,
     }
     for (int k = 0; k < kRows; ++k) {
       const int64_t cEnd = std::min(r + k + 1, c0 + count);  // lanes on or below the diagonal
-      T* Sr = S + (r + k) * p;
+      double* Sr = S + (r + k) * p;
       for (int64_t c = c0; c < cEnd; ++c) {
-        Sr[c] = T(double(Sr[c]) + SumOfPartials(part[k] + (c - c0), kN));
+        Sr[c] += SumOfPartials(part[k] + (c - c0), kN);
       }
     }
   };
@@ -851,7 +860,7 @@ void ProductsOfObservations(const T* xb, int64_t p, int64_t L, const T* w, T* S,
 // The products of observations [first, end), block by block; meanwhile the observations
 // [next, nextEnd) are fetched, an equal part during each block.
 template <class T, bool kCols, bool kW>
-void RawProducts(const KernelArgs<T>& args, int64_t first, int64_t end, T* S, double* pack,
+void RawProducts(const KernelArgs<T>& args, int64_t first, int64_t end, double* S, double* pack,
                  int64_t next, int64_t nextEnd) {
   const int64_t p = args.p, n = args.n, size = int64_t(sizeof(T));
   const int64_t blocks = (end - first + kProductBlock - 1) / kProductBlock;
@@ -874,9 +883,10 @@ void RawProducts(const KernelArgs<T>& args, int64_t first, int64_t end, T* S, do
 
 // Power sums over [first, end) into st.scratch. When the thread also adds the raw products to its
 // S, the range goes chunk by chunk, each chunk's products right after its sums while the chunk is
-// still in the second-level cache, so that the observations come from memory once.
+// still in the second-level cache, so that the observations come from memory once; the products of
+// the last chunk fetch the first of the thread's next share.
 template <class T, bool kCols, bool kW, uint32_t kSlots>
-void SumsAndProducts(const KernelArgs<T>& args, int64_t first, int64_t end, ThreadState<T>& st) {
+void SumsAndProducts(const KernelArgs<T>& args, int64_t first, int64_t end, ShareState& st) {
   double* total = st.scratch;
   if (!args.products) return PowerSums<T, kCols, kW, kSlots>(args, first, end, total);
   const int64_t p = args.p;
@@ -888,14 +898,14 @@ void SumsAndProducts(const KernelArgs<T>& args, int64_t first, int64_t end, Thre
     const int64_t j1 = std::min(end, j0 + chunk);
     PowerSums<T, kCols, kW, kSlots>(args, j0, j1, part);
     for (int64_t i = 0; i < kSlotCount * p; ++i) total[i] += part[i];
-    RawProducts<T, kCols, kW>(args, j0, j1, st.S, pack, j1, std::min(end, j1 + chunk));
+    RawProducts<T, kCols, kW>(args, j0, j1, st.S, pack, j1, std::min(st.fetchEnd, j1 + chunk));
   }
 }
 
 // The power-sum kernel (raw moments 1..order+1, slots FastSlots) and the given-mean kernel
 // (central sums about the given mean, and raw moments 2..4 at order 3, slots GivenMeanSlots).
 template <class T, bool kCols, bool kW, uint32_t kSlots>
-void PowerSumKernel(const KernelArgs<T>& args, int64_t first, int64_t end, ThreadState<T>& st) {
+void PowerSumKernel(const KernelArgs<T>& args, int64_t first, int64_t end, ShareState& st) {
   double Wb, W2b;
   WeightSums<kW>(args.w, first, end, Wb, W2b);
   SumsAndProducts<T, kCols, kW, kSlots>(args, first, end, st);
@@ -921,7 +931,7 @@ template <class T>
 constexpr KernelSet<T> MakeKernelSet() {
   return {OnePassTable<T>(std::make_index_sequence<32>()),
           FastTable<T>(std::make_index_sequence<16>()),
-          GivenMeanTable<T>(std::make_index_sequence<16>()), &MergeState<T, T>};
+          GivenMeanTable<T>(std::make_index_sequence<16>()), &MergeState};
 }
 
 }  // namespace oxl::stats::HWY_NAMESPACE

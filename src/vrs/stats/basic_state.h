@@ -2,11 +2,12 @@
 // kernel per method, storage, weighting and order, chosen from tables so that their loops test
 // nothing.
 //
-// Running state of one thread: W and W2 (sums of weights and of their squares), the mean and the
-// raw moments as weighted means, the central moments as plain weighted sums of deviation powers,
-// and S, the weighted sum of deviation products, in the lower triangle of a row-major p by p
-// block (element (j, i), i <= j, at j*p + i; the same memory is BLAS's column-major upper
-// triangle).
+// Running state of one share of the observations: W and W2 (sums of weights and of their
+// squares), the mean and the raw moments as weighted means, the central moments as plain weighted
+// sums of deviation powers, and S, the weighted sum of deviation products, in the lower triangle
+// of a row-major p by p block (element (j, i), i <= j, at j*p + i). The state is kept in double
+// for float data as well: its sums then lose no digits as the observations grow into the
+// billions, where a float state drifts by about n times its rounding.
 //
 // The one-pass kernels take observations in blocks that stay in cache: each block's mean and
 // deviation sums are computed from the block alone (after a shift, so that data far from zero keep
@@ -31,13 +32,15 @@ enum Slot : int { kMean = 0, kRaw2, kRaw3, kRaw4, kCen2, kCen3, kCen4, kSlotCoun
 
 constexpr int kLanes = 4;
 
-// Aligned so that the records of two threads, whose W the one-pass kernels update at every block,
+// Aligned so that the records of two shares, whose W the one-pass kernels update at every block,
 // share no cache line.
-template <class T>
-struct alignas(128) ThreadState {
-  T* slot[kSlotCount];  // p values each; unused slots may be null
-  T* S;                 // p*p, or null when no matrix is tracked by this thread
-  double* scratch;      // kernel work space, see ScratchDoubles
+struct alignas(128) ShareState {
+  double* slot[kSlotCount];  // p values each; unused slots may be null
+  double* S;                 // p*p, or null when no matrix is tracked by this share
+  // Set by the thread that runs the share: its work space (see ScratchDoubles), and the end of its
+  // run of shares, up to which a kernel may fetch observations ahead.
+  double* scratch;
+  int64_t fetchEnd;
   double W, W2;
 };
 
@@ -53,7 +56,7 @@ struct KernelArgs {
 };
 
 template <class T>
-using Kernel = void (*)(const KernelArgs<T>&, int64_t first, int64_t end, ThreadState<T>&);
+using Kernel = void (*)(const KernelArgs<T>&, int64_t first, int64_t end, ShareState&);
 
 // Slots that a kernel of each method and order keeps.
 constexpr uint32_t OnePassSlots(int order) {
@@ -91,19 +94,18 @@ inline int64_t ScratchDoubles(bool onePass, bool matrix, int64_t p, int64_t bloc
   return 8 * p + block * p + (matrix ? p * p : 0);
 }
 
-template <class T>
-using MergeFn = void (*)(int64_t p, uint32_t slots, bool givenMean, ThreadState<T>& a, double Wb,
-                         double W2b, T* const* bs, const T* SB);
+using MergeFn = void (*)(int64_t p, uint32_t slots, bool givenMean, ShareState& a, double Wb,
+                         double W2b, const double* const* bs, const double* SB);
 
 // The kernels of one SIMD target. One-pass: index 16*(cols) + 8*(weights) + 2*order + (S
-// wanted); the others: 8*(cols) + 4*(weights) + order. `merge` folds one thread's state into
+// wanted); the others: 8*(cols) + 4*(weights) + order. `merge` folds one share's state into
 // another's.
 template <class T>
 struct KernelSet {
   std::array<Kernel<T>, 32> onePass;
   std::array<Kernel<T>, 16> fast;
   std::array<Kernel<T>, 16> givenMean;
-  MergeFn<T> merge;
+  MergeFn merge;
 };
 
 // The kernels of the best target this processor runs.

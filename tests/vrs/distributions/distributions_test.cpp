@@ -113,9 +113,9 @@ int32_t CallerCallBack(oxl_vek_error_record*) {
   return 0;
 }
 
-// The caller's mode (all three fields set, so that a restore is visible in each) and callback
-// come back after every call, also when the generator fails; the caller's callback sees none of
-// the events of the zero uniforms' logarithms or of erfinv at 1.
+// The caller's mode (all three fields set, so that a restore is visible in each), callback and
+// vector status come back after every call, also when the generator fails; the caller's callback
+// and status see none of the events of the zero uniforms' logarithms or of erfinv at 1.
 TEST(Distributions, CallerModeAndCallbackSurvive) {
   Script() = {0.0, 1.0, 0.0, 0.5, 0.0, 0.999};
   StreamGuard scripted(NewStream(ScriptedBrng()));
@@ -125,6 +125,7 @@ TEST(Distributions, CallerModeAndCallbackSurvive) {
   const uint32_t old_mode = oxl_vek_kernel_SetMode(caller_mode);
   const auto old_callback = oxl_vek_kernel_SetErrorCallBack(CallerCallBack);
   const uint64_t mode = oxl_vek_kernel_GetMode();
+  const int32_t old_status = oxl_vek_kernel_SetErrStatus(vek_status_underflow);
   g_caller_events = 0;
   std::vector<double> rd(40);
   std::vector<float> rs(40);
@@ -139,8 +140,10 @@ TEST(Distributions, CallerModeAndCallbackSurvive) {
     EXPECT_EQ(e.s(failing.s, 40, rs.data()), oxl::test::kFailingStatus);
     EXPECT_EQ(oxl_vek_kernel_GetMode(), mode);
     EXPECT_EQ(oxl_vek_kernel_GetErrorCallBack(), &CallerCallBack);
+    EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), vek_status_underflow);
   }
   EXPECT_EQ(g_caller_events, 0);
+  oxl_vek_kernel_SetErrStatus(old_status);
   oxl_vek_kernel_SetErrorCallBack(old_callback);
   oxl_vek_kernel_SetMode(old_mode);
 }
