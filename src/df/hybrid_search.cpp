@@ -97,7 +97,7 @@ HWY_INLINE void Group(const T* HWY_RESTRICT x, Idx n, const T* HWY_RESTRICT site
       cell = fixed[k];
     } else if (width < 2) {
       cell = l + width;
-    } else if (l + search::kCountWindow <= n) {
+    } else if (n - l >= search::kCountWindow) {
       cell = l + static_cast<Idx>(CountAtMost(x + l, site[k]));
     } else {
       // The window at the end of the partition: a fixed length would run past the last knot.

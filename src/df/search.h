@@ -275,6 +275,12 @@ inline int32_t SearchFormFromFlags(int32_t flags, int64_t partition_size) {
   return partition_size >= kIndex32Limit ? kForm64 : kForm64Pack;
 }
 
+// Whether the cells of a partition fit the form: 32-bit cells and arithmetic hold partitions
+// below kIndex32Limit knots; past that a cell would wrap, so searches in that form refuse.
+inline bool CellsFit(int32_t form, int64_t partition_size) {
+  return form != kForm32 || partition_size < kIndex32Limit;
+}
+
 // The scale that interpolation and integration hand to a search kernel of `method`: the knot
 // step for the uniform searches (whose kernels work out their own scale), the mean knot step for
 // the quasi-uniform one, the peak cell, or the bin scale.

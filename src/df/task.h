@@ -6,6 +6,7 @@
 
 #include "oxl/df.h"
 #include "oxl/platform.h"
+#include "platform/checked_size.h"
 
 struct df_task {
   int32_t int_flag;
@@ -39,6 +40,9 @@ namespace oxl::df {
 
 inline constexpr int64_t kSearchTablePairs = 1026;
 inline constexpr std::size_t kAlignment = 128;
+// The value rows hold a slot per function under a 32-bit count; a larger count could not be laid
+// out, so the task refuses it.
+inline constexpr int64_t kMaxFunctionCount = INT32_MAX;
 
 template <class T>
 inline T* Knots(const df_task* task) {
@@ -66,20 +70,28 @@ inline bool IsValuesHint(int64_t hint) {
          hint == VALUES_ROW_POINTERS;
 }
 
-// Fills the search table of `task` from its partition (Part of creation and of the hint edit).
+// Fills the search table of `task` from its partition, at creation and at the hint edit.
 template <class T>
 void BuildSearchTable(df_task* task);
 
+// Makes the search table one bin wide over the whole partition, reading no knot: what an edit of
+// the partition or its size leaves, so that a table built for other knots is never searched. The
+// hybrid search then halves the whole partition, which gives the same cells, only slower, until
+// the hint edit builds the table again.
+void ResetSearchTable(df_task* task);
+
 // A block of `count` elements from the library allocator, or from a fixed buffer in the caller's
-// frame when it fits. Gives its memory back on every way out.
+// frame when it fits. Gives its memory back on every way out. A count whose size overflows gets
+// no block: get() is null, as after a failed allocation.
 template <class E, std::size_t kInline>
 class ScratchBuffer {
  public:
-  explicit ScratchBuffer(std::size_t count) {
-    if (count <= kInline) {
+  explicit ScratchBuffer(platform::CheckedSize count) {
+    if (count.ok() && count.value() <= kInline) {
       data_ = inline_;
     } else {
-      heap_ = static_cast<E*>(oxl_serv_allocate(count * sizeof(E), static_cast<int>(kAlignment)));
+      heap_ = static_cast<E*>(
+          platform::AllocateChecked(platform::BytesOf<E>(count), static_cast<int>(kAlignment)));
       data_ = heap_;
     }
   }
