@@ -39,6 +39,8 @@ OXL_API int32_t _vrssRngUniform(int32_t method, StreamRecord* stream, int32_t n,
 
 OXL_API int32_t _vrsiRngUniform(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
                                 int32_t a, int32_t b) {
+  // An empty interval has no integer to give: nothing is drawn or written.
+  if (a >= b) return StatusBadArgs;
   double block[kIntegerBlock];
   const double low = a;
   const double high = b;

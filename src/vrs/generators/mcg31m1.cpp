@@ -140,9 +140,9 @@ namespace {
 
 constexpr double kMcg31Scale = 1.0 / 2147483647.0;
 
-// Every output form writes its first value before looking at n, and steps once after the last:
-// n of 0 or less writes r[0] and advances by one.
-size_t OutputCount(int32_t n) { return n < 1 ? 1 : static_cast<size_t>(n); }
+// A request of 0 or fewer outputs writes nothing and leaves the state: the caller's array may
+// have no room at all.
+size_t OutputCount(int32_t n) { return n < 1 ? 0 : static_cast<size_t>(n); }
 
 }  // namespace
 }  // namespace oxl::vrs

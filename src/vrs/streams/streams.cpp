@@ -18,6 +18,15 @@ size_t RecordBytes(const BrngRecord& row) {
   return state > seeds ? state : seeds;
 }
 
+// Streams of one generator: rows that agree in every field, as the older table's copies of a row
+// agree with the row itself and the members of a family share theirs.
+bool SameGenerator(const BrngRecord& a, const BrngRecord& b) {
+  return a.StateSize == b.StateSize && a.SeedWords == b.SeedWords &&
+         a.IncludesZero == b.IncludesZero && a.WordBytes == b.WordBytes && a.Bits == b.Bits &&
+         a.InitStream == b.InitStream && a.sBRng == b.sBRng && a.dBRng == b.dBRng &&
+         a.iBRng == b.iBRng;
+}
+
 bool IsAbstract(int32_t id) {
   return id == OXL_BRNG_IABSTRACT || id == OXL_BRNG_DABSTRACT || id == OXL_BRNG_SABSTRACT;
 }
@@ -69,8 +78,12 @@ OXL_API int32_t __vrsCopyStream(StreamRecord** copy, const StreamRecord* source)
 }
 
 OXL_API int32_t __vrsCopyStreamState(StreamRecord* destination, const StreamRecord* source) {
+  if (destination == nullptr || source == nullptr) return StatusBadArgs;
   if (destination == source) return 0;
   const BrngRecord& row = RowOf(source);
+  // The seed words of one generator laid over another's state would overrun a smaller record
+  // and leave a larger one meaningless.
+  if (!SameGenerator(row, RowOf(destination))) return StatusInvalidBrng;
   const auto bytes = static_cast<size_t>(row.WordBytes) * static_cast<size_t>(row.SeedWords);
   oxl_serv_memcpy_s(StateOf<unsigned char>(destination), bytes, StateOf<unsigned char>(source),
                     bytes);
@@ -79,6 +92,8 @@ OXL_API int32_t __vrsCopyStreamState(StreamRecord* destination, const StreamReco
 }
 
 OXL_API int32_t __vrsDeleteStream(StreamRecord** stream) {
+  // A create that failed leaves a null stream; deleting it must be harmless.
+  if (stream == nullptr || *stream == nullptr) return StatusBadArgs;
   __vrsDeleteChunks(*stream);
   oxl_serv_deallocate(*stream);
   *stream = nullptr;

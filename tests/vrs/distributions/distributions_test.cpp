@@ -3,6 +3,7 @@
 // and its triangular multiplies. The laws themselves are tested in goodness_of_fit_test.cpp.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -527,6 +528,28 @@ TEST(GaussianMV, DimensionOne) {
     ASSERT_EQ(_vrssRngGaussianMV(1, a.s, 99, x.data(), 1, storage, &mean, &sd), 0);
     ASSERT_EQ(_vrssRngGaussian(1, b.s, 99, y.data(), mean, sd), 0);
     EXPECT_EQ(x, y);
+  }
+}
+
+// More components than one 32-bit request holds: refused before a number is drawn or stored.
+// (65537 x 65536 wraps to 65536 in 32 bits; the array here has room for that much and more, so
+// that a wrapped request shows as changed memory rather than as a crash.)
+TEST(GaussianMV, CountsPast32BitsAreRefused) {
+  const int32_t shapes[][2] = {{65537, 65536}, {2, 1 << 30}, {1 << 30, 2}};
+  std::vector<double> r(65536 + 64, -7.0);
+  const std::vector<double> mean(64, 0.0), factor(64, 1.0);
+  for (const auto& shape : shapes) {
+    StreamGuard s(NewStream(OXL_BRNG_MCG31));
+    EXPECT_EQ(_vrsdRngGaussianMV(0, s.s, shape[0], r.data(), shape[1], MatrixDiagonal, mean.data(),
+                                 factor.data()),
+              StatusBadArgs)
+        << shape[0] << " x " << shape[1];
+    EXPECT_EQ(std::count(r.begin(), r.end(), -7.0), static_cast<std::ptrdiff_t>(r.size()));
+    StreamGuard fresh(NewStream(OXL_BRNG_MCG31));
+    double next = 0, first = 0;
+    ASSERT_EQ(_vrsdRngUniform(0, s.s, 1, &next, 0.0, 1.0), 0);
+    ASSERT_EQ(_vrsdRngUniform(0, fresh.s, 1, &first, 0.0, 1.0), 0);
+    EXPECT_EQ(next, first);
   }
 }
 

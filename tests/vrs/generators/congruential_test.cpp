@@ -192,19 +192,48 @@ TEST(Congruential, SeedingEdgeCases) {
             std::vector<uint32_t>({0xFFFFFFFF - kMrgM1, 0, 5, 0xFFFFFFFF - kMrgM2, 0, 1}));
 }
 
-TEST(Congruential, Mcg31ZeroCountWritesOneAndSteps) {
+// Requests of no outputs, and integer requests on an empty interval, write nothing and leave the
+// state: the next output is still the first.
+TEST(Congruential, EmptyRequestsWriteNothing) {
   const Series& words = Find("mcg31_main", 'i');
-  const Series& reals = Find("mcg31_main", 'd', -3.5, 7.25);
   StreamPtr p = NewStream(Data().cases.at("mcg31_main"));
-  uint32_t w[2] = {0, 0xDEADBEEF};
-  EXPECT_EQ(__vrsiBRngMCG31M1(p.s, 0, w), 0);
-  EXPECT_EQ(w[0], words.bits[0]);
-  EXPECT_EQ(w[1], 0xDEADBEEFu);
-  double d[2] = {0, 0};
-  EXPECT_EQ(__vrsdBRngMCG31M1(p.s, -5, d, -3.5, 7.25), 0);
-  EXPECT_EQ(std::bit_cast<uint64_t>(d[0]), reals.bits[1]);
-  EXPECT_EQ(d[1], 0.0);
-  EXPECT_EQ(StateOf<Mcg31State>(p.s)->X, words.bits[2]);
+  struct Request {
+    const char* what;
+    int32_t (*call)(StreamRecord*, void*);
+    int32_t status;
+  };
+  const Request requests[] = {
+      {"iBRng n 0",
+       [](StreamRecord* s, void* r) { return __vrsiBRngMCG31M1(s, 0, static_cast<uint32_t*>(r)); },
+       0},
+      {"dBRng n -5",
+       [](StreamRecord* s, void* r) {
+         return __vrsdBRngMCG31M1(s, -5, static_cast<double*>(r), -3.5, 7.25);
+       },
+       0},
+      {"sBRng n 0",
+       [](StreamRecord* s, void* r) {
+         return __vrssBRngMCG31M1(s, 0, static_cast<float*>(r), 0.0f, 1.0f);
+       },
+       0},
+      {"integers a == b",
+       [](StreamRecord* s, void* r) {
+         return _vrsiRngUniform(0, s, 4, static_cast<int32_t*>(r), 3, 3);
+       },
+       StatusBadArgs},
+      {"integers a > b",
+       [](StreamRecord* s, void* r) {
+         return _vrsiRngUniform(0, s, 4, static_cast<int32_t*>(r), 10, -10);
+       },
+       StatusBadArgs},
+  };
+  for (const Request& q : requests) {
+    unsigned char r[32];
+    std::memset(r, 0xA5, sizeof r);
+    EXPECT_EQ(q.call(p.s, r), q.status) << q.what;
+    for (unsigned char byte : r) ASSERT_EQ(byte, 0xA5) << q.what;
+    EXPECT_EQ(StateOf<Mcg31State>(p.s)->X, words.bits[0]) << q.what;
+  }
 }
 
 std::vector<uint64_t> Words(StreamRecord* s, int n) {

@@ -202,6 +202,48 @@ TEST(Streams, HeaderAndCopies) {
   }
 }
 
+// Call sequences a caller should not make get a status and change nothing: the seed words of
+// one generator are not laid over another's state, and a stream that is not there is not freed.
+TEST(Streams, MismatchedAndMissingStreamsAreRefused) {
+  struct Pair {
+    int32_t destination, source;
+    int32_t status;
+  };
+  const Pair pairs[] = {
+      {OXL_BRNG_MCG31, OXL_BRNG_MT19937, StatusInvalidBrng},  // 2500 seed bytes into 8
+      {OXL_BRNG_MCG59, OXL_BRNG_MRG32K3A, StatusInvalidBrng},
+      {OXL_BRNG_MT19937, OXL_BRNG_MCG31, StatusInvalidBrng},
+      {OXL_BRNG_MT2203 + 5, OXL_BRNG_MT2203 + 4000, 0},  // members of one family
+      {0, OXL_BRNG_MCG31, 0},                            // MCG31 in the older numbering
+  };
+  for (const Pair& p : pairs) {
+    const uint32_t seed = 7;
+    StreamRecord* to = nullptr;
+    StreamRecord* from = nullptr;
+    ASSERT_EQ(__vrsNewStreamEx(&to, p.destination, 1, &seed), 0);
+    ASSERT_EQ(__vrsNewStreamEx(&from, p.source, 1, &seed), 0);
+    ASSERT_EQ(__vrsAddChunk(to, 5, nullptr, Block(16, 0x11), 16), 0);
+    BrngRecord row{};
+    ASSERT_EQ(__vrsGetBrngProperties(p.destination, &row), 0);
+    const std::vector<unsigned char> before(reinterpret_cast<unsigned char*>(to),
+                                            reinterpret_cast<unsigned char*>(to) + row.StateSize);
+    EXPECT_EQ(__vrsCopyStreamState(to, from), p.status) << std::hex << p.destination;
+    if (p.status != 0) {
+      EXPECT_EQ(std::memcmp(before.data(), to, before.size()), 0) << std::hex << p.destination;
+      EXPECT_EQ(static_cast<unsigned char*>(__vrsSearchChunk(to, 5))[0], 0x11);
+    }
+    __vrsDeleteStream(&to);
+    __vrsDeleteStream(&from);
+  }
+  StreamRecord* s = NewMcg31(1);
+  EXPECT_EQ(__vrsCopyStreamState(s, nullptr), StatusBadArgs);
+  EXPECT_EQ(__vrsCopyStreamState(nullptr, s), StatusBadArgs);
+  // Deleting twice: the second call finds the pointer cleared.
+  EXPECT_EQ(__vrsDeleteStream(&s), 0);
+  EXPECT_EQ(__vrsDeleteStream(&s), StatusBadArgs);
+  EXPECT_EQ(__vrsDeleteStream(nullptr), StatusBadArgs);
+}
+
 TEST(Chunks, ListOrderSearchAndDeleteById) {
   StreamRecord* s = NewMcg31(1);
   ASSERT_EQ(__vrsAddChunk(s, 1, nullptr, Block(8, 1), 8), 0);
