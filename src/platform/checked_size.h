@@ -30,6 +30,20 @@ class CheckedSize {
     return r;
   }
 
+  // A whole count of `unit`s: a byte size divided by an element size, an element count by a
+  // group.
+  friend constexpr CheckedSize operator/(CheckedSize a, std::size_t unit) {
+    CheckedSize r = a;
+    r.value_ = a.value_ / unit;
+    return r;
+  }
+  // The next multiple of `unit`, a power of two.
+  constexpr CheckedSize RoundedUp(std::size_t unit) const {
+    CheckedSize r = *this + static_cast<int64_t>(unit - 1);
+    r.value_ &= ~(unit - 1);
+    return r;
+  }
+
   // Whether no step overflowed and the size stays within what one object may span (pointer
   // differences inside a block must be representable).
   constexpr bool ok() const {

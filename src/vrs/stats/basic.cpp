@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "oxl/platform.h"
+#include "platform/checked_size.h"
 #include "platform/fp_control.h"
 #include "vrs/stats/basic_state.h"
 #include "vrs/stats/blas.h"
@@ -263,12 +264,13 @@ int32_t BasicThreader(int32_t thread, void* /*reserved*/, int32_t threadCount, v
   return 0;
 }
 
-// Byte layout of the call's one block of work memory.
+// Byte layout of the call's one block of work memory. Its sizes are products of the caller's
+// dimension and counts, checked step by step: a layout that overflowed is never allocated.
 struct Layout {
-  std::size_t bytes = 0;
-  std::size_t Take(std::size_t size) {
-    const std::size_t at = bytes;
-    bytes += (size + 127) & ~std::size_t{127};
+  oxl::platform::CheckedSize bytes = 0;
+  std::size_t Take(oxl::platform::CheckedSize size) {
+    const std::size_t at = bytes.value();
+    bytes = bytes + size.RoundedUp(128);
     return at;
   }
 };
@@ -348,25 +350,30 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
   const int64_t blasBlock = std::min<int64_t>(n, BlasBlock(p, c.weighted, sizeof(T)));
   // Each thread's part of a per-thread region starts a 128-byte line pair of its own, so that no
   // cache line is written by two threads.
-  auto padded = [](int64_t count, std::size_t size) {
-    return int64_t(((std::size_t(count) * size + 127) & ~std::size_t{127}) / size);
+  using oxl::platform::BytesOf;
+  using oxl::platform::CheckedSize;
+  auto padded = [](CheckedSize count, std::size_t size) {
+    return (count * static_cast<int64_t>(size)).RoundedUp(128) / size;
   };
-  const int64_t slotsStride = padded(kSlotCount * p, sizeof(T));
-  const int64_t sStride = padded(p * p, sizeof(T));
-  const int64_t scratchStride =
+  const CheckedSize slotsSize = padded(CheckedSize(p) * kSlotCount, sizeof(T));
+  const CheckedSize sSize = padded(CheckedSize(p) * p, sizeof(T));
+  const CheckedSize scratchSize =
       padded(ScratchDoubles(onePass, c.matrix && !blasS, p, block), sizeof(double));
   Layout layout;
-  const std::size_t statesAt = layout.Take(sizeof(ThreadState<T>) * threads);
-  const std::size_t slotsAt = layout.Take(sizeof(T) * slotsStride * threads);
-  const std::size_t sAt =
-      c.matrix ? layout.Take(sizeof(T) * sStride * (privateS ? threads : 1)) : 0;
-  const std::size_t scratchAt = layout.Take(sizeof(double) * scratchStride * threads);
-  const std::size_t oldMeanAt = powerS ? layout.Take(sizeof(T) * p) : 0;
-  const std::size_t scaledAt = blasS && c.weighted ? layout.Take(sizeof(T) * p * blasBlock) : 0;
+  const std::size_t statesAt = layout.Take(BytesOf<ThreadState<T>>(threads));
+  const std::size_t slotsAt = layout.Take(BytesOf<T>(slotsSize * threads));
+  const std::size_t sAt = c.matrix ? layout.Take(BytesOf<T>(sSize * (privateS ? threads : 1))) : 0;
+  const std::size_t scratchAt = layout.Take(BytesOf<double>(scratchSize * threads));
+  const std::size_t oldMeanAt = powerS ? layout.Take(BytesOf<T>(p)) : 0;
+  const std::size_t scaledAt =
+      blasS && c.weighted ? layout.Take(BytesOf<T>(CheckedSize(p) * blasBlock)) : 0;
   WorkBlock work;
-  work.ptr = oxl_serv_allocate(layout.bytes, 128);
+  work.ptr = oxl::platform::AllocateChecked(layout.bytes, 128);
   if (work.ptr == nullptr) return OXL_SS_ERROR_MEMORY;
-  std::memset(work.ptr, 0, layout.bytes);
+  std::memset(work.ptr, 0, layout.bytes.value());
+  const auto slotsStride = static_cast<int64_t>(slotsSize.value());
+  const auto sStride = static_cast<int64_t>(sSize.value());
+  const auto scratchStride = static_cast<int64_t>(scratchSize.value());
   auto* states = reinterpret_cast<ThreadState<T>*>(work.bytes() + statesAt);
   for (int64_t t = 0; t < threads; ++t) {
     ThreadState<T>& st = states[t];
@@ -482,7 +489,7 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
   }
   if (c.method == Method::kGivenMean) {
     if (task.priorMean == nullptr) {
-      task.priorMean = oxl_serv_allocate(sizeof(T) * p, 128);
+      task.priorMean = oxl::platform::AllocateChecked(oxl::platform::BytesOf<T>(p), 128);
       if (task.priorMean == nullptr) return OXL_SS_ERROR_MEMORY;
     }
     std::memcpy(task.priorMean, given, sizeof(T) * p);
@@ -495,13 +502,15 @@ template <class T>
 int Convert(Call<T>& c) {
   const int64_t p = c.p;
   const uint32_t d = c.demand;
+  using oxl::platform::BytesOf;
+  using oxl::platform::CheckedSize;
   Layout layout;
-  const std::size_t slotsAt = layout.Take(sizeof(T) * kSlotCount * p);
-  const std::size_t sAt = c.matrix ? layout.Take(sizeof(T) * p * p) : 0;
+  const std::size_t slotsAt = layout.Take(BytesOf<T>(CheckedSize(p) * kSlotCount));
+  const std::size_t sAt = c.matrix ? layout.Take(BytesOf<T>(CheckedSize(p) * p)) : 0;
   WorkBlock work;
-  work.ptr = oxl_serv_allocate(layout.bytes, 128);
+  work.ptr = oxl::platform::AllocateChecked(layout.bytes, 128);
   if (work.ptr == nullptr) return OXL_SS_ERROR_MEMORY;
-  std::memset(work.ptr, 0, layout.bytes);
+  std::memset(work.ptr, 0, layout.bytes.value());
   T* slot[kSlotCount];
   for (int k = 0; k < kSlotCount; ++k)
     slot[k] = reinterpret_cast<T*>(work.bytes() + slotsAt) + k * p;
@@ -594,6 +603,9 @@ int Basic(SSTask* task, uint64_t estimates, uint64_t method, const SSThreadServi
   if (task->dimensionPtr == nullptr) return OXL_SS_ERROR_DIMENSION;
   c.p = ReadIndex(*task, task->dimensionPtr);
   if (c.p < 1) return OXL_SS_ERROR_DIMENSION;
+  // The work sizes are polynomials in p of degree two, formed in 64 bits before they are checked
+  // as sizes; past 2^31 dimensions they could wrap there, and no such layout fits in memory.
+  if (c.p > INT32_MAX) return OXL_SS_ERROR_MEMORY;
   c.n = task->observationsPtr != nullptr ? ReadIndex(*task, task->observationsPtr) : 0;
   if (k == 1) c.rows = ReadIndex(*task, task->xStorage) == STORAGE_ROWS || c.p == 1;
   c.weighted = k == 1 && task->weights != nullptr;

@@ -438,6 +438,26 @@ TEST(BasicStatus, ChecksInOrder) {
   EXPECT_EQ(pb.Run(EST_MEAN, METHOD_ONE_PASS, nullptr), 0);
 }
 
+// Dimensions whose work memory cannot be sized (p^2 products of 2^65 bytes, p past 2^31) are
+// refused with the memory status before any allocation and before anything is written.
+TEST(BasicStatus, DimensionsPastTheLayoutAreRefused) {
+  const struct {
+    int64_t p;
+    uint64_t estimates;
+  } rows[] = {
+      {INT32_MAX, EST_COV}, {(int64_t{1} << 31) + 1, EST_MEAN}, {int64_t{1} << 62, EST_MEAN}};
+  for (const auto& row : rows) {
+    Problem<double> pb(3, 100, STORAGE_COLS);
+    pb.Fill(1, 0.0, false);
+    pb.p = row.p;  // the task reads the dimension through its pointer at compute time
+    AllocationScope scope;
+    EXPECT_EQ(pb.Run(row.estimates, METHOD_ONE_PASS, nullptr), -4000) << row.p;
+    EXPECT_EQ(scope.allocations(), 0) << row.p;
+    EXPECT_EQ(pb.mean, std::vector<double>(3, 0.0));
+    EXPECT_EQ(pb.cov, std::vector<double>(9, 0.0));
+  }
+}
+
 // Weights: zeros leave W and the raw moments at zero; integer weights equal repeated
 // observations.
 TEST(BasicEdges, Weights) {
