@@ -520,25 +520,14 @@ int32_t _v1DIntegrThreader(int64_t item, int32_t /*thread*/, void* /*reserved*/,
 }
 
 template <class T>
-bool RowsPresent(T* const* rows, int64_t slots) {
-  if (rows == nullptr) return false;
-  for (int64_t f = 0; f < slots; ++f) {
-    if (rows[f] == nullptr) return false;
-  }
-  return true;
-}
-
-template <class T>
 int32_t IntegrateFrame(IntegrFrame<T>& fr, const int64_t hints[2],
                        const thread_services* services) {
   const df_task* task = fr.task;
   const int64_t n = task->partition_size;
   const int64_t fc = task->function_count;
   if (fr.kind == kStepLeft || fr.kind == kStepRight) {
-    if (!RowsPresent(ValueRows<T>(task), task->values_hint == VALUES_COLUMNS ? 1 : fc)) {
-      return DF_STATUS_NO_VALUES;
-    }
-  } else if (task->spline_order > 0 && !RowsPresent(CoefficientRows<T>(task), fc)) {
+    if (!ValueRowsPresent(task)) return DF_STATUS_NO_VALUES;
+  } else if (task->spline_order > 0 && !CoefficientRowsPresent(task)) {
     return DF_STATUS_NO_COEFFICIENTS;
   }
   if (fr.kind == kQuadSubb && task->internal_data == nullptr) return DF_STATUS_NO_INTERNAL;

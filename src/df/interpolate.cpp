@@ -284,16 +284,9 @@ int32_t Interpolate(df_task* task, int64_t type, int64_t nsite, const T* site, i
   if (dorder == nullptr) ndorder = 0;
   // The evaluators trust the rows; a task whose rows were never attached is refused here.
   if (kind >= kStepLeft) {
-    if (task->value_rows == nullptr) return DF_STATUS_NO_VALUES;
-    const int64_t slots = task->values_hint == VALUES_COLUMNS ? 1 : task->function_count;
-    for (int64_t f = 0; f < slots; ++f) {
-      if (task->value_rows[f] == nullptr) return DF_STATUS_NO_VALUES;
-    }
+    if (!ValueRowsPresent(task)) return DF_STATUS_NO_VALUES;
   } else if (task->spline_order > 0) {
-    if (task->coefficient_rows == nullptr) return DF_STATUS_NO_COEFFICIENTS;
-    for (int64_t f = 0; f < task->function_count; ++f) {
-      if (task->coefficient_rows[f] == nullptr) return DF_STATUS_NO_COEFFICIENTS;
-    }
+    if (!CoefficientRowsPresent(task)) return DF_STATUS_NO_COEFFICIENTS;
   }
 
   Frame<T> fr;

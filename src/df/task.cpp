@@ -35,6 +35,7 @@ int32_t AttachValues(df_task* task, const T* values) {
   auto** rows = AllocateRows(slots);
   task->value_rows = rows;
   if (rows == nullptr) return DF_STATUS_NO_MEMORY;
+  task->value_slots = slots;
   T* base = const_cast<T*>(values);
   if (task->values_hint == VALUES_COLUMNS || task->values_hint == VALUES_ROW_POINTERS) {
     // Rows of the pointer form other than the first wait, null, for an indexed edit.
@@ -51,9 +52,11 @@ int32_t AttachCoefficients(df_task* task, T* coefficients) {
   const int64_t slots = task->function_count;
   if (slots <= 0 || slots > kMaxFunctionCount) return DF_STATUS_BAD_FUNCTION_COUNT;
   FreeRows(task->coefficient_rows);
+  task->coefficient_slots = 0;
   auto** rows = AllocateRows(slots);
   task->coefficient_rows = rows;
   if (rows == nullptr) return DF_STATUS_NO_MEMORY;
+  task->coefficient_slots = slots;
   if ((task->coefficients_hint & COEFFICIENTS_ROW_POINTERS) != 0) {
     for (int64_t f = 1; f < slots; ++f) rows[f] = nullptr;
     rows[0] = coefficients;
@@ -157,6 +160,7 @@ int32_t EditPtr(df_task* task, int64_t code, const T* pointer) {
     case PTR_VALUES:
       if (pointer == nullptr) return DF_STATUS_NO_VALUES;
       FreeRows(task->value_rows);
+      task->value_slots = 0;
       return AttachValues(task, pointer);
     case PTR_INTERNAL:
       if (pointer == nullptr) return DF_STATUS_NO_INTERNAL;
@@ -184,6 +188,8 @@ int32_t EditIdxPtr(df_task* task, int64_t code, int64_t index, const T* pointer)
     if (index < 0 || index >= task->function_count) return DF_STATUS_BAD_INDEX;
     if (pointer == nullptr) return DF_STATUS_NO_VALUES;
     if (task->value_rows == nullptr) return DF_STATUS_NO_VALUES;
+    // A count raised, or columns turned rows, since the rows came: no slot for this index.
+    if (index >= task->value_slots) return DF_STATUS_BAD_INDEX;
     task->value_rows[index] = const_cast<T*>(pointer);
     return DF_STATUS_OK;
   }
@@ -191,6 +197,7 @@ int32_t EditIdxPtr(df_task* task, int64_t code, int64_t index, const T* pointer)
     if (index < 0 || index >= task->function_count) return DF_STATUS_BAD_INDEX;
     if (pointer == nullptr) return DF_STATUS_NO_COEFFICIENTS;
     if (task->coefficient_rows == nullptr) return DF_STATUS_NO_COEFFICIENTS;
+    if (index >= task->coefficient_slots) return DF_STATUS_BAD_INDEX;
     task->coefficient_rows[index] = const_cast<T*>(pointer);
     return DF_STATUS_OK;
   }
@@ -228,21 +235,24 @@ template <class T>
 int32_t QueryIdxPtr(const df_task* task, int64_t code, int64_t index, const T** out) {
   if (task == nullptr) return DF_STATUS_NO_TASK;
   if (out == nullptr) return DF_STATUS_NO_OUTPUT;
-  // An index equal to the count passes, as the query has always allowed; the slot it would read
-  // lies past the array, so it answers null rather than reading there.
+  // An index equal to the count passes, as the query has always allowed; a slot that lies past
+  // the array (that one, or one of a count raised since the rows came) answers null.
   if (index < 0 || index > task->function_count) return DF_STATUS_BAD_INDEX;
   if (task->dimension != 1) return DF_STATUS_OK;
   void** rows = nullptr;
+  int64_t slots = 0;
   if (code == PTR_VALUES) {
     if (task->values_hint == VALUES_COLUMNS) return DF_STATUS_BAD_VALUES_HINT;
     rows = task->value_rows;
+    slots = task->value_slots;
   } else if (code == PTR_COEFFICIENTS) {
     rows = task->coefficient_rows;
+    slots = task->coefficient_slots;
   } else {
     return DF_STATUS_BAD_CODE;
   }
-  *out = (rows != nullptr && index < task->function_count) ? static_cast<const T*>(rows[index])
-                                                           : nullptr;
+  const bool present = rows != nullptr && index < task->function_count && index < slots;
+  *out = present ? static_cast<const T*>(rows[index]) : nullptr;
   return DF_STATUS_OK;
 }
 

@@ -34,6 +34,10 @@ struct df_task {
     double d;
     float s;
   } bin_scale;
+  // Slots of value_rows and coefficient_rows as allocated: the count and the storage form can be
+  // edited after the rows were attached, and nothing may reach past the slots that exist.
+  int64_t value_slots;
+  int64_t coefficient_slots;
 };
 
 namespace oxl::df {
@@ -68,6 +72,24 @@ inline T BinScale(const df_task* task) {
 inline bool IsValuesHint(int64_t hint) {
   return hint == VALUES_NO_HINT || hint == VALUES_ROWS || hint == VALUES_COLUMNS ||
          hint == VALUES_ROW_POINTERS;
+}
+
+// Whether `rows` has `needed` slots, each set.
+inline bool RowsPresent(void* const* rows, int64_t slots, int64_t needed) {
+  if (rows == nullptr || needed > slots) return false;
+  for (int64_t f = 0; f < needed; ++f) {
+    if (rows[f] == nullptr) return false;
+  }
+  return true;
+}
+// Whether the task has a value row, or the one column block, for every function it declares now,
+// and a coefficient row for each.
+inline bool ValueRowsPresent(const df_task* task) {
+  const int64_t needed = task->values_hint == VALUES_COLUMNS ? 1 : task->function_count;
+  return RowsPresent(task->value_rows, task->value_slots, needed);
+}
+inline bool CoefficientRowsPresent(const df_task* task) {
+  return RowsPresent(task->coefficient_rows, task->coefficient_slots, task->function_count);
 }
 
 // Fills the search table of `task` from its partition, at creation and at the hint edit.

@@ -262,6 +262,36 @@ TEST(DfTask, ValueEditsAndQueries) {
   t->dimension = 1;
 }
 
+// Rows attached for one function (one column block), then the count raised and the storage form
+// turned to row pointers: the slots of the other functions do not exist, and no edit, query or
+// compute entry reaches for them.
+TEST(DfTask, RowsAttachedForFewerFunctionsAreNeverReadPast) {
+  const std::vector<double> x = Knots(6);
+  std::vector<double> y(18, 1.0), c(60, 0.0);
+  TaskHolder t;
+  ASSERT_EQ(oxl_df_kernel_dNewTask1D(&t.task, 6, x.data(), 0, 1, y.data(), VALUES_COLUMNS, 0), 0);
+  ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(t.task, 2, 0, 0, nullptr, 0, nullptr, c.data(), 0), 0);
+  ASSERT_EQ(oxl_df_kernel_iEditVal(t.task, VAL_FUNCTION_COUNT, 3), 0);
+  ASSERT_EQ(oxl_df_kernel_iEditVal(t.task, VAL_VALUES_HINT, VALUES_ROW_POINTERS), 0);
+  EXPECT_EQ(oxl_df_kernel_dEditIdxPtr(t.task, PTR_VALUES, 2, y.data()), DF_STATUS_BAD_INDEX);
+  EXPECT_EQ(oxl_df_kernel_dEditIdxPtr(t.task, PTR_COEFFICIENTS, 2, c.data()), DF_STATUS_BAD_INDEX);
+  const double* out = x.data();
+  EXPECT_EQ(oxl_df_kernel_dQueryIdxPtr(t.task, PTR_VALUES, 2, &out), 0);
+  EXPECT_EQ(out, nullptr);
+  EXPECT_EQ(oxl_df_kernel_dDFLinearSpline1D(t.task, 0, 0, nullptr), DF_STATUS_NO_VALUES);
+  const double sites[2] = {0.3, 1.2};
+  std::vector<double> r(6, -1.0);
+  EXPECT_EQ(oxl_df_kernel_dDFInterpolate1D(t.task, 0, 0, 2, sites, 0, 0, nullptr, nullptr, r.data(),
+                                           0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                           nullptr, nullptr, nullptr, nullptr),
+            DF_STATUS_NO_COEFFICIENTS);
+  EXPECT_EQ(oxl_df_kernel_dDFIntegrate1D(t.task, 0, 2, sites, 0, sites, 0, nullptr, nullptr,
+                                         r.data(), 0, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                         nullptr, nullptr, nullptr, nullptr),
+            DF_STATUS_NO_COEFFICIENTS);
+  EXPECT_EQ(r, std::vector<double>(6, -1.0));
+}
+
 TEST(DfTask, DeleteAndAllocationFailures) {
   df_task* none = nullptr;
   EXPECT_EQ(oxl_df_kernel_DeleteTask(&none), DF_STATUS_NO_TASK);
