@@ -112,9 +112,12 @@ template <class T, class Cell, class Idx>
 int32_t Span(const SearchSpan<T>& a) {
   const Idx n = static_cast<Idx>(a.partition_size);
   Cell* cells = static_cast<Cell*>(a.cells);
+  const bool filled = a.search_table != nullptr && a.bin_count > 0;
+  const int64_t* table = filled ? a.search_table : search::kWholePartition;
+  const int64_t bins = filled ? a.bin_count : 1;
   for (int64_t start = 0; start < a.nsite; start += kGroup) {
     Group<T, Cell, Idx>(a.partition, n, a.site + start, std::min(kGroup, a.nsite - start), a.scale,
-                        a.bin_count, a.search_table, cells + start);
+                        bins, table, cells + start);
   }
   return DF_STATUS_OK;
 }

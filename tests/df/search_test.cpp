@@ -553,6 +553,26 @@ TEST(DfSearch, EditsOfThePartitionNeverLeaveAStaleTable) {
   }
 }
 
+// A creation that fails after the record exists leaves the task to the caller without its
+// table; a search on it still finds every cell, over the whole partition.
+TEST(DfSearch, TaskWithoutItsTableSearchesTheWholePartition) {
+  std::mt19937_64 rng(3);
+  const std::vector<double> x = MakeKnots(300, false, true, rng);
+  const std::vector<double> y(300, 1.0);
+  df_task* task = nullptr;
+  ASSERT_EQ(oxl_df_kernel_dNewTask1D(&task, 300, x.data(), 0, -2, y.data(), 0, 1),
+            DF_STATUS_BAD_FUNCTION_COUNT);
+  ASSERT_NE(task, nullptr);
+  EXPECT_EQ(task->search_table, nullptr);
+  const std::vector<double> sites = MakeSites(x, rng);
+  std::vector<int32_t> cells(sites.size());  // the flag was not stored yet: 32-bit cells
+  EXPECT_EQ(oxl_df_kernel_dDFSearch1D(task, 0, static_cast<int64_t>(sites.size()), sites.data(), 0,
+                                      nullptr, cells.data(), nullptr, nullptr, nullptr),
+            0);
+  for (size_t i = 0; i < sites.size(); ++i) ASSERT_EQ(cells[i], BruteCell(x, sites[i])) << i;
+  EXPECT_EQ(oxl_df_kernel_DeleteTask(&task), 0);
+}
+
 // Sorted search across a split: each share bisects for its own first site.
 TEST(DfSearch, ThreadSplitsGiveTheSameCells) {
   std::mt19937_64 rng(11);
