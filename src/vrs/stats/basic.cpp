@@ -466,7 +466,12 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
     blas::Syr(int(p), T(-c.W), m, main.S);
   }
 
-  // Finish: matrices, then moments, the running weights and the prior mean.
+  // Finish: matrices, then moments, the running weights and the prior mean. The prior mean's
+  // block comes first, so that a failed allocation leaves every output as it was.
+  if (c.method == Method::kGivenMean && task.priorMean == nullptr) {
+    task.priorMean = oxl::platform::AllocateChecked(oxl::platform::BytesOf<T>(p), 128);
+    if (task.priorMean == nullptr) return OXL_SS_ERROR_MEMORY;
+  }
   if (c.matrix) WriteMatrices(c, main.S);
   uint32_t out = d & ~((1u << kIdxCov) | (1u << kIdxCor) | (1u << kIdxCrossProduct));
   for (int k = 0; k < kSlotCount; ++k) {
@@ -487,13 +492,7 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
     static_cast<T*>(task.accumWeights)[0] = T(c.W);
     static_cast<T*>(task.accumWeights)[1] = T(c.W2);
   }
-  if (c.method == Method::kGivenMean) {
-    if (task.priorMean == nullptr) {
-      task.priorMean = oxl::platform::AllocateChecked(oxl::platform::BytesOf<T>(p), 128);
-      if (task.priorMean == nullptr) return OXL_SS_ERROR_MEMORY;
-    }
-    std::memcpy(task.priorMean, given, sizeof(T) * p);
-  }
+  if (c.method == Method::kGivenMean) std::memcpy(task.priorMean, given, sizeof(T) * p);
   return 0;
 }
 

@@ -589,24 +589,32 @@ TEST(BasicEdges, ConversionsFromSums) {
   }
 }
 
-// Every allocation of a call fails in turn: the status is -4000 and nothing stays allocated.
+// Every allocation of a call fails in turn: the status is -4000, nothing stays allocated, and
+// no output (moments, matrices, the running weights) changes.
 TEST(BasicEdges, AllocationFailures) {
   for (int m = 0; m < 3; ++m) {
     Problem<double> pb(3, 2000, STORAGE_ROWS);
     pb.Fill(1, 1.0, false);
     pb.mean = {1, 2, 3};
-    const int64_t count = ForEachAllocationFailure(
-        [&] {
-          pb.accum = {0, 0};
-          const int status = pb.Run(kAllBasic, kMethods[m].method, SerialThreads::Table(2));
-          // The prior mean of a given-mean call belongs to the task; give it back here so that
-          // the scope sees every block returned.
-          oxl_serv_deallocate(pb.task->priorMean);
-          pb.task->priorMean = nullptr;
-          return status;
-        },
-        [](int status, bool failed) { EXPECT_EQ(status, failed ? -4000 : 0); });
-    EXPECT_GE(count, 1);
+    const auto bytes = [](const std::vector<double>& v) {
+      return std::pair<const void*, std::size_t>(v.data(), v.size() * sizeof(double));
+    };
+    const std::vector<FailureSweepRow> rows = {
+        {kMethods[m].name,
+         [&]() -> int64_t {
+           pb.accum = {0, 0};
+           const int status = pb.Run(kAllBasic, kMethods[m].method, SerialThreads::Table(2));
+           // The prior mean of a given-mean call belongs to the task; give it back here so that
+           // the scope sees every block returned.
+           oxl_serv_deallocate(pb.task->priorMean);
+           pb.task->priorMean = nullptr;
+           return status;
+         },
+         -4000,
+         {bytes(pb.raw[0]), bytes(pb.cm[1]), bytes(pb.kurt), bytes(pb.cov), bytes(pb.cor),
+          bytes(pb.accum)}},
+    };
+    EXPECT_GE(SweepAllocationFailures(rows)[0], 1);
   }
 }
 

@@ -368,6 +368,9 @@ TEST_F(ROTable, FullTableLeavesChunksPrivate) {
   }
 }
 
+// Every allocation of every stream entry fails in turn: StatusNoMemory, nothing left allocated,
+// and the streams a failed call does not create (the source, the stream a chunk is added to) as
+// they were.
 TEST_F(ROTable, EveryAllocationFailureIsCleanAndReported) {
   // A stream with a private and a shared chunk, copied while each allocation in turn fails.
   uint64_t key[2];
@@ -375,27 +378,52 @@ TEST_F(ROTable, EveryAllocationFailureIsCleanAndReported) {
   StreamRecord* s = NewMcg31(5);
   ASSERT_EQ(__vrsAddChunk(s, 9, key, Block(64, 9), 64), 0);
   ASSERT_EQ(__vrsAddChunk(s, 5, nullptr, Block(64, 5), 64), 0);
-  const int64_t allocations = test::ForEachAllocationFailure(
-      [&] {
-        StreamRecord* copy = nullptr;
-        const int32_t status = __vrsCopyStream(&copy, s);
-        if (copy) __vrsDeleteStream(&copy);
-        return status;
-      },
-      [](int32_t status, bool failed) { EXPECT_EQ(status, failed ? StatusNoMemory : 0); });
-  EXPECT_EQ(allocations, 4);  // record, private copy, two nodes
+  StreamRecord* other = NewMcg31(6);
+  const std::pair<const void*, size_t> source(s, 24), heads(other, 24);
+  const std::vector<test::FailureSweepRow> rows = {
+      {"copy",
+       [&]() -> int64_t {
+         StreamRecord* copy = nullptr;
+         const int32_t status = __vrsCopyStream(&copy, s);
+         if (copy) __vrsDeleteStream(&copy);
+         return status;
+       },
+       StatusNoMemory,
+       {source}},
+      {"new",
+       [&]() -> int64_t {
+         StreamRecord* t = nullptr;
+         const uint32_t seed = 3;
+         const int32_t status = __vrsNewStreamEx(&t, OXL_BRNG_MRG32K3A, 1, &seed);
+         if (t) __vrsDeleteStream(&t);
+         return status;
+       },
+       StatusNoMemory,
+       {}},
+      {"add a chunk",
+       [&]() -> int64_t {
+         // No data: a block of the test's own would be one more allocation to fail.
+         const int32_t status = __vrsAddChunk(other, 3, nullptr, nullptr, 0);
+         __vrsDeleteChunksById(other, 3);
+         return status;
+       },
+       StatusNoMemory,
+       {heads}},
+      {"copy the state",
+       [&]() -> int64_t {
+         const int32_t status = __vrsCopyStreamState(other, s);
+         __vrsDeleteChunks(other);
+         return status;
+       },
+       StatusNoMemory,
+       {source}},
+  };
+  const std::vector<int64_t> counts = test::SweepAllocationFailures(rows);
+  EXPECT_EQ(counts, (std::vector<int64_t>{4, 1, 1, 3}));  // copy: record, private data, two nodes
   GlobRODataEntry* e = nullptr;
   ASSERT_EQ(__vrsFindGlobRODataTableEntry(&e, key), 0);
   EXPECT_EQ(e->RefCount, 1);
-  test::ForEachAllocationFailure(
-      [&] {
-        StreamRecord* t = nullptr;
-        const uint32_t seed = 3;
-        const int32_t status = __vrsNewStreamEx(&t, OXL_BRNG_MRG32K3A, 1, &seed);
-        if (t) __vrsDeleteStream(&t);
-        return status;
-      },
-      [](int32_t status, bool failed) { EXPECT_EQ(status, failed ? StatusNoMemory : 0); });
+  __vrsDeleteStream(&other);
   __vrsDeleteStream(&s);
 }
 
