@@ -111,7 +111,8 @@ inline Idx UniformCell(T s, T x0, T x1, Idx n, T scale) {
   if (s < x0) return 0;
   if (s == x1) return n - 1;
   const Idx t = TruncAtMost<Idx>(scale * (s - x0), n);
-  return t + 1 < n ? t + 1 : n;
+  // t may be n itself, the largest index of the form: compared before it is raised.
+  return t < n - 1 ? t + 1 : n;
 }
 
 // The longest window the hybrid search counts through after bisection.

@@ -499,6 +499,15 @@ TEST(DfSearch, HostileCountsAreRefusedBeforeAnyAllocation) {
   EXPECT_EQ(cells[1], 2147483652);
   EXPECT_EQ(cells[2], past_32 - 1);
   EXPECT_EQ(cells[3], past_32);
+  // At the largest size of the 64-bit form a site past the end still gets cell n, not n + 1.
+  const LinearTask<double> widest(INT64_MAX, PARTITION_UNIFORM, 1);
+  const double far[3] = {0x1p62, 0x1p63, 0x1p64};
+  ASSERT_EQ(oxl_df_kernel_dDFSearch1D(widest.t.task, 0, 3, far, 0, nullptr, cells, nullptr, nullptr,
+                                      nullptr),
+            0);
+  EXPECT_EQ(cells[0], (int64_t{1} << 62) + 1);
+  EXPECT_EQ(cells[1], INT64_MAX - 1);  // the last knot
+  EXPECT_EQ(cells[2], INT64_MAX);
 }
 
 // Every edit that changes the knots leaves a table that the hybrid search can trust: a new
