@@ -119,8 +119,8 @@ inline Idx UniformCell(T s, T x0, T x1, Idx n, T scale) {
 inline constexpr int kCountWindow = 40;
 
 // One bin over the whole partition (its upper bound clamps to the last knot) and the spare pair
-// behind it: the windows of a task whose table was never filled, a uniform task's or one whose
-// creation failed before the table came.
+// behind it: the windows of an unfilled table, a uniform task's, one whose partition was edited
+// since it was built, or one whose creation failed before the table came.
 inline constexpr int64_t kWholePartition[4] = {0, INT64_MAX, 0, INT64_MAX};
 
 // The walks of the user-defined search from a guess g in [0, n].

@@ -414,14 +414,8 @@ void BuildSearchTable(df_task* task) {
 }
 
 void ResetSearchTable(df_task* task) {
-  int64_t* table = task->search_table;
-  if (table == nullptr) return;
-  task->bin_count = 1;
-  task->bin_scale.d = 0;  // every site in bin 0; also the float scale, the union's first bytes
-  for (int64_t pair = 0; pair < 2; ++pair) {
-    table[2 * pair] = 0;
-    table[2 * pair + 1] = task->partition_size - 1;
-  }
+  task->bin_count = 0;
+  task->bin_scale.d = 0;  // also the float scale, the union's first bytes
 }
 
 template void BuildSearchTable<double>(df_task*);

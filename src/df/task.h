@@ -96,10 +96,10 @@ inline bool CoefficientRowsPresent(const df_task* task) {
 template <class T>
 void BuildSearchTable(df_task* task);
 
-// Makes the search table one bin wide over the whole partition, reading no knot: what an edit of
-// the partition or its size leaves, so that a table built for other knots is never searched. The
-// hybrid search then halves the whole partition, which gives the same cells, only slower, until
-// the hint edit builds the table again.
+// Marks the search table unfilled, as a uniform task's is: what an edit of the partition or its
+// size leaves, so that a table built for other knots is never searched. The hybrid search takes
+// an unfilled table for one bin over the whole partition and halves it, which gives the same
+// cells, only slower, until the hint edit builds the table again. No knot is read.
 void ResetSearchTable(df_task* task);
 
 // A block of `count` elements from the library allocator, or from a fixed buffer in the caller's
