@@ -28,12 +28,24 @@ section() {  # title, shell command
   } >>"$out.tmp"
 }
 
+# The SIMD target the library runs on: OXL_SIMD_TARGET when set (run the script under
+# OXL_SIMD_TARGET=avx2 to time the AVX2 target on an AVX-512 machine), else the best one the
+# processor has.
+flags=$(grep -m1 '^flags' /proc/cpuinfo)
+best=scalar
+if [[ $flags == *" avx2 "* && $flags == *" fma "* ]]; then best=avx2; fi
+if [[ $flags == *" avx512bw "* && $flags == *" avx512vl "* && $flags == *" avx512dq "* ]]; then
+  best=avx512
+fi
+target=${OXL_SIMD_TARGET:-$best}
+
 {
   echo "# Performance of streams, statistics and data fitting"
   echo
   echo "Written by \`scripts/bench-subsystems.sh\` at commit $(git rev-parse --short HEAD) on"
   echo "$(date -u +%Y-%m-%d), $(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2 | xargs)," \
-    "$(nproc) cores. Ratios are peer time / oxl time: above 1, oxl is faster."
+    "$(nproc) cores; oxl on its $target SIMD target. Ratios are peer time / oxl time: above 1," \
+    "oxl is faster."
 } >"$out.tmp"
 
 b=$build/bench

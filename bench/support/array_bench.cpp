@@ -99,8 +99,33 @@ ArrayCache& Arrays(const FunctionInfo& f, int64_t n) {
   return cache;
 }
 
+// The library's SIMD targets that its kernels are timed on, each beside the peers of its width.
+struct TargetRow {
+  int target;
+  const char* suffix;
+};
+constexpr TargetRow kTargets[] = {{OXL_SIMD_TARGET_AVX512, "_avx512"},
+                                  {OXL_SIMD_TARGET_AVX2, "_avx2"}};
+
+// Pins `target` (0: leave the choice alone) for the life of one benchmark.
+class PinnedTarget {
+ public:
+  explicit PinnedTarget(int target) : target_(target) {
+    if (target_ != 0) oxl_dft_pvk_set_simd_target(target_);
+  }
+  ~PinnedTarget() {
+    if (target_ != 0) oxl_dft_pvk_set_simd_target(OXL_SIMD_TARGET_DEFAULT);
+  }
+  PinnedTarget(const PinnedTarget&) = delete;
+  PinnedTarget& operator=(const PinnedTarget&) = delete;
+
+ private:
+  int target_;
+};
+
 template <class T, class Kernel>
-void Run(benchmark::State& state, const FunctionInfo& f, int64_t n, Kernel kernel) {
+void Run(benchmark::State& state, const FunctionInfo& f, int64_t n, Kernel kernel, int target) {
+  const PinnedTarget pinned(target);
   const ArrayCache& arrays = Arrays(f, n);
   const T* a = arrays.inputs.front().As<T>();
   const T* b = arrays.inputs.back().As<T>();
@@ -130,18 +155,35 @@ void AddFunction(const FunctionInfo& info) {
 }
 
 template <class T, class Kernel>
-void AddCase(const FunctionInfo& info, const char* contestant, Kernel kernel, uint64_t features) {
-  AddFunction(info);
-  if (features != 0 && !oxl_dft_pvk_has_features(features)) return;
+void AddOneCase(const FunctionInfo& info, const std::string& contestant, Kernel kernel,
+                int target) {
   for (const Case& c : TheRegistry().cases) {
     if (c.function == info.name && c.contestant == contestant) {
       Fail("contestant " + info.name + "/" + contestant + " registered twice");
     }
   }
   TheRegistry().cases.push_back(
-      {info.name, contestant, [kernel](benchmark::State& state, const FunctionInfo& f, int64_t n) {
-         Run<T>(state, f, n, kernel);
+      {info.name, contestant,
+       [kernel, target](benchmark::State& state, const FunctionInfo& f, int64_t n) {
+         Run<T>(state, f, n, kernel, target);
        }});
+}
+
+// The library's own kernels ("oxl_..." contestants) run once per SIMD target this processor has,
+// named with the target ("oxl_HA_avx2"); peers run as they are.
+template <class T, class Kernel>
+void AddCase(const FunctionInfo& info, const char* contestant, Kernel kernel, uint64_t features) {
+  AddFunction(info);
+  if (features != 0 && !oxl_dft_pvk_has_features(features)) return;
+  if (std::strncmp(contestant, "oxl_", 4) != 0) {
+    AddOneCase<T>(info, contestant, kernel, 0);
+    return;
+  }
+  for (const TargetRow& row : kTargets) {
+    if (oxl_dft_pvk_simd_target_supported(row.target)) {
+      AddOneCase<T>(info, contestant + std::string(row.suffix), kernel, row.target);
+    }
+  }
 }
 
 // Every shape brings its copy loop, registered once as a function of its own.
