@@ -2,6 +2,7 @@
 // doubles, and the generator's raw words.
 #include <cmath>
 
+#include "platform/unaligned.h"
 #include "vrs/streams/stream_record.h"
 
 using namespace oxl::vrs;
@@ -14,8 +15,9 @@ constexpr int32_t kIntegerBlock = 1024;
 template <class T>
 void Clamp(T* r, int32_t n, T a, T b) {
   for (int32_t i = 0; i < n; ++i) {
-    const T above = r[i] < a ? a : r[i];
-    r[i] = above > b ? b : above;
+    const T v = oxl::platform::LoadElement(r, i);
+    const T above = v < a ? a : v;
+    oxl::platform::StoreElement(r, i, above > b ? b : above);
   }
 }
 
