@@ -353,7 +353,8 @@ TEST(DfEntries, EveryAllocationFailsOnceCleanly) {
        {bytes(results)}},
       {"integrate with callbacks",
        [&] {
-         return oxl_df_kernel_dDFIntegrate1D(fx.t.task, 0, static_cast<int64_t>(sites.size()),
+         // The pairs (s[j], s[j + 1]): one fewer than the sites.
+         return oxl_df_kernel_dDFIntegrate1D(fx.t.task, 0, static_cast<int64_t>(sites.size()) - 1,
                                              sites.data(), 0, sites.data() + 1, 0, nullptr, nullptr,
                                              results.data(), 0, &OnesIntegral, &fc, &OnesIntegral,
                                              &fc, &OnesIntegral, &fc, nullptr, nullptr, nullptr);
