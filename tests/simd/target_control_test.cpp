@@ -286,7 +286,6 @@ TEST(TargetControl, EveryTargetGivesTheSameBits) {
 
 TEST(TargetControl, PinningFallsBackAndRefusesNonsense) {
   const int before = oxl_dft_pvk_get_simd_target();
-  EXPECT_EQ(oxl_dft_pvk_simd_target_supported(OXL_SIMD_TARGET_SCALAR), 1);
   EXPECT_EQ(oxl_dft_pvk_simd_target_supported(OXL_SIMD_TARGET_DEFAULT), 0);
   EXPECT_EQ(oxl_dft_pvk_simd_target_supported(77), 0);
   EXPECT_EQ(oxl_dft_pvk_set_simd_target(4), -1);

@@ -19,7 +19,7 @@
 #include "support/targets.h"
 #include "vrs/generators/twister.h"
 #include "vrs/streams/gf2_poly.h"
-#include "vrs/streams/skipahead_poly.h"
+#include "vrs/generators/skipahead_poly.h"
 #include "vrs/streams/stream_record.h"
 
 namespace oxl::vrs {
