@@ -3,6 +3,7 @@
 #   1. Release build: every test, and the benchmarks and demo must build.
 #   2. Address and undefined-behaviour sanitizers: every test but the long sweeps.
 #   3. Thread sanitizer: the threaded tests.
+#   4. Fuzzers (clang's libFuzzer): each target over its seed corpus, 25 s apiece.
 # The sanitizer builds compile the SIMD kernels for this processor's own target only: the Release
 # build is the one that compares targets.
 set -euo pipefail
@@ -34,5 +35,8 @@ configure build-tsan -DOXL_SANITIZE=thread -DOXL_BUILD_BENCHMARKS=OFF -DOXL_BUIL
 cmake --build build-tsan -j"$jobs" --target oxl_thread_tests
 if [ -f tests/tsan.supp ]; then export TSAN_OPTIONS="suppressions=$PWD/tests/tsan.supp"; fi
 ctest --test-dir build-tsan -j"$jobs" --output-on-failure -L threads
+
+echo "== Fuzzers"
+./scripts/fuzz.sh 25
 
 echo "== All tests passed in $((SECONDS - start)) s"

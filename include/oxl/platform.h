@@ -89,7 +89,9 @@ OXL_API int oxl_dft_pvk_simd_target_supported(int target);
 /* Name of the target in use, as the environment variable spells it. */
 OXL_API const char* oxl_dft_pvk_simd_target(void);
 
-/* Floating-point control: the SSE control and status register. */
+/* Floating-point control: the SSE control and status register. Bits that the processor reserves
+ * (those outside its MXCSR_MASK, such as bits 16 to 31) are dropped from `value` before it is
+ * written, since loading them would fault. */
 OXL_API uint32_t oxl_dft_ps_get_mxcsr(void);
 OXL_API void oxl_dft_ps_set_mxcsr(uint32_t value);
 
@@ -107,9 +109,8 @@ OXL_API void oxl_blas4vek_strmm(const char* side, const char* uplo, const char* 
                                 const char* diag, const int* m, const int* n, const float* alpha,
                                 const float* a, const int* lda, float* b, const int* ldb);
 OXL_API void oxl_blas_xdtrmm_4vek(const char* side, const char* uplo, const char* transa,
-                                  const char* diag, const int* m, const int* n,
-                                  const double* alpha, const double* a, const int* lda, double* b,
-                                  const int* ldb);
+                                  const char* diag, const int* m, const int* n, const double* alpha,
+                                  const double* a, const int* lda, double* b, const int* ldb);
 OXL_API void oxl_blas_xstrmm_4vek(const char* side, const char* uplo, const char* transa,
                                   const char* diag, const int* m, const int* n, const float* alpha,
                                   const float* a, const int* lda, float* b, const int* ldb);

@@ -54,7 +54,8 @@ OXL_API void oxl_vek_kernel_zConj_B3HAynn(int n, const oxl_complex16* a, oxl_com
 
 /* r = (scalea a + shifta) / (scaleb b + shiftb) through an approximate reciprocal refined by one
  * step: about 24 bits for float, 34 for double. scaleb == 0 divides once by shiftb and does not
- * read b; scalea == 0 does not read a. No statuses: zero denominators and overflow give what the
+ * read b; scalea == 0 does not read a, so that both at 0 read neither array and give shifta
+ * times 1 / shiftb everywhere. No statuses: zero denominators and overflow give what the
  * arithmetic gives. The double kernel ignores the thread's flush-to-zero mode. */
 OXL_API void oxl_vek_kernel_sLinearFrac_U8HAynn(int n, const float* a, const float* b, float scalea,
                                                 float shifta, float scaleb, float shiftb, float* r);

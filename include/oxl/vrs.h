@@ -161,9 +161,11 @@ OXL_API int32_t __vrsAllocateStream(StreamRecord** stream, const BrngRecord* tab
 OXL_API int32_t __vrsNewStreamEx(StreamRecord** stream, int32_t id, int32_t n,
                                  const uint32_t* seeds);
 OXL_API int32_t __vrsCopyStream(StreamRecord** copy, const StreamRecord* source);
-/* Copies the seed words (WordBytes times SeedWords bytes of the source's row) and the chunks;
- * meant for streams of one generator. */
+/* Copies the seed words (WordBytes times SeedWords bytes of the source's row) and the chunks
+ * between streams of one generator; StatusInvalidBrng, with nothing changed, for streams of
+ * different generators, StatusBadArgs for a null stream. */
 OXL_API int32_t __vrsCopyStreamState(StreamRecord* destination, const StreamRecord* source);
+/* Frees the stream and its chunks and clears *stream; StatusBadArgs when there is no stream. */
 OXL_API int32_t __vrsDeleteStream(StreamRecord** stream);
 OXL_API int32_t __vrsGetStreamStateBrng(const StreamRecord* stream);
 
@@ -194,7 +196,7 @@ OXL_API void __vrsUnregisterGlobRODataReference(const uint64_t* key);
  *   MCG59:    x' = 13^13 x mod 2^59; outputs x / 2^59 scaled; iBRng writes 64-bit words.
  *   MRG32K3A: L'Ecuyer's combined generator; z = (x - y) mod M1 in 1..M1, outputs z / M1 scaled,
  *             so b itself can come out.
- * The output functions of MCG31 write one value and step once when n is 0 or less. */
+ * The output functions write nothing and leave the state alone when n is 0 or less. */
 OXL_API int32_t __vrsBRngMCG31M1InitStream(int32_t method, StreamRecord* stream, int32_t n,
                                            const uint32_t* params);
 OXL_API int32_t __vrssBRngMCG31M1(StreamRecord* stream, int32_t n, float* r, float a, float b);
@@ -248,8 +250,7 @@ OXL_API int32_t __vrsiBRngMT2203(StreamRecord* stream, int32_t n, uint32_t* r);
 OXL_API int32_t __vrsBRngSFMT19937InitStream(int32_t method, StreamRecord* stream, int32_t n,
                                              const uint32_t* params);
 OXL_API int32_t __vrssBRngSFMT19937(StreamRecord* stream, int32_t n, float* r, float a, float b);
-OXL_API int32_t __vrsdBRngSFMT19937(StreamRecord* stream, int32_t n, double* r, double a,
-                                    double b);
+OXL_API int32_t __vrsdBRngSFMT19937(StreamRecord* stream, int32_t n, double* r, double a, double b);
 OXL_API int32_t __vrsiBRngSFMT19937(StreamRecord* stream, int32_t n, uint32_t* r);
 
 /* ---------------------------------------------------------------------------------------------
@@ -341,8 +342,8 @@ OXL_API int32_t _vrsdRngExponential(int32_t method, StreamRecord* stream, int32_
                                     double a, double beta);
 OXL_API int32_t _vrssRngExponential(int32_t method, StreamRecord* stream, int32_t n, float* r,
                                     float a, float beta);
-OXL_API int32_t _vrsdRngLaplace(int32_t method, StreamRecord* stream, int32_t n, double* r, double a,
-                                double beta);
+OXL_API int32_t _vrsdRngLaplace(int32_t method, StreamRecord* stream, int32_t n, double* r,
+                                double a, double beta);
 OXL_API int32_t _vrssRngLaplace(int32_t method, StreamRecord* stream, int32_t n, float* r, float a,
                                 float beta);
 OXL_API int32_t _vrsdRngWeibull(int32_t method, StreamRecord* stream, int32_t n, double* r,

@@ -98,7 +98,7 @@ HWY_INLINE void Group(const T* HWY_RESTRICT x, Idx n, const T* HWY_RESTRICT site
       cell = fixed[k];
     } else if (width < 2) {
       cell = l + width;
-    } else if (l + search::kCountWindow <= n) {
+    } else if (n - l >= search::kCountWindow) {
       cell = l + static_cast<Idx>(CountAtMost(x + l, site[k]));
     } else {
       // The window at the end of the partition: a fixed length would run past the last knot.
@@ -113,9 +113,12 @@ template <class T, class Cell, class Idx>
 int32_t Span(const SearchSpan<T>& a) {
   const Idx n = static_cast<Idx>(a.partition_size);
   Cell* cells = static_cast<Cell*>(a.cells);
+  const bool filled = a.search_table != nullptr && a.bin_count > 0;
+  const int64_t* table = filled ? a.search_table : search::kWholePartition;
+  const int64_t bins = filled ? a.bin_count : 1;
   for (int64_t start = 0; start < a.nsite; start += kGroup) {
     Group<T, Cell, Idx>(a.partition, n, a.site + start, std::min(kGroup, a.nsite - start), a.scale,
-                        a.bin_count, a.search_table, cells + start);
+                        bins, table, cells + start);
   }
   return DF_STATUS_OK;
 }

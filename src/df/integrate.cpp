@@ -306,11 +306,12 @@ int32_t IntegrateWithCallbacks(const IntegrArgs<T>& a, const IntegrCallback<T> c
   const T last = walls.Knot(n - 1);
 
   // Per part and pair: the limits and cells of the part (cell -1: no such part).
-  ScratchBuffer<T, 6 * kBlock> limits(static_cast<std::size_t>(6 * count));
-  ScratchBuffer<int64_t, 6 * kBlock> cells(static_cast<std::size_t>(6 * count));
-  ScratchBuffer<int64_t, kBlock> positions(static_cast<std::size_t>(count));
-  ScratchBuffer<T, 0> gathered(static_cast<std::size_t>(2 * count + fc * count));
-  ScratchBuffer<T, 0> part_values(static_cast<std::size_t>(3 * fc * count));
+  const platform::CheckedSize pairs = count;
+  ScratchBuffer<T, 6 * kBlock> limits(pairs * 6);
+  ScratchBuffer<int64_t, 6 * kBlock> cells(pairs * 6);
+  ScratchBuffer<int64_t, kBlock> positions(pairs);
+  ScratchBuffer<T, 0> gathered(pairs * 2 + pairs * fc);
+  ScratchBuffer<T, 0> part_values(pairs * fc * 3);
   if (limits.get() == nullptr || cells.get() == nullptr || positions.get() == nullptr ||
       gathered.get() == nullptr || part_values.get() == nullptr) {
     return DF_STATUS_NO_MEMORY;
@@ -523,25 +524,14 @@ int32_t _v1DIntegrThreader(int64_t item, int32_t /*thread*/, void* /*reserved*/,
 }
 
 template <class T>
-bool RowsPresent(T* const* rows, int64_t slots) {
-  if (rows == nullptr) return false;
-  for (int64_t f = 0; f < slots; ++f) {
-    if (rows[f] == nullptr) return false;
-  }
-  return true;
-}
-
-template <class T>
 int32_t IntegrateFrame(IntegrFrame<T>& fr, const int64_t hints[2],
                        const thread_services* services) {
   const df_task* task = fr.task;
   const int64_t n = task->partition_size;
   const int64_t fc = task->function_count;
   if (fr.kind == kStepLeft || fr.kind == kStepRight) {
-    if (!RowsPresent(ValueRows<T>(task), task->values_hint == VALUES_COLUMNS ? 1 : fc)) {
-      return DF_STATUS_NO_VALUES;
-    }
-  } else if (task->spline_order > 0 && !RowsPresent(CoefficientRows<T>(task), fc)) {
+    if (!ValueRowsPresent(task)) return DF_STATUS_NO_VALUES;
+  } else if (task->spline_order > 0 && !CoefficientRowsPresent(task)) {
     return DF_STATUS_NO_COEFFICIENTS;
   }
   if (fr.kind == kQuadSubb && task->internal_data == nullptr) return DF_STATUS_NO_INTERNAL;
@@ -551,8 +541,8 @@ int32_t IntegrateFrame(IntegrFrame<T>& fr, const int64_t hints[2],
                      ? (x[1] - x[0]) / static_cast<T>(n - 1)
                      : T(0);
   ScratchBuffer<T, 0> expanded[2] = {
-      ScratchBuffer<T, 0>((hints[0] & SITES_UNIFORM) != 0 ? static_cast<std::size_t>(fr.nlim) : 0),
-      ScratchBuffer<T, 0>((hints[1] & SITES_UNIFORM) != 0 ? static_cast<std::size_t>(fr.nlim) : 0)};
+      ScratchBuffer<T, 0>((hints[0] & SITES_UNIFORM) != 0 ? fr.nlim : 0),
+      ScratchBuffer<T, 0>((hints[1] & SITES_UNIFORM) != 0 ? fr.nlim : 0)};
   for (int s = 0; s < 2; ++s) {
     fr.side[s].scale = SearchScale<T>(task, fr.side[s].method, fr.side[s].data_hint);
     if ((hints[s] & SITES_UNIFORM) != 0) {
@@ -564,7 +554,7 @@ int32_t IntegrateFrame(IntegrFrame<T>& fr, const int64_t hints[2],
 
   int64_t cursors[2] = {0, 0};
   if (fr.nlim < kBlockedPairs) {
-    ScratchBuffer<int64_t, 2 * kBlock> cells(static_cast<std::size_t>(2 * fr.nlim));
+    ScratchBuffer<int64_t, 2 * kBlock> cells(platform::CheckedSize(fr.nlim) * 2);
     if (cells.get() == nullptr) return DF_STATUS_NO_MEMORY;
     return RunBlock(fr, 0, fr.nlim, cells.get(), cursors);
   }

@@ -225,17 +225,18 @@ int32_t InterpFrame(Frame<T>& fr, int64_t site_hint, const thread_services* serv
   if (task->partition_hint != PARTITION_UNIFORM) fr.knot_step = T(0);
   fr.scale = SearchScale<T>(task, fr.method, fr.data_hint);
   const bool uniform_sites = (site_hint & SITES_UNIFORM) != 0;
-  ScratchBuffer<T, kInlineSites> expanded(uniform_sites ? static_cast<std::size_t>(fr.nsite) : 0);
+  ScratchBuffer<T, kInlineSites> expanded(uniform_sites ? fr.nsite : 0);
   if (uniform_sites) {
     if (expanded.get() == nullptr) return DF_STATUS_NO_MEMORY;
     ExpandUniformSites(fr.site, fr.nsite, expanded.get());
     fr.site = expanded.get();
   }
   const int32_t threads = MaxThreads(services);
-  const int64_t stage_size = fr.result_hint != INTERP_RESULTS_BY_FUNCTION
-                                 ? task->function_count * kBlock * fr.nresults * threads
-                                 : 0;
-  ScratchBuffer<T, kInlineStage> stage(static_cast<std::size_t>(stage_size));
+  const platform::CheckedSize stage_size =
+      fr.result_hint != INTERP_RESULTS_BY_FUNCTION
+          ? platform::CheckedSize(task->function_count) * kBlock * fr.nresults * threads
+          : 0;
+  ScratchBuffer<T, kInlineStage> stage(stage_size);
   if (stage.get() == nullptr) return DF_STATUS_NO_MEMORY;
   fr.stage = stage.get();
 
@@ -285,16 +286,9 @@ int32_t Interpolate(df_task* task, int64_t type, int64_t nsite, const T* site, i
   if (dorder == nullptr) ndorder = 0;
   // The evaluators trust the rows; a task whose rows were never attached is refused here.
   if (kind >= kStepLeft) {
-    if (task->value_rows == nullptr) return DF_STATUS_NO_VALUES;
-    const int64_t slots = task->values_hint == VALUES_COLUMNS ? 1 : task->function_count;
-    for (int64_t f = 0; f < slots; ++f) {
-      if (task->value_rows[f] == nullptr) return DF_STATUS_NO_VALUES;
-    }
+    if (!ValueRowsPresent(task)) return DF_STATUS_NO_VALUES;
   } else if (task->spline_order > 0) {
-    if (task->coefficient_rows == nullptr) return DF_STATUS_NO_COEFFICIENTS;
-    for (int64_t f = 0; f < task->function_count; ++f) {
-      if (task->coefficient_rows[f] == nullptr) return DF_STATUS_NO_COEFFICIENTS;
-    }
+    if (!CoefficientRowsPresent(task)) return DF_STATUS_NO_COEFFICIENTS;
   }
 
   Frame<T> fr;
@@ -310,6 +304,9 @@ int32_t Interpolate(df_task* task, int64_t type, int64_t nsite, const T* site, i
   const bool cells_in_caller = (type & INTERP_CELLS_WANTED) != 0 || type == INTERP_CELLS_GIVEN;
   fr.form_word = (task->int_flag != 0 ? 1 : 0) | (cells_in_caller ? 2 : 0);
   fr.search_form = SearchFormFromFlags(fr.form_word, task->partition_size);
+  if (method != kCellsGiven && !CellsFit(fr.search_form, task->partition_size)) {
+    return DF_STATUS_BAD_PARTITION_SIZE;
+  }
   fr.ndorder = ndorder;
   fr.dorder = dorder;
   int64_t slots[1];

@@ -288,9 +288,11 @@ int32_t _v1DCSNatural(df_task* task, const thread_services* services) {
       services != nullptr && fc != 1 && t != 1 &&
       (n >= rule.min_knots || (n >= rule.min_knots_many_threads && t >= rule.many_threads));
   const int64_t u = parallel ? t : fc;
-  const int64_t size = (2 * u + 3) * (n - 1) + 2 * n + (u + 2) * n - 2;
+  // (2u + 3)(n - 1) + 2n + (u + 2)n - 2 elements, gathered so that no step subtracts.
+  const platform::CheckedSize size =
+      (platform::CheckedSize(u) * 3 + 5) * (n - 1) + platform::CheckedSize(n) * 2 + u;
   T* work = static_cast<T*>(
-      oxl_serv_allocate(static_cast<std::size_t>(size) * sizeof(T), static_cast<int>(kAlignment)));
+      platform::AllocateChecked(platform::BytesOf<T>(size), static_cast<int>(kAlignment)));
   if (work == nullptr) return DF_STATUS_NO_MEMORY;
 
   const T* knots = Knots<T>(task);

@@ -20,7 +20,7 @@ int32_t StandardConstruct(df_task* task, const thread_services* /*services*/) {
   const Grid<T, kUniform> x(Knots<T>(task), n);
   const Values<T, kRows> y{ValueRows<T>(task), task->function_count};
   const T m0 = static_cast<const T*>(task->boundary_data)[0];
-  ScratchBuffer<T, kInlineMidpoints> midpoints(static_cast<std::size_t>(n));
+  ScratchBuffer<T, kInlineMidpoints> midpoints(n);
   T* m = midpoints.get();
   if (m == nullptr) return DF_STATUS_NO_MEMORY;
   for (int64_t f = 0; f < task->function_count; ++f) {
@@ -94,8 +94,9 @@ int32_t SubbotinConstruct(df_task* task, const thread_services* /*services*/) {
   const T left = bc[0];
   const T right = bc[1];
 
-  const std::size_t size = static_cast<std::size_t>(8 * (n + 1));
-  T* work = static_cast<T*>(oxl_serv_allocate(size * sizeof(T), static_cast<int>(kAlignment)));
+  const platform::CheckedSize size = (platform::CheckedSize(n) + 1) * 8;
+  T* work = static_cast<T*>(
+      platform::AllocateChecked(platform::BytesOf<T>(size), static_cast<int>(kAlignment)));
   if (work == nullptr) return DF_STATUS_NO_MEMORY;
   T* h = work;          // n cell widths
   T* theta = h + n;     // n relative positions of the data points

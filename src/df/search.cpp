@@ -118,15 +118,16 @@ int32_t SearchFrame(const df_task* task, int32_t method, int64_t nsite, const T*
   if (nsite <= 0) return DF_STATUS_OK;
   const T* x = Knots<T>(task);
   const int64_t n = task->partition_size;
+  const int32_t form = task->int_flag == 0 ? kForm32 : (n >= kIndex32Limit ? kForm64 : kForm64Pack);
+  if (!CellsFit(form, n)) return DF_STATUS_BAD_PARTITION_SIZE;
+  const std::size_t cell_bytes = form == kForm32 ? 4 : 8;
   const bool uniform_sites = site_hint == SITES_UNIFORM;
-  ScratchBuffer<T, kInlineSites> expanded(uniform_sites ? static_cast<std::size_t>(nsite) : 0);
+  ScratchBuffer<T, kInlineSites> expanded(uniform_sites ? nsite : 0);
   if (uniform_sites) {
     if (expanded.get() == nullptr) return DF_STATUS_NO_MEMORY;
     ExpandUniformSites(site, nsite, expanded.get());
     site = expanded.get();
   }
-  const int32_t form = task->int_flag == 0 ? kForm32 : (n >= kIndex32Limit ? kForm64 : kForm64Pack);
-  const std::size_t cell_bytes = form == kForm32 ? 4 : 8;
 
   if (method == kHybrid && n <= 16) {
     if (form == kForm32) {
@@ -227,6 +228,7 @@ OXL_API int32_t oxl_df_kernel_sDFSearch1D(df_task* task, int64_t /*method*/, int
       int32_t flags, oxl_df_##t##search_callback search_callback, void* search_params,             \
       void* library_params, int32_t* flag_array, T scale) {                                        \
     (void)flags;                                                                                   \
+    if (!CellsFit(form_expr, partition_size)) return DF_STATUS_BAD_PARTITION_SIZE;                 \
     const SearchSpan<T> span{partition_size, partition,      nsite,        site,  cursor,          \
                              data_hint,      bin_count,      search_table, cells, search_callback, \
                              search_params,  library_params, flag_array,   scale};                 \

@@ -111,11 +111,17 @@ inline Idx UniformCell(T s, T x0, T x1, Idx n, T scale) {
   if (s < x0) return 0;
   if (s == x1) return n - 1;
   const Idx t = TruncAtMost<Idx>(scale * (s - x0), n);
-  return t + 1 < n ? t + 1 : n;
+  // t may be n itself, the largest index of the form: compared before it is raised.
+  return t < n - 1 ? t + 1 : n;
 }
 
 // The longest window the hybrid search counts through after bisection.
 inline constexpr int kCountWindow = 40;
+
+// One bin over the whole partition (its upper bound clamps to the last knot) and the spare pair
+// behind it: the windows of an unfilled table, a uniform task's, one whose partition was edited
+// since it was built, or one whose creation failed before the table came.
+inline constexpr int64_t kWholePartition[4] = {0, INT64_MAX, 0, INT64_MAX};
 
 // The walks of the user-defined search from a guess g in [0, n].
 template <class T, class Idx>
@@ -283,6 +289,12 @@ SpanKernel<T> SearchKernelFor(int32_t method, int32_t form);
 inline int32_t SearchFormFromFlags(int32_t flags, int64_t partition_size) {
   if ((flags & 2) != 0 && (flags & 1) == 0) return kForm32;
   return partition_size >= kIndex32Limit ? kForm64 : kForm64Pack;
+}
+
+// Whether the cells of a partition fit the form: 32-bit cells and arithmetic hold partitions
+// below kIndex32Limit knots; past that a cell would wrap, so searches in that form refuse.
+inline bool CellsFit(int32_t form, int64_t partition_size) {
+  return form != kForm32 || partition_size < kIndex32Limit;
 }
 
 // The scale that interpolation and integration hand to a search kernel of `method`: the knot

@@ -45,15 +45,8 @@ struct Values {
 // filled.
 template <class T>
 int32_t CheckRows(const df_task* task) {
-  if (task->value_rows == nullptr || task->function_count <= 0) return DF_STATUS_NO_VALUES;
-  const int64_t value_slots = task->values_hint == VALUES_COLUMNS ? 1 : task->function_count;
-  for (int64_t f = 0; f < value_slots; ++f) {
-    if (task->value_rows[f] == nullptr) return DF_STATUS_NO_VALUES;
-  }
-  if (task->coefficient_rows == nullptr) return DF_STATUS_NO_COEFFICIENTS;
-  for (int64_t f = 0; f < task->function_count; ++f) {
-    if (task->coefficient_rows[f] == nullptr) return DF_STATUS_NO_COEFFICIENTS;
-  }
+  if (task->function_count <= 0 || !ValueRowsPresent(task)) return DF_STATUS_NO_VALUES;
+  if (!CoefficientRowsPresent(task)) return DF_STATUS_NO_COEFFICIENTS;
   return DF_STATUS_OK;
 }
 

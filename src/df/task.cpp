@@ -8,6 +8,13 @@ namespace {
 
 void* Allocate(std::size_t bytes) { return oxl_serv_allocate(bytes, static_cast<int>(kAlignment)); }
 
+// A row-pointer array of `slots` pointers; null, without asking the allocator, for a count whose
+// size does not fit.
+void** AllocateRows(int64_t slots) {
+  return static_cast<void**>(
+      platform::AllocateChecked(platform::BytesOf<void*>(slots), static_cast<int>(kAlignment)));
+}
+
 void Free(void*& ptr) {
   if (ptr != nullptr) oxl_serv_deallocate(ptr);
   ptr = nullptr;
@@ -22,12 +29,13 @@ void FreeRows(P*& rows) {
 // Allocates value_rows anew and points its slots into `values` by the storage form.
 template <class T>
 int32_t AttachValues(df_task* task, const T* values) {
-  const int64_t slots =
-      task->values_hint == VALUES_COLUMNS ? 1 : static_cast<int32_t>(task->function_count);
+  if (task->function_count > kMaxFunctionCount) return DF_STATUS_BAD_FUNCTION_COUNT;
+  const int64_t slots = task->values_hint == VALUES_COLUMNS ? 1 : task->function_count;
   if (slots <= 0) return DF_STATUS_BAD_FUNCTION_COUNT;
-  auto** rows = static_cast<void**>(Allocate(static_cast<std::size_t>(slots) * sizeof(void*)));
+  auto** rows = AllocateRows(slots);
   task->value_rows = rows;
   if (rows == nullptr) return DF_STATUS_NO_MEMORY;
+  task->value_slots = slots;
   T* base = const_cast<T*>(values);
   if (task->values_hint == VALUES_COLUMNS || task->values_hint == VALUES_ROW_POINTERS) {
     // Rows of the pointer form other than the first wait, null, for an indexed edit.
@@ -41,11 +49,14 @@ int32_t AttachValues(df_task* task, const T* values) {
 
 template <class T>
 int32_t AttachCoefficients(df_task* task, T* coefficients) {
-  FreeRows(task->coefficient_rows);
   const int64_t slots = task->function_count;
-  auto** rows = static_cast<void**>(Allocate(static_cast<std::size_t>(slots) * sizeof(void*)));
+  if (slots <= 0 || slots > kMaxFunctionCount) return DF_STATUS_BAD_FUNCTION_COUNT;
+  FreeRows(task->coefficient_rows);
+  task->coefficient_slots = 0;
+  auto** rows = AllocateRows(slots);
   task->coefficient_rows = rows;
   if (rows == nullptr) return DF_STATUS_NO_MEMORY;
+  task->coefficient_slots = slots;
   if ((task->coefficients_hint & COEFFICIENTS_ROW_POINTERS) != 0) {
     for (int64_t f = 1; f < slots; ++f) rows[f] = nullptr;
     rows[0] = coefficients;
@@ -71,6 +82,7 @@ int32_t NewTask(df_task** task_out, int64_t partition_size, const T* partition,
   }
   if (function_count != 0 && values == nullptr) return DF_STATUS_NO_VALUES;
   if (function_count == 0 && values != nullptr) return DF_STATUS_BAD_FUNCTION_COUNT;
+  if (function_count > kMaxFunctionCount) return DF_STATUS_BAD_FUNCTION_COUNT;
   if (!IsValuesHint(values_hint)) return DF_STATUS_BAD_VALUES_HINT;
 
   auto* task = static_cast<df_task*>(Allocate(sizeof(df_task)));
@@ -143,10 +155,12 @@ int32_t EditPtr(df_task* task, int64_t code, const T* pointer) {
     case PTR_PARTITION:
       if (pointer == nullptr) return DF_STATUS_NO_PARTITION;
       task->partition = const_cast<T*>(pointer);
+      ResetSearchTable(task);
       return DF_STATUS_OK;
     case PTR_VALUES:
       if (pointer == nullptr) return DF_STATUS_NO_VALUES;
       FreeRows(task->value_rows);
+      task->value_slots = 0;
       return AttachValues(task, pointer);
     case PTR_INTERNAL:
       if (pointer == nullptr) return DF_STATUS_NO_INTERNAL;
@@ -174,6 +188,8 @@ int32_t EditIdxPtr(df_task* task, int64_t code, int64_t index, const T* pointer)
     if (index < 0 || index >= task->function_count) return DF_STATUS_BAD_INDEX;
     if (pointer == nullptr) return DF_STATUS_NO_VALUES;
     if (task->value_rows == nullptr) return DF_STATUS_NO_VALUES;
+    // A count raised, or columns turned rows, since the rows came: no slot for this index.
+    if (index >= task->value_slots) return DF_STATUS_BAD_INDEX;
     task->value_rows[index] = const_cast<T*>(pointer);
     return DF_STATUS_OK;
   }
@@ -181,6 +197,7 @@ int32_t EditIdxPtr(df_task* task, int64_t code, int64_t index, const T* pointer)
     if (index < 0 || index >= task->function_count) return DF_STATUS_BAD_INDEX;
     if (pointer == nullptr) return DF_STATUS_NO_COEFFICIENTS;
     if (task->coefficient_rows == nullptr) return DF_STATUS_NO_COEFFICIENTS;
+    if (index >= task->coefficient_slots) return DF_STATUS_BAD_INDEX;
     task->coefficient_rows[index] = const_cast<T*>(pointer);
     return DF_STATUS_OK;
   }
@@ -218,21 +235,24 @@ template <class T>
 int32_t QueryIdxPtr(const df_task* task, int64_t code, int64_t index, const T** out) {
   if (task == nullptr) return DF_STATUS_NO_TASK;
   if (out == nullptr) return DF_STATUS_NO_OUTPUT;
-  // An index equal to the count passes, as the query has always allowed; the slot it would read
-  // lies past the array, so it answers null rather than reading there.
+  // An index equal to the count passes, as the query has always allowed; a slot that lies past
+  // the array (that one, or one of a count raised since the rows came) answers null.
   if (index < 0 || index > task->function_count) return DF_STATUS_BAD_INDEX;
   if (task->dimension != 1) return DF_STATUS_OK;
   void** rows = nullptr;
+  int64_t slots = 0;
   if (code == PTR_VALUES) {
     if (task->values_hint == VALUES_COLUMNS) return DF_STATUS_BAD_VALUES_HINT;
     rows = task->value_rows;
+    slots = task->value_slots;
   } else if (code == PTR_COEFFICIENTS) {
     rows = task->coefficient_rows;
+    slots = task->coefficient_slots;
   } else {
     return DF_STATUS_BAD_CODE;
   }
-  *out = (rows != nullptr && index < task->function_count) ? static_cast<const T*>(rows[index])
-                                                           : nullptr;
+  const bool present = rows != nullptr && index < task->function_count && index < slots;
+  *out = present ? static_cast<const T*>(rows[index]) : nullptr;
   return DF_STATUS_OK;
 }
 
@@ -243,20 +263,26 @@ int32_t EditVal(df_task* task, int64_t code, int64_t value) {
     case VAL_PARTITION_SIZE:
       if (value < 2) return DF_STATUS_BAD_PARTITION_SIZE;
       task->partition_size = value;
+      ResetSearchTable(task);
       return DF_STATUS_OK;
-    case VAL_PARTITION_HINT:
+    case VAL_PARTITION_HINT: {
       if (value != 0 && value != 1 && value != 2 && value != 4) return DF_STATUS_BAD_PARTITION_HINT;
+      const bool two_ends = task->partition_hint == PARTITION_UNIFORM;
       task->partition_hint = value;
-      if (value == PARTITION_NONUNIFORM && task->search_table != nullptr) {
-        if (task->is_double != 0) {
-          BuildSearchTable<double>(task);
-        } else {
-          BuildSearchTable<float>(task);
-        }
+      if (value != PARTITION_NONUNIFORM || task->search_table == nullptr) return DF_STATUS_OK;
+      // Under the uniform form the caller's array holds the two ends only: the knots to build
+      // from are not there until a new partition comes, whose edit resets the table anyway.
+      if (two_ends) {
+        ResetSearchTable(task);
+      } else if (task->is_double != 0) {
+        BuildSearchTable<double>(task);
+      } else {
+        BuildSearchTable<float>(task);
       }
       return DF_STATUS_OK;
+    }
     case VAL_FUNCTION_COUNT:
-      if (value <= 0) return DF_STATUS_BAD_FUNCTION_COUNT;
+      if (value <= 0 || value > kMaxFunctionCount) return DF_STATUS_BAD_FUNCTION_COUNT;
       task->function_count = value;
       return DF_STATUS_OK;
     case VAL_VALUES_HINT:
@@ -385,6 +411,11 @@ void BuildSearchTable(df_task* task) {
   }
   table[2 * bins] = table[2 * bins - 2];
   table[2 * bins + 1] = table[2 * bins - 1];
+}
+
+void ResetSearchTable(df_task* task) {
+  task->bin_count = 0;
+  task->bin_scale.d = 0;  // also the float scale, the union's first bytes
 }
 
 template void BuildSearchTable<double>(df_task*);

@@ -6,6 +6,7 @@
 
 #include "oxl/df.h"
 #include "oxl/platform.h"
+#include "platform/checked_size.h"
 
 struct df_task {
   int32_t int_flag;
@@ -33,12 +34,19 @@ struct df_task {
     double d;
     float s;
   } bin_scale;
+  // Slots of value_rows and coefficient_rows as allocated: the count and the storage form can be
+  // edited after the rows were attached, and nothing may reach past the slots that exist.
+  int64_t value_slots;
+  int64_t coefficient_slots;
 };
 
 namespace oxl::df {
 
 inline constexpr int64_t kSearchTablePairs = 1026;
 inline constexpr std::size_t kAlignment = 128;
+// The value rows hold a slot per function under a 32-bit count; a larger count could not be laid
+// out, so the task refuses it.
+inline constexpr int64_t kMaxFunctionCount = INT32_MAX;
 
 template <class T>
 inline T* Knots(const df_task* task) {
@@ -66,20 +74,46 @@ inline bool IsValuesHint(int64_t hint) {
          hint == VALUES_ROW_POINTERS;
 }
 
-// Fills the search table of `task` from its partition (Part of creation and of the hint edit).
+// Whether `rows` has `needed` slots, each set.
+inline bool RowsPresent(void* const* rows, int64_t slots, int64_t needed) {
+  if (rows == nullptr || needed > slots) return false;
+  for (int64_t f = 0; f < needed; ++f) {
+    if (rows[f] == nullptr) return false;
+  }
+  return true;
+}
+// Whether the task has a value row, or the one column block, for every function it declares now,
+// and a coefficient row for each.
+inline bool ValueRowsPresent(const df_task* task) {
+  const int64_t needed = task->values_hint == VALUES_COLUMNS ? 1 : task->function_count;
+  return RowsPresent(task->value_rows, task->value_slots, needed);
+}
+inline bool CoefficientRowsPresent(const df_task* task) {
+  return RowsPresent(task->coefficient_rows, task->coefficient_slots, task->function_count);
+}
+
+// Fills the search table of `task` from its partition, at creation and at the hint edit.
 template <class T>
 void BuildSearchTable(df_task* task);
 
+// Marks the search table unfilled, as a uniform task's is: what an edit of the partition or its
+// size leaves, so that a table built for other knots is never searched. The hybrid search takes
+// an unfilled table for one bin over the whole partition and halves it, which gives the same
+// cells, only slower, until the hint edit builds the table again. No knot is read.
+void ResetSearchTable(df_task* task);
+
 // A block of `count` elements from the library allocator, or from a fixed buffer in the caller's
-// frame when it fits. Gives its memory back on every way out.
+// frame when it fits. Gives its memory back on every way out. A count whose size overflows gets
+// no block: get() is null, as after a failed allocation.
 template <class E, std::size_t kInline>
 class ScratchBuffer {
  public:
-  explicit ScratchBuffer(std::size_t count) {
-    if (count <= kInline) {
+  explicit ScratchBuffer(platform::CheckedSize count) {
+    if (count.ok() && count.value() <= kInline) {
       data_ = inline_;
     } else {
-      heap_ = static_cast<E*>(oxl_serv_allocate(count * sizeof(E), static_cast<int>(kAlignment)));
+      heap_ = static_cast<E*>(
+          platform::AllocateChecked(platform::BytesOf<E>(count), static_cast<int>(kAlignment)));
       data_ = heap_;
     }
   }

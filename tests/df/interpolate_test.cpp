@@ -2,12 +2,14 @@
 // polynomials in every layout, callbacks, look-up and step kinds, the parallel path.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <random>
 #include <vector>
 
 #include "df/df_test_util.h"
+#include "support/failing_allocator.h"
 #include "support/ref_data.h"
 
 namespace {
@@ -259,6 +261,109 @@ TEST(DfInterpolate, CallbacksByGroup) {
                                            out.data(), 16, nullptr, nullptr, nullptr, nullptr,
                                            nullptr, &Fail, nullptr, nullptr, nullptr, nullptr),
             -77);
+}
+
+int32_t Ones(int64_t* n, int64_t* /*cells*/, double* /*sites*/, double* results, void* params,
+             void*) {
+  const int64_t fc = *static_cast<int64_t*>(params);
+  std::fill(results, results + *n * fc * 3, 1.0);
+  return 0;
+}
+int32_t OnesIntegral(int64_t* n, const double* lower, const double* upper, double* results,
+                     void* params, void*) {
+  const int64_t fc = *static_cast<int64_t*>(params);
+  for (int64_t j = 0; j < *n * fc; ++j) results[j] = upper[j % *n] - lower[j % *n];
+  return 0;
+}
+
+// Every allocation of every data fitting entry fails in turn: the status is -1001, nothing stays
+// allocated, and where the entry takes its memory before it writes (all but interpolation with
+// callbacks, whose blocks are cleared before their buffers come) the caller's arrays are as they
+// were.
+TEST(DfEntries, EveryAllocationFailsOnceCleanly) {
+  CubicFixture fx;
+  int64_t fc = CubicFixture::fc;
+  const int64_t many = 5000;
+  const double ends[2] = {-1.0, 12.0};
+  std::vector<double> sites(300), results(many * fc * 3, -3.0), coeff(fx.coeff.size(), -3.0);
+  for (size_t i = 0; i < sites.size(); ++i) sites[i] = -2.0 + 0.05 * static_cast<double>(i);
+  std::vector<int64_t> cells(many, -3);
+  const int64_t dorder[3] = {1, 1, 1};
+  // A natural spline and a Subbotin quadratic, built into their own coefficient arrays.
+  TaskHolder natural, subbotin;
+  ASSERT_EQ(oxl_df_kernel_dNewTask1D(&natural.task, fx.n, fx.x.data(), 0, fc, fx.y.data(), 0, 1),
+            0);
+  ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(natural.task, 4, 0, BC_FREE_END, nullptr, 0, nullptr,
+                                          coeff.data(), 0),
+            0);
+  std::vector<double> walls(fx.n - 1), quadratic(3 * fx.n * fc, -3.0);
+  for (int64_t i = 0; i + 1 < fx.n; ++i) walls[i] = (fx.x[i] + fx.x[i + 1]) / 2;
+  const double bc[2] = {0.0, 1.0};
+  ASSERT_EQ(oxl_df_kernel_dNewTask1D(&subbotin.task, fx.n, fx.x.data(), 0, fc, fx.y.data(), 0, 1),
+            0);
+  ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(subbotin.task, 3, SPLINE_TYPE_SUBBOTIN,
+                                          BC_LEFT_FIRST | BC_RIGHT_FIRST, bc, IC_SUBGRID,
+                                          walls.data(), quadratic.data(), 0),
+            0);
+  const auto bytes = [](const auto& v) {
+    return std::pair<const void*, std::size_t>(v.data(), v.size() * sizeof(v[0]));
+  };
+  const std::vector<oxl::test::FailureSweepRow> rows = {
+      {"natural cubic",
+       [&] { return oxl_df_kernel_dDFNaturalCubicSpline1D(natural.task, 0, 0, nullptr); },
+       DF_STATUS_NO_MEMORY,
+       {bytes(coeff)}},
+      {"Subbotin quadratic",
+       [&] { return oxl_df_kernel_dDFQuadraticSpline1D(subbotin.task, 0, 0, nullptr); },
+       DF_STATUS_NO_MEMORY,
+       {bytes(quadratic)}},
+      {"search, uniform sites",
+       [&] {
+         return oxl_df_kernel_dDFSearch1D(fx.t.task, 0, many, ends, SITES_UNIFORM, nullptr,
+                                          cells.data(), nullptr, nullptr, nullptr);
+       },
+       DF_STATUS_NO_MEMORY,
+       {bytes(cells)}},
+      {"interpolate, uniform sites, staged by site on eight threads",
+       [&] {
+         return oxl_df_kernel_dDFInterpolate1D(
+             fx.t.task, 0, 0, many, ends, SITES_UNIFORM, 2, dorder, nullptr, results.data(),
+             INTERP_RESULTS_BY_SITE, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+             nullptr, nullptr, FakeThreads::Table());
+       },
+       DF_STATUS_NO_MEMORY,
+       {bytes(results)}},
+      {"interpolate with callbacks",
+       [&] {
+         return oxl_df_kernel_dDFInterpolate1D(fx.t.task, 0, 0, static_cast<int64_t>(sites.size()),
+                                               sites.data(), 0, 3, dorder, nullptr, results.data(),
+                                               0, nullptr, &Ones, &fc, &Ones, &fc, &Ones, &fc,
+                                               nullptr, nullptr, nullptr);
+       },
+       DF_STATUS_NO_MEMORY,
+       {}},
+      {"integrate, uniform limits",
+       [&] {
+         return oxl_df_kernel_dDFIntegrate1D(fx.t.task, 0, 700, ends, SITES_UNIFORM, ends,
+                                             SITES_UNIFORM, nullptr, nullptr, results.data(), 0,
+                                             nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                             nullptr, nullptr, nullptr);
+       },
+       DF_STATUS_NO_MEMORY,
+       {bytes(results)}},
+      {"integrate with callbacks",
+       [&] {
+         // The pairs (s[j], s[j + 1]): one fewer than the sites.
+         return oxl_df_kernel_dDFIntegrate1D(fx.t.task, 0, static_cast<int64_t>(sites.size()) - 1,
+                                             sites.data(), 0, sites.data() + 1, 0, nullptr, nullptr,
+                                             results.data(), 0, &OnesIntegral, &fc, &OnesIntegral,
+                                             &fc, &OnesIntegral, &fc, nullptr, nullptr, nullptr);
+       },
+       DF_STATUS_NO_MEMORY,
+       {bytes(results)}},
+  };
+  const std::vector<int64_t> counts = oxl::test::SweepAllocationFailures(rows);
+  for (size_t r = 0; r < rows.size(); ++r) EXPECT_GE(counts[r], 1) << rows[r].what;
 }
 
 TEST(DfInterpolate, StepAndLookUpKinds) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <random>
 #include <vector>
 
@@ -362,6 +363,223 @@ TEST(DfSearch, UniformSitesBufferAllocatesAbove4096) {
   EXPECT_EQ(oxl_df_kernel_dDFSearch1D(t.task, 0, 5000, ends, SITES_UNIFORM, nullptr, cells.data(),
                                       nullptr, nullptr, nullptr),
             DF_STATUS_NO_MEMORY);
+}
+
+// A linear spline of one function on `n` knots (two ends when uniform), for the entries that
+// need one; the coefficients are only pointed at.
+template <class T>
+struct LinearTask {
+  std::vector<T> x, y, c;
+  TaskHolder t;
+  LinearTask(int64_t n, int64_t hint, int32_t int_flag)
+      : x{0, static_cast<T>(n - 1), 2}, y(3, T(1)), c(4, T(1)) {
+    if constexpr (sizeof(T) == 8) {
+      EXPECT_EQ(oxl_df_kernel_dNewTask1D(&t.task, n, x.data(), hint, 1, y.data(), 32, int_flag), 0);
+      EXPECT_EQ(oxl_df_kernel_dEditPPSpline1D(t.task, 2, 0, 0, nullptr, 0, nullptr, c.data(), 128),
+                0);
+    } else {
+      EXPECT_EQ(oxl_df_kernel_sNewTask1D(&t.task, n, x.data(), hint, 1, y.data(), 32, int_flag), 0);
+      EXPECT_EQ(oxl_df_kernel_sEditPPSpline1D(t.task, 2, 0, 0, nullptr, 0, nullptr, c.data(), 128),
+                0);
+    }
+  }
+};
+
+template <class T>
+int32_t Search(const LinearTask<T>& s, int64_t nsite, int64_t site_hint, void* cells) {
+  const T ends[4] = {0, 1, T(0.5), T(0.25)};  // the two ends, or four sites
+  if constexpr (sizeof(T) == 8) {
+    return oxl_df_kernel_dDFSearch1D(s.t.task, 0, nsite, ends, site_hint, nullptr, cells, nullptr,
+                                     nullptr, nullptr);
+  } else {
+    return oxl_df_kernel_sDFSearch1D(s.t.task, 0, nsite, ends, site_hint, nullptr, cells, nullptr,
+                                     nullptr, nullptr);
+  }
+}
+
+template <class T>
+int32_t Interpolate(const LinearTask<T>& s, int64_t nsite, int64_t type, int64_t site_hint,
+                    T* results, void* cells) {
+  const T ends[4] = {0, 1, T(0.5), T(0.25)};  // the two ends, or four sites
+  if constexpr (sizeof(T) == 8) {
+    return oxl_df_kernel_dDFInterpolate1D(s.t.task, type, 0, nsite, ends, site_hint, 0, nullptr,
+                                          nullptr, results, 0, cells, nullptr, nullptr, nullptr,
+                                          nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+  } else {
+    return oxl_df_kernel_sDFInterpolate1D(s.t.task, type, 0, nsite, ends, site_hint, 0, nullptr,
+                                          nullptr, results, 0, cells, nullptr, nullptr, nullptr,
+                                          nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+  }
+}
+
+template <class T>
+int32_t Integrate(const LinearTask<T>& s, int64_t nlim, T* results) {
+  const T ends[2] = {0, 1};
+  if constexpr (sizeof(T) == 8) {
+    return oxl_df_kernel_dDFIntegrate1D(s.t.task, 0, nlim, ends, SITES_UNIFORM, ends, SITES_UNIFORM,
+                                        nullptr, nullptr, results, 0, nullptr, nullptr, nullptr,
+                                        nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+  } else {
+    return oxl_df_kernel_sDFIntegrate1D(s.t.task, 0, nlim, ends, SITES_UNIFORM, ends, SITES_UNIFORM,
+                                        nullptr, nullptr, results, 0, nullptr, nullptr, nullptr,
+                                        nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+  }
+}
+
+// Counts whose sizes do not fit: evenly spaced sites or limits whose buffer would wrap to a few
+// bytes (2^61 + 1 doubles, 2^62 + 1 floats), and 32-bit cells of a partition past 2^31 knots.
+// Each gets its status before any allocation and before anything is written.
+TEST(DfSearch, HostileCountsAreRefusedBeforeAnyAllocation) {
+  const int64_t wrap_d = (int64_t{1} << 61) + 1;
+  const int64_t wrap_s = (int64_t{1} << 62) + 1;
+  const int64_t past_32 = (int64_t{1} << 31) + 5;
+  struct Row {
+    const char* what;
+    std::function<int32_t(void* out)> call;
+    int32_t status;
+  };
+  const LinearTask<double> d(3, PARTITION_NO_HINT, 1);
+  const LinearTask<float> f(3, PARTITION_NO_HINT, 1);
+  const LinearTask<double> huge(past_32, PARTITION_UNIFORM, 0);
+  const LinearTask<float> huge_s(past_32, PARTITION_UNIFORM, 0);
+  const Row rows[] = {
+      {"search d", [&](void* out) { return Search(d, wrap_d, SITES_UNIFORM, out); },
+       DF_STATUS_NO_MEMORY},
+      {"search s", [&](void* out) { return Search(f, wrap_s, SITES_UNIFORM, out); },
+       DF_STATUS_NO_MEMORY},
+      {"interpolate d",
+       [&](void* out) {
+         return Interpolate(d, wrap_d, 0, SITES_UNIFORM, static_cast<double*>(out), nullptr);
+       },
+       DF_STATUS_NO_MEMORY},
+      {"interpolate s",
+       [&](void* out) {
+         return Interpolate(f, wrap_s, 0, SITES_UNIFORM, static_cast<float*>(out), nullptr);
+       },
+       DF_STATUS_NO_MEMORY},
+      {"integrate d", [&](void* out) { return Integrate(d, wrap_d, static_cast<double*>(out)); },
+       DF_STATUS_NO_MEMORY},
+      {"integrate s", [&](void* out) { return Integrate(f, wrap_s, static_cast<float*>(out)); },
+       DF_STATUS_NO_MEMORY},
+      {"32-bit cells, search", [&](void* out) { return Search(huge, 4, 0, out); },
+       DF_STATUS_BAD_PARTITION_SIZE},
+      {"32-bit cells, search s", [&](void* out) { return Search(huge_s, 4, 0, out); },
+       DF_STATUS_BAD_PARTITION_SIZE},
+      {"32-bit cells, interpolate",
+       [&](void* out) {
+         return Interpolate(huge, 4, INTERP_CELLS_WANTED, 0, static_cast<double*>(out),
+                            static_cast<double*>(out) + 8);
+       },
+       DF_STATUS_BAD_PARTITION_SIZE},
+      {"32-bit cells, span kernel",
+       [&](void* out) {
+         const double sites[4] = {0, 1, 2, 3};
+         return oxl_df_kernel_dDFUniformSearch1D32(past_32, huge.x.data(), 4, sites, nullptr,
+                                                   nullptr, 0, nullptr, out, 0, nullptr, nullptr,
+                                                   nullptr, nullptr, 0.0);
+       },
+       DF_STATUS_BAD_PARTITION_SIZE},
+  };
+  for (const Row& row : rows) {
+    std::vector<unsigned char> out(256, 0xA5);
+    oxl::test::AllocationScope scope;
+    EXPECT_EQ(row.call(out.data()), row.status) << row.what;
+    EXPECT_EQ(scope.allocations(), 0) << row.what;
+    EXPECT_EQ(std::count(out.begin(), out.end(), 0xA5), 256) << row.what;
+  }
+  // 64-bit cells of the same partition come out whole.
+  const LinearTask<double> wide(past_32, PARTITION_UNIFORM, 1);
+  const double sites[4] = {2147483650.5, 2147483651.0, static_cast<double>(past_32 - 1),
+                           static_cast<double>(past_32)};
+  int64_t cells[4];
+  ASSERT_EQ(oxl_df_kernel_dDFSearch1D(wide.t.task, 0, 4, sites, 0, nullptr, cells, nullptr, nullptr,
+                                      nullptr),
+            0);
+  EXPECT_EQ(cells[0], 2147483651);
+  EXPECT_EQ(cells[1], 2147483652);
+  EXPECT_EQ(cells[2], past_32 - 1);
+  EXPECT_EQ(cells[3], past_32);
+  // At the largest size of the 64-bit form a site past the end still gets cell n, not n + 1.
+  const LinearTask<double> widest(INT64_MAX, PARTITION_UNIFORM, 1);
+  const double far[3] = {0x1p62, 0x1p63, 0x1p64};
+  ASSERT_EQ(oxl_df_kernel_dDFSearch1D(widest.t.task, 0, 3, far, 0, nullptr, cells, nullptr, nullptr,
+                                      nullptr),
+            0);
+  EXPECT_EQ(cells[0], (int64_t{1} << 62) + 1);
+  EXPECT_EQ(cells[1], INT64_MAX - 1);  // the last knot
+  EXPECT_EQ(cells[2], INT64_MAX);
+}
+
+// Every edit that changes the knots leaves a table that the hybrid search can trust: a new
+// partition, a new size, a uniform partition turned non-uniform before or after its knots come.
+TEST(DfSearch, EditsOfThePartitionNeverLeaveAStaleTable) {
+  std::vector<double> first(80), second(80);
+  for (int i = 0; i < 80; ++i) {
+    first[i] = i;
+    second[i] = 0.025 * i * i;
+  }
+  const std::vector<double> ends = {0.0, 39.0};
+  struct Row {
+    const char* what;
+    int64_t hint;
+    const double* knots;
+    std::function<void(df_task*)> edit;
+    int64_t n;
+  };
+  const Row rows[] = {
+      {"new partition", PARTITION_NO_HINT, first.data(),
+       [&](df_task* t) { EXPECT_EQ(oxl_df_kernel_dEditPtr(t, PTR_PARTITION, second.data()), 0); },
+       40},
+      {"new size", PARTITION_NONUNIFORM, second.data(),
+       [&](df_task* t) { EXPECT_EQ(oxl_df_kernel_iEditVal(t, VAL_PARTITION_SIZE, 80), 0); }, 80},
+      {"hint, then knots", PARTITION_UNIFORM, ends.data(),
+       [&](df_task* t) {
+         EXPECT_EQ(oxl_df_kernel_iEditVal(t, VAL_PARTITION_HINT, PARTITION_NONUNIFORM), 0);
+         EXPECT_EQ(oxl_df_kernel_dEditPtr(t, PTR_PARTITION, second.data()), 0);
+       },
+       40},
+      {"knots, then hint", PARTITION_UNIFORM, ends.data(),
+       [&](df_task* t) {
+         EXPECT_EQ(oxl_df_kernel_dEditPtr(t, PTR_PARTITION, second.data()), 0);
+         EXPECT_EQ(oxl_df_kernel_iEditVal(t, VAL_PARTITION_HINT, PARTITION_NONUNIFORM), 0);
+       },
+       40},
+  };
+  for (const Row& row : rows) {
+    TaskHolder t;
+    ASSERT_EQ(oxl_df_kernel_dNewTask1D(&t.task, 40, row.knots, row.hint, 0, nullptr, 0, 1), 0);
+    row.edit(t.task);
+    const std::vector<double> x(second.begin(), second.begin() + row.n);
+    std::vector<double> sites;
+    for (int i = 0; i < 97; ++i) sites.push_back(-1.0 + (x.back() + 2.0) * i / 96.0);
+    std::vector<int64_t> cells(sites.size());
+    ASSERT_EQ(oxl_df_kernel_dDFSearch1D(t.task, 0, static_cast<int64_t>(sites.size()), sites.data(),
+                                        0, nullptr, cells.data(), nullptr, nullptr, nullptr),
+              0);
+    for (size_t i = 0; i < sites.size(); ++i) {
+      EXPECT_EQ(cells[i], BruteCell(x, sites[i])) << row.what << " site " << sites[i];
+    }
+  }
+}
+
+// A creation that fails after the record exists leaves the task to the caller without its
+// table; a search on it still finds every cell, over the whole partition.
+TEST(DfSearch, TaskWithoutItsTableSearchesTheWholePartition) {
+  std::mt19937_64 rng(3);
+  const std::vector<double> x = MakeKnots(300, false, true, rng);
+  const std::vector<double> y(300, 1.0);
+  df_task* task = nullptr;
+  ASSERT_EQ(oxl_df_kernel_dNewTask1D(&task, 300, x.data(), 0, -2, y.data(), 0, 1),
+            DF_STATUS_BAD_FUNCTION_COUNT);
+  ASSERT_NE(task, nullptr);
+  EXPECT_EQ(task->search_table, nullptr);
+  const std::vector<double> sites = MakeSites(x, rng);
+  std::vector<int32_t> cells(sites.size());  // the flag was not stored yet: 32-bit cells
+  EXPECT_EQ(oxl_df_kernel_dDFSearch1D(task, 0, static_cast<int64_t>(sites.size()), sites.data(), 0,
+                                      nullptr, cells.data(), nullptr, nullptr, nullptr),
+            0);
+  for (size_t i = 0; i < sites.size(); ++i) ASSERT_EQ(cells[i], BruteCell(x, sites[i])) << i;
+  EXPECT_EQ(oxl_df_kernel_DeleteTask(&task), 0);
 }
 
 // Sorted search across a split: each share bisects for its own first site.

@@ -37,6 +37,9 @@ TEST(DfTask, CreationChecksInOrder) {
       {3, x, 1, 0, y, 99, DF_STATUS_BAD_FUNCTION_COUNT},
       {3, x, 1, 1, y, 99, DF_STATUS_BAD_VALUES_HINT},
       {3, x, 1, 0, nullptr, 64, DF_STATUS_BAD_VALUES_HINT},
+      // Counts the 32-bit slot count of the value rows cannot hold.
+      {3, x, 1, int64_t{1} << 31, y, 0, DF_STATUS_BAD_FUNCTION_COUNT},
+      {3, x, 1, (int64_t{1} << 61) + 1, y, 32, DF_STATUS_BAD_FUNCTION_COUNT},
   };
   for (const Case& c : cases) {
     df_task* task = nullptr;
@@ -85,12 +88,11 @@ TEST(DfTask, SearchTableBinCountsAndWindows) {
   EXPECT_EQ(t->search_table[1], 1);
 }
 
-TEST(DfTask, UniformTableFilledOnlyByHintOne) {
-  // The hint edit reads partition_size knots: the array holds them, its first two being the ends
-  // that the uniform form reads.
-  std::vector<double> ends(400);
-  for (size_t i = 0; i < ends.size(); ++i) ends[i] = 10.0 + static_cast<double>(i);
-  ends[0] = 0.0;
+// A uniform partition is two reals: no edit builds the table from them. Hint 1 leaves the table
+// unfilled (the hybrid search then takes the whole partition as one bin); once a whole partition
+// comes, hint 1 builds the table.
+TEST(DfTask, UniformTableIsNeverBuiltFromTheTwoEnds) {
+  const std::vector<double> ends = {0.0, 399.0};  // on the heap, exactly two: ASan watches
   TaskHolder t;
   ASSERT_EQ(
       oxl_df_kernel_dNewTask1D(&t.task, 400, ends.data(), PARTITION_UNIFORM, 0, nullptr, 0, 1), 0);
@@ -100,10 +102,15 @@ TEST(DfTask, UniformTableFilledOnlyByHintOne) {
     EXPECT_EQ(oxl_df_kernel_iEditVal(t.task, VAL_PARTITION_HINT, hint), 0);
     EXPECT_EQ(t->bin_count, 0);
   }
-  // Hint 1 reads the two reals as the whole partition of partition_size knots.
-  EXPECT_EQ(oxl_df_kernel_iEditVal(t.task, VAL_PARTITION_HINT, 1), 0);
+  EXPECT_EQ(oxl_df_kernel_iEditVal(t.task, VAL_PARTITION_HINT, PARTITION_UNIFORM), 0);
+  EXPECT_EQ(oxl_df_kernel_iEditVal(t.task, VAL_PARTITION_HINT, PARTITION_NONUNIFORM), 0);
+  EXPECT_EQ(t->bin_count, 0);
+  const std::vector<double> x = Knots(400);
+  ASSERT_EQ(oxl_df_kernel_dEditPtr(t.task, PTR_PARTITION, x.data()), 0);
+  EXPECT_EQ(t->bin_count, 0);
+  EXPECT_EQ(oxl_df_kernel_iEditVal(t.task, VAL_PARTITION_HINT, PARTITION_NONUNIFORM), 0);
   EXPECT_EQ(t->bin_count, 25);
-  EXPECT_EQ(t->search_table[2 * 25 - 1], 399);
+  ExpectTableBrackets(t.task, x);
 }
 
 TEST(DfTask, SingleTaskKeepsFloatScale) {
@@ -204,6 +211,7 @@ TEST(DfTask, ValueEditsAndQueries) {
       {VAL_PARTITION_SIZE, 2, 1, DF_STATUS_BAD_PARTITION_SIZE},
       {VAL_PARTITION_HINT, 2, 3, DF_STATUS_BAD_PARTITION_HINT},
       {VAL_FUNCTION_COUNT, 1, 0, DF_STATUS_BAD_FUNCTION_COUNT},
+      {VAL_FUNCTION_COUNT, 2, (int64_t{1} << 61) + 1, DF_STATUS_BAD_FUNCTION_COUNT},
       {VAL_VALUES_HINT, 128, 64, DF_STATUS_BAD_VALUES_HINT},
       {VAL_SPLINE_ORDER, 0, -1, DF_STATUS_BAD_ORDER},
       {VAL_SPLINE_TYPE, 9, 6, DF_STATUS_BAD_TYPE},
@@ -251,6 +259,36 @@ TEST(DfTask, ValueEditsAndQueries) {
   EXPECT_EQ(out, nullptr);
   EXPECT_EQ(t->spline_order, 0);
   t->dimension = 1;
+}
+
+// Rows attached for one function (one column block), then the count raised and the storage form
+// turned to row pointers: the slots of the other functions do not exist, and no edit, query or
+// compute entry reaches for them.
+TEST(DfTask, RowsAttachedForFewerFunctionsAreNeverReadPast) {
+  const std::vector<double> x = Knots(6);
+  std::vector<double> y(18, 1.0), c(60, 0.0);
+  TaskHolder t;
+  ASSERT_EQ(oxl_df_kernel_dNewTask1D(&t.task, 6, x.data(), 0, 1, y.data(), VALUES_COLUMNS, 0), 0);
+  ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(t.task, 2, 0, 0, nullptr, 0, nullptr, c.data(), 0), 0);
+  ASSERT_EQ(oxl_df_kernel_iEditVal(t.task, VAL_FUNCTION_COUNT, 3), 0);
+  ASSERT_EQ(oxl_df_kernel_iEditVal(t.task, VAL_VALUES_HINT, VALUES_ROW_POINTERS), 0);
+  EXPECT_EQ(oxl_df_kernel_dEditIdxPtr(t.task, PTR_VALUES, 2, y.data()), DF_STATUS_BAD_INDEX);
+  EXPECT_EQ(oxl_df_kernel_dEditIdxPtr(t.task, PTR_COEFFICIENTS, 2, c.data()), DF_STATUS_BAD_INDEX);
+  const double* out = x.data();
+  EXPECT_EQ(oxl_df_kernel_dQueryIdxPtr(t.task, PTR_VALUES, 2, &out), 0);
+  EXPECT_EQ(out, nullptr);
+  EXPECT_EQ(oxl_df_kernel_dDFLinearSpline1D(t.task, 0, 0, nullptr), DF_STATUS_NO_VALUES);
+  const double sites[2] = {0.3, 1.2};
+  std::vector<double> r(6, -1.0);
+  EXPECT_EQ(oxl_df_kernel_dDFInterpolate1D(t.task, 0, 0, 2, sites, 0, 0, nullptr, nullptr, r.data(),
+                                           0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                           nullptr, nullptr, nullptr, nullptr),
+            DF_STATUS_NO_COEFFICIENTS);
+  EXPECT_EQ(oxl_df_kernel_dDFIntegrate1D(t.task, 0, 2, sites, 0, sites, 0, nullptr, nullptr,
+                                         r.data(), 0, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                         nullptr, nullptr, nullptr, nullptr),
+            DF_STATUS_NO_COEFFICIENTS);
+  EXPECT_EQ(r, std::vector<double>(6, -1.0));
 }
 
 TEST(DfTask, DeleteAndAllocationFailures) {

@@ -103,8 +103,10 @@ std::string CapturePrint(int msg, int count, const char* name, int index, double
 }
 
 TEST(Print, CatalogueMessagesWithTheirItems) {
-  EXPECT_EQ(CapturePrint(735, 2, "vsExp", 7, 0), "oxl: size argument is not valid: function vsExp, index 7\n");
-  EXPECT_EQ(CapturePrint(736, 1, "vdLn", 0, 0), "oxl: array argument is not valid: function vdLn\n");
+  EXPECT_EQ(CapturePrint(735, 2, "vsExp", 7, 0),
+            "oxl: size argument is not valid: function vsExp, index 7\n");
+  EXPECT_EQ(CapturePrint(736, 1, "vdLn", 0, 0),
+            "oxl: array argument is not valid: function vdLn\n");
   EXPECT_EQ(CapturePrint(739, 0, nullptr, 0, 0), "oxl: result overflows\n");
   EXPECT_EQ(CapturePrint(742, 2, nullptr, 3, 0.5), "oxl: argument: index 3, value 0.5\n");
   EXPECT_EQ(CapturePrint(753, 2, nullptr, -1, -2.0), "oxl: second result: index -1, value -2\n");
@@ -162,8 +164,9 @@ TEST(FpControl, ScopeSetsNearestAndRestoresTheCallersWord) {
   for (uint32_t rounding : {0x0000u, 0x2000u, 0x4000u, 0x6000u}) {
     for (uint32_t ftz_daz : {0u, kMxcsrFtz | kMxcsrDaz}) {
       for (uint32_t wanted : {0u, kMxcsrFtz | kMxcsrDaz}) {
-        const uint32_t caller = (original & ~(kMxcsrRounding | kMxcsrFtz | kMxcsrDaz | kMxcsrFlags)) |
-                                rounding | ftz_daz | 0x1 /* a sticky flag of the caller's */;
+        const uint32_t caller =
+            (original & ~(kMxcsrRounding | kMxcsrFtz | kMxcsrDaz | kMxcsrFlags)) | rounding |
+            ftz_daz | 0x1 /* a sticky flag of the caller's */;
         WriteMxcsr(caller);
         bool changed;
         {
@@ -188,6 +191,21 @@ TEST(FpControl, ScopeSetsNearestAndRestoresTheCallersWord) {
     }
   }
   WriteMxcsr(original);
+  EXPECT_EQ(oxl_dft_ps_get_mxcsr(), original);
+}
+
+// Reserved bits would fault in LDMXCSR; the setter drops them and writes the rest. Bit 17 is
+// AMD's misaligned-exception mask where the processor has it, so only the bits reserved
+// everywhere are sure to be dropped.
+TEST(FpControl, SetterDropsReservedBits) {
+  const uint32_t original = oxl_dft_ps_get_mxcsr();
+  for (const uint32_t reserved : {0x10000u, 0x80000000u, 0xFFFF0000u}) {
+    oxl_dft_ps_set_mxcsr(0x1F80u | 0x2000u | reserved);
+    const uint32_t now = oxl_dft_ps_get_mxcsr();
+    EXPECT_EQ(now & 0xFFFFu, 0x1F80u | 0x2000u) << std::hex << reserved;
+    EXPECT_EQ(now & 0xFFFD0000u, 0u) << std::hex << reserved;
+  }
+  oxl_dft_ps_set_mxcsr(original);
   EXPECT_EQ(oxl_dft_ps_get_mxcsr(), original);
 }
 

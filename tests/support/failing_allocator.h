@@ -2,7 +2,11 @@
 // still allocated so that a test can show that every path gives its memory back.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <utility>
+#include <vector>
 
 namespace oxl::test {
 
@@ -23,6 +27,19 @@ class AllocationScope {
 // Returns the number of allocations of the successful run.
 template <class Call, class Check>
 int64_t ForEachAllocationFailure(Call call, Check check);
+
+// One entry in an allocation-failure sweep. `call` runs it once and gives its status. A run in
+// which an allocation fails must give `no_memory`, give back all it took, and leave the bytes of
+// every `untouched` block as they were before it; the run without a failure must give 0.
+struct FailureSweepRow {
+  const char* what;
+  std::function<int64_t()> call;
+  int64_t no_memory;
+  std::vector<std::pair<const void*, std::size_t>> untouched;
+};
+
+// Fails every allocation of every row once; returns each row's allocation count.
+std::vector<int64_t> SweepAllocationFailures(const std::vector<FailureSweepRow>& rows);
 
 }  // namespace oxl::test
 

@@ -106,7 +106,15 @@ HWY_INLINE void LinearFrac(int n, const T* a, const T* b, T scalea, T shifta, T 
                            T* r) {
   if (scaleb == T(0)) {
     const volatile T one = T(1);  // divided at run time, under the kernel's rounding
-    RunUnary(AffineBody<T>{{}, scalea, shifta, one / shiftb}, n, a, r);
+    const T q = one / shiftb;
+    if (scalea == T(0)) {
+      // Neither array is read: the caller may pass none, and an infinite a[i] must not turn
+      // 0 a[i] into a NaN.
+      const T value = shifta * q;
+      for (int i = 0; i < n; ++i) r[i] = value;
+      return;
+    }
+    RunUnary(AffineBody<T>{{}, scalea, shifta, q}, n, a, r);
   } else if (scalea == T(0)) {
     RunUnary(ReciprocalBody<T>{{}, shifta, scaleb, shiftb}, n, b, r);
   } else {

@@ -32,7 +32,8 @@ int32_t LnCallBackPole(oxl_vek_error_record* record) {
 
 template <class T>
 void Negate(T* r, int32_t n) {
-  for (int32_t i = 0; i < n; ++i) r[i] = -r[i];
+  for (int32_t i = 0; i < n; ++i)
+    oxl::platform::StoreElement<T>(r, i, -oxl::platform::LoadElement(r, i));
 }
 
 template <class T>
@@ -117,7 +118,7 @@ int32_t Laplace(StreamRecord* s, int32_t n, T* r, T a, T beta) {
     if (status < 0) return status;
     T* out = r + done;
     for (int32_t i = 0; i < m; ++i) {
-      out[i] = buffer[2 * i];
+      oxl::platform::StoreElement(out, i, buffer[2 * i]);
       buffer[i] = buffer[2 * i + 1];
     }
     Vm<T>::Ln(m, out);

@@ -18,6 +18,7 @@
 #include "oxl/vek.h"
 #include "oxl/vek_functions.h"
 #include "oxl/vrs.h"
+#include "platform/unaligned.h"
 #include "simd/controls.h"
 #include "simd/reference.h"
 

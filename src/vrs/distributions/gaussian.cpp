@@ -120,8 +120,8 @@ int32_t Pairs(StreamRecord* s, int32_t pairs, T* out) {
   Vm<T>::SinCos(pairs, buffer, sine, cosine);
   Radius(pairs, radius);
   for (int32_t i = 0; i < pairs; ++i) {
-    out[2 * i] = radius[i] * sine[i];
-    out[2 * i + 1] = radius[i] * cosine[i];
+    oxl::platform::StoreElement(out, 2 * i, radius[i] * sine[i]);
+    oxl::platform::StoreElement(out, 2 * i + 1, radius[i] * cosine[i]);
   }
   return status;
 }
@@ -152,7 +152,7 @@ int32_t BoxMuller2(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
     Vm<T>::Cos(1, &angle);
     T rad = held[0];
     Radius(1, &rad);
-    *out++ = rad * angle;
+    oxl::platform::StoreElement(out++, 0, rad * angle);
     --left;
   }
 
@@ -178,7 +178,7 @@ int32_t BoxMuller2(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
     T angle = pair[1] * Constants<T>::kTwoPi;
     Vm<T>::Sin(1, &angle);
     Radius(1, &pair[0]);
-    *out = pair[0] * angle;
+    oxl::platform::StoreElement(out, 0, pair[0] * angle);
   } else {
     held[0] = held[1] = T(-1);
   }

@@ -73,11 +73,15 @@ template <class T>
 int32_t GaussianMV(int32_t method, StreamRecord* s, int32_t n, T* r, int32_t dimen,
                    int32_t mstorage, const T* a, const T* t) {
   if (dimen == 1) return Gaussian(method, s, n, r, a[0], t[0]);
-  // The count is a 32-bit product, as the caller's request is.
-  const auto total = static_cast<int32_t>(static_cast<uint32_t>(n) * static_cast<uint32_t>(dimen));
+  // Nothing to draw; the method is still checked.
+  if (n <= 0 || dimen <= 0) return Gaussian(method, s, 0, r, T(0), T(1));
+  // The normals are drawn by one request of a 32-bit count, as every generator takes; more
+  // components than that are refused before anything is drawn or written.
+  const int64_t wide_total = int64_t{n} * dimen;
+  if (wide_total > INT32_MAX) return StatusBadArgs;
+  const auto total = static_cast<int32_t>(wide_total);
   const int32_t status = Gaussian(method, s, total, r, T(0), T(1));
-  // A product past 32 bits drew some other count; the multiply would leave the array.
-  if (status < 0 || n <= 0 || dimen <= 0 || int64_t{n} * dimen != total) return status;
+  if (status < 0) return status;
 
   const T one = T(1);
   const int m = dimen;

@@ -2,6 +2,7 @@
 // doubles, and the generator's raw words.
 #include <cmath>
 
+#include "platform/unaligned.h"
 #include "vrs/streams/stream_record.h"
 
 using namespace oxl::vrs;
@@ -14,8 +15,9 @@ constexpr int32_t kIntegerBlock = 1024;
 template <class T>
 void Clamp(T* r, int32_t n, T a, T b) {
   for (int32_t i = 0; i < n; ++i) {
-    const T above = r[i] < a ? a : r[i];
-    r[i] = above > b ? b : above;
+    const T v = oxl::platform::LoadElement(r, i);
+    const T above = v < a ? a : v;
+    oxl::platform::StoreElement(r, i, above > b ? b : above);
   }
 }
 
@@ -39,6 +41,8 @@ OXL_API int32_t _vrssRngUniform(int32_t method, StreamRecord* stream, int32_t n,
 
 OXL_API int32_t _vrsiRngUniform(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
                                 int32_t a, int32_t b) {
+  // An empty interval has no integer to give: nothing is drawn or written.
+  if (a >= b) return StatusBadArgs;
   double block[kIntegerBlock];
   const double low = a;
   const double high = b;

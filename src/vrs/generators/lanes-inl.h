@@ -12,6 +12,8 @@
 
 #include <hwy/highway.h>
 
+#include "platform/unaligned.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace oxl::vrs {
 namespace HWY_NAMESPACE {

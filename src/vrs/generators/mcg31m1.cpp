@@ -77,7 +77,9 @@ HWY_INLINE void Mcg31Run(Mcg31State& state, size_t n, const Sink& sink) {
 struct Mcg31DoubleSink {
   double* HWY_RESTRICT r;
   double scale, a;
-  void One(uint32_t x, size_t i) const { r[i] = static_cast<double>(x) * scale + a; }
+  void One(uint32_t x, size_t i) const {
+    platform::StoreElement(r, i, static_cast<double>(x) * scale + a);
+  }
 #if HWY_TARGET != HWY_SCALAR
   template <class D, class V>
   HWY_INLINE void Lanes(D d, V x, size_t i) const {
@@ -93,7 +95,7 @@ struct Mcg31FloatSink {
   float* HWY_RESTRICT r;
   double scale, a;
   void One(uint32_t x, size_t i) const {
-    r[i] = static_cast<float>(static_cast<double>(x) * scale + a);
+    platform::StoreElement(r, i, static_cast<float>(static_cast<double>(x) * scale + a));
   }
 #if HWY_TARGET != HWY_SCALAR
   template <class D, class V>
@@ -108,7 +110,7 @@ struct Mcg31FloatSink {
 
 struct Mcg31WordSink {
   uint32_t* HWY_RESTRICT r;
-  void One(uint32_t x, size_t i) const { r[i] = x; }
+  void One(uint32_t x, size_t i) const { platform::StoreElement(r, i, x); }
 #if HWY_TARGET != HWY_SCALAR
   template <class D, class V>
   HWY_INLINE void Lanes(D d, V x, size_t i) const {
@@ -142,7 +144,7 @@ namespace {
 constexpr double kMcg31Scale = 1.0 / 2147483647.0;
 
 // Every output form writes its first value before looking at n, and steps once after the last:
-// n of 0 or less writes r[0] and advances by one.
+// n of 0 or less writes r[0] and advances by one, as the generator's callers have always seen it.
 size_t OutputCount(int32_t n) { return n < 1 ? 1 : static_cast<size_t>(n); }
 
 }  // namespace

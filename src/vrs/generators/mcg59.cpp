@@ -71,7 +71,7 @@ struct Mcg59RealSink {
   T* HWY_RESTRICT r;
   double scale, a;
   void One(uint64_t x, size_t i) const {
-    r[i] = static_cast<T>(std::fma(scale, static_cast<double>(x), a));
+    platform::StoreElement(r, i, static_cast<T>(std::fma(scale, static_cast<double>(x), a)));
   }
 #if HWY_TARGET != HWY_SCALAR
   template <class D, class V>

@@ -133,7 +133,9 @@ HWY_INLINE void MrgRun(Mrg32k3aState& state, size_t n, const Sink& sink) {
 struct MrgDoubleSink {
   double* HWY_RESTRICT r;
   double scale, a;
-  void One(uint32_t z, size_t i) const { r[i] = std::fma(scale, static_cast<double>(z), a); }
+  void One(uint32_t z, size_t i) const {
+    platform::StoreElement(r, i, std::fma(scale, static_cast<double>(z), a));
+  }
 #if HWY_TARGET != HWY_SCALAR
   template <class D, class V>
   HWY_INLINE void Lanes(D d, V z, size_t i) const {
@@ -148,7 +150,9 @@ struct MrgDoubleSink {
 struct MrgFloatSink {
   float* HWY_RESTRICT r;
   float scale, a;
-  void One(uint32_t z, size_t i) const { r[i] = std::fma(scale, static_cast<float>(z), a); }
+  void One(uint32_t z, size_t i) const {
+    platform::StoreElement(r, i, std::fma(scale, static_cast<float>(z), a));
+  }
 #if HWY_TARGET != HWY_SCALAR
   template <class D, class V>
   HWY_INLINE void Lanes(D d, V z, size_t i) const {
@@ -162,7 +166,7 @@ struct MrgFloatSink {
 
 struct MrgWordSink {
   uint32_t* HWY_RESTRICT r;
-  void One(uint32_t z, size_t i) const { r[i] = z; }
+  void One(uint32_t z, size_t i) const { platform::StoreElement(r, i, z); }
 #if HWY_TARGET != HWY_SCALAR
   template <class D, class V>
   HWY_INLINE void Lanes(D d, V z, size_t i) const {

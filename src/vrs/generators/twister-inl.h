@@ -15,6 +15,8 @@
 
 #include <hwy/highway.h>
 
+#include "platform/unaligned.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace oxl::vrs {
 namespace HWY_NAMESPACE {
@@ -23,7 +25,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 // Words as they are.
 struct WordSink {
   uint32_t* HWY_RESTRICT r;
-  void One(uint32_t w, size_t i) const { r[i] = w; }
+  void One(uint32_t w, size_t i) const { platform::StoreElement(r, i, w); }
 #if HWY_TARGET != HWY_SCALAR
   template <class D, class V>
   HWY_INLINE void Lanes(D d, V w, size_t i) const {
@@ -56,7 +58,9 @@ HWY_INLINE auto UnsignedFma(D d, V w, double scale, double base) {
 struct UnsignedDoubleSink {
   double* HWY_RESTRICT r;
   double scale, base;
-  void One(uint32_t w, size_t i) const { r[i] = std::fma(static_cast<double>(w), scale, base); }
+  void One(uint32_t w, size_t i) const {
+    platform::StoreElement(r, i, std::fma(static_cast<double>(w), scale, base));
+  }
 #if HWY_TARGET != HWY_SCALAR
   template <class D, class V>
   HWY_INLINE void Lanes(D d, V w, size_t i) const {
@@ -90,7 +94,9 @@ struct UnsignedDoubleToFloatSink {
 struct UnsignedFloatSink {
   float* HWY_RESTRICT r;
   float scale, base;
-  void One(uint32_t w, size_t i) const { r[i] = std::fma(static_cast<float>(w), scale, base); }
+  void One(uint32_t w, size_t i) const {
+    platform::StoreElement(r, i, std::fma(static_cast<float>(w), scale, base));
+  }
 #if HWY_TARGET != HWY_SCALAR
   template <class D, class V>
   HWY_INLINE void Lanes(D d, V w, size_t i) const {
@@ -110,7 +116,8 @@ struct SignedDoubleSink {
   double* HWY_RESTRICT r;
   double scale, base;
   void One(uint32_t w, size_t i) const {
-    r[i] = std::fma(static_cast<double>(static_cast<int32_t>(w)), scale, base);
+    platform::StoreElement(r, i,
+                           std::fma(static_cast<double>(static_cast<int32_t>(w)), scale, base));
   }
 #if HWY_TARGET != HWY_SCALAR
   template <class D, class V>
@@ -132,7 +139,8 @@ struct SignedFloatSink {
   float* HWY_RESTRICT r;
   float scale, base;
   void One(uint32_t w, size_t i) const {
-    r[i] = std::fma(static_cast<float>(static_cast<int32_t>(w)), scale, base);
+    platform::StoreElement(r, i,
+                           std::fma(static_cast<float>(static_cast<int32_t>(w)), scale, base));
   }
 #if HWY_TARGET != HWY_SCALAR
   template <class D, class V>

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "oxl/platform.h"
+#include "platform/checked_size.h"
 #include "platform/fp_control.h"
 #include "vrs/stats/basic_state.h"
 #include "vrs/stats/task.h"
@@ -296,12 +297,13 @@ int32_t BasicThreader(int32_t thread, void* /*reserved*/, int32_t threadCount, v
   return 0;
 }
 
-// Byte layout of the call's one block of work memory.
+// Byte layout of the call's one block of work memory. Its sizes are products of the caller's
+// dimension and counts, checked step by step: a layout that overflowed is never allocated.
 struct Layout {
-  std::size_t bytes = 0;
-  std::size_t Take(std::size_t size) {
-    const std::size_t at = bytes;
-    bytes += (size + 127) & ~std::size_t{127};
+  oxl::platform::CheckedSize bytes = 0;
+  std::size_t Take(oxl::platform::CheckedSize size) {
+    const std::size_t at = bytes.value();
+    bytes = bytes + size.RoundedUp(128);
     return at;
   }
 };
@@ -370,17 +372,22 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
                         : 1;
   threads = std::clamp<int64_t>(threads, 1, shares);
 
-  // Work memory: the running state, the shares' states, one scratch region per thread.
+  // Work memory: the running state, the shares' states, one scratch region per thread. The
+  // sizes go through checked arithmetic: n and p come from the caller (p is below 2^31 here, so
+  // the strides themselves fit).
+  using oxl::platform::BytesOf;
+  using oxl::platform::CheckedSize;
+  const CheckedSize states_count = CheckedSize(shares) + 1;
   Layout layout;
-  const std::size_t statesAt = layout.Take(sizeof(ShareState) * (shares + 1));
-  const std::size_t slotsAt = layout.Take(sizeof(double) * slotsStride * (shares + 1));
-  const std::size_t sAt = layout.Take(sizeof(double) * sStride * (shares + 1));
-  const std::size_t scratchAt = layout.Take(sizeof(double) * scratchStride * threads);
-  const std::size_t centreAt = layout.Take(sizeof(double) * p);
+  const std::size_t statesAt = layout.Take(BytesOf<ShareState>(states_count));
+  const std::size_t slotsAt = layout.Take(BytesOf<double>(states_count * slotsStride));
+  const std::size_t sAt = layout.Take(BytesOf<double>(states_count * sStride));
+  const std::size_t scratchAt = layout.Take(BytesOf<double>(CheckedSize(threads) * scratchStride));
+  const std::size_t centreAt = layout.Take(BytesOf<double>(p));
   WorkBlock work;
-  work.ptr = oxl_serv_allocate(layout.bytes, 128);
+  work.ptr = oxl::platform::AllocateChecked(layout.bytes, 128);
   if (work.ptr == nullptr) return OXL_SS_ERROR_MEMORY;
-  std::memset(work.ptr, 0, layout.bytes);
+  std::memset(work.ptr, 0, layout.bytes.value());
   // State 0 is the running state; states 1.. are the shares'.
   auto* states = reinterpret_cast<ShareState*>(work.bytes() + statesAt);
   for (int64_t t = 0; t <= shares; ++t) {
@@ -448,7 +455,12 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
   // S, part two: subtract the products of the new mean.
   if (powerS) AddOuter(p, -c.W, centreOf(given), main.S);
 
-  // Finish: matrices, then moments, the running weights and the prior mean.
+  // Finish: matrices, then moments, the running weights and the prior mean. The prior mean's
+  // block comes first, so that a failed allocation leaves every output as it was.
+  if (c.method == Method::kGivenMean && task.priorMean == nullptr) {
+    task.priorMean = oxl::platform::AllocateChecked(oxl::platform::BytesOf<T>(p), 128);
+    if (task.priorMean == nullptr) return OXL_SS_ERROR_MEMORY;
+  }
   if (c.matrix) WriteMatrices(c, main.S);
   uint32_t out = d & ~((1u << kIdxCov) | (1u << kIdxCor) | (1u << kIdxCrossProduct));
   for (int k = 0; k < kSlotCount; ++k) {
@@ -469,13 +481,7 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
     static_cast<T*>(task.accumWeights)[0] = T(c.W);
     static_cast<T*>(task.accumWeights)[1] = T(c.W2);
   }
-  if (c.method == Method::kGivenMean) {
-    if (task.priorMean == nullptr) {
-      task.priorMean = oxl_serv_allocate(sizeof(T) * p, 128);
-      if (task.priorMean == nullptr) return OXL_SS_ERROR_MEMORY;
-    }
-    std::memcpy(task.priorMean, given, sizeof(T) * p);
-  }
+  if (c.method == Method::kGivenMean) std::memcpy(task.priorMean, given, sizeof(T) * p);
   return 0;
 }
 
@@ -484,13 +490,15 @@ template <class T>
 int Convert(Call<T>& c) {
   const int64_t p = c.p;
   const uint32_t d = c.demand;
+  using oxl::platform::BytesOf;
+  using oxl::platform::CheckedSize;
   Layout layout;
-  const std::size_t slotsAt = layout.Take(sizeof(double) * kSlotCount * p);
-  const std::size_t sAt = c.matrix ? layout.Take(sizeof(double) * p * p) : 0;
+  const std::size_t slotsAt = layout.Take(BytesOf<double>(CheckedSize(p) * kSlotCount));
+  const std::size_t sAt = c.matrix ? layout.Take(BytesOf<double>(CheckedSize(p) * p)) : 0;
   WorkBlock work;
-  work.ptr = oxl_serv_allocate(layout.bytes, 128);
+  work.ptr = oxl::platform::AllocateChecked(layout.bytes, 128);
   if (work.ptr == nullptr) return OXL_SS_ERROR_MEMORY;
-  std::memset(work.ptr, 0, layout.bytes);
+  std::memset(work.ptr, 0, layout.bytes.value());
   double* slot[kSlotCount];
   for (int k = 0; k < kSlotCount; ++k) {
     slot[k] = reinterpret_cast<double*>(work.bytes() + slotsAt) + k * p;
@@ -584,6 +592,9 @@ int Basic(SSTask* task, uint64_t estimates, uint64_t method, const SSThreadServi
   if (task->dimensionPtr == nullptr) return OXL_SS_ERROR_DIMENSION;
   c.p = ReadIndex(*task, task->dimensionPtr);
   if (c.p < 1) return OXL_SS_ERROR_DIMENSION;
+  // The work sizes are polynomials in p of degree two, formed in 64 bits before they are checked
+  // as sizes; past 2^31 dimensions they could wrap there, and no such layout fits in memory.
+  if (c.p > INT32_MAX) return OXL_SS_ERROR_MEMORY;
   c.n = task->observationsPtr != nullptr ? ReadIndex(*task, task->observationsPtr) : 0;
   if (k == 1) c.rows = ReadIndex(*task, task->xStorage) == STORAGE_ROWS || c.p == 1;
   c.weighted = k == 1 && task->weights != nullptr;

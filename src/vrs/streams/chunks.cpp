@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "oxl/platform.h"
+#include "platform/checked_size.h"
 #include "vrs/streams/ro_table.h"
 #include "vrs/streams/stream_record.h"
 
@@ -71,7 +72,8 @@ OXL_API int32_t __vrsCopyChunks(StreamRecord* destination, const StreamRecord* s
     void* data = node->Data;
     bool own_copy = false;
     if (__vrsFindGlobRODataTableEntry(&entry, node->Key) != 0 && node->Data) {
-      data = oxl_serv_allocate(static_cast<size_t>(node->Size), kRecordAlignment);
+      // The size is the caller's, given to __vrsAddChunk: a negative one is no size at all.
+      data = oxl::platform::AllocateChecked(node->Size, kRecordAlignment);
       if (!data) {
         __vrsDeleteChunks(destination);
         return StatusNoMemory;

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "oxl/platform.h"
+#include "platform/checked_size.h"
 #include "vrs/streams/stream_record.h"
 
 using namespace oxl::vrs;
@@ -11,11 +12,10 @@ namespace {
 // A record holds StateSize bytes, and never fewer than the seed words that
 // __vrsCopyStreamState moves: for WH those are 64 bytes against a 32-byte state, and the slack
 // keeps that copy inside both records.
-size_t RecordBytes(const BrngRecord& row) {
-  const auto state = static_cast<size_t>(row.StateSize);
-  const size_t seeds =
-      kStreamHeaderBytes + static_cast<size_t>(row.WordBytes) * static_cast<size_t>(row.SeedWords);
-  return state > seeds ? state : seeds;
+oxl::platform::CheckedSize RecordBytes(const BrngRecord& row) {
+  const oxl::platform::CheckedSize seeds =
+      oxl::platform::CheckedSize(row.WordBytes) * row.SeedWords + kStreamHeaderBytes;
+  return !seeds.ok() || seeds.value() > static_cast<size_t>(row.StateSize) ? seeds : row.StateSize;
 }
 
 bool IsAbstract(int32_t id) {
@@ -33,8 +33,8 @@ OXL_API int32_t __vrsAllocateStream(StreamRecord** stream, const BrngRecord* tab
   // Negative ids and the two zero rows of the older table pass the validity test; a record of
   // their size could not even hold the header, so they stop here.
   if (row < 0 || table[row].StateSize < kStreamHeaderBytes) return StatusInvalidBrng;
-  auto* record =
-      static_cast<StreamRecord*>(oxl_serv_allocate(RecordBytes(table[row]), kRecordAlignment));
+  auto* record = static_cast<StreamRecord*>(
+      oxl::platform::AllocateChecked(RecordBytes(table[row]), kRecordAlignment));
   *stream = record;
   if (!record) return StatusNoMemory;
   record->Brng = id;
@@ -69,9 +69,14 @@ OXL_API int32_t __vrsCopyStream(StreamRecord** copy, const StreamRecord* source)
 }
 
 OXL_API int32_t __vrsCopyStreamState(StreamRecord* destination, const StreamRecord* source) {
+  if (destination == nullptr || source == nullptr) return StatusBadArgs;
   if (destination == source) return 0;
   const BrngRecord& row = RowOf(source);
   const auto bytes = static_cast<size_t>(row.WordBytes) * static_cast<size_t>(row.SeedWords);
+  // The copy is meant for streams of one generator and does not compare their ids; but seed words
+  // that would run past the destination's record are refused.
+  const oxl::platform::CheckedSize room = RecordBytes(RowOf(destination));
+  if (!room.ok() || bytes > room.value() - kStreamHeaderBytes) return StatusInvalidBrng;
   oxl_serv_memcpy_s(StateOf<unsigned char>(destination), bytes, StateOf<unsigned char>(source),
                     bytes);
   __vrsDeleteChunks(destination);
@@ -79,6 +84,8 @@ OXL_API int32_t __vrsCopyStreamState(StreamRecord* destination, const StreamReco
 }
 
 OXL_API int32_t __vrsDeleteStream(StreamRecord** stream) {
+  // A create that failed leaves a null stream; deleting it must be harmless.
+  if (stream == nullptr || *stream == nullptr) return StatusBadArgs;
   __vrsDeleteChunks(*stream);
   oxl_serv_deallocate(*stream);
   *stream = nullptr;

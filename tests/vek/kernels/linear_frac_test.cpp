@@ -35,7 +35,7 @@ double RecipeRcp(double den) {
 
 template <class T>
 T Recipe(T a, T b, T sa, T ha, T sb, T hb) {
-  if (sb == T(0)) return (sa * a + ha) * (T(1) / hb);
+  if (sb == T(0)) return (sa == T(0) ? ha : sa * a + ha) * (T(1) / hb);
   if (sa == T(0)) return ha * RecipeRcp(sb * b + hb);
   return (sa * a + ha) * RecipeRcp(sb * b + hb);
 }
@@ -52,7 +52,8 @@ template <class T>
 void CheckRecipe(Kernel<T> kernel) {
   std::mt19937_64 rng(42);
   std::uniform_real_distribution<double> u(-4, 4);
-  const T coefficients[][4] = {{2, 1, 3, -0.5}, {0, 7, -1.5, 2}, {1.25, -3, 0, 4}, {-1, 0, 1, 0}};
+  const T coefficients[][4] = {
+      {2, 1, 3, -0.5}, {0, 7, -1.5, 2}, {1.25, -3, 0, 4}, {-1, 0, 1, 0}, {0, 5, 0, 3}};
   for (int n : {1, 15, 16, 17, 40, 1000}) {
     std::vector<T> a(n), b(n);
     for (int i = 0; i < n; ++i) {
@@ -139,6 +140,15 @@ TEST(LinearFrac, CasesReadOnlyWhatTheyNeed) {
   const double ad[3] = {1, 2, 3};
   oxl_vek_kernel_dLinearFrac_H8HAynn(3, ad, nullptr, 1, 0, 0, 2, rd);
   EXPECT_EQ(rd[1], 1.0);
+  // Both scales 0: neither array is read, and an infinite a cannot make 0 a a NaN.
+  oxl_vek_kernel_sLinearFrac_U8HAynn(3, nullptr, nullptr, 0, 3, 0, 4, r);
+  EXPECT_EQ(r[2], 0.75f);
+  oxl_vek_kernel_dLinearFrac_H8HAynn(3, nullptr, nullptr, 0, 3, 0, 4, rd);
+  EXPECT_EQ(rd[0], 0.75);
+  const double infinite[3] = {INFINITY, -INFINITY, NAN};
+  oxl_vek_kernel_dLinearFrac_H8HAynn(3, infinite, nullptr, 0, 3, 0, 4, rd);
+  EXPECT_EQ(rd[1], 0.75);
+  EXPECT_EQ(rd[2], 0.75);
 }
 
 TEST(LinearFrac, ZeroDenominatorsFollowTheArithmetic) {

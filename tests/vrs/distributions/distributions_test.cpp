@@ -3,6 +3,7 @@
 // and its triangular multiplies. The laws themselves are tested in goodness_of_fit_test.cpp.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -373,15 +374,10 @@ TEST(Distributions, BoxMuller2ChunkAllocationFails) {
 }
 
 // The last passes give the same bits on every SIMD target, for every alignment of r (including a
-// double array that is only 4-byte aligned) and every length around the vector and line sizes.
+// double array that is only 4-byte aligned, which the sanitizer builds run too: every store into
+// the caller's array is alignment-safe) and every length around the vector and line sizes.
 TEST(Distributions, TargetsAndAlignmentsAgree) {
-#ifdef __SANITIZE_ADDRESS__
-  // The generators and kernels store doubles through a plain double pointer, which the
-  // undefined-behaviour sanitizer of these builds rejects for an address that is 4 mod 8.
-  const int kOffsets[] = {0, 8, 24, 56};
-#else
   const int kOffsets[] = {0, 4, 8, 24, 56};
-#endif
   constexpr int32_t kMax = 83;
   std::vector<std::vector<double>> reference;
   oxl::test::ForEachTarget([&](const std::string&) {
@@ -403,6 +399,20 @@ TEST(Distributions, TargetsAndAlignmentsAgree) {
           EXPECT_EQ(std::memcmp(base.data(), out.data(), n * sizeof(double)), 0)
               << e.name << " offset " << offset_bytes << " n " << n;
         }
+      }
+    }
+    // Each generator's own doubles into an array 4 bytes off, vector paths and tails alike.
+    for (const int32_t brng : {OXL_BRNG_MCG31, OXL_BRNG_MCG59, OXL_BRNG_MRG32K3A, OXL_BRNG_MT19937,
+                               OXL_BRNG_SFMT19937, OXL_BRNG_MT2203}) {
+      for (const int32_t n : {1, 5, 33, 70, kMax}) {
+        alignas(64) unsigned char storage[(kMax + 1) * sizeof(double)];
+        auto* r = reinterpret_cast<double*>(storage + 4);
+        StreamGuard s(NewStream(brng, 21)), aligned(NewStream(brng, 21));
+        std::vector<double> base(n);
+        ASSERT_EQ(_vrsdRngUniform(0, s.s, n, r, -1.0, 3.0), 0);
+        ASSERT_EQ(_vrsdRngUniform(0, aligned.s, n, base.data(), -1.0, 3.0), 0);
+        EXPECT_EQ(std::memcmp(base.data(), r, n * sizeof(double)), 0) << brng << " n " << n;
+        got.push_back(base);
       }
     }
     if (reference.empty()) {
@@ -530,6 +540,28 @@ TEST(GaussianMV, DimensionOne) {
     ASSERT_EQ(_vrssRngGaussianMV(1, a.s, 99, x.data(), 1, storage, &mean, &sd), 0);
     ASSERT_EQ(_vrssRngGaussian(1, b.s, 99, y.data(), mean, sd), 0);
     EXPECT_EQ(x, y);
+  }
+}
+
+// More components than one 32-bit request holds: refused before a number is drawn or stored.
+// (65537 x 65536 wraps to 65536 in 32 bits; the array here has room for that much and more, so
+// that a wrapped request shows as changed memory rather than as a crash.)
+TEST(GaussianMV, CountsPast32BitsAreRefused) {
+  const int32_t shapes[][2] = {{65537, 65536}, {2, 1 << 30}, {1 << 30, 2}};
+  std::vector<double> r(65536 + 64, -7.0);
+  const std::vector<double> mean(64, 0.0), factor(64, 1.0);
+  for (const auto& shape : shapes) {
+    StreamGuard s(NewStream(OXL_BRNG_MCG31));
+    EXPECT_EQ(_vrsdRngGaussianMV(0, s.s, shape[0], r.data(), shape[1], MatrixDiagonal, mean.data(),
+                                 factor.data()),
+              StatusBadArgs)
+        << shape[0] << " x " << shape[1];
+    EXPECT_EQ(std::count(r.begin(), r.end(), -7.0), static_cast<std::ptrdiff_t>(r.size()));
+    StreamGuard fresh(NewStream(OXL_BRNG_MCG31));
+    double next = 0, first = 0;
+    ASSERT_EQ(_vrsdRngUniform(0, s.s, 1, &next, 0.0, 1.0), 0);
+    ASSERT_EQ(_vrsdRngUniform(0, fresh.s, 1, &first, 0.0, 1.0), 0);
+    EXPECT_EQ(next, first);
   }
 }
 

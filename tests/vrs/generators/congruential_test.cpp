@@ -207,6 +207,19 @@ TEST(Congruential, Mcg31ZeroCountWritesOneAndSteps) {
   EXPECT_EQ(StateOf<Mcg31State>(p.s)->X, words.bits[2]);
 }
 
+// Integer requests on an empty interval write nothing and leave the state.
+TEST(Congruential, IntegersOnAnEmptyIntervalAreRefused) {
+  const Series& words = Find("mcg31_main", 'i');
+  StreamPtr p = NewStream(Data().cases.at("mcg31_main"));
+  for (const auto& [a, b] : {std::pair{3, 3}, std::pair{10, -10}}) {
+    int32_t r[4];
+    std::memset(r, 0xA5, sizeof r);
+    EXPECT_EQ(_vrsiRngUniform(0, p.s, 4, r, a, b), StatusBadArgs) << a << " " << b;
+    for (int32_t v : r) ASSERT_EQ(static_cast<uint32_t>(v), 0xA5A5A5A5u);
+    EXPECT_EQ(StateOf<Mcg31State>(p.s)->X, words.bits[0]);
+  }
+}
+
 std::vector<uint64_t> Words(StreamRecord* s, int n) {
   std::vector<uint64_t> out;
   Draw(s, 'i', 0, 0, n, out);

@@ -449,6 +449,26 @@ TEST(BasicStatus, ChecksInOrder) {
   EXPECT_EQ(pb.Run(EST_MEAN, METHOD_ONE_PASS, nullptr), 0);
 }
 
+// Dimensions whose work memory cannot be sized (p^2 products of 2^65 bytes, p past 2^31) are
+// refused with the memory status before any allocation and before anything is written.
+TEST(BasicStatus, DimensionsPastTheLayoutAreRefused) {
+  const struct {
+    int64_t p;
+    uint64_t estimates;
+  } rows[] = {
+      {INT32_MAX, EST_COV}, {(int64_t{1} << 31) + 1, EST_MEAN}, {int64_t{1} << 62, EST_MEAN}};
+  for (const auto& row : rows) {
+    Problem<double> pb(3, 100, STORAGE_COLS);
+    pb.Fill(1, 0.0, false);
+    pb.p = row.p;  // the task reads the dimension through its pointer at compute time
+    AllocationScope scope;
+    EXPECT_EQ(pb.Run(row.estimates, METHOD_ONE_PASS, nullptr), -4000) << row.p;
+    EXPECT_EQ(scope.allocations(), 0) << row.p;
+    EXPECT_EQ(pb.mean, std::vector<double>(3, 0.0));
+    EXPECT_EQ(pb.cov, std::vector<double>(9, 0.0));
+  }
+}
+
 // Weights: zeros leave W and the raw moments at zero; integer weights equal repeated
 // observations.
 TEST(BasicEdges, Weights) {
@@ -592,24 +612,32 @@ TEST(BasicEdges, ConversionsFromSums) {
   }
 }
 
-// Every allocation of a call fails in turn: the status is -4000 and nothing stays allocated.
+// Every allocation of a call fails in turn: the status is -4000, nothing stays allocated, and
+// no output (moments, matrices, the running weights) changes.
 TEST(BasicEdges, AllocationFailures) {
   for (int m = 0; m < 3; ++m) {
     Problem<double> pb(3, 2000, STORAGE_ROWS);
     pb.Fill(1, 1.0, false);
     pb.mean = {1, 2, 3};
-    const int64_t count = ForEachAllocationFailure(
-        [&] {
-          pb.accum = {0, 0};
-          const int status = pb.Run(kAllBasic, kMethods[m].method, SerialThreads::Table(2));
-          // The prior mean of a given-mean call belongs to the task; give it back here so that
-          // the scope sees every block returned.
-          oxl_serv_deallocate(pb.task->priorMean);
-          pb.task->priorMean = nullptr;
-          return status;
-        },
-        [](int status, bool failed) { EXPECT_EQ(status, failed ? -4000 : 0); });
-    EXPECT_GE(count, 1);
+    const auto bytes = [](const std::vector<double>& v) {
+      return std::pair<const void*, std::size_t>(v.data(), v.size() * sizeof(double));
+    };
+    const std::vector<FailureSweepRow> rows = {
+        {kMethods[m].name,
+         [&]() -> int64_t {
+           pb.accum = {0, 0};
+           const int status = pb.Run(kAllBasic, kMethods[m].method, SerialThreads::Table(2));
+           // The prior mean of a given-mean call belongs to the task; give it back here so that
+           // the scope sees every block returned.
+           oxl_serv_deallocate(pb.task->priorMean);
+           pb.task->priorMean = nullptr;
+           return status;
+         },
+         -4000,
+         {bytes(pb.raw[0]), bytes(pb.cm[1]), bytes(pb.kurt), bytes(pb.cov), bytes(pb.cor),
+          bytes(pb.accum)}},
+    };
+    EXPECT_GE(SweepAllocationFailures(rows)[0], 1);
   }
 }
 

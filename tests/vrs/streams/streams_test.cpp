@@ -202,6 +202,48 @@ TEST(Streams, HeaderAndCopies) {
   }
 }
 
+// Call sequences a caller should not make get a status and change nothing: the seed words of
+// one generator are not laid over another's state, and a stream that is not there is not freed.
+TEST(Streams, OverlongAndMissingStreamsAreRefused) {
+  struct Pair {
+    int32_t destination, source;
+    int32_t status;
+  };
+  const Pair pairs[] = {
+      {OXL_BRNG_MCG31, OXL_BRNG_MT19937, StatusInvalidBrng},  // 2500 seed bytes into 8
+      {OXL_BRNG_MCG59, OXL_BRNG_MRG32K3A, StatusInvalidBrng},
+      {OXL_BRNG_MT19937, OXL_BRNG_MCG31, 0},  // the copy does not compare generators
+      {OXL_BRNG_MT2203 + 5, OXL_BRNG_MT2203 + 4000, 0},  // members of one family
+      {0, OXL_BRNG_MCG31, 0},                            // MCG31 in the older numbering
+  };
+  for (const Pair& p : pairs) {
+    const uint32_t seed = 7;
+    StreamRecord* to = nullptr;
+    StreamRecord* from = nullptr;
+    ASSERT_EQ(__vrsNewStreamEx(&to, p.destination, 1, &seed), 0);
+    ASSERT_EQ(__vrsNewStreamEx(&from, p.source, 1, &seed), 0);
+    ASSERT_EQ(__vrsAddChunk(to, 5, nullptr, Block(16, 0x11), 16), 0);
+    BrngRecord row{};
+    ASSERT_EQ(__vrsGetBrngProperties(p.destination, &row), 0);
+    const std::vector<unsigned char> before(reinterpret_cast<unsigned char*>(to),
+                                            reinterpret_cast<unsigned char*>(to) + row.StateSize);
+    EXPECT_EQ(__vrsCopyStreamState(to, from), p.status) << std::hex << p.destination;
+    if (p.status != 0) {
+      EXPECT_EQ(std::memcmp(before.data(), to, before.size()), 0) << std::hex << p.destination;
+      EXPECT_EQ(static_cast<unsigned char*>(__vrsSearchChunk(to, 5))[0], 0x11);
+    }
+    __vrsDeleteStream(&to);
+    __vrsDeleteStream(&from);
+  }
+  StreamRecord* s = NewMcg31(1);
+  EXPECT_EQ(__vrsCopyStreamState(s, nullptr), StatusBadArgs);
+  EXPECT_EQ(__vrsCopyStreamState(nullptr, s), StatusBadArgs);
+  // Deleting twice: the second call finds the pointer cleared.
+  EXPECT_EQ(__vrsDeleteStream(&s), 0);
+  EXPECT_EQ(__vrsDeleteStream(&s), StatusBadArgs);
+  EXPECT_EQ(__vrsDeleteStream(nullptr), StatusBadArgs);
+}
+
 TEST(Chunks, ListOrderSearchAndDeleteById) {
   StreamRecord* s = NewMcg31(1);
   ASSERT_EQ(__vrsAddChunk(s, 1, nullptr, Block(8, 1), 8), 0);
@@ -326,6 +368,9 @@ TEST_F(ROTable, FullTableLeavesChunksPrivate) {
   }
 }
 
+// Every allocation of every stream entry fails in turn: StatusNoMemory, nothing left allocated,
+// and the streams a failed call does not create (the source, the stream a chunk is added to) as
+// they were.
 TEST_F(ROTable, EveryAllocationFailureIsCleanAndReported) {
   // A stream with a private and a shared chunk, copied while each allocation in turn fails.
   uint64_t key[2];
@@ -333,27 +378,52 @@ TEST_F(ROTable, EveryAllocationFailureIsCleanAndReported) {
   StreamRecord* s = NewMcg31(5);
   ASSERT_EQ(__vrsAddChunk(s, 9, key, Block(64, 9), 64), 0);
   ASSERT_EQ(__vrsAddChunk(s, 5, nullptr, Block(64, 5), 64), 0);
-  const int64_t allocations = test::ForEachAllocationFailure(
-      [&] {
-        StreamRecord* copy = nullptr;
-        const int32_t status = __vrsCopyStream(&copy, s);
-        if (copy) __vrsDeleteStream(&copy);
-        return status;
-      },
-      [](int32_t status, bool failed) { EXPECT_EQ(status, failed ? StatusNoMemory : 0); });
-  EXPECT_EQ(allocations, 4);  // record, private copy, two nodes
+  StreamRecord* other = NewMcg31(6);
+  const std::pair<const void*, size_t> source(s, 24), heads(other, 24);
+  const std::vector<test::FailureSweepRow> rows = {
+      {"copy",
+       [&]() -> int64_t {
+         StreamRecord* copy = nullptr;
+         const int32_t status = __vrsCopyStream(&copy, s);
+         if (copy) __vrsDeleteStream(&copy);
+         return status;
+       },
+       StatusNoMemory,
+       {source}},
+      {"new",
+       [&]() -> int64_t {
+         StreamRecord* t = nullptr;
+         const uint32_t seed = 3;
+         const int32_t status = __vrsNewStreamEx(&t, OXL_BRNG_MRG32K3A, 1, &seed);
+         if (t) __vrsDeleteStream(&t);
+         return status;
+       },
+       StatusNoMemory,
+       {}},
+      {"add a chunk",
+       [&]() -> int64_t {
+         // No data: a block of the test's own would be one more allocation to fail.
+         const int32_t status = __vrsAddChunk(other, 3, nullptr, nullptr, 0);
+         __vrsDeleteChunksById(other, 3);
+         return status;
+       },
+       StatusNoMemory,
+       {heads}},
+      {"copy the state",
+       [&]() -> int64_t {
+         const int32_t status = __vrsCopyStreamState(other, s);
+         __vrsDeleteChunks(other);
+         return status;
+       },
+       StatusNoMemory,
+       {source}},
+  };
+  const std::vector<int64_t> counts = test::SweepAllocationFailures(rows);
+  EXPECT_EQ(counts, (std::vector<int64_t>{4, 1, 1, 3}));  // copy: record, private data, two nodes
   GlobRODataEntry* e = nullptr;
   ASSERT_EQ(__vrsFindGlobRODataTableEntry(&e, key), 0);
   EXPECT_EQ(e->RefCount, 1);
-  test::ForEachAllocationFailure(
-      [&] {
-        StreamRecord* t = nullptr;
-        const uint32_t seed = 3;
-        const int32_t status = __vrsNewStreamEx(&t, OXL_BRNG_MRG32K3A, 1, &seed);
-        if (t) __vrsDeleteStream(&t);
-        return status;
-      },
-      [](int32_t status, bool failed) { EXPECT_EQ(status, failed ? StatusNoMemory : 0); });
+  __vrsDeleteStream(&other);
   __vrsDeleteStream(&s);
 }
 
