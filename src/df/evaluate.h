@@ -9,17 +9,25 @@
 
 namespace oxl::df {
 
-enum EvalKind : int32_t {
-  kLinear = 0,
-  kQuadratic = 1,
-  kCubic = 2,
-  kQuadSubb = 3,
-  kArbitr = 4,
-  kStepLeft = 5,
-  kStepRight = 6,
-  kLookUp = 7,
-};
-inline constexpr int32_t kKindCount = 8;
+// The spline kinds, one row each in the order of their index: the kind, the stem of its exported
+// evaluators, the stem of its exported integrators. The look-up table is evaluated only. The kind
+// enumeration, the tables of evaluators and integrators and the exported entries are all made
+// from these rows.
+#define OXL_DF_INTEGRABLE_KINDS(X)                        \
+  X(kLinear, LinearSplineEval, IntegrateLinearSpline)     \
+  X(kQuadratic, QuadraticSplineEval, IntegrateQuadSpline) \
+  X(kCubic, CubicSplineEval, IntegrateCubSpline)          \
+  X(kQuadSubb, QuadSubbSplineEval, IntegrateSubbSpline)   \
+  X(kArbitr, ArbitrSplineEval, IntegrateArbSpline)        \
+  X(kStepLeft, StepLeftSplineEval, IntegratePwLSpline)    \
+  X(kStepRight, StepRightSplineEval, IntegratePwRSpline)
+#define OXL_DF_SPLINE_KINDS(X) OXL_DF_INTEGRABLE_KINDS(X) X(kLookUp, LookUpSplineEval, )
+
+#define OXL_DF_KIND_ENUMERATOR(kind, eval_stem, integr_stem) kind,
+enum EvalKind : int32_t { OXL_DF_SPLINE_KINDS(OXL_DF_KIND_ENUMERATOR) kKindEnd };
+#undef OXL_DF_KIND_ENUMERATOR
+inline constexpr int32_t kKindCount = kKindEnd;
+inline constexpr int32_t kIntegrableKindCount = kLookUp;
 inline constexpr int32_t kMaxBuiltinDerivative = 3;
 
 // The evaluation kind from order and type; -1 when no kind serves them.

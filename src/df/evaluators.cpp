@@ -35,20 +35,16 @@ int32_t EvaluateWithCallback(const EvalArgs<T>& a, InterpCallback<T> callback, v
 
 namespace {
 
+#define OXL_DF_EVALUATOR(kind, eval_stem, integr_stem) &Evaluate<kind, T, Cell>,
+#define OXL_DF_CALLBACK_EVALUATOR(kind, eval_stem, integr_stem) \
+  &EvaluateWithCallback<kind, T, Cell>,
 template <class T, class Cell>
-constexpr Evaluator<T> kEvaluators[kKindCount] = {
-    &Evaluate<kLinear, T, Cell>,    &Evaluate<kQuadratic, T, Cell>, &Evaluate<kCubic, T, Cell>,
-    &Evaluate<kQuadSubb, T, Cell>,  &Evaluate<kArbitr, T, Cell>,    &Evaluate<kStepLeft, T, Cell>,
-    &Evaluate<kStepRight, T, Cell>, &Evaluate<kLookUp, T, Cell>,
-};
-
+constexpr Evaluator<T> kEvaluators[kKindCount] = {OXL_DF_SPLINE_KINDS(OXL_DF_EVALUATOR)};
 template <class T, class Cell>
 constexpr CallbackEvaluator<T> kCallbackEvaluators[kKindCount] = {
-    &EvaluateWithCallback<kLinear, T, Cell>,    &EvaluateWithCallback<kQuadratic, T, Cell>,
-    &EvaluateWithCallback<kCubic, T, Cell>,     &EvaluateWithCallback<kQuadSubb, T, Cell>,
-    &EvaluateWithCallback<kArbitr, T, Cell>,    &EvaluateWithCallback<kStepLeft, T, Cell>,
-    &EvaluateWithCallback<kStepRight, T, Cell>, &EvaluateWithCallback<kLookUp, T, Cell>,
-};
+    OXL_DF_SPLINE_KINDS(OXL_DF_CALLBACK_EVALUATOR)};
+#undef OXL_DF_EVALUATOR
+#undef OXL_DF_CALLBACK_EVALUATOR
 
 }  // namespace
 
@@ -100,21 +96,9 @@ using namespace oxl::df;
     return EvaluateWithCallback<kind, T, int64_t>((OXL_DF_EVAL_ARGS(T)), callback, params); \
   }
 
+#define OXL_DF_EVAL_BOTH(kind, eval_stem, integr_stem) \
+  OXL_DF_EVAL(d, double, eval_stem, kind) OXL_DF_EVAL(s, float, eval_stem, kind)
 extern "C" {
-OXL_DF_EVAL(d, double, LinearSplineEval, kLinear)
-OXL_DF_EVAL(d, double, QuadraticSplineEval, kQuadratic)
-OXL_DF_EVAL(d, double, CubicSplineEval, kCubic)
-OXL_DF_EVAL(d, double, QuadSubbSplineEval, kQuadSubb)
-OXL_DF_EVAL(d, double, ArbitrSplineEval, kArbitr)
-OXL_DF_EVAL(d, double, StepLeftSplineEval, kStepLeft)
-OXL_DF_EVAL(d, double, StepRightSplineEval, kStepRight)
-OXL_DF_EVAL(d, double, LookUpSplineEval, kLookUp)
-OXL_DF_EVAL(s, float, LinearSplineEval, kLinear)
-OXL_DF_EVAL(s, float, QuadraticSplineEval, kQuadratic)
-OXL_DF_EVAL(s, float, CubicSplineEval, kCubic)
-OXL_DF_EVAL(s, float, QuadSubbSplineEval, kQuadSubb)
-OXL_DF_EVAL(s, float, ArbitrSplineEval, kArbitr)
-OXL_DF_EVAL(s, float, StepLeftSplineEval, kStepLeft)
-OXL_DF_EVAL(s, float, StepRightSplineEval, kStepRight)
-OXL_DF_EVAL(s, float, LookUpSplineEval, kLookUp)
+OXL_DF_SPLINE_KINDS(OXL_DF_EVAL_BOTH)
 }  // extern "C"
+#undef OXL_DF_EVAL_BOTH

@@ -412,20 +412,16 @@ template <class T>
 using CallbackIntegrator = int32_t (*)(const IntegrArgs<T>&, const IntegrCallback<T>[3],
                                        void* const[3]);
 
-// By kind: Linear, Quad, Cub, Subb, Arb, PwL, PwR.
+#define OXL_DF_INTEGRATOR(kind, eval_stem, integr_stem) &Integrate<kind, T>,
+#define OXL_DF_CALLBACK_INTEGRATOR(kind, eval_stem, integr_stem) &IntegrateWithCallbacks<kind, T>,
 template <class T>
-constexpr Integrator<T> kIntegrators[7] = {
-    &Integrate<kLinear, T>,    &Integrate<kQuadratic, T>, &Integrate<kCubic, T>,
-    &Integrate<kQuadSubb, T>,  &Integrate<kArbitr, T>,    &Integrate<kStepLeft, T>,
-    &Integrate<kStepRight, T>,
-};
+constexpr Integrator<T> kIntegrators[kIntegrableKindCount] = {
+    OXL_DF_INTEGRABLE_KINDS(OXL_DF_INTEGRATOR)};
 template <class T>
-constexpr CallbackIntegrator<T> kCallbackIntegrators[7] = {
-    &IntegrateWithCallbacks<kLinear, T>,    &IntegrateWithCallbacks<kQuadratic, T>,
-    &IntegrateWithCallbacks<kCubic, T>,     &IntegrateWithCallbacks<kQuadSubb, T>,
-    &IntegrateWithCallbacks<kArbitr, T>,    &IntegrateWithCallbacks<kStepLeft, T>,
-    &IntegrateWithCallbacks<kStepRight, T>,
-};
+constexpr CallbackIntegrator<T> kCallbackIntegrators[kIntegrableKindCount] = {
+    OXL_DF_INTEGRABLE_KINDS(OXL_DF_CALLBACK_INTEGRATOR)};
+#undef OXL_DF_INTEGRATOR
+#undef OXL_DF_CALLBACK_INTEGRATOR
 
 // One side of the limits: where they are, how they are searched.
 template <class T>
@@ -663,22 +659,12 @@ using namespace oxl::df;
     return IntegrateWithCallbacks<kind, T>(OXL_DF_INTEGR_ARGS(T), callbacks, params);        \
   }
 
+#define OXL_DF_INTEGR_BOTH(kind, eval_stem, integr_stem) \
+  OXL_DF_INTEGR(d, double, integr_stem, kind) OXL_DF_INTEGR(s, float, integr_stem, kind)
 extern "C" {
 
-OXL_DF_INTEGR(d, double, IntegrateLinearSpline, kLinear)
-OXL_DF_INTEGR(d, double, IntegrateQuadSpline, kQuadratic)
-OXL_DF_INTEGR(d, double, IntegrateCubSpline, kCubic)
-OXL_DF_INTEGR(d, double, IntegrateSubbSpline, kQuadSubb)
-OXL_DF_INTEGR(d, double, IntegrateArbSpline, kArbitr)
-OXL_DF_INTEGR(d, double, IntegratePwLSpline, kStepLeft)
-OXL_DF_INTEGR(d, double, IntegratePwRSpline, kStepRight)
-OXL_DF_INTEGR(s, float, IntegrateLinearSpline, kLinear)
-OXL_DF_INTEGR(s, float, IntegrateQuadSpline, kQuadratic)
-OXL_DF_INTEGR(s, float, IntegrateCubSpline, kCubic)
-OXL_DF_INTEGR(s, float, IntegrateSubbSpline, kQuadSubb)
-OXL_DF_INTEGR(s, float, IntegrateArbSpline, kArbitr)
-OXL_DF_INTEGR(s, float, IntegratePwLSpline, kStepLeft)
-OXL_DF_INTEGR(s, float, IntegratePwRSpline, kStepRight)
+OXL_DF_INTEGRABLE_KINDS(OXL_DF_INTEGR_BOTH)
+#undef OXL_DF_INTEGR_BOTH
 
 OXL_API int32_t oxl_df_kernel_dDFIntegrate1D(
     df_task* task, int64_t /*method*/, int64_t nlim, const double* left_limits,
