@@ -36,26 +36,41 @@ enum Index : int {
   kIndexCount = 21,
 };
 
-constexpr uint64_t kEstimateOfIndex[20] = {
-    EST_MEAN,     EST_RAW2,         EST_RAW3,         EST_RAW4,         EST_CENTRAL2,
-    EST_CENTRAL3, EST_CENTRAL4,     EST_COV,          EST_COR,          EST_KURTOSIS,
-    EST_SKEWNESS, EST_VARIATION,    EST_SUM,          EST_RAW_SUM2,     EST_RAW_SUM3,
-    EST_RAW_SUM4, EST_CENTRAL_SUM2, EST_CENTRAL_SUM3, EST_CENTRAL_SUM4, EST_CROSS_PRODUCT};
-
-constexpr int kMissingStatus[kIndexCount] = {-4006, -4007, -4008, -4009, -4010, -4011, -4012,
-                                             -4018, -4019, -4013, -4014, -4017, -4074, -4075,
-                                             -4076, -4077, -4078, -4079, -4080, -4081, -4029};
-
-// For each index, the indices that must be computed with it.
-constexpr uint32_t arrDemandMasksDefault[20] = {
-    0x1,   0x2,   0x4,    0x8,    0x13,   0x27,   0x4f,    0x81,    0x101,   0x25f,
-    0x437, 0x813, 0x1000, 0x2000, 0x4000, 0x8000, 0x10001, 0x20001, 0x40001, 0x80001};
-constexpr uint32_t arrDemandMasksFast[20] = {
-    0x1,   0x2,   0x4,    0x8,    0x13,   0x27,   0x4f,    0x81,    0x101,   0x25f,
-    0x437, 0x813, 0x1000, 0x2000, 0x4000, 0x8000, 0x10003, 0x20007, 0x4000f, 0x80001};
-constexpr uint32_t arrDemandMasksConvert[20] = {
-    0x1001, 0x2002, 0x4004,   0x8008,   0x10010,  0x20020,  0x40040,  0x80080,  0x80100,  0x251,
-    0x431,  0x811,  0x100000, 0x100000, 0x100000, 0x100000, 0x100000, 0x100000, 0x100000, 0x100000};
+// The results of the entry, one row per position of the index word: the estimate bit that asks
+// for it, the task's array that receives it, the status when that array is missing, and the
+// positions computed with it by the one-pass and given-mean methods, the fast method and the
+// conversion of sums. The last row stands for a request that no array can meet.
+struct IndexRow {
+  uint64_t estimate;
+  void* SSTask::*array;
+  int missing_status;
+  uint32_t with_default, with_fast, with_convert;
+};
+constexpr IndexRow kIndexRows[kIndexCount] = {
+    {EST_MEAN, &SSTask::mean, -4006, 0x1, 0x1, 0x1001},
+    {EST_RAW2, &SSTask::rawMoment2, -4007, 0x2, 0x2, 0x2002},
+    {EST_RAW3, &SSTask::rawMoment3, -4008, 0x4, 0x4, 0x4004},
+    {EST_RAW4, &SSTask::rawMoment4, -4009, 0x8, 0x8, 0x8008},
+    {EST_CENTRAL2, &SSTask::centralMoment2, -4010, 0x13, 0x13, 0x10010},
+    {EST_CENTRAL3, &SSTask::centralMoment3, -4011, 0x27, 0x27, 0x20020},
+    {EST_CENTRAL4, &SSTask::centralMoment4, -4012, 0x4f, 0x4f, 0x40040},
+    {EST_COV, &SSTask::cov, -4018, 0x81, 0x81, 0x80080},
+    {EST_COR, &SSTask::cor, -4019, 0x101, 0x101, 0x80100},
+    {EST_KURTOSIS, &SSTask::kurtosis, -4013, 0x25f, 0x25f, 0x251},
+    {EST_SKEWNESS, &SSTask::skewness, -4014, 0x437, 0x437, 0x431},
+    {EST_VARIATION, &SSTask::variation, -4017, 0x813, 0x813, 0x811},
+    {EST_SUM, &SSTask::sum, -4074, 0x1000, 0x1000, 0x100000},
+    {EST_RAW_SUM2, &SSTask::rawSum2, -4075, 0x2000, 0x2000, 0x100000},
+    {EST_RAW_SUM3, &SSTask::rawSum3, -4076, 0x4000, 0x4000, 0x100000},
+    {EST_RAW_SUM4, &SSTask::rawSum4, -4077, 0x8000, 0x8000, 0x100000},
+    {EST_CENTRAL_SUM2, &SSTask::centralSum2, -4078, 0x10001, 0x10003, 0x100000},
+    {EST_CENTRAL_SUM3, &SSTask::centralSum3, -4079, 0x20001, 0x20007, 0x100000},
+    {EST_CENTRAL_SUM4, &SSTask::centralSum4, -4080, 0x40001, 0x4000f, 0x100000},
+    {EST_CROSS_PRODUCT, &SSTask::crossProduct, -4081, 0x80001, 0x80001, 0x100000},
+    {0, nullptr, -4029, 0, 0, 0},
+};
+static_assert(kIndexRows[kIdxCrossProduct].estimate == EST_CROSS_PRODUCT &&
+              kIndexRows[kIdxImpossible].array == nullptr);
 
 enum class Method { kOnePass, kFast, kGivenMean, kConvert };
 
@@ -544,37 +559,19 @@ int Basic(SSTask* task, uint64_t estimates, uint64_t method, const SSThreadServi
              : (method & METHOD_SUMS)     ? Method::kFast
              : (method & METHOD_ONE_PASS) ? Method::kOnePass
                                           : Method::kGivenMean;
-  const uint32_t* demandRows = c.method == Method::kFast      ? arrDemandMasksFast
-                               : c.method == Method::kConvert ? arrDemandMasksConvert
-                                                              : arrDemandMasksDefault;
-  for (int i = 0; i < 20; ++i) {
-    if (estimates & kEstimateOfIndex[i]) c.demand |= demandRows[i];
+  for (const IndexRow& row : kIndexRows) {
+    if (!(estimates & row.estimate)) continue;
+    c.demand |= c.method == Method::kFast      ? row.with_fast
+                : c.method == Method::kConvert ? row.with_convert
+                                               : row.with_default;
   }
-  void* const arrays[kIndexCount] = {task->mean,
-                                     task->rawMoment2,
-                                     task->rawMoment3,
-                                     task->rawMoment4,
-                                     task->centralMoment2,
-                                     task->centralMoment3,
-                                     task->centralMoment4,
-                                     task->cov,
-                                     task->cor,
-                                     task->kurtosis,
-                                     task->skewness,
-                                     task->variation,
-                                     task->sum,
-                                     task->rawSum2,
-                                     task->rawSum3,
-                                     task->rawSum4,
-                                     task->centralSum2,
-                                     task->centralSum3,
-                                     task->centralSum4,
-                                     task->crossProduct,
-                                     nullptr};
-  for (int i = 0; i < kIndexCount; ++i) c.arrays[i] = static_cast<T*>(arrays[i]);
+  for (int i = 0; i < kIndexCount; ++i) {
+    const IndexRow& row = kIndexRows[i];
+    c.arrays[i] = row.array != nullptr ? static_cast<T*>(task->*row.array) : nullptr;
+  }
   for (uint32_t bits = c.demand; bits != 0; bits &= bits - 1) {
     const int idx = std::countr_zero(bits);
-    if (c.arrays[idx] == nullptr) return kMissingStatus[idx];
+    if (c.arrays[idx] == nullptr) return kIndexRows[idx].missing_status;
   }
   if (k == 1) {
     if (task->observationsPtr == nullptr || ReadIndex(*task, task->observationsPtr) < 1) {
