@@ -256,114 +256,95 @@ int32_t QueryIdxPtr(const df_task* task, int64_t code, int64_t index, const T** 
   return DF_STATUS_OK;
 }
 
+// Tests of the values that iEditVal takes.
+bool IsPartitionSize(int64_t v) { return v >= 2; }
+bool IsPartitionHint(int64_t v) { return v == 0 || v == 1 || v == 2 || v == 4; }
+bool IsFunctionCount(int64_t v) { return v > 0 && v <= kMaxFunctionCount; }
+bool IsNonNegative(int64_t v) { return v >= 0; }
+// Types 6 to 8 enter through the spline edit only.
+bool IsEditableSplineType(int64_t v) { return v >= 0 && v <= 9 && (v < 6 || v > 8); }
+bool IsInternalType(int64_t v) { return v == 0 || v == 1 || v == 2 || (v & IC_SUBGRID) != 0; }
+bool IsCoefficientsHint(int64_t v) { return v == 0 || v == 16 || v == 32 || v == 128; }
+bool IsSwitch(int64_t v) { return v == 0 || v == 1; }
+
+// A new partition size leaves the search table of the old one behind.
+void AfterPartitionSize(df_task* task, int64_t /*previous*/) { ResetSearchTable(task); }
+
+// The non-uniform hint is the one whose edit builds the table. Under the uniform form the
+// caller's array holds the two ends only: the knots to build from are not there until a new
+// partition comes, whose edit resets the table anyway.
+void AfterPartitionHint(df_task* task, int64_t previous) {
+  if (task->partition_hint != PARTITION_NONUNIFORM || task->search_table == nullptr) return;
+  if (previous == PARTITION_UNIFORM) {
+    ResetSearchTable(task);
+  } else if (task->is_double != 0) {
+    BuildSearchTable<double>(task);
+  } else {
+    BuildSearchTable<float>(task);
+  }
+}
+
+// The integer fields that iEditVal and iQueryVal reach, one row each: the code, the field (read
+// and written through the two accessors), the status of a value that fails the row's test, and
+// what an edit does after the store.
+struct ValueField {
+  int64_t code;
+  int64_t (*get)(const df_task&);
+  void (*set)(df_task&, int64_t);
+  int32_t bad_status;
+  bool (*valid)(int64_t);
+  void (*after)(df_task*, int64_t previous);
+};
+
+#define OXL_DF_FIELD(member)                                       \
+  [](const df_task& t) { return static_cast<int64_t>(t.member); }, \
+      [](df_task& t, int64_t v) { t.member = static_cast<decltype(t.member)>(v); }
+constexpr ValueField kValueFields[] = {
+    {VAL_PARTITION_SIZE, OXL_DF_FIELD(partition_size), DF_STATUS_BAD_PARTITION_SIZE,
+     IsPartitionSize, AfterPartitionSize},
+    {VAL_PARTITION_HINT, OXL_DF_FIELD(partition_hint), DF_STATUS_BAD_PARTITION_HINT,
+     IsPartitionHint, AfterPartitionHint},
+    {VAL_FUNCTION_COUNT, OXL_DF_FIELD(function_count), DF_STATUS_BAD_FUNCTION_COUNT,
+     IsFunctionCount, nullptr},
+    {VAL_VALUES_HINT, OXL_DF_FIELD(values_hint), DF_STATUS_BAD_VALUES_HINT, IsValuesHint, nullptr},
+    {VAL_SPLINE_ORDER, OXL_DF_FIELD(spline_order), DF_STATUS_BAD_ORDER, IsNonNegative, nullptr},
+    {VAL_SPLINE_TYPE, OXL_DF_FIELD(spline_type), DF_STATUS_BAD_TYPE, IsEditableSplineType, nullptr},
+    {VAL_INTERNAL_TYPE, OXL_DF_FIELD(internal_type), DF_STATUS_BAD_INTERNAL_TYPE, IsInternalType,
+     nullptr},
+    {VAL_BOUNDARY_TYPE, OXL_DF_FIELD(boundary_type), DF_STATUS_BAD_BOUNDARY_TYPE, IsNonNegative,
+     nullptr},
+    {VAL_COEFFICIENTS_HINT, OXL_DF_FIELD(coefficients_hint), DF_STATUS_BAD_COEFFICIENTS_HINT,
+     IsCoefficientsHint, nullptr},
+    {VAL_AUXILIARY_SWITCH, OXL_DF_FIELD(auxiliary_switch), DF_STATUS_BAD_SWITCH, IsSwitch, nullptr},
+};
+#undef OXL_DF_FIELD
+
+const ValueField* FieldOf(int64_t code) {
+  for (const ValueField& f : kValueFields) {
+    if (f.code == code) return &f;
+  }
+  return nullptr;
+}
+
 int32_t EditVal(df_task* task, int64_t code, int64_t value) {
   if (task == nullptr) return DF_STATUS_NO_TASK;
   if (task->dimension != 1) return DF_STATUS_OK;
-  switch (code) {
-    case VAL_PARTITION_SIZE:
-      if (value < 2) return DF_STATUS_BAD_PARTITION_SIZE;
-      task->partition_size = value;
-      ResetSearchTable(task);
-      return DF_STATUS_OK;
-    case VAL_PARTITION_HINT: {
-      if (value != 0 && value != 1 && value != 2 && value != 4) return DF_STATUS_BAD_PARTITION_HINT;
-      const bool two_ends = task->partition_hint == PARTITION_UNIFORM;
-      task->partition_hint = value;
-      if (value != PARTITION_NONUNIFORM || task->search_table == nullptr) return DF_STATUS_OK;
-      // Under the uniform form the caller's array holds the two ends only: the knots to build
-      // from are not there until a new partition comes, whose edit resets the table anyway.
-      if (two_ends) {
-        ResetSearchTable(task);
-      } else if (task->is_double != 0) {
-        BuildSearchTable<double>(task);
-      } else {
-        BuildSearchTable<float>(task);
-      }
-      return DF_STATUS_OK;
-    }
-    case VAL_FUNCTION_COUNT:
-      if (value <= 0 || value > kMaxFunctionCount) return DF_STATUS_BAD_FUNCTION_COUNT;
-      task->function_count = value;
-      return DF_STATUS_OK;
-    case VAL_VALUES_HINT:
-      if (!IsValuesHint(value)) return DF_STATUS_BAD_VALUES_HINT;
-      task->values_hint = value;
-      return DF_STATUS_OK;
-    case VAL_SPLINE_ORDER:
-      if (value < 0) return DF_STATUS_BAD_ORDER;
-      task->spline_order = value;
-      return DF_STATUS_OK;
-    case VAL_SPLINE_TYPE:
-      // Types 6 to 8 enter through the spline edit only.
-      if (value < 0 || value > 9 || value == 6 || value == 7 || value == 8) {
-        return DF_STATUS_BAD_TYPE;
-      }
-      task->spline_type = value;
-      return DF_STATUS_OK;
-    case VAL_INTERNAL_TYPE:
-      if (value != 0 && value != 1 && value != 2 && (value & IC_SUBGRID) == 0) {
-        return DF_STATUS_BAD_INTERNAL_TYPE;
-      }
-      task->internal_type = value;
-      return DF_STATUS_OK;
-    case VAL_BOUNDARY_TYPE:
-      if (value < 0) return DF_STATUS_BAD_BOUNDARY_TYPE;
-      task->boundary_type = value;
-      return DF_STATUS_OK;
-    case VAL_COEFFICIENTS_HINT:
-      if (value != 0 && value != 16 && value != 32 && value != 128) {
-        return DF_STATUS_BAD_COEFFICIENTS_HINT;
-      }
-      task->coefficients_hint = value;
-      return DF_STATUS_OK;
-    case VAL_AUXILIARY_SWITCH:
-      if (value != 0 && value != 1) return DF_STATUS_BAD_SWITCH;
-      task->auxiliary_switch = static_cast<int32_t>(value);
-      return DF_STATUS_OK;
-    default:
-      return DF_STATUS_BAD_CODE;
-  }
+  const ValueField* field = FieldOf(code);
+  if (field == nullptr) return DF_STATUS_BAD_CODE;
+  if (!field->valid(value)) return field->bad_status;
+  const int64_t previous = field->get(*task);
+  field->set(*task, value);
+  if (field->after != nullptr) field->after(task, previous);
+  return DF_STATUS_OK;
 }
 
 int32_t QueryVal(const df_task* task, int64_t code, void* out) {
   if (task == nullptr) return DF_STATUS_NO_TASK;
   if (out == nullptr) return DF_STATUS_NO_OUTPUT;
   if (task->dimension != 1) return DF_STATUS_OK;
-  int64_t value = 0;
-  switch (code) {
-    case VAL_PARTITION_SIZE:
-      value = task->partition_size;
-      break;
-    case VAL_PARTITION_HINT:
-      value = task->partition_hint;
-      break;
-    case VAL_FUNCTION_COUNT:
-      value = task->function_count;
-      break;
-    case VAL_VALUES_HINT:
-      value = task->values_hint;
-      break;
-    case VAL_SPLINE_ORDER:
-      value = task->spline_order;
-      break;
-    case VAL_SPLINE_TYPE:
-      value = task->spline_type;
-      break;
-    case VAL_INTERNAL_TYPE:
-      value = task->internal_type;
-      break;
-    case VAL_BOUNDARY_TYPE:
-      value = task->boundary_type;
-      break;
-    case VAL_COEFFICIENTS_HINT:
-      value = task->coefficients_hint;
-      break;
-    case VAL_AUXILIARY_SWITCH:
-      value = task->auxiliary_switch;
-      break;
-    default:
-      return DF_STATUS_BAD_CODE;
-  }
+  const ValueField* field = FieldOf(code);
+  if (field == nullptr) return DF_STATUS_BAD_CODE;
+  const int64_t value = field->get(*task);
   if (task->int_flag == 0) {
     *static_cast<int32_t*>(out) = static_cast<int32_t>(value);
   } else {
