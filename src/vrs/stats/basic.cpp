@@ -332,131 +332,148 @@ struct WorkBlock {
   char* bytes() const { return static_cast<char*>(ptr); }
 };
 
+// A mean vector as doubles in `room`, or the running mean (state 0's) when none is given.
 template <class T>
-int Compute(Call<T>& c, const SSThreadServices* services) {
-  SSTask& task = *c.task;
-  const int64_t n = c.n, p = c.p;
+const double* CentreOf(int64_t p, const T* mean, const ShareState& main, double* room) {
+  if (mean == nullptr) return main.slot[kMean];
+  for (int64_t i = 0; i < p; ++i) room[i] = double(mean[i]);
+  return room;
+}
+
+// The kernel of a call and the slots of running state it keeps, chosen by method, storage,
+// weighting, the highest order wanted and whether S is tracked.
+template <class T>
+struct KernelChoice {
+  Kernel<T> kernel = nullptr;
+  uint32_t slots = 0;
+};
+
+template <class T>
+KernelChoice<T> ChooseKernel(const Call<T>& c, const KernelSet<T>& kernels) {
   const uint32_t d = c.demand;
   auto wants = [d](int idx) { return (d & (1u << idx)) != 0; };
-  auto wantsEither = [&](int slot) { return wants(slot) || wants(kSumIndexOfSlot[slot]); };
-
-  // Order and kernel.
-  const KernelSet<T>& kernels = Kernels(T{});
-  int order = 0;
-  uint32_t slots = 0;
-  Kernel<T> kernel = nullptr;
+  auto either = [&](int slot) { return wants(slot) || wants(kSumIndexOfSlot[slot]); };
   const int cols = c.rows ? 0 : 1, wt = c.weighted ? 1 : 0;
   if (c.method == Method::kFast) {
-    order = wantsEither(kRaw4) ? 3 : wantsEither(kRaw3) ? 2 : wantsEither(kRaw2) ? 1 : 0;
-    slots = FastSlots(order);
-    kernel = kernels.fast[8 * cols + 4 * wt + order];
-  } else if (c.method == Method::kGivenMean) {
-    order = (wantsEither(kRaw2) || wantsEither(kRaw3) || wantsEither(kRaw4)) ? 3
-            : wantsEither(kCen4)                                             ? 2
-            : wantsEither(kCen3)                                             ? 1
-                                                                             : 0;
-    slots = GivenMeanSlots(order);
-    kernel = kernels.givenMean[8 * cols + 4 * wt + order];
-  } else {
-    order = (wantsEither(kRaw3) || wantsEither(kRaw4) || wantsEither(kCen3) || wantsEither(kCen4))
-                ? 3
-            : wantsEither(kRaw2) ? 2
-            : wantsEither(kCen2) ? 1
-                                 : 0;
-    slots = OnePassSlots(order);
-    kernel = kernels.onePass[16 * cols + 8 * wt + 2 * order + (c.matrix ? 1 : 0)];
+    const int order = either(kRaw4) ? 3 : either(kRaw3) ? 2 : either(kRaw2) ? 1 : 0;
+    return {kernels.fast[8 * cols + 4 * wt + order], FastSlots(order)};
   }
+  if (c.method == Method::kGivenMean) {
+    const int order = (either(kRaw2) || either(kRaw3) || either(kRaw4)) ? 3
+                      : either(kCen4)                                   ? 2
+                      : either(kCen3)                                   ? 1
+                                                                        : 0;
+    return {kernels.givenMean[8 * cols + 4 * wt + order], GivenMeanSlots(order)};
+  }
+  const int order = (either(kRaw3) || either(kRaw4) || either(kCen3) || either(kCen4)) ? 3
+                    : either(kRaw2)                                                    ? 2
+                    : either(kCen2)                                                    ? 1
+                                                                                       : 0;
+  return {kernels.onePass[16 * cols + 8 * wt + 2 * order + (c.matrix ? 1 : 0)],
+          OnePassSlots(order)};
+}
 
-  // S is tracked by every share: deviation products in the one-pass method, raw products in the
-  // others, which the kernels add chunk by chunk beside their power sums. Shares of the power-sum
-  // and given-mean methods are turned back into deviation sums about the new mean at the end.
+// The work of a call: its shares and threads, and one block of memory holding the running state
+// (state 0), the shares' states (1..shares), a scratch region per thread and a centre vector.
+// Each share's part starts a 128-byte line pair of its own, so that no cache line is written by
+// two threads.
+struct Work {
+  int64_t shares = 0, threads = 0, block = 0, scratchStride = 0;
+  WorkBlock memory;
+  ShareState* states = nullptr;
+  double* scratch = nullptr;
+  double* centre = nullptr;
+};
+
+template <class T>
+int PlanWork(const Call<T>& c, const SSThreadServices* services, Work& w) {
+  const int64_t n = c.n, p = c.p;
   const bool onePass = c.method == Method::kOnePass;
-  const bool powerS = c.matrix && !onePass;
-  const int64_t block = OnePassBlock(p);
-  // Each share's part of the work block starts a 128-byte line pair of its own, so that no cache
-  // line is written by two threads.
   auto padded = [](int64_t count) { return (count + 15) & ~int64_t{15}; };
+  w.block = OnePassBlock(p);
   const int64_t slotsStride = padded(kSlotCount * p);
   const int64_t sStride = c.matrix ? padded(p * p) : 0;
-  const int64_t scratchStride = padded(ScratchDoubles(onePass, c.matrix, p, block));
-  const int64_t shares =
-      ShareCount(n, p, c.matrix, int64_t(sizeof(double)) * (slotsStride + sStride));
-  int64_t threads = services != nullptr && services->thread_count != nullptr &&
-                            services->run_on_each_thread != nullptr
-                        ? services->thread_count()
-                        : 1;
-  threads = std::clamp<int64_t>(threads, 1, shares);
+  w.scratchStride = padded(ScratchDoubles(onePass, c.matrix, p, w.block));
+  w.shares = ShareCount(n, p, c.matrix, int64_t(sizeof(double)) * (slotsStride + sStride));
+  const bool threaded = services != nullptr && services->thread_count != nullptr &&
+                        services->run_on_each_thread != nullptr;
+  w.threads = std::clamp<int64_t>(threaded ? services->thread_count() : 1, 1, w.shares);
 
-  // Work memory: the running state, the shares' states, one scratch region per thread. The
-  // sizes go through checked arithmetic: n and p come from the caller (p is below 2^31 here, so
-  // the strides themselves fit).
+  // The sizes go through checked arithmetic: n and p come from the caller (p is below 2^31
+  // here, so the strides themselves fit).
   using oxl::platform::BytesOf;
   using oxl::platform::CheckedSize;
-  const CheckedSize states_count = CheckedSize(shares) + 1;
+  const CheckedSize states_count = CheckedSize(w.shares) + 1;
   Layout layout;
   const std::size_t statesAt = layout.Take(BytesOf<ShareState>(states_count));
   const std::size_t slotsAt = layout.Take(BytesOf<double>(states_count * slotsStride));
   const std::size_t sAt = layout.Take(BytesOf<double>(states_count * sStride));
-  const std::size_t scratchAt = layout.Take(BytesOf<double>(CheckedSize(threads) * scratchStride));
+  const std::size_t scratchAt =
+      layout.Take(BytesOf<double>(CheckedSize(w.threads) * w.scratchStride));
   const std::size_t centreAt = layout.Take(BytesOf<double>(p));
-  WorkBlock work;
-  work.ptr = oxl::platform::AllocateChecked(layout.bytes, 128);
-  if (work.ptr == nullptr) return OXL_SS_ERROR_MEMORY;
-  std::memset(work.ptr, 0, layout.bytes.value());
-  // State 0 is the running state; states 1.. are the shares'.
-  auto* states = reinterpret_cast<ShareState*>(work.bytes() + statesAt);
-  for (int64_t t = 0; t <= shares; ++t) {
-    ShareState& st = states[t];
+  w.memory.ptr = oxl::platform::AllocateChecked(layout.bytes, 128);
+  if (w.memory.ptr == nullptr) return OXL_SS_ERROR_MEMORY;
+  char* bytes = w.memory.bytes();
+  std::memset(bytes, 0, layout.bytes.value());
+  w.states = reinterpret_cast<ShareState*>(bytes + statesAt);
+  for (int64_t t = 0; t <= w.shares; ++t) {
+    ShareState& st = w.states[t];
     for (int k = 0; k < kSlotCount; ++k) {
-      st.slot[k] = reinterpret_cast<double*>(work.bytes() + slotsAt) + t * slotsStride + k * p;
+      st.slot[k] = reinterpret_cast<double*>(bytes + slotsAt) + t * slotsStride + k * p;
     }
-    st.S = c.matrix ? reinterpret_cast<double*>(work.bytes() + sAt) + t * sStride : nullptr;
+    st.S = c.matrix ? reinterpret_cast<double*>(bytes + sAt) + t * sStride : nullptr;
   }
-  const T* given = c.method == Method::kGivenMean ? c.arrays[kIdxMean] : nullptr;
+  w.scratch = reinterpret_cast<double*>(bytes + scratchAt);
+  w.centre = reinterpret_cast<double*>(bytes + centreAt);
+  return 0;
+}
 
-  // Running state of earlier calls; with W = 0 everything starts at zero.
-  ShareState& main = states[0];
+// The running state of earlier calls into state 0 (with W = 0 everything starts at zero). For
+// the power-sum and given-mean methods S is tracked as raw products: the deviation sums about
+// the old mean are turned into them here, and back about the new mean when the call ends.
+template <class T>
+void LoadRunningState(const Call<T>& c, uint32_t slots, const T* old_centre, Work& w) {
+  ShareState& main = w.states[0];
   if (c.W > 0) {
     for (int k = 0; k < kSlotCount; ++k) {
       if (slots & (1u << k)) LoadSlot(c, k, main.slot[k]);
     }
     if (c.matrix) LoadMatrix(c, main.S);
+    if (c.matrix && c.method != Method::kOnePass) {
+      AddOuter(c.p, c.W, CentreOf(c.p, old_centre, main, w.centre), main.S);
+    }
   }
   main.W = c.W;
   main.W2 = c.W2;
+}
 
-  // S of the power-sum and given-mean methods, part one: from deviation sums about the old mean
-  // to raw product sums.
-  auto centreOf = [&](const T* m) -> const double* {
-    if (m == nullptr) return main.slot[kMean];
-    double* centre = reinterpret_cast<double*>(work.bytes() + centreAt);
-    for (int64_t i = 0; i < p; ++i) centre[i] = double(m[i]);
-    return centre;
-  };
-  if (powerS && c.W > 0) {
-    const T* old = c.method == Method::kFast   ? nullptr
-                   : task.priorMean != nullptr ? static_cast<const T*>(task.priorMean)
-                                               : given;
-    AddOuter(p, c.W, centreOf(old), main.S);
-  }
-
-  ThreadContext<T> ctx{kernel,
-                       KernelArgs<T>{n, p, static_cast<const T*>(task.x),
-                                     static_cast<const T*>(task.weights), given, block, powerS},
-                       states + 1,
-                       shares,
-                       reinterpret_cast<double*>(work.bytes() + scratchAt),
-                       scratchStride};
-  if (!c.weighted) ctx.args.w = nullptr;
-  if (threads > 1) {
-    const int32_t status = services->run_on_each_thread(int32_t(threads), &ctx, &BasicThreader<T>);
+// The shares on the caller's threads, then their states merged into state 0 in their order.
+template <class T>
+int RunShares(Call<T>& c, const SSThreadServices* services, const KernelSet<T>& kernels,
+              const KernelChoice<T>& choice, const T* given, Work& w) {
+  const int64_t p = c.p;
+  const bool onePass = c.method == Method::kOnePass;
+  const bool powerS = c.matrix && !onePass;
+  const SSTask& task = *c.task;
+  ThreadContext<T> ctx{choice.kernel,
+                       KernelArgs<T>{c.n, p, static_cast<const T*>(task.x),
+                                     c.weighted ? static_cast<const T*>(task.weights) : nullptr,
+                                     given, w.block, powerS},
+                       w.states + 1,
+                       w.shares,
+                       w.scratch,
+                       w.scratchStride};
+  if (w.threads > 1) {
+    const int32_t status =
+        services->run_on_each_thread(int32_t(w.threads), &ctx, &BasicThreader<T>);
     if (status != 0) return status;
   } else {
     BasicThreader<T>(0, nullptr, 1, &ctx);
   }
-  for (int64_t s = 1; s <= shares; ++s) {
-    const ShareState& sh = states[s];
-    kernels.merge(p, slots, c.method == Method::kGivenMean, main, sh.W, sh.W2, sh.slot,
+  ShareState& main = w.states[0];
+  for (int64_t s = 1; s <= w.shares; ++s) {
+    const ShareState& sh = w.states[s];
+    kernels.merge(p, choice.slots, c.method == Method::kGivenMean, main, sh.W, sh.W2, sh.slot,
                   onePass ? sh.S : nullptr);
     if (powerS) {
       for (int64_t r = 0; r < p; ++r) {
@@ -466,18 +483,22 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
   }
   c.W = main.W;
   c.W2 = main.W2;
+  if (powerS) AddOuter(p, -c.W, CentreOf(p, given, main, w.centre), main.S);
+  return 0;
+}
 
-  // S, part two: subtract the products of the new mean.
-  if (powerS) AddOuter(p, -c.W, centreOf(given), main.S);
-
-  // Finish: matrices, then moments, the running weights and the prior mean. The prior mean's
-  // block comes first, so that a failed allocation leaves every output as it was.
+// Matrices, then moments, the running weights and the prior mean. The prior mean's block comes
+// first, so that a failed allocation leaves every output as it was.
+template <class T>
+int WriteResults(Call<T>& c, uint32_t slots, const T* given, const ShareState& main) {
+  SSTask& task = *c.task;
+  const int64_t p = c.p;
   if (c.method == Method::kGivenMean && task.priorMean == nullptr) {
     task.priorMean = oxl::platform::AllocateChecked(oxl::platform::BytesOf<T>(p), 128);
     if (task.priorMean == nullptr) return OXL_SS_ERROR_MEMORY;
   }
   if (c.matrix) WriteMatrices(c, main.S);
-  uint32_t out = d & ~((1u << kIdxCov) | (1u << kIdxCor) | (1u << kIdxCrossProduct));
+  uint32_t out = c.demand & ~((1u << kIdxCov) | (1u << kIdxCor) | (1u << kIdxCrossProduct));
   for (int k = 0; k < kSlotCount; ++k) {
     // A tracked slot is running state: its moment array (or, lacking one, its sum array)
     // carries it to the next call.
@@ -498,6 +519,25 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
   }
   if (c.method == Method::kGivenMean) std::memcpy(task.priorMean, given, sizeof(T) * p);
   return 0;
+}
+
+template <class T>
+int Compute(Call<T>& c, const SSThreadServices* services) {
+  const KernelSet<T>& kernels = Kernels(T{});
+  const KernelChoice<T> choice = ChooseKernel(c, kernels);
+  Work w;
+  if (const int status = PlanWork(c, services, w); status != 0) return status;
+  const T* given = c.method == Method::kGivenMean ? c.arrays[kIdxMean] : nullptr;
+  // The centre that S's raw products started from: the running mean (fast method), else the
+  // prior mean of the last given-mean call, else the mean given now.
+  const T* old_centre = c.method == Method::kFast      ? nullptr
+                        : c.task->priorMean != nullptr ? static_cast<const T*>(c.task->priorMean)
+                                                       : given;
+  LoadRunningState(c, choice.slots, old_centre, w);
+  if (const int status = RunShares(c, services, kernels, choice, given, w); status != 0) {
+    return status;
+  }
+  return WriteResults(c, choice.slots, given, w.states[0]);
 }
 
 // Moments from stored sums; x is not read.
