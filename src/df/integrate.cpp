@@ -290,22 +290,107 @@ int32_t Integrate(const IntegrArgs<T>& a) {
 // left, inner, right.
 enum Part : int { kLeftPart = 0, kRightPart = 1, kInnerPart = 2 };
 
+// The parts of a block's pairs: for part g and pair j, the limits lo[g * count + j] and
+// hi[g * count + j] with their cells (a low cell of -1: the pair has no such part), and the
+// part's integral of function f at values[(g * fc + f) * count + j].
+template <class T>
+struct PairParts {
+  int64_t count, fc;
+  T *lo, *hi, *values;
+  int64_t *lo_cell, *hi_cell;
+};
+
+// Splits each ordered pair at the ends of the partition. A clamped limit takes the cell of the
+// knot it stops at.
+template <class T>
+void SplitPairs(const IntegrArgs<T>& a, T first, T last, const PairParts<T>& pp) {
+  const int64_t count = pp.count, n = a.partition_size;
+  for (int64_t j = 0; j < count; ++j) {
+    T l = a.left[j], r = a.right[j];
+    int64_t cl = a.left_cells[j], cr = a.right_cells[j];
+    if (r < l) {
+      std::swap(l, r);
+      std::swap(cl, cr);
+    }
+    for (int g = 0; g < 3; ++g) pp.lo_cell[g * count + j] = -1;
+    auto set = [&](Part g, T part_lo, int64_t cell_lo, T part_hi, int64_t cell_hi) {
+      pp.lo[g * count + j] = part_lo;
+      pp.lo_cell[g * count + j] = cell_lo;
+      pp.hi[g * count + j] = part_hi;
+      pp.hi_cell[g * count + j] = cell_hi;
+    };
+    if (l < first) {
+      const bool clamped = !(r < first);
+      set(kLeftPart, l, cl, clamped ? first : r, clamped ? 1 : cr);
+    }
+    if (r > last) {
+      const bool clamped = !(l > last);
+      set(kRightPart, clamped ? last : l, clamped ? n - 1 : cl, r, cr);
+    }
+    const T inner_lo = l < first ? first : l;
+    const T inner_hi = r > last ? last : r;
+    if (inner_lo < inner_hi) {
+      set(kInnerPart, inner_lo, l < first ? 1 : cl, inner_hi, r > last ? n - 1 : cr);
+    }
+  }
+}
+
+// Part g of every pair from the pieces.
+template <class Pieces, class T>
+void IntegratePartFromPieces(const IntegrArgs<T>& a, const PairParts<T>& pp, int g) {
+  const int64_t count = pp.count;
+  for (int64_t f = 0; f < pp.fc; ++f) {
+    const Pieces pc(a, f);
+    T* values = pp.values + (g * pp.fc + f) * count;
+    for (int64_t j = 0; j < count; ++j) {
+      const int64_t at = g * count + j;
+      if (pp.lo_cell[at] < 0) continue;
+      values[j] = PiecewiseIntegral(pc, pp.lo[at], pp.lo_cell[at], pp.hi[at], pp.hi_cell[at]);
+    }
+  }
+}
+
+// Part g of every pair that has it, through its callback in one call: the parts gathered into
+// `gathered` (2 + fc values per pair) with their positions, the results spread back.
+template <class T>
+int32_t IntegratePartByCallback(const PairParts<T>& pp, int g, IntegrCallback<T> callback,
+                                void* params, int64_t* positions, T* gathered) {
+  const int64_t count = pp.count;
+  T* cb_lo = gathered;
+  T* cb_hi = cb_lo + count;
+  T* cb_out = cb_hi + count;
+  int64_t m = 0;
+  for (int64_t j = 0; j < count; ++j) {
+    const int64_t at = g * count + j;
+    if (pp.lo_cell[at] < 0) continue;
+    positions[m] = j;
+    cb_lo[m] = pp.lo[at];
+    cb_hi[m] = pp.hi[at];
+    ++m;
+  }
+  if (m == 0) return DF_STATUS_OK;
+  std::fill(cb_out, cb_out + pp.fc * m, T(0));
+  int64_t called = m;
+  const int32_t status = callback(&called, cb_lo, cb_hi, cb_out, params, nullptr);
+  if (status < 0) return status;
+  for (int64_t f = 0; f < pp.fc; ++f) {
+    T* values = pp.values + (g * pp.fc + f) * count;
+    for (int64_t i = 0; i < m; ++i) values[positions[i]] = cb_out[f * m + i];
+  }
+  return DF_STATUS_OK;
+}
+
 template <int32_t K, class T>
 int32_t IntegrateWithCallbacks(const IntegrArgs<T>& a, const IntegrCallback<T> callbacks[3],
                                void* const params[3]) {
   if (callbacks[0] == nullptr && callbacks[1] == nullptr && callbacks[2] == nullptr) {
     return Integrate<K, T>(a);
   }
-  using Pieces = typename PiecesOf<K, T>::type;
   const int64_t count = a.nlim;
   const int64_t fc = a.function_count;
   if (count <= 0) return DF_STATUS_OK;
-  const int64_t n = a.partition_size;
   const Walls<T> walls(a);
-  const T first = walls.Knot(0);
-  const T last = walls.Knot(n - 1);
 
-  // Per part and pair: the limits and cells of the part (cell -1: no such part).
   const platform::CheckedSize pairs = count;
   ScratchBuffer<T, 6 * kBlock> limits(pairs * 6);
   ScratchBuffer<int64_t, 6 * kBlock> cells(pairs * 6);
@@ -316,88 +401,30 @@ int32_t IntegrateWithCallbacks(const IntegrArgs<T>& a, const IntegrCallback<T> c
       gathered.get() == nullptr || part_values.get() == nullptr) {
     return DF_STATUS_NO_MEMORY;
   }
-  T* lo = limits.get();
-  T* hi = lo + 3 * count;
-  int64_t* lo_cell = cells.get();
-  int64_t* hi_cell = lo_cell + 3 * count;
-  T* values = part_values.get();
-  std::fill(values, values + 3 * fc * count, T(0));
-
-  for (int64_t j = 0; j < count; ++j) {
-    T l = a.left[j], r = a.right[j];
-    int64_t cl = a.left_cells[j], cr = a.right_cells[j];
-    if (r < l) {
-      std::swap(l, r);
-      std::swap(cl, cr);
-    }
-    for (int g = 0; g < 3; ++g) lo_cell[g * count + j] = -1;
-    if (l < first) {
-      const bool clamped = !(r < first);
-      lo[kLeftPart * count + j] = l;
-      lo_cell[kLeftPart * count + j] = cl;
-      hi[kLeftPart * count + j] = clamped ? first : r;
-      hi_cell[kLeftPart * count + j] = clamped ? 1 : cr;
-    }
-    if (r > last) {
-      const bool clamped = !(l > last);
-      lo[kRightPart * count + j] = clamped ? last : l;
-      lo_cell[kRightPart * count + j] = clamped ? n - 1 : cl;
-      hi[kRightPart * count + j] = r;
-      hi_cell[kRightPart * count + j] = cr;
-    }
-    const T inner_lo = l < first ? first : l;
-    const T inner_hi = r > last ? last : r;
-    if (inner_lo < inner_hi) {
-      lo[kInnerPart * count + j] = inner_lo;
-      lo_cell[kInnerPart * count + j] = l < first ? 1 : cl;
-      hi[kInnerPart * count + j] = inner_hi;
-      hi_cell[kInnerPart * count + j] = r > last ? n - 1 : cr;
-    }
-  }
-
+  const PairParts<T> pp{.count = count,
+                        .fc = fc,
+                        .lo = limits.get(),
+                        .hi = limits.get() + 3 * count,
+                        .values = part_values.get(),
+                        .lo_cell = cells.get(),
+                        .hi_cell = cells.get() + 3 * count};
+  std::fill(pp.values, pp.values + 3 * fc * count, T(0));
+  SplitPairs(a, walls.Knot(0), walls.Knot(a.partition_size - 1), pp);
   for (int g = 0; g < 3; ++g) {
-    const T* glo = lo + g * count;
-    const T* ghi = hi + g * count;
-    const int64_t* glo_cell = lo_cell + g * count;
-    const int64_t* ghi_cell = hi_cell + g * count;
-    T* gvalues = values + g * fc * count;
     if (callbacks[g] == nullptr) {
-      for (int64_t f = 0; f < fc; ++f) {
-        const Pieces pc(a, f);
-        for (int64_t j = 0; j < count; ++j) {
-          if (glo_cell[j] < 0) continue;
-          gvalues[f * count + j] = PiecewiseIntegral(pc, glo[j], glo_cell[j], ghi[j], ghi_cell[j]);
-        }
-      }
+      IntegratePartFromPieces<typename PiecesOf<K, T>::type>(a, pp, g);
       continue;
     }
-    int64_t* pos = positions.get();
-    T* cb_lo = gathered.get();
-    T* cb_hi = cb_lo + count;
-    T* cb_out = cb_hi + count;
-    int64_t m = 0;
-    for (int64_t j = 0; j < count; ++j) {
-      if (glo_cell[j] < 0) continue;
-      pos[m] = j;
-      cb_lo[m] = glo[j];
-      cb_hi[m] = ghi[j];
-      ++m;
-    }
-    if (m == 0) continue;
-    std::fill(cb_out, cb_out + fc * m, T(0));
-    int64_t called = m;
-    const int32_t status = callbacks[g](&called, cb_lo, cb_hi, cb_out, params[g], nullptr);
+    const int32_t status =
+        IntegratePartByCallback(pp, g, callbacks[g], params[g], positions.get(), gathered.get());
     if (status < 0) return status;
-    for (int64_t f = 0; f < fc; ++f) {
-      for (int64_t i = 0; i < m; ++i) gvalues[f * count + pos[i]] = cb_out[f * m + i];
-    }
   }
-
+  // The parts added left, inner, right; a pair given the other way round negated.
   for (int64_t f = 0; f < fc; ++f) {
     T* out = a.results + f * a.function_stride;
-    const T* vl = values + (kLeftPart * fc + f) * count;
-    const T* vr = values + (kRightPart * fc + f) * count;
-    const T* vi = values + (kInnerPart * fc + f) * count;
+    const T* vl = pp.values + (kLeftPart * fc + f) * count;
+    const T* vr = pp.values + (kRightPart * fc + f) * count;
+    const T* vi = pp.values + (kInnerPart * fc + f) * count;
     for (int64_t j = 0; j < count; ++j) {
       const T v = (vl[j] + vi[j]) + vr[j];
       out[j * a.limit_stride] = a.right[j] < a.left[j] ? -v : v;
