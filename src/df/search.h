@@ -142,121 +142,161 @@ inline Idx FinishFromGuess(const T* x, Idx n, T s, Idx g) {
   return g;
 }
 
-// One span of sites by method M. Cell: the stored width; Idx: the arithmetic.
-template <int32_t M, class T, class Cell, class Idx>
-int32_t Kernel(const SearchSpan<T>& a) {
+// The searches of one span of sites, one routine per method. Cell: the stored width; Idx: the
+// arithmetic.
+
+// A uniform partition is given by its two ends; the scale follows from them.
+template <class T, class Cell, class Idx>
+int32_t UniformCells(const SearchSpan<T>& a) {
+  const T x0 = a.partition[0], x1 = a.partition[1];
+  const Idx n = static_cast<Idx>(a.partition_size);
+  const T scale = static_cast<T>(n - 1) / (x1 - x0);
+  Cell* cells = static_cast<Cell*>(a.cells);
+  for (int64_t i = 0; i < a.nsite; ++i) {
+    cells[i] = static_cast<Cell>(UniformCell<T, Idx>(a.site[i], x0, x1, n, scale));
+  }
+  return DF_STATUS_OK;
+}
+
+// Quasi-uniform knots: the guess from the scale, then a walk to the cell.
+template <class T, class Cell, class Idx>
+int32_t QuasiUniformCells(const SearchSpan<T>& a) {
   const T* x = a.partition;
   const Idx n = static_cast<Idx>(a.partition_size);
-  const int64_t nsite = a.nsite;
-  const T* site = a.site;
+  const T x0 = x[0], last = x[n - 1];
   Cell* cells = static_cast<Cell*>(a.cells);
-  // A uniform partition is given by its two ends only.
-  constexpr bool kTwoEnds = M == kUniform || M == kUniUserDef;
-  const T last = kTwoEnds ? x[1] : x[n - 1];
+  for (int64_t i = 0; i < a.nsite; ++i) {
+    const T s = a.site[i];
+    Idx cell;
+    if (s < x0) {
+      cell = 0;
+    } else if (s == last) {
+      cell = n - 1;
+    } else {
+      const Idx g = TruncAtMost<Idx>(a.scale * (s - x0), n - 1) + 1;
+      if (g >= n) {
+        cell = WalkDown<T, Idx>(x, s, n, n - 1);
+      } else if (s >= x[g]) {
+        cell = WalkUp<T, Idx>(x, n, s, g);
+      } else {
+        cell = WalkDown<T, Idx>(x, s, g, g - 1);
+      }
+    }
+    cells[i] = static_cast<Cell>(cell);
+  }
+  return DF_STATUS_OK;
+}
 
-  if constexpr (M == kUniform) {
-    // The partition holds the two ends; the scale follows from them.
-    const T x0 = x[0];
-    const T x1 = x[1];
-    const T scale = static_cast<T>(n - 1) / (x1 - x0);
-    for (int64_t i = 0; i < nsite; ++i) {
-      cells[i] = static_cast<Cell>(UniformCell<T, Idx>(site[i], x0, x1, n, scale));
+// Sorted sites: a cursor walks up from where the last site left it; the first site of a span
+// first takes one or two halving steps toward its cell (the bound stays n/2 by design).
+template <class T, class Cell, class Idx>
+int32_t SortedCells(const SearchSpan<T>& a) {
+  const T* x = a.partition;
+  const Idx n = static_cast<Idx>(a.partition_size);
+  const T last = x[n - 1];
+  Cell* cells = static_cast<Cell*>(a.cells);
+  Cell* cursor_ref = static_cast<Cell*>(a.cursor);
+  Idx cursor = static_cast<Idx>(std::clamp<int64_t>(*cursor_ref, 0, n));
+  for (int64_t i = 0; i < a.nsite; ++i) {
+    const T s = a.site[i];
+    if (s == last) {
+      cells[i] = static_cast<Cell>(n - 1);
+      continue;
     }
-    return DF_STATUS_OK;
-  } else if constexpr (M == kQuasiUniform) {
-    const T x0 = x[0];
-    for (int64_t i = 0; i < nsite; ++i) {
-      const T s = site[i];
-      Idx cell;
-      if (s < x0) {
-        cell = 0;
-      } else if (s == last) {
-        cell = n - 1;
-      } else {
-        const Idx g = TruncAtMost<Idx>(a.scale * (s - x0), n - 1) + 1;
-        if (g >= n) {
-          cell = WalkDown<T, Idx>(x, s, n, n - 1);
-        } else if (s >= x[g]) {
-          cell = WalkUp<T, Idx>(x, n, s, g);
+    if (i == 0) {
+      Idx hi = n;
+      while (cursor < hi - n / 2) {
+        const Idx mid = static_cast<Idx>((static_cast<int64_t>(cursor) + hi) >> 1);
+        if (x[mid] > s) {
+          hi = mid;
         } else {
-          cell = WalkDown<T, Idx>(x, s, g, g - 1);
+          cursor = mid;
         }
       }
-      cells[i] = static_cast<Cell>(cell);
     }
-    return DF_STATUS_OK;
-  } else if constexpr (M == kSorted) {
-    Cell* cursor_ref = static_cast<Cell*>(a.cursor);
-    Idx cursor = static_cast<Idx>(std::clamp<int64_t>(*cursor_ref, 0, n));
-    for (int64_t i = 0; i < nsite; ++i) {
-      const T s = site[i];
-      if (s == last) {
-        cells[i] = static_cast<Cell>(n - 1);
-        continue;
-      }
-      if (i == 0) {
-        // One or two halving steps toward the first site; the bound stays n/2 by design.
-        Idx hi = n;
-        while (cursor < hi - n / 2) {
-          const Idx mid = static_cast<Idx>((static_cast<int64_t>(cursor) + hi) >> 1);
-          if (x[mid] > s) {
-            hi = mid;
-          } else {
-            cursor = mid;
-          }
-        }
-      }
-      while (cursor < n && x[cursor] <= s) ++cursor;
-      cells[i] = static_cast<Cell>(cursor);
+    while (cursor < n && x[cursor] <= s) ++cursor;
+    cells[i] = static_cast<Cell>(cursor);
+  }
+  *cursor_ref = static_cast<Cell>(cursor);
+  return DF_STATUS_OK;
+}
+
+// Sites gathered around the peak knot p: walks from p.
+template <class T, class Cell, class Idx>
+int32_t PeakCells(const SearchSpan<T>& a) {
+  const T* x = a.partition;
+  const Idx n = static_cast<Idx>(a.partition_size);
+  const T last = x[n - 1];
+  const Idx p = TruncAtMost<Idx>(a.scale, n);
+  Cell* cells = static_cast<Cell*>(a.cells);
+  for (int64_t i = 0; i < a.nsite; ++i) {
+    const T s = a.site[i];
+    Idx cell;
+    if (s == last) {
+      cell = n - 1;
+    } else if (p >= n) {
+      cell = s > last ? n : WalkDown<T, Idx>(x, s, n - 1, n - 2);
+    } else if (s >= x[p]) {
+      cell = WalkUp<T, Idx>(x, n, s, p);
+    } else if (p != 0 && x[p - 1] > s) {
+      cell = WalkDown<T, Idx>(x, s, p, p - 1);
+    } else {
+      cell = p;
     }
-    *cursor_ref = static_cast<Cell>(cursor);
-    return DF_STATUS_OK;
-  } else if constexpr (M == kPeak) {
-    const Idx p = TruncAtMost<Idx>(a.scale, n);
-    for (int64_t i = 0; i < nsite; ++i) {
-      const T s = site[i];
-      Idx cell;
-      if (s == last) {
-        cell = n - 1;
-      } else if (p >= n) {
-        cell = s > last ? n : WalkDown<T, Idx>(x, s, n - 1, n - 2);
-      } else if (s >= x[p]) {
-        cell = WalkUp<T, Idx>(x, n, s, p);
-      } else if (p != 0 && x[p - 1] > s) {
-        cell = WalkDown<T, Idx>(x, s, p, p - 1);
+    cells[i] = static_cast<Cell>(cell);
+  }
+  return DF_STATUS_OK;
+}
+
+// The caller's search in blocks: sites its flags leave open are finished by the library, from
+// the cell it guessed (or, for a uniform partition, from the two ends); a result of 1000 says
+// the callback has found every cell.
+template <bool kUniformEnds, class T, class Cell, class Idx>
+int32_t CallbackCells(const SearchSpan<T>& a) {
+  const T* x = a.partition;
+  const Idx n = static_cast<Idx>(a.partition_size);
+  Cell* cells = static_cast<Cell*>(a.cells);
+  int32_t local_flags[kCallbackBlock];
+  int32_t* flags = a.flag_array != nullptr ? a.flag_array : local_flags;
+  const T uni_scale = static_cast<T>(n - 1) / (x[1] - x[0]);
+  int32_t result = 0;
+  for (int64_t start = 0; start < a.nsite; start += kCallbackBlock) {
+    int64_t count = std::min(kCallbackBlock, a.nsite - start);
+    Cell* block_cells = cells + start;
+    const T* block_sites = a.site + start;
+    std::fill(flags, flags + count, 0);
+    result = a.callback(&count, block_sites, block_cells, flags, a.params, a.library_params);
+    if (result < 0) return result;
+    if (result == 1000) continue;
+    for (int64_t i = 0; i < count; ++i) {
+      if (flags[i] != 0) continue;
+      const T s = block_sites[i];
+      if constexpr (kUniformEnds) {
+        block_cells[i] = static_cast<Cell>(UniformCell<T, Idx>(s, x[0], x[1], n, uni_scale));
       } else {
-        cell = p;
+        const int64_t guess = static_cast<int64_t>(block_cells[i]);
+        const Idx g = guess < 1 ? 0 : static_cast<Idx>(std::min<int64_t>(guess, n));
+        block_cells[i] = static_cast<Cell>(FinishFromGuess<T, Idx>(x, n, s, g));
       }
-      cells[i] = static_cast<Cell>(cell);
     }
-    return DF_STATUS_OK;
+  }
+  return result == 1000 ? DF_STATUS_OK : result;
+}
+
+// One span of sites by method M.
+template <int32_t M, class T, class Cell, class Idx>
+int32_t Kernel(const SearchSpan<T>& a) {
+  if constexpr (M == kUniform) {
+    return UniformCells<T, Cell, Idx>(a);
+  } else if constexpr (M == kQuasiUniform) {
+    return QuasiUniformCells<T, Cell, Idx>(a);
+  } else if constexpr (M == kSorted) {
+    return SortedCells<T, Cell, Idx>(a);
+  } else if constexpr (M == kPeak) {
+    return PeakCells<T, Cell, Idx>(a);
   } else {
     static_assert(M == kUserDef || M == kUniUserDef);
-    int32_t local_flags[kCallbackBlock];
-    int32_t* flags = a.flag_array != nullptr ? a.flag_array : local_flags;
-    const T uni_scale = static_cast<T>(n - 1) / (x[1] - x[0]);
-    int32_t result = 0;
-    for (int64_t start = 0; start < nsite; start += kCallbackBlock) {
-      int64_t count = std::min(kCallbackBlock, nsite - start);
-      Cell* block_cells = cells + start;
-      const T* block_sites = site + start;
-      std::fill(flags, flags + count, 0);
-      result = a.callback(&count, block_sites, block_cells, flags, a.params, a.library_params);
-      if (result < 0) return result;
-      if (result == 1000) continue;
-      for (int64_t i = 0; i < count; ++i) {
-        if (flags[i] != 0) continue;
-        const T s = block_sites[i];
-        if constexpr (M == kUniUserDef) {
-          block_cells[i] = static_cast<Cell>(UniformCell<T, Idx>(s, x[0], x[1], n, uni_scale));
-        } else {
-          const int64_t guess = static_cast<int64_t>(block_cells[i]);
-          const Idx g = guess < 1 ? 0 : static_cast<Idx>(std::min<int64_t>(guess, n));
-          block_cells[i] = static_cast<Cell>(FinishFromGuess<T, Idx>(x, n, s, g));
-        }
-      }
-    }
-    return result == 1000 ? DF_STATUS_OK : result;
+    return CallbackCells<M == kUniUserDef, T, Cell, Idx>(a);
   }
 }
 
