@@ -12,6 +12,7 @@
 #include <array>
 
 #include "df/cubic.h"
+#include "df/tridiagonal.h"
 
 extern "C" {
 OXL_API vDFNaturalCubSplineThreadingRecord vDFNaturalCubSplineThreadingStruct;
@@ -22,30 +23,6 @@ namespace {
 
 template <class T>
 using Constructor = int32_t (*)(df_task*, const thread_services*);
-
-// The tridiagonal services in the task's precision.
-inline void Factor(const int64_t* n, double* dl, double* d, double* du, int64_t* info) {
-  ddttrfb_4dfl(n, dl, d, du, info);
-}
-inline void Factor(const int64_t* n, float* dl, float* d, float* du, int64_t* info) {
-  sdttrfb_4dfl(n, dl, d, du, info);
-}
-inline void SolveFactored(const int64_t* n, const int64_t* nrhs, const double* dl, const double* d,
-                          const double* du, double* b, const int64_t* ldb, int64_t* info) {
-  ddttrsb_4dfl(n, nrhs, dl, d, du, b, ldb, info);
-}
-inline void SolveFactored(const int64_t* n, const int64_t* nrhs, const float* dl, const float* d,
-                          const float* du, float* b, const int64_t* ldb, int64_t* info) {
-  sdttrsb_4dfl(n, nrhs, dl, d, du, b, ldb, info);
-}
-inline void SolveDirect(const int64_t* n, const int64_t* nrhs, double* dl, double* d, double* du,
-                        double* b, const int64_t* ldb, int64_t* info) {
-  ddtsvb_4dfl(n, nrhs, dl, d, du, b, ldb, info);
-}
-inline void SolveDirect(const int64_t* n, const int64_t* nrhs, float* dl, float* d, float* du,
-                        float* b, const int64_t* ldb, int64_t* info) {
-  sdtsvb_4dfl(n, nrhs, dl, d, du, b, ldb, info);
-}
 
 // The parallel rule: enough knots per function to pay for a thread.
 struct ParallelRule {
@@ -266,7 +243,7 @@ int32_t _v1DCSNaturalThreader(int64_t item, int32_t /*thread*/, void* /*reserved
   int64_t info = 0;
   for (int64_t f = f_begin; f < f_end; ++f) {
     BuildRhs<T, kRows, kUniform, B>(job, f, b);
-    SolveFactored(&job.m, &one, job.dl, job.d, job.du, b, &job.n, &info);
+    SolveBothEnds(&job.m, &one, job.dl, job.d, job.du, b, &job.n, &info);
     WriteCells<T, kRows, kUniform, B>(job, f, b);
   }
   return DF_STATUS_OK;
@@ -328,7 +305,7 @@ int32_t _v1DCSNatural(df_task* task, const thread_services* services) {
   BuildMatrix<T, kRows, kUniform, B>(job);
   const int64_t m = job.m;
   int64_t info = 0;
-  Factor(&m, job.dl, job.d, job.du, &info);
+  FactorBothEnds(&m, job.dl, job.d, job.du, &info);
   if (info != 0) {
     // The direct path: elimination without exchanges met a zero pivot (coincident knots can
     // cause it), so the matrix is built again and solved with row exchanges, every right-hand
@@ -339,7 +316,7 @@ int32_t _v1DCSNatural(df_task* task, const thread_services* services) {
     }
     const bool periodic = B == kSlotPeriodic;
     const int64_t columns = fc + (periodic ? 1 : 0);
-    SolveDirect(&m, &columns, job.dl, job.d, job.du, periodic ? job.z : job.rhs, &n, &info);
+    SolveTridiagonal(&m, &columns, job.dl, job.d, job.du, periodic ? job.z : job.rhs, &n, &info);
     if constexpr (B == kSlotPeriodic) {
       job.z_denominator = T(1) + job.z[0] + job.corner_ratio * job.z[m - 1];
     }
@@ -351,7 +328,7 @@ int32_t _v1DCSNatural(df_task* task, const thread_services* services) {
   }
   if constexpr (B == kSlotPeriodic) {
     const int64_t one = 1;
-    SolveFactored(&m, &one, job.dl, job.d, job.du, job.z, &n, &info);
+    SolveBothEnds(&m, &one, job.dl, job.d, job.du, job.z, &n, &info);
     job.z_denominator = T(1) + job.z[0] + job.corner_ratio * job.z[m - 1];
   }
   int32_t status = DF_STATUS_OK;
@@ -362,7 +339,7 @@ int32_t _v1DCSNatural(df_task* task, const thread_services* services) {
     for (int64_t f = 0; f < fc; ++f) {
       BuildRhs<T, kRows, kUniform, B>(job, f, job.rhs + f * n);
     }
-    SolveFactored(&m, &fc, job.dl, job.d, job.du, job.rhs, &n, &info);
+    SolveBothEnds(&m, &fc, job.dl, job.d, job.du, job.rhs, &n, &info);
     for (int64_t f = 0; f < fc; ++f) {
       WriteCells<T, kRows, kUniform, B>(job, f, job.rhs + f * n);
     }

@@ -1,6 +1,7 @@
 // Quadratic spline construction: the standard continuously differentiable quadratic with knots
 // at the data points, and Subbotin's quadratic with its walls on a subgrid between them.
 #include "df/spline_data.h"
+#include "df/tridiagonal.h"
 
 namespace oxl::df {
 namespace {
@@ -162,11 +163,7 @@ int32_t SubbotinConstruct(df_task* task, const thread_services* /*services*/) {
     }
     int64_t one = 1;
     int64_t info = 0;
-    if constexpr (sizeof(T) == 8) {
-      ddtsvb_4dfl(&m, &one, dl, d, du, b, &m, &info);
-    } else {
-      sdtsvb_4dfl(&m, &one, dl, d, du, b, &m, &info);
-    }
+    SolveTridiagonal(&m, &one, dl, d, du, b, &m, &info);
     v[0] = y_first;
     for (int64_t j = 1; j <= m; ++j) v[j] = b[j - 1];
     v[n] = y_last;

@@ -3,9 +3,10 @@
 // the elimination no longer needs the sub-diagonal entry it replaces.
 #include <cmath>
 
+#include "df/tridiagonal.h"
 #include "oxl/df.h"
 
-namespace {
+namespace oxl::df {
 
 template <class T>
 void SolveTridiagonal(const int64_t* n_ref, const int64_t* nrhs_ref, T* dl, T* d, T* du, T* b,
@@ -172,7 +173,22 @@ void SolveBothEnds(const int64_t* n_ref, const int64_t* nrhs_ref, const T* dl, c
   }
 }
 
-}  // namespace
+template void SolveTridiagonal<double>(const int64_t*, const int64_t*, double*, double*, double*,
+                                       double*, const int64_t*, int64_t*);
+template void SolveTridiagonal<float>(const int64_t*, const int64_t*, float*, float*, float*,
+                                      float*, const int64_t*, int64_t*);
+template void FactorBothEnds<double>(const int64_t*, double*, double*, double*, int64_t*);
+template void FactorBothEnds<float>(const int64_t*, float*, float*, float*, int64_t*);
+template void SolveBothEnds<double>(const int64_t*, const int64_t*, const double*, const double*,
+                                    const double*, double*, const int64_t*, int64_t*);
+template void SolveBothEnds<float>(const int64_t*, const int64_t*, const float*, const float*,
+                                   const float*, float*, const int64_t*, int64_t*);
+
+}  // namespace oxl::df
+
+using oxl::df::FactorBothEnds;
+using oxl::df::SolveBothEnds;
+using oxl::df::SolveTridiagonal;
 
 extern "C" {
 
