@@ -12,10 +12,10 @@ int32_t EvaluateWithCallback(const EvalArgs<T>& a, InterpCallback<T> callback, v
   int64_t n = a.nsite;
   if (n <= 0) return DF_STATUS_OK;
   // Callbacks always see 64-bit cells.
-  ScratchBuffer<int64_t, 256> cells(n);
+  platform::Scratch<int64_t, 256> cells(n);
   const int64_t per_function = n * a.nresults;
   const int64_t total = per_function * a.function_count;
-  ScratchBuffer<T, 1024> buffer(platform::CheckedSize(per_function) * a.function_count);
+  platform::Scratch<T, 1024> buffer(platform::CheckedSize(per_function) * a.function_count);
   if (cells.get() == nullptr || buffer.get() == nullptr) return DF_STATUS_NO_MEMORY;
   for (int64_t j = 0; j < n; ++j) cells.get()[j] = eval::CellOf<Cell>(a.cell, j);
   T* out = buffer.get();

@@ -392,11 +392,11 @@ int32_t IntegrateWithCallbacks(const IntegrArgs<T>& a, const IntegrCallback<T> c
   const Walls<T> walls(a);
 
   const platform::CheckedSize pairs = count;
-  ScratchBuffer<T, 6 * kBlock> limits(pairs * 6);
-  ScratchBuffer<int64_t, 6 * kBlock> cells(pairs * 6);
-  ScratchBuffer<int64_t, kBlock> positions(pairs);
-  ScratchBuffer<T, 0> gathered(pairs * 2 + pairs * fc);
-  ScratchBuffer<T, 0> part_values(pairs * fc * 3);
+  platform::Scratch<T, 6 * kBlock> limits(pairs * 6);
+  platform::Scratch<int64_t, 6 * kBlock> cells(pairs * 6);
+  platform::Scratch<int64_t, kBlock> positions(pairs);
+  platform::Scratch<T> gathered(pairs * 2 + pairs * fc);
+  platform::Scratch<T> part_values(pairs * fc * 3);
   if (limits.get() == nullptr || cells.get() == nullptr || positions.get() == nullptr ||
       gathered.get() == nullptr || part_values.get() == nullptr) {
     return DF_STATUS_NO_MEMORY;
@@ -563,9 +563,9 @@ int32_t IntegrateFrame(IntegrFrame<T>& fr, const int64_t hints[2],
   fr.knot_step = task->partition_hint == PARTITION_UNIFORM && n > 1
                      ? (x[1] - x[0]) / static_cast<T>(n - 1)
                      : T(0);
-  ScratchBuffer<T, 0> expanded[2] = {
-      ScratchBuffer<T, 0>((hints[0] & SITES_UNIFORM) != 0 ? fr.nlim : 0),
-      ScratchBuffer<T, 0>((hints[1] & SITES_UNIFORM) != 0 ? fr.nlim : 0)};
+  platform::Scratch<T> expanded[2] = {
+      platform::Scratch<T>((hints[0] & SITES_UNIFORM) != 0 ? fr.nlim : 0),
+      platform::Scratch<T>((hints[1] & SITES_UNIFORM) != 0 ? fr.nlim : 0)};
   for (int s = 0; s < 2; ++s) {
     fr.side[s].scale = SearchScale<T>(task, fr.side[s].method, fr.side[s].data_hint);
     if ((hints[s] & SITES_UNIFORM) != 0) {
@@ -577,7 +577,7 @@ int32_t IntegrateFrame(IntegrFrame<T>& fr, const int64_t hints[2],
 
   int64_t cursors[2] = {0, 0};
   if (fr.nlim < kBlockedPairs) {
-    ScratchBuffer<int64_t, 2 * kBlock> cells(platform::CheckedSize(fr.nlim) * 2);
+    platform::Scratch<int64_t, 2 * kBlock> cells(platform::CheckedSize(fr.nlim) * 2);
     if (cells.get() == nullptr) return DF_STATUS_NO_MEMORY;
     return RunBlock(fr, 0, fr.nlim, cells.get(), cursors);
   }

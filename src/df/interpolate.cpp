@@ -225,7 +225,7 @@ int32_t InterpFrame(Frame<T>& fr, int64_t site_hint, const thread_services* serv
   if (task->partition_hint != PARTITION_UNIFORM) fr.knot_step = T(0);
   fr.scale = SearchScale<T>(task, fr.method, fr.data_hint);
   const bool uniform_sites = (site_hint & SITES_UNIFORM) != 0;
-  ScratchBuffer<T, kInlineSites> expanded(uniform_sites ? fr.nsite : 0);
+  platform::Scratch<T, kInlineSites> expanded(uniform_sites ? fr.nsite : 0);
   if (uniform_sites) {
     if (expanded.get() == nullptr) return DF_STATUS_NO_MEMORY;
     ExpandUniformSites(fr.site, fr.nsite, expanded.get());
@@ -236,7 +236,7 @@ int32_t InterpFrame(Frame<T>& fr, int64_t site_hint, const thread_services* serv
       fr.result_hint != INTERP_RESULTS_BY_FUNCTION
           ? platform::CheckedSize(task->function_count) * kBlock * fr.nresults * threads
           : 0;
-  ScratchBuffer<T, kInlineStage> stage(stage_size);
+  platform::Scratch<T, kInlineStage> stage(stage_size);
   if (stage.get() == nullptr) return DF_STATUS_NO_MEMORY;
   fr.stage = stage.get();
 

@@ -268,8 +268,8 @@ int32_t _v1DCSNatural(df_task* task, const thread_services* services) {
   // (2u + 3)(n - 1) + 2n + (u + 2)n - 2 elements, gathered so that no step subtracts.
   const platform::CheckedSize size =
       (platform::CheckedSize(u) * 3 + 5) * (n - 1) + platform::CheckedSize(n) * 2 + u;
-  T* work = static_cast<T*>(
-      platform::AllocateChecked(platform::BytesOf<T>(size), static_cast<int>(kAlignment)));
+  const platform::Scratch<T> scratch(size);
+  T* work = scratch.get();
   if (work == nullptr) return DF_STATUS_NO_MEMORY;
 
   const T* knots = Knots<T>(task);
@@ -298,7 +298,6 @@ int32_t _v1DCSNatural(df_task* task, const thread_services* services) {
       c[0] = y(f, 0);
       c[1] = c[2] = c[3] = T(0);
     }
-    oxl_serv_deallocate(work);
     return DF_STATUS_OK;
   }
 
@@ -323,7 +322,6 @@ int32_t _v1DCSNatural(df_task* task, const thread_services* services) {
     for (int64_t f = 0; f < fc; ++f) {
       WriteCells<T, kRows, kUniform, B>(job, f, job.rhs + f * n);
     }
-    oxl_serv_deallocate(work);
     return DF_STATUS_OK;
   }
   if constexpr (B == kSlotPeriodic) {
@@ -344,7 +342,6 @@ int32_t _v1DCSNatural(df_task* task, const thread_services* services) {
       WriteCells<T, kRows, kUniform, B>(job, f, job.rhs + f * n);
     }
   }
-  oxl_serv_deallocate(work);
   return status;
 }
 

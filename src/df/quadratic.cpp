@@ -21,7 +21,7 @@ int32_t StandardConstruct(df_task* task, const thread_services* /*services*/) {
   const Grid<T, kUniform> x(Knots<T>(task), n);
   const Values<T, kRows> y{ValueRows<T>(task), task->function_count};
   const T m0 = static_cast<const T*>(task->boundary_data)[0];
-  ScratchBuffer<T, kInlineMidpoints> midpoints(n);
+  platform::Scratch<T, kInlineMidpoints> midpoints(n);
   T* m = midpoints.get();
   if (m == nullptr) return DF_STATUS_NO_MEMORY;
   for (int64_t f = 0; f < task->function_count; ++f) {
@@ -96,8 +96,8 @@ int32_t SubbotinConstruct(df_task* task, const thread_services* /*services*/) {
   const T right = bc[1];
 
   const platform::CheckedSize size = (platform::CheckedSize(n) + 1) * 8;
-  T* work = static_cast<T*>(
-      platform::AllocateChecked(platform::BytesOf<T>(size), static_cast<int>(kAlignment)));
+  const platform::Scratch<T> scratch(size);
+  T* work = scratch.get();
   if (work == nullptr) return DF_STATUS_NO_MEMORY;
   T* h = work;          // n cell widths
   T* theta = h + n;     // n relative positions of the data points
@@ -186,7 +186,6 @@ int32_t SubbotinConstruct(df_task* task, const thread_services* /*services*/) {
       coeff[3 * c + 2] = -K / (w * w);
     }
   }
-  oxl_serv_deallocate(work);
   return status;
 }
 

@@ -122,7 +122,7 @@ int32_t SearchFrame(const df_task* task, int32_t method, int64_t nsite, const T*
   if (!CellsFit(form, n)) return DF_STATUS_BAD_PARTITION_SIZE;
   const std::size_t cell_bytes = form == kForm32 ? 4 : 8;
   const bool uniform_sites = site_hint == SITES_UNIFORM;
-  ScratchBuffer<T, kInlineSites> expanded(uniform_sites ? nsite : 0);
+  platform::Scratch<T, kInlineSites> expanded(uniform_sites ? nsite : 0);
   if (uniform_sites) {
     if (expanded.get() == nullptr) return DF_STATUS_NO_MEMORY;
     ExpandUniformSites(site, nsite, expanded.get());

@@ -7,6 +7,7 @@
 #include "oxl/df.h"
 #include "oxl/platform.h"
 #include "platform/checked_size.h"
+#include "platform/scratch.h"
 
 struct df_task {
   int32_t int_flag;
@@ -101,35 +102,6 @@ void BuildSearchTable(df_task* task);
 // an unfilled table for one bin over the whole partition and halves it, which gives the same
 // cells, only slower, until the hint edit builds the table again. No knot is read.
 void ResetSearchTable(df_task* task);
-
-// A block of `count` elements from the library allocator, or from a fixed buffer in the caller's
-// frame when it fits. Gives its memory back on every way out. A count whose size overflows gets
-// no block: get() is null, as after a failed allocation.
-template <class E, std::size_t kInline>
-class ScratchBuffer {
- public:
-  explicit ScratchBuffer(platform::CheckedSize count) {
-    if (count.ok() && count.value() <= kInline) {
-      data_ = inline_;
-    } else {
-      heap_ = static_cast<E*>(
-          platform::AllocateChecked(platform::BytesOf<E>(count), static_cast<int>(kAlignment)));
-      data_ = heap_;
-    }
-  }
-  ~ScratchBuffer() {
-    if (heap_ != nullptr) oxl_serv_deallocate(heap_);
-  }
-  ScratchBuffer(const ScratchBuffer&) = delete;
-  ScratchBuffer& operator=(const ScratchBuffer&) = delete;
-  E* get() const { return data_; }
-  bool allocated() const { return heap_ != nullptr; }
-
- private:
-  alignas(64) E inline_[kInline == 0 ? 1 : kInline];
-  E* heap_ = nullptr;
-  E* data_ = nullptr;
-};
 
 // Thread services that may be absent: no table means one thread.
 inline int32_t MaxThreads(const thread_services* services) {

@@ -12,6 +12,7 @@
 #include "oxl/platform.h"
 #include "platform/checked_size.h"
 #include "platform/fp_control.h"
+#include "platform/scratch.h"
 #include "vrs/stats/basic_state.h"
 #include "vrs/stats/task.h"
 
@@ -138,12 +139,12 @@ inline int64_t OnePassBlock(int64_t p) {
 constexpr int64_t kMaxShares = 64;
 constexpr int64_t kShareBytes = int64_t{256} << 20;
 
-int64_t ShareCount(int64_t n, int64_t p, bool matrix, int64_t stateBytes) {
+int64_t ShareCount(int64_t n, int64_t p, bool matrix, int64_t stateDoubles) {
   const unsigned __int128 work =
       (unsigned __int128)n * (unsigned __int128)p * (unsigned __int128)(matrix ? p : 1);
   int64_t shares = int64_t(std::min<unsigned __int128>(work >> 13, kMaxShares));
   shares = std::min<int64_t>(shares, n >> 4);
-  shares = std::min<int64_t>(shares, kShareBytes / stateBytes);
+  shares = std::min<int64_t>(shares, kShareBytes / int64_t(sizeof(double)) / stateDoubles);
   return std::max<int64_t>(shares, 1);
 }
 
@@ -323,15 +324,6 @@ struct Layout {
   }
 };
 
-// Frees the call's work block on every path.
-struct WorkBlock {
-  void* ptr = nullptr;
-  ~WorkBlock() {
-    if (ptr != nullptr) oxl_serv_deallocate(ptr);
-  }
-  char* bytes() const { return static_cast<char*>(ptr); }
-};
-
 // A mean vector as doubles in `room`, or the running mean (state 0's) when none is given.
 template <class T>
 const double* CentreOf(int64_t p, const T* mean, const ShareState& main, double* room) {
@@ -379,7 +371,7 @@ KernelChoice<T> ChooseKernel(const Call<T>& c, const KernelSet<T>& kernels) {
 // two threads.
 struct Work {
   int64_t shares = 0, threads = 0, block = 0, scratchStride = 0;
-  WorkBlock memory;
+  oxl::platform::Scratch<char> memory;
   ShareState* states = nullptr;
   double* scratch = nullptr;
   double* centre = nullptr;
@@ -394,13 +386,13 @@ int PlanWork(const Call<T>& c, const SSThreadServices* services, Work& w) {
   const int64_t slotsStride = padded(kSlotCount * p);
   const int64_t sStride = c.matrix ? padded(p * p) : 0;
   w.scratchStride = padded(ScratchDoubles(onePass, c.matrix, p, w.block));
-  w.shares = ShareCount(n, p, c.matrix, int64_t(sizeof(double)) * (slotsStride + sStride));
+  w.shares = ShareCount(n, p, c.matrix, slotsStride + sStride);
   const bool threaded = services != nullptr && services->thread_count != nullptr &&
                         services->run_on_each_thread != nullptr;
   w.threads = std::clamp<int64_t>(threaded ? services->thread_count() : 1, 1, w.shares);
 
   // The sizes go through checked arithmetic: n and p come from the caller (p is below 2^31
-  // here, so the strides themselves fit).
+  // here, so the strides fit as counts of doubles, though not always as counts of bytes).
   using oxl::platform::BytesOf;
   using oxl::platform::CheckedSize;
   const CheckedSize states_count = CheckedSize(w.shares) + 1;
@@ -411,9 +403,8 @@ int PlanWork(const Call<T>& c, const SSThreadServices* services, Work& w) {
   const std::size_t scratchAt =
       layout.Take(BytesOf<double>(CheckedSize(w.threads) * w.scratchStride));
   const std::size_t centreAt = layout.Take(BytesOf<double>(p));
-  w.memory.ptr = oxl::platform::AllocateChecked(layout.bytes, 128);
-  if (w.memory.ptr == nullptr) return OXL_SS_ERROR_MEMORY;
-  char* bytes = w.memory.bytes();
+  if (!w.memory.Reset(layout.bytes)) return OXL_SS_ERROR_MEMORY;
+  char* bytes = w.memory.get();
   std::memset(bytes, 0, layout.bytes.value());
   w.states = reinterpret_cast<ShareState*>(bytes + statesAt);
   for (int64_t t = 0; t <= w.shares; ++t) {
@@ -550,13 +541,12 @@ int Convert(Call<T>& c) {
   Layout layout;
   const std::size_t slotsAt = layout.Take(BytesOf<double>(CheckedSize(p) * kSlotCount));
   const std::size_t sAt = c.matrix ? layout.Take(BytesOf<double>(CheckedSize(p) * p)) : 0;
-  WorkBlock work;
-  work.ptr = oxl::platform::AllocateChecked(layout.bytes, 128);
-  if (work.ptr == nullptr) return OXL_SS_ERROR_MEMORY;
-  std::memset(work.ptr, 0, layout.bytes.value());
+  const oxl::platform::Scratch<char> work(layout.bytes);
+  if (work.get() == nullptr) return OXL_SS_ERROR_MEMORY;
+  std::memset(work.get(), 0, layout.bytes.value());
   double* slot[kSlotCount];
   for (int k = 0; k < kSlotCount; ++k) {
-    slot[k] = reinterpret_cast<double*>(work.bytes() + slotsAt) + k * p;
+    slot[k] = reinterpret_cast<double*>(work.get() + slotsAt) + k * p;
   }
   // Every slot that a wanted result needs comes from its sum array, or from its moment array
   // when no sum is stored.
@@ -574,7 +564,7 @@ int Convert(Call<T>& c) {
     }
   }
   if (c.matrix) {
-    double* S = reinterpret_cast<double*>(work.bytes() + sAt);
+    double* S = reinterpret_cast<double*>(work.get() + sAt);
     if (c.W > 0) {
       for (int64_t r = 0; r < p; ++r) {
         for (int64_t k = 0; k <= r; ++k) S[r * p + k] = c.cp.data[MatrixPos(c.cp.form, p, r, k)];
