@@ -9,13 +9,13 @@ copy of standard normal data (median of CPU time over repeated runs), and prints
 with the ratio of each peer's time to oxl's (above 1: oxl is faster).
 """
 
-import json
-import subprocess
 import sys
 import time
 import timeit
 
 import numpy as np
+
+from medians import medians
 
 
 def numpy_ms(dtype, n, repeat=7):
@@ -26,14 +26,9 @@ def numpy_ms(dtype, n, repeat=7):
 
 
 def bench_ms(binary):
-    out = subprocess.run([binary, "--benchmark_format=json", "--benchmark_repetitions=5",
-                          "--benchmark_report_aggregates_only=true"],
-                         check=True, capture_output=True, text=True).stdout
     times = {}
-    for b in json.loads(out)["benchmarks"]:
-        if b.get("aggregate_name") != "median":
-            continue
-        sort, n = b["run_name"].split("/")[:2]
+    for run_name, b in medians(binary).items():
+        sort, n = run_name.split("/")[:2]
         name, dtype = sort.rstrip(">").split("<")
         times[(name, dtype, int(n))] = b["cpu_time"]
     return times
