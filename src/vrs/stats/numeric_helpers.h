@@ -27,9 +27,36 @@ double _vrs_px_lgamma(int32_t* sign, double x);
 // ln(gamma(x)) for x > 0, in extended precision.
 long double lgamma_pos(long double x);
 
+// Inverse of a p by p covariance matrix in place (closed forms below p = 4, else Cholesky): 0, or
+// kStatusCholesky after giving the matrix back through oxl_serv_deallocate, or kStatusInverse.
+// Only the triangle that LAPACK calls 'U' (element (i, j) at a[i * p + j] with j <= i) is written.
+int32_t __vrsdInvCov(int32_t p, double* matrix);
+int32_t __vrssInvCov(int32_t p, float* matrix);
+void dInvCov1(double* matrix);
+void dInvCov2(double* matrix);
+void dInvCov3(double* matrix);
+void sInvCov1(float* matrix);
+void sInvCov2(float* matrix);
+void sInvCov3(float* matrix);
+// Mends a singular covariance matrix: if its smallest eigenvalue is not positive, adds 0.01 times
+// the next eigenvalue that reaches the threshold to the diagonal. 0, or a status below.
+int32_t __vrsdTestCovRank(int32_t p, double* matrix);
+int32_t __vrssTestCovRank(int32_t p, float* matrix);
+// 0.01, the threshold, 1 (bit patterns).
+extern const uint64_t _vrsdCovRankTab[3];
+extern const uint32_t _vrssCovRankTab[3];
+
 // Scalar logarithm (table-driven), floor and square root.
 double __vrsdLn(double x);
 double __vrsdFloor(double x);
 double __vrsdSqrt(double x);
 
 }  // extern "C"
+
+namespace oxl::stats {
+inline constexpr int32_t kStatusNoMemory = -4000;
+inline constexpr int32_t kStatusCovRank = -4033;  // no eigenvalue reaches the threshold
+inline constexpr int32_t kStatusEigen = -5040;    // the eigenvalue solver did not converge
+inline constexpr int32_t kStatusCholesky = -5041;
+inline constexpr int32_t kStatusInverse = -5042;
+}  // namespace oxl::stats

@@ -2,10 +2,14 @@
 // against scipy (data/chi_square.txt, data/gamma_q.txt by make_helpers_data.py).
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <random>
+#include <vector>
 
+#include "oxl/platform.h"
+#include "support/failing_allocator.h"
 #include "support/mp.h"
 #include "support/ref_data.h"
 #include "vrs/stats/numeric_helpers.h"
@@ -109,6 +113,119 @@ TEST(GammaQ, AgainstScipy) {
     SCOPED_TRACE("a " + std::to_string(a) + ", x " + std::to_string(x));
     ExpectNear(_vdSSQ(a, x), q, 1e-12, 1e-15, "Q");
   }
+}
+
+template <class T>
+struct Covariance {
+  int32_t (*inv)(int32_t, T*);
+  int32_t (*rank)(int32_t, T*);
+  double eps;
+};
+const Covariance<double> kCovD{__vrsdInvCov, __vrsdTestCovRank, 0x1p-53};
+const Covariance<float> kCovS{__vrssInvCov, __vrssTestCovRank, 0x1p-24};
+
+// Each element of the written triangle (j <= i) within 8 cond eps of the largest element of the
+// inverse; the other triangle as it was.
+template <class T>
+void CheckInverses(const Covariance<T>& cov) {
+  const RefTable t = RefTable::Load(RefTable::TestsPath("vrs/stats/data/inv_cov.txt"));
+  for (size_t r = 0; r < t.rows();) {
+    const int p = static_cast<int>(t.Int(r, 1));
+    const double cond = t.Real<double>(r, 6);
+    std::vector<T> a(p * p);
+    std::vector<double> want(p * p);
+    double largest = 0;
+    for (int k = 0; k < p * p; ++k, ++r) {
+      a[k] = t.Real<T>(r, 4);
+      want[k] = t.Real<double>(r, 5);
+      largest = std::max(largest, std::fabs(want[k]));
+    }
+    SCOPED_TRACE("p " + std::to_string(p) + ", cond " + std::to_string(cond));
+    const std::vector<T> before = a;
+    ASSERT_EQ(cov.inv(p, a.data()), 0);
+    for (int i = 0; i < p; ++i) {
+      for (int j = 0; j < p; ++j) {
+        if (j > i) {
+          EXPECT_EQ(a[i * p + j], before[i * p + j]) << i << "," << j;
+        } else {
+          EXPECT_NEAR(a[i * p + j], want[i * p + j], 8 * cond * cov.eps * largest) << i << "," << j;
+        }
+      }
+    }
+  }
+}
+
+TEST(InvCov, AgainstNumpy) {
+  CheckInverses(kCovD);
+  CheckInverses(kCovS);
+}
+
+// A matrix that is not positive definite: the Cholesky status, and the block given back.
+template <class T>
+void CheckCholeskyFailure(const Covariance<T>& cov) {
+  oxl::test::AllocationScope scope;
+  T* a = static_cast<T*>(oxl_serv_allocate(16 * sizeof(T), 128));
+  for (int k = 0; k < 16; ++k) a[k] = k % 5 == 0 ? T(1) : T(0);
+  a[10] = T(-1);
+  EXPECT_EQ(cov.inv(4, a), -5041);
+  EXPECT_EQ(scope.live(), 0);
+}
+
+TEST(InvCov, CholeskyFailureGivesTheBlockBack) {
+  CheckCholeskyFailure(kCovD);
+  CheckCholeskyFailure(kCovS);
+}
+
+// Rows: p, the matrix's diagonal (off-diagonal elements 0 unless `full`), the status and the
+// diagonal after. The threshold is the denormal with the bit pattern 1000.
+template <class T>
+void CheckRankRepair(const Covariance<T>& cov) {
+  const T threshold = sizeof(T) == 8 ? T(std::bit_cast<double>(uint64_t{1000}))
+                                     : T(std::bit_cast<float>(uint32_t{1000}));
+  struct Row {
+    int p;
+    std::vector<T> diagonal;
+    int32_t status;
+    std::vector<T> after;
+  };
+  const Row rows[] = {
+      {1, {2}, 0, {2}},
+      {1, {0}, 0, {threshold}},
+      {1, {-threshold}, 0, {threshold}},
+      {1, {-1}, -4033, {-1}},
+      {3, {0, 1, 2}, 0, {T(0.01), T(1) + T(0.01), T(2) + T(0.01)}},
+      {3, {-1, 0, 4}, 0, {T(-1) + T(0.04), T(0.04), T(4) + T(0.04)}},  // 0 is below the threshold
+      {3, {0, 0, 0}, -4033, {0, 0, 0}},
+      {3, {1, 2, 3}, 0, {1, 2, 3}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE("p " + std::to_string(row.p) + ", a00 " + std::to_string(row.diagonal[0]));
+    std::vector<T> a(row.p * row.p, T(0));
+    for (int i = 0; i < row.p; ++i) a[i * row.p + i] = row.diagonal[i];
+    oxl::test::AllocationScope scope;
+    EXPECT_EQ(cov.rank(row.p, a.data()), row.status);
+    EXPECT_EQ(scope.live(), 0);
+    for (int i = 0; i < row.p; ++i) {
+      for (int j = 0; j < row.p; ++j) {
+        EXPECT_EQ(a[i * row.p + j], i == j ? row.after[i] : T(0)) << i << "," << j;
+      }
+    }
+  }
+  // A full positive definite matrix comes back bit for bit; without work memory, untouched.
+  std::vector<T> a = {4, 1, 2, 1, 5, T(0.5), 2, T(0.5), 6};
+  const std::vector<T> before = a;
+  EXPECT_EQ(cov.rank(3, a.data()), 0);
+  EXPECT_EQ(a, before);
+  oxl::test::ForEachAllocationFailure([&] { return cov.rank(3, a.data()); },
+                                      [&](int32_t status, bool failed) {
+                                        EXPECT_EQ(status, failed ? -4000 : 0);
+                                        EXPECT_EQ(a, before);
+                                      });
+}
+
+TEST(TestCovRank, Rows) {
+  CheckRankRepair(kCovD);
+  CheckRankRepair(kCovS);
 }
 
 }  // namespace

@@ -3,7 +3,9 @@
 
 chi_square.txt: dof, x, scipy.stats.chi2 pdf and cdf at x, and the probability p with its
 quantile chi2.ppf(p). gamma_q.txt: a, x and the regularised upper incomplete gamma function
-scipy.special.gammaincc(a, x)."""
+scipy.special.gammaincc(a, x). inv_cov.txt: symmetric positive definite matrices, each row an
+element (case, p, row i, column j) with its value, its inverse by numpy.linalg.inv, and the
+matrix's condition number."""
 import os
 import sys
 
@@ -38,3 +40,22 @@ for a in (0.1, 0.5, 1.0, 2.5, 10.0, 100.0, 1000.0):
     for x in (0.5, 1.0, 1.5):
         rows.append((a, x, gammaincc(a, x)))
 write_table(os.path.join(here, "gamma_q.txt"), ["a", "x", "q"], rows, versions)
+
+# Covariance-like matrices of p = 1 to 7: a well-conditioned one and one with condition near 1e6.
+rng = np.random.default_rng(20261126)
+rows = []
+case = 0
+for p in range(1, 8):
+    for spread in (1.0, 1e6):
+        q, _ = np.linalg.qr(rng.standard_normal((p, p)))
+        eig = np.geomspace(1.0, spread, p) * rng.uniform(0.5, 2.0)
+        a = (q * eig) @ q.T
+        a = 0.5 * (a + a.T)
+        inv = np.linalg.inv(a)
+        cond = np.linalg.cond(a)
+        for i in range(p):
+            for j in range(p):
+                rows.append((case, p, i, j, a[i, j], inv[i, j], cond))
+        case += 1
+write_table(os.path.join(here, "inv_cov.txt"), ["case", "p", "i", "j", "a", "inv", "cond"], rows,
+            versions)
