@@ -46,6 +46,15 @@ int32_t __vrssTestCovRank(int32_t p, float* matrix);
 extern const uint64_t _vrsdCovRankTab[3];
 extern const uint32_t _vrssCovRankTab[3];
 
+// In-place ascending quick sort of a[0], a[stride], ... (n elements), and quick selection: after
+// it a[k] is the k-th smallest (from 0), nothing greater left of it, nothing less right of it.
+void __vrsdQSort(int64_t n, double* a);
+void __vrssQSort(int64_t n, float* a);
+void __vrsdQSortStep(int64_t n, double* a, int64_t stride);
+void __vrssQSortStep(int64_t n, float* a, int64_t stride);
+double __vrsdQSortSelect(int64_t n, double* a, int64_t k);
+float __vrssQSortSelect(int64_t n, float* a, int64_t k);
+
 // Scalar logarithm (table-driven), floor and square root.
 double __vrsdLn(double x);
 double __vrsdFloor(double x);

@@ -1,7 +1,9 @@
-// The statistics' numeric helpers: ln|gamma| against MPFR, the chi-square functions and Q(a, x)
-// against scipy (data/chi_square.txt, data/gamma_q.txt by make_helpers_data.py).
+// The statistics' numeric helpers: ln|gamma| against MPFR; the chi-square functions, Q(a, x) and
+// covariance inverses against scipy and numpy (data/*.txt by make_helpers_data.py); rank repair
+// by rows; quick sorts and selections against std::sort.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -226,6 +228,64 @@ void CheckRankRepair(const Covariance<T>& cov) {
 TEST(TestCovRank, Rows) {
   CheckRankRepair(kCovD);
   CheckRankRepair(kCovS);
+}
+
+template <class T>
+struct QuickSorts {
+  void (*sort)(int64_t, T*);
+  void (*step)(int64_t, T*, int64_t);
+  T (*select)(int64_t, T*, int64_t);
+};
+
+// Sorts, strided sorts (the elements between untouched) and selections of the first, middle and
+// last rank against std::sort, on random data with and without repeats, sorted and reversed.
+template <class T>
+void CheckQuickSorts(const QuickSorts<T>& q) {
+  std::mt19937_64 rng(17);
+  for (int64_t n : {1, 2, 3, 6, 7, 8, 31, 1000, 100000}) {
+    for (int pattern = 0; pattern < 4; ++pattern) {
+      SCOPED_TRACE("n " + std::to_string(n) + ", pattern " + std::to_string(pattern));
+      std::vector<T> data(n);
+      for (T& x : data) {
+        x = pattern == 1 ? T(rng() % 5) : std::uniform_real_distribution<T>(-1, 1)(rng);
+      }
+      if (pattern >= 2) std::sort(data.begin(), data.end());
+      if (pattern == 3) std::reverse(data.begin(), data.end());
+      std::vector<T> expected = data;
+      std::sort(expected.begin(), expected.end());
+
+      std::vector<T> sorted = data;
+      q.sort(n, sorted.data());
+      EXPECT_EQ(sorted, expected);
+
+      std::vector<T> strided(3 * n, T(9));
+      for (int64_t i = 0; i < n; ++i) strided[3 * i] = data[i];
+      q.step(n, strided.data(), 3);
+      for (int64_t i = 0; i < n; ++i) {
+        ASSERT_EQ(strided[3 * i], expected[i]) << i;
+        ASSERT_EQ(strided[3 * i + 1], T(9));
+      }
+
+      for (int64_t k : {int64_t{0}, n / 2, n - 1}) {
+        std::vector<T> work = data;
+        EXPECT_EQ(q.select(n, work.data(), k), expected[k]) << "k " << k;
+        EXPECT_EQ(work[k], expected[k]);
+        EXPECT_TRUE(std::all_of(work.begin(), work.begin() + k, [&](T x) { return x <= work[k]; }));
+        EXPECT_TRUE(std::all_of(work.begin() + k, work.end(), [&](T x) { return x >= work[k]; }));
+      }
+    }
+  }
+  // NaNs leave the order unspecified, but every element stays in the array.
+  std::vector<T> with_nan(1000);
+  for (size_t i = 0; i < with_nan.size(); ++i) with_nan[i] = i % 3 ? T(rng() % 100) : T(NAN);
+  q.sort(1000, with_nan.data());
+  EXPECT_EQ(std::count_if(with_nan.begin(), with_nan.end(), [](T x) { return std::isnan(x); }),
+            334);
+}
+
+TEST(QuickSort, AgainstStdSort) {
+  CheckQuickSorts<double>({__vrsdQSort, __vrsdQSortStep, __vrsdQSortSelect});
+  CheckQuickSorts<float>({__vrssQSort, __vrssQSortStep, __vrssQSortSelect});
 }
 
 }  // namespace
