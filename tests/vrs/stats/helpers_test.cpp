@@ -288,4 +288,82 @@ TEST(QuickSort, AgainstStdSort) {
   CheckQuickSorts<float>({__vrssQSort, __vrssQSortStep, __vrssQSortSelect});
 }
 
+// Random positive doubles of every binade (subnormals included) and the neighbourhood of 1.
+TEST(ScalarHelpers, LnAgainstMpfr) {
+  std::mt19937_64 rng(23);
+  std::vector<double> xs = {1.0,
+                            2.0,
+                            0.5,
+                            0.75,
+                            1.5,
+                            std::numeric_limits<double>::max(),
+                            std::numeric_limits<double>::denorm_min(),
+                            std::numeric_limits<double>::min()};
+  for (int i = 0; i < 200000; ++i) {
+    xs.push_back(std::bit_cast<double>(rng() >> 1));
+    xs.push_back(1.0 + std::ldexp(std::uniform_real_distribution<double>(-1, 1)(rng),
+                                  -static_cast<int>(rng() % 60)));
+  }
+  oxl::test::MpReal exact, arg;
+  double worst = 0;
+  for (double x : xs) {
+    if (!(x > 0) || std::isinf(x)) continue;
+    mpfr_set_d(arg.get(), x, MPFR_RNDN);
+    mpfr_log(exact.get(), arg.get(), MPFR_RNDN);
+    const double want = mpfr_get_d(exact.get(), MPFR_RNDN);
+    const double got = __vrsdLn(x);
+    if (want == 0) {
+      EXPECT_EQ(got, 0.0) << x;
+      continue;
+    }
+    mpfr_sub_d(exact.get(), exact.get(), got, MPFR_RNDN);
+    const double error =
+        std::fabs(mpfr_get_d(exact.get(), MPFR_RNDN)) / std::ldexp(1.0, std::ilogb(want) - 52);
+    worst = std::max(worst, error);
+    ASSERT_LE(error, 0.51) << "x = " << x << ", got " << got << ", want " << want;
+  }
+  RecordProperty("worst_ulp", std::to_string(worst));
+  const double inf = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(__vrsdLn(0.0), -inf);
+  EXPECT_EQ(__vrsdLn(-0.0), -inf);
+  EXPECT_EQ(__vrsdLn(inf), inf);
+  EXPECT_TRUE(std::isnan(__vrsdLn(-1.0)));
+  EXPECT_TRUE(std::isnan(__vrsdLn(-inf)));
+  EXPECT_TRUE(std::isnan(__vrsdLn(std::nan(""))));
+}
+
+// Floor bit for bit as the C library's, on edges of the 2^52 trick and random values.
+TEST(ScalarHelpers, FloorAndSqrt) {
+  std::mt19937_64 rng(29);
+  std::vector<double> xs = {0.0,
+                            -0.0,
+                            0.5,
+                            -0.5,
+                            1.0,
+                            -1.0,
+                            0.99999999999999989,
+                            -0.99999999999999989,
+                            0x1p52,
+                            -0x1p52,
+                            0x1p52 - 0.5,
+                            -0x1p52 + 0.5,
+                            0x1p53 - 1,
+                            2.5,
+                            -2.5,
+                            1e300,
+                            -1e-300,
+                            4.9e-324,
+                            std::numeric_limits<double>::infinity(),
+                            -std::numeric_limits<double>::infinity()};
+  for (int i = 0; i < 10000; ++i) {
+    xs.push_back(std::ldexp(std::uniform_real_distribution<double>(-1, 1)(rng),
+                            static_cast<int>(rng() % 60)));
+  }
+  for (double x : xs) {
+    EXPECT_EQ(std::bit_cast<uint64_t>(__vrsdFloor(x)), std::bit_cast<uint64_t>(std::floor(x))) << x;
+    EXPECT_EQ(__vrsdSqrt(std::fabs(x)), std::sqrt(std::fabs(x))) << x;
+  }
+  EXPECT_TRUE(std::isnan(__vrsdFloor(std::nan(""))));
+}
+
 }  // namespace
