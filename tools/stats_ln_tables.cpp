@@ -9,6 +9,8 @@
 
 #include <cstdio>
 
+#include "table_output.h"
+
 namespace {
 
 constexpr mpfr_prec_t kBits = 256;
@@ -23,11 +25,7 @@ void PrintPair(FILE* out, mpfr_srcptr v, mpfr_ptr rest) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: %s <output file>\n", argv[0]);
-    return 2;
-  }
-  FILE* out = std::fopen(argv[1], "w");
+  FILE* out = OpenTableOutput(argc, argv);
   if (out == nullptr) return 1;
   mpfr_t middle, b, t, rest;
   mpfr_inits2(kBits, middle, t, rest, static_cast<mpfr_ptr>(nullptr));
