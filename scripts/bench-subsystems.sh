@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the benchmarks of streams, statistics and data fitting (Release), runs each beside its
+# Builds the benchmarks of streams, statistics, data fitting and sorts (Release), runs each beside its
 # peers (numpy, scipy, GSL, the C++ standard library) and writes what they print, with the machine
 # and the commit, to docs/performance-subsystems.md.
 #   scripts/bench-subsystems.sh
@@ -13,7 +13,7 @@ out=docs/performance-subsystems.md
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DOXL_BUILD_BENCHMARKS=ON >/dev/null
 cmake --build "$build" -j"$(nproc)" --target oxl_bench_df oxl_bench_df_cubic oxl_bench_stats \
-  oxl_bench_vrs oxl_bench_twist oxl_bench_counter
+  oxl_bench_vrs oxl_bench_twist oxl_bench_counter oxl_bench_sort
 
 section() {  # title, shell command
   echo "== $1" >&2
@@ -57,5 +57,7 @@ section "Twister generators (medians of 5)" "$b/vrs/oxl_bench_twist --benchmark_
   --benchmark_report_aggregates_only=true 2>/dev/null | grep -E '^-|^Bench|_median'"
 section "Counter-based generators and R250 (medians of 5)" \
   "$py bench/counter_vs_numpy.py $b/vrs/oxl_bench_counter"
+section "Radix sorts (CPU time, medians of 5)" \
+  "$py bench/sort_vs_numpy.py $b/primitives/oxl_bench_sort"
 mv "$out.tmp" "$out"
 echo "wrote $out" >&2

@@ -22,7 +22,8 @@ LAYERS = {
     "vrs/streams": {"oxl", "platform", "simd"},
     "vrs/generators": {"oxl", "platform", "simd", "vrs/streams"},
     "vrs/distributions": {"oxl", "platform", "simd", "vek", "vrs/streams"},
-    "vrs/stats": {"oxl", "platform", "simd", "vek"},
+    "primitives": {"oxl", "platform", "simd"},
+    "vrs/stats": {"oxl", "platform", "simd", "vek", "primitives"},
     "df": {"oxl", "platform", "simd"},
     "services": {"oxl", "platform"},  # the MXCSR helpers, header-only
 }

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "table_output.h"
+
 namespace {
 
 constexpr mpfr_prec_t kBits = 256;
@@ -206,11 +208,7 @@ void Polynomial(FILE* out) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: %s <output file>\n", argv[0]);
-    return 2;
-  }
-  FILE* out = std::fopen(argv[1], "w");
+  FILE* out = OpenTableOutput(argc, argv);
   if (out == nullptr) return 1;
   std::fprintf(
       out,

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "table_output.h"
+
 namespace {
 
 constexpr mpfr_prec_t kBits = 17000;
@@ -44,11 +46,7 @@ void Pieces(FILE* out, const char* name, int count, int bits, mpfr_srcptr pi04) 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: %s <output file>\n", argv[0]);
-    return 2;
-  }
-  FILE* out = std::fopen(argv[1], "w");
+  FILE* out = OpenTableOutput(argc, argv);
   if (out == nullptr) return 1;
   mpfr_t pi04, four_over_pi, rest, lo;
   mpfr_inits2(kBits, pi04, four_over_pi, rest, lo, static_cast<mpfr_ptr>(nullptr));

@@ -10,6 +10,7 @@
 #include "oxl/vrs.h"
 #include "oxl/ss.h"
 #include "oxl/df.h"
+#include "oxl/primitives.h"
 
 #define OXL_VERSION_MAJOR 0
 #define OXL_VERSION_MINOR 1
