@@ -6,10 +6,14 @@
 // output depends on nothing but the rule. Usage: exp_tables <output file>.
 #include <mpfr.h>
 
+#include "table_text.h"
+
 #include <cstdio>
 #include <string>
 
 namespace {
+
+using oxl::tools::Literal;
 
 constexpr mpfr_prec_t kBits = 256;
 
@@ -35,17 +39,6 @@ void Entry(int j, int n, T* hi, T* lo) {
   mpfr_clears(exact, rest, static_cast<mpfr_ptr>(nullptr));
 }
 
-std::string Literal(float v) {
-  char buf[64];
-  std::snprintf(buf, sizeof buf, "%af", static_cast<double>(v));
-  return buf;
-}
-std::string Literal(double v) {
-  char buf[64];
-  std::snprintf(buf, sizeof buf, "%a", v);
-  return buf;
-}
-
 template <class T>
 void Table(FILE* out, const char* type, const char* name, int n) {
   T hi[64], lo[64];
@@ -65,15 +58,12 @@ void Table(FILE* out, const char* type, const char* name, int n) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: %s <output file>\n", argv[0]);
-    return 2;
-  }
-  FILE* out = std::fopen(argv[1], "w");
-  if (out == nullptr) return 1;
-  std::fprintf(out,
-               "// 2^(j/N) rounded to the type (Hi) and the relative error of that rounding (Lo), for the\n"
-               "// exponential kernels. Written by tools/exp_tables.cpp; do not edit.\n\n");
+  FILE* out = oxl::tools::OpenOutput(argc, argv);
+  if (out == nullptr) return 2;
+  std::fprintf(
+      out,
+      "// 2^(j/N) rounded to the type (Hi) and the relative error of that rounding (Lo), for the\n"
+      "// exponential kernels. Written by tools/exp_tables.cpp; do not edit.\n\n");
   Table<float>(out, "float", "kExp2J32F", 32);
   Table<float>(out, "float", "kExp2J16F", 16);
   Table<double>(out, "double", "kExp2J16D", 16);

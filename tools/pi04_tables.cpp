@@ -6,6 +6,8 @@
 // output depends on nothing but the rule. Usage: pi04_tables <output file>.
 #include <mpfr.h>
 
+#include "table_text.h"
+
 #include <cstdint>
 #include <cstdio>
 
@@ -44,12 +46,8 @@ void Pieces(FILE* out, const char* name, int count, int bits, mpfr_srcptr pi04) 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: %s <output file>\n", argv[0]);
-    return 2;
-  }
-  FILE* out = std::fopen(argv[1], "w");
-  if (out == nullptr) return 1;
+  FILE* out = oxl::tools::OpenOutput(argc, argv);
+  if (out == nullptr) return 2;
   mpfr_t pi04, four_over_pi, rest, lo;
   mpfr_inits2(kBits, pi04, four_over_pi, rest, lo, static_cast<mpfr_ptr>(nullptr));
   mpfr_const_pi(pi04, MPFR_RNDN);

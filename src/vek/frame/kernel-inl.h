@@ -239,6 +239,19 @@ class Kernel {
   }
 };
 
+// The shape of most real functions of one argument: one array in, one out, a rare path, and a
+// block of two 512-bit vectors.
+template <class T>
+struct UnaryRealBody {
+  using In = T;
+  using Out = T;
+  static constexpr size_t kInputs = 1;
+  static constexpr size_t kOutputs = 1;
+  static constexpr size_t kBlock = 64 / sizeof(T) * 2;
+  static constexpr vek::Layout kLayout = vek::Layout::kSplit;
+  static constexpr bool kRare = true;
+};
+
 // Entry points for the common argument forms. `n` is the caller's signed count; n <= 0 does
 // nothing.
 template <class Body>

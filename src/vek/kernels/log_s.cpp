@@ -1,0 +1,67 @@
+// Ln, Log10 and Log1p kernels of float arrays, one per accuracy level.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "vek/kernels/log_s.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include "vek/kernels/log-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace oxl::HWY_NAMESPACE {
+
+void sLnHA(int n, const float* a, float* r) {
+  RunUnary(LogRcpBody<float, LogFunction::kLn, LogLevel::kHA>{}, n, a, r);
+}
+void sLnLA(int n, const float* a, float* r) {
+  RunUnary(LogIntervalBody<LogFunction::kLn, LogLevel::kLA>{}, n, a, r);
+}
+void sLnEP(int n, const float* a, float* r) {
+  RunUnary(LogIntervalBody<LogFunction::kLn, LogLevel::kEP>{}, n, a, r);
+}
+void sLog10HA(int n, const float* a, float* r) {
+  RunUnary(LogRcpBody<float, LogFunction::kLog10, LogLevel::kHA>{}, n, a, r);
+}
+void sLog10LA(int n, const float* a, float* r) {
+  RunUnary(LogIntervalBody<LogFunction::kLog10, LogLevel::kLA>{}, n, a, r);
+}
+void sLog10EP(int n, const float* a, float* r) {
+  RunUnary(LogIntervalBody<LogFunction::kLog10, LogLevel::kEP>{}, n, a, r);
+}
+void sLog1pHA(int n, const float* a, float* r) {
+  RunUnary(LogRcpBody<float, LogFunction::kLog1p, LogLevel::kHA>{}, n, a, r);
+}
+void sLog1pLA(int n, const float* a, float* r) {
+  RunUnary(LogRcpBody<float, LogFunction::kLog1p, LogLevel::kLA>{}, n, a, r);
+}
+void sLog1pEP(int n, const float* a, float* r) {
+  RunUnary(LogRcpBody<float, LogFunction::kLog1p, LogLevel::kEP>{}, n, a, r);
+}
+
+}  // namespace oxl::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+#include "vek/frame/kernel_entry.h"
+
+namespace oxl {
+HWY_EXPORT(sLnHA);
+HWY_EXPORT(sLnLA);
+HWY_EXPORT(sLnEP);
+HWY_EXPORT(sLog10HA);
+HWY_EXPORT(sLog10LA);
+HWY_EXPORT(sLog10EP);
+HWY_EXPORT(sLog1pHA);
+HWY_EXPORT(sLog1pLA);
+HWY_EXPORT(sLog1pEP);
+
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sLn_B3HAynn, sLnHA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sLn_B3LAynn, sLnLA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sLn_B3EPnnn, sLnEP, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sLog10_B3HAynn, sLog10HA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sLog10_B3LAynn, sLog10LA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sLog10_B3EPnnn, sLog10EP, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sLog1p_B3HAynn, sLog1pHA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sLog1p_B3LAynn, sLog1pLA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sLog1p_B3EPnnn, sLog1pEP, float)
+}  // namespace oxl
+#endif

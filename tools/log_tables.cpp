@@ -1,0 +1,183 @@
+// Writes the tables of the logarithm kernels.
+//
+// Reciprocal tables. The kernels cut 1/v to K + 1 significant bits, c = 2^k (1 + j / 2^K), so
+// that v c - 1 is exact, and read -ln(1 + j / 2^K) from a table of 2^K entries indexed by the K
+// fraction bits j. For j in the upper half the entry holds -ln((1 + j / 2^K) / 2) instead and the
+// kernel adds one to the power of two: then every entry lies in (-0.41, 0.29], and a v just below
+// a power of two, whose c is 2^k (1 + j / 2^K) with j near 2^K, does not cancel a large entry
+// against a power of two of ln 2. Hi parts are rounded to multiples of 2^-40 (double) and 2^-17
+// (float), so that e ln2hi + Hi is exact for every power e of the type; Lo parts are the rest,
+// rounded to the type. One-part tables are the value rounded to the type.
+//
+// Interval coefficients. For m in [3/4, 3/2) cut into 16 intervals by the four leading fraction
+// bits of m (eight of width 1/16 above 1, eight of width 1/32 below), the rows C0..C3 of a cubic
+// (LA) and C0..C2 of a quadratic (EP) q(r), r = m - 1, with r q(r) close to ln(1 + r) (and to
+// log10(1 + r)) in relative error over the interval: q interpolates ln(1 + r) / r at the Chebyshev
+// points of the interval, which is within a small factor of the minimax fit. Values come from
+// MPFR at 256 bits, so the output depends on nothing but these rules.
+// Usage: log_tables <output file>.
+#include <mpfr.h>
+
+#include "table_text.h"
+
+#include <cmath>
+#include <cstdio>
+#include <numbers>
+#include <string>
+#include <vector>
+
+namespace {
+
+using oxl::tools::Literal;
+
+constexpr mpfr_prec_t kBits = 256;
+
+class Mp {
+ public:
+  Mp() { mpfr_init2(v_, kBits); }
+  ~Mp() { mpfr_clear(v_); }
+  Mp(const Mp&) = delete;
+  Mp& operator=(const Mp&) = delete;
+  mpfr_ptr get() { return v_; }
+
+ private:
+  mpfr_t v_;
+};
+
+// -ln(c) or -log10(c) for the table entry j of 2^k entries, as the rule above folds it.
+void Entry(mpfr_ptr out, int j, int k, bool base10) {
+  const int n = 1 << k;
+  mpfr_set_si(out, n + j, MPFR_RNDN);
+  mpfr_div_si(out, out, j < n / 2 ? n : 2 * n, MPFR_RNDN);
+  if (base10) {
+    mpfr_log10(out, out, MPFR_RNDN);
+  } else {
+    mpfr_log(out, out, MPFR_RNDN);
+  }
+  // -ln(1) is +0: the kernels add the entry to e ln2hi, and ln(1) must come out +0.
+  if (!mpfr_zero_p(out)) mpfr_neg(out, out, MPFR_RNDN);
+}
+
+template <class T>
+T Round(mpfr_srcptr v) {
+  if constexpr (sizeof(T) == 4) {
+    return mpfr_get_flt(v, MPFR_RNDN);
+  } else {
+    return mpfr_get_d(v, MPFR_RNDN);
+  }
+}
+
+template <class T>
+void Array(FILE* out, const char* type, const std::string& name, const std::vector<T>& values) {
+  std::fprintf(out, "alignas(64) inline constexpr %s %s[%zu] = {", type, name.c_str(),
+               values.size());
+  for (size_t j = 0; j < values.size(); ++j) {
+    std::fprintf(out, "%s%s%s", j % 4 == 0 ? "\n    " : " ", Literal(values[j]).c_str(),
+                 j + 1 < values.size() ? "," : "");
+  }
+  std::fprintf(out, "\n};\n");
+}
+
+// The reciprocal table of 2^k entries: Hi on the grid 2^-grid and Lo, and the one-part table.
+template <class T>
+void ReciprocalTables(FILE* out, const char* type, const std::string& name, int k, int grid) {
+  std::vector<T> hi, lo, one;
+  Mp exact, rest;
+  for (int j = 0; j < (1 << k); ++j) {
+    Entry(exact.get(), j, k, false);
+    one.push_back(Round<T>(exact.get()));
+    mpfr_mul_2si(rest.get(), exact.get(), grid, MPFR_RNDN);
+    mpfr_rint(rest.get(), rest.get(), MPFR_RNDN);
+    mpfr_mul_2si(rest.get(), rest.get(), -grid, MPFR_RNDN);
+    hi.push_back(Round<T>(rest.get()));
+    mpfr_sub(rest.get(), exact.get(), rest.get(), MPFR_RNDN);
+    lo.push_back(Round<T>(rest.get()));
+  }
+  Array(out, type, name + "Hi", hi);
+  Array(out, type, name + "Lo", lo);
+  Array(out, type, name, one);
+}
+
+// ln(1 + r) / r (or log10(1 + r) / r) at r.
+void Quotient(mpfr_ptr out, mpfr_srcptr r, bool base10) {
+  mpfr_log1p(out, r, MPFR_RNDN);
+  if (base10) {
+    Mp ln10;
+    mpfr_set_ui(ln10.get(), 10, MPFR_RNDN);
+    mpfr_log(ln10.get(), ln10.get(), MPFR_RNDN);
+    mpfr_div(out, out, ln10.get(), MPFR_RNDN);
+  }
+  mpfr_div(out, out, r, MPFR_RNDN);
+}
+
+// Coefficients, constant term first, of the polynomial of degree `degree` that interpolates the
+// quotient at the Chebyshev points of [a, b]: a Vandermonde system solved by Gaussian elimination
+// at 256 bits.
+std::vector<float> Fit(double a, double b, int degree, bool base10) {
+  const int n = degree + 1;
+  std::vector<Mp> matrix(static_cast<size_t>(n * (n + 1)));
+  auto at = [&](int row, int col) {
+    return matrix[static_cast<size_t>(row * (n + 1) + col)].get();
+  };
+  for (int i = 0; i < n; ++i) {
+    Mp node;
+    const double angle = std::numbers::pi * (2 * i + 1) / (2 * n);
+    mpfr_set_d(node.get(), 0.5 * (a + b) + 0.5 * (b - a) * std::cos(angle), MPFR_RNDN);
+    mpfr_set_ui(at(i, 0), 1, MPFR_RNDN);
+    for (int j = 1; j < n; ++j) mpfr_mul(at(i, j), at(i, j - 1), node.get(), MPFR_RNDN);
+    Quotient(at(i, n), node.get(), base10);
+  }
+  Mp factor, product;
+  for (int col = 0; col < n; ++col) {
+    for (int row = col + 1; row < n; ++row) {
+      mpfr_div(factor.get(), at(row, col), at(col, col), MPFR_RNDN);
+      for (int j = col; j <= n; ++j) {
+        mpfr_mul(product.get(), factor.get(), at(col, j), MPFR_RNDN);
+        mpfr_sub(at(row, j), at(row, j), product.get(), MPFR_RNDN);
+      }
+    }
+  }
+  // Back substitution leaves coefficient j in column n of row j.
+  std::vector<float> coefficients(n);
+  for (int row = n - 1; row >= 0; --row) {
+    for (int j = row + 1; j < n; ++j) {
+      mpfr_mul(product.get(), at(row, j), at(j, n), MPFR_RNDN);
+      mpfr_sub(at(row, n), at(row, n), product.get(), MPFR_RNDN);
+    }
+    mpfr_div(at(row, n), at(row, n), at(row, row), MPFR_RNDN);
+    coefficients[row] = Round<float>(at(row, n));
+  }
+  return coefficients;
+}
+
+// Rows C0..C<degree> over the 16 intervals, in the order of the index: the four leading fraction
+// bits of m, so intervals 0..7 are [1 + i/16, 1 + (i+1)/16) and 8..15 are half of [1 + i/16,
+// 1 + (i+1)/16).
+void IntervalRows(FILE* out, const std::string& name, int degree, bool base10) {
+  std::vector<std::vector<float>> rows(degree + 1);
+  for (int i = 0; i < 16; ++i) {
+    const double scale = i < 8 ? 1.0 : 0.5;
+    const double a = (1 + i / 16.0) * scale - 1, b = (1 + (i + 1) / 16.0) * scale - 1;
+    const std::vector<float> c = Fit(a, b, degree, base10);
+    for (int k = 0; k <= degree; ++k) rows[k].push_back(c[k]);
+  }
+  for (int k = 0; k <= degree; ++k) Array(out, "float", name + "C" + std::to_string(k), rows[k]);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  FILE* out = oxl::tools::OpenOutput(argc, argv);
+  if (out == nullptr) return 2;
+  std::fprintf(out,
+               "// -ln of the cut reciprocals (Hi, Lo and one-part) and the 16-interval "
+               "coefficients of the\n// logarithm kernels. Written by tools/log_tables.cpp; do "
+               "not edit.\n\n");
+  ReciprocalTables<double>(out, "double", "kLnRcp16D", 4, 40);
+  ReciprocalTables<float>(out, "float", "kLnRcp32F", 5, 17);
+  IntervalRows(out, "kLnLA", 3, false);
+  IntervalRows(out, "kLnEP", 2, false);
+  IntervalRows(out, "kLog10LA", 3, true);
+  IntervalRows(out, "kLog10EP", 2, true);
+  return std::fclose(out) == 0 ? 0 : 1;
+}
