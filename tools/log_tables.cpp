@@ -1,13 +1,17 @@
 // Writes the tables of the logarithm kernels.
 //
-// Reciprocal tables. The kernels cut 1/v to K + 1 significant bits, c = 2^k (1 + j / 2^K), so
-// that v c - 1 is exact, and read -ln(1 + j / 2^K) from a table of 2^K entries indexed by the K
-// fraction bits j. For j in the upper half the entry holds -ln((1 + j / 2^K) / 2) instead and the
-// kernel adds one to the power of two: then every entry lies in (-0.41, 0.29], and a v just below
-// a power of two, whose c is 2^k (1 + j / 2^K) with j near 2^K, does not cancel a large entry
-// against a power of two of ln 2. Hi parts are rounded to multiples of 2^-40 (double) and 2^-17
-// (float), so that e ln2hi + Hi is exact for every power e of the type; Lo parts are the rest,
-// rounded to the type. One-part tables are the value rounded to the type.
+// Interval tables. The kernels write v = 2^k m with m in [A, 2A), A = 1 - 2^-6, and cut that range
+// into 16 intervals by the four bits below the exponent of bits(m) - bits(A): interval 0 is
+// [A, 1 + 2^-5), around 1, and intervals 1 to 15 have width 1/16 above it. For each interval the
+// tables hold c, the reciprocal of its midpoint rounded to float (1 for interval 0, so that near 1
+// the result is r = m - 1 itself and nothing cancels), and -ln(c) (the exact logarithm of the
+// float c; in the upper eight intervals -ln(2c), for which the kernels count one more power of
+// two, so that no entry comes near ln 2 and a v just below a power of two does not cancel an
+// entry against ln 2) in two parts: Hi rounded to a multiple of 2^-17 (float) or 2^-40 (double), so
+// that e ln2hi + Hi is exact for every power e of the type, and Lo the rest rounded to float, and
+// in one part rounded to float for the float LA and EP kernels. The double Hi has at most 40
+// significant bits, the sum of two floats, and every other entry is a float: AVX2 reads them with
+// float permutes.
 //
 // Interval coefficients. For m in [3/4, 3/2) cut into 16 intervals by the four leading fraction
 // bits of m (eight of width 1/16 above 1, eight of width 1/32 below), the rows C0..C3 of a cubic
@@ -44,18 +48,15 @@ class Mp {
   mpfr_t v_;
 };
 
-// -ln(c) or -log10(c) for the table entry j of 2^k entries, as the rule above folds it.
-void Entry(mpfr_ptr out, int j, int k, bool base10) {
-  const int n = 1 << k;
-  mpfr_set_si(out, n + j, MPFR_RNDN);
-  mpfr_div_si(out, out, j < n / 2 ? n : 2 * n, MPFR_RNDN);
-  if (base10) {
-    mpfr_log10(out, out, MPFR_RNDN);
-  } else {
-    mpfr_log(out, out, MPFR_RNDN);
-  }
-  // -ln(1) is +0: the kernels add the entry to e ln2hi, and ln(1) must come out +0.
-  if (!mpfr_zero_p(out)) mpfr_neg(out, out, MPFR_RNDN);
+// The reciprocal of interval i's midpoint, rounded to float.
+float Reciprocal(int i) {
+  if (i == 0) return 1.0f;
+  Mp mid;
+  mpfr_set_si(mid.get(), 2 * i - 1, MPFR_RNDN);
+  mpfr_div_si(mid.get(), mid.get(), 32, MPFR_RNDN);
+  mpfr_add_d(mid.get(), mid.get(), 1 + 0x1p-5, MPFR_RNDN);
+  mpfr_ui_div(mid.get(), 1, mid.get(), MPFR_RNDN);
+  return mpfr_get_flt(mid.get(), MPFR_RNDN);
 }
 
 template <class T>
@@ -78,24 +79,30 @@ void Array(FILE* out, const char* type, const std::string& name, const std::vect
   std::fprintf(out, "\n};\n");
 }
 
-// The reciprocal table of 2^k entries: Hi on the grid 2^-grid and Lo, and the one-part table.
+// -ln(c) of the 16 intervals: Hi of type T on the grid 2^-grid, Lo as a float.
 template <class T>
-void ReciprocalTables(FILE* out, const char* type, const std::string& name, int k, int grid) {
-  std::vector<T> hi, lo, one;
+void LogTables(FILE* out, const char* type, const std::string& name, int grid) {
+  std::vector<T> hi;
+  std::vector<float> lo, one;
   Mp exact, rest;
-  for (int j = 0; j < (1 << k); ++j) {
-    Entry(exact.get(), j, k, false);
-    one.push_back(Round<T>(exact.get()));
+  for (int i = 0; i < 16; ++i) {
+    // -ln(c), and -ln(2c) in the upper half (c < 2/3).
+    mpfr_set_flt(exact.get(), Reciprocal(i), MPFR_RNDN);
+    if (i >= 8) mpfr_mul_2si(exact.get(), exact.get(), 1, MPFR_RNDN);
+    mpfr_log(exact.get(), exact.get(), MPFR_RNDN);
+    mpfr_neg(exact.get(), exact.get(), MPFR_RNDN);
+    if (mpfr_zero_p(exact.get())) mpfr_set_zero(exact.get(), 1);  // -ln(1) as +0, not -0
+    one.push_back(Round<float>(exact.get()));
     mpfr_mul_2si(rest.get(), exact.get(), grid, MPFR_RNDN);
     mpfr_rint(rest.get(), rest.get(), MPFR_RNDN);
     mpfr_mul_2si(rest.get(), rest.get(), -grid, MPFR_RNDN);
     hi.push_back(Round<T>(rest.get()));
     mpfr_sub(rest.get(), exact.get(), rest.get(), MPFR_RNDN);
-    lo.push_back(Round<T>(rest.get()));
+    lo.push_back(Round<float>(rest.get()));
   }
   Array(out, type, name + "Hi", hi);
-  Array(out, type, name + "Lo", lo);
-  Array(out, type, name, one);
+  Array(out, "float", name + "Lo", lo);
+  if constexpr (sizeof(T) == 4) Array(out, "float", name, one);
 }
 
 // ln(1 + r) / r (or log10(1 + r) / r) at r.
@@ -169,12 +176,16 @@ void IntervalRows(FILE* out, const std::string& name, int degree, bool base10) {
 int main(int argc, char** argv) {
   FILE* out = oxl::tools::OpenOutput(argc, argv);
   if (out == nullptr) return 2;
-  std::fprintf(out,
-               "// -ln of the cut reciprocals (Hi, Lo and one-part) and the 16-interval "
-               "coefficients of the\n// logarithm kernels. Written by tools/log_tables.cpp; do "
-               "not edit.\n\n");
-  ReciprocalTables<double>(out, "double", "kLnRcp16D", 4, 40);
-  ReciprocalTables<float>(out, "float", "kLnRcp32F", 5, 17);
+  std::fprintf(
+      out,
+      "// Reciprocals and their -ln (Hi, Lo and one-part) over the 16 intervals of the "
+      "mantissa, and\n// the 16-interval coefficients of the logarithm kernels. Written by "
+      "tools/log_tables.cpp; do\n// not edit.\n\n");
+  std::vector<float> reciprocals;
+  for (int i = 0; i < 16; ++i) reciprocals.push_back(Reciprocal(i));
+  Array(out, "float", "kLnRcp", reciprocals);
+  LogTables<float>(out, "float", "kLnF", 17);
+  LogTables<double>(out, "double", "kLnD", 40);
   IntervalRows(out, "kLnLA", 3, false);
   IntervalRows(out, "kLnEP", 2, false);
   IntervalRows(out, "kLog10LA", 3, true);

@@ -1,25 +1,26 @@
 // Bodies of the Ln, Log10 and Log1p kernels. Re-included once per SIMD target.
 //
-// The reciprocal kernels (every double kernel, the float HA kernels and float Log1p) cut 1/v to a
-// few significant bits: c = 2^k (1 + j / N), N = 16 for double and 32 for float. Then v c - 1 = r
-// is exact (c has at most 6 significant bits), |r| <= 2^-5 (2^-6 for float), and
-//   ln v = -k ln 2 - ln(1 + j / N) + ln(1 + r),
-// with -ln(1 + j / N) read from a table in registers by the fraction bits j of c, and ln(1 + r)
-// a short polynomial. In the upper half of the table (1 + j / N >= 3/2) the entry is
-// -ln((1 + j / N) / 2) and k is one larger, which keeps entries below 0.41 in magnitude and makes
-// the result near 1 come out of r alone, without cancellation. HA kernels carry the table and
-// e ln 2 in two parts, with e ln2hi + T_hi exact, and sum them to twice the precision.
+// The reciprocal kernels (every double kernel, the float HA kernels and float Log1p) write
+// v = 2^k m with m in [A, 2A), A = 1 - 2^-6, by integer arithmetic on the bits of v, and read the
+// interval of m from the four bits below the exponent of bits(m) - bits(A): interval 0 is
+// [A, 1 + 2^-5), around 1, the others have width 1/16. With c the reciprocal of the interval's
+// midpoint (1 for interval 0) and r = m c - 1, |r| <= 2^-5 and
+//   ln v = k ln 2 - ln c + ln(1 + r),
+// -ln c from a table in registers, ln(1 + r) a short polynomial. Near 1 the result is r and the
+// polynomial alone, with nothing to cancel. HA kernels carry r exactly as a pair (m c is a
+// product of two floats), and k ln 2 - ln c in two parts with k ln2hi + T_hi exact, and sum
+// them to twice the precision. LA and EP round once per step.
 //
-// v is taken as it is (x, or 1 + x for Log1p) as long as c is a normal number: v within
-// [2^-126, 2^126] (float) or [2^-1022, 2^1022] (double). Blocks holding other values run the
-// reduction a second time on the mantissa of v in [1/2, 1), which gives the same bits where both
-// apply and also serves denormals and the top binade. Zeros, negative numbers, infinities and NaNs
-// need no test of their own: they make the exponent or the mantissa not finite, and that shows up
-// as a NaN in a quantity the arithmetic forms anyway (the signal), which marks the lane rare.
+// The fast path holds for positive normal v, tested on its bits. Blocks holding other values
+// run a second pass over the mantissa of v in [1, 2) and the exponent of v, which serves the
+// denormals; zeros, negative numbers, infinities and NaNs need no test of their own there: they
+// make the exponent or the mantissa not finite, which shows up as a NaN in a quantity that pass
+// forms anyway (the signal), and the signal marks the lane rare.
 //
 // Float Ln and Log10 at LA and EP have no reciprocal: m in [3/4, 3/2) is cut into 16 intervals by
 // its leading fraction bits, and a cubic (LA) or quadratic (EP) per interval gives ln(m) / (m - 1).
 
+#include <array>
 #include <limits>
 #include <type_traits>
 
@@ -33,8 +34,8 @@
 #include "vek/frame/kernel-inl.h"
 #include "simd/fma-inl.h"
 #include "simd/exponent-inl.h"
+#include "simd/float_bits.h"
 #include "simd/poly-inl.h"
-#include "simd/reciprocal-inl.h"
 #include "simd/table-inl.h"
 #include "vek/kernels/log_rare.h"
 #include "vek/kernels/log_tables.h"
@@ -50,41 +51,53 @@ namespace log_detail {
 using simd::MantissaInterval;
 using simd::MantissaSign;
 
+// The float entries of a table as doubles, for the double kernels.
+template <const float* kValues>
+struct Widened {
+  static constexpr std::array<double, 16> Make() {
+    std::array<double, 16> out{};
+    for (size_t i = 0; i < 16; ++i) out[i] = kValues[i];
+    return out;
+  }
+  alignas(64) static constexpr std::array<double, 16> kTable = Make();
+};
+
 template <class T>
 struct Consts;
 
 template <>
 struct Consts<float> {
-  static constexpr int kCutBits = 5;
   static constexpr float kLn2Hi = 0x1.62e4p-1f;         // 0x3F317200: e ln2hi exact for |e| < 2^8
   static constexpr float kLn2Lo = 0x1.7f7d1cp-20f;      // 0x35BFBE8E
   static constexpr float kLn2 = 0x1.62e430p-1f;         // 0x3F317218
   static constexpr float kLog10Of2 = 0x1.344136p-2f;    // 0x3E9A209B
   static constexpr float kLog10OfEHi = 0x1.bcb7b2p-2f;  // 0x3EDE5BD9
   static constexpr float kLog10OfELo = -0x1.5b235ep-27f;
-  static constexpr const float* kTableHi = vek::log_tables::kLnRcp32FHi;
-  static constexpr const float* kTableLo = vek::log_tables::kLnRcp32FLo;
-  static constexpr const float* kTable = vek::log_tables::kLnRcp32F;
+  static constexpr const float* kReciprocal = vek::log_tables::kLnRcp;
+  static constexpr const float* kHi = vek::log_tables::kLnFHi;
+  static constexpr const float* kLo = vek::log_tables::kLnFLo;
+  static constexpr const float* kOnePart = vek::log_tables::kLnF;
 };
 
 template <>
 struct Consts<double> {
-  static constexpr int kCutBits = 4;
   static constexpr double kLn2Hi = 0x1.62e42fefa0000p-1;  // e ln2hi exact for |e| < 2^16
   static constexpr double kLn2Lo = 0x1.cf79abc9e0000p-40;
   static constexpr double kLn2 = 0x1.62e42fefa39efp-1;
   static constexpr double kLog10OfEHi = 0x1.bcb7b1526e50ep-2;
   static constexpr double kLog10OfELo = 0x1.95355baaafad3p-57;
-  static constexpr const double* kTableHi = vek::log_tables::kLnRcp16DHi;
-  static constexpr const double* kTableLo = vek::log_tables::kLnRcp16DLo;
-  static constexpr const double* kTable = vek::log_tables::kLnRcp16D;
+  static constexpr const double* kReciprocal = Widened<vek::log_tables::kLnRcp>::kTable.data();
+  static constexpr const double* kHi = vek::log_tables::kLnDHi;
+  static constexpr const double* kLo = Widened<vek::log_tables::kLnDLo>::kTable.data();
+  // The double kernels have no one-part table: Hi holds 40 bits, enough for EP.
+  static constexpr const double* kOnePart = vek::log_tables::kLnDHi;
 };
 
-// ln(1 + r) - r, the polynomial part of each level, r^2 q(r).
+// ln(1 + r) - r, the polynomial part of each level, r^2 q(r), for |r| <= 2^-5.
 template <class T, LogLevel kLevel>
 struct Tail;
 
-// |r| <= 2^-5; degree 9, in pairs with r^2 and r^4.
+// Degree 9, in pairs with r^2 and r^4.
 template <>
 struct Tail<double, LogLevel::kHA> {
   template <class D, class V>
@@ -106,48 +119,67 @@ struct Tail<double, LogLevel::kEP> {
                               -0.2502036072575226, 0.20024438577708045));
   }
 };
-// |r| <= 2^-6.
+// The Taylor terms to r^5 leave r^6 / 6, below 2^-27 of r.
 template <>
 struct Tail<float, LogLevel::kHA> {
   template <class D, class V>
   static HWY_INLINE V Of(D d, V r, V r2) {
-    return hn::Mul(r2, Horner(d, r, -0.5f, 0.3333825469017029f, -0.2500615119934082f));
+    return hn::Mul(r2, Horner(d, r, -0.5f, 1.0f / 3, -0.25f, 0.2f));
   }
 };
 template <>
 struct Tail<float, LogLevel::kLA> : Tail<float, LogLevel::kHA> {};
-// -r^2 / 2 alone leaves r^3 / 3, below 2^-13 relative.
+// To r^3: r^4 / 4 is below 2^-17 of r.
 template <>
 struct Tail<float, LogLevel::kEP> {
   template <class D, class V>
-  static HWY_INLINE V Of(D d, V /*r*/, V r2) {
-    return hn::Mul(r2, hn::Set(d, -0.5f));
+  static HWY_INLINE V Of(D d, V r, V r2) {
+    return hn::Mul(r2, Horner(d, r, -0.5f, 1.0f / 3));
   }
 };
 
-// v = 2^e (1 + r) / c, with c a table point: e as a float, r exact, the table index.
+// v = 2^e m with m in [A, 2A) (e one larger in the upper eight intervals), and the interval.
 template <class D>
-struct Reduced {
+struct Split {
   hn::VFromD<D> e;
-  hn::VFromD<D> r;
+  hn::VFromD<D> m;
   hn::VFromD<hn::RebindToUnsigned<D>> index;
+  hn::VFromD<hn::RebindToUnsigned<D>> biased;  // the power of two of m in [A, 2A), plus the bias
 };
 
-// v c - 1 and the power of two, for v = 2^e0 v' with c the cut reciprocal of v.
+// For positive normal v, by integer arithmetic: bits(v) - bits(A) holds e above the mantissa
+// bits (two's complement) and the interval in the four bits below.
 template <class D>
-HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> v, hn::VFromD<D> c, hn::VFromD<D> e0) {
+HWY_INLINE Split<D> SplitOf(D d, hn::VFromD<D> v) {
   using T = hn::TFromD<D>;
-  constexpr int kCut = Consts<T>::kCutBits;
+  using F = simd::FloatBits<T>;
+  using U = typename F::Bits;
+  constexpr int kM = F::kMantissaBits;
+  constexpr T kShift = simd::Pow2<T>(kM);  // 2^M + n has the bits of 2^M with n added, n < 2^M
   const hn::RebindToUnsigned<D> du;
-  using U = hn::TFromD<decltype(du)>;
-  Reduced<D> out;
-  out.index = RcpSeedIndex<kCut>(d, c);
-  const auto upper = hn::RebindMask(d, hn::TestBit(out.index, hn::Set(du, U{1} << (kCut - 1))));
-  const auto e = hn::Sub(e0, GetExp(d, c));
-  out.e = hn::IfThenElse(upper, hn::Sub(e, hn::Set(d, T(1))), e);
-  out.r = Fma(d, v, c, hn::Set(d, T(-1)));
+  const auto bits = hn::BitCast(du, v);
+  const auto rel = hn::Sub(bits, hn::Set(du, simd::ToBits(T(1) - T(0x1p-6))));
+  Split<D> out;
+  out.biased = hn::ShiftRight<kM>(hn::Add(rel, hn::Set(du, U{F::kBias} << kM)));
+  // The upper eight intervals count one more power of two (their entries hold -ln(2c)): adding
+  // half the mantissa range carries into the exponent exactly there.
+  const auto folded =
+      hn::ShiftRight<kM>(hn::Add(rel, hn::Set(du, (U{F::kBias} << kM) + (U{1} << (kM - 1)))));
+  const auto shifted = hn::Or(folded, hn::Set(du, simd::ToBits(kShift)));
+  out.e = hn::Sub(hn::BitCast(d, shifted), hn::Set(d, kShift + T(F::kBias)));
+  out.m = hn::BitCast(d, hn::Sub(bits, hn::AndNot(hn::Set(du, simd::kMantissaMask<T>), rel)));
+  out.index = hn::ShiftRight<kM - 4>(rel);
   return out;
 }
+
+template <class T, LogLevel kLevel>
+struct RcpTables {
+  using D = hn::ScalableTag<T>;
+  static constexpr bool kTwoPart = kLevel != LogLevel::kEP || sizeof(T) == 8;
+  RegisterTable<D, 16> reciprocal = LoadTable<16>(D(), Consts<T>::kReciprocal);
+  RegisterTable<D, 16> hi = LoadTable<16>(D(), kTwoPart ? Consts<T>::kHi : Consts<T>::kOnePart);
+  RegisterTable<D, 16> lo = LoadTable<16>(D(), Consts<T>::kLo);
+};
 
 // A result and the signal: NaN exactly in the lanes for the rare routine.
 template <class D>
@@ -156,63 +188,76 @@ struct Value {
   hn::VFromD<D> signal;
 };
 
-template <class T, LogLevel kLevel>
-struct RcpTables {
-  using D = hn::ScalableTag<T>;
-  static constexpr size_t kEntries = size_t{1} << Consts<T>::kCutBits;
-  RegisterTable<D, kEntries> one = LoadTable<kEntries>(D(), Consts<T>::kTable);
-};
-template <class T>
-struct RcpTables<T, LogLevel::kHA> {
-  using D = hn::ScalableTag<T>;
-  static constexpr size_t kEntries = size_t{1} << Consts<T>::kCutBits;
-  RegisterTable<D, kEntries> hi = LoadTable<kEntries>(D(), Consts<T>::kTableHi);
-  RegisterTable<D, kEntries> lo = LoadTable<kEntries>(D(), Consts<T>::kTableLo);
-};
-
-// ln v (log10 v) from the reduction, at HA: the sum H + r of e ln2hi + T_hi (exact) and r is
-// kept to twice the precision by a fast two-sum (|H| >= |r| whenever H is not 0: the smallest
-// non-zero entry exceeds the bound on r); its error t is the signal, NaN when e is infinite or r
-// a NaN. r_lo is a low part of r (Log1p), zero otherwise.
-template <LogFunction kFunc, class D, class Tables>
-HWY_INLINE Value<D> Finish(D d, const Tables& tables, const Reduced<D>& red, hn::VFromD<D> r_lo,
-                           std::integral_constant<LogLevel, LogLevel::kHA>) {
-  using T = hn::TFromD<D>;
+// ln(v) (log10) for v = 2^split.e split.m, with lo an addend to v (Log1p's rounding error of
+// 1 + x, zero otherwise) that enters as lo / v. The fast two-sums below need the larger term
+// first; where r_rough is 0 or far from the low parts that holds, and elsewhere the entry
+// T is at least 2^-5 and a rounding of the pair is far below the result's last place.
+template <class T, LogFunction kFunc, LogLevel kLevel, class D>
+HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const Split<D>& split,
+                                  hn::VFromD<D> lo) {
   using C = Consts<T>;
-  const auto r = red.r;
-  const auto big = Fma(d, red.e, hn::Set(d, C::kLn2Hi), Lookup(d, tables.hi, red.index));
-  const auto s = hn::Add(big, r);
-  const auto t = hn::Sub(r, hn::Sub(s, big));
-  const auto low = hn::Add(Fma(d, red.e, hn::Set(d, C::kLn2Lo), Lookup(d, tables.lo, red.index)),
-                           hn::Add(t, r_lo));
-  const auto lo = hn::Add(low, Tail<T, LogLevel::kHA>::Of(d, r, hn::Mul(r, r)));
-  if constexpr (kFunc != LogFunction::kLog10) {
-    return {hn::Add(s, lo), t};
-  } else {
-    // (s + lo) log10(e) with s log10(e)hi exact as a pair.
-    const auto lg_hi = hn::Set(d, C::kLog10OfEHi);
-    const auto hi = hn::Mul(s, lg_hi);
-    const auto err = Fms(d, s, lg_hi, hi);
-    return {hn::Add(hi, Fma(d, lo, lg_hi, Fma(d, s, hn::Set(d, C::kLog10OfELo), err))), t};
+  using F = simd::FloatBits<T>;
+  const hn::RebindToUnsigned<D> du;
+  const hn::RebindToSigned<D> di;
+  const auto one = hn::Set(d, T(1));
+  const auto c = Lookup(d, tables.reciprocal, split.index);
+  auto lo_over_v = hn::Zero(d);
+  if constexpr (kFunc == LogFunction::kLog1p) {
+    // lo / v = lo c 2^-e / (1 + r), close enough: lo is below half an ulp of v. 2^-e from the
+    // biased exponent, clamped where v is so large that lo / v is nothing beside ln v.
+    using S = hn::TFromD<decltype(di)>;
+    const auto biased = hn::Min(hn::BitCast(di, split.biased), hn::Set(di, S{2 * F::kBias - 1}));
+    const auto scale = hn::BitCast(
+        d, hn::ShiftLeft<F::kMantissaBits>(hn::Sub(hn::Set(di, S{2 * F::kBias}), biased)));
+    lo_over_v = hn::Mul(hn::Mul(lo, scale), c);
   }
-}
-
-// LA and EP: one-part table and ln 2, one rounding per step. The signal q - q is NaN when q,
-// which holds e and r, is infinite or NaN.
-template <LogFunction kFunc, class D, class Tables, LogLevel kLevel>
-HWY_INLINE Value<D> Finish(D d, const Tables& tables, const Reduced<D>& red, hn::VFromD<D> /*r_lo*/,
-                           std::integral_constant<LogLevel, kLevel>) {
-  using T = hn::TFromD<D>;
-  using C = Consts<T>;
-  const auto r = red.r;
-  const auto q = hn::Add(Fma(d, red.e, hn::Set(d, C::kLn2), Lookup(d, tables.one, red.index)), r);
-  const auto p = Tail<T, kLevel>::Of(d, r, hn::Mul(r, r));
-  const auto signal = hn::Sub(q, q);
-  if constexpr (kFunc != LogFunction::kLog10) {
-    return {hn::Add(q, p), signal};
+  const auto t_hi = Lookup(d, tables.hi, split.index);
+  if constexpr (kLevel == LogLevel::kHA) {
+    // r = m c - 1 as the pair (r, r_lo): m c = h + (m c - h) exactly, and h - 1 is exact.
+    // r = m c - 1 as a pair: m c = h + (m c - h) exactly, and h - 1 is exact. h - 1 keeps only
+    // the bits of h below 1, so the pair is renormalised: the polynomial must see r to the
+    // type's full precision (its slope is r, which would carry the low part's loss into the
+    // result). The low part includes lo / v, which for Log1p of a tiny x is all of r.
+    const auto h = hn::Mul(split.m, c);
+    const auto r_rough = hn::Sub(h, one);
+    const auto rough_lo = hn::Add(Fms(d, split.m, c, h), lo_over_v);
+    const auto r = hn::Add(r_rough, rough_lo);
+    const auto r_lo = hn::Sub(rough_lo, hn::Sub(r, r_rough));
+    // big + r to twice the precision by the fast two-sum: |big| >= |r| wherever big is not 0
+    // (every non-zero entry exceeds 2^-5, and e ln 2 + T_hi stays above 2^-5 too).
+    const auto big = Fma(d, split.e, hn::Set(d, C::kLn2Hi), t_hi);
+    const auto s = hn::Add(big, r);
+    const auto t = hn::Sub(r, hn::Sub(s, big));
+    const auto low =
+        hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2Lo), Lookup(d, tables.lo, split.index)),
+                hn::Add(t, r_lo));
+    const auto lo_sum = hn::Add(low, Tail<T, kLevel>::Of(d, r, hn::Mul(r, r)));
+    if constexpr (kFunc != LogFunction::kLog10) {
+      return hn::Add(s, lo_sum);
+    } else {
+      // (s + lo_sum) log10(e) with s log10(e)hi exact as a pair.
+      const auto lg_hi = hn::Set(d, C::kLog10OfEHi);
+      const auto hi = hn::Mul(s, lg_hi);
+      const auto err = Fms(d, s, lg_hi, hi);
+      return hn::Add(hi, Fma(d, lo_sum, lg_hi, Fma(d, s, hn::Set(d, C::kLog10OfELo), err)));
+    }
   } else {
-    const auto lg = hn::Set(d, T(C::kLog10OfEHi));
-    return {Fma(d, q, lg, hn::Mul(p, lg)), signal};
+    const auto r = hn::Add(Fma(d, split.m, c, hn::Neg(one)), lo_over_v);
+    auto p = Tail<T, kLevel>::Of(d, r, hn::Mul(r, r));
+    hn::VFromD<D> q;
+    if constexpr (kLevel == LogLevel::kLA) {
+      // Two-part e ln 2 and table as at HA, without the two-sum.
+      p = hn::Add(p, Fma(d, split.e, hn::Set(d, C::kLn2Lo), Lookup(d, tables.lo, split.index)));
+      q = hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2Hi), t_hi), r);
+    } else {
+      q = hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2), t_hi), r);
+    }
+    if constexpr (kFunc != LogFunction::kLog10) {
+      return hn::Add(q, p);
+    } else {
+      const auto lg = hn::Set(d, C::kLog10OfEHi);
+      return Fma(d, q, lg, hn::Mul(p, lg));
+    }
   }
 }
 
@@ -228,13 +273,15 @@ struct LogRcpBody : UnaryRealBody<T> {
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
-    using C = log_detail::Consts<T>;
-    using Level = std::integral_constant<LogLevel, kLevel>;
+    using simd::MantissaInterval;
+    using simd::MantissaSign;
+    using U = simd::BitsOf<T>;
+    const hn::RebindToUnsigned<D> du;
     const auto x = in[0];
     const auto zero = hn::Zero(d);
     // Log1p takes the logarithm of v = 1 + x, whose rounding error lo is exact (the larger
     // term first: max(x, 1) is the larger in magnitude for every x >= -1, and below that the
-    // result is a NaN anyway); lo / v enters r as lo c.
+    // result is a NaN anyway).
     auto v = x;
     auto lo = zero;
     if constexpr (kFunc == LogFunction::kLog1p) {
@@ -242,46 +289,31 @@ struct LogRcpBody : UnaryRealBody<T> {
       v = hn::Add(one, x);
       lo = hn::Sub(hn::Min(x, one), hn::Sub(v, hn::Max(x, one)));
     }
-    const auto c = RcpSeed<C::kCutBits>(d, v);
-    const auto fast = hn::And(hn::Ge(c, hn::Set(d, std::numeric_limits<T>::min())),
-                              hn::Le(c, hn::Set(d, std::numeric_limits<T>::max())));
-    auto value = Evaluate(d, v, c, zero, lo, Level());
+    // Positive normal v, one unsigned compare: bits(v) - bits(min) below bits(inf) - bits(min).
+    constexpr U kMin = simd::ToBits(std::numeric_limits<T>::min());
+    const auto fast = hn::RebindMask(d, hn::Lt(hn::Sub(hn::BitCast(du, v), hn::Set(du, kMin)),
+                                               hn::Set(du, U{simd::kExponentMask<T> - kMin})));
+    auto result = log_detail::Evaluate<T, kFunc>(d, tables, log_detail::SplitOf(d, v), lo);
+    rare[0] = hn::MaskFromVec(zero);
     if (!hn::AllTrue(d, fast)) [[unlikely]] {
-      // The mantissa in [1/2, 1) and its power of two. Log1p drops lo here: v is beyond 2^126
-      // (2^1022), where lo / v is far below the last place of ln v.
-      const auto m =
-          GetMant<simd::MantissaInterval::kHalfToOne, simd::MantissaSign::kNaNIfNegative>(d, v);
-      const auto e0 = hn::Add(GetExp(d, v), hn::Set(d, T(1)));
-      const auto again = Evaluate(d, m, RcpSeed<C::kCutBits>(d, m), e0, zero, Level());
-      value.result = hn::IfThenElse(fast, value.result, again.result);
-      value.signal = hn::IfThenElse(fast, value.signal, again.signal);
+      // The mantissa in [1, 2) and the exponent, exact also for denormals. Log1p drops lo: v is
+      // not a positive normal number here, and no such v but 0 arises from x >= -1.
+      const auto m = GetMant<MantissaInterval::kOneToTwo, MantissaSign::kNaNIfNegative>(d, v);
+      const auto e = GetExp(d, v);
+      auto split = log_detail::SplitOf(d, m);
+      split.e = hn::Add(split.e, e);
+      const auto again = log_detail::Evaluate<T, kFunc>(d, tables, split, zero);
+      result = hn::IfThenElse(fast, result, again);
+      // The signal: NaN where e is infinite or NaN (zeros, infinities, NaNs) or m is a NaN
+      // (negative numbers).
+      const auto signal = hn::Add(hn::Sub(e, e), hn::Sub(m, m));
+      rare[0] = hn::AndNot(fast, hn::IsNaN(signal));
     }
-    rare[0] = hn::IsNaN(value.signal);
     // log1p(-0) is -0; every other result has the sign of x already.
-    out[0] = kFunc == LogFunction::kLog1p ? hn::CopySign(value.result, x) : value.result;
+    out[0] = kFunc == LogFunction::kLog1p ? hn::CopySign(result, x) : result;
   }
 
   static int32_t Rare(const T* a, T* r) { return vek::LogRare<kFunc>(a, r); }
-
- private:
-  template <class D, class Level>
-  HWY_INLINE log_detail::Value<D> Evaluate(D d, hn::VFromD<D> v, hn::VFromD<D> c, hn::VFromD<D> e0,
-                                           hn::VFromD<D> lo, Level level) const {
-    auto red = log_detail::Reduce(d, v, c, e0);
-    auto r_lo = hn::Zero(d);
-    if constexpr (kFunc == LogFunction::kLog1p) {
-      const auto lo_c = hn::Mul(lo, c);
-      if constexpr (kLevel == LogLevel::kHA) {
-        // r + lo c as a pair: |r| >= |lo c| unless r is 0.
-        const auto sum = hn::Add(red.r, lo_c);
-        r_lo = hn::Add(hn::Sub(red.r, sum), lo_c);
-        red.r = sum;
-      } else {
-        red.r = hn::Add(red.r, lo_c);
-      }
-    }
-    return log_detail::Finish<kFunc>(d, tables, red, r_lo, level);
-  }
 };
 
 // Float Ln and Log10, LA and EP: ln m / (m - 1) by a cubic or a quadratic over 16 intervals of m.
