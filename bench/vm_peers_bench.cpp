@@ -3,8 +3,11 @@
 //   OXL_BENCH(kDExp, "oxl_HA", oxl_vek_kernel_dExp_B3HAynn);
 // with contestant names "oxl_HA", "oxl_LA", "oxl_EP" by the level the kernel was built for, which
 // are the names bench/comparisons.toml compares.
+#include <hwy/targets.h>
+
 #include <cmath>
 #include <complex>
+#include <string>
 
 #include "oxl/vek_kernels.h"
 #include "support/array_bench.h"
@@ -37,6 +40,12 @@ constexpr UnaryFunction<double> kDExpm1{"dExpm1", kExpRangeD};
 constexpr UnaryFunction<float> kSExpm1{"sExpm1", kExpRangeS};
 constexpr UnaryFunction<double> kDLn{"dLn", kLogRangeD};
 constexpr UnaryFunction<float> kSLn{"sLn", kLogRangeS};
+constexpr UnaryFunction<double> kDLog10{"dLog10", kLogRangeD};
+constexpr UnaryFunction<float> kSLog10{"sLog10", kLogRangeS};
+// log1p on the same log-spaced inputs: x from far below the last place of 1 (log1p(x) = x) to
+// far above it (log1p(x) = log(x)), every contestant on its main path.
+constexpr UnaryFunction<double> kDLog1p{"dLog1p", kLogRangeD};
+constexpr UnaryFunction<float> kSLog1p{"sLog1p", kLogRangeS};
 constexpr BinaryFunction<float> kSAdd{"sAdd", kArith, kArith};
 constexpr BinaryFunction<double> kDAdd{"dAdd", kArith, kArith};
 constexpr BinaryFunction<float> kSMul{"sMul", kArith, kArith};
@@ -78,6 +87,30 @@ OXL_BENCH(kSExpm1, "sleef_u10_avx2", peers::SleefExpm1U10Avx2, kAvx2);
 OXL_BENCH(kSExpm1, "sleef_u10_avx512", peers::SleefExpm1U10Avx512, kAvx512);
 OXL_BENCH(kSExpm1, "std_loop", peers::StdExpm1);
 
+// A kernel in its three levels, on the target dispatch picks and on AVX2 ("oxl_HA_avx2", ...),
+// so that each target meets the peers of its own width in the same run.
+template <class T>
+bool AddLevels(const UnaryFunction<T>& fn, oxl::bench::UnaryKernel<T> la,
+               oxl::bench::UnaryKernel<T> ha, oxl::bench::UnaryKernel<T> ep) {
+  const struct {
+    const char* name;
+    oxl::bench::UnaryKernel<T> kernel;
+  } levels[] = {{"HA", ha}, {"LA", la}, {"EP", ep}};
+  for (const auto& level : levels) {
+    oxl::bench::Add(fn, (std::string("oxl_") + level.name).c_str(), level.kernel);
+  }
+  for (const auto& level : levels) {
+    oxl::bench::Add(fn, (std::string("oxl_") + level.name + "_avx2").c_str(), level.kernel, kAvx2,
+                    HWY_AVX2);
+  }
+  return true;
+}
+#define OXL_BENCH_LEVELS(fn, t, F)                                                    \
+  [[maybe_unused]] static const bool OXL_BENCH_JOIN(oxl_levels_, __COUNTER__) =       \
+      AddLevels(fn, oxl_vek_kernel_##t##F##_B3LAynn, oxl_vek_kernel_##t##F##_B3HAynn, \
+                oxl_vek_kernel_##t##F##_B3EPnnn)
+
+OXL_BENCH_LEVELS(kDLn, d, Ln);
 OXL_BENCH(kDLn, "libmvec_avx2", peers::LibmvecLogAvx2, kAvx2);
 OXL_BENCH(kDLn, "libmvec_avx512", peers::LibmvecLogAvx512, kAvx512);
 OXL_BENCH(kDLn, "sleef_u10_avx2", peers::SleefLogU10Avx2, kAvx2);
@@ -86,6 +119,7 @@ OXL_BENCH(kDLn, "sleef_u35_avx2", peers::SleefLogU35Avx2, kAvx2);
 OXL_BENCH(kDLn, "sleef_u35_avx512", peers::SleefLogU35Avx512, kAvx512);
 OXL_BENCH(kDLn, "std_loop", peers::StdLog);
 
+OXL_BENCH_LEVELS(kSLn, s, Ln);
 OXL_BENCH(kSLn, "libmvec_avx2", peers::LibmvecLogAvx2, kAvx2);
 OXL_BENCH(kSLn, "libmvec_avx512", peers::LibmvecLogAvx512, kAvx512);
 OXL_BENCH(kSLn, "sleef_u10_avx2", peers::SleefLogU10Avx2, kAvx2);
@@ -93,6 +127,34 @@ OXL_BENCH(kSLn, "sleef_u10_avx512", peers::SleefLogU10Avx512, kAvx512);
 OXL_BENCH(kSLn, "sleef_u35_avx2", peers::SleefLogU35Avx2, kAvx2);
 OXL_BENCH(kSLn, "sleef_u35_avx512", peers::SleefLogU35Avx512, kAvx512);
 OXL_BENCH(kSLn, "std_loop", peers::StdLog);
+
+OXL_BENCH_LEVELS(kDLog10, d, Log10);
+OXL_BENCH(kDLog10, "libmvec_avx2", peers::LibmvecLog10Avx2, kAvx2);
+OXL_BENCH(kDLog10, "libmvec_avx512", peers::LibmvecLog10Avx512, kAvx512);
+OXL_BENCH(kDLog10, "sleef_u10_avx2", peers::SleefLog10U10Avx2, kAvx2);
+OXL_BENCH(kDLog10, "sleef_u10_avx512", peers::SleefLog10U10Avx512, kAvx512);
+OXL_BENCH(kDLog10, "std_loop", peers::StdLog10);
+
+OXL_BENCH_LEVELS(kSLog10, s, Log10);
+OXL_BENCH(kSLog10, "libmvec_avx2", peers::LibmvecLog10Avx2, kAvx2);
+OXL_BENCH(kSLog10, "libmvec_avx512", peers::LibmvecLog10Avx512, kAvx512);
+OXL_BENCH(kSLog10, "sleef_u10_avx2", peers::SleefLog10U10Avx2, kAvx2);
+OXL_BENCH(kSLog10, "sleef_u10_avx512", peers::SleefLog10U10Avx512, kAvx512);
+OXL_BENCH(kSLog10, "std_loop", peers::StdLog10);
+
+OXL_BENCH_LEVELS(kDLog1p, d, Log1p);
+OXL_BENCH(kDLog1p, "libmvec_avx2", peers::LibmvecLog1pAvx2, kAvx2);
+OXL_BENCH(kDLog1p, "libmvec_avx512", peers::LibmvecLog1pAvx512, kAvx512);
+OXL_BENCH(kDLog1p, "sleef_u10_avx2", peers::SleefLog1pU10Avx2, kAvx2);
+OXL_BENCH(kDLog1p, "sleef_u10_avx512", peers::SleefLog1pU10Avx512, kAvx512);
+OXL_BENCH(kDLog1p, "std_loop", peers::StdLog1p);
+
+OXL_BENCH_LEVELS(kSLog1p, s, Log1p);
+OXL_BENCH(kSLog1p, "libmvec_avx2", peers::LibmvecLog1pAvx2, kAvx2);
+OXL_BENCH(kSLog1p, "libmvec_avx512", peers::LibmvecLog1pAvx512, kAvx512);
+OXL_BENCH(kSLog1p, "sleef_u10_avx2", peers::SleefLog1pU10Avx2, kAvx2);
+OXL_BENCH(kSLog1p, "sleef_u10_avx512", peers::SleefLog1pU10Avx512, kAvx512);
+OXL_BENCH(kSLog1p, "std_loop", peers::StdLog1p);
 
 OXL_BENCH(kSAdd, "oxl_HA", oxl_vek_kernel_sAdd_B3HAynn);
 OXL_BENCH(kSAdd, "avx2_loop", peers::Avx2Add, kAvx2);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "oxl/platform.h"
+#include "simd/targets.h"
 #include "support/inputs.h"
 #include "support/peers.h"
 
@@ -129,18 +130,28 @@ void AddFunction(const FunctionInfo& info) {
   reg.functions.push_back(info);
 }
 
+bool TargetAvailable(int64_t target) {
+  const std::vector<int64_t> targets = simd::AvailableTargets();
+  return std::find(targets.begin(), targets.end(), target) != targets.end();
+}
+
 template <class T, class Kernel>
-void AddCase(const FunctionInfo& info, const char* contestant, Kernel kernel, uint64_t features) {
+void AddCase(const FunctionInfo& info, const char* contestant, Kernel kernel, uint64_t features,
+             int64_t target = 0) {
   AddFunction(info);
   if (features != 0 && !oxl_dft_pvk_has_features(features)) return;
+  if (target != 0 && !TargetAvailable(target)) return;
   for (const Case& c : TheRegistry().cases) {
     if (c.function == info.name && c.contestant == contestant) {
       Fail("contestant " + info.name + "/" + contestant + " registered twice");
     }
   }
   TheRegistry().cases.push_back(
-      {info.name, contestant, [kernel](benchmark::State& state, const FunctionInfo& f, int64_t n) {
+      {info.name, contestant,
+       [kernel, target](benchmark::State& state, const FunctionInfo& f, int64_t n) {
+         if (target != 0) simd::ForceTarget(target);
          Run<T>(state, f, n, kernel);
+         if (target != 0) simd::ForceTarget(0);
        }});
 }
 
@@ -242,9 +253,9 @@ int64_t ElementCount(Size size, int bytes_per_element) {
 
 template <class T>
 bool Add(const UnaryFunction<T>& fn, const char* contestant,
-         std::type_identity_t<UnaryKernel<T>> kernel, uint64_t features) {
+         std::type_identity_t<UnaryKernel<T>> kernel, uint64_t features, int64_t target) {
   const Shape shape{sizeof(T), 1};
-  AddCase<T>(FunctionInfo{fn.name, shape, {fn.a}, false}, contestant, kernel, features);
+  AddCase<T>(FunctionInfo{fn.name, shape, {fn.a}, false}, contestant, kernel, features, target);
   AddBound<T>(shape);
   return true;
 }
@@ -258,8 +269,10 @@ bool Add(const BinaryFunction<T>& fn, const char* contestant,
   return true;
 }
 
-template bool Add<float>(const UnaryFunction<float>&, const char*, UnaryKernel<float>, uint64_t);
-template bool Add<double>(const UnaryFunction<double>&, const char*, UnaryKernel<double>, uint64_t);
+template bool Add<float>(const UnaryFunction<float>&, const char*, UnaryKernel<float>, uint64_t,
+                         int64_t);
+template bool Add<double>(const UnaryFunction<double>&, const char*, UnaryKernel<double>, uint64_t,
+                          int64_t);
 template bool Add<float>(const BinaryFunction<float>&, const char*, BinaryKernel<float>, uint64_t);
 template bool Add<double>(const BinaryFunction<double>&, const char*, BinaryKernel<double>,
                           uint64_t);
