@@ -100,7 +100,18 @@ void LogTables(FILE* out, const char* type, const std::string& name, int grid) {
     mpfr_sub(rest.get(), exact.get(), rest.get(), MPFR_RNDN);
     lo.push_back(Round<float>(rest.get()));
   }
-  Array(out, type, name + "Hi", hi);
+  if constexpr (sizeof(T) == 4) {
+    Array(out, "float", name + "Hi", hi);
+  } else {
+    // Hi as the sum of two floats: the nearest float and the rest, exact in a float.
+    std::vector<float> first, second;
+    for (const double h : hi) {
+      first.push_back(static_cast<float>(h));
+      second.push_back(static_cast<float>(h - static_cast<double>(first.back())));
+    }
+    Array(out, "float", name + "HiFirst", first);
+    Array(out, "float", name + "HiSecond", second);
+  }
   Array(out, "float", name + "Lo", lo);
   if constexpr (sizeof(T) == 4) Array(out, "float", name, one);
 }

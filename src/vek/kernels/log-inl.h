@@ -51,17 +51,6 @@ namespace log_detail {
 using simd::MantissaInterval;
 using simd::MantissaSign;
 
-// The float entries of a table as doubles, for the double kernels.
-template <const float* kValues>
-struct Widened {
-  static constexpr std::array<double, 16> Make() {
-    std::array<double, 16> out{};
-    for (size_t i = 0; i < 16; ++i) out[i] = kValues[i];
-    return out;
-  }
-  alignas(64) static constexpr std::array<double, 16> kTable = Make();
-};
-
 template <class T>
 struct Consts;
 
@@ -73,7 +62,6 @@ struct Consts<float> {
   static constexpr float kLog10Of2 = 0x1.344136p-2f;    // 0x3E9A209B
   static constexpr float kLog10OfEHi = 0x1.bcb7b2p-2f;  // 0x3EDE5BD9
   static constexpr float kLog10OfELo = -0x1.5b235ep-27f;
-  static constexpr const float* kReciprocal = vek::log_tables::kLnRcp;
   static constexpr const float* kHi = vek::log_tables::kLnFHi;
   static constexpr const float* kLo = vek::log_tables::kLnFLo;
   static constexpr const float* kOnePart = vek::log_tables::kLnF;
@@ -86,11 +74,12 @@ struct Consts<double> {
   static constexpr double kLn2 = 0x1.62e42fefa39efp-1;
   static constexpr double kLog10OfEHi = 0x1.bcb7b1526e50ep-2;
   static constexpr double kLog10OfELo = 0x1.95355baaafad3p-57;
-  static constexpr const double* kReciprocal = Widened<vek::log_tables::kLnRcp>::kTable.data();
-  static constexpr const double* kHi = vek::log_tables::kLnDHi;
-  static constexpr const double* kLo = Widened<vek::log_tables::kLnDLo>::kTable.data();
-  // The double kernels have no one-part table: Hi holds 40 bits, enough for EP.
-  static constexpr const double* kOnePart = vek::log_tables::kLnDHi;
+  // Hi is the sum of two float tables. There is no one-part table: Hi holds 40 bits, enough for
+  // EP.
+  static constexpr const float* kHi = vek::log_tables::kLnDHiFirst;
+  static constexpr const float* kHiSecond = vek::log_tables::kLnDHiSecond;
+  static constexpr const float* kLo = vek::log_tables::kLnDLo;
+  static constexpr const float* kOnePart = vek::log_tables::kLnDHiFirst;
 };
 
 // ln(1 + r) - r, the polynomial part of each level, r^2 q(r), for |r| <= 2^-5.
@@ -147,10 +136,10 @@ struct Split {
   hn::VFromD<hn::RebindToUnsigned<D>> biased;  // the power of two of m in [A, 2A), plus the bias
 };
 
-// For positive normal v, by integer arithmetic: bits(v) - bits(A) holds e above the mantissa
-// bits (two's complement) and the interval in the four bits below.
-template <class D>
-HWY_INLINE Split<D> SplitOf(D d, hn::VFromD<D> v) {
+// For positive normal v, by integer arithmetic: bits(v) - bits(A) (A = `lower`) holds e above the
+// mantissa bits (two's complement) and the interval in the four bits below.
+template <bool kFold = true, class D>
+HWY_INLINE Split<D> SplitOf(D d, hn::VFromD<D> v, hn::TFromD<D> lower = hn::TFromD<D>(1 - 0x1p-6)) {
   using T = hn::TFromD<D>;
   using F = simd::FloatBits<T>;
   using U = typename F::Bits;
@@ -158,13 +147,13 @@ HWY_INLINE Split<D> SplitOf(D d, hn::VFromD<D> v) {
   constexpr T kShift = simd::Pow2<T>(kM);  // 2^M + n has the bits of 2^M with n added, n < 2^M
   const hn::RebindToUnsigned<D> du;
   const auto bits = hn::BitCast(du, v);
-  const auto rel = hn::Sub(bits, hn::Set(du, simd::ToBits(T(1) - T(0x1p-6))));
+  const auto rel = hn::Sub(bits, hn::Set(du, simd::ToBits(lower)));
   Split<D> out;
   out.biased = hn::ShiftRight<kM>(hn::Add(rel, hn::Set(du, U{F::kBias} << kM)));
   // The upper eight intervals count one more power of two (their entries hold -ln(2c)): adding
   // half the mantissa range carries into the exponent exactly there.
-  const auto folded =
-      hn::ShiftRight<kM>(hn::Add(rel, hn::Set(du, (U{F::kBias} << kM) + (U{1} << (kM - 1)))));
+  constexpr U kHalf = kFold ? U{1} << (kM - 1) : 0;
+  const auto folded = hn::ShiftRight<kM>(hn::Add(rel, hn::Set(du, (U{F::kBias} << kM) + kHalf)));
   const auto shifted = hn::Or(folded, hn::Set(du, simd::ToBits(kShift)));
   out.e = hn::Sub(hn::BitCast(d, shifted), hn::Set(d, kShift + T(F::kBias)));
   out.m = hn::BitCast(d, hn::Sub(bits, hn::AndNot(hn::Set(du, simd::kMantissaMask<T>), rel)));
@@ -172,13 +161,47 @@ HWY_INLINE Split<D> SplitOf(D d, hn::VFromD<D> v) {
   return out;
 }
 
+// Lanes of positive normal numbers, one unsigned compare: bits(v) - bits(min) below
+// bits(inf) - bits(min).
+template <class D>
+HWY_INLINE hn::Mask<D> PositiveNormal(D d, hn::VFromD<D> v) {
+  using T = hn::TFromD<D>;
+  using U = simd::BitsOf<T>;
+  constexpr U kMin = simd::ToBits(std::numeric_limits<T>::min());
+  const hn::RebindToUnsigned<D> du;
+  return hn::RebindMask(d, hn::Lt(hn::Sub(hn::BitCast(du, v), hn::Set(du, kMin)),
+                                  hn::Set(du, U{simd::kExponentMask<T> - kMin})));
+}
+
 template <class T, LogLevel kLevel>
 struct RcpTables {
   using D = hn::ScalableTag<T>;
   static constexpr bool kTwoPart = kLevel != LogLevel::kEP || sizeof(T) == 8;
-  RegisterTable<D, 16> reciprocal = LoadTable<16>(D(), Consts<T>::kReciprocal);
-  RegisterTable<D, 16> hi = LoadTable<16>(D(), kTwoPart ? Consts<T>::kHi : Consts<T>::kOnePart);
-  RegisterTable<D, 16> lo = LoadTable<16>(D(), Consts<T>::kLo);
+  FloatTable<D> reciprocal = LoadFloatTable(D(), vek::log_tables::kLnRcp);
+  FloatTable<D> hi = LoadFloatTable(D(), kTwoPart ? Consts<T>::kHi : Consts<T>::kOnePart);
+  struct None {};
+  [[no_unique_address]] std::conditional_t<sizeof(T) == 8, FloatTable<D>, None> hi_second =
+      Second();
+  FloatTable<D> lo = LoadFloatTable(D(), Consts<T>::kLo);
+
+  static auto Second() {
+    if constexpr (sizeof(T) == 8) {
+      return LoadFloatTable(D(), Consts<double>::kHiSecond);
+    } else {
+      return None{};
+    }
+  }
+
+  // -ln c, its high part.
+  template <class VI>
+  HWY_INLINE hn::VFromD<D> High(D d, VI index) const {
+    const auto first = Lookup(d, hi, index);
+    if constexpr (sizeof(T) == 4) {
+      return first;
+    } else {
+      return hn::Add(first, Lookup(d, hi_second, index));  // exact: Hi has 40 bits
+    }
+  }
 };
 
 // A result and the signal: NaN exactly in the lanes for the rare routine.
@@ -197,7 +220,6 @@ HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const
                                   hn::VFromD<D> lo) {
   using C = Consts<T>;
   using F = simd::FloatBits<T>;
-  const hn::RebindToUnsigned<D> du;
   const hn::RebindToSigned<D> di;
   const auto one = hn::Set(d, T(1));
   const auto c = Lookup(d, tables.reciprocal, split.index);
@@ -211,7 +233,7 @@ HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const
         d, hn::ShiftLeft<F::kMantissaBits>(hn::Sub(hn::Set(di, S{2 * F::kBias}), biased)));
     lo_over_v = hn::Mul(hn::Mul(lo, scale), c);
   }
-  const auto t_hi = Lookup(d, tables.hi, split.index);
+  const auto t_hi = tables.High(d, split.index);
   if constexpr (kLevel == LogLevel::kHA) {
     // r = m c - 1 as the pair (r, r_lo): m c = h + (m c - h) exactly, and h - 1 is exact.
     // r = m c - 1 as a pair: m c = h + (m c - h) exactly, and h - 1 is exact. h - 1 keeps only
@@ -275,8 +297,6 @@ struct LogRcpBody : UnaryRealBody<T> {
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
     using simd::MantissaInterval;
     using simd::MantissaSign;
-    using U = simd::BitsOf<T>;
-    const hn::RebindToUnsigned<D> du;
     const auto x = in[0];
     const auto zero = hn::Zero(d);
     // Log1p takes the logarithm of v = 1 + x, whose rounding error lo is exact (the larger
@@ -289,10 +309,7 @@ struct LogRcpBody : UnaryRealBody<T> {
       v = hn::Add(one, x);
       lo = hn::Sub(hn::Min(x, one), hn::Sub(v, hn::Max(x, one)));
     }
-    // Positive normal v, one unsigned compare: bits(v) - bits(min) below bits(inf) - bits(min).
-    constexpr U kMin = simd::ToBits(std::numeric_limits<T>::min());
-    const auto fast = hn::RebindMask(d, hn::Lt(hn::Sub(hn::BitCast(du, v), hn::Set(du, kMin)),
-                                               hn::Set(du, U{simd::kExponentMask<T> - kMin})));
+    const auto fast = log_detail::PositiveNormal(d, v);
     auto result = log_detail::Evaluate<T, kFunc>(d, tables, log_detail::SplitOf(d, v), lo);
     rare[0] = hn::MaskFromVec(zero);
     if (!hn::AllTrue(d, fast)) [[unlikely]] {
@@ -335,9 +352,20 @@ struct LogIntervalBody : UnaryRealBody<float> {
     using log_detail::MantissaInterval;
     using log_detail::MantissaSign;
     const auto x = in[0];
-    const auto m =
-        GetMant<MantissaInterval::kThreeQuartersToThreeHalves, MantissaSign::kNaNIfNegative>(d, x);
-    const auto e = hn::Sub(GetExp(d, x), GetExp(d, m));
+    // x = 2^e m, m in [3/4, 3/2): by integer arithmetic for positive normal x, and for the
+    // others (blocks holding them only) by the exponent and mantissa helpers, which also give
+    // the denormals and make e infinite or NaN where the rare routine must decide.
+    const auto fast = log_detail::PositiveNormal(d, x);
+    const auto split = log_detail::SplitOf<false>(d, x, 0.75f);
+    auto m = split.m;
+    auto e = split.e;
+    if (!hn::AllTrue(d, fast)) [[unlikely]] {
+      const auto m2 =
+          GetMant<MantissaInterval::kThreeQuartersToThreeHalves, MantissaSign::kNaNIfNegative>(d,
+                                                                                               x);
+      m = hn::IfThenElse(fast, m, m2);
+      e = hn::IfThenElse(fast, e, hn::Sub(GetExp(d, x), GetExp(d, m2)));
+    }
     const auto r = hn::Sub(m, hn::Set(d, 1.0f));
     // The four leading fraction bits of m pick the interval; Lookup reads the low four.
     const auto index = hn::ShiftRight<19>(hn::BitCast(hn::RebindToUnsigned<DD>(), m));
