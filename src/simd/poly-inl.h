@@ -9,6 +9,10 @@
 #define OXL_SIMD_POLY_INL_H_
 #endif
 
+#include <array>
+#include <cstddef>
+#include <utility>
+
 #include <hwy/highway.h>
 
 #include "simd/fma-inl.h"
@@ -28,29 +32,32 @@ HWY_API V Horner(D d, V x, hn::TFromD<D> c0, T... rest) {
   }
 }
 
+namespace simd_detail {
+
+// Estrin's step over vector coefficients c (ascending) in y: pairs c_2k + c_2k+1 y, then the
+// polynomial of the pairs in y^2. Unrolled at compile time, so every pair is its own operation.
+template <class D, class V, size_t N, size_t... K>
+HWY_INLINE V EstrinPairs(D d, V y, V y2, const std::array<V, N>& c, std::index_sequence<K...>) {
+  const std::array<V, (N + 1) / 2> pairs = {
+      (2 * K + 1 < N ? Fma(d, c[(2 * K + 1) % N], y, c[2 * K]) : c[2 * K])...};
+  if constexpr (pairs.size() == 1) {
+    return pairs[0];
+  } else {
+    return EstrinPairs(d, y2, hn::Mul(y2, y2), pairs,
+                       std::make_index_sequence<(pairs.size() + 1) / 2>());
+  }
+}
+
+}  // namespace simd_detail
+
 // The same polynomial by Estrin's scheme: pairs c_2k + c_2k+1 x, then pairs of pairs with x^2,
 // x^4, ...; a chain of about log2 of the degree, for kernels bound by latency. x2 is x * x.
 template <class D, class V = hn::VFromD<D>, class... T>
 HWY_API V Estrin(D d, V x, V x2, hn::TFromD<D> c0, T... rest) {
   using L = hn::TFromD<D>;
   constexpr size_t kTerms = sizeof...(rest) + 1;
-  const L c[kTerms] = {c0, static_cast<L>(rest)...};
-  V level[(kTerms + 1) / 2];
-  size_t count = 0;
-  for (size_t k = 0; k < kTerms; k += 2) {
-    level[count++] =
-        k + 1 < kTerms ? Fma(d, hn::Set(d, c[k + 1]), x, hn::Set(d, c[k])) : hn::Set(d, c[k]);
-  }
-  V power = x2;
-  while (count > 1) {
-    size_t next = 0;
-    for (size_t k = 0; k < count; k += 2) {
-      level[next++] = k + 1 < count ? Fma(d, level[k + 1], power, level[k]) : level[k];
-    }
-    count = next;
-    if (count > 1) power = hn::Mul(power, power);
-  }
-  return level[0];
+  const std::array<V, kTerms> c = {hn::Set(d, c0), hn::Set(d, static_cast<L>(rest))...};
+  return simd_detail::EstrinPairs(d, x, x2, c, std::make_index_sequence<(kTerms + 1) / 2>());
 }
 
 }  // namespace HWY_NAMESPACE

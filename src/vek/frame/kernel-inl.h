@@ -147,6 +147,9 @@ class Kernel {
     } else {
       M rare[kSteps][kMasks];
       M any = hn::MaskFromVec(hn::Zero(d));
+      // Unrolled, so that the steps' chains interleave: a long body otherwise stays a loop over
+      // the steps, one chain after the other (1.2x to 1.3x on the float logarithms).
+#pragma GCC unroll 16
       for (size_t s = 0; s < kSteps; ++s) {
         body(d, x[s], y[s], rare[s]);
         for (size_t m = 0; m < kMasks; ++m) any = hn::Or(any, rare[s][m]);
