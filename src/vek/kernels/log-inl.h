@@ -6,10 +6,12 @@
 // [A, 1 + 2^-5), around 1, the others have width 1/16. With c the reciprocal of the interval's
 // midpoint (1 for interval 0) and r = m c - 1, |r| <= 2^-5 and
 //   ln v = k ln 2 - ln c + ln(1 + r),
-// -ln c from a table in registers, ln(1 + r) a short polynomial. Near 1 the result is r and the
-// polynomial alone, with nothing to cancel. HA kernels carry r exactly as a pair (m c is a
-// product of two floats), and k ln 2 - ln c in two parts with k ln2hi + T_hi exact, and sum
-// them to twice the precision. LA and EP round once per step.
+// -ln c from a table in registers, ln(1 + r) a short polynomial. The upper eight intervals hold
+// -ln(2c) and count k one larger, so that no entry comes near ln 2: a v just below a power of two
+// does not cancel its entry against k ln 2, and near 1 the result is r and the polynomial alone.
+// HA kernels carry r exactly as a pair (m c is a product of two floats), and k ln 2 - ln c in two
+// parts with k ln2hi + T_hi exact, and sum them to twice the precision. LA rounds once per step
+// with the same two-part terms, EP with one-part terms and a shorter polynomial.
 //
 // The fast path holds for positive normal v, tested on its bits. Blocks holding other values
 // run a second pass over the mantissa of v in [1, 2) and the exponent of v, which serves the
@@ -79,7 +81,6 @@ struct Consts<double> {
   static constexpr const float* kHi = vek::log_tables::kLnDHiFirst;
   static constexpr const float* kHiSecond = vek::log_tables::kLnDHiSecond;
   static constexpr const float* kLo = vek::log_tables::kLnDLo;
-  static constexpr const float* kOnePart = vek::log_tables::kLnDHiFirst;
 };
 
 // ln(1 + r) - r, the polynomial part of each level, r^2 q(r), for |r| <= 2^-5.
@@ -176,13 +177,21 @@ HWY_INLINE hn::Mask<D> PositiveNormal(D d, hn::VFromD<D> v) {
 template <class T, LogLevel kLevel>
 struct RcpTables {
   using D = hn::ScalableTag<T>;
-  static constexpr bool kTwoPart = kLevel != LogLevel::kEP || sizeof(T) == 8;
   FloatTable<D> reciprocal = LoadFloatTable(D(), vek::log_tables::kLnRcp);
-  FloatTable<D> hi = LoadFloatTable(D(), kTwoPart ? Consts<T>::kHi : Consts<T>::kOnePart);
+  FloatTable<D> hi = LoadFloatTable(D(), HighTable());
   struct None {};
   [[no_unique_address]] std::conditional_t<sizeof(T) == 8, FloatTable<D>, None> hi_second =
       Second();
   FloatTable<D> lo = LoadFloatTable(D(), Consts<T>::kLo);
+
+  // Float EP has the one-part table; every other kernel the high part of two.
+  static constexpr const float* HighTable() {
+    if constexpr (sizeof(T) == 4 && kLevel == LogLevel::kEP) {
+      return Consts<float>::kOnePart;
+    } else {
+      return Consts<T>::kHi;
+    }
+  }
 
   static auto Second() {
     if constexpr (sizeof(T) == 8) {
@@ -203,6 +212,19 @@ struct RcpTables {
     }
   }
 };
+
+// The tail at r. Log1p meets r as small as x itself, whose powers would be denormals, and
+// arithmetic on denormals is slow; below 2^-40 (2^-100) the tail is far below the last place of
+// r, and is taken at 0. Elsewhere |r| is 0 or above 2^-48 (2^-104), being a difference of
+// products of floats (doubles) on the grid of m c.
+template <class T, LogFunction kFunc, LogLevel kLevel, class D>
+HWY_INLINE hn::VFromD<D> TailOf(D d, hn::VFromD<D> r) {
+  if constexpr (kFunc == LogFunction::kLog1p) {
+    const T tiny = sizeof(T) == 4 ? T(0x1p-40) : T(0x1p-100);
+    r = hn::IfThenZeroElse(hn::Lt(hn::Abs(r), hn::Set(d, tiny)), r);
+  }
+  return Tail<T, kLevel>::Of(d, r, hn::Mul(r, r));
+}
 
 // A result and the signal: NaN exactly in the lanes for the rare routine.
 template <class D>
@@ -226,11 +248,16 @@ HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const
   auto lo_over_v = hn::Zero(d);
   if constexpr (kFunc == LogFunction::kLog1p) {
     // lo / v = lo c 2^-e / (1 + r), close enough: lo is below half an ulp of v. 2^-e from the
-    // biased exponent, clamped where v is so large that lo / v is nothing beside ln v.
+    // biased exponent; beyond 2^64 (2^512) lo / v is far below the last place of ln v and counts
+    // as 0, since lo c 2^-e would leave the normal range there (lo is up to 1), and arithmetic on
+    // denormals is slow.
     using S = hn::TFromD<decltype(di)>;
-    const auto biased = hn::Min(hn::BitCast(di, split.biased), hn::Set(di, S{2 * F::kBias - 1}));
-    const auto scale = hn::BitCast(
-        d, hn::ShiftLeft<F::kMantissaBits>(hn::Sub(hn::Set(di, S{2 * F::kBias}), biased)));
+    constexpr S kCut = sizeof(T) == 4 ? 64 : 512;
+    const auto biased = hn::BitCast(di, split.biased);
+    const auto scale = hn::IfThenElseZero(
+        hn::RebindMask(d, hn::Lt(biased, hn::Set(di, S{F::kBias + kCut + 1}))),
+        hn::BitCast(
+            d, hn::ShiftLeft<F::kMantissaBits>(hn::Sub(hn::Set(di, S{2 * F::kBias}), biased))));
     lo_over_v = hn::Mul(hn::Mul(lo, scale), c);
   }
   const auto t_hi = tables.High(d, split.index);
@@ -253,7 +280,7 @@ HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const
     const auto low =
         hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2Lo), Lookup(d, tables.lo, split.index)),
                 hn::Add(t, r_lo));
-    const auto lo_sum = hn::Add(low, Tail<T, kLevel>::Of(d, r, hn::Mul(r, r)));
+    const auto lo_sum = hn::Add(low, TailOf<T, kFunc, kLevel>(d, r));
     if constexpr (kFunc != LogFunction::kLog10) {
       return hn::Add(s, lo_sum);
     } else {
@@ -265,7 +292,7 @@ HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const
     }
   } else {
     const auto r = hn::Add(Fma(d, split.m, c, hn::Neg(one)), lo_over_v);
-    auto p = Tail<T, kLevel>::Of(d, r, hn::Mul(r, r));
+    auto p = TailOf<T, kFunc, kLevel>(d, r);
     hn::VFromD<D> q;
     if constexpr (kLevel == LogLevel::kLA) {
       // Two-part e ln 2 and table as at HA, without the two-sum.
