@@ -226,13 +226,6 @@ HWY_INLINE hn::VFromD<D> TailOf(D d, hn::VFromD<D> r) {
   return Tail<T, kLevel>::Of(d, r, hn::Mul(r, r));
 }
 
-// A result and the signal: NaN exactly in the lanes for the rare routine.
-template <class D>
-struct Value {
-  hn::VFromD<D> result;
-  hn::VFromD<D> signal;
-};
-
 // ln(v) (log10) for v = 2^split.e split.m, with lo an addend to v (Log1p's rounding error of
 // 1 + x, zero otherwise) that enters as lo / v. The fast two-sums below need the larger term
 // first; where r_rough is 0 or far from the low parts that holds, and elsewhere the entry
@@ -262,14 +255,14 @@ HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const
   }
   const auto t_hi = tables.High(d, split.index);
   if constexpr (kLevel == LogLevel::kHA) {
-    // r = m c - 1 as the pair (r, r_lo): m c = h + (m c - h) exactly, and h - 1 is exact.
     // r = m c - 1 as a pair: m c = h + (m c - h) exactly, and h - 1 is exact. h - 1 keeps only
     // the bits of h below 1, so the pair is renormalised: the polynomial must see r to the
     // type's full precision (its slope is r, which would carry the low part's loss into the
     // result). The low part includes lo / v, which for Log1p of a tiny x is all of r.
     const auto h = hn::Mul(split.m, c);
     const auto r_rough = hn::Sub(h, one);
-    const auto rough_lo = hn::Add(Fms(d, split.m, c, h), lo_over_v);
+    auto rough_lo = Fms(d, split.m, c, h);
+    if constexpr (kFunc == LogFunction::kLog1p) rough_lo = hn::Add(rough_lo, lo_over_v);
     const auto r = hn::Add(r_rough, rough_lo);
     const auto r_lo = hn::Sub(rough_lo, hn::Sub(r, r_rough));
     // big + r to twice the precision by the fast two-sum: |big| >= |r| wherever big is not 0
@@ -291,7 +284,8 @@ HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const
       return hn::Add(hi, Fma(d, lo_sum, lg_hi, Fma(d, s, hn::Set(d, C::kLog10OfELo), err)));
     }
   } else {
-    const auto r = hn::Add(Fma(d, split.m, c, hn::Neg(one)), lo_over_v);
+    auto r = Fma(d, split.m, c, hn::Neg(one));
+    if constexpr (kFunc == LogFunction::kLog1p) r = hn::Add(r, lo_over_v);
     auto p = TailOf<T, kFunc, kLevel>(d, r);
     hn::VFromD<D> q;
     if constexpr (kLevel == LogLevel::kLA) {
