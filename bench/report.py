@@ -147,7 +147,11 @@ def comparison_row(results, comparison, verdicts):
     if not ran:
         if limit is not None:
             verdicts.pending += 1
-        target = (target + "; " if target else "") + "arrives with its kernel"
+        kernel_ran = any(results.time(comparison["function"], comparison["oxl"], size) is not None
+                         for size in SIZES)
+        # A kernel that ran against peers that did not: they need features this machine lacks.
+        why = "peers not run on this machine" if kernel_ran else "arrives with its kernel"
+        target = (target + "; " if target else "") + why
     peers = ", ".join(comparison["peers"])
     return f"| {comparison['oxl']} | {peers} | " + " | ".join(cells) + f" | {target} |"
 
