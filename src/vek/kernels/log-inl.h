@@ -58,11 +58,15 @@ struct Consts;
 
 template <>
 struct Consts<float> {
-  static constexpr float kLn2Hi = 0x1.62e4p-1f;         // 0x3F317200: e ln2hi exact for |e| < 2^8
-  static constexpr float kLn2Lo = 0x1.7f7d1cp-20f;      // 0x35BFBE8E
-  static constexpr float kLn2 = 0x1.62e430p-1f;         // 0x3F317218
-  static constexpr float kLog10Of2 = 0x1.344136p-2f;    // 0x3E9A209B
-  static constexpr float kLog10OfEHi = 0x1.bcb7b2p-2f;  // 0x3EDE5BD9
+  static constexpr float kLn2Hi = 0x1.62e4p-1f;       // 0x3F317200: e ln2hi exact for |e| < 2^8
+  static constexpr float kLn2Lo = 0x1.7f7d1cp-20f;    // 0x35BFBE8E
+  static constexpr float kLn2 = 0x1.62e430p-1f;       // 0x3F317218
+  static constexpr float kLog10Of2 = 0x1.344136p-2f;  // 0x3E9A209B
+  // log10(2) in two parts, e log10(2)hi exact for |e| < 2^12: below 3/4 the result cancels
+  // against e log10(2), whose rounding would cost two ulp there.
+  static constexpr float kLog10Of2Hi = 0x1.344p-2f;      // 0x3E9A2000
+  static constexpr float kLog10Of2Lo = 0x1.3509f8p-18f;  // 0x369A84FC
+  static constexpr float kLog10OfEHi = 0x1.bcb7b2p-2f;   // 0x3EDE5BD9
   static constexpr float kLog10OfELo = -0x1.5b235ep-27f;
   static constexpr const float* kHi = vek::log_tables::kLnFHi;
   static constexpr const float* kLo = vek::log_tables::kLnFLo;
@@ -392,12 +396,16 @@ struct LogIntervalBody : UnaryRealBody<float> {
     const auto index = hn::ShiftRight<19>(hn::BitCast(hn::RebindToUnsigned<DD>(), m));
     auto p = Lookup(d, rows.row[kDegree], index);
     for (int k = kDegree - 1; k >= 0; --k) p = Fma(d, p, r, Lookup(d, rows.row[k], index));
-    const float scale = kFunc == LogFunction::kLn ? log_detail::Consts<float>::kLn2
-                                                  : log_detail::Consts<float>::kLog10Of2;
+    using C = log_detail::Consts<float>;
+    constexpr bool kTwoPart = kFunc == LogFunction::kLog10 && kLevel == LogLevel::kLA;
+    const float scale = kFunc == LogFunction::kLn ? C::kLn2
+                        : kTwoPart                ? C::kLog10Of2Hi
+                                                  : C::kLog10Of2;
     const auto q = hn::Mul(e, hn::Set(d, scale));
     // q - q is NaN where e is not finite: zeros, infinities, NaNs, and negative x (m is a NaN).
     rare[0] = hn::IsNaN(hn::Sub(q, q));
     out[0] = Fma(d, p, r, q);
+    if constexpr (kTwoPart) out[0] = Fma(d, e, hn::Set(d, C::kLog10Of2Lo), out[0]);
   }
 
   static int32_t Rare(const float* a, float* r) { return vek::LogRare<kFunc>(a, r); }
