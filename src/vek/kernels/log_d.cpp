@@ -1,8 +1,10 @@
 // Ln, Log10 and Log1p kernels of double arrays, one per accuracy level. Measured against MPFR over
 // every binade, around 1 and the table's interval ends (functions_accuracy_test): dLn HA 0.54 ulp,
 // LA 1.03 ulp, EP 31 bits; dLog10 HA 0.53 ulp, LA 1.58 ulp, EP 31 bits; dLog1p HA 0.58 ulp,
-// LA 1.0 ulp, EP 31 bits. Every finite positive x (x > -1 for Log1p) on the fast path or its
-// second pass; zeros, negatives, infinities and NaNs through the rare routines.
+// LA 1.0 ulp, EP 31 bits. Over 2^23 random doubles each of [1/16, 16), of 1 + 2^-40..2^0 and
+// of all positive bit patterns, against long double: HA at most 0.63 ulp, LA 2.48 ulp. Every
+// finite positive x (x > -1 for Log1p) on the fast path or its second pass; zeros, negatives,
+// infinities and NaNs through the rare routines.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/log_d.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
