@@ -69,24 +69,33 @@ class Results:
         return [f for f in listed if f in ran] + [f for f in ran if f not in listed]
 
 
-def resolve_peer(results, function, peer):
-    """(function, contestant) that a peer entry of a comparison names."""
+# SIMD widths, widest first: the oxl kernels run pinned to each, and each compares with the peers'
+# entries of its own width.
+WIDTHS = ("avx512", "avx2")
+
+
+def resolve_peer(results, function, peer, width):
+    """(function, contestant) that a peer entry of a comparison names at `width`: a name with a
+    contestant of that width ("libmvec" -> "libmvec_avx2") stands for it."""
     if peer == "bound":
         return results.functions.get(function, {}).get("bound", ""), "copy"
     if "/" in peer:
-        return tuple(peer.split("/", 1))
+        function, peer = peer.split("/", 1)
+    if f"{peer}_{width}" in results.contestants.get(function, []):
+        return function, f"{peer}_{width}"
     return function, peer
 
 
-def evaluate(results, comparison, size):
+def evaluate(results, comparison, size, width):
     """(ratio, name of the fastest peer) or None when the kernel or every peer is missing."""
     function = comparison["function"]
-    mine = results.time(function, comparison["oxl"], size)
+    mine = results.time(*resolve_peer(results, function, comparison["oxl"], width), size)
     best = None
     for peer in comparison["peers"]:
-        t = results.time(*resolve_peer(results, function, peer), size)
+        name = resolve_peer(results, function, peer, width)
+        t = results.time(*name, size)
         if t is not None and (best is None or t < best[0]):
-            best = (t, peer)
+            best = (t, name[1] if name[0] == function else "/".join(name))
     if mine is None or best is None:
         return None
     return mine / best[0], best[1]
@@ -122,13 +131,21 @@ class Verdicts:
         self.met = self.missed = self.pending = 0
 
 
-def comparison_row(results, comparison, verdicts):
+def comparison_rows(results, comparison, verdicts):
+    """One row per width whose oxl kernel ran; one pending row when none did."""
+    function = comparison["function"]
+    widths = [w for w in WIDTHS
+              if resolve_peer(results, function, comparison["oxl"], w)[1].endswith("_" + w)]
+    return [comparison_row(results, comparison, verdicts, w) for w in widths or WIDTHS[:1]]
+
+
+def comparison_row(results, comparison, verdicts, width):
     limit = comparison.get("limit")
     limited = comparison.get("sizes", list(SIZES))
     cells = []
     ran = False
     for size in SIZES:
-        outcome = evaluate(results, comparison, size)
+        outcome = evaluate(results, comparison, size, width)
         if outcome is None:
             cells.append("–")
             continue
@@ -147,13 +164,10 @@ def comparison_row(results, comparison, verdicts):
     if not ran:
         if limit is not None:
             verdicts.pending += 1
-        kernel_ran = any(results.time(comparison["function"], comparison["oxl"], size) is not None
-                         for size in SIZES)
-        # A kernel that ran against peers that did not: they need features this machine lacks.
-        why = "peers not run on this machine" if kernel_ran else "arrives with its kernel"
-        target = (target + "; " if target else "") + why
+        target = (target + "; " if target else "") + "arrives with its kernel"
     peers = ", ".join(comparison["peers"])
-    return f"| {comparison['oxl']} | {peers} | " + " | ".join(cells) + f" | {target} |"
+    return (f"| {comparison['oxl']} | {width} | {peers} | " + " | ".join(cells)
+            + f" | {target} |")
 
 
 def function_section(results, config, function, verdicts):
@@ -194,10 +208,11 @@ def function_section(results, config, function, verdicts):
         if not any(c.startswith("oxl_") for c in contestants):
             lines += ["oxl rows arrive with their kernels; until then these comparisons are "
                       "pending.", ""]
-        lines += ["| oxl | against the fastest of | "
+        lines += ["| oxl | width | against the fastest of | "
                   + " | ".join(f"{s} ratio" for s in SIZES) + " | target |",
-                  "|---|---|" + "---:|" * len(SIZES) + "---|"]
-        lines += [comparison_row(results, c, verdicts) for c in comparisons]
+                  "|---|---|---|" + "---:|" * len(SIZES) + "---|"]
+        for c in comparisons:
+            lines += comparison_rows(results, c, verdicts)
         lines.append("")
     return lines
 
@@ -229,8 +244,9 @@ def header(results, config, method, verdicts):
         "do not edit by hand. `scripts/bench.sh` builds the binaries and runs it again.",
         "",
         f"- Machine: {ctx.get('oxl.cpu_model', 'unknown CPU')}, {ctx.get('num_cpus', '?')} CPUs at "
-        f"{ctx.get('mhz_per_cpu', '?')} MHz; {', '.join(caches)}. oxl dispatches to "
-        f"{ctx.get('oxl.simd_target', '?')}. Load average (1, 5, 15 min) when the run began: "
+        f"{ctx.get('mhz_per_cpu', '?')} MHz; {', '.join(caches)}. oxl would dispatch to "
+        f"{ctx.get('oxl.simd_target', '?')}; its kernels ran pinned to each target "
+        "(`OXL_SIMD_TARGET`, `oxl_dft_pvk_set_simd_target`), named by it. Load average (1, 5, 15 min) when the run began: "
         f"{load}.",
         f"- Date: {ctx.get('date', '?')}.",
         f"- Compiler: {ctx.get('oxl.compiler', '?')}, {ctx.get('oxl.build_type', '?')} build.",

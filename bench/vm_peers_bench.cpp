@@ -3,11 +3,8 @@
 //   OXL_BENCH(kDExp, "oxl_HA", oxl_vek_kernel_dExp_B3HAynn);
 // with contestant names "oxl_HA", "oxl_LA", "oxl_EP" by the level the kernel was built for, which
 // are the names bench/comparisons.toml compares.
-#include <hwy/targets.h>
-
 #include <cmath>
 #include <complex>
-#include <string>
 
 #include "oxl/vek_kernels.h"
 #include "support/array_bench.h"
@@ -87,30 +84,9 @@ OXL_BENCH(kSExpm1, "sleef_u10_avx2", peers::SleefExpm1U10Avx2, kAvx2);
 OXL_BENCH(kSExpm1, "sleef_u10_avx512", peers::SleefExpm1U10Avx512, kAvx512);
 OXL_BENCH(kSExpm1, "std_loop", peers::StdExpm1);
 
-// A kernel in its three levels, on the target dispatch picks and on AVX2 ("oxl_HA_avx2", ...),
-// so that each target meets the peers of its own width in the same run.
-template <class T>
-bool AddLevels(const UnaryFunction<T>& fn, oxl::bench::UnaryKernel<T> la,
-               oxl::bench::UnaryKernel<T> ha, oxl::bench::UnaryKernel<T> ep) {
-  const struct {
-    const char* name;
-    oxl::bench::UnaryKernel<T> kernel;
-  } levels[] = {{"HA", ha}, {"LA", la}, {"EP", ep}};
-  for (const auto& level : levels) {
-    oxl::bench::Add(fn, (std::string("oxl_") + level.name).c_str(), level.kernel);
-  }
-  for (const auto& level : levels) {
-    oxl::bench::Add(fn, (std::string("oxl_") + level.name + "_avx2").c_str(), level.kernel, kAvx2,
-                    HWY_AVX2);
-  }
-  return true;
-}
-#define OXL_BENCH_LEVELS(fn, t, F)                                                    \
-  [[maybe_unused]] static const bool OXL_BENCH_JOIN(oxl_levels_, __COUNTER__) =       \
-      AddLevels(fn, oxl_vek_kernel_##t##F##_B3LAynn, oxl_vek_kernel_##t##F##_B3HAynn, \
-                oxl_vek_kernel_##t##F##_B3EPnnn)
-
-OXL_BENCH_LEVELS(kDLn, d, Ln);
+OXL_BENCH(kDLn, "oxl_HA", oxl_vek_kernel_dLn_B3HAynn);
+OXL_BENCH(kDLn, "oxl_LA", oxl_vek_kernel_dLn_B3LAynn);
+OXL_BENCH(kDLn, "oxl_EP", oxl_vek_kernel_dLn_B3EPnnn);
 OXL_BENCH(kDLn, "libmvec_avx2", peers::LibmvecLogAvx2, kAvx2);
 OXL_BENCH(kDLn, "libmvec_avx512", peers::LibmvecLogAvx512, kAvx512);
 OXL_BENCH(kDLn, "sleef_u10_avx2", peers::SleefLogU10Avx2, kAvx2);
@@ -119,7 +95,9 @@ OXL_BENCH(kDLn, "sleef_u35_avx2", peers::SleefLogU35Avx2, kAvx2);
 OXL_BENCH(kDLn, "sleef_u35_avx512", peers::SleefLogU35Avx512, kAvx512);
 OXL_BENCH(kDLn, "std_loop", peers::StdLog);
 
-OXL_BENCH_LEVELS(kSLn, s, Ln);
+OXL_BENCH(kSLn, "oxl_HA", oxl_vek_kernel_sLn_B3HAynn);
+OXL_BENCH(kSLn, "oxl_LA", oxl_vek_kernel_sLn_B3LAynn);
+OXL_BENCH(kSLn, "oxl_EP", oxl_vek_kernel_sLn_B3EPnnn);
 OXL_BENCH(kSLn, "libmvec_avx2", peers::LibmvecLogAvx2, kAvx2);
 OXL_BENCH(kSLn, "libmvec_avx512", peers::LibmvecLogAvx512, kAvx512);
 OXL_BENCH(kSLn, "sleef_u10_avx2", peers::SleefLogU10Avx2, kAvx2);
@@ -128,28 +106,36 @@ OXL_BENCH(kSLn, "sleef_u35_avx2", peers::SleefLogU35Avx2, kAvx2);
 OXL_BENCH(kSLn, "sleef_u35_avx512", peers::SleefLogU35Avx512, kAvx512);
 OXL_BENCH(kSLn, "std_loop", peers::StdLog);
 
-OXL_BENCH_LEVELS(kDLog10, d, Log10);
+OXL_BENCH(kDLog10, "oxl_HA", oxl_vek_kernel_dLog10_B3HAynn);
+OXL_BENCH(kDLog10, "oxl_LA", oxl_vek_kernel_dLog10_B3LAynn);
+OXL_BENCH(kDLog10, "oxl_EP", oxl_vek_kernel_dLog10_B3EPnnn);
 OXL_BENCH(kDLog10, "libmvec_avx2", peers::LibmvecLog10Avx2, kAvx2);
 OXL_BENCH(kDLog10, "libmvec_avx512", peers::LibmvecLog10Avx512, kAvx512);
 OXL_BENCH(kDLog10, "sleef_u10_avx2", peers::SleefLog10U10Avx2, kAvx2);
 OXL_BENCH(kDLog10, "sleef_u10_avx512", peers::SleefLog10U10Avx512, kAvx512);
 OXL_BENCH(kDLog10, "std_loop", peers::StdLog10);
 
-OXL_BENCH_LEVELS(kSLog10, s, Log10);
+OXL_BENCH(kSLog10, "oxl_HA", oxl_vek_kernel_sLog10_B3HAynn);
+OXL_BENCH(kSLog10, "oxl_LA", oxl_vek_kernel_sLog10_B3LAynn);
+OXL_BENCH(kSLog10, "oxl_EP", oxl_vek_kernel_sLog10_B3EPnnn);
 OXL_BENCH(kSLog10, "libmvec_avx2", peers::LibmvecLog10Avx2, kAvx2);
 OXL_BENCH(kSLog10, "libmvec_avx512", peers::LibmvecLog10Avx512, kAvx512);
 OXL_BENCH(kSLog10, "sleef_u10_avx2", peers::SleefLog10U10Avx2, kAvx2);
 OXL_BENCH(kSLog10, "sleef_u10_avx512", peers::SleefLog10U10Avx512, kAvx512);
 OXL_BENCH(kSLog10, "std_loop", peers::StdLog10);
 
-OXL_BENCH_LEVELS(kDLog1p, d, Log1p);
+OXL_BENCH(kDLog1p, "oxl_HA", oxl_vek_kernel_dLog1p_B3HAynn);
+OXL_BENCH(kDLog1p, "oxl_LA", oxl_vek_kernel_dLog1p_B3LAynn);
+OXL_BENCH(kDLog1p, "oxl_EP", oxl_vek_kernel_dLog1p_B3EPnnn);
 OXL_BENCH(kDLog1p, "libmvec_avx2", peers::LibmvecLog1pAvx2, kAvx2);
 OXL_BENCH(kDLog1p, "libmvec_avx512", peers::LibmvecLog1pAvx512, kAvx512);
 OXL_BENCH(kDLog1p, "sleef_u10_avx2", peers::SleefLog1pU10Avx2, kAvx2);
 OXL_BENCH(kDLog1p, "sleef_u10_avx512", peers::SleefLog1pU10Avx512, kAvx512);
 OXL_BENCH(kDLog1p, "std_loop", peers::StdLog1p);
 
-OXL_BENCH_LEVELS(kSLog1p, s, Log1p);
+OXL_BENCH(kSLog1p, "oxl_HA", oxl_vek_kernel_sLog1p_B3HAynn);
+OXL_BENCH(kSLog1p, "oxl_LA", oxl_vek_kernel_sLog1p_B3LAynn);
+OXL_BENCH(kSLog1p, "oxl_EP", oxl_vek_kernel_sLog1p_B3EPnnn);
 OXL_BENCH(kSLog1p, "libmvec_avx2", peers::LibmvecLog1pAvx2, kAvx2);
 OXL_BENCH(kSLog1p, "libmvec_avx512", peers::LibmvecLog1pAvx512, kAvx512);
 OXL_BENCH(kSLog1p, "sleef_u10_avx2", peers::SleefLog1pU10Avx2, kAvx2);

@@ -9,6 +9,15 @@ add_compile_options(-ffp-contract=off -fno-math-errno -Wall -Wextra -Wno-unused-
 # and SSE4 would only lengthen the build.
 add_compile_definitions("HWY_DISABLED_TARGETS=(HWY_SSSE3|HWY_SSE4|HWY_AVX3_DL)")
 
+# The processor's own target alone: a third of the compile work of the kernels, for builds that
+# look for faults of memory and threads rather than for differences between targets (the
+# sanitizer builds of scripts/test-all.sh). The result runs only on processors like this one.
+option(OXL_NATIVE_TARGET_ONLY "Compile the SIMD kernels for this processor's target only" OFF)
+if(OXL_NATIVE_TARGET_ONLY)
+  add_compile_options(-march=native)
+  add_compile_definitions(HWY_COMPILE_ONLY_STATIC)
+endif()
+
 if(OXL_SANITIZE)
   string(REPLACE "," ";" _oxl_sanitizers "${OXL_SANITIZE}")
   foreach(_s IN LISTS _oxl_sanitizers)

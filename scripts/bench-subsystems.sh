@@ -13,7 +13,7 @@ out=docs/performance-subsystems.md
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DOXL_BUILD_BENCHMARKS=ON >/dev/null
 cmake --build "$build" -j"$(nproc)" --target oxl_bench_df oxl_bench_df_cubic oxl_bench_stats \
-  oxl_bench_vrs oxl_bench_twist
+  oxl_bench_vrs oxl_bench_twist oxl_bench_counter
 
 section() {  # title, shell command
   echo "== $1" >&2
@@ -28,12 +28,24 @@ section() {  # title, shell command
   } >>"$out.tmp"
 }
 
+# The SIMD target the library runs on: OXL_SIMD_TARGET when set (run the script under
+# OXL_SIMD_TARGET=avx2 to time the AVX2 target on an AVX-512 machine), else the best one the
+# processor has.
+flags=$(grep -m1 '^flags' /proc/cpuinfo)
+best=scalar
+if [[ $flags == *" avx2 "* && $flags == *" fma "* ]]; then best=avx2; fi
+if [[ $flags == *" avx512bw "* && $flags == *" avx512vl "* && $flags == *" avx512dq "* ]]; then
+  best=avx512
+fi
+target=${OXL_SIMD_TARGET:-$best}
+
 {
   echo "# Performance of streams, statistics and data fitting"
   echo
   echo "Written by \`scripts/bench-subsystems.sh\` at commit $(git rev-parse --short HEAD) on"
   echo "$(date -u +%Y-%m-%d), $(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2 | xargs)," \
-    "$(nproc) cores. Ratios are peer time / oxl time: above 1, oxl is faster."
+    "$(nproc) cores; oxl on its $target SIMD target. Ratios are peer time / oxl time: above 1," \
+    "oxl is faster."
 } >"$out.tmp"
 
 b=$build/bench
@@ -43,5 +55,7 @@ section "Summary statistics" "$py bench/stats_vs_numpy.py $b/vrs/oxl_bench_stats
 section "Distributions" "$py bench/vrs_vs_numpy.py $b/vrs/oxl_bench_vrs"
 section "Twister generators (medians of 5)" "$b/vrs/oxl_bench_twist --benchmark_repetitions=5 \
   --benchmark_report_aggregates_only=true 2>/dev/null | grep -E '^-|^Bench|_median'"
+section "Counter-based generators and R250 (medians of 5)" \
+  "$py bench/counter_vs_numpy.py $b/vrs/oxl_bench_counter"
 mv "$out.tmp" "$out"
 echo "wrote $out" >&2

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "simd/ops-inl.h"
+#include "simd/targets.h"
 
 #ifndef OXL_SIMD_HELPER_BENCH_ONCE
 #define OXL_SIMD_HELPER_BENCH_ONCE
@@ -377,10 +378,10 @@ std::vector<uint64_t> Inputs(int type_bytes, double lo, double hi, uint64_t seed
 }
 
 void RegisterAll() {
-  for (const int64_t target : oxl::simd::AvailableTargets()) {
-    oxl::simd::ForceTarget(target);
-    const std::string target_name = hwy::TargetName(target);
-    for (const Entry& e : *HWY_DYNAMIC_DISPATCH(Entries)()) {
+  for (const oxl::simd::Target target : oxl::simd::AvailableTargets()) {
+    oxl::simd::Pin(target);
+    const std::string target_name = oxl::simd::TargetName(target);
+    for (const Entry& e : *OXL_DISPATCH(Entries)()) {
       const std::string name =
           e.helper + (e.type_bytes == 4 ? "/f32/" : "/f64/") + target_name + "/" + e.variant;
       auto in0 = Inputs(e.type_bytes, e.lo0, e.hi0, 1);
@@ -400,7 +401,7 @@ void RegisterAll() {
       });
     }
   }
-  oxl::simd::ForceTarget(0);
+  oxl::simd::Pin(oxl::simd::Target::kDefault);
 }
 
 }  // namespace oxl::bench::simd

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "oxl/platform.h"
-#include "simd/targets.h"
 #include "support/inputs.h"
 #include "support/peers.h"
 
@@ -100,8 +99,33 @@ ArrayCache& Arrays(const FunctionInfo& f, int64_t n) {
   return cache;
 }
 
+// The library's SIMD targets that its kernels are timed on, each beside the peers of its width.
+struct TargetRow {
+  int target;
+  const char* suffix;
+};
+constexpr TargetRow kTargets[] = {{OXL_SIMD_TARGET_AVX512, "_avx512"},
+                                  {OXL_SIMD_TARGET_AVX2, "_avx2"}};
+
+// Pins `target` (0: leave the choice alone) for the life of one benchmark.
+class PinnedTarget {
+ public:
+  explicit PinnedTarget(int target) : target_(target) {
+    if (target_ != 0) oxl_dft_pvk_set_simd_target(target_);
+  }
+  ~PinnedTarget() {
+    if (target_ != 0) oxl_dft_pvk_set_simd_target(OXL_SIMD_TARGET_DEFAULT);
+  }
+  PinnedTarget(const PinnedTarget&) = delete;
+  PinnedTarget& operator=(const PinnedTarget&) = delete;
+
+ private:
+  int target_;
+};
+
 template <class T, class Kernel>
-void Run(benchmark::State& state, const FunctionInfo& f, int64_t n, Kernel kernel) {
+void Run(benchmark::State& state, const FunctionInfo& f, int64_t n, Kernel kernel, int target) {
+  const PinnedTarget pinned(target);
   const ArrayCache& arrays = Arrays(f, n);
   const T* a = arrays.inputs.front().As<T>();
   const T* b = arrays.inputs.back().As<T>();
@@ -130,17 +154,9 @@ void AddFunction(const FunctionInfo& info) {
   reg.functions.push_back(info);
 }
 
-bool TargetAvailable(int64_t target) {
-  const std::vector<int64_t> targets = simd::AvailableTargets();
-  return std::find(targets.begin(), targets.end(), target) != targets.end();
-}
-
 template <class T, class Kernel>
-void AddCase(const FunctionInfo& info, const char* contestant, Kernel kernel, uint64_t features,
-             int64_t target = 0) {
-  AddFunction(info);
-  if (features != 0 && !oxl_dft_pvk_has_features(features)) return;
-  if (target != 0 && !TargetAvailable(target)) return;
+void AddOneCase(const FunctionInfo& info, const std::string& contestant, Kernel kernel,
+                int target) {
   for (const Case& c : TheRegistry().cases) {
     if (c.function == info.name && c.contestant == contestant) {
       Fail("contestant " + info.name + "/" + contestant + " registered twice");
@@ -149,10 +165,25 @@ void AddCase(const FunctionInfo& info, const char* contestant, Kernel kernel, ui
   TheRegistry().cases.push_back(
       {info.name, contestant,
        [kernel, target](benchmark::State& state, const FunctionInfo& f, int64_t n) {
-         if (target != 0) simd::ForceTarget(target);
-         Run<T>(state, f, n, kernel);
-         if (target != 0) simd::ForceTarget(0);
+         Run<T>(state, f, n, kernel, target);
        }});
+}
+
+// The library's own kernels ("oxl_..." contestants) run once per SIMD target this processor has,
+// named with the target ("oxl_HA_avx2"); peers run as they are.
+template <class T, class Kernel>
+void AddCase(const FunctionInfo& info, const char* contestant, Kernel kernel, uint64_t features) {
+  AddFunction(info);
+  if (features != 0 && !oxl_dft_pvk_has_features(features)) return;
+  if (std::strncmp(contestant, "oxl_", 4) != 0) {
+    AddOneCase<T>(info, contestant, kernel, 0);
+    return;
+  }
+  for (const TargetRow& row : kTargets) {
+    if (oxl_dft_pvk_simd_target_supported(row.target)) {
+      AddOneCase<T>(info, contestant + std::string(row.suffix), kernel, row.target);
+    }
+  }
 }
 
 // Every shape brings its copy loop, registered once as a function of its own.
@@ -253,9 +284,9 @@ int64_t ElementCount(Size size, int bytes_per_element) {
 
 template <class T>
 bool Add(const UnaryFunction<T>& fn, const char* contestant,
-         std::type_identity_t<UnaryKernel<T>> kernel, uint64_t features, int64_t target) {
+         std::type_identity_t<UnaryKernel<T>> kernel, uint64_t features) {
   const Shape shape{sizeof(T), 1};
-  AddCase<T>(FunctionInfo{fn.name, shape, {fn.a}, false}, contestant, kernel, features, target);
+  AddCase<T>(FunctionInfo{fn.name, shape, {fn.a}, false}, contestant, kernel, features);
   AddBound<T>(shape);
   return true;
 }
@@ -269,10 +300,8 @@ bool Add(const BinaryFunction<T>& fn, const char* contestant,
   return true;
 }
 
-template bool Add<float>(const UnaryFunction<float>&, const char*, UnaryKernel<float>, uint64_t,
-                         int64_t);
-template bool Add<double>(const UnaryFunction<double>&, const char*, UnaryKernel<double>, uint64_t,
-                          int64_t);
+template bool Add<float>(const UnaryFunction<float>&, const char*, UnaryKernel<float>, uint64_t);
+template bool Add<double>(const UnaryFunction<double>&, const char*, UnaryKernel<double>, uint64_t);
 template bool Add<float>(const BinaryFunction<float>&, const char*, BinaryKernel<float>, uint64_t);
 template bool Add<double>(const BinaryFunction<double>&, const char*, BinaryKernel<double>,
                           uint64_t);

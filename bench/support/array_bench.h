@@ -60,13 +60,10 @@ struct BinaryFunction {
 // Registers `kernel` as `contestant` of `fn` at every size. Nothing is registered when the CPU
 // lacks one of `features` (OXL_CPU_* bits), so that a table simply has no such row there.
 // Registering one function name with two different shapes or ranges is a programming error and
-// aborts at start-up. Returns true, for the static that OXL_BENCH keeps. A non-zero `target` (a
-// Highway target bit, HWY_AVX2, ...) forces the library's dispatch to that SIMD target while the
-// contestant is timed, so that one run shows a kernel on each target beside the peers of that
-// width; nothing is registered where the target is not available.
+// aborts at start-up. Returns true, for the static that OXL_BENCH keeps.
 template <class T>
 bool Add(const UnaryFunction<T>& fn, const char* contestant,
-         std::type_identity_t<UnaryKernel<T>> kernel, uint64_t features = 0, int64_t target = 0);
+         std::type_identity_t<UnaryKernel<T>> kernel, uint64_t features = 0);
 template <class T>
 bool Add(const BinaryFunction<T>& fn, const char* contestant,
          std::type_identity_t<BinaryKernel<T>> kernel, uint64_t features = 0);

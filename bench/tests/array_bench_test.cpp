@@ -93,6 +93,15 @@ OXL_BENCH(kProbe, "first", Probe);
 OXL_BENCH(kProbe, "second", Probe);
 OXL_BENCH(kProbe, "absent", Probe, uint64_t{1} << 63);  // a feature bit no processor has
 
+// The library's own contestants run once per SIMD target, pinned to it.
+std::set<int> seen_targets;
+void TargetProbe(int n, const double* a, double* r) {
+  seen_targets.insert(oxl_dft_pvk_get_simd_target());
+  Probe(n, a, r);
+}
+constexpr UnaryFunction<double> kTargetProbe{"probe_targets", {-2.0, 3.0}};
+OXL_BENCH(kTargetProbe, "oxl_HA", TargetProbe);
+
 class Collector : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context&) override { return true; }
@@ -107,15 +116,21 @@ class Collector : public benchmark::BenchmarkReporter {
   bool rates_present = true;
 };
 
-TEST(Registration, GroupsBySizeWithTheBoundOfTheShape) {
-  const char* argv[] = {"test", "--benchmark_min_time=0.001",
-                        "--benchmark_filter=^(probe/|copy_d/copy/L1)"};
+// Registers everything afresh and runs what `filter` selects.
+Collector RunMatching(const std::string& filter) {
+  const std::string filter_flag = "--benchmark_filter=" + filter;
+  const char* argv[] = {"test", "--benchmark_min_time=0.001", filter_flag.c_str()};
   int argc = 3;
   benchmark::Initialize(&argc, const_cast<char**>(argv));
+  benchmark::ClearRegisteredBenchmarks();
   RegisterAll();
   Collector collector;
   benchmark::RunSpecifiedBenchmarks(&collector);
+  return collector;
+}
 
+TEST(Registration, GroupsBySizeWithTheBoundOfTheShape) {
+  const Collector collector = RunMatching("^(probe/|copy_d/copy/L1)");
   const std::vector<std::string> expected = {
       "probe/first/L1",  "probe/second/L1",  "probe/first/L2", "probe/second/L2",
       "probe/first/MEM", "probe/second/MEM", "copy_d/copy/L1"};
@@ -125,6 +140,20 @@ TEST(Registration, GroupsBySizeWithTheBoundOfTheShape) {
                                         static_cast<int>(ElementCount(Size::kL2, 16)),
                                         static_cast<int>(kMemElements)}));
   EXPECT_TRUE(inputs_in_range);
+}
+
+TEST(Registration, LibraryKernelsRunOnEveryTarget) {
+  const Collector collector = RunMatching("^probe_targets/.*/L1");
+  std::vector<std::string> expected;
+  std::set<int> targets;
+  for (const auto& [target, name] :
+       {std::pair{OXL_SIMD_TARGET_AVX512, "avx512"}, std::pair{OXL_SIMD_TARGET_AVX2, "avx2"}}) {
+    if (!oxl_dft_pvk_simd_target_supported(target)) continue;
+    expected.push_back(std::string("probe_targets/oxl_HA_") + name + "/L1");
+    targets.insert(target);
+  }
+  EXPECT_EQ(collector.names, expected);
+  EXPECT_EQ(seen_targets, targets);
 }
 
 }  // namespace

@@ -68,8 +68,25 @@ OXL_API uint64_t oxl_dft_pvk_cpu_features(void);
 OXL_API int oxl_dft_pvk_has_features(uint64_t features);
 /* Size in bytes of the data (or unified) cache of `level` 1, 2 or 3; 0 when unknown. */
 OXL_API int64_t oxl_dft_pvk_cache_size(int level);
-/* Name of the SIMD target that the vector kernels dispatch to on this processor: "AVX3" (AVX-512),
- * "AVX2" or "EMU128". */
+/* SIMD targets. Every dispatched kernel of the library (vector functions, generators, distributions,
+ * statistics, data fitting) runs on one target for the whole process, and every target gives the
+ * same bits. The first dispatched call chooses it from the environment variable OXL_SIMD_TARGET
+ * ("avx512", "avx2" or "scalar"), read once; an unset, unknown, empty or overlong value, or a
+ * target this processor cannot run, gives the best target it has. */
+#define OXL_SIMD_TARGET_DEFAULT 0 /* the environment's choice, or the best target */
+#define OXL_SIMD_TARGET_SCALAR 1  /* portable code, one lane */
+#define OXL_SIMD_TARGET_AVX2 2    /* AVX2 with FMA, 256-bit vectors */
+#define OXL_SIMD_TARGET_AVX512 3  /* AVX-512 F/BW/DQ/VL, 512-bit vectors */
+
+/* The target in use. */
+OXL_API int oxl_dft_pvk_get_simd_target(void);
+/* Pins `target` (one of the values above) for every later call of any thread; calls already
+ * running finish on their target. A target the processor cannot run gives the best one it has.
+ * Returns the target now in use, or -1 (nothing changed) for a value that names no target. */
+OXL_API int oxl_dft_pvk_set_simd_target(int target);
+/* 1 when this processor runs `target`, else 0. */
+OXL_API int oxl_dft_pvk_simd_target_supported(int target);
+/* Name of the target in use, as the environment variable spells it. */
 OXL_API const char* oxl_dft_pvk_simd_target(void);
 
 /* Floating-point control: the SSE control and status register. */

@@ -210,6 +210,18 @@ OXL_API int32_t __vrsdBRngMRG32K3A(StreamRecord* stream, int32_t n, double* r, d
 OXL_API int32_t __vrsiBRngMRG32K3A(StreamRecord* stream, int32_t n, uint32_t* r);
 
 /* ---------------------------------------------------------------------------------------------
+ * R250: Kirkpatrick and Stoll's feedback shift register x[n] = x[n-250] ^ x[n-147] on 32-bit
+ * words. 250 seed words or more are the register as given; fewer seed it from word 0 (1 for none
+ * or 0) by the multiplier 69069, with 16 words fixed for full period. dBRng is the word as
+ * unsigned times (b - a) 2^-32, plus a, by one fused multiply-add; sBRng the same in double,
+ * rounded to float. No leapfrog and no skip-ahead. */
+OXL_API int32_t __vrsBRngR250InitStream(int32_t method, StreamRecord* stream, int32_t n,
+                                        const uint32_t* params);
+OXL_API int32_t __vrssBRngR250(StreamRecord* stream, int32_t n, float* r, float a, float b);
+OXL_API int32_t __vrsdBRngR250(StreamRecord* stream, int32_t n, double* r, double a, double b);
+OXL_API int32_t __vrsiBRngR250(StreamRecord* stream, int32_t n, uint32_t* r);
+
+/* ---------------------------------------------------------------------------------------------
  * Twister generators.
  *   MT19937:   Mersenne twister of period 2^19937 - 1; outputs the tempered word, as unsigned.
  *   MT2203:    6024 Mersenne twisters of period 2^2203 - 1, one per id offset.
@@ -235,6 +247,48 @@ OXL_API int32_t __vrssBRngSFMT19937(StreamRecord* stream, int32_t n, float* r, f
 OXL_API int32_t __vrsdBRngSFMT19937(StreamRecord* stream, int32_t n, double* r, double a,
                                     double b);
 OXL_API int32_t __vrsiBRngSFMT19937(StreamRecord* stream, int32_t n, uint32_t* r);
+
+/* ---------------------------------------------------------------------------------------------
+ * Counter-based and hardware generators.
+ *   PHILOX4X32X10: Random123's Philox4x32-10; seed words 0 and 1 are the key, words 2 to 5 the
+ *                  128-bit counter (low word first); missing words are 0.
+ *   ARS5:          five AES rounds (Random123's ARS-5); seed words 0 to 3 the key, 4 to 7 the
+ *                  counter. Needs the AES instructions: StatusNoAes without them.
+ *   NONDETERM:     the processor's RDRAND; seed word 1, when given and not 0, is the number of
+ *                  further tries of a failed RDRAND (10 otherwise). StatusNoRdrand without it,
+ *                  StatusRdrandFailed when it keeps failing, with the outputs before in place.
+ * The counter-based ones give the four words of each counter's block in order, one counter after
+ * the other; dBRng and sBRng take a word as signed and centre it on (a + b) / 2, as SFMT19937
+ * does. Skip-ahead counts words: up to 2^64 - 1 through __vrsSkipAheadStream, and up to
+ * 2^128 - 1 through InitStream(2, stream, 4, count) with the count in four 32-bit words, low
+ * first. None of the three has leapfrog. */
+OXL_API int32_t __vrsBRngPHILOX4X32X10InitStream(int32_t method, StreamRecord* stream, int32_t n,
+                                                 const uint32_t* params);
+OXL_API int32_t __vrssBRngPHILOX4X32X10(StreamRecord* stream, int32_t n, float* r, float a,
+                                        float b);
+OXL_API int32_t __vrsdBRngPHILOX4X32X10(StreamRecord* stream, int32_t n, double* r, double a,
+                                        double b);
+OXL_API int32_t __vrsiBRngPHILOX4X32X10(StreamRecord* stream, int32_t n, uint32_t* r);
+
+OXL_API int32_t __vrsBRngARS5InitStream(int32_t method, StreamRecord* stream, int32_t n,
+                                        const uint32_t* params);
+OXL_API int32_t __vrssBRngARS5(StreamRecord* stream, int32_t n, float* r, float a, float b);
+OXL_API int32_t __vrsdBRngARS5(StreamRecord* stream, int32_t n, double* r, double a, double b);
+OXL_API int32_t __vrsiBRngARS5(StreamRecord* stream, int32_t n, uint32_t* r);
+
+/* NONDETERM's iBRng makes two words of each 64-bit RDRAND, low half first; dBRng one double of
+ * each, as an unsigned 64-bit number times (b - a) 2^-64 plus a; sBRng two floats of each, the top
+ * 24 bits of each half times (b - a) 2^-24 plus a. */
+OXL_API int32_t __vrsBRngTRNGInitStream(int32_t method, StreamRecord* stream, int32_t n,
+                                        const uint32_t* params);
+OXL_API int32_t __vrssBRngTRNG(StreamRecord* stream, int32_t n, float* r, float a, float b);
+OXL_API int32_t __vrsdBRngTRNG(StreamRecord* stream, int32_t n, double* r, double a, double b);
+OXL_API int32_t __vrsiBRngTRNG(StreamRecord* stream, int32_t n, uint32_t* r);
+
+/* 1 when the processor has the AES instructions (CPUID leaf 1, ECX bit 25), else 0. */
+OXL_API int __vrsCPUisAES(void);
+/* 1 when the processor has RDRAND (CPUID leaf 1, ECX bit 30), else 0. */
+OXL_API int __vrsCPUisRDRAND(void);
 
 /* Modular powers by right-to-left binary exponentiation; an exponent of 0 gives 1. */
 OXL_API uint32_t __vrsiPowMod(uint32_t base, uint64_t exponent, uint32_t modulus);

@@ -13,6 +13,7 @@
 #include <hwy/highway.h>
 
 #include "df/search.h"
+#include "simd/targets.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl::df::HWY_NAMESPACE {
@@ -141,27 +142,27 @@ HWY_EXPORT(HybridS64Pack);
 
 template <>
 int32_t HybridSearchSpan<double, kForm32>(const SearchSpan<double>& a) {
-  return HWY_DYNAMIC_DISPATCH(HybridD32)(a);
+  return OXL_DISPATCH(HybridD32)(a);
 }
 template <>
 int32_t HybridSearchSpan<double, kForm64>(const SearchSpan<double>& a) {
-  return HWY_DYNAMIC_DISPATCH(HybridD64)(a);
+  return OXL_DISPATCH(HybridD64)(a);
 }
 template <>
 int32_t HybridSearchSpan<double, kForm64Pack>(const SearchSpan<double>& a) {
-  return HWY_DYNAMIC_DISPATCH(HybridD64Pack)(a);
+  return OXL_DISPATCH(HybridD64Pack)(a);
 }
 template <>
 int32_t HybridSearchSpan<float, kForm32>(const SearchSpan<float>& a) {
-  return HWY_DYNAMIC_DISPATCH(HybridS32)(a);
+  return OXL_DISPATCH(HybridS32)(a);
 }
 template <>
 int32_t HybridSearchSpan<float, kForm64>(const SearchSpan<float>& a) {
-  return HWY_DYNAMIC_DISPATCH(HybridS64)(a);
+  return OXL_DISPATCH(HybridS64)(a);
 }
 template <>
 int32_t HybridSearchSpan<float, kForm64Pack>(const SearchSpan<float>& a) {
-  return HWY_DYNAMIC_DISPATCH(HybridS64Pack)(a);
+  return OXL_DISPATCH(HybridS64Pack)(a);
 }
 
 }  // namespace oxl::df

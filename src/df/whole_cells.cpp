@@ -9,6 +9,7 @@
 #include "df/cubic.h"
 #include "df/whole_cells.h"
 #include "simd/fma-inl.h"
+#include "simd/targets.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl::df::HWY_NAMESPACE {
@@ -84,11 +85,11 @@ HWY_EXPORT(WholeCellSumsS);
 
 void WholeCellSums(int degree, bool uniform, const double* coeff, const double* x, double step,
                    int64_t begin, int64_t groups, double sums[4]) {
-  HWY_DYNAMIC_DISPATCH(WholeCellSumsD)(degree, uniform, coeff, x, step, begin, groups, sums);
+  OXL_DISPATCH(WholeCellSumsD)(degree, uniform, coeff, x, step, begin, groups, sums);
 }
 void WholeCellSums(int degree, bool uniform, const float* coeff, const float* x, float step,
                    int64_t begin, int64_t groups, float sums[4]) {
-  HWY_DYNAMIC_DISPATCH(WholeCellSumsS)(degree, uniform, coeff, x, step, begin, groups, sums);
+  OXL_DISPATCH(WholeCellSumsS)(degree, uniform, coeff, x, step, begin, groups, sums);
 }
 
 }  // namespace oxl::df

@@ -5,7 +5,6 @@
 #include <cstdint>
 
 #include "oxl/platform.h"
-#include "simd/targets.h"
 
 namespace oxl::platform {
 namespace {
@@ -116,7 +115,5 @@ OXL_API int64_t oxl_dft_pvk_cache_size(int level) {
   if (level < 1 || level > 3) return 0;
   return oxl::platform::DetectCacheSize(level);
 }
-
-OXL_API const char* oxl_dft_pvk_simd_target(void) { return oxl::simd::ActiveTargetName(); }
 
 }  // extern "C"

@@ -6,9 +6,11 @@
 // AVX3 permutes across one, two or four registers (0.08 to 0.28 ns per element, against 0.36 to
 // 0.51 for a gather). AVX2 permutes 8 floats per register and blends on the index bits above
 // (16 entries 0.22 ns, a gather 0.35; 32 entries about even with a gather on Intel, and gathers
-// are slower on AMD). For doubles AVX2 has no variable 64-bit permute, and a gather from the
-// 64-byte aligned, L1-resident array (0.53 to 0.55 ns) beats the emulation with 32-bit permutes
-// (0.9 to 1.8). SCALAR reads the array. Numbers from bench/simd.
+// are slower on AMD). AVX2 has no variable 64-bit permute: a table of 16 doubles is kept as the
+// low and the high 32-bit halves of its entries, 8 halves a register, so that 32-bit permutes
+// fetch each half by the index as it stands (low halves) or moved into the upper half of the
+// lane (high halves); on Zen 3 that beats two gathers of the same indices by a sixth. A table of
+// 32 doubles is read by a gather. SCALAR reads the array. Numbers from bench/simd.
 
 // Per-target include guard, toggled for each target of foreach_target.h.
 #if defined(OXL_SIMD_TABLE_INL_H_) == defined(HWY_TARGET_TOGGLE)
@@ -33,7 +35,8 @@ constexpr bool TableInRegisters() {
 #if HWY_TARGET == HWY_AVX3
   return hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 64;
 #elif HWY_TARGET == HWY_AVX2
-  return hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 32 && sizeof(hn::TFromD<D>) == 4;
+  return hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 32 &&
+         (sizeof(hn::TFromD<D>) == 4 || kEntries <= 16);
 #else
   return false;
 #endif
@@ -49,13 +52,15 @@ struct RegisterTable;
 
 template <class D, size_t kEntries>
 struct RegisterTable<D, kEntries, true> {
-  static_assert(kEntries == 16 || kEntries == 32, "tables have 16 or 32 entries");
+  static_assert(kEntries == 16 || kEntries == 32 || (kEntries == 8 && sizeof(hn::TFromD<D>) == 8),
+                "tables have 16 or 32 entries, or 8 doubles");
   hn::VFromD<D> reg[kEntries / hn::MaxLanes(D())];
 };
 
 template <class D, size_t kEntries>
 struct RegisterTable<D, kEntries, false> {
-  static_assert(kEntries == 16 || kEntries == 32, "tables have 16 or 32 entries");
+  static_assert(kEntries == 16 || kEntries == 32 || (kEntries == 8 && sizeof(hn::TFromD<D>) == 8),
+                "tables have 16 or 32 entries, or 8 doubles");
   const hn::TFromD<D>* data;
 };
 
@@ -67,6 +72,24 @@ HWY_API RegisterTable<D, kEntries> LoadTable(D d, const hn::TFromD<D>* HWY_RESTR
   if constexpr (simd_detail::TableInRegisters<D, kEntries>()) {
     constexpr size_t kLanes = hn::MaxLanes(D());
     for (size_t i = 0; i < kEntries / kLanes; ++i) table.reg[i] = hn::Load(d, values + i * kLanes);
+#if HWY_TARGET == HWY_AVX2
+    if constexpr (sizeof(hn::TFromD<D>) == 8) {
+      // Halves: the first kEntries / 8 registers hold the low 32 bits of entries 0-7 (and 8-15),
+      // the others the high 32 bits.
+      constexpr size_t kRegs = kEntries / kLanes;
+      const __m256i gather_halves = _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7);
+      __m256 split[kRegs];
+      for (size_t i = 0; i < kRegs; ++i) {
+        split[i] = _mm256_permutevar8x32_ps(_mm256_castpd_ps(table.reg[i].raw), gather_halves);
+      }
+      for (size_t i = 0; i < kRegs / 2; ++i) {
+        table.reg[i].raw =
+            _mm256_castps_pd(_mm256_permute2f128_ps(split[2 * i], split[2 * i + 1], 0x20));
+        table.reg[kRegs / 2 + i].raw =
+            _mm256_castps_pd(_mm256_permute2f128_ps(split[2 * i], split[2 * i + 1], 0x31));
+      }
+    }
+#endif
   } else {
     table.data = values;
   }
@@ -93,6 +116,8 @@ HWY_API hn::VFromD<D> Lookup(D d, const RegisterTable<D, kEntries, kInRegisters>
         return hn::VFromD<D>{_mm512_permutex2var_ps(table.reg[0].raw, idx.raw, table.reg[1].raw)};
       }
     } else {
+      if constexpr (kEntries == 8)
+        return hn::VFromD<D>{_mm512_permutexvar_pd(idx.raw, table.reg[0].raw)};
       const __m512d low = _mm512_permutex2var_pd(table.reg[0].raw, idx.raw, table.reg[1].raw);
       if constexpr (kEntries == 16) {
         return hn::VFromD<D>{low};
@@ -103,19 +128,39 @@ HWY_API hn::VFromD<D> Lookup(D d, const RegisterTable<D, kEntries, kInRegisters>
       }
     }
 #elif HWY_TARGET == HWY_AVX2
-    static_assert(sizeof(T) == 4, "AVX2 keeps only float tables in registers");
-    // vpermps uses the low three bits; bit 3 (and bit 4) shifted to the sign picks the register.
-    const __m256 bit3 = _mm256_castsi256_ps(_mm256_slli_epi32(idx.raw, 28));
-    const __m256 low = _mm256_blendv_ps(_mm256_permutevar8x32_ps(table.reg[0].raw, idx.raw),
-                                        _mm256_permutevar8x32_ps(table.reg[1].raw, idx.raw), bit3);
-    if constexpr (kEntries == 16) {
-      return hn::VFromD<D>{low};
+    if constexpr (sizeof(T) == 8) {
+      // The low halves by the index in the low 32 bits of each lane, the high halves by the index
+      // moved up; for 16 entries bit 3 of the index, copied to both halves and shifted to the
+      // sign, picks the register.
+      const __m256i up = _mm256_slli_epi64(idx.raw, 32);
+      if constexpr (kEntries == 8) {
+        const __m256 low = _mm256_permutevar8x32_ps(_mm256_castpd_ps(table.reg[0].raw), idx.raw);
+        const __m256 high = _mm256_permutevar8x32_ps(_mm256_castpd_ps(table.reg[1].raw), up);
+        return hn::VFromD<D>{_mm256_castps_pd(_mm256_blend_ps(low, high, 0xAA))};
+      }
+      const __m256 bit3 =
+          _mm256_castsi256_ps(_mm256_slli_epi32(_mm256_shuffle_epi32(idx.raw, 0xA0), 28));
+      const auto half = [&](size_t first, __m256i index) {
+        return _mm256_blendv_ps(
+            _mm256_permutevar8x32_ps(_mm256_castpd_ps(table.reg[first].raw), index),
+            _mm256_permutevar8x32_ps(_mm256_castpd_ps(table.reg[first + 1].raw), index), bit3);
+      };
+      return hn::VFromD<D>{_mm256_castps_pd(_mm256_blend_ps(half(0, idx.raw), half(2, up), 0xAA))};
     } else {
-      const __m256 high =
-          _mm256_blendv_ps(_mm256_permutevar8x32_ps(table.reg[2].raw, idx.raw),
-                           _mm256_permutevar8x32_ps(table.reg[3].raw, idx.raw), bit3);
-      const __m256 bit4 = _mm256_castsi256_ps(_mm256_slli_epi32(idx.raw, 27));
-      return hn::VFromD<D>{_mm256_blendv_ps(low, high, bit4)};
+      // vpermps uses the low three bits; bit 3 (and bit 4) shifted to the sign picks the register.
+      const __m256 bit3 = _mm256_castsi256_ps(_mm256_slli_epi32(idx.raw, 28));
+      const __m256 low =
+          _mm256_blendv_ps(_mm256_permutevar8x32_ps(table.reg[0].raw, idx.raw),
+                           _mm256_permutevar8x32_ps(table.reg[1].raw, idx.raw), bit3);
+      if constexpr (kEntries == 16) {
+        return hn::VFromD<D>{low};
+      } else {
+        const __m256 high =
+            _mm256_blendv_ps(_mm256_permutevar8x32_ps(table.reg[2].raw, idx.raw),
+                             _mm256_permutevar8x32_ps(table.reg[3].raw, idx.raw), bit3);
+        const __m256 bit4 = _mm256_castsi256_ps(_mm256_slli_epi32(idx.raw, 27));
+        return hn::VFromD<D>{_mm256_blendv_ps(low, high, bit4)};
+      }
     }
 #else
     static_assert(sizeof(T) == 0, "no register tables on this target");

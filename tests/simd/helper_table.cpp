@@ -13,6 +13,7 @@
 #include "simd/helper_table.h"
 #include "simd/ops-inl.h"
 #include "simd/reference.h"
+#include "simd/targets.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl::test::simd {
@@ -164,6 +165,7 @@ HelperTable<T> MakeTable() {
       t, "Fnma", [](auto d, auto a, auto b, auto c) { return ox::Fnma(d, a, b, c); }, &ref::Fnma);
   AddTernary(
       t, "Fnms", [](auto d, auto a, auto b, auto c) { return ox::Fnms(d, a, b, c); }, &ref::Fnms);
+  if constexpr (sizeof(T) == 8) t.lookups.push_back({8, &LookupArray<T, 8>});
   t.lookups.push_back({16, &LookupArray<T, 16>});
   t.lookups.push_back({32, &LookupArray<T, 32>});
   t.float_lookup = &FloatLookupArray<T>;
@@ -191,8 +193,8 @@ namespace oxl::test::simd {
 HWY_EXPORT(FloatTable);
 HWY_EXPORT(DoubleTable);
 
-const HelperTable<float>& FloatHelpers() { return *HWY_DYNAMIC_DISPATCH(FloatTable)(); }
-const HelperTable<double>& DoubleHelpers() { return *HWY_DYNAMIC_DISPATCH(DoubleTable)(); }
+const HelperTable<float>& FloatHelpers() { return *OXL_DISPATCH(FloatTable)(); }
+const HelperTable<double>& DoubleHelpers() { return *OXL_DISPATCH(DoubleTable)(); }
 
 }  // namespace oxl::test::simd
 #endif

@@ -1,7 +1,6 @@
 #include "support/runner.h"
 
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
 
 #include <algorithm>
 #include <cmath>
@@ -45,11 +44,11 @@ void SqrTailDiffers(int n, const float* a, float* r) {
 
 void SqrSkipsLast(int n, const float* a, float* r) { Sqr(n - 1, a, r); }
 
-std::string best_target;
+simd::Target best_target;
 
 void SqrDiffersOffTheBestTarget(int n, const float* a, float* r) {
   Sqr(n, a, r);
-  if (simd::ActiveTargetName() == best_target) return;
+  if (simd::ActiveTarget() == best_target) return;
   for (int i = 0; i < n; ++i) r[i] = StepUlps(r[i], 1);
 }
 
@@ -167,9 +166,9 @@ TEST(Runner, CutRunsMustMatchTheWholeRun) {
 }
 
 TEST(Runner, EveryTargetMustGiveTheSameBits) {
-  const std::vector<int64_t> targets = simd::AvailableTargets();
+  const std::vector<simd::Target> targets = simd::AvailableTargets();
   if (targets.size() < 2) GTEST_SKIP() << "one SIMD target only";
-  best_target = hwy::TargetName(targets[0]);
+  best_target = targets[0];
   Sweep<float> sweep = Small<float>();
   sweep.all_targets = true;
   const Report bad = RunUnary(SqrDiffersOffTheBestTarget, oracle::Sqr, sweep);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/fp_control.h"
+#include "simd/targets.h"
 #include "vek/frame/frame.h"
 
 namespace oxl::vek {
@@ -26,13 +27,13 @@ inline void RunUnderDefaultControl(Fn fn, Args... args) {
 // Exported kernel entries over a per-target implementation `impl` exported with HWY_EXPORT.
 #define OXL_VEK_UNARY_ENTRY(kernel, impl, E)                                          \
   extern "C" OXL_API void kernel(int n, const E* a, E* r) {                           \
-    ::oxl::vek::RunUnderMode(HWY_DYNAMIC_DISPATCH(impl), n, a, r);                    \
+    ::oxl::vek::RunUnderMode(OXL_DISPATCH(impl), n, a, r);                    \
   }
 #define OXL_VEK_BINARY_ENTRY(kernel, impl, E)                                         \
   extern "C" OXL_API void kernel(int n, const E* a, const E* b, E* r) {               \
-    ::oxl::vek::RunUnderMode(HWY_DYNAMIC_DISPATCH(impl), n, a, b, r);                 \
+    ::oxl::vek::RunUnderMode(OXL_DISPATCH(impl), n, a, b, r);                 \
   }
 #define OXL_VEK_TWO_RESULTS_ENTRY(kernel, impl, E)                                    \
   extern "C" OXL_API void kernel(int n, const E* a, E* r1, E* r2) {                   \
-    ::oxl::vek::RunUnderMode(HWY_DYNAMIC_DISPATCH(impl), n, a, r1, r2);               \
+    ::oxl::vek::RunUnderMode(OXL_DISPATCH(impl), n, a, r1, r2);               \
   }

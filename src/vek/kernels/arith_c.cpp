@@ -4,6 +4,7 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include "simd/targets.h"
 #include "vek/kernels/arith-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -48,7 +49,7 @@ OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_cSub_B3EPnnn, cSub, oxl_complex8)
 // Conjugation is pure bit work: it neither reads the mode nor touches the floating-point control.
 extern "C" OXL_API void oxl_vek_kernel_cConj_B3HAynn(int n, const oxl_complex8* a,
                                                       oxl_complex8* r) {
-  HWY_DYNAMIC_DISPATCH(cConj)(n, a, r);
+  OXL_DISPATCH(cConj)(n, a, r);
 }
 }  // namespace oxl
 #endif

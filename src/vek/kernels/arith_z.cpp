@@ -4,6 +4,7 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include "simd/targets.h"
 #include "vek/kernels/arith-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -49,7 +50,7 @@ OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_zSub_B3EPnnn, zSub, oxl_complex16)
 // Conjugation is pure bit work: it neither reads the mode nor touches the floating-point control.
 extern "C" OXL_API void oxl_vek_kernel_zConj_B3HAynn(int n, const oxl_complex16* a,
                                                       oxl_complex16* r) {
-  HWY_DYNAMIC_DISPATCH(zConj)(n, a, r);
+  OXL_DISPATCH(zConj)(n, a, r);
 }
 }  // namespace oxl
 #endif

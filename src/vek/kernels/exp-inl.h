@@ -1,12 +1,15 @@
 // Bodies of the Exp and Expm1 kernels. Re-included once per SIMD target.
 //
-// The table kernels reduce with a shifter S whose last place is 1/N: z = x log2(e) + S rounded
-// toward zero lands on the grid 1/N, so N = z - S is x / ln 2 cut to that grid, the low bits of z
-// index a table of 2^(j/N), and the bits above are the power of two. What is left,
-// r = x - N ln 2 in two parts, lies in [0, ln 2 / N), and e^r comes from a short polynomial.
-// The power of two goes into the table value's exponent field by an integer addition, which is
-// exact because fast lanes stay in the normal range; lanes near overflow and underflow are marked
-// rare and recomputed by the scalar routines.
+// The table kernels reduce with a shifter S whose last place is 1/N: z = x log2(e) + S lands on
+// the grid 1/N, so n = z - S is x / ln 2 on that grid, the low bits of z index a table of
+// 2^(j/N), and the bits above are the power of two. What is left, r = x - n ln 2 in two parts,
+// gives e^r by a short polynomial. The power of two goes into the table value's exponent field by
+// an integer addition, which is exact because fast lanes stay in the normal range; lanes near
+// overflow and underflow are marked rare and recomputed by the scalar routines.
+//
+// z rounds to nearest, so |r| <= ln 2 / 2N. The fast lanes' bounds keep |x log2(e)| below 126
+// (float) and 1021 (double), so that n rounded to the grid stays at or above -126 (-1022) and the
+// scaled table value normal.
 
 #include <array>
 #include <bit>
@@ -35,10 +38,10 @@ struct Consts;
 
 template <>
 struct Consts<float> {
-  static constexpr float kLog2E = 0x1.715476p+0f;  // 0x3FB8AA3B
-  static constexpr float kLn2Hi = 0x1.62e430p-1f;  // 0x3F317218
-  static constexpr float kLn2Lo = -0x1.05c610p-29f;  // 0xB102E308
-  static constexpr float kExpBound = 0x1.5d589ep+6f;  // 87.33654, 0x42AEAC4F
+  static constexpr float kLog2E = 0x1.715476p+0f;       // 0x3FB8AA3B
+  static constexpr float kLn2Hi = 0x1.62e430p-1f;       // 0x3F317218
+  static constexpr float kLn2Lo = -0x1.05c610p-29f;     // 0xB102E308
+  static constexpr float kExpBound = 0x1.5d589ep+6f;    // 87.33654, 0x42AEAC4F
   static constexpr float kExpm1Bound = 0x1.5a92d6p+6f;  // 86.64339, 0x42AD496B
   // e^x - 1 rounds to -1 below -17.33; clamping x at -64 ln 2 keeps 2^k above 2^-66.
   static constexpr float kClampBelow = -45.0f;
@@ -66,9 +69,11 @@ template <class T, int kEntries>
 constexpr T Shifter() {
   if constexpr (sizeof(T) == 4) {
     return kEntries == 32 ? 393343.0f : 786559.0f;  // 1.5 * 2^18 + 127, 1.5 * 2^19 + 127
-  } else {
-    static_assert(kEntries == 16);
+  } else if constexpr (kEntries == 16) {
     return 0x1.8000000003ff0p+48;  // 1.5 * 2^48 + 1023, bits 0x42F8000000003FF0
+  } else {
+    static_assert(kEntries == 8);
+    return 0x1.8000000001ff8p+49;  // 1.5 * 2^49 + 1023, bits 0x4308000000001FF8
   }
 }
 
@@ -77,7 +82,7 @@ constexpr const T* TableHi() {
   if constexpr (sizeof(T) == 4) {
     return kEntries == 32 ? vek::exp_tables::kExp2J32FHi : vek::exp_tables::kExp2J16FHi;
   } else {
-    return vek::exp_tables::kExp2J16DHi;
+    return kEntries == 8 ? vek::exp_tables::kExp2J8DHi : vek::exp_tables::kExp2J16DHi;
   }
 }
 template <class T, int kEntries>
@@ -85,61 +90,34 @@ constexpr const T* TableLo() {
   if constexpr (sizeof(T) == 4) {
     return kEntries == 32 ? vek::exp_tables::kExp2J32FLo : vek::exp_tables::kExp2J16FLo;
   } else {
-    return vek::exp_tables::kExp2J16DLo;
+    return kEntries == 8 ? vek::exp_tables::kExp2J8DLo : vek::exp_tables::kExp2J16DLo;
   }
 }
 
 template <int kEntries>
 constexpr int Log2Of() {
-  return kEntries == 32 ? 5 : 4;
-}
-
-// z = fma(x, l2e, shifter) rounded toward zero, bit for bit, for lanes with |x l2e| below a
-// quarter of the shifter (the others are rare). AVX-512 has the rounding in the instruction. The
-// other targets round to nearest and step back one place where that rounded up: z and the
-// shifter lie in one binade, so shifter - z is exact, and a second fused operation gives the
-// residual x l2e + (shifter - z) rounded, whose sign is the sign of the exact residual.
-template <int kEntries, class D>
-HWY_INLINE hn::VFromD<D> ShiftTowardZero(D d, hn::VFromD<D> x, hn::VFromD<D> l2e,
-                                         hn::VFromD<D> shifter) {
-  using T = hn::TFromD<D>;
-#if HWY_TARGET == HWY_AVX3
-  if constexpr (hn::MaxLanes(D()) * sizeof(T) == 64) {
-    constexpr int kRz = _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC;
-    if constexpr (sizeof(T) == 4) {
-      return hn::VFromD<D>{_mm512_fmadd_round_ps(x.raw, l2e.raw, shifter.raw, kRz)};
-    } else {
-      return hn::VFromD<D>{_mm512_fmadd_round_pd(x.raw, l2e.raw, shifter.raw, kRz)};
-    }
-  }
-#endif
-  const auto z = Fma(d, x, l2e, shifter);
-  const auto residual = Fma(d, x, l2e, hn::Sub(shifter, z));
-  const auto up = hn::Lt(residual, hn::Zero(d));
-  return hn::IfThenElse(up, hn::Sub(z, hn::Set(d, T(1) / T(kEntries))), z);
+  return kEntries == 32 ? 5 : kEntries == 16 ? 4 : 3;
 }
 
 // The reduction shared by the table kernels.
 template <class D>
 struct Reduced {
-  hn::VFromD<D> n;                       // x / ln 2 on the grid 1/N
-  hn::VFromD<hn::RebindToSigned<D>> z;   // the shifted value's bits: index and power
-  hn::VFromD<D> r;                       // x - n ln 2, in one or two parts
-  hn::VFromD<D> r_hi;                    // x - n ln2hi, exact
+  hn::VFromD<D> n;                      // x / ln 2 on the grid 1/N
+  hn::VFromD<hn::RebindToSigned<D>> z;  // the shifted value's bits: index and power
+  hn::VFromD<D> r;                      // x - n ln 2, in one or two parts
+  hn::VFromD<D> r_hi;                   // x - n ln2hi, exact
 };
 
-// Exp cuts x / ln 2 toward zero onto the grid, so that r lies in [0, ln 2 / N). Expm1 rounds to
-// nearest instead: then |r| <= ln 2 / 2N, and for |x| below that bound N is 0, the table entry
-// is 1 and e^x - 1 is the polynomial alone, with no cancellation against the 1 of the table.
-template <int kEntries, bool kTwoPart, bool kTowardZero, class D>
+// For |x| below ln 2 / 2N, n is 0 and the table entry 1: Expm1 then gets e^x - 1 from the
+// polynomial alone, with no cancellation against the 1 of the table.
+template <int kEntries, bool kTwoPart, class D>
 HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> x) {
   using T = hn::TFromD<D>;
   using C = Consts<T>;
   const hn::RebindToSigned<D> di;
   const auto shifter = hn::Set(d, Shifter<T, kEntries>());
   const auto l2e = hn::Set(d, C::kLog2E);
-  const auto z = kTowardZero ? ShiftTowardZero<kEntries>(d, x, l2e, shifter)
-                             : Fma(d, x, l2e, shifter);
+  const auto z = Fma(d, x, l2e, shifter);
   Reduced<D> out;
   out.n = hn::Sub(z, shifter);
   out.z = hn::BitCast(di, z);
@@ -195,10 +173,12 @@ struct Tables<T, kEntries, false> {
 
 enum class ExpLevel { kHA, kLA, kEP };
 
-// The table kernels of Exp: sExp HA (32 entries), dExp HA, LA and EP (16 entries).
+// The table kernels of Exp: sExp HA with 16 entries, dExp HA, LA and EP with 8. Sixteen floats
+// and eight doubles fit one AVX-512 register and take two 32-bit permutes on AVX2, where larger
+// tables made the lookups half of the time; the polynomials have a term more instead.
 template <class T, ExpLevel kLevel>
 struct ExpTableBody : UnaryRealBody<T> {
-  static constexpr int kEntries = sizeof(T) == 4 ? 32 : 16;
+  static constexpr int kEntries = sizeof(T) == 4 ? 16 : 8;
   static constexpr bool kWithLo = kLevel == ExpLevel::kHA;
   const char* name = sizeof(T) == 4 ? "vsExp" : "vdExp";
   exp_detail::Tables<T, kEntries, kWithLo> tables;
@@ -217,44 +197,36 @@ struct ExpTableBody : UnaryRealBody<T> {
     // Rare lanes compute on zero: their results are replaced, and infinities or huge values
     // would only raise flags on the way. Every other lane has |r| < 2^-4.
     const auto xf = hn::IfThenZeroElse(rare[0], x);
-    const auto red = exp_detail::Reduce<kEntries, kLevel != ExpLevel::kEP, true>(d, xf);
+    const auto red = exp_detail::Reduce<kEntries, kLevel != ExpLevel::kEP>(d, xf);
     const auto r = red.r;
     const auto s = exp_detail::ScaledHi<kEntries>(d, tables.hi, red.z);
     hn::Vec<D> result;
     if constexpr (sizeof(T) == 4) {
-      // p = r^2 (c3 r + c2) + (T_lo + r)
+      // p = r^2 (c4 r^2 + c3 r + c2) + (T_lo + r) with Taylor's coefficients: on
+      // |r| <= ln 2 / 32 the first term left out, r^5 / 120, is below 4.1e-11 relative.
       const auto t_lo = Lookup(d, tables.lo, red.z);
-      const auto c = Fma(d, hn::Set(d, 0.16667155921459198f), r, hn::Set(d, 0.5000146627426147f));
+      auto c = Fma(d, hn::Set(d, 1.0f / 24), r, hn::Set(d, 1.0f / 6));
+      c = Fma(d, c, r, hn::Set(d, 0.5f));
       const auto p = Fma(d, hn::Mul(r, r), c, hn::Add(t_lo, r));
       result = Fma(d, p, s, s);
-    } else if constexpr (kLevel == ExpLevel::kHA) {
-      // Horner: one operation fewer than pairs, and the kernel is bound by throughput, not by
-      // the chain's latency (the blocks are independent).
-      auto poly = Fma(d, hn::Set(d, 0.0014193283516881214), r, hn::Set(d, 0.008331512908898442));
-      poly = Fma(d, poly, r, hn::Set(d, 0.0416667205488057));
-      poly = Fma(d, poly, r, hn::Set(d, 0.1666666658485894));
-      poly = Fma(d, poly, r, hn::Set(d, 0.5000000000059126));
-      poly = Fma(d, poly, r, hn::Set(d, 0.999999999999984));
-      const auto p = Fma(d, r, poly, Lookup(d, tables.lo, red.z));
-      result = Fma(d, p, s, s);
-    } else if constexpr (kLevel == ExpLevel::kLA) {
-      // Estrin's scheme: three independent pairs, r entering the sum last, and no T_lo (it is
-      // below 2^-53 relative: half an ulp at most). The coefficients are the HA ones: the set
-      // fitted for this kernel leaves 6 ulp of polynomial error on [0, ln 2 / 16), where the
-      // reduction toward zero puts r.
-      const auto r2 = hn::Mul(r, r);
-      const auto r4 = hn::Mul(r2, r2);
-      const auto p01 = Fma(d, hn::Set(d, 0.5000000000059126), r, hn::Set(d, 0.999999999999984));
-      const auto p23 = Fma(d, hn::Set(d, 0.0416667205488057), r, hn::Set(d, 0.1666666658485894));
-      const auto p45 =
-          Fma(d, hn::Set(d, 0.0014193283516881214), r, hn::Set(d, 0.008331512908898442));
-      const auto poly = Fma(d, p45, r4, Fma(d, p23, r2, p01));
-      result = Fma(d, hn::Mul(r, poly), s, s);
+    } else if constexpr (kLevel != ExpLevel::kEP) {
+      // Horner over the fitted degree-7 polynomial (3.3e-18 relative): one operation fewer than
+      // pairs, and the kernel is bound by throughput, not by the chain's latency (the blocks are
+      // independent). LA leaves out T_lo, below 2^-53 relative: half an ulp at most.
+      const double* c = vek::exp_tables::kExpPolyD;
+      auto poly = Fma(d, hn::Set(d, c[6]), r, hn::Set(d, c[5]));
+      for (int i = 4; i >= 0; --i) poly = Fma(d, poly, r, hn::Set(d, c[i]));
+      if constexpr (kLevel == ExpLevel::kHA) {
+        result = Fma(d, Fma(d, r, poly, Lookup(d, tables.lo, red.z)), s, s);
+      } else {
+        result = Fma(d, hn::Mul(r, poly), s, s);
+      }
     } else {
-      // T_hi + (T_hi r) P, then the power of two.
-      const auto poly = Fma(d, Fma(d, hn::Set(d, 0.17032218485319242), r,
-                                   hn::Set(d, 0.4999005827986578)),
-                            r, hn::Set(d, 1.000000863624094));
+      // T_hi + (T_hi r) P with Taylor's coefficients: the first term left out, r^5 / 120, is
+      // below 1.3e-9 relative on |r| <= ln 2 / 16, where 26 bits ask for 1.5e-8.
+      auto poly = Fma(d, hn::Set(d, 1.0 / 24), r, hn::Set(d, 1.0 / 6));
+      poly = Fma(d, poly, r, hn::Set(d, 0.5));
+      poly = Fma(d, poly, r, hn::Set(d, 1.0));
       result = Fma(d, hn::Mul(s, r), poly, s);
     }
     out[0] = result;
@@ -278,8 +250,8 @@ struct ExpFloatLowBody : UnaryRealBody<float> {
     const auto shifter = hn::Set(d, 12582912.0f);
     const auto z = Fma(d, x, hn::Set(d, exp_detail::Consts<float>::kLog2E), shifter);
     const auto n = hn::Sub(z, shifter);
-    auto r = Fnma(d, n, hn::Set(d, 0x1.62e400p-1f), x);    // 0x3F317200
-    r = Fnma(d, n, hn::Set(d, 0x1.7f7d1cp-20f), r);         // 0x35BFBE8E
+    auto r = Fnma(d, n, hn::Set(d, 0x1.62e400p-1f), x);  // 0x3F317200
+    r = Fnma(d, n, hn::Set(d, 0x1.7f7d1cp-20f), r);      // 0x35BFBE8E
     auto p = Fma(d, hn::Set(d, 0.008291719481348991f), r, hn::Set(d, 0.041873522102832794f));
     p = Fma(d, p, r, hn::Set(d, 0.16667431592941284f));
     p = Fma(d, p, r, hn::Set(d, 0.4999939203262329f));
@@ -307,9 +279,27 @@ struct ExpFloatFastBody : UnaryRealBody<float> {
 // Expm1: e^x - 1 = (S - 1) + S q with S = T_hi 2^k and 1 + q = e^r (1 + T_lo). Large negative x
 // need no rare path: x is clamped where the result is -1 already, so S stays normal.
 
+// (e^r - 1 - r) / r^2 for the double kernels, degree 6, close to Taylor's: its error on
+// |r| <= ln 2 / 16 is below 2e-18 relative.
+inline constexpr double kExpm1TailD[7] = {2.4802880303830418e-05,
+                                          0.00019842304240775933,
+                                          0.0013888888868262008,
+                                          0.008333333321199928,
+                                          0.04166666666666792,
+                                          0.1666666666666712,
+                                          0.5};
+
+template <class D>
+HWY_INLINE hn::VFromD<D> Expm1TailD(D d, hn::VFromD<D> r) {
+  auto q = Fma(d, hn::Set(d, kExpm1TailD[0]), r, hn::Set(d, kExpm1TailD[1]));
+  for (int i = 2; i < 7; ++i) q = Fma(d, q, r, hn::Set(d, kExpm1TailD[i]));
+  return q;
+}
+
 template <class T, ExpLevel kLevel>
 struct Expm1Body : UnaryRealBody<T> {
-  static constexpr int kEntries = (sizeof(T) == 8 || kLevel == ExpLevel::kHA) ? 16 : 32;
+  // Doubles on the 8-entry table of Exp; floats on 16 (HA) or 32 entries.
+  static constexpr int kEntries = sizeof(T) == 8 ? 8 : kLevel == ExpLevel::kHA ? 16 : 32;
   static constexpr bool kWithLo = !(kLevel == ExpLevel::kEP);
   const char* name = sizeof(T) == 4 ? "vsExpm1" : "vdExpm1";
   exp_detail::Tables<T, kEntries, kWithLo> tables;
@@ -323,7 +313,7 @@ struct Expm1Body : UnaryRealBody<T> {
     rare[0] = hn::Not(hn::Lt(x, hn::Set(d, C::kExpm1Bound)));
     const auto below = hn::Set(d, C::kClampBelow);
     const auto xc = hn::IfThenZeroElse(rare[0], hn::Max(x, below));
-    const auto red = exp_detail::Reduce<kEntries, true, false>(d, xc);
+    const auto red = exp_detail::Reduce<kEntries, true>(d, xc);
     const auto s = exp_detail::ScaledHi<kEntries>(d, tables.hi, red.z);
     const auto one = hn::Set(d, T(1));
     const auto r = red.r;
@@ -335,15 +325,11 @@ struct Expm1Body : UnaryRealBody<T> {
       const auto rr = Fnma(d, red.n, hn::Set(d, C::kLn2Lo), hn::Sub(red.r_hi, r));
       hn::Vec<D> tail;
       if constexpr (sizeof(T) == 4) {
-        tail = Fma(d, Fma(d, hn::Set(d, 0.041670575737953186f), r, hn::Set(d, 0.16668230295181274f)),
-                   r, hn::Set(d, 0.5f));
+        tail =
+            Fma(d, Fma(d, hn::Set(d, 0.041670575737953186f), r, hn::Set(d, 0.16668230295181274f)),
+                r, hn::Set(d, 0.5f));
       } else {
-        auto q = Fma(d, hn::Set(d, 2.4802880303830418e-05), r, hn::Set(d, 0.00019842304240775933));
-        q = Fma(d, q, r, hn::Set(d, 0.0013888888868262008));
-        q = Fma(d, q, r, hn::Set(d, 0.008333333321199928));
-        q = Fma(d, q, r, hn::Set(d, 0.04166666666666792));
-        q = Fma(d, q, r, hn::Set(d, 0.1666666666666712));
-        tail = Fma(d, q, r, hn::Set(d, 0.5));
+        tail = Expm1TailD(d, r);
       }
       const auto t_lo = Lookup(d, tables.lo, red.z);
       // low = rr + r^2 P + T_lo (1 + r), all relative to s
@@ -352,13 +338,13 @@ struct Expm1Body : UnaryRealBody<T> {
       // u = s - 1 as a pair, by the fast two-sum with the larger term first: s - u - 1 for s >= 1,
       // s - (u + 1) below (where u + 1 is exact).
       const auto u = hn::Sub(s, one);
-      const auto u_err = hn::IfThenElse(hn::Lt(s, one), hn::Sub(s, hn::Add(u, one)),
-                                        hn::Sub(hn::Sub(s, u), one));
+      const auto u_err =
+          hn::IfThenElse(hn::Lt(s, one), hn::Sub(s, hn::Add(u, one)), hn::Sub(hn::Sub(s, u), one));
       // v = s r exactly as a pair.
       const auto v = hn::Mul(s, r);
       const auto v_err = Fms(d, s, r, v);
       // w = u + v as a pair. |u| >= |v| whenever u is not 0: the nearest table entries below and
-      // above 1 (s = 2^(15/16) / 2 and 2^(1/16)) are farther from 1 than ln 2 / 32 times s.
+      // above 1 (s = 2^((N-1)/N) / 2 and 2^(1/N)) are farther from 1 than ln 2 / 2N times s.
       const auto w = hn::Add(u, v);
       const auto w_err = hn::Sub(v, hn::Sub(w, u));
       const auto lows = hn::Add(hn::Add(u_err, v_err), Fma(d, s, low, w_err));
@@ -373,12 +359,7 @@ struct Expm1Body : UnaryRealBody<T> {
       } else if constexpr (sizeof(T) == 4) {
         p = Fma(d, hn::Mul(r, r), hn::Set(d, 0.5000195503234863f), r);
       } else if constexpr (kLevel == ExpLevel::kLA) {
-        auto q = Fma(d, hn::Set(d, 0.00019842433548021245), r, hn::Set(d, 1.0 / 720));
-        q = Fma(d, q, r, hn::Set(d, 1.0 / 120));
-        q = Fma(d, q, r, hn::Set(d, 1.0 / 24));
-        q = Fma(d, q, r, hn::Set(d, 1.0 / 6));
-        q = Fma(d, q, r, hn::Set(d, 0.5));
-        p = Fma(d, hn::Mul(r, r), q, hn::Add(Lookup(d, tables.lo, red.z), r));
+        p = Fma(d, hn::Mul(r, r), Expm1TailD(d, r), hn::Add(Lookup(d, tables.lo, red.z), r));
       } else {
         auto q = Fma(d, hn::Set(d, 0.008333985011595046), r, hn::Set(d, 0.04166992506106506));
         q = Fma(d, q, r, hn::Set(d, 0.16666666609881575));

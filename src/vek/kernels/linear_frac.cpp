@@ -4,6 +4,7 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include "simd/targets.h"
 #include "vek/kernels/linear_frac-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -34,14 +35,14 @@ extern "C" {
 OXL_API void oxl_vek_kernel_sLinearFrac_U8HAynn(int n, const float* a, const float* b,
                                                 float scalea, float shifta, float scaleb,
                                                 float shiftb, float* r) {
-  vek::RunUnderMode(HWY_DYNAMIC_DISPATCH(sLinearFrac), n, a, b, scalea, shifta, scaleb, shiftb, r);
+  vek::RunUnderMode(OXL_DISPATCH(sLinearFrac), n, a, b, scalea, shifta, scaleb, shiftb, r);
 }
 
 // The double kernel reads no mode: it always runs with denormals honoured.
 OXL_API void oxl_vek_kernel_dLinearFrac_H8HAynn(int n, const double* a, const double* b,
                                                 double scalea, double shifta, double scaleb,
                                                 double shiftb, double* r) {
-  vek::RunUnderDefaultControl(HWY_DYNAMIC_DISPATCH(dLinearFrac), n, a, b, scalea, shifta, scaleb,
+  vek::RunUnderDefaultControl(OXL_DISPATCH(dLinearFrac), n, a, b, scalea, shifta, scaleb,
                               shiftb, r);
 }
 

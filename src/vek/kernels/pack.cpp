@@ -6,6 +6,7 @@
 #include <hwy/highway.h>
 
 #include "oxl/vek.h"
+#include "simd/targets.h"
 #include "vek/kernels/pack-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -36,7 +37,7 @@ namespace oxl {
   HWY_EXPORT(t##F);                                                                       \
   extern "C" OXL_API void oxl_vek_kernel_##t##F##_B3HAynn(int64_t n, const E* a, Third x, \
                                                           Fourth y, int) {                \
-    HWY_DYNAMIC_DISPATCH(t##F)(n, a, x, y);                                               \
+    OXL_DISPATCH(t##F)(n, a, x, y);                                               \
   }
 #define OXL_PACK_ENTRIES(t, E)                      \
   OXL_PACK_ENTRY(t, PackI, E, int64_t, E*)          \

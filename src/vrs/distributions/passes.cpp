@@ -16,6 +16,7 @@
 
 #include "simd/fma-inl.h"
 #include "simd/partial-inl.h"
+#include "simd/targets.h"
 #include "vrs/distributions/frame.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -131,8 +132,8 @@ namespace oxl::vrs::dist {
 HWY_EXPORT(PassesD);
 HWY_EXPORT(PassesS);
 
-const Passes<double>& PassesOf(double) { return *HWY_DYNAMIC_DISPATCH(PassesD)(); }
-const Passes<float>& PassesOf(float) { return *HWY_DYNAMIC_DISPATCH(PassesS)(); }
+const Passes<double>& PassesOf(double) { return *OXL_DISPATCH(PassesD)(); }
+const Passes<float>& PassesOf(float) { return *OXL_DISPATCH(PassesS)(); }
 
 }  // namespace oxl::vrs::dist
 #endif

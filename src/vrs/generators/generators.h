@@ -4,6 +4,8 @@
 
 #include "oxl/vrs.h"
 #include "vrs/generators/congruential.h"
+#include "vrs/generators/counter.h"
+#include "vrs/generators/r250.h"
 #include "vrs/generators/twister.h"
 
 namespace oxl::vrs {

@@ -9,6 +9,7 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include "simd/targets.h"
 #include "vrs/generators/congruential.h"
 #include "vrs/generators/lanes-inl.h"
 
@@ -174,7 +175,7 @@ OXL_API int32_t __vrsBRngMCG31M1InitStream(int32_t method, StreamRecord* stream,
 }
 
 OXL_API int32_t __vrsdBRngMCG31M1(StreamRecord* stream, int32_t n, double* r, double a, double b) {
-  HWY_DYNAMIC_DISPATCH(Mcg31Doubles)
+  OXL_DISPATCH(Mcg31Doubles)
   (StateOf<Mcg31State>(stream), OutputCount(n), r, (b - a) * kMcg31Scale, a);
   return 0;
 }
@@ -182,13 +183,13 @@ OXL_API int32_t __vrsdBRngMCG31M1(StreamRecord* stream, int32_t n, double* r, do
 OXL_API int32_t __vrssBRngMCG31M1(StreamRecord* stream, int32_t n, float* r, float a, float b) {
   const double wide_a = a;
   const double wide_b = b;
-  HWY_DYNAMIC_DISPATCH(Mcg31Floats)
+  OXL_DISPATCH(Mcg31Floats)
   (StateOf<Mcg31State>(stream), OutputCount(n), r, (wide_b - wide_a) * kMcg31Scale, wide_a);
   return 0;
 }
 
 OXL_API int32_t __vrsiBRngMCG31M1(StreamRecord* stream, int32_t n, uint32_t* r) {
-  HWY_DYNAMIC_DISPATCH(Mcg31Words)(StateOf<Mcg31State>(stream), OutputCount(n), r);
+  OXL_DISPATCH(Mcg31Words)(StateOf<Mcg31State>(stream), OutputCount(n), r);
   return 0;
 }
 

@@ -13,6 +13,7 @@
 #include <type_traits>
 
 #include "simd/fma-inl.h"
+#include "simd/targets.h"
 #include "vrs/generators/congruential.h"
 #include "vrs/generators/lanes-inl.h"
 
@@ -161,7 +162,7 @@ OXL_API int32_t __vrsBRngMCG59InitStream(int32_t method, StreamRecord* stream, i
 }
 
 OXL_API int32_t __vrsdBRngMCG59(StreamRecord* stream, int32_t n, double* r, double a, double b) {
-  HWY_DYNAMIC_DISPATCH(Mcg59Doubles)
+  OXL_DISPATCH(Mcg59Doubles)
   (StateOf<Mcg59State>(stream), OutputCount(n), r, (b - a) * kMcg59Scale, a);
   return 0;
 }
@@ -169,14 +170,14 @@ OXL_API int32_t __vrsdBRngMCG59(StreamRecord* stream, int32_t n, double* r, doub
 // The width is taken in single precision before widening, unlike MCG31.
 OXL_API int32_t __vrssBRngMCG59(StreamRecord* stream, int32_t n, float* r, float a, float b) {
   const float width = b - a;
-  HWY_DYNAMIC_DISPATCH(Mcg59Floats)
+  OXL_DISPATCH(Mcg59Floats)
   (StateOf<Mcg59State>(stream), OutputCount(n), r, static_cast<double>(width) * kMcg59Scale,
    static_cast<double>(a));
   return 0;
 }
 
 OXL_API int32_t __vrsiBRngMCG59(StreamRecord* stream, int32_t n, uint32_t* r) {
-  HWY_DYNAMIC_DISPATCH(Mcg59Words)(StateOf<Mcg59State>(stream), OutputCount(n), r);
+  OXL_DISPATCH(Mcg59Words)(StateOf<Mcg59State>(stream), OutputCount(n), r);
   return 0;
 }
 

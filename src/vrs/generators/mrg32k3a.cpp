@@ -17,6 +17,7 @@
 #include <type_traits>
 
 #include "simd/fma-inl.h"
+#include "simd/targets.h"
 #include "vrs/generators/congruential.h"
 #include "vrs/generators/lanes-inl.h"
 
@@ -245,7 +246,7 @@ OXL_API int32_t __vrsBRngMRG32K3AInitStream(int32_t method, StreamRecord* stream
 }
 
 OXL_API int32_t __vrsdBRngMRG32K3A(StreamRecord* stream, int32_t n, double* r, double a, double b) {
-  HWY_DYNAMIC_DISPATCH(MrgDoubles)
+  OXL_DISPATCH(MrgDoubles)
   (StateOf<Mrg32k3aState>(stream), OutputCount(n), r, (b - a) * kMrgScale, a);
   return 0;
 }
@@ -253,12 +254,12 @@ OXL_API int32_t __vrsdBRngMRG32K3A(StreamRecord* stream, int32_t n, double* r, d
 OXL_API int32_t __vrssBRngMRG32K3A(StreamRecord* stream, int32_t n, float* r, float a, float b) {
   const auto scale =
       static_cast<float>((static_cast<double>(b) - static_cast<double>(a)) * kMrgScale);
-  HWY_DYNAMIC_DISPATCH(MrgFloats)(StateOf<Mrg32k3aState>(stream), OutputCount(n), r, scale, a);
+  OXL_DISPATCH(MrgFloats)(StateOf<Mrg32k3aState>(stream), OutputCount(n), r, scale, a);
   return 0;
 }
 
 OXL_API int32_t __vrsiBRngMRG32K3A(StreamRecord* stream, int32_t n, uint32_t* r) {
-  HWY_DYNAMIC_DISPATCH(MrgWords)(StateOf<Mrg32k3aState>(stream), OutputCount(n), r);
+  OXL_DISPATCH(MrgWords)(StateOf<Mrg32k3aState>(stream), OutputCount(n), r);
   return 0;
 }
 

@@ -13,6 +13,7 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include "simd/targets.h"
 #include "vrs/generators/twister-inl.h"
 #include "vrs/generators/twister.h"
 
@@ -223,7 +224,7 @@ HWY_EXPORT(Mt2203Doubles);
 HWY_EXPORT(Mt2203Floats);
 HWY_EXPORT(Mt19937Regenerate);
 
-void Mt19937RegenerateVector(uint32_t* w) { HWY_DYNAMIC_DISPATCH(Mt19937Regenerate)(w); }
+void Mt19937RegenerateVector(uint32_t* w) { OXL_DISPATCH(Mt19937Regenerate)(w); }
 
 namespace {
 
@@ -261,12 +262,12 @@ OXL_API int32_t __vrsBRngMT19937InitStream(int32_t method, StreamRecord* stream,
 }
 
 OXL_API int32_t __vrsiBRngMT19937(StreamRecord* stream, int32_t n, uint32_t* r) {
-  HWY_DYNAMIC_DISPATCH(Mt19937Words)(StateOf<Mt19937State>(stream), TwisterCount(n), r);
+  OXL_DISPATCH(Mt19937Words)(StateOf<Mt19937State>(stream), TwisterCount(n), r);
   return 0;
 }
 
 OXL_API int32_t __vrsdBRngMT19937(StreamRecord* stream, int32_t n, double* r, double a, double b) {
-  HWY_DYNAMIC_DISPATCH(Mt19937Doubles)
+  OXL_DISPATCH(Mt19937Doubles)
   (StateOf<Mt19937State>(stream), TwisterCount(n), r, (b - a) * kTwoM32, a);
   return 0;
 }
@@ -274,7 +275,7 @@ OXL_API int32_t __vrsdBRngMT19937(StreamRecord* stream, int32_t n, double* r, do
 OXL_API int32_t __vrssBRngMT19937(StreamRecord* stream, int32_t n, float* r, float a, float b) {
   float scale, base;
   FloatMapping(a, b, &scale, &base);
-  HWY_DYNAMIC_DISPATCH(Mt19937Floats)(StateOf<Mt19937State>(stream), TwisterCount(n), r, scale, base);
+  OXL_DISPATCH(Mt19937Floats)(StateOf<Mt19937State>(stream), TwisterCount(n), r, scale, base);
   return 0;
 }
 
@@ -305,12 +306,12 @@ OXL_API int32_t __vrsBRngMT2203InitStream(int32_t method, StreamRecord* stream, 
 }
 
 OXL_API int32_t __vrsiBRngMT2203(StreamRecord* stream, int32_t n, uint32_t* r) {
-  HWY_DYNAMIC_DISPATCH(Mt2203Words)(StateOf<Mt2203State>(stream), TwisterCount(n), r);
+  OXL_DISPATCH(Mt2203Words)(StateOf<Mt2203State>(stream), TwisterCount(n), r);
   return 0;
 }
 
 OXL_API int32_t __vrsdBRngMT2203(StreamRecord* stream, int32_t n, double* r, double a, double b) {
-  HWY_DYNAMIC_DISPATCH(Mt2203Doubles)
+  OXL_DISPATCH(Mt2203Doubles)
   (StateOf<Mt2203State>(stream), TwisterCount(n), r, (b - a) * kTwoM32, a);
   return 0;
 }
@@ -318,7 +319,7 @@ OXL_API int32_t __vrsdBRngMT2203(StreamRecord* stream, int32_t n, double* r, dou
 OXL_API int32_t __vrssBRngMT2203(StreamRecord* stream, int32_t n, float* r, float a, float b) {
   float scale, base;
   FloatMapping(a, b, &scale, &base);
-  HWY_DYNAMIC_DISPATCH(Mt2203Floats)(StateOf<Mt2203State>(stream), TwisterCount(n), r, scale, base);
+  OXL_DISPATCH(Mt2203Floats)(StateOf<Mt2203State>(stream), TwisterCount(n), r, scale, base);
   return 0;
 }
 

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "simd/targets.h"
 #include "vrs/generators/twister-inl.h"
 #include "vrs/generators/twister.h"
 
@@ -231,7 +232,7 @@ HWY_EXPORT(SfmtDoubles);
 HWY_EXPORT(SfmtFloats);
 HWY_EXPORT(SfmtRegenerateAll);
 
-void SfmtRegenerateVector(uint32_t* w) { HWY_DYNAMIC_DISPATCH(SfmtRegenerateAll)(w); }
+void SfmtRegenerateVector(uint32_t* w) { OXL_DISPATCH(SfmtRegenerateAll)(w); }
 
 void SfmtInitByArray(uint32_t* w, int32_t count, const uint32_t* seed) {
   const uint32_t one = 1;
@@ -309,14 +310,14 @@ OXL_API int32_t __vrsBRngSFMT19937InitStream(int32_t method, StreamRecord* strea
 }
 
 OXL_API int32_t __vrsiBRngSFMT19937(StreamRecord* stream, int32_t n, uint32_t* r) {
-  HWY_DYNAMIC_DISPATCH(SfmtWords)(StateOf<Sfmt19937State>(stream), TwisterCount(n), r);
+  OXL_DISPATCH(SfmtWords)(StateOf<Sfmt19937State>(stream), TwisterCount(n), r);
   return 0;
 }
 
 OXL_API int32_t __vrsdBRngSFMT19937(StreamRecord* stream, int32_t n, double* r, double a,
                                     double b) {
   constexpr double kTwoM32 = 1.0 / 4294967296.0;
-  HWY_DYNAMIC_DISPATCH(SfmtDoubles)
+  OXL_DISPATCH(SfmtDoubles)
   (StateOf<Sfmt19937State>(stream), TwisterCount(n), r, (b - a) * kTwoM32, (a + b) * 0.5);
   return 0;
 }
@@ -324,7 +325,7 @@ OXL_API int32_t __vrsdBRngSFMT19937(StreamRecord* stream, int32_t n, double* r, 
 OXL_API int32_t __vrssBRngSFMT19937(StreamRecord* stream, int32_t n, float* r, float a, float b) {
   constexpr double kTwoM32 = 1.0 / 4294967296.0;
   const double wa = a, wb = b;
-  HWY_DYNAMIC_DISPATCH(SfmtFloats)
+  OXL_DISPATCH(SfmtFloats)
   (StateOf<Sfmt19937State>(stream), TwisterCount(n), r, static_cast<float>((wb - wa) * kTwoM32),
    static_cast<float>((wa + wb) * 0.5));
   return 0;

@@ -32,6 +32,26 @@ struct WordSink {
 #endif
 };
 
+#if HWY_TARGET != HWY_SCALAR
+// The lower and upper halves of a vector of words w, each FMA(word as unsigned, scale, base) in
+// double. w - 2^31 fits a signed lane; its exact double plus 2^31 is the word exactly.
+template <class D, class V>
+HWY_INLINE auto UnsignedFma(D d, V w, double scale, double base) {
+  const hn::Half<D> dh;
+  const hn::Rebind<int32_t, decltype(dh)> di;
+  const hn::Rebind<double, decltype(dh)> dd;
+  const V flipped = hn::Xor(w, hn::Set(d, 0x80000000u));
+  const auto bias = hn::Set(dd, 2147483648.0);
+  const auto lo = hn::Add(hn::PromoteTo(dd, hn::BitCast(di, hn::LowerHalf(dh, flipped))), bias);
+  const auto hi = hn::Add(hn::PromoteTo(dd, hn::BitCast(di, hn::UpperHalf(dh, flipped))), bias);
+  const auto s = hn::Set(dd, scale), b = hn::Set(dd, base);
+  struct Halves {
+    hn::VFromD<decltype(dd)> lo, hi;
+  };
+  return Halves{hn::MulAdd(lo, s, b), hn::MulAdd(hi, s, b)};
+}
+#endif
+
 // FMA(word as unsigned, scale, base) in double.
 struct UnsignedDoubleSink {
   double* HWY_RESTRICT r;
@@ -40,17 +60,28 @@ struct UnsignedDoubleSink {
 #if HWY_TARGET != HWY_SCALAR
   template <class D, class V>
   HWY_INLINE void Lanes(D d, V w, size_t i) const {
-    // w - 2^31 fits a signed lane; its exact double plus 2^31 is the word exactly.
-    const hn::Half<D> dh;
-    const hn::Rebind<int32_t, decltype(dh)> di;
-    const hn::Rebind<double, decltype(dh)> dd;
-    const V flipped = hn::Xor(w, hn::Set(d, 0x80000000u));
-    const auto bias = hn::Set(dd, 2147483648.0);
-    const auto lo = hn::Add(hn::PromoteTo(dd, hn::BitCast(di, hn::LowerHalf(dh, flipped))), bias);
-    const auto hi = hn::Add(hn::PromoteTo(dd, hn::BitCast(di, hn::UpperHalf(dh, flipped))), bias);
-    const auto s = hn::Set(dd, scale), b = hn::Set(dd, base);
-    hn::StoreU(hn::MulAdd(lo, s, b), dd, r + i);
-    hn::StoreU(hn::MulAdd(hi, s, b), dd, r + i + hn::Lanes(dd));
+    const hn::Rebind<double, hn::Half<D>> dd;
+    const auto v = UnsignedFma(d, w, scale, base);
+    hn::StoreU(v.lo, dd, r + i);
+    hn::StoreU(v.hi, dd, r + i + hn::Lanes(dd));
+  }
+#endif
+};
+
+// The same FMA in double, rounded to float.
+struct UnsignedDoubleToFloatSink {
+  float* HWY_RESTRICT r;
+  double scale, base;
+  void One(uint32_t w, size_t i) const {
+    r[i] = static_cast<float>(std::fma(static_cast<double>(w), scale, base));
+  }
+#if HWY_TARGET != HWY_SCALAR
+  template <class D, class V>
+  HWY_INLINE void Lanes(D d, V w, size_t i) const {
+    const hn::Rebind<float, hn::Half<D>> df;
+    const auto v = UnsignedFma(d, w, scale, base);
+    hn::StoreU(hn::DemoteTo(df, v.lo), df, r + i);
+    hn::StoreU(hn::DemoteTo(df, v.hi), df, r + i + hn::Lanes(df));
   }
 #endif
 };

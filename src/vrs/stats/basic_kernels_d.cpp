@@ -6,6 +6,7 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include "simd/targets.h"
 #include "vrs/stats/basic_kernels-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -24,7 +25,7 @@ namespace oxl::stats {
 
 HWY_EXPORT(KernelsD);
 
-const KernelSet<double>& Kernels(double) { return *HWY_DYNAMIC_DISPATCH(KernelsD)(); }
+const KernelSet<double>& Kernels(double) { return *OXL_DISPATCH(KernelsD)(); }
 
 }  // namespace oxl::stats
 #endif

@@ -6,6 +6,7 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include "simd/targets.h"
 #include "vrs/stats/basic_kernels-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -24,7 +25,7 @@ namespace oxl::stats {
 
 HWY_EXPORT(KernelsS);
 
-const KernelSet<float>& Kernels(float) { return *HWY_DYNAMIC_DISPATCH(KernelsS)(); }
+const KernelSet<float>& Kernels(float) { return *OXL_DISPATCH(KernelsS)(); }
 
 }  // namespace oxl::stats
 #endif

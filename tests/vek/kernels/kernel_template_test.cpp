@@ -7,6 +7,7 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include "simd/targets.h"
 #include "vek/frame/kernel-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -83,7 +84,7 @@ HWY_EXPORT(RunDoubleAndTriple);
 namespace {
 
 void TestKernel(int n, const float* a, float* r) {
-  vek::RunUnderMode(HWY_DYNAMIC_DISPATCH(RunNegativeIsRare), n, a, r);
+  vek::RunUnderMode(OXL_DISPATCH(RunNegativeIsRare), n, a, r);
 }
 
 struct Seen {
@@ -219,7 +220,7 @@ TEST_F(KernelTemplate, TwoResultsBothReadBack) {
   for (int i = 0; i < 20; ++i) a[i] = i == 17 ? -1.0 : i;
   test::ForEachTarget([&](const std::string&) {
     g_seen.clear();
-    vek::RunUnderMode(HWY_DYNAMIC_DISPATCH(RunDoubleAndTriple), 20, a.data(), r1.data(), r2.data());
+    vek::RunUnderMode(OXL_DISPATCH(RunDoubleAndTriple), 20, a.data(), r1.data(), r2.data());
     ASSERT_EQ(g_seen.size(), 1u);
     EXPECT_EQ(g_seen[0].index, 17);
     EXPECT_EQ(r1[17], 99.0);

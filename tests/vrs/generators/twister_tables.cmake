@@ -9,7 +9,7 @@ if(NOT rc EQUAL 0)
   message(FATAL_ERROR "twister_poly failed: ${rc}")
 endif()
 execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${OUT}/twister_polys.inc
-                        ${SRC}/src/vrs/streams/twister_polys.inc RESULT_VARIABLE rc)
+                        ${SRC}/src/vrs/generators/twister_polys.inc RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "twister_polys.inc differs from the tool's output")
 endif()

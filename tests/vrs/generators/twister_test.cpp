@@ -16,10 +16,11 @@
 #include "oxl/vrs.h"
 #include "support/failing_allocator.h"
 #include "support/ref_data.h"
+#include "support/stream_guard.h"
 #include "support/targets.h"
 #include "vrs/generators/twister.h"
 #include "vrs/streams/gf2_poly.h"
-#include "vrs/streams/skipahead_poly.h"
+#include "vrs/generators/skipahead_poly.h"
 #include "vrs/streams/stream_record.h"
 
 namespace oxl::vrs {
@@ -29,30 +30,7 @@ constexpr int32_t kMt19937 = 0x800000;
 constexpr int32_t kMt2203 = 0x900000;
 constexpr int32_t kSfmt = 0xD00000;
 
-struct Stream {
-  StreamRecord* s = nullptr;
-  Stream(int32_t id, std::vector<uint32_t> seed) {
-    EXPECT_EQ(__vrsNewStreamEx(&s, id, static_cast<int32_t>(seed.size()), seed.data()), 0);
-  }
-  Stream(const Stream& other) { EXPECT_EQ(__vrsCopyStream(&s, other.s), 0); }
-  ~Stream() { __vrsDeleteStream(&s); }
-  std::vector<uint32_t> Words(int32_t n) {
-    std::vector<uint32_t> r(static_cast<size_t>(n) + 1, 0xDEADBEEF);
-    EXPECT_EQ(RowOf(s).iBRng(s, n, r.data()), 0);
-    EXPECT_EQ(r.back(), 0xDEADBEEF) << "wrote past the end";
-    r.pop_back();
-    return r;
-  }
-  // The words of one request made as several calls of the given lengths.
-  std::vector<uint32_t> Split(const std::vector<int32_t>& parts) {
-    std::vector<uint32_t> all;
-    for (int32_t p : parts) {
-      const auto w = Words(p);
-      all.insert(all.end(), w.begin(), w.end());
-    }
-    return all;
-  }
-};
+using Stream = test::StreamGuard;
 
 struct NumpyCase {
   std::vector<uint32_t> seed, out;

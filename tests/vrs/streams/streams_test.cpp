@@ -88,9 +88,9 @@ TEST(Registry, AbstractAndPendingGenerators) {
   // A row whose generator is not built yet: the stream is made, seeding fails, the caller
   // deletes it.
   const uint32_t seed = 1;
-  EXPECT_EQ(__vrsNewStreamEx(&s, OXL_BRNG_R250, 1, &seed), StatusInvalidBrng);
+  EXPECT_EQ(__vrsNewStreamEx(&s, OXL_BRNG_WH, 1, &seed), StatusInvalidBrng);
   ASSERT_NE(s, nullptr);
-  EXPECT_EQ(__vrsGetStreamStateBrng(s), OXL_BRNG_R250);
+  EXPECT_EQ(__vrsGetStreamStateBrng(s), OXL_BRNG_WH);
   EXPECT_EQ(__vrsDeleteStream(&s), 0);
   EXPECT_EQ(s, nullptr);
 }

@@ -4,7 +4,7 @@
 // word (MT19937) or 128-bit group (SFMT19937) at the index is the oldest, the next to be
 // replaced. One step of the recurrence there is the linear map T whose characteristic
 // polynomial P the exponent tables hold, so for g = x^nskip mod P, g(T) s = T^nskip s.
-#include "vrs/streams/skipahead_poly.h"
+#include "vrs/generators/skipahead_poly.h"
 
 #include <cstring>
 
@@ -15,7 +15,7 @@
 
 namespace oxl::vrs {
 
-#include "vrs/streams/twister_polys.inc"
+#include "vrs/generators/twister_polys.inc"
 
 const uint32_t _vrs_mt19937_poly[] = {OXL_MT19937_POLY_EXPONENTS};
 const uint32_t _vrs_sfmt19937_poly[] = {OXL_SFMT19937_POLY_EXPONENTS};

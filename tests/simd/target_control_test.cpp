@@ -1,0 +1,330 @@
+// The public target control: every target this processor runs, pinned through it, gives the same
+// bits from every kernel of the function list, every generator, the distributions, a statistics
+// call and a spline; and the environment variable's choice, bad values included.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "oxl/df.h"
+#include "oxl/omp_services.h"
+#include "oxl/platform.h"
+#include "oxl/ss.h"
+#include "oxl/vek.h"
+#include "oxl/vek_functions.h"
+#include "oxl/vrs.h"
+#include "support/input_gen.h"
+#include "support/targets.h"
+
+namespace oxl::test {
+namespace {
+
+constexpr int kN = 1037;  // not a multiple of any vector length: every kernel runs a tail
+
+struct Hash {
+  uint64_t h = 0xCBF29CE484222325u;
+  template <class T>
+  void Add(const T* data, size_t count) {
+    const auto* p = reinterpret_cast<const unsigned char*>(data);
+    for (size_t i = 0; i < count * sizeof(T); ++i) h = (h ^ p[i]) * 0x100000001B3u;
+  }
+};
+
+// Random bit patterns (every binade, infinities, NaNs, subnormals), ordinary values and values
+// near 1, interleaved, so that every vector mixes fast-path and rare lanes.
+template <class P>
+const P* Inputs() {
+  static const std::vector<P> v = [] {
+    std::vector<P> x(8 * kN);
+    SplitMix64 gen(0xC0FFEE);
+    for (size_t i = 0; i < x.size(); ++i) {
+      const uint64_t bits = gen.Next();
+      const double u = static_cast<double>(bits >> 11) * 0x1p-53;
+      if (i % 3 == 0) {
+        std::memcpy(&x[i], &bits, sizeof(P));
+      } else {
+        x[i] = static_cast<P>(i % 3 == 1 ? 16 * u - 8 : 0.75 + 0.5 * u);
+      }
+    }
+    return x;
+  }();
+  return v.data();
+}
+template <class E>
+const E* In(int offset) {
+  constexpr bool single = std::is_same_v<E, float> || std::is_same_v<E, oxl_complex8>;
+  using P = std::conditional_t<single, float, double>;
+  return reinterpret_cast<const E*>(Inputs<P>()) + offset;
+}
+
+const std::vector<int64_t>& Positions() {  // a third of the elements, out of order
+  static const std::vector<int64_t> p = [] {
+    std::vector<int64_t> v;
+    for (int64_t i = 0; i < kN; i += 3) v.push_back(i * 7 % kN);
+    return v;
+  }();
+  return p;
+}
+const std::vector<int64_t>& Mask() {
+  static const std::vector<int64_t> m = [] {
+    std::vector<int64_t> v(kN);
+    for (int i = 0; i < kN; ++i) v[i] = i * 5 % 11 < 4;
+    return v;
+  }();
+  return m;
+}
+
+// One kernel on fixed inputs: a hash of its outputs and of the status it leaves.
+template <class... R>
+uint64_t Digest(const std::function<void()>& call, std::vector<R>&... outs) {
+  oxl_vek_kernel_ClearErrStatus();
+  call();
+  Hash hash;
+  (hash.Add(outs.data(), outs.size()), ...);
+  const int32_t status = oxl_vek_kernel_GetErrStatus();
+  hash.Add(&status, 1);
+  return hash.h;
+}
+
+template <class E>
+uint64_t Run(std::string_view, void (*k)(int, const E*, E*)) {
+  std::vector<E> r(kN);
+  return Digest([&] { k(kN, In<E>(0), r.data()); }, r);
+}
+template <class E>
+uint64_t Run(std::string_view, void (*k)(int, const E*, const E*, E*)) {
+  std::vector<E> r(kN);
+  return Digest([&] { k(kN, In<E>(0), In<E>(kN), r.data()); }, r);
+}
+template <class E>
+uint64_t Run(std::string_view, void (*k)(int, const E*, E, E*)) {
+  std::vector<E> r(kN);
+  return Digest([&] { k(kN, In<E>(0), In<E>(kN)[7], r.data()); }, r);
+}
+template <class E>
+uint64_t Run(std::string_view, void (*k)(int, const E*, E*, E*)) {
+  std::vector<E> r1(kN), r2(kN);
+  return Digest([&] { k(kN, In<E>(0), r1.data(), r2.data()); }, r1, r2);
+}
+template <class E>
+uint64_t Run(std::string_view, void (*k)(int, const E*, const E*, E, E, E, E, E*)) {
+  std::vector<E> r(kN);
+  const E* c = In<E>(2 * kN + 1);  // ordinary values: scales and shifts
+  return Digest([&] { k(kN, In<E>(0), In<E>(kN), c[0], c[3], c[6], c[9], r.data()); }, r);
+}
+template <class A, class R>
+requires(!std::is_same_v<A, R>) uint64_t Run(std::string_view, void (*k)(int, const A*, R*)) {
+  std::vector<R> r(kN);
+  return Digest([&] { k(kN, In<A>(0), r.data()); }, r);
+}
+template <class E>
+uint64_t Run(std::string_view, void (*k)(int64_t, const E*, int64_t, E*, int)) {
+  std::vector<E> r(kN);
+  return Digest([&] { k(kN / 3, In<E>(0), 3, r.data(), 0); }, r);
+}
+template <class E>
+uint64_t Run(std::string_view, void (*k)(int64_t, const E*, E*, int64_t, int)) {
+  std::vector<E> r(kN);
+  return Digest([&] { k(kN / 3, In<E>(0), r.data(), 3, 0); }, r);
+}
+// By a list of positions (PackV, UnpackV) or by a mask over the whole array (PackM, UnpackM).
+template <class E>
+uint64_t Run(std::string_view form, void (*k)(int64_t, const E*, const int64_t*, E*, int)) {
+  std::vector<E> r(kN);
+  const bool mask = form == "PACKM";
+  const int64_t n = mask ? kN : static_cast<int64_t>(Positions().size());
+  return Digest([&] { k(n, In<E>(0), (mask ? Mask() : Positions()).data(), r.data(), 0); }, r);
+}
+template <class E>
+uint64_t Run(std::string_view form, void (*k)(int64_t, const E*, E*, const int64_t*, int)) {
+  std::vector<E> r(kN);
+  const bool mask = form == "UNPACKM";
+  const int64_t n = mask ? kN : static_cast<int64_t>(Positions().size());
+  return Digest([&] { k(n, In<E>(0), r.data(), (mask ? Mask() : Positions()).data(), 0); }, r);
+}
+
+struct KernelRun {
+  std::string name;
+  std::function<uint64_t()> run;
+};
+
+#define OXL_TEST_KERNEL(t, F, form, suffix) \
+  {"v" #t #F "_" #suffix, [] { return Run(#form, &oxl_vek_kernel_##t##F##_##suffix); }},
+#define OXL_VEK_FUNCTION(t, F, form, slots, impl, cost_la, cost_ha, cost_ep) \
+  OXL_VEK_KERNELS_##slots(OXL_TEST_KERNEL, t, F, form)
+const std::vector<KernelRun> kKernels = {
+#include "oxl/vek_functions.def"
+};
+#undef OXL_VEK_FUNCTION
+#undef OXL_TEST_KERNEL
+
+// Generators (integer words and doubles), then Gaussian numbers by each method, which run the
+// logarithm, sine, square root and inverse error function kernels underneath.
+uint64_t StreamDigest(int32_t id) {
+  StreamRecord* stream = nullptr;
+  const uint32_t seed = 777;
+  EXPECT_EQ(__vrsNewStreamEx(&stream, id, 1, &seed), 0);
+  std::vector<uint32_t> bits(2 * kN);  // a 64-bit word per output for the 59-bit generator
+  std::vector<double> d(kN);
+  std::vector<float> s(kN);
+  Hash hash;
+  EXPECT_EQ(_vrsiRngUniformBits(0, stream, kN, bits.data()), 0);
+  EXPECT_EQ(_vrsdRngUniform(0, stream, kN, d.data(), -1.0, 3.0), 0);
+  hash.Add(bits.data(), bits.size());
+  hash.Add(d.data(), kN);
+  for (int32_t method = 0; method < 3; ++method) {
+    EXPECT_EQ(_vrsdRngGaussian(method, stream, kN, d.data(), 1.0, 2.0), 0);
+    EXPECT_EQ(_vrssRngGaussian(method, stream, kN, s.data(), 1.0f, 2.0f), 0);
+    hash.Add(d.data(), kN);
+    hash.Add(s.data(), kN);
+  }
+  __vrsDeleteStream(&stream);
+  return hash.h;
+}
+
+// Mean, variance, skewness, kurtosis and correlation of a 3 x kN matrix in one pass.
+uint64_t StatsDigest() {
+  int64_t p = 3, n = kN, storage = STORAGE_ROWS, full = MATRIX_FULL;
+  std::vector<double> mean(3), raw2(3), raw3(3), raw4(3), var(3), c3(3), c4(3), cor(9);
+  SSTask* task = nullptr;
+  EXPECT_EQ(__vrsdSSNewTask(&task, &p, &n, &storage, In<double>(kN), nullptr, nullptr, 1), 0);
+  __vrsdSSEditMoments(task, mean.data(), raw2.data(), raw3.data(), raw4.data(), var.data(),
+                      c3.data(), c4.data());
+  __vrsdSSEditCovCor(task, nullptr, nullptr, nullptr, cor.data(), &full);
+  EXPECT_EQ(_vrsdSSBasic(task, EST_MEAN | EST_CENTRAL2 | EST_CENTRAL4 | EST_COR, METHOD_ONE_PASS,
+                         oxl_services_serial_ss()),
+            0);
+  __vrsSSDeleteTask(&task);
+  Hash hash;
+  for (const auto* v : {&mean, &var, &c4, &cor}) hash.Add(v->data(), v->size());
+  return hash.h;
+}
+
+// A natural cubic spline through 64 knots, evaluated with its derivative at kN sites and
+// integrated over 9 ranges.
+uint64_t SplineDigest() {
+  constexpr int kKnots = 64;
+  std::vector<double> x(kKnots), y(kKnots), coeff(4 * (kKnots - 1));
+  for (int i = 0; i < kKnots; ++i) {
+    x[i] = i + 0.25 * In<double>(kN + 1)[3 * i];  // ordinary values in [-8, 8): ascending knots
+    y[i] = In<double>(kN + 2)[3 * i];
+  }
+  df_task* task = nullptr;
+  EXPECT_EQ(oxl_df_kernel_dNewTask1D(&task, kKnots, x.data(), PARTITION_NONUNIFORM, 1, y.data(),
+                                     VALUES_ROWS, 0),
+            0);
+  EXPECT_EQ(
+      oxl_df_kernel_dEditPPSpline1D(task, SPLINE_ORDER_CUBIC, SPLINE_TYPE_NATURAL, BC_FREE_END,
+                                    nullptr, IC_NONE, nullptr, coeff.data(), COEFFICIENTS_ROWS),
+      0);
+  EXPECT_EQ(oxl_df_kernel_dDFNaturalCubicSpline1D(task, 0, 0, oxl_services_serial_df()), 0);
+  std::vector<double> sites(kN), values(2 * kN), integrals(9);
+  for (int i = 0; i < kN; ++i) sites[i] = -2 + (kKnots + 2) * i / double(kN);
+  const int32_t dorder[2] = {1, 1};
+  EXPECT_EQ(oxl_df_kernel_dDFInterpolate1D(task, 0, 0, kN, sites.data(), SITES_NO_HINT, 2, dorder,
+                                           nullptr, values.data(), INTERP_RESULTS_BY_FUNCTION,
+                                           nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                           nullptr, nullptr, nullptr, oxl_services_serial_df()),
+            0);
+  std::vector<double> from(9), to(9);
+  for (int i = 0; i < 9; ++i) from[i] = i * 3.5 - 1, to[i] = from[i] + 20.25;
+  EXPECT_EQ(oxl_df_kernel_dDFIntegrate1D(task, 0, 9, from.data(), SITES_NO_HINT, to.data(),
+                                         SITES_NO_HINT, nullptr, nullptr, integrals.data(),
+                                         INTEGR_RESULTS_BY_FUNCTION, nullptr, nullptr, nullptr,
+                                         nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+            0);
+  oxl_df_kernel_DeleteTask(&task);
+  Hash hash;
+  hash.Add(coeff.data(), coeff.size());
+  hash.Add(values.data(), values.size());
+  hash.Add(integrals.data(), integrals.size());
+  return hash.h;
+}
+
+const std::vector<KernelRun>& Everything() {
+  static const std::vector<KernelRun> all = [] {
+    std::vector<KernelRun> v = kKernels;
+    for (const int32_t id :
+         {OXL_BRNG_MCG31, OXL_BRNG_MRG32K3A, OXL_BRNG_MCG59, OXL_BRNG_MT19937, OXL_BRNG_MT2203 + 17,
+          OXL_BRNG_SFMT19937, OXL_BRNG_ARS5, OXL_BRNG_PHILOX4X32X10, OXL_BRNG_R250}) {
+      v.push_back({"generator " + std::to_string(id >> 20), [id] { return StreamDigest(id); }});
+    }
+    v.push_back({"statistics", StatsDigest});
+    v.push_back({"spline", SplineDigest});
+    return v;
+  }();
+  return all;
+}
+
+TEST(TargetControl, EveryTargetGivesTheSameBits) {
+  std::vector<uint64_t> first;
+  std::string first_target;
+  int targets = 0;
+  ForEachTarget([&](const std::string& target) {
+    ++targets;
+    EXPECT_EQ(oxl_dft_pvk_simd_target(), target);
+    std::vector<uint64_t> digests;
+    for (const KernelRun& k : Everything()) digests.push_back(k.run());
+    if (first.empty()) {
+      first = digests;
+      first_target = target;
+      return;
+    }
+    for (size_t i = 0; i < digests.size(); ++i) {
+      EXPECT_EQ(digests[i], first[i])
+          << Everything()[i].name << ": " << target << " against " << first_target;
+    }
+  });
+  EXPECT_GE(targets, 1);
+  EXPECT_GT(Everything().size(), 350u);  // every kernel of the list, once
+}
+
+TEST(TargetControl, PinningFallsBackAndRefusesNonsense) {
+  const int before = oxl_dft_pvk_get_simd_target();
+  EXPECT_EQ(oxl_dft_pvk_simd_target_supported(OXL_SIMD_TARGET_DEFAULT), 0);
+  EXPECT_EQ(oxl_dft_pvk_simd_target_supported(77), 0);
+  EXPECT_EQ(oxl_dft_pvk_set_simd_target(4), -1);
+  EXPECT_EQ(oxl_dft_pvk_set_simd_target(-1), -1);
+  EXPECT_EQ(oxl_dft_pvk_get_simd_target(), before);
+  // The best target the processor has stands in for one it lacks.
+  const int best =
+      oxl_dft_pvk_simd_target_supported(OXL_SIMD_TARGET_AVX512) ? OXL_SIMD_TARGET_AVX512
+      : oxl_dft_pvk_simd_target_supported(OXL_SIMD_TARGET_AVX2) ? OXL_SIMD_TARGET_AVX2
+                                                                : OXL_SIMD_TARGET_SCALAR;
+  for (int target = OXL_SIMD_TARGET_SCALAR; target <= OXL_SIMD_TARGET_AVX512; ++target) {
+    const int expected = oxl_dft_pvk_simd_target_supported(target) ? target : best;
+    EXPECT_EQ(oxl_dft_pvk_set_simd_target(target), expected);
+    EXPECT_EQ(oxl_dft_pvk_get_simd_target(), expected);
+  }
+  EXPECT_EQ(oxl_dft_pvk_set_simd_target(OXL_SIMD_TARGET_DEFAULT), before);
+}
+
+// CTest runs this case again under several values of OXL_SIMD_TARGET (tests/simd/CMakeLists.txt).
+TEST(TargetControl, EnvironmentChoosesOnceAndBadValuesGiveTheBest) {
+  const char* value = std::getenv("OXL_SIMD_TARGET");
+  const std::string v = value != nullptr ? value : "";
+  const std::vector<std::pair<std::string, int>> names = {{"avx512", OXL_SIMD_TARGET_AVX512},
+                                                          {"avx2", OXL_SIMD_TARGET_AVX2},
+                                                          {"scalar", OXL_SIMD_TARGET_SCALAR}};
+  int expected = OXL_SIMD_TARGET_DEFAULT;
+  for (const auto& [name, target] : names) {
+    if (v == name && oxl_dft_pvk_simd_target_supported(target)) expected = target;
+  }
+  for (const auto& [name, target] : names) {
+    if (expected == OXL_SIMD_TARGET_DEFAULT && oxl_dft_pvk_simd_target_supported(target))
+      expected = target;
+  }
+  EXPECT_EQ(oxl_dft_pvk_get_simd_target(), expected) << "OXL_SIMD_TARGET=" << v.substr(0, 40);
+  // Read once: a later change of the variable changes nothing.
+  setenv("OXL_SIMD_TARGET", "scalar", 1);
+  EXPECT_EQ(oxl_dft_pvk_set_simd_target(OXL_SIMD_TARGET_DEFAULT), expected);
+}
+
+}  // namespace
+}  // namespace oxl::test
