@@ -37,6 +37,12 @@ constexpr UnaryFunction<double> kDExpm1{"dExpm1", kExpRangeD};
 constexpr UnaryFunction<float> kSExpm1{"sExpm1", kExpRangeS};
 constexpr UnaryFunction<double> kDLn{"dLn", kLogRangeD};
 constexpr UnaryFunction<float> kSLn{"sLn", kLogRangeS};
+constexpr UnaryFunction<double> kDLog10{"dLog10", kLogRangeD};
+constexpr UnaryFunction<float> kSLog10{"sLog10", kLogRangeS};
+// log1p on the same log-spaced inputs: x from far below the last place of 1 (log1p(x) = x) to
+// far above it (log1p(x) = log(x)), every contestant on its main path.
+constexpr UnaryFunction<double> kDLog1p{"dLog1p", kLogRangeD};
+constexpr UnaryFunction<float> kSLog1p{"sLog1p", kLogRangeS};
 constexpr BinaryFunction<float> kSAdd{"sAdd", kArith, kArith};
 constexpr BinaryFunction<double> kDAdd{"dAdd", kArith, kArith};
 constexpr BinaryFunction<float> kSMul{"sMul", kArith, kArith};
@@ -78,6 +84,9 @@ OXL_BENCH(kSExpm1, "sleef_u10_avx2", peers::SleefExpm1U10Avx2, kAvx2);
 OXL_BENCH(kSExpm1, "sleef_u10_avx512", peers::SleefExpm1U10Avx512, kAvx512);
 OXL_BENCH(kSExpm1, "std_loop", peers::StdExpm1);
 
+OXL_BENCH(kDLn, "oxl_HA", oxl_vek_kernel_dLn_B3HAynn);
+OXL_BENCH(kDLn, "oxl_LA", oxl_vek_kernel_dLn_B3LAynn);
+OXL_BENCH(kDLn, "oxl_EP", oxl_vek_kernel_dLn_B3EPnnn);
 OXL_BENCH(kDLn, "libmvec_avx2", peers::LibmvecLogAvx2, kAvx2);
 OXL_BENCH(kDLn, "libmvec_avx512", peers::LibmvecLogAvx512, kAvx512);
 OXL_BENCH(kDLn, "sleef_u10_avx2", peers::SleefLogU10Avx2, kAvx2);
@@ -86,6 +95,9 @@ OXL_BENCH(kDLn, "sleef_u35_avx2", peers::SleefLogU35Avx2, kAvx2);
 OXL_BENCH(kDLn, "sleef_u35_avx512", peers::SleefLogU35Avx512, kAvx512);
 OXL_BENCH(kDLn, "std_loop", peers::StdLog);
 
+OXL_BENCH(kSLn, "oxl_HA", oxl_vek_kernel_sLn_B3HAynn);
+OXL_BENCH(kSLn, "oxl_LA", oxl_vek_kernel_sLn_B3LAynn);
+OXL_BENCH(kSLn, "oxl_EP", oxl_vek_kernel_sLn_B3EPnnn);
 OXL_BENCH(kSLn, "libmvec_avx2", peers::LibmvecLogAvx2, kAvx2);
 OXL_BENCH(kSLn, "libmvec_avx512", peers::LibmvecLogAvx512, kAvx512);
 OXL_BENCH(kSLn, "sleef_u10_avx2", peers::SleefLogU10Avx2, kAvx2);
@@ -93,6 +105,42 @@ OXL_BENCH(kSLn, "sleef_u10_avx512", peers::SleefLogU10Avx512, kAvx512);
 OXL_BENCH(kSLn, "sleef_u35_avx2", peers::SleefLogU35Avx2, kAvx2);
 OXL_BENCH(kSLn, "sleef_u35_avx512", peers::SleefLogU35Avx512, kAvx512);
 OXL_BENCH(kSLn, "std_loop", peers::StdLog);
+
+OXL_BENCH(kDLog10, "oxl_HA", oxl_vek_kernel_dLog10_B3HAynn);
+OXL_BENCH(kDLog10, "oxl_LA", oxl_vek_kernel_dLog10_B3LAynn);
+OXL_BENCH(kDLog10, "oxl_EP", oxl_vek_kernel_dLog10_B3EPnnn);
+OXL_BENCH(kDLog10, "libmvec_avx2", peers::LibmvecLog10Avx2, kAvx2);
+OXL_BENCH(kDLog10, "libmvec_avx512", peers::LibmvecLog10Avx512, kAvx512);
+OXL_BENCH(kDLog10, "sleef_u10_avx2", peers::SleefLog10U10Avx2, kAvx2);
+OXL_BENCH(kDLog10, "sleef_u10_avx512", peers::SleefLog10U10Avx512, kAvx512);
+OXL_BENCH(kDLog10, "std_loop", peers::StdLog10);
+
+OXL_BENCH(kSLog10, "oxl_HA", oxl_vek_kernel_sLog10_B3HAynn);
+OXL_BENCH(kSLog10, "oxl_LA", oxl_vek_kernel_sLog10_B3LAynn);
+OXL_BENCH(kSLog10, "oxl_EP", oxl_vek_kernel_sLog10_B3EPnnn);
+OXL_BENCH(kSLog10, "libmvec_avx2", peers::LibmvecLog10Avx2, kAvx2);
+OXL_BENCH(kSLog10, "libmvec_avx512", peers::LibmvecLog10Avx512, kAvx512);
+OXL_BENCH(kSLog10, "sleef_u10_avx2", peers::SleefLog10U10Avx2, kAvx2);
+OXL_BENCH(kSLog10, "sleef_u10_avx512", peers::SleefLog10U10Avx512, kAvx512);
+OXL_BENCH(kSLog10, "std_loop", peers::StdLog10);
+
+OXL_BENCH(kDLog1p, "oxl_HA", oxl_vek_kernel_dLog1p_B3HAynn);
+OXL_BENCH(kDLog1p, "oxl_LA", oxl_vek_kernel_dLog1p_B3LAynn);
+OXL_BENCH(kDLog1p, "oxl_EP", oxl_vek_kernel_dLog1p_B3EPnnn);
+OXL_BENCH(kDLog1p, "libmvec_avx2", peers::LibmvecLog1pAvx2, kAvx2);
+OXL_BENCH(kDLog1p, "libmvec_avx512", peers::LibmvecLog1pAvx512, kAvx512);
+OXL_BENCH(kDLog1p, "sleef_u10_avx2", peers::SleefLog1pU10Avx2, kAvx2);
+OXL_BENCH(kDLog1p, "sleef_u10_avx512", peers::SleefLog1pU10Avx512, kAvx512);
+OXL_BENCH(kDLog1p, "std_loop", peers::StdLog1p);
+
+OXL_BENCH(kSLog1p, "oxl_HA", oxl_vek_kernel_sLog1p_B3HAynn);
+OXL_BENCH(kSLog1p, "oxl_LA", oxl_vek_kernel_sLog1p_B3LAynn);
+OXL_BENCH(kSLog1p, "oxl_EP", oxl_vek_kernel_sLog1p_B3EPnnn);
+OXL_BENCH(kSLog1p, "libmvec_avx2", peers::LibmvecLog1pAvx2, kAvx2);
+OXL_BENCH(kSLog1p, "libmvec_avx512", peers::LibmvecLog1pAvx512, kAvx512);
+OXL_BENCH(kSLog1p, "sleef_u10_avx2", peers::SleefLog1pU10Avx2, kAvx2);
+OXL_BENCH(kSLog1p, "sleef_u10_avx512", peers::SleefLog1pU10Avx512, kAvx512);
+OXL_BENCH(kSLog1p, "std_loop", peers::StdLog1p);
 
 OXL_BENCH(kSAdd, "oxl_HA", oxl_vek_kernel_sAdd_B3HAynn);
 OXL_BENCH(kSAdd, "avx2_loop", peers::Avx2Add, kAvx2);

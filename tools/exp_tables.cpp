@@ -16,6 +16,8 @@
 
 namespace {
 
+using oxl::tools::Literal;
+
 constexpr mpfr_prec_t kBits = 256;
 
 // 2^(j/n) rounded to T, and the relative rest rounded to T.
@@ -38,17 +40,6 @@ void Entry(int j, int n, T* hi, T* lo) {
     *lo = mpfr_get_d(rest, MPFR_RNDN);
   }
   mpfr_clears(exact, rest, static_cast<mpfr_ptr>(nullptr));
-}
-
-std::string Literal(float v) {
-  char buf[64];
-  std::snprintf(buf, sizeof buf, "%af", static_cast<double>(v));
-  return buf;
-}
-std::string Literal(double v) {
-  char buf[64];
-  std::snprintf(buf, sizeof buf, "%a", v);
-  return buf;
 }
 
 template <class T>

@@ -31,6 +31,14 @@ void LibmvecLogAvx2(int n, const double* a, double* r);
 void LibmvecLogAvx2(int n, const float* a, float* r);
 void LibmvecLogAvx512(int n, const double* a, double* r);
 void LibmvecLogAvx512(int n, const float* a, float* r);
+void LibmvecLog10Avx2(int n, const double* a, double* r);
+void LibmvecLog10Avx2(int n, const float* a, float* r);
+void LibmvecLog10Avx512(int n, const double* a, double* r);
+void LibmvecLog10Avx512(int n, const float* a, float* r);
+void LibmvecLog1pAvx2(int n, const double* a, double* r);
+void LibmvecLog1pAvx2(int n, const float* a, float* r);
+void LibmvecLog1pAvx512(int n, const double* a, double* r);
+void LibmvecLog1pAvx512(int n, const float* a, float* r);
 void LibmvecSinAvx2(int n, const double* a, double* r);
 void LibmvecSinAvx2(int n, const float* a, float* r);
 void LibmvecSinAvx512(int n, const double* a, double* r);
@@ -45,7 +53,8 @@ void LibmvecPowAvx512(int n, const double* a, const double* b, double* r);
 void LibmvecPowAvx512(int n, const float* a, const float* b, float* r);
 
 // SLEEF: U10 is its 1.0-ulp family (the HA-like peer), U35 its 3.5-ulp family (the LA-like peer,
-// which SLEEF offers for log, sin and cos only): Sleef_expd4_u10avx2, Sleef_expf16_u10avx512f, ...
+// which SLEEF offers for log, sin and cos only: log10 and log1p have U10 alone):
+// Sleef_expd4_u10avx2, Sleef_expf16_u10avx512f, ...
 void SleefExpU10Avx2(int n, const double* a, double* r);
 void SleefExpU10Avx2(int n, const float* a, float* r);
 void SleefExpU10Avx512(int n, const double* a, double* r);
@@ -62,6 +71,14 @@ void SleefLogU35Avx2(int n, const double* a, double* r);
 void SleefLogU35Avx2(int n, const float* a, float* r);
 void SleefLogU35Avx512(int n, const double* a, double* r);
 void SleefLogU35Avx512(int n, const float* a, float* r);
+void SleefLog10U10Avx2(int n, const double* a, double* r);
+void SleefLog10U10Avx2(int n, const float* a, float* r);
+void SleefLog10U10Avx512(int n, const double* a, double* r);
+void SleefLog10U10Avx512(int n, const float* a, float* r);
+void SleefLog1pU10Avx2(int n, const double* a, double* r);
+void SleefLog1pU10Avx2(int n, const float* a, float* r);
+void SleefLog1pU10Avx512(int n, const double* a, double* r);
+void SleefLog1pU10Avx512(int n, const float* a, float* r);
 void SleefSinU10Avx2(int n, const double* a, double* r);
 void SleefSinU10Avx2(int n, const float* a, float* r);
 void SleefSinU10Avx512(int n, const double* a, double* r);
@@ -91,6 +108,10 @@ void StdExpm1(int n, const double* a, double* r);
 void StdExpm1(int n, const float* a, float* r);
 void StdLog(int n, const double* a, double* r);
 void StdLog(int n, const float* a, float* r);
+void StdLog10(int n, const double* a, double* r);
+void StdLog10(int n, const float* a, float* r);
+void StdLog1p(int n, const double* a, double* r);
+void StdLog1p(int n, const float* a, float* r);
 void StdSin(int n, const double* a, double* r);
 void StdSin(int n, const float* a, float* r);
 void StdCos(int n, const double* a, double* r);

@@ -16,6 +16,10 @@ __m256d _ZGVdN4v_expm1(__m256d);
 __m256 _ZGVdN8v_expm1f(__m256);
 __m256d _ZGVdN4v_log(__m256d);
 __m256 _ZGVdN8v_logf(__m256);
+__m256d _ZGVdN4v_log10(__m256d);
+__m256 _ZGVdN8v_log10f(__m256);
+__m256d _ZGVdN4v_log1p(__m256d);
+__m256 _ZGVdN8v_log1pf(__m256);
 __m256d _ZGVdN4v_sin(__m256d);
 __m256 _ZGVdN8v_sinf(__m256);
 __m256d _ZGVdN4v_cos(__m256d);
@@ -35,6 +39,10 @@ void LibmvecExpm1Avx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_ex
 void LibmvecExpm1Avx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_expm1f>(n, a, r); }
 void LibmvecLogAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_log>(n, a, r); }
 void LibmvecLogAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_logf>(n, a, r); }
+void LibmvecLog10Avx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_log10>(n, a, r); }
+void LibmvecLog10Avx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_log10f>(n, a, r); }
+void LibmvecLog1pAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_log1p>(n, a, r); }
+void LibmvecLog1pAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_log1pf>(n, a, r); }
 void LibmvecSinAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_sin>(n, a, r); }
 void LibmvecSinAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_sinf>(n, a, r); }
 void LibmvecCosAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_cos>(n, a, r); }
@@ -60,6 +68,10 @@ __m512d _ZGVeN8v_expm1(__m512d);
 __m512 _ZGVeN16v_expm1f(__m512);
 __m512d _ZGVeN8v_log(__m512d);
 __m512 _ZGVeN16v_logf(__m512);
+__m512d _ZGVeN8v_log10(__m512d);
+__m512 _ZGVeN16v_log10f(__m512);
+__m512d _ZGVeN8v_log1p(__m512d);
+__m512 _ZGVeN16v_log1pf(__m512);
 __m512d _ZGVeN8v_sin(__m512d);
 __m512 _ZGVeN16v_sinf(__m512);
 __m512d _ZGVeN8v_cos(__m512d);
@@ -79,6 +91,10 @@ void LibmvecExpm1Avx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8
 void LibmvecExpm1Avx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_expm1f>(n, a, r); }
 void LibmvecLogAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_log>(n, a, r); }
 void LibmvecLogAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_logf>(n, a, r); }
+void LibmvecLog10Avx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_log10>(n, a, r); }
+void LibmvecLog10Avx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_log10f>(n, a, r); }
+void LibmvecLog1pAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_log1p>(n, a, r); }
+void LibmvecLog1pAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_log1pf>(n, a, r); }
 void LibmvecSinAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_sin>(n, a, r); }
 void LibmvecSinAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_sinf>(n, a, r); }
 void LibmvecCosAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_cos>(n, a, r); }

@@ -18,6 +18,10 @@ __m256d Sleef_logd4_u10avx2(__m256d);
 __m256 Sleef_logf8_u10avx2(__m256);
 __m256d Sleef_logd4_u35avx2(__m256d);
 __m256 Sleef_logf8_u35avx2(__m256);
+__m256d Sleef_log10d4_u10avx2(__m256d);
+__m256 Sleef_log10f8_u10avx2(__m256);
+__m256d Sleef_log1pd4_u10avx2(__m256d);
+__m256 Sleef_log1pf8_u10avx2(__m256);
 __m256d Sleef_sind4_u10avx2(__m256d);
 __m256 Sleef_sinf8_u10avx2(__m256);
 __m256d Sleef_sind4_u35avx2(__m256d);
@@ -47,6 +51,18 @@ void SleefLogU10Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_logd4_
 void SleefLogU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_logf8_u10avx2>(n, a, r); }
 void SleefLogU35Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_logd4_u35avx2>(n, a, r); }
 void SleefLogU35Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_logf8_u35avx2>(n, a, r); }
+void SleefLog10U10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_log10d4_u10avx2>(n, a, r);
+}
+void SleefLog10U10Avx2(int n, const float* a, float* r) {
+  avx2::Map<Sleef_log10f8_u10avx2>(n, a, r);
+}
+void SleefLog1pU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_log1pd4_u10avx2>(n, a, r);
+}
+void SleefLog1pU10Avx2(int n, const float* a, float* r) {
+  avx2::Map<Sleef_log1pf8_u10avx2>(n, a, r);
+}
 void SleefSinU10Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_sind4_u10avx2>(n, a, r); }
 void SleefSinU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_sinf8_u10avx2>(n, a, r); }
 void SleefSinU35Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_sind4_u35avx2>(n, a, r); }
@@ -78,6 +94,10 @@ __m512d Sleef_logd8_u10avx512f(__m512d);
 __m512 Sleef_logf16_u10avx512f(__m512);
 __m512d Sleef_logd8_u35avx512f(__m512d);
 __m512 Sleef_logf16_u35avx512f(__m512);
+__m512d Sleef_log10d8_u10avx512f(__m512d);
+__m512 Sleef_log10f16_u10avx512f(__m512);
+__m512d Sleef_log1pd8_u10avx512f(__m512d);
+__m512 Sleef_log1pf16_u10avx512f(__m512);
 __m512d Sleef_sind8_u10avx512f(__m512d);
 __m512 Sleef_sinf16_u10avx512f(__m512);
 __m512d Sleef_sind8_u35avx512f(__m512d);
@@ -118,6 +138,18 @@ void SleefLogU35Avx512(int n, const double* a, double* r) {
 }
 void SleefLogU35Avx512(int n, const float* a, float* r) {
   avx512::Map<Sleef_logf16_u35avx512f>(n, a, r);
+}
+void SleefLog10U10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_log10d8_u10avx512f>(n, a, r);
+}
+void SleefLog10U10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_log10f16_u10avx512f>(n, a, r);
+}
+void SleefLog1pU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_log1pd8_u10avx512f>(n, a, r);
+}
+void SleefLog1pU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_log1pf16_u10avx512f>(n, a, r);
 }
 void SleefSinU10Avx512(int n, const double* a, double* r) {
   avx512::Map<Sleef_sind8_u10avx512f>(n, a, r);

@@ -37,6 +37,18 @@ void StdLog(int n, const double* a, double* r) {
 void StdLog(int n, const float* a, float* r) {
   Loop(n, a, r, [](float x) { return std::log(x); });
 }
+void StdLog10(int n, const double* a, double* r) {
+  Loop(n, a, r, [](double x) { return std::log10(x); });
+}
+void StdLog10(int n, const float* a, float* r) {
+  Loop(n, a, r, [](float x) { return std::log10(x); });
+}
+void StdLog1p(int n, const double* a, double* r) {
+  Loop(n, a, r, [](double x) { return std::log1p(x); });
+}
+void StdLog1p(int n, const float* a, float* r) {
+  Loop(n, a, r, [](float x) { return std::log1p(x); });
+}
 void StdSin(int n, const double* a, double* r) {
   Loop(n, a, r, [](double x) { return std::sin(x); });
 }

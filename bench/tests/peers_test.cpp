@@ -54,6 +54,8 @@ using Reference2 = long double (*)(long double, long double);
 long double Exp(long double x) { return std::exp(x); }
 long double Expm1(long double x) { return std::expm1(x); }
 long double Log(long double x) { return std::log(x); }
+long double Log10(long double x) { return std::log10(x); }
+long double Log1p(long double x) { return std::log1p(x); }
 long double Sin(long double x) { return std::sin(x); }
 long double Cos(long double x) { return std::cos(x); }
 long double Pow(long double x, long double y) { return std::pow(x, y); }
@@ -78,6 +80,12 @@ const UnaryPeer kUnaryPeers[] = {
      p::kAvx512},
     {"LibmvecLogAvx2", p::LibmvecLogAvx2, p::LibmvecLogAvx2, Log, kLog, 4, p::kAvx2},
     {"LibmvecLogAvx512", p::LibmvecLogAvx512, p::LibmvecLogAvx512, Log, kLog, 4, p::kAvx512},
+    {"LibmvecLog10Avx2", p::LibmvecLog10Avx2, p::LibmvecLog10Avx2, Log10, kLog, 4, p::kAvx2},
+    {"LibmvecLog10Avx512", p::LibmvecLog10Avx512, p::LibmvecLog10Avx512, Log10, kLog, 4,
+     p::kAvx512},
+    {"LibmvecLog1pAvx2", p::LibmvecLog1pAvx2, p::LibmvecLog1pAvx2, Log1p, kLog, 4, p::kAvx2},
+    {"LibmvecLog1pAvx512", p::LibmvecLog1pAvx512, p::LibmvecLog1pAvx512, Log1p, kLog, 4,
+     p::kAvx512},
     {"LibmvecSinAvx2", p::LibmvecSinAvx2, p::LibmvecSinAvx2, Sin, kTrig, 4, p::kAvx2},
     {"LibmvecSinAvx512", p::LibmvecSinAvx512, p::LibmvecSinAvx512, Sin, kTrig, 4, p::kAvx512},
     {"LibmvecCosAvx2", p::LibmvecCosAvx2, p::LibmvecCosAvx2, Cos, kTrig, 4, p::kAvx2},
@@ -91,6 +99,12 @@ const UnaryPeer kUnaryPeers[] = {
     {"SleefLogU10Avx512", p::SleefLogU10Avx512, p::SleefLogU10Avx512, Log, kLog, 1.5, p::kAvx512},
     {"SleefLogU35Avx2", p::SleefLogU35Avx2, p::SleefLogU35Avx2, Log, kLog, 4, p::kAvx2},
     {"SleefLogU35Avx512", p::SleefLogU35Avx512, p::SleefLogU35Avx512, Log, kLog, 4, p::kAvx512},
+    {"SleefLog10U10Avx2", p::SleefLog10U10Avx2, p::SleefLog10U10Avx2, Log10, kLog, 1.5, p::kAvx2},
+    {"SleefLog10U10Avx512", p::SleefLog10U10Avx512, p::SleefLog10U10Avx512, Log10, kLog, 1.5,
+     p::kAvx512},
+    {"SleefLog1pU10Avx2", p::SleefLog1pU10Avx2, p::SleefLog1pU10Avx2, Log1p, kLog, 1.5, p::kAvx2},
+    {"SleefLog1pU10Avx512", p::SleefLog1pU10Avx512, p::SleefLog1pU10Avx512, Log1p, kLog, 1.5,
+     p::kAvx512},
     {"SleefSinU10Avx2", p::SleefSinU10Avx2, p::SleefSinU10Avx2, Sin, kTrig, 1.5, p::kAvx2},
     {"SleefSinU10Avx512", p::SleefSinU10Avx512, p::SleefSinU10Avx512, Sin, kTrig, 1.5, p::kAvx512},
     {"SleefSinU35Avx2", p::SleefSinU35Avx2, p::SleefSinU35Avx2, Sin, kTrig, 4, p::kAvx2},
@@ -102,6 +116,8 @@ const UnaryPeer kUnaryPeers[] = {
     {"StdExp", p::StdExp, p::StdExp, Exp, kExpS, 1, 0},
     {"StdExpm1", p::StdExpm1, p::StdExpm1, Expm1, kExpS, 1, 0},
     {"StdLog", p::StdLog, p::StdLog, Log, kLog, 1, 0},
+    {"StdLog10", p::StdLog10, p::StdLog10, Log10, kLog, 1, 0},
+    {"StdLog1p", p::StdLog1p, p::StdLog1p, Log1p, kLog, 1, 0},
     {"StdSin", p::StdSin, p::StdSin, Sin, kTrig, 1, 0},
     {"StdCos", p::StdCos, p::StdCos, Cos, kTrig, 1, 0},
 };

@@ -13,6 +13,8 @@
 //   Rsqrt14, Rsqrt28         vrsqrt14, vrsqrt28                    simd/reciprocal-inl.h
 //   Exp2Fast                 vexp2ps                               simd/exp2-inl.h
 //   LoadTable, Lookup        vpermps, vpermt2ps, vpermt2pd         simd/table-inl.h
+//   LoadFloatTable, Lookup   float tables read into double lanes   simd/table-inl.h
+//   Horner, Estrin           polynomials over Fma                  simd/poly-inl.h
 //   LoadPartial, StorePartial  masked loads and stores of tails    simd/partial-inl.h
 //
 // Every helper has a scalar definition in simd/reference.h, which is also the tests' oracle.
@@ -23,6 +25,7 @@
 #include "simd/exponent-inl.h"
 #include "simd/fma-inl.h"
 #include "simd/partial-inl.h"
+#include "simd/poly-inl.h"
 #include "simd/reciprocal-inl.h"
 #include "simd/round_scale-inl.h"
 #include "simd/table-inl.h"

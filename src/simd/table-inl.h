@@ -168,6 +168,64 @@ HWY_API hn::VFromD<D> Lookup(D d, const RegisterTable<D, kEntries, kInRegisters>
   }
 }
 
+// A table of 16 floats read into lanes of D's type: the entries are floats, widened exactly. For
+// double lanes on AVX2 this avoids the gather: the floats sit in two registers, read by 32-bit
+// permutes and widened. Elsewhere
+// it is the RegisterTable of the widened values. A double with up to 48 significant bits is the
+// sum of two such tables.
+template <class D>
+struct FloatTable {
+  using T = hn::TFromD<D>;
+  static constexpr bool kFloatPermutes =
+      HWY_TARGET == HWY_AVX2 && sizeof(T) == 8 && hn::MaxLanes(D()) == 4;
+  alignas(64) T values[16];
+#if HWY_TARGET == HWY_AVX2
+  __m256 floats[2];
+#endif
+  RegisterTable<D, 16> table;
+};
+
+template <class D>
+HWY_API FloatTable<D> LoadFloatTable(D d, const float* HWY_RESTRICT values) {
+  FloatTable<D> out;
+  for (size_t i = 0; i < 16; ++i) out.values[i] = static_cast<hn::TFromD<D>>(values[i]);
+#if HWY_TARGET == HWY_AVX2
+  if constexpr (FloatTable<D>::kFloatPermutes) {
+    out.floats[0] = _mm256_loadu_ps(values);
+    out.floats[1] = _mm256_loadu_ps(values + 8);
+    return out;
+  }
+#endif
+  if constexpr (simd_detail::TableInRegisters<D, 16>()) out.table = LoadTable<16>(d, out.values);
+  return out;
+}
+
+// Lookup(d, table, index): lane i gets table[index[i] mod 16], widened. Tables that read memory
+// read the table's own copy, which must outlive the call.
+template <class D, class VI>
+HWY_API hn::VFromD<D> Lookup(D d, const FloatTable<D>& table, VI index) {
+#if HWY_TARGET == HWY_AVX2
+  if constexpr (FloatTable<D>::kFloatPermutes) {
+    // The low 32 bits of each 64-bit index to the four low positions; bit 3 to the sign for the
+    // blend between the two registers.
+    const __m256i packed = _mm256_permutevar8x32_epi32(
+        hn::BitCast(hn::RebindToSigned<D>(), index).raw, _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6));
+    const __m256 bit3 = _mm256_castsi256_ps(_mm256_slli_epi32(packed, 28));
+    const __m256 pick = _mm256_blendv_ps(_mm256_permutevar8x32_ps(table.floats[0], packed),
+                                         _mm256_permutevar8x32_ps(table.floats[1], packed), bit3);
+    return hn::VFromD<D>{_mm256_cvtps_pd(_mm256_castps256_ps128(pick))};
+  }
+#endif
+  if constexpr (simd_detail::TableInRegisters<D, 16>()) {
+    return Lookup(d, table.table, index);
+  } else {
+    const hn::RebindToSigned<D> di;
+    const auto masked =
+        hn::And(hn::BitCast(di, index), hn::Set(di, static_cast<hn::TFromD<decltype(di)>>(15)));
+    return hn::GatherIndex(d, table.values, masked);
+  }
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace oxl
 HWY_AFTER_NAMESPACE();

@@ -71,6 +71,17 @@ void LookupArray(const T* table, const oxl::simd::BitsOf<T>* index, T* out, size
 }
 
 template <typename T>
+void FloatLookupArray(const float* table, const oxl::simd::BitsOf<T>* index, T* out, size_t n) {
+  const hn::ScalableTag<T> d;
+  const hn::RebindToUnsigned<decltype(d)> du;
+  const auto t = ox::LoadFloatTable(d, table);
+  for (size_t i = 0; i < n; i += hn::Lanes(d)) {
+    const size_t count = n - i;
+    ox::StorePartial(d, ox::Lookup(d, t, ox::LoadPartial(du, index + i, count)), out + i, count);
+  }
+}
+
+template <typename T>
 void Partial(const T* src, T* dst, T* lanes_out, size_t count) {
   const hn::ScalableTag<T> d;
   const auto v = ox::LoadPartial(d, src, count);
@@ -157,6 +168,7 @@ HelperTable<T> MakeTable() {
   if constexpr (sizeof(T) == 8) t.lookups.push_back({8, &LookupArray<T, 8>});
   t.lookups.push_back({16, &LookupArray<T, 16>});
   t.lookups.push_back({32, &LookupArray<T, 32>});
+  t.float_lookup = &FloatLookupArray<T>;
   t.partial = &Partial<T>;
   return t;
 }

@@ -45,6 +45,8 @@ struct HelperTable {
   std::vector<Binary<T>> binary;
   std::vector<Ternary<T>> ternary;
   std::vector<Lookup<T>> lookups;
+  // out[i] = table[index[i] mod 16] widened to T, through FloatTable.
+  void (*float_lookup)(const float* table, const oxl::simd::BitsOf<T>* index, T* out, size_t n);
   // Stores LoadPartial(src, count) whole into lanes_out, then StorePartial of it to dst.
   void (*partial)(const T* src, T* dst, T* lanes_out, size_t count);
 };

@@ -189,6 +189,24 @@ TYPED_TEST(SimdHelpers, LookupReadsTheLowIndexBits) {
   });
 }
 
+// Tables of floats read into lanes of either type: the entries widened exactly, by the low four
+// index bits (AVX2 reads double lanes with float permutes, the others as a register table).
+TYPED_TEST(SimdHelpers, FloatTablesWidenTheirEntries) {
+  using T = TypeParam;
+  alignas(64) std::array<float, 16> table;
+  std::mt19937_64 rng(15);
+  for (auto& v : table) v = std::ldexp(float(rng() % 1000000) + 1, int(rng() % 60) - 40);
+  std::vector<BitsOf<T>> index(1000);
+  for (auto& i : index) i = static_cast<BitsOf<T>>(rng());
+  ForEachTarget([&](const std::string& target) {
+    std::vector<T> got(index.size());
+    Helpers<T>().float_lookup(table.data(), index.data(), got.data(), index.size());
+    for (size_t i = 0; i < index.size(); ++i) {
+      ASSERT_EQ(got[i], static_cast<T>(table[index[i] % 16])) << target << ", index " << index[i];
+    }
+  });
+}
+
 // A buffer whose end touches an inaccessible page, so that any access past it faults.
 class GuardedPage {
  public:

@@ -1,12 +1,14 @@
 // Every kernel of every function in the list against MPFR and MPC: special values (all pairs for
 // two components, so signed zeros, infinities and the complex branch cuts are met), random bit
-// patterns and values in ordinary ranges, within the HA bound of 1 ulp. The element-loop kernels
-// stand in every slot at HA accuracy; the vector arithmetic kernels are exact.
+// patterns, values in ordinary ranges and the hard cases of each vector family, within the bound
+// of the kernel's level (element loops hold the HA bound of 1 ulp in every slot), with the same
+// bits on every SIMD target and in every cut of the array.
 //
 // With OXL_ACCURACY_TABLE=<file> the measured rows are written there (tools/accuracy_table.sh
 // makes docs/accuracy.md from them).
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -14,6 +16,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "oxl/vek_functions.h"
@@ -175,6 +178,45 @@ std::vector<T> FiniteSpecials(bool few) {
   return {T(0), -T(0), d, -d, n, -n, T(1), T(-1), T(2), T(-2), T(0.5), T(-0.5), m, -m};
 }
 
+// Where the vector kernels of a family change course or cancel, by function: values met with
+// their neighbours, ranges of ordinary values met at random, and every binade (denormals
+// included). The thresholds are given for double and rounded for float.
+struct HardCase {
+  std::vector<std::pair<const char*, double>> thresholds;
+  std::vector<Range<double>> near;
+};
+
+const std::map<std::string, HardCase>& HardCases() {
+  static const std::map<std::string, HardCase> m = [] {
+    // The logarithms cancel around 1, switch table halves at 3/4 and 3/2, take a second pass
+    // outside [2^-126, 2^126] (float; double 2^+-1022), and meet the denormals.
+    const HardCase log = {{{"1", 1.0},
+                           {"3/4", 0.75},
+                           {"3/2", 1.5},
+                           {"2", 2.0},
+                           {"float cut range", 0x1p-126},
+                           {"float cut top", 0x1p126},
+                           {"double cut range", 0x1p-1022},
+                           {"double cut top", 0x1p1022},
+                           {"10", 10.0},
+                           {"1000", 1000.0}},
+                          {{0.9, 1.1}, {0.999, 1.001}, {0.5, 2.0}}};
+    const HardCase log1p = {{{"0", 0.0},
+                             {"-1", -1.0},
+                             {"-1/2", -0.5},
+                             {"float 1 + x rounds", 0x1p-24},
+                             {"double 1 + x rounds", 0x1p-53},
+                             {"1", 1.0},
+                             {"float 2^24", 0x1p24},
+                             {"double 2^53", 0x1p53},
+                             {"float cut top", 0x1p126},
+                             {"double cut top", 0x1p1022}},
+                            {{-0.01, 0.01}, {-1.0, -0.9}, {-0.3, 0.5}}};
+    return std::map<std::string, HardCase>{{"Ln", log}, {"Log10", log}, {"Log1p", log1p}};
+  }();
+  return m;
+}
+
 // Under the sanitizers the run looks for faults of memory, not of accuracy: a quarter of the cases.
 #ifdef OXL_SANITIZED_BUILD
 constexpr int kScale = 4;
@@ -213,6 +255,24 @@ Sweep<T> SweepFor(const std::string& func, int components, bool complex) {
   // A second set of ordinary values, in [-8, 8] for every component.
   SplitMix64 gen(0x5EED + components);
   for (int k = 0; k < 512 / kScale * components; ++k) s.extra.push_back(RandomIn(gen, Range<T>{T(-8), T(8)}));
+  const auto hard = HardCases().find(func);
+  if (components == 1 && hard != HardCases().end()) {
+    // The same bits from every SIMD target and from every cut of the array, tails and unaligned
+    // starts included.
+    s.all_targets = true;
+    s.cuts = {1, 7, 16, 33};
+    for (const auto& [name, value] : hard->second.thresholds) {
+      const T rounded = static_cast<T>(value);
+      if (std::isfinite(rounded) && (rounded != 0) == (value != 0)) {
+        s.thresholds.push_back({name, rounded});
+      }
+    }
+    for (const Range<double>& near : hard->second.near) {
+      const Range<T> range{static_cast<T>(near.lo), static_cast<T>(near.hi)};
+      for (int k = 0; k < 256 / kScale; ++k) s.extra.push_back(RandomIn(gen, range));
+    }
+    s.per_binade = 16 / kScale;
+  }
   return s;
 }
 

@@ -67,7 +67,9 @@ bool Close(double got, double want, double tolerance) {
   return std::fabs(got - want) <= tolerance * std::fabs(want);
 }
 
-enum Expect { kValue, kAnyFinite };
+// kLevel: within the error bound of the slot's accuracy level (1 ulp HA, 4 LA, 2^-11 and 2^-26
+// relative EP).
+enum Expect { kValue, kAnyFinite, kLevel };
 
 struct RealCase {
   const char* func;
@@ -122,8 +124,15 @@ const RealCase kRealCases[] = {
     {"Ln", 0, 0, 2, -kInf},             {"Ln", -0.0, 0, 2, -kInf},
     {"Ln", -1, 0, 1, kNaN},             {"Ln", -kInf, 0, 1, kNaN},
     {"Ln", kInf, 0, 0, kInf},           {"Ln", 1, 0, 0, 0},
-    {"Log10", 0, 0, 2, -kInf},          {"Log10", 1000, 0, 0, 3},
+    {"Ln", kNaN, 0, 0, kNaN},           {"Ln", 4.9406564584124654e-324, 0, 0, -744.44007192138126, kLevel},
+    {"Ln", 0.5, 0, 0, -0.69314718055994531, kLevel},
+    {"Log10", 0, 0, 2, -kInf},          {"Log10", 1000, 0, 0, 3, kLevel},
+    {"Log10", -0.0, 0, 2, -kInf},       {"Log10", -1, 0, 1, kNaN},
+    {"Log10", kInf, 0, 0, kInf},        {"Log10", 1, 0, 0, 0},
     {"Log1p", -1, 0, 2, -kInf},         {"Log1p", -2, 0, 1, kNaN},
+    {"Log1p", -kInf, 0, 1, kNaN},       {"Log1p", kInf, 0, 0, kInf},
+    {"Log1p", -0.0, 0, 0, -0.0},        {"Log1p", 1e-20, 0, 0, 1e-20, kLevel},
+    {"Log1p", kNaN, 0, 0, kNaN},        {"Log1p", 1e308, 0, 0, 709.1962086421661, kLevel},
     {"Sqrt", -0.0, 0, 0, -0.0},         {"Sqrt", -1, 0, 1, kNaN},
     {"Sqrt", -kInf, 0, 1, kNaN},        {"Sqrt", kInf, 0, 0, kInf},
     {"InvSqrt", 0, 0, 2, kInf},         {"InvSqrt", -4, 0, 1, kNaN},
@@ -166,7 +175,7 @@ const RealCase kRealCases[] = {
 // Runs a case at one element of a vector of 37 (so that block and tail both hold it), through the
 // given stub, and checks the stored result, the status, the single event and errno.
 template <class T, class Call>
-void CheckRealCase(const RealCase& c, Call call, const char* type) {
+void CheckRealCase(const RealCase& c, Call call, const char* type, int slot) {
   SCOPED_TRACE(std::string(type) + c.func + "(" + std::to_string(c.a) + ", " +
                std::to_string(c.b) + ")");
   constexpr int kN = 37;
@@ -183,6 +192,10 @@ void CheckRealCase(const RealCase& c, Call call, const char* type) {
     const double got = r[at];
     if (c.expect == kAnyFinite) {
       EXPECT_TRUE(std::isfinite(got)) << got;
+    } else if (c.expect == kLevel) {
+      constexpr double kEps = std::numeric_limits<T>::epsilon();
+      const double relative[3] = {4 * kEps, kEps, sizeof(T) == 4 ? 0x1p-11 : 0x1p-26};
+      EXPECT_TRUE(Close(got, static_cast<T>(c.result), relative[slot])) << "got " << got;
     } else {
       EXPECT_TRUE(Same(got, static_cast<T>(c.result))) << "got " << got;
     }
@@ -219,24 +232,25 @@ TEST_F(Events, RealStatusesThroughEveryLevelStub) {
       if (f->d != nullptr) {
         CheckRealCase<double>(
             c, [&](int n, const double* a, const double*, double* r) { f->d[slot](n, a, r); },
-            "d");
+            "d", slot);
       } else {
         CheckRealCase<double>(
             c, [&](int n, const double* a, const double* b, double* r) {
               f->d2[slot](n, a, b, r);
             },
-            "d");
+            "d", slot);
       }
       if (double_only) continue;
       // Float Exp's EP kernel is the bare 2^x approximation: it saturates without reporting.
       if (slot == 2 && std::string(c.func) == "Exp" && c.status != 0) continue;
       if (f->s != nullptr) {
         CheckRealCase<float>(
-            c, [&](int n, const float* a, const float*, float* r) { f->s[slot](n, a, r); }, "s");
+            c, [&](int n, const float* a, const float*, float* r) { f->s[slot](n, a, r); }, "s",
+            slot);
       } else {
         CheckRealCase<float>(
             c, [&](int n, const float* a, const float* b, float* r) { f->s2[slot](n, a, b, r); },
-            "s");
+            "s", slot);
       }
     }
   }
@@ -449,6 +463,48 @@ TEST_F(Events, FlushToZeroModeReachesElementLoops) {
   _vekdLn(1, &denormal, &r);
   EXPECT_NEAR(r, -744.44007192138126, 1e-12);
   EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), 0);
+}
+
+// Every kernel of the logarithms, in a block and in the tail: under FTZ/DAZ a denormal reads as
+// zero (Ln and Log10 of it are a pole; Log1p of it is 0), otherwise it is honoured.
+template <class T, class Table>
+void CheckDenormalModes(const char* func, Table table) {
+  constexpr int kN = 37;
+  const T denormal = std::numeric_limits<T>::denorm_min() * 3;
+  const bool log1p = std::string(func) == "Log1p";
+  for (int slot = 0; slot < 3; ++slot) {
+    for (const uint32_t mode : {OXL_VEK_MODE_FTZ_DAZ_ON, OXL_VEK_MODE_FTZ_DAZ_OFF}) {
+      SCOPED_TRACE(std::string(func) + " slot " + std::to_string(slot) + " mode " +
+                   std::to_string(mode) + (sizeof(T) == 4 ? " float" : " double"));
+      const bool daz = mode == OXL_VEK_MODE_FTZ_DAZ_ON;
+      std::vector<T> a(kN, T(2)), r(kN);
+      a[4] = a[33] = denormal;
+      oxl_vek_kernel_SetMode(mode);
+      oxl_vek_kernel_ClearErrStatus();
+      events.clear();
+      table[slot](kN, a.data(), r.data());
+      for (int at : {4, 33}) {
+        if (log1p) {
+          EXPECT_EQ(r[at], daz ? T(0) : denormal);
+        } else if (daz) {
+          EXPECT_EQ(r[at], -std::numeric_limits<T>::infinity());
+        } else {
+          EXPECT_TRUE(std::isfinite(r[at]) && r[at] < T(-40)) << r[at];
+        }
+      }
+      EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), daz && !log1p ? 2 : 0);
+      EXPECT_EQ(events.size(), daz && !log1p ? 2u : 0u);
+    }
+  }
+}
+
+TEST_F(Events, LogarithmsOfDenormalsFollowTheMode) {
+  CheckDenormalModes<double>("Ln", oxl_vek_kernel_dLn_ttab);
+  CheckDenormalModes<double>("Log10", oxl_vek_kernel_dLog10_ttab);
+  CheckDenormalModes<double>("Log1p", oxl_vek_kernel_dLog1p_ttab);
+  CheckDenormalModes<float>("Ln", oxl_vek_kernel_sLn_ttab);
+  CheckDenormalModes<float>("Log10", oxl_vek_kernel_sLog10_ttab);
+  CheckDenormalModes<float>("Log1p", oxl_vek_kernel_sLog1p_ttab);
 }
 
 TEST_F(Events, ErrnoOnlyFromTheErrorPath) {

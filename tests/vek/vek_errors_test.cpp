@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "oxl/vek.h"
+#include "oxl/vek_functions.h"
 #include "vek/frame/frame.h"
 #include "vek/print_recorder.h"
 
@@ -305,6 +306,19 @@ TEST_F(ErrorPath, LogarithmCallbacksReplacePoleResults) {
   dr[0] = -INFINITY;
   oxl_vek_kernel_dError(vek_status_overflow, 0, da, da, dr, dr, "vdLn");
   EXPECT_EQ(dr[0], -INFINITY);
+  // Through the vector kernels of every slot, a zero in a block and in the tail.
+  for (int slot = 0; slot < 3; ++slot) {
+    double dz[35] = {}, dout[35];
+    float fz[35] = {}, fout[35];
+    Arrange(0x1000, _vdLnCallBack);
+    oxl_vek_kernel_dLn_ttab[slot](35, dz, dout);
+    Arrange(0x1000, _vsLnCallBack);
+    oxl_vek_kernel_sLn_ttab[slot](35, fz, fout);
+    for (int at : {0, 34}) {
+      EXPECT_EQ(std::bit_cast<uint64_t>(dout[at]), 0xC0874385446D71C3u) << slot;
+      EXPECT_EQ(std::bit_cast<uint32_t>(fout[at]), 0xC2CE8ED0u) << slot;
+    }
+  }
 }
 
 // The four element types: how to build an element and read its parts.

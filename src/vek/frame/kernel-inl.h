@@ -147,6 +147,9 @@ class Kernel {
     } else {
       M rare[kSteps][kMasks];
       M any = hn::MaskFromVec(hn::Zero(d));
+      // Unrolled, so that the steps' chains interleave: a long body otherwise stays a loop over
+      // the steps, one chain after the other (1.2x to 1.3x on the float logarithms).
+#pragma GCC unroll 16
       for (size_t s = 0; s < kSteps; ++s) {
         body(d, x[s], y[s], rare[s]);
         for (size_t m = 0; m < kMasks; ++m) any = hn::Or(any, rare[s][m]);
@@ -237,6 +240,19 @@ class Kernel {
       return body.Rare(&in[0][j], &out[0][j]);
     }
   }
+};
+
+// The shape of most real functions of one argument: one array in, one out, a rare path, and a
+// block of two 512-bit vectors.
+template <class T>
+struct UnaryRealBody {
+  using In = T;
+  using Out = T;
+  static constexpr size_t kInputs = 1;
+  static constexpr size_t kOutputs = 1;
+  static constexpr size_t kBlock = 64 / sizeof(T) * 2;
+  static constexpr vek::Layout kLayout = vek::Layout::kSplit;
+  static constexpr bool kRare = true;
 };
 
 // Entry points for the common argument forms. `n` is the caller's signed count; n <= 0 does

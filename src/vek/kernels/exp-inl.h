@@ -166,17 +166,6 @@ struct Tables<T, kEntries, false> {
   RegisterTable<D, kEntries> hi = LoadTable<kEntries>(D(), ScaleTable<T, kEntries>::kValues.data());
 };
 
-template <class T>
-struct BodyBase {
-  using In = T;
-  using Out = T;
-  static constexpr size_t kInputs = 1;
-  static constexpr size_t kOutputs = 1;
-  static constexpr size_t kBlock = 64 / sizeof(T) * 2;
-  static constexpr vek::Layout kLayout = vek::Layout::kSplit;
-  static constexpr bool kRare = true;
-};
-
 }  // namespace exp_detail
 
 // ---------------------------------------------------------------------------------------------
@@ -188,7 +177,7 @@ enum class ExpLevel { kHA, kLA, kEP };
 // and eight doubles fit one AVX-512 register and take two 32-bit permutes on AVX2, where larger
 // tables made the lookups half of the time; the polynomials have a term more instead.
 template <class T, ExpLevel kLevel>
-struct ExpTableBody : exp_detail::BodyBase<T> {
+struct ExpTableBody : UnaryRealBody<T> {
   static constexpr int kEntries = sizeof(T) == 4 ? 16 : 8;
   static constexpr bool kWithLo = kLevel == ExpLevel::kHA;
   const char* name = sizeof(T) == 4 ? "vsExp" : "vdExp";
@@ -248,7 +237,7 @@ struct ExpTableBody : exp_detail::BodyBase<T> {
 
 // sExp LA: no table. z = x log2(e) + 1.5 * 2^23 holds the nearest integer n in its low bits; the
 // result is e^r by a degree-5 polynomial with n added to its exponent field as an integer.
-struct ExpFloatLowBody : exp_detail::BodyBase<float> {
+struct ExpFloatLowBody : UnaryRealBody<float> {
   const char* name = "vsExp";
 
   template <class D>
@@ -277,7 +266,7 @@ struct ExpFloatLowBody : exp_detail::BodyBase<float> {
 
 // sExp EP: 2^(x log2 e) by the fast approximation, with whatever it gives at the ends of the
 // range: no rare path and no status.
-struct ExpFloatFastBody : exp_detail::BodyBase<float> {
+struct ExpFloatFastBody : UnaryRealBody<float> {
   static constexpr bool kRare = false;
 
   template <class D>
@@ -308,7 +297,7 @@ HWY_INLINE hn::VFromD<D> Expm1TailD(D d, hn::VFromD<D> r) {
 }
 
 template <class T, ExpLevel kLevel>
-struct Expm1Body : exp_detail::BodyBase<T> {
+struct Expm1Body : UnaryRealBody<T> {
   // Doubles on the 8-entry table of Exp; floats on 16 (HA) or 32 entries.
   static constexpr int kEntries = sizeof(T) == 8 ? 8 : kLevel == ExpLevel::kHA ? 16 : 32;
   static constexpr bool kWithLo = !(kLevel == ExpLevel::kEP);

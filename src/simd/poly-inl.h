@@ -1,0 +1,67 @@
+// Polynomials over the project's Fma, so that every target evaluates them with the same roundings.
+// Coefficients come in ascending order, c0 first, as scalars of the lane type.
+
+// Per-target include guard, toggled for each target of foreach_target.h.
+#if defined(OXL_SIMD_POLY_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef OXL_SIMD_POLY_INL_H_
+#undef OXL_SIMD_POLY_INL_H_
+#else
+#define OXL_SIMD_POLY_INL_H_
+#endif
+
+#include <array>
+#include <cstddef>
+#include <utility>
+
+#include <hwy/highway.h>
+
+#include "simd/fma-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace oxl {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+// c0 + x (c1 + x (c2 + ...)): one chain, the fewest operations.
+template <class D, class V = hn::VFromD<D>, class... T>
+HWY_API V Horner(D d, V x, hn::TFromD<D> c0, T... rest) {
+  if constexpr (sizeof...(rest) == 0) {
+    return hn::Set(d, c0);
+  } else {
+    return Fma(d, Horner(d, x, static_cast<hn::TFromD<D>>(rest)...), x, hn::Set(d, c0));
+  }
+}
+
+namespace simd_detail {
+
+// Estrin's step over vector coefficients c (ascending) in y: pairs c_2k + c_2k+1 y, then the
+// polynomial of the pairs in y^2. Unrolled at compile time, so every pair is its own operation.
+template <class D, class V, size_t N, size_t... K>
+HWY_INLINE V EstrinPairs(D d, V y, V y2, const std::array<V, N>& c, std::index_sequence<K...>) {
+  const std::array<V, (N + 1) / 2> pairs = {
+      (2 * K + 1 < N ? Fma(d, c[(2 * K + 1) % N], y, c[2 * K]) : c[2 * K])...};
+  if constexpr (pairs.size() == 1) {
+    return pairs[0];
+  } else {
+    return EstrinPairs(d, y2, hn::Mul(y2, y2), pairs,
+                       std::make_index_sequence<(pairs.size() + 1) / 2>());
+  }
+}
+
+}  // namespace simd_detail
+
+// The same polynomial by Estrin's scheme: pairs c_2k + c_2k+1 x, then pairs of pairs with x^2,
+// x^4, ...; a chain of about log2 of the degree, for kernels bound by latency. x2 is x * x.
+template <class D, class V = hn::VFromD<D>, class... T>
+HWY_API V Estrin(D d, V x, V x2, hn::TFromD<D> c0, T... rest) {
+  using L = hn::TFromD<D>;
+  constexpr size_t kTerms = sizeof...(rest) + 1;
+  const std::array<V, kTerms> c = {hn::Set(d, c0), hn::Set(d, static_cast<L>(rest))...};
+  return simd_detail::EstrinPairs(d, x, x2, c, std::make_index_sequence<(kTerms + 1) / 2>());
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace oxl
+HWY_AFTER_NAMESPACE();
+
+#endif  // OXL_SIMD_POLY_INL_H_

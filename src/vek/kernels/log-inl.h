@@ -1,0 +1,435 @@
+// Bodies of the Ln, Log10 and Log1p kernels. Re-included once per SIMD target.
+//
+// The reciprocal kernels (every double kernel, the float HA kernels and float Log1p) write
+// v = 2^k m with m in [A, 2A), A = 1 - 2^-6, by integer arithmetic on the bits of v, and read the
+// interval of m from the four bits below the exponent of bits(m) - bits(A): interval 0 is
+// [A, 1 + 2^-5), around 1, the others have width 1/16. With c the reciprocal of the interval's
+// midpoint (1 for interval 0) and r = m c - 1, |r| <= 2^-5 and
+//   ln v = k ln 2 - ln c + ln(1 + r),
+// -ln c from a table in registers, ln(1 + r) a short polynomial. The upper eight intervals hold
+// -ln(2c) and count k one larger, so that no entry comes near ln 2: a v just below a power of two
+// does not cancel its entry against k ln 2, and near 1 the result is r and the polynomial alone.
+// HA kernels carry r exactly as a pair (m c is a product of two floats), and k ln 2 - ln c in two
+// parts with k ln2hi + T_hi exact, and sum them to twice the precision. LA rounds once per step
+// with the same two-part terms, EP with one-part terms and a shorter polynomial.
+//
+// The fast path holds for positive normal v, tested on its bits. Blocks holding other values
+// run a second pass over the mantissa of v in [1, 2) and the exponent of v, which serves the
+// denormals; zeros, negative numbers, infinities and NaNs need no test of their own there: they
+// make the exponent or the mantissa not finite, which shows up as a NaN in a quantity that pass
+// forms anyway (the signal), and the signal marks the lane rare.
+//
+// Float Ln and Log10 at LA and EP have no reciprocal: m in [3/4, 3/2) is cut into 16 intervals by
+// its leading fraction bits, and a cubic (LA) or quadratic (EP) per interval gives ln(m) / (m - 1).
+
+#include <array>
+#include <limits>
+#include <type_traits>
+
+#if defined(OXL_VEK_KERNELS_LOG_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef OXL_VEK_KERNELS_LOG_INL_H_
+#undef OXL_VEK_KERNELS_LOG_INL_H_
+#else
+#define OXL_VEK_KERNELS_LOG_INL_H_
+#endif
+
+#include "vek/frame/kernel-inl.h"
+#include "simd/fma-inl.h"
+#include "simd/exponent-inl.h"
+#include "simd/float_bits.h"
+#include "simd/poly-inl.h"
+#include "simd/table-inl.h"
+#include "vek/kernels/log_rare.h"
+#include "vek/kernels/log_tables.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace oxl::HWY_NAMESPACE {
+
+using vek::LogFunction;
+enum class LogLevel { kHA, kLA, kEP };
+
+namespace log_detail {
+
+using simd::MantissaInterval;
+using simd::MantissaSign;
+
+template <class T>
+struct Consts;
+
+template <>
+struct Consts<float> {
+  static constexpr float kLn2Hi = 0x1.62e4p-1f;       // 0x3F317200: e ln2hi exact for |e| < 2^8
+  static constexpr float kLn2Lo = 0x1.7f7d1cp-20f;    // 0x35BFBE8E
+  static constexpr float kLn2 = 0x1.62e430p-1f;       // 0x3F317218
+  static constexpr float kLog10Of2 = 0x1.344136p-2f;  // 0x3E9A209B
+  // log10(2) in two parts, e log10(2)hi exact for |e| < 2^12: below 3/4 the result cancels
+  // against e log10(2), whose rounding would cost two ulp there.
+  static constexpr float kLog10Of2Hi = 0x1.344p-2f;      // 0x3E9A2000
+  static constexpr float kLog10Of2Lo = 0x1.3509f8p-18f;  // 0x369A84FC
+  static constexpr float kLog10OfEHi = 0x1.bcb7b2p-2f;   // 0x3EDE5BD9
+  static constexpr float kLog10OfELo = -0x1.5b235ep-27f;
+  static constexpr const float* kHi = vek::log_tables::kLnFHi;
+  static constexpr const float* kLo = vek::log_tables::kLnFLo;
+  static constexpr const float* kOnePart = vek::log_tables::kLnF;
+};
+
+template <>
+struct Consts<double> {
+  static constexpr double kLn2Hi = 0x1.62e42fefa0000p-1;  // e ln2hi exact for |e| < 2^16
+  static constexpr double kLn2Lo = 0x1.cf79abc9e0000p-40;
+  static constexpr double kLn2 = 0x1.62e42fefa39efp-1;
+  static constexpr double kLog10OfEHi = 0x1.bcb7b1526e50ep-2;
+  static constexpr double kLog10OfELo = 0x1.95355baaafad3p-57;
+  // Hi is the sum of two float tables. There is no one-part table: Hi holds 40 bits, enough for
+  // EP.
+  static constexpr const float* kHi = vek::log_tables::kLnDHiFirst;
+  static constexpr const float* kHiSecond = vek::log_tables::kLnDHiSecond;
+  static constexpr const float* kLo = vek::log_tables::kLnDLo;
+};
+
+// ln(1 + r) - r, the polynomial part of each level, r^2 q(r), for |r| <= 2^-5.
+template <class T, LogLevel kLevel>
+struct Tail;
+
+// Degree 9, in pairs with r^2 and r^4.
+template <>
+struct Tail<double, LogLevel::kHA> {
+  template <class D, class V>
+  static HWY_INLINE V Of(D d, V r, V r2) {
+    return hn::Mul(r2, Estrin(d, r, r2, -0.4999999999999968, 0.33333333333332005,
+                              -0.2500000000437373, 0.20000000009280938, -0.16666650546695666,
+                              0.14285690939597326, -0.125220000081181, 0.11135561406034511));
+  }
+};
+// LA keeps the HA polynomial: below degree 9 the error near 1, where the result is r and the
+// polynomial, exceeds the level's 4 ulp.
+template <>
+struct Tail<double, LogLevel::kLA> : Tail<double, LogLevel::kHA> {};
+template <>
+struct Tail<double, LogLevel::kEP> {
+  template <class D, class V>
+  static HWY_INLINE V Of(D d, V r, V r2) {
+    return hn::Mul(r2, Estrin(d, r, r2, -0.4999999502783749, 0.33333322249022734,
+                              -0.2502036072575226, 0.20024438577708045));
+  }
+};
+// The Taylor terms to r^5 leave r^6 / 6, below 2^-27 of r.
+template <>
+struct Tail<float, LogLevel::kHA> {
+  template <class D, class V>
+  static HWY_INLINE V Of(D d, V r, V r2) {
+    return hn::Mul(r2, Horner(d, r, -0.5f, 1.0f / 3, -0.25f, 0.2f));
+  }
+};
+template <>
+struct Tail<float, LogLevel::kLA> : Tail<float, LogLevel::kHA> {};
+// To r^3: r^4 / 4 is below 2^-17 of r.
+template <>
+struct Tail<float, LogLevel::kEP> {
+  template <class D, class V>
+  static HWY_INLINE V Of(D d, V r, V r2) {
+    return hn::Mul(r2, Horner(d, r, -0.5f, 1.0f / 3));
+  }
+};
+
+// v = 2^e m with m in [A, 2A) (e one larger in the upper eight intervals), and the interval.
+template <class D>
+struct Split {
+  hn::VFromD<D> e;
+  hn::VFromD<D> m;
+  hn::VFromD<hn::RebindToUnsigned<D>> index;
+  hn::VFromD<hn::RebindToUnsigned<D>> biased;  // the power of two of m in [A, 2A), plus the bias
+};
+
+// For positive normal v, by integer arithmetic: bits(v) - bits(A) (A = `lower`) holds e above the
+// mantissa bits (two's complement) and the interval in the four bits below.
+template <bool kFold = true, class D>
+HWY_INLINE Split<D> SplitOf(D d, hn::VFromD<D> v, hn::TFromD<D> lower = hn::TFromD<D>(1 - 0x1p-6)) {
+  using T = hn::TFromD<D>;
+  using F = simd::FloatBits<T>;
+  using U = typename F::Bits;
+  constexpr int kM = F::kMantissaBits;
+  constexpr T kShift = simd::Pow2<T>(kM);  // 2^M + n has the bits of 2^M with n added, n < 2^M
+  const hn::RebindToUnsigned<D> du;
+  const auto bits = hn::BitCast(du, v);
+  const auto rel = hn::Sub(bits, hn::Set(du, simd::ToBits(lower)));
+  Split<D> out;
+  out.biased = hn::ShiftRight<kM>(hn::Add(rel, hn::Set(du, U{F::kBias} << kM)));
+  // The upper eight intervals count one more power of two (their entries hold -ln(2c)): adding
+  // half the mantissa range carries into the exponent exactly there.
+  constexpr U kHalf = kFold ? U{1} << (kM - 1) : 0;
+  const auto folded = hn::ShiftRight<kM>(hn::Add(rel, hn::Set(du, (U{F::kBias} << kM) + kHalf)));
+  const auto shifted = hn::Or(folded, hn::Set(du, simd::ToBits(kShift)));
+  out.e = hn::Sub(hn::BitCast(d, shifted), hn::Set(d, kShift + T(F::kBias)));
+  out.m = hn::BitCast(d, hn::Sub(bits, hn::AndNot(hn::Set(du, simd::kMantissaMask<T>), rel)));
+  out.index = hn::ShiftRight<kM - 4>(rel);
+  return out;
+}
+
+// Lanes of positive normal numbers, one unsigned compare: bits(v) - bits(min) below
+// bits(inf) - bits(min).
+template <class D>
+HWY_INLINE hn::Mask<D> PositiveNormal(D d, hn::VFromD<D> v) {
+  using T = hn::TFromD<D>;
+  using U = simd::BitsOf<T>;
+  constexpr U kMin = simd::ToBits(std::numeric_limits<T>::min());
+  const hn::RebindToUnsigned<D> du;
+  return hn::RebindMask(d, hn::Lt(hn::Sub(hn::BitCast(du, v), hn::Set(du, kMin)),
+                                  hn::Set(du, U{simd::kExponentMask<T> - kMin})));
+}
+
+template <class T, LogLevel kLevel>
+struct RcpTables {
+  using D = hn::ScalableTag<T>;
+  FloatTable<D> reciprocal = LoadFloatTable(D(), vek::log_tables::kLnRcp);
+  FloatTable<D> hi = LoadFloatTable(D(), HighTable());
+  struct None {};
+  [[no_unique_address]] std::conditional_t<sizeof(T) == 8, FloatTable<D>, None> hi_second =
+      Second();
+  FloatTable<D> lo = LoadFloatTable(D(), Consts<T>::kLo);
+
+  // Float EP has the one-part table; every other kernel the high part of two.
+  static constexpr const float* HighTable() {
+    if constexpr (sizeof(T) == 4 && kLevel == LogLevel::kEP) {
+      return Consts<float>::kOnePart;
+    } else {
+      return Consts<T>::kHi;
+    }
+  }
+
+  static auto Second() {
+    if constexpr (sizeof(T) == 8) {
+      return LoadFloatTable(D(), Consts<double>::kHiSecond);
+    } else {
+      return None{};
+    }
+  }
+
+  // -ln c, its high part.
+  template <class VI>
+  HWY_INLINE hn::VFromD<D> High(D d, VI index) const {
+    const auto first = Lookup(d, hi, index);
+    if constexpr (sizeof(T) == 4) {
+      return first;
+    } else {
+      return hn::Add(first, Lookup(d, hi_second, index));  // exact: Hi has 40 bits
+    }
+  }
+};
+
+// The tail at r. Log1p meets r as small as x itself, whose powers would be denormals, and
+// arithmetic on denormals is slow; below 2^-40 (2^-100) the tail is far below the last place of
+// r, and is taken at 0. Elsewhere |r| is 0 or above 2^-48 (2^-104), being a difference of
+// products of floats (doubles) on the grid of m c.
+template <class T, LogFunction kFunc, LogLevel kLevel, class D>
+HWY_INLINE hn::VFromD<D> TailOf(D d, hn::VFromD<D> r) {
+  if constexpr (kFunc == LogFunction::kLog1p) {
+    const T tiny = sizeof(T) == 4 ? T(0x1p-40) : T(0x1p-100);
+    r = hn::IfThenZeroElse(hn::Lt(hn::Abs(r), hn::Set(d, tiny)), r);
+  }
+  return Tail<T, kLevel>::Of(d, r, hn::Mul(r, r));
+}
+
+// ln(v) (log10) for v = 2^split.e split.m, with lo an addend to v (Log1p's rounding error of
+// 1 + x, zero otherwise) that enters as lo / v. The fast two-sums below need the larger term
+// first; where r_rough is 0 or far from the low parts that holds, and elsewhere the entry
+// T is at least 2^-5 and a rounding of the pair is far below the result's last place.
+template <class T, LogFunction kFunc, LogLevel kLevel, class D>
+HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const Split<D>& split,
+                                  hn::VFromD<D> lo) {
+  using C = Consts<T>;
+  using F = simd::FloatBits<T>;
+  const hn::RebindToSigned<D> di;
+  const auto one = hn::Set(d, T(1));
+  const auto c = Lookup(d, tables.reciprocal, split.index);
+  auto lo_over_v = hn::Zero(d);
+  if constexpr (kFunc == LogFunction::kLog1p) {
+    // lo / v = lo c 2^-e / (1 + r), close enough: lo is below half an ulp of v. 2^-e from the
+    // biased exponent; beyond 2^64 (2^512) lo / v is far below the last place of ln v and counts
+    // as 0, since lo c 2^-e would leave the normal range there (lo is up to 1), and arithmetic on
+    // denormals is slow.
+    using S = hn::TFromD<decltype(di)>;
+    constexpr S kCut = sizeof(T) == 4 ? 64 : 512;
+    const auto biased = hn::BitCast(di, split.biased);
+    const auto scale = hn::IfThenElseZero(
+        hn::RebindMask(d, hn::Lt(biased, hn::Set(di, S{F::kBias + kCut + 1}))),
+        hn::BitCast(
+            d, hn::ShiftLeft<F::kMantissaBits>(hn::Sub(hn::Set(di, S{2 * F::kBias}), biased))));
+    lo_over_v = hn::Mul(hn::Mul(lo, scale), c);
+  }
+  const auto t_hi = tables.High(d, split.index);
+  if constexpr (kLevel == LogLevel::kHA) {
+    // r = m c - 1 as a pair: m c = h + (m c - h) exactly, and h - 1 is exact. h - 1 keeps only
+    // the bits of h below 1, so the pair is renormalised: the polynomial must see r to the
+    // type's full precision (its slope is r, which would carry the low part's loss into the
+    // result). The low part includes lo / v, which for Log1p of a tiny x is all of r.
+    const auto h = hn::Mul(split.m, c);
+    const auto r_rough = hn::Sub(h, one);
+    auto rough_lo = Fms(d, split.m, c, h);
+    if constexpr (kFunc == LogFunction::kLog1p) rough_lo = hn::Add(rough_lo, lo_over_v);
+    const auto r = hn::Add(r_rough, rough_lo);
+    const auto r_lo = hn::Sub(rough_lo, hn::Sub(r, r_rough));
+    // big + r to twice the precision by the fast two-sum: |big| >= |r| wherever big is not 0
+    // (every non-zero entry exceeds 2^-5, and e ln 2 + T_hi stays above 2^-5 too).
+    const auto big = Fma(d, split.e, hn::Set(d, C::kLn2Hi), t_hi);
+    const auto s = hn::Add(big, r);
+    const auto t = hn::Sub(r, hn::Sub(s, big));
+    const auto low =
+        hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2Lo), Lookup(d, tables.lo, split.index)),
+                hn::Add(t, r_lo));
+    const auto lo_sum = hn::Add(low, TailOf<T, kFunc, kLevel>(d, r));
+    if constexpr (kFunc != LogFunction::kLog10) {
+      return hn::Add(s, lo_sum);
+    } else {
+      // (s + lo_sum) log10(e) with s log10(e)hi exact as a pair.
+      const auto lg_hi = hn::Set(d, C::kLog10OfEHi);
+      const auto hi = hn::Mul(s, lg_hi);
+      const auto err = Fms(d, s, lg_hi, hi);
+      return hn::Add(hi, Fma(d, lo_sum, lg_hi, Fma(d, s, hn::Set(d, C::kLog10OfELo), err)));
+    }
+  } else {
+    auto r = Fma(d, split.m, c, hn::Neg(one));
+    if constexpr (kFunc == LogFunction::kLog1p) r = hn::Add(r, lo_over_v);
+    auto p = TailOf<T, kFunc, kLevel>(d, r);
+    hn::VFromD<D> q;
+    if constexpr (kLevel == LogLevel::kLA) {
+      // Two-part e ln 2 and table as at HA, without the two-sum.
+      p = hn::Add(p, Fma(d, split.e, hn::Set(d, C::kLn2Lo), Lookup(d, tables.lo, split.index)));
+      q = hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2Hi), t_hi), r);
+    } else {
+      q = hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2), t_hi), r);
+    }
+    if constexpr (kFunc != LogFunction::kLog10) {
+      return hn::Add(q, p);
+    } else {
+      const auto lg = hn::Set(d, C::kLog10OfEHi);
+      return Fma(d, q, lg, hn::Mul(p, lg));
+    }
+  }
+}
+
+}  // namespace log_detail
+
+// The reciprocal kernels: every double kernel, float HA and float Log1p.
+template <class T, LogFunction kFunc, LogLevel kLevel>
+struct LogRcpBody : UnaryRealBody<T> {
+  const char* name = kFunc == LogFunction::kLn      ? (sizeof(T) == 4 ? "vsLn" : "vdLn")
+                     : kFunc == LogFunction::kLog10 ? (sizeof(T) == 4 ? "vsLog10" : "vdLog10")
+                                                    : (sizeof(T) == 4 ? "vsLog1p" : "vdLog1p");
+  log_detail::RcpTables<T, kLevel> tables;
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    using simd::MantissaInterval;
+    using simd::MantissaSign;
+    const auto x = in[0];
+    const auto zero = hn::Zero(d);
+    // Log1p takes the logarithm of v = 1 + x, whose rounding error lo is exact (the larger
+    // term first: max(x, 1) is the larger in magnitude for every x >= -1, and below that the
+    // result is a NaN anyway).
+    auto v = x;
+    auto lo = zero;
+    if constexpr (kFunc == LogFunction::kLog1p) {
+      const auto one = hn::Set(d, T(1));
+      v = hn::Add(one, x);
+      lo = hn::Sub(hn::Min(x, one), hn::Sub(v, hn::Max(x, one)));
+    }
+    const auto fast = log_detail::PositiveNormal(d, v);
+    auto result = log_detail::Evaluate<T, kFunc>(d, tables, log_detail::SplitOf(d, v), lo);
+    rare[0] = hn::MaskFromVec(zero);
+    if (!hn::AllTrue(d, fast)) [[unlikely]] {
+      // The mantissa in [1, 2) and the exponent, exact also for denormals. Log1p drops lo: v is
+      // not a positive normal number here, and no such v but 0 arises from x >= -1.
+      const auto m = GetMant<MantissaInterval::kOneToTwo, MantissaSign::kNaNIfNegative>(d, v);
+      const auto e = GetExp(d, v);
+      auto split = log_detail::SplitOf(d, m);
+      split.e = hn::Add(split.e, e);
+      const auto again = log_detail::Evaluate<T, kFunc>(d, tables, split, zero);
+      result = hn::IfThenElse(fast, result, again);
+      // The signal: NaN where e is infinite or NaN (zeros, infinities, NaNs) or m is a NaN
+      // (negative numbers).
+      const auto signal = hn::Add(hn::Sub(e, e), hn::Sub(m, m));
+      rare[0] = hn::AndNot(fast, hn::IsNaN(signal));
+    }
+    // log1p(-0) is -0; every other result has the sign of x already.
+    out[0] = kFunc == LogFunction::kLog1p ? hn::CopySign(result, x) : result;
+  }
+
+  static int32_t Rare(const T* a, T* r) { return vek::LogRare<kFunc>(a, r); }
+};
+
+// Float Ln and Log10, LA and EP: ln m / (m - 1) by a cubic or a quadratic over 16 intervals of m.
+template <LogFunction kFunc, LogLevel kLevel>
+struct LogIntervalBody : UnaryRealBody<float> {
+  static constexpr int kDegree = kLevel == LogLevel::kLA ? 3 : 2;
+  using D = hn::ScalableTag<float>;
+  const char* name = kFunc == LogFunction::kLn ? "vsLn" : "vsLog10";
+  struct Rows {
+    RegisterTable<D, 16> row[kDegree + 1];
+    Rows() {
+      for (int k = 0; k <= kDegree; ++k) row[k] = LoadTable<16>(D(), Row(k));
+    }
+  } rows;
+
+  template <class DD>
+  HWY_INLINE void operator()(DD d, const hn::Vec<DD>* in, hn::Vec<DD>* out,
+                             hn::Mask<DD>* rare) const {
+    using log_detail::MantissaInterval;
+    using log_detail::MantissaSign;
+    const auto x = in[0];
+    // x = 2^e m, m in [3/4, 3/2): by integer arithmetic for positive normal x, and for the
+    // others (blocks holding them only) by the exponent and mantissa helpers, which also give
+    // the denormals and make e infinite or NaN where the rare routine must decide.
+    const auto fast = log_detail::PositiveNormal(d, x);
+    const auto split = log_detail::SplitOf<false>(d, x, 0.75f);
+    auto m = split.m;
+    auto e = split.e;
+    if (!hn::AllTrue(d, fast)) [[unlikely]] {
+      const auto m2 =
+          GetMant<MantissaInterval::kThreeQuartersToThreeHalves, MantissaSign::kNaNIfNegative>(d,
+                                                                                               x);
+      m = hn::IfThenElse(fast, m, m2);
+      e = hn::IfThenElse(fast, e, hn::Sub(GetExp(d, x), GetExp(d, m2)));
+    }
+    const auto r = hn::Sub(m, hn::Set(d, 1.0f));
+    // The four leading fraction bits of m pick the interval; Lookup reads the low four.
+    const auto index = hn::ShiftRight<19>(hn::BitCast(hn::RebindToUnsigned<DD>(), m));
+    auto p = Lookup(d, rows.row[kDegree], index);
+    for (int k = kDegree - 1; k >= 0; --k) p = Fma(d, p, r, Lookup(d, rows.row[k], index));
+    using C = log_detail::Consts<float>;
+    constexpr bool kTwoPart = kFunc == LogFunction::kLog10 && kLevel == LogLevel::kLA;
+    const float scale = kFunc == LogFunction::kLn ? C::kLn2
+                        : kTwoPart                ? C::kLog10Of2Hi
+                                                  : C::kLog10Of2;
+    const auto q = hn::Mul(e, hn::Set(d, scale));
+    // q - q is NaN where e is not finite: zeros, infinities, NaNs, and negative x (m is a NaN).
+    rare[0] = hn::IsNaN(hn::Sub(q, q));
+    out[0] = Fma(d, p, r, q);
+    if constexpr (kTwoPart) out[0] = Fma(d, e, hn::Set(d, C::kLog10Of2Lo), out[0]);
+  }
+
+  static int32_t Rare(const float* a, float* r) { return vek::LogRare<kFunc>(a, r); }
+
+ private:
+  static constexpr const float* Row(int k) {
+    using namespace vek::log_tables;
+    if constexpr (kFunc == LogFunction::kLn && kLevel == LogLevel::kLA) {
+      constexpr const float* kRows[] = {kLnLAC0, kLnLAC1, kLnLAC2, kLnLAC3};
+      return kRows[k];
+    } else if constexpr (kFunc == LogFunction::kLn) {
+      constexpr const float* kRows[] = {kLnEPC0, kLnEPC1, kLnEPC2};
+      return kRows[k];
+    } else if constexpr (kLevel == LogLevel::kLA) {
+      constexpr const float* kRows[] = {kLog10LAC0, kLog10LAC1, kLog10LAC2, kLog10LAC3};
+      return kRows[k];
+    } else {
+      constexpr const float* kRows[] = {kLog10EPC0, kLog10EPC1, kLog10EPC2};
+      return kRows[k];
+    }
+  }
+};
+
+}  // namespace oxl::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // OXL_VEK_KERNELS_LOG_INL_H_
