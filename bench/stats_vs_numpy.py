@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Moments and covariance of 10 dimensions by 10^6 observations: oxl_bench_stats beside numpy.
 
-    /usr/bin/python3 bench/stats_vs_numpy.py build-stats/bench/vrs/oxl_bench_stats
+    /usr/bin/python3 bench/stats_vs_numpy.py build-stats/bench/stats/oxl_bench_stats
 
 Runs the benchmark binary (JSON output), times numpy's var and cov on the same shapes (median of
 repeated runs), and prints each oxl time with its ratio numpy/oxl (above 1: oxl is faster) and

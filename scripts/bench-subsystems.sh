@@ -51,7 +51,7 @@ target=${OXL_SIMD_TARGET:-$best}
 b=$build/bench
 section "Cell search and linear interpolation" "$py bench/df_vs_numpy.py $b/df/oxl_bench_df"
 section "Natural cubic splines" "$py bench/df_cubic_vs_scipy.py $b/df/oxl_bench_df_cubic"
-section "Summary statistics" "$py bench/stats_vs_numpy.py $b/vrs/oxl_bench_stats"
+section "Summary statistics" "$py bench/stats_vs_numpy.py $b/stats/oxl_bench_stats"
 section "Distributions" "$py bench/vrs_vs_numpy.py $b/vrs/oxl_bench_vrs"
 section "Twister generators (medians of 5)" "$b/vrs/oxl_bench_twist --benchmark_repetitions=5 \
   --benchmark_report_aggregates_only=true 2>/dev/null | grep -E '^-|^Bench|_median'"

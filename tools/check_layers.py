@@ -23,7 +23,7 @@ LAYERS = {
     "vrs/generators": {"oxl", "platform", "simd", "vrs/streams"},
     "vrs/distributions": {"oxl", "platform", "simd", "vek", "vrs/streams"},
     "primitives": {"oxl", "platform", "simd"},
-    "vrs/stats": {"oxl", "platform", "simd", "vek", "primitives"},
+    "stats": {"oxl", "platform", "simd", "vek", "primitives"},
     "df": {"oxl", "platform", "simd"},
     "services": {"oxl", "platform"},  # the MXCSR helpers, header-only
 }

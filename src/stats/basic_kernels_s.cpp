@@ -2,12 +2,12 @@
 // that picks the set of the best target this processor runs. The double set is compiled by
 // basic_kernels_d.cpp, so that the two, the largest units of the library, build in parallel.
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "vrs/stats/basic_kernels_s.cpp"
+#define HWY_TARGET_INCLUDE "stats/basic_kernels_s.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
 #include "simd/targets.h"
-#include "vrs/stats/basic_kernels-inl.h"
+#include "stats/basic_kernels-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl::stats::HWY_NAMESPACE {

@@ -13,8 +13,8 @@
 #include "platform/checked_size.h"
 #include "platform/fp_control.h"
 #include "platform/scratch.h"
-#include "vrs/stats/basic_state.h"
-#include "vrs/stats/task.h"
+#include "stats/basic_state.h"
+#include "stats/task.h"
 
 namespace oxl::stats {
 namespace {

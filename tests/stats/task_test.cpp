@@ -6,7 +6,7 @@
 
 #include "oxl/ss.h"
 #include "support/failing_allocator.h"
-#include "vrs/stats/task.h"
+#include "stats/task.h"
 
 namespace oxl::test {
 namespace {

@@ -31,7 +31,7 @@
 #include <utility>
 
 #include "simd/partial-inl.h"
-#include "vrs/stats/basic_state.h"
+#include "stats/basic_state.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl::stats::HWY_NAMESPACE {

@@ -14,7 +14,7 @@
 #include "support/failing_allocator.h"
 #include "support/mp.h"
 #include "support/ref_data.h"
-#include "vrs/stats/numeric_helpers.h"
+#include "stats/numeric_helpers.h"
 
 namespace {
 
@@ -77,7 +77,7 @@ TEST(LGamma, AgainstMpfr) {
 // The density carries the ten-digit ln 2 of its table: its relative error is exp(-a * 4.0e-11)
 // - 1 beside the true density, which the check takes out before it compares.
 TEST(ChiSquare, AgainstScipy) {
-  const RefTable t = RefTable::Load(RefTable::TestsPath("vrs/stats/data/chi_square.txt"));
+  const RefTable t = RefTable::Load(RefTable::TestsPath("stats/data/chi_square.txt"));
   const double ln2_table_error = 0.6931471805999999 - 0.693147180559945309417;
   for (size_t r = 0; r < t.rows(); ++r) {
     const double dof = t.Real<double>(r, 0), x = t.Real<double>(r, 1);
@@ -109,7 +109,7 @@ TEST(ChiSquare, EdgeCases) {
 }
 
 TEST(GammaQ, AgainstScipy) {
-  const RefTable t = RefTable::Load(RefTable::TestsPath("vrs/stats/data/gamma_q.txt"));
+  const RefTable t = RefTable::Load(RefTable::TestsPath("stats/data/gamma_q.txt"));
   for (size_t r = 0; r < t.rows(); ++r) {
     const double a = t.Real<double>(r, 0), x = t.Real<double>(r, 1), q = t.Real<double>(r, 2);
     SCOPED_TRACE("a " + std::to_string(a) + ", x " + std::to_string(x));
@@ -130,7 +130,7 @@ const Covariance<float> kCovS{__vrssInvCov, __vrssTestCovRank, 0x1p-24};
 // inverse; the other triangle as it was.
 template <class T>
 void CheckInverses(const Covariance<T>& cov) {
-  const RefTable t = RefTable::Load(RefTable::TestsPath("vrs/stats/data/inv_cov.txt"));
+  const RefTable t = RefTable::Load(RefTable::TestsPath("stats/data/inv_cov.txt"));
   for (size_t r = 0; r < t.rows();) {
     const int p = static_cast<int>(t.Int(r, 1));
     const double cond = t.Real<double>(r, 6);

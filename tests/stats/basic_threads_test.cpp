@@ -7,7 +7,7 @@
 
 #include "oxl/omp_services.h"
 #include "support/float_bits.h"
-#include "vrs/stats/stats_fixture.h"
+#include "stats/stats_fixture.h"
 
 namespace oxl::test {
 namespace {

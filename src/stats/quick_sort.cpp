@@ -12,7 +12,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "vrs/stats/numeric_helpers.h"
+#include "stats/numeric_helpers.h"
 
 namespace oxl::stats {
 namespace {

@@ -8,8 +8,8 @@
 #include <cstdint>
 
 #include "oxl/platform.h"
-#include "vrs/stats/lapack.h"
-#include "vrs/stats/numeric_helpers.h"
+#include "stats/lapack.h"
+#include "stats/numeric_helpers.h"
 
 extern "C" {
 // 0.01, the repair threshold (the 64-bit pattern 1000: the denormal 4.94e-321), 1.

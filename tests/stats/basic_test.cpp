@@ -11,8 +11,8 @@
 #include "oxl/platform.h"
 #include "support/failing_allocator.h"
 #include "support/targets.h"
-#include "vrs/stats/task.h"
-#include "vrs/stats/stats_fixture.h"
+#include "stats/task.h"
+#include "stats/stats_fixture.h"
 
 namespace oxl::test {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "oxl/platform.h"
-#include "vrs/stats/task.h"
+#include "stats/task.h"
 
 namespace oxl::stats {
 namespace {
