@@ -1,6 +1,5 @@
-// Helpers of the data fitting tests: a task that deletes itself, thread services that run work
-// items out of order on the calling thread (so that a split is tested without real threads), and
-// the brute-force cell of a site.
+// Helpers of the data fitting tests: a task that deletes itself and the brute-force cell of a
+// site; the fake thread services come with them.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +7,7 @@
 
 #include "df/task.h"
 #include "oxl/df.h"
+#include "support/fake_threads.h"
 
 namespace oxl::test {
 
@@ -17,26 +17,6 @@ struct TaskHolder {
     if (task != nullptr) oxl_df_kernel_DeleteTask(&task);
   }
   df_task* operator->() const { return task; }
-};
-
-// max_threads() reports `threads`; parallel_run runs every item, last first, and counts calls.
-struct FakeThreads {
-  static inline int32_t threads = 8;
-  static inline int64_t calls = 0;
-  static int32_t MaxThreads() { return threads; }
-  static int32_t Run(int64_t items, int32_t thread_count, void* context, oxl_item_worker worker) {
-    ++calls;
-    int32_t status = 0;
-    for (int64_t i = items - 1; i >= 0; --i) {
-      const int32_t s = worker(i, static_cast<int32_t>(i % thread_count), nullptr, context);
-      if (s != 0) status = s;
-    }
-    return status;
-  }
-  static const thread_services* Table() {
-    static const thread_services table{&Run, nullptr, nullptr, nullptr, &MaxThreads};
-    return &table;
-  }
 };
 
 // Cell by definition: the number of knots <= s, except that the last knot belongs to cell n-1.

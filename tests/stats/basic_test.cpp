@@ -10,35 +10,13 @@
 
 #include "oxl/platform.h"
 #include "support/failing_allocator.h"
+#include "support/fake_threads.h"
 #include "support/targets.h"
 #include "stats/task.h"
 #include "stats/stats_fixture.h"
 
 namespace oxl::test {
 namespace {
-
-// Runs the workers one after the other, last thread first, and reports `threads` threads; counts
-// the calls of run_on_each_thread.
-struct SerialThreads {
-  static inline int32_t threads = 1;
-  static inline int32_t calls = 0;
-  static int32_t Count() { return threads; }
-  static int32_t Run(int32_t count, void* context, oxl_thread_worker worker) {
-    ++calls;
-    int32_t status = 0;
-    for (int32_t t = count - 1; t >= 0; --t) {
-      const int32_t s = worker(t, nullptr, count, context);
-      if (s != 0) status = s;
-    }
-    return status;
-  }
-  static const SSThreadServices* Table(int32_t count) {
-    static const SSThreadServices table = {nullptr, nullptr, &Run, nullptr, &Count};
-    threads = count;
-    calls = 0;
-    return &table;
-  }
-};
 
 double Rel(long double got, long double ref) {
   return double(fabsl(got - ref) / std::max(fabsl(ref), 1e-300L));
@@ -200,7 +178,7 @@ TEST(BasicAccuracy, SameBitsOnEveryTarget) {
         pb.Fill(4, 2.0, true);
         pb.SetWeights(RandomWeights(pb.n, 1));
         pb.mean = {2, 4, 6, 2, 4, 6, 2};
-        ASSERT_EQ(pb.Run(kAllBasic, kMethods[m].method, SerialThreads::Table(3)), 0);
+        ASSERT_EQ(pb.Run(kAllBasic, kMethods[m].method, FakeThreads::StatsTable(3)), 0);
         std::vector<double> all = pb.cov;
         for (auto* v : {&pb.mean, &pb.raw[2], &pb.cm[1], &pb.cm[2], &pb.kurt, &pb.accum}) {
           all.insert(all.end(), v->begin(), v->end());
@@ -249,9 +227,9 @@ void ColumnsMatchRows() {
           }
           for (int64_t i = 0; i < c.p; ++i) pb.mean[i] = T(1 + i % 3);
           EXPECT_EQ(pb.Run(EST_CROSS_PRODUCT | EST_COV, METHOD_GIVEN_MEAN,
-                           SerialThreads::Table(c.threads)),
+                           FakeThreads::StatsTable(c.threads)),
                     0);
-          EXPECT_EQ(SerialThreads::calls, c.threads > 1 ? 1 : 0);
+          EXPECT_EQ(FakeThreads::calls, c.threads > 1 ? 1 : 0);
           std::vector<T>& s = byStorage[storage == STORAGE_COLS ? 1 : 0];
           s = pb.cp;
           s.insert(s.end(), pb.cov.begin(), pb.cov.end());
@@ -383,14 +361,14 @@ TEST(BasicThreads, SplitsGiveTheSameBitsAndShortRangesStayOnOneThread) {
         one.Fill(21, 2.0, true);
         if (weighted) one.SetWeights(RandomWeights(one.n, 3));
         one.mean = {2, 4, 6, 2, 4, 6};
-        ASSERT_EQ(one.Run(kAllBasic, kMethods[m].method, SerialThreads::Table(1)), 0);
+        ASSERT_EQ(one.Run(kAllBasic, kMethods[m].method, FakeThreads::StatsTable(1)), 0);
         for (int32_t t = 2; t <= 8; ++t) {
           Problem<double> many(6, 4099, storage);
           many.x = one.x;
           if (weighted) many.SetWeights(one.w);
           many.mean = {2, 4, 6, 2, 4, 6};
-          ASSERT_EQ(many.Run(kAllBasic, kMethods[m].method, SerialThreads::Table(t)), 0);
-          EXPECT_EQ(SerialThreads::calls, 1);
+          ASSERT_EQ(many.Run(kAllBasic, kMethods[m].method, FakeThreads::StatsTable(t)), 0);
+          EXPECT_EQ(FakeThreads::calls, 1);
           for (int k = 0; k < 3; ++k) {
             EXPECT_EQ(many.raw[k], one.raw[k]) << t << kMethods[m].name;
             EXPECT_EQ(many.cm[k], one.cm[k]) << t << kMethods[m].name;
@@ -405,9 +383,10 @@ TEST(BasicThreads, SplitsGiveTheSameBitsAndShortRangesStayOnOneThread) {
   }
   Problem<double> small(1, 15, STORAGE_ROWS);
   small.Fill(1, 0.0, false);
-  ASSERT_EQ(small.Run(EST_MEAN | EST_CENTRAL2 | EST_RAW2, METHOD_ONE_PASS, SerialThreads::Table(8)),
-            0);
-  EXPECT_EQ(SerialThreads::calls, 0);
+  ASSERT_EQ(
+      small.Run(EST_MEAN | EST_CENTRAL2 | EST_RAW2, METHOD_ONE_PASS, FakeThreads::StatsTable(8)),
+      0);
+  EXPECT_EQ(FakeThreads::calls, 0);
 }
 
 TEST(BasicStatus, ChecksInOrder) {
@@ -626,7 +605,7 @@ TEST(BasicEdges, AllocationFailures) {
         {kMethods[m].name,
          [&]() -> int64_t {
            pb.accum = {0, 0};
-           const int status = pb.Run(kAllBasic, kMethods[m].method, SerialThreads::Table(2));
+           const int status = pb.Run(kAllBasic, kMethods[m].method, FakeThreads::StatsTable(2));
            // The prior mean of a given-mean call belongs to the task; give it back here so that
            // the scope sees every block returned.
            oxl_serv_deallocate(pb.task->priorMean);

@@ -75,7 +75,7 @@ int32_t Weibull(StreamRecord* s, int32_t n, T* r, T alpha, T a, T beta) {
   if (status < 0) return status;
   Vm<T>::Ln(n, r);
   Negate(r, n);
-  if (alpha != T(1)) Vm<T>::Powx(n, r, ExactReciprocal(alpha));
+  if (alpha != T(1)) Vm<T>::Powx(n, r, T(1) / alpha);
   PassesFor<T>().affine_floor(r, n, beta, a);
   return status;
 }

@@ -13,14 +13,12 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
 #include "oxl/vek.h"
 #include "oxl/vek_functions.h"
 #include "oxl/vrs.h"
 #include "platform/unaligned.h"
 #include "simd/controls.h"
-#include "simd/reference.h"
 
 namespace oxl::vrs::dist {
 
@@ -119,31 +117,6 @@ inline int32_t Gaussian(int32_t method, StreamRecord* s, int32_t n, double* r, d
 inline int32_t Gaussian(int32_t method, StreamRecord* s, int32_t n, float* r, float a,
                         float sigma) {
   return _vrssRngGaussian(method, s, n, r, a, sigma);
-}
-
-// 1/x correctly rounded, without a division: x = m 2^e with m in [1, 2), a reciprocal of m good
-// to 28 bits or more, a Newton step that brings it to about 2^-56 and a second one (Markstein's
-// y + y (1 - m y), its residual exact by the fused multiply-add) that rounds it correctly, and
-// 2^-e back on. Markstein's step fails for one mantissa, all ones: 1/m lies just above the
-// midpoint next to 1/2, where the step lands on the midpoint itself and ties to 1/2. Outside the
-// range where 1/x is a normal number the division answers.
-template <class T>
-inline T ExactReciprocal(T x) {
-  namespace ref = oxl::simd::ref;
-  using oxl::simd::MantissaInterval;
-  using oxl::simd::MantissaSign;
-  constexpr T kTop = T(std::numeric_limits<T>::max() / 4);  // just under 2^(emax - 1)
-  const T ax = std::fabs(x);
-  if (!(ax >= std::numeric_limits<T>::min() && ax <= kTop)) return T(1) / x;
-  const T m = ref::GetMant(x, MantissaInterval::kOneToTwo, MantissaSign::kSource);
-  const int e = static_cast<int>(ref::GetExp(x));
-  T y = ref::Rcp28(m);
-  y = ref::Fma(y, ref::Fnma(m, y, T(1)), y);
-  y = ref::Fma(y, ref::Fnma(m, y, T(1)), y);
-  constexpr T kAllOnes = T(2) - std::numeric_limits<T>::epsilon();
-  if (std::fabs(m) == kAllOnes)
-    y = std::copysign(T(0.5) + std::numeric_limits<T>::epsilon() / 2, m);
-  return std::ldexp(y, -e);
 }
 
 // The last passes, vectorised for the best SIMD target of the processor. Each runs the same

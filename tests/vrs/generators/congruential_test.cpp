@@ -15,6 +15,7 @@
 
 #include "oxl/vrs.h"
 #include "support/ref_data.h"
+#include "support/stream_guard.h"
 #include "support/targets.h"
 #include "vrs/generators/congruential.h"
 #include "vrs/streams/stream_record.h"
@@ -75,22 +76,10 @@ const KnownAnswers& Data() {
   return data;
 }
 
-struct StreamPtr {
-  StreamRecord* s = nullptr;
-  ~StreamPtr() {
-    if (s) __vrsDeleteStream(&s);
-  }
-};
+using test::StreamGuard;
 
-StreamPtr NewStream(const Case& c) {
-  StreamPtr p;
-  EXPECT_EQ(__vrsNewStreamEx(&p.s, c.brng, c.count, c.seeds), 0);
-  return p;
-}
-StreamPtr NewStream(int32_t brng, std::vector<uint32_t> seeds) {
-  StreamPtr p;
-  EXPECT_EQ(__vrsNewStreamEx(&p.s, brng, static_cast<int32_t>(seeds.size()), seeds.data()), 0);
-  return p;
+StreamGuard NewStream(const Case& c) {
+  return StreamGuard(c.brng, std::vector<uint32_t>(c.seeds, c.seeds + c.count));
 }
 
 // Appends n outputs of `form` (n >= 1) to `out`, as bit patterns.
@@ -116,7 +105,7 @@ void Draw(StreamRecord* s, char form, double a, double b, int n, std::vector<uin
 
 // Draws the whole series in pieces of the given sizes (the last piece takes the rest).
 std::vector<uint64_t> DrawSplit(const Series& e, const std::vector<int>& pieces) {
-  StreamPtr p = NewStream(Data().cases.at(e.name));
+  StreamGuard p = NewStream(Data().cases.at(e.name));
   std::vector<uint64_t> got;
   const int total = static_cast<int>(e.bits.size());
   for (int piece : pieces) {
@@ -178,15 +167,15 @@ TEST(Congruential, SeedingEdgeCases) {
   // MCG59 with one seed word ignores the second.
   EXPECT_EQ(Find("mcg59_one_word", 'i').bits[0], 0x9ABCDEF1u);
   EXPECT_EQ(Find("mcg59_main", 'i').bits[0], 0x023456789ABCDEF1u);  // masked to 59 bits
-  StreamPtr mcg59 = NewStream(OXL_BRNG_MCG59, {0xFFFFFFFF, 0xFFFFFFFF});
+  StreamGuard mcg59(OXL_BRNG_MCG59, {0xFFFFFFFF, 0xFFFFFFFF});
   EXPECT_EQ(StateOf<Mcg59State>(mcg59.s)->X, kMcg59Mask);
   // MRG32K3A with an all-zero seed: X0 and Y0 become 1, the rest stays 0.
-  StreamPtr mrg = NewStream(OXL_BRNG_MRG32K3A, {0, 0, 0, 0, 0, 0});
+  StreamGuard mrg(OXL_BRNG_MRG32K3A, {0, 0, 0, 0, 0, 0});
   const Mrg32k3aState& m = *StateOf<Mrg32k3aState>(mrg.s);
   EXPECT_EQ(std::vector<uint32_t>({m.X0, m.X1, m.X2, m.Y0, m.Y1, m.Y2}),
             std::vector<uint32_t>({1, 0, 0, 1, 0, 0}));
   // Words at or above the moduli are reduced once; missing words are 1.
-  StreamPtr big = NewStream(OXL_BRNG_MRG32K3A, {0xFFFFFFFF, kMrgM1, 5, 0xFFFFFFFF, kMrgM2});
+  StreamGuard big(OXL_BRNG_MRG32K3A, {0xFFFFFFFF, kMrgM1, 5, 0xFFFFFFFF, kMrgM2});
   const Mrg32k3aState& g = *StateOf<Mrg32k3aState>(big.s);
   EXPECT_EQ(std::vector<uint32_t>({g.X0, g.X1, g.X2, g.Y0, g.Y1, g.Y2}),
             std::vector<uint32_t>({0xFFFFFFFF - kMrgM1, 0, 5, 0xFFFFFFFF - kMrgM2, 0, 1}));
@@ -195,7 +184,7 @@ TEST(Congruential, SeedingEdgeCases) {
 TEST(Congruential, Mcg31ZeroCountWritesOneAndSteps) {
   const Series& words = Find("mcg31_main", 'i');
   const Series& reals = Find("mcg31_main", 'd', -3.5, 7.25);
-  StreamPtr p = NewStream(Data().cases.at("mcg31_main"));
+  StreamGuard p = NewStream(Data().cases.at("mcg31_main"));
   uint32_t w[2] = {0, 0xDEADBEEF};
   EXPECT_EQ(__vrsiBRngMCG31M1(p.s, 0, w), 0);
   EXPECT_EQ(w[0], words.bits[0]);
@@ -210,7 +199,7 @@ TEST(Congruential, Mcg31ZeroCountWritesOneAndSteps) {
 // Integer requests on an empty interval write nothing and leave the state.
 TEST(Congruential, IntegersOnAnEmptyIntervalAreRefused) {
   const Series& words = Find("mcg31_main", 'i');
-  StreamPtr p = NewStream(Data().cases.at("mcg31_main"));
+  StreamGuard p = NewStream(Data().cases.at("mcg31_main"));
   for (const auto& [a, b] : {std::pair{3, 3}, std::pair{10, -10}}) {
     int32_t r[4];
     std::memset(r, 0xA5, sizeof r);
@@ -231,15 +220,15 @@ TEST(Congruential, SkipAheadEqualsStepping) {
     SCOPED_TRACE(name);
     const Case& c = Data().cases.at(name);
     for (int64_t skip : {0, 1, 2, 3, 15, 16, 17, 1000, 123457}) {
-      StreamPtr stepped = NewStream(c);
-      StreamPtr skipped = NewStream(c);
+      StreamGuard stepped = NewStream(c);
+      StreamGuard skipped = NewStream(c);
       if (skip > 0) Words(stepped.s, static_cast<int>(skip));
       ASSERT_EQ(__vrsSkipAheadStream(skipped.s, skip), 0);
       EXPECT_EQ(Words(skipped.s, 40), Words(stepped.s, 40)) << "skip " << skip;
     }
     // Long skips compose: 2^40 + 3, then 2^41 - 7, is one skip of their sum.
-    StreamPtr twice = NewStream(c);
-    StreamPtr once = NewStream(c);
+    StreamGuard twice = NewStream(c);
+    StreamGuard once = NewStream(c);
     ASSERT_EQ(__vrsSkipAheadStream(twice.s, (int64_t{1} << 40) + 3), 0);
     ASSERT_EQ(__vrsSkipAheadStream(twice.s, (int64_t{1} << 41) - 7), 0);
     ASSERT_EQ(__vrsSkipAheadStream(once.s, (int64_t{3} << 40) - 4), 0);
@@ -254,7 +243,7 @@ TEST(Congruential, LeapfrogTakesEveryNthOutput) {
     const std::vector<uint64_t>& base = Find(name, 'i').bits;
     for (int32_t nstreams : {1, 3, 7}) {
       for (int32_t k = 0; k < nstreams; ++k) {
-        StreamPtr p = NewStream(c);
+        StreamGuard p = NewStream(c);
         ASSERT_EQ(__vrsLeapfrogStream(p.s, k, nstreams), 0);
         const auto got = Words(p.s, 100);
         for (int j = 0; j < 100; ++j) {
@@ -270,14 +259,14 @@ TEST(Congruential, LeapfrogTakesEveryNthOutput) {
 
 TEST(Congruential, MethodStatuses) {
   for (const char* name : {"mcg31_main", "mcg59_main", "mrg_main"}) {
-    StreamPtr p = NewStream(Data().cases.at(name));
+    StreamGuard p = NewStream(Data().cases.at(name));
     const BrngRecord& row = RowOf(p.s);
     uint32_t params[2] = {0, 0};
     EXPECT_EQ(row.InitStream(3, p.s, 1, params), StatusBadMethod) << name;
     EXPECT_EQ(row.InitStream(-1, p.s, 1, params), StatusBadMethod) << name;
     EXPECT_EQ(__vrsLeapfrogStream(p.s, 0, -1), StatusBadLeapfrogCount) << name;
   }
-  StreamPtr mrg = NewStream(Data().cases.at("mrg_main"));
+  StreamGuard mrg = NewStream(Data().cases.at("mrg_main"));
   EXPECT_EQ(__vrsLeapfrogStream(mrg.s, 0, 2), StatusNoLeapfrog);
 }
 
@@ -308,8 +297,8 @@ TEST(Uniform, AccurateFlagClampsMrgTopOutput) {
   const double kScale = std::bit_cast<double>(0x3DF000000D10000Bull);
   for (double b : {1.0, 7.25, 3.0, 1e10}) {
     const double a = -1.0;
-    StreamPtr plain = NewStream(c);
-    StreamPtr accurate = NewStream(c);
+    StreamGuard plain = NewStream(c);
+    StreamGuard accurate = NewStream(c);
     double r[40];
     double q[40];
     ASSERT_EQ(_vrsdRngUniform(0, plain.s, 40, r, a, b), 0);
@@ -318,7 +307,7 @@ TEST(Uniform, AccurateFlagClampsMrgTopOutput) {
     EXPECT_EQ(q[0], std::min(r[0], b));
     for (double v : q) EXPECT_TRUE(v >= a && v <= b) << v;
     float s[40];
-    StreamPtr single = NewStream(c);
+    StreamGuard single = NewStream(c);
     const auto fa = static_cast<float>(a);
     const auto fb = static_cast<float>(b);
     ASSERT_EQ(_vrssRngUniform(OXL_RNG_METHOD_ACCURATE, single.s, 40, s, fa, fb), 0);
@@ -331,8 +320,8 @@ TEST(Uniform, IntegersFollowTheDoublesAndStayBelowB) {
     SCOPED_TRACE(name);
     const Case& c = Data().cases.at(name);
     for (auto [a, b] : {std::pair{-5, 10}, std::pair{0, 2}, std::pair{-2147483647, 2147483647}}) {
-      StreamPtr ints = NewStream(c);
-      StreamPtr reals = NewStream(c);
+      StreamGuard ints = NewStream(c);
+      StreamGuard reals = NewStream(c);
       const int n = 2500;  // more than one internal block
       std::vector<int32_t> r(n);
       std::vector<double> u(n);
@@ -347,7 +336,7 @@ TEST(Uniform, IntegersFollowTheDoublesAndStayBelowB) {
 }
 
 TEST(Uniform, Mcg59BitsAreWholeWords) {
-  StreamPtr p = NewStream(Data().cases.at("mcg59_main"));
+  StreamGuard p = NewStream(Data().cases.at("mcg59_main"));
   uint64_t r[41];
   r[40] = 0x5555;
   ASSERT_EQ(_vrsiRngUniformBits(0, p.s, 40, reinterpret_cast<uint32_t*>(r)), 0);
