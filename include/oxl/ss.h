@@ -219,6 +219,16 @@ OXL_API int _vrsdSSBasic(SSTask* task, uint64_t estimates, uint64_t method,
 OXL_API int _vrssSSBasic(SSTask* task, uint64_t estimates, uint64_t method,
                          const SSThreadServices* services);
 
+/* Minimum (EST_MIN) and maximum (EST_MAX) of each included dimension, on top of what the minimum
+ * and maximum arrays hold: seed them (with the first observation, or with +/-infinity) before the
+ * first block, and each later call continues from them. method: METHOD_SUMS or METHOD_ONE_PASS
+ * (the same work). -0 counts as below +0; NaN observations are passed over. Runs on the calling
+ * thread. */
+OXL_API int _vrsdSSMinmax(SSTask* task, uint64_t estimates, uint64_t method,
+                          const SSThreadServices* services);
+OXL_API int _vrssSSMinmax(SSTask* task, uint64_t estimates, uint64_t method,
+                          const SSThreadServices* services);
+
 OXL_EXTERN_C_END
 
 #endif /* OXL_SS_H */
