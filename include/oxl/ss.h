@@ -97,6 +97,10 @@ typedef struct SSTask SSTask;
 #define OXL_SS_ERROR_COV (-4018)
 #define OXL_SS_ERROR_COR (-4019)
 #define OXL_SS_ERROR_ACCUM_WEIGHTS (-4020)
+#define OXL_SS_ERROR_QUANTILE_ORDERS (-4021)
+#define OXL_SS_ERROR_QUANTILE_COUNT (-4022) /* also an order outside [0, 1] */
+#define OXL_SS_ERROR_QUANTILES (-4023)
+#define OXL_SS_ERROR_ORDER_STATS (-4024)
 #define OXL_SS_ERROR_METHOD (-4029)
 #define OXL_SS_ERROR_GROUPS (-4030)
 #define OXL_SS_ERROR_NULL_TASK (-4031)
@@ -228,6 +232,17 @@ OXL_API int _vrsdSSMinmax(SSTask* task, uint64_t estimates, uint64_t method,
                           const SSThreadServices* services);
 OXL_API int _vrssSSMinmax(SSTask* task, uint64_t estimates, uint64_t method,
                           const SSThreadServices* services);
+
+/* Quantiles (EST_QUANTILES: for each included dimension d and order b_k of quantileOrders,
+ * quantiles[d * count + k] = s[i] + f (s[j] - s[i]), s the sorted observations, t = (n - 1) b,
+ * i = floor(t), f = t - i, j = min(i + 1, n - 1)) and order statistics (EST_ORDER_STATS: the
+ * sorted observations of each included dimension, in orderStats, stored as orderStatsStorage
+ * says). method: METHOD_SUMS. Dimensions are the items of the services' for-each-item slot; the
+ * results are the same bits for every thread count. Data with NaN have no defined quantile. */
+OXL_API int _vrsdSSQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
+                             const SSThreadServices* services);
+OXL_API int _vrssSSQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
+                             const SSThreadServices* services);
 
 OXL_EXTERN_C_END
 

@@ -1,5 +1,7 @@
 // Order statistics: minimum and maximum against std::min_element/max_element in both storages,
-// with an inclusion mask and in blocks, the tie and NaN rules, and the statuses.
+// with an inclusion mask and in blocks, the tie and NaN rules; quantiles and sorted copies against
+// std::sort and a long-double reference, by sorting and by selection, on fake threads; the
+// statuses.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,7 +10,9 @@
 #include <limits>
 
 #include "stats/stats_fixture.h"
+#include "stats/task.h"
 #include "support/failing_allocator.h"
+#include "support/fake_threads.h"
 
 namespace oxl::test {
 namespace {
@@ -107,6 +111,115 @@ TEST(Minmax, Statuses) {
   }
   EXPECT_EQ(lo, std::vector<double>(3, 1.0));
   EXPECT_EQ(RunMinmax(pb, lo, hi, 0), 0);
+}
+
+// Quantiles by sorting (with the order statistics) and by selection (without) against std::sort
+// and a long-double evaluation of the definition; the two ways give the same bits, and so do
+// fake threads.
+template <class T>
+void QuantilesAgainstStd(int64_t storage) {
+  const int64_t p = 4, n = 1001;
+  Problem<T> pb(p, n, storage);
+  pb.Fill(9, 1.0, true);
+  for (int64_t j = 0; j < n; j += 7) pb.at(1, j) = T(2);  // ties
+  pb.SetInclusion({1, 1, 0, 1});
+  std::vector<T> orders = {T(0), T(0.1), T(0.25), T(0.5), T(0.999), T(1)};
+  int64_t count = static_cast<int64_t>(orders.size());
+  int64_t order_storage = storage == STORAGE_ROWS ? STORAGE_COLS : STORAGE_ROWS;
+  std::vector<T> sorted_q(p * count, T(-7)), selected_q(p * count, T(-7)),
+      threaded_q(p * count, T(-7)), stats(p * n, T(-7));
+  auto run = [&](std::vector<T>& q, uint64_t estimates, const SSThreadServices* services) {
+    if constexpr (sizeof(T) == sizeof(double)) {
+      __vrsdSSEditQuantiles(pb.task, &count, orders.data(), q.data(), stats.data(), &order_storage);
+      return _vrsdSSQuantiles(pb.task, estimates, METHOD_SUMS, services);
+    } else {
+      __vrssSSEditQuantiles(pb.task, &count, orders.data(), q.data(), stats.data(), &order_storage);
+      return _vrssSSQuantiles(pb.task, estimates, METHOD_SUMS, services);
+    }
+  };
+  ASSERT_EQ(run(sorted_q, EST_QUANTILES | EST_ORDER_STATS, nullptr), 0);
+  ASSERT_EQ(run(selected_q, EST_QUANTILES, nullptr), 0);
+  ASSERT_EQ(run(threaded_q, EST_QUANTILES, FakeThreads::StatsTable(3)), 0);
+  EXPECT_EQ(FakeThreads::calls, 1);
+  EXPECT_EQ(selected_q, sorted_q);
+  EXPECT_EQ(threaded_q, sorted_q);
+  for (int64_t i = 0; i < p; ++i) {
+    std::vector<T> d(n), got(n);
+    for (int64_t j = 0; j < n; ++j) {
+      d[j] = pb.at(i, j);
+      got[j] = stats[order_storage == STORAGE_ROWS ? i * n + j : j * p + i];
+    }
+    if (i == 2) {
+      EXPECT_EQ(got, std::vector<T>(n, T(-7)));
+      EXPECT_EQ(sorted_q[i * count], T(-7));
+      continue;
+    }
+    std::sort(d.begin(), d.end());
+    EXPECT_EQ(got, d) << i;
+    EXPECT_EQ(sorted_q[i * count], d.front());
+    EXPECT_EQ(sorted_q[i * count + count - 1], d.back());
+    for (int64_t k = 0; k < count; ++k) {
+      const long double t = (long double)(n - 1) * (long double)orders[k];
+      const int64_t lo = static_cast<int64_t>(t), hi = std::min(lo + 1, n - 1);
+      const long double want = d[lo] + (t - lo) * ((long double)d[hi] - d[lo]);
+      EXPECT_NEAR(sorted_q[i * count + k], want,
+                  4 * std::numeric_limits<T>::epsilon() * fabsl(want))
+          << i << " " << orders[k];
+    }
+  }
+}
+
+TEST(Quantiles, SortedSelectedAndThreadedAgreeWithStd) {
+  QuantilesAgainstStd<double>(STORAGE_ROWS);
+  QuantilesAgainstStd<double>(STORAGE_COLS);
+  QuantilesAgainstStd<float>(STORAGE_ROWS);
+  QuantilesAgainstStd<float>(STORAGE_COLS);
+}
+
+TEST(Quantiles, OneObservationAndStatuses) {
+  Problem<double> one(2, 1, STORAGE_ROWS);
+  one.x = {3.5, -1.0};
+  int64_t count = 3, order_storage = STORAGE_ROWS;
+  std::vector<double> orders = {0.0, 0.3, 1.0}, q(6), stats(2);
+  __vrsdSSEditQuantiles(one.task, &count, orders.data(), q.data(), stats.data(), &order_storage);
+  ASSERT_EQ(_vrsdSSQuantiles(one.task, EST_QUANTILES, METHOD_SUMS, nullptr), 0);
+  EXPECT_EQ(q, (std::vector<double>{3.5, 3.5, 3.5, -1.0, -1.0, -1.0}));
+
+  const auto status = [&](uint64_t estimates) {
+    return _vrsdSSQuantiles(one.task, estimates, METHOD_SUMS, nullptr);
+  };
+  orders[1] = 1.5;
+  EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_QUANTILE_COUNT);
+  orders[1] = std::nan("");
+  EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_QUANTILE_COUNT);
+  orders[1] = 0.3;
+  count = -1;
+  EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_QUANTILE_COUNT);
+  count = 0;  // accepted: nothing to compute
+  EXPECT_EQ(status(EST_QUANTILES), 0);
+  count = 3;
+  order_storage = 5;
+  EXPECT_EQ(status(EST_ORDER_STATS), OXL_SS_ERROR_STORAGE);
+  EXPECT_EQ(_vrsdSSQuantiles(one.task, EST_QUANTILES, METHOD_ONE_PASS, nullptr),
+            OXL_SS_ERROR_METHOD);
+  SSTask& t = *one.task;
+  t.quantiles = t.orderStats = nullptr;
+  EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_QUANTILES);
+  EXPECT_EQ(status(EST_ORDER_STATS), OXL_SS_ERROR_ORDER_STATS);
+  t.quantiles = q.data();
+  t.orderStats = stats.data();
+  t.quantileOrders = nullptr;
+  t.orderStatsStorage = nullptr;
+  EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_QUANTILE_ORDERS);
+  EXPECT_EQ(status(EST_ORDER_STATS), OXL_SS_ERROR_STORAGE_POINTER);
+  t.quantileOrders = orders.data();
+  t.quantileCount = nullptr;
+  EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_QUANTILE_COUNT);
+  t.quantileCount = &count;
+  {
+    AllocationScope failing(1);
+    EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_MEMORY);
+  }
 }
 
 }  // namespace

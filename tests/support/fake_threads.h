@@ -41,7 +41,7 @@ struct FakeThreads {
   }
   // The statistics table, reporting `count` threads, its call count cleared.
   static const SSThreadServices* StatsTable(int32_t count) {
-    static const SSThreadServices table{nullptr, nullptr, &RunThreads, nullptr, &Count};
+    static const SSThreadServices table{&RunItems, nullptr, &RunThreads, nullptr, &Count};
     threads = count;
     calls = 0;
     return &table;
