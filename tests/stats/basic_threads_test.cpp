@@ -1,5 +1,5 @@
-// The moment entry on the OpenMP services: 1, 2, 3 and 4 threads give the same bits, in both
-// precisions, for every method and storage, with weights.
+// The moment and quantile entries on the OpenMP services: 1, 2, 3 and 4 threads give the same
+// bits, in both precisions, for every method and storage, with weights.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -54,6 +54,23 @@ void ExpectSameBitsOnThreads() {
 TEST(BasicOmpThreads, SameBitsOnOneToFourThreads) {
   ExpectSameBitsOnThreads<double>();
   ExpectSameBitsOnThreads<float>();
+}
+
+TEST(QuantilesOmpThreads, SameBitsOnOneToFourThreads) {
+  Problem<double> pb(9, 3001, STORAGE_COLS);
+  pb.Fill(5, 1.0, true);
+  int64_t count = 3, order_storage = STORAGE_ROWS;
+  std::vector<double> orders = {0.05, 0.5, 0.95}, one, q(9 * 3), stats(9 * 3001);
+  __vrsdSSEditQuantiles(pb.task, &count, orders.data(), q.data(), stats.data(), &order_storage);
+  for (int32_t t = 1; t <= 4; ++t) {
+    oxl_services_set_num_threads(t);
+    ASSERT_EQ(_vrsdSSQuantiles(pb.task, EST_QUANTILES | EST_ORDER_STATS, METHOD_SUMS,
+                               oxl_services_omp_ss()),
+              0);
+    if (t == 1) one = q;
+    EXPECT_EQ(q, one) << t;
+  }
+  oxl_services_set_num_threads(0);
 }
 
 }  // namespace
