@@ -114,6 +114,8 @@ typedef struct SSTask SSTask;
 #define OXL_SS_ERROR_CENTRAL_SUM3 (-4079)
 #define OXL_SS_ERROR_CENTRAL_SUM4 (-4080)
 #define OXL_SS_ERROR_CROSS_PRODUCT (-4081)
+#define OXL_SS_ERROR_SORTED_OUTPUT (-4084)
+#define OXL_SS_ERROR_SORT_IN_PLACE_MASK (-4085) /* an in-place sort with an inclusion mask */
 
 /* Parameter codes of the editors. Integer fields (set by __vrsiSSEditTask only) are marked i. */
 #define SS_ED_DIMEN 1    /* i */
@@ -148,8 +150,10 @@ typedef struct SSTask SSTask;
 #define SS_ED_4C_SUM 73
 #define SS_ED_CP 74
 #define SS_ED_CP_STORAGE 75 /* i */
-/* The other codes (24..66, 76..79) are those of the order statistics, quantiles, pooled, robust,
- * partial, outlier, missing-value and sorting fields; see the task documentation. */
+#define SS_ED_SORTED_OBSERV 78
+#define SS_ED_SORTED_OBSERV_STORAGE 79 /* i */
+/* The other codes (24..66, 76, 77) are those of the order statistics, quantiles, pooled, robust,
+ * partial, outlier and missing-value fields; see the task documentation. */
 
 /* Task life. p, n and x_storage point to integers of the index width (0: 32-bit, otherwise
  * 64-bit). Without x, n and x_storage are not read, so that a task can be made first and filled
@@ -243,6 +247,14 @@ OXL_API int _vrsdSSQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
                              const SSThreadServices* services);
 OXL_API int _vrssSSQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
                              const SSThreadServices* services);
+
+/* Sorted copies: each included dimension of x, ascending, into sortedOutput, stored as
+ * sortedStorage says (estimates: unused; method: METHOD_RADIX). sortedOutput may be x itself,
+ * with the same storage code and no inclusion mask. -0 sorts before +0. */
+OXL_API int _vrsdSSSort(SSTask* task, uint64_t estimates, uint64_t method,
+                        const SSThreadServices* services);
+OXL_API int _vrssSSSort(SSTask* task, uint64_t estimates, uint64_t method,
+                        const SSThreadServices* services);
 
 OXL_EXTERN_C_END
 

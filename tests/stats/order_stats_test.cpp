@@ -1,7 +1,7 @@
 // Order statistics: minimum and maximum against std::min_element/max_element in both storages,
 // with an inclusion mask and in blocks, the tie and NaN rules; quantiles and sorted copies against
-// std::sort and a long-double reference, by sorting and by selection, on fake threads; the
-// statuses.
+// std::sort and a long-double reference, by sorting and by selection, on fake threads; sorted
+// copies in every pair of storages and in place; the statuses.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,6 +13,7 @@
 #include "stats/task.h"
 #include "support/failing_allocator.h"
 #include "support/fake_threads.h"
+#include "support/float_bits.h"
 
 namespace oxl::test {
 namespace {
@@ -220,6 +221,77 @@ TEST(Quantiles, OneObservationAndStatuses) {
     AllocationScope failing(1);
     EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_MEMORY);
   }
+}
+
+// Sorted copies in every pair of storages, with a mask, and in place; -0 before +0 as the radix
+// order has it, in every layout.
+template <class T>
+void SortAgainstStd(int64_t storage, int64_t sorted_storage, bool in_place) {
+  const int64_t p = 3, n = 517;
+  Problem<T> pb(p, n, storage);
+  pb.Fill(12, 0.0, true);
+  for (int64_t j = 0; j < n; j += 5) pb.at(0, j) = j % 2 ? T(0) : T(-0.0);
+  std::vector<std::vector<T>> want(p, std::vector<T>(n));
+  for (int64_t i = 0; i < p; ++i) {
+    for (int64_t j = 0; j < n; ++j) want[i][j] = pb.at(i, j);
+    std::stable_sort(want[i].begin(), want[i].end(), [](T a, T b) {
+      return a < b || (a == 0 && b == 0 && std::signbit(a) && !std::signbit(b));
+    });
+  }
+  std::vector<T> copy(p * n, T(-7));
+  T* out = in_place ? pb.x.data() : copy.data();
+  if (!in_place) pb.SetInclusion({1, 0, 1});
+  if constexpr (sizeof(T) == sizeof(double)) {
+    __vrsdSSEditTask(pb.task, SS_ED_SORTED_OBSERV, out);
+    __vrsiSSEditTask(pb.task, SS_ED_SORTED_OBSERV_STORAGE, &sorted_storage);
+    ASSERT_EQ(_vrsdSSSort(pb.task, 0, METHOD_RADIX, FakeThreads::StatsTable(2)), 0);
+  } else {
+    __vrssSSEditTask(pb.task, SS_ED_SORTED_OBSERV, out);
+    __vrsiSSEditTask(pb.task, SS_ED_SORTED_OBSERV_STORAGE, &sorted_storage);
+    ASSERT_EQ(_vrssSSSort(pb.task, 0, METHOD_RADIX, FakeThreads::StatsTable(2)), 0);
+  }
+  for (int64_t i = 0; i < p; ++i) {
+    for (int64_t j = 0; j < n; ++j) {
+      const T got = out[sorted_storage == STORAGE_ROWS ? i * n + j : j * p + i];
+      const T expected = !in_place && i == 1 ? T(-7) : want[i][j];
+      ASSERT_EQ(std::bit_cast<BitsOf<T>>(got), std::bit_cast<BitsOf<T>>(expected)) << i << " " << j;
+    }
+  }
+}
+
+TEST(Sort, EveryStoragePairMaskAndInPlace) {
+  for (const int64_t from : {STORAGE_ROWS, STORAGE_COLS}) {
+    SortAgainstStd<double>(from, from, true);
+    SortAgainstStd<float>(from, from, true);
+    for (const int64_t to : {STORAGE_ROWS, STORAGE_COLS}) {
+      SortAgainstStd<double>(from, to, false);
+      SortAgainstStd<float>(from, to, false);
+    }
+  }
+}
+
+TEST(Sort, Statuses) {
+  Problem<double> pb(2, 8, STORAGE_ROWS);
+  std::vector<double> out(16);
+  int64_t rows = STORAGE_ROWS, cols = STORAGE_COLS, bad = 3;
+  SSTask& t = *pb.task;
+  const auto status = [&](uint64_t method = METHOD_RADIX) {
+    return _vrsdSSSort(pb.task, 0, method, nullptr);
+  };
+  EXPECT_EQ(status(), OXL_SS_ERROR_SORTED_OUTPUT);
+  t.sortedOutput = out.data();
+  EXPECT_EQ(status(), OXL_SS_ERROR_STORAGE_POINTER);
+  t.sortedStorage = &bad;
+  EXPECT_EQ(status(), OXL_SS_ERROR_STORAGE);
+  t.sortedStorage = &rows;
+  EXPECT_EQ(status(METHOD_SUMS), OXL_SS_ERROR_METHOD);
+  EXPECT_EQ(status(), 0);
+  t.sortedOutput = pb.x.data();  // in place
+  t.sortedStorage = &cols;
+  EXPECT_EQ(status(), OXL_SS_ERROR_STORAGE_POINTER);
+  t.sortedStorage = &rows;
+  pb.SetInclusion({1, 1});
+  EXPECT_EQ(status(), OXL_SS_ERROR_SORT_IN_PLACE_MASK);
 }
 
 }  // namespace

@@ -1,0 +1,258 @@
+// Quantiles, order statistics and sorted copies of each included dimension. A dimension is sorted
+// into its place among the order statistics or in the sorted copy; quantiles without order
+// statistics select the two neighbouring order statistics of each order in a scratch copy
+// instead. The quantile of order b is s[i] + f (s[j] - s[i]) with t = (n - 1) b, i = floor(t),
+// f = t - i and j = min(i + 1, n - 1). Dimensions are the items of the caller's for-each-item
+// service; each depends on its own data alone, so every thread count gives the same bits.
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "oxl/primitives.h"
+#include "oxl/ss.h"
+#include "platform/checked_size.h"
+#include "platform/scratch.h"
+#include "stats/numeric_helpers.h"
+#include "stats/task.h"
+
+namespace oxl::stats {
+namespace {
+
+template <class T>
+struct Sorts;
+template <>
+struct Sorts<double> {
+  static int32_t Radix(double* a, double* scratch, int32_t n) {
+    return oxl_dft_avx2_pvksSortRadixAscend_64f_I(a, scratch, n);
+  }
+  static void Quick(int64_t n, double* a) { __vrsdQSort(n, a); }
+  static double Select(int64_t n, double* a, int64_t k) { return __vrsdQSortSelect(n, a, k); }
+};
+template <>
+struct Sorts<float> {
+  static int32_t Radix(float* a, float* scratch, int32_t n) {
+    return oxl_dft_avx2_pvksSortRadixAscend_32f_I(a, scratch, n);
+  }
+  static void Quick(int64_t n, float* a) { __vrssQSort(n, a); }
+  static float Select(int64_t n, float* a, int64_t k) { return __vrssQSortSelect(n, a, k); }
+};
+
+template <class T>
+struct Job {
+  int64_t p, n, count;
+  const int64_t* dims;
+  const T* x;
+  bool rows;
+  T* sorted;  // order statistics or sorted copy; null when not wanted
+  bool sorted_rows;
+  const T* orders;  // null when no quantiles are wanted
+  T* quantiles;
+  T* scratch;  // per thread: n elements, 2n when the sorted copy is strided
+  int64_t scratch_stride;
+};
+
+// Sorts the n values at src (stride `from`) into out (stride `to`; out may be src). A contiguous
+// output is sorted where it stands and a strided one through the scratch, so that every layout
+// gets the radix sort's order, -0 before +0 among the equal zeros.
+template <class T>
+void SortedCopy(const T* src, int64_t from, T* out, int64_t to, int64_t n, T* scratch) {
+  T* work = to == 1 ? out : scratch;
+  if (work != src) {
+    for (int64_t k = 0; k < n; ++k) work[k] = src[k * from];
+  }
+  if (n <= INT32_MAX) {
+    Sorts<T>::Radix(work, to == 1 ? scratch : scratch + n, static_cast<int32_t>(n));
+  } else {
+    Sorts<T>::Quick(n, work);
+  }
+  if (to != 1) {
+    for (int64_t k = 0; k < n; ++k) out[k * to] = work[k];
+  }
+}
+
+// The place of order b between the order statistics: i and j, and the weight f of s[j].
+struct Place {
+  int64_t i, j;
+  double f;
+};
+inline Place PlaceOf(int64_t n, double b) {
+  const double m = static_cast<double>(n - 1);
+  const double i = std::trunc(m * b);
+  const int64_t k = static_cast<int64_t>(i);
+  return {k, std::min(k + 1, n - 1), std::fma(m, b, -i)};
+}
+
+template <class T>
+T Between(T lo, T hi, double f) {
+  return std::fma(static_cast<T>(f), hi - lo, lo);
+}
+
+template <class T>
+int32_t Dimension(int64_t item, int32_t thread, void* /*reserved*/, void* context) {
+  const Job<T>& job = *static_cast<const Job<T>*>(context);
+  const int64_t d = job.dims[item], n = job.n;
+  T* scratch = job.scratch + thread * job.scratch_stride;
+  const int64_t x_stride = job.rows ? 1 : job.p;
+  const T* src = job.x + (job.rows ? d * n : d);
+  if (job.sorted != nullptr) {
+    const int64_t stride = job.sorted_rows ? 1 : job.p;
+    T* s = job.sorted + (job.sorted_rows ? d * n : d);
+    SortedCopy(src, x_stride, s, stride, n, scratch);
+    if (job.orders == nullptr) return 0;
+    for (int64_t q = 0; q < job.count; ++q) {
+      const Place at = PlaceOf(n, static_cast<double>(job.orders[q]));
+      job.quantiles[d * job.count + q] = Between(s[at.i * stride], s[at.j * stride], at.f);
+    }
+    return 0;
+  }
+  for (int64_t k = 0; k < n; ++k) scratch[k] = src[k * x_stride];
+  // Selections of one order leave the scratch partly ordered for the next.
+  for (int64_t q = 0; q < job.count; ++q) {
+    const Place at = PlaceOf(n, static_cast<double>(job.orders[q]));
+    const T lo = Sorts<T>::Select(n, scratch, at.i);
+    const T hi = at.j == at.i ? lo : Sorts<T>::Select(n, scratch, at.j);
+    job.quantiles[d * job.count + q] = Between(lo, hi, at.f);
+  }
+  return 0;
+}
+
+// The dimension, observation count and data of the task, checked.
+template <class T>
+int ReadShape(const SSTask& task, Job<T>& job) {
+  if (task.dimensionPtr == nullptr) return OXL_SS_ERROR_DIMENSION;
+  job.p = ReadIndex(task, task.dimensionPtr);
+  if (job.p < 1) return OXL_SS_ERROR_DIMENSION;
+  if (task.observationsPtr == nullptr) return OXL_SS_ERROR_OBSERVATIONS;
+  job.n = ReadIndex(task, task.observationsPtr);
+  if (job.n < 1) return OXL_SS_ERROR_OBSERVATIONS;
+  if (task.x == nullptr) return OXL_SS_ERROR_X;
+  job.x = static_cast<const T*>(task.x);
+  job.rows = ReadIndex(task, task.xStorage) == STORAGE_ROWS || job.p == 1;
+  if (job.p == 1) job.sorted_rows = true;
+  return 0;
+}
+
+// Bytes of scratch that all threads together may take, for a thread count the services allow:
+// quantiles keep within 10 MiB whatever the count, sorted copies within 1 GiB a thread.
+constexpr int64_t QuantileScratch(int64_t /*threads*/) { return int64_t{10} << 20; }
+constexpr int64_t SortScratch(int64_t threads) { return threads << 30; }
+
+// Checks the shape, sizes the scratch and runs the included dimensions, as items of the
+// services' for-each-item slot when there are threads to use.
+template <class T>
+int Run(SSTask* task, Job<T>& job, int64_t (*budget)(int64_t), const SSThreadServices* services) {
+  if (const int status = ReadShape(*task, job); status != 0) return status;
+  if (job.n > (INT64_MAX >> 4)) return OXL_SS_ERROR_MEMORY;  // no scratch of 2n elements fits
+  job.scratch_stride = (job.sorted != nullptr && !job.sorted_rows ? 2 : 1) * job.n;
+  const bool threaded = services != nullptr && services->for_each_item != nullptr &&
+                        services->thread_count != nullptr;
+  const int64_t allowed = threaded ? std::max(1, services->thread_count()) : 1;
+  const int64_t fit =
+      std::max<int64_t>(1, budget(allowed) / (int64_t(sizeof(T)) * job.scratch_stride));
+  const int64_t threads = std::min({allowed, job.p, fit});
+  platform::Scratch<int64_t> list;
+  platform::Scratch<T> scratch;
+  if (!list.Reset(job.p) || !scratch.Reset(platform::CheckedSize(threads) * job.scratch_stride)) {
+    return OXL_SS_ERROR_MEMORY;
+  }
+  int64_t* dims = list.get();
+  int64_t included = 0;
+  for (int64_t i = 0; i < job.p; ++i) {
+    if (Included(*task, i)) dims[included++] = i;
+  }
+  job.dims = dims;
+  job.scratch = scratch.get();
+  if (threads > 1 && included > 1) {
+    return services->for_each_item(included, static_cast<int32_t>(threads), &job, &Dimension<T>);
+  }
+  for (int64_t item = 0; item < included; ++item) {
+    const int32_t status = Dimension<T>(item, 0, nullptr, &job);
+    if (status != 0) return status;
+  }
+  return 0;
+}
+
+template <class T>
+int Quantiles(SSTask* task, uint64_t estimates, uint64_t method, const SSThreadServices* services) {
+  if (task == nullptr) return OXL_SS_ERROR_NULL_TASK;
+  if (task->xStorage == nullptr) return OXL_SS_ERROR_STORAGE_POINTER;
+  const int64_t storage = ReadIndex(*task, task->xStorage);
+  if (storage != STORAGE_ROWS && storage != STORAGE_COLS) return OXL_SS_ERROR_STORAGE;
+  Job<T> job{};
+  if (estimates & EST_QUANTILES) {
+    if (task->quantiles == nullptr) return OXL_SS_ERROR_QUANTILES;
+    if (task->quantileOrders == nullptr) return OXL_SS_ERROR_QUANTILE_ORDERS;
+    if (task->quantileCount == nullptr) return OXL_SS_ERROR_QUANTILE_COUNT;
+    job.count = ReadIndex(*task, task->quantileCount);
+    if (job.count < 0) return OXL_SS_ERROR_QUANTILE_COUNT;
+    job.orders = static_cast<const T*>(task->quantileOrders);
+    for (int64_t q = 0; q < job.count; ++q) {
+      if (!(job.orders[q] >= T(0) && job.orders[q] <= T(1))) return OXL_SS_ERROR_QUANTILE_COUNT;
+    }
+    job.quantiles = static_cast<T*>(task->quantiles);
+  }
+  if (estimates & EST_ORDER_STATS) {
+    if (task->orderStats == nullptr) return OXL_SS_ERROR_ORDER_STATS;
+    if (task->orderStatsStorage == nullptr) return OXL_SS_ERROR_STORAGE_POINTER;
+    const int64_t order_storage = ReadIndex(*task, task->orderStatsStorage);
+    if (order_storage != STORAGE_ROWS && order_storage != STORAGE_COLS) {
+      return OXL_SS_ERROR_STORAGE;
+    }
+    job.sorted = static_cast<T*>(task->orderStats);
+    job.sorted_rows = order_storage == STORAGE_ROWS;
+  }
+  if (!(method & METHOD_SUMS)) return OXL_SS_ERROR_METHOD;
+  if (job.sorted == nullptr && job.count == 0) return ReadShape(*task, job);
+  return Run(task, job, &QuantileScratch, services);
+}
+
+template <class T>
+int Sort(SSTask* task, uint64_t method, const SSThreadServices* services) {
+  if (task == nullptr) return OXL_SS_ERROR_NULL_TASK;
+  if (task->sortedOutput == nullptr) return OXL_SS_ERROR_SORTED_OUTPUT;
+  if (task->sortedStorage == nullptr || task->xStorage == nullptr) {
+    return OXL_SS_ERROR_STORAGE_POINTER;
+  }
+  const int64_t storage = ReadIndex(*task, task->xStorage);
+  const int64_t sorted_storage = ReadIndex(*task, task->sortedStorage);
+  if (task->sortedOutput == task->x) {
+    if (storage != sorted_storage) return OXL_SS_ERROR_STORAGE_POINTER;
+    if (task->inclusion != nullptr) return OXL_SS_ERROR_SORT_IN_PLACE_MASK;
+  }
+  for (const int64_t code : {storage, sorted_storage}) {
+    if (code != STORAGE_ROWS && code != STORAGE_COLS) return OXL_SS_ERROR_STORAGE;
+  }
+  if (!(method & METHOD_RADIX)) return OXL_SS_ERROR_METHOD;
+  Job<T> job{};
+  job.sorted = static_cast<T*>(task->sortedOutput);
+  job.sorted_rows = sorted_storage == STORAGE_ROWS;
+  return Run(task, job, &SortScratch, services);
+}
+
+}  // namespace
+}  // namespace oxl::stats
+
+extern "C" {
+
+OXL_API int _vrsdSSQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
+                             const SSThreadServices* services) {
+  return oxl::stats::Quantiles<double>(task, estimates, method, services);
+}
+
+OXL_API int _vrssSSQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
+                             const SSThreadServices* services) {
+  return oxl::stats::Quantiles<float>(task, estimates, method, services);
+}
+
+OXL_API int _vrsdSSSort(SSTask* task, uint64_t /*estimates*/, uint64_t method,
+                        const SSThreadServices* services) {
+  return oxl::stats::Sort<double>(task, method, services);
+}
+
+OXL_API int _vrssSSSort(SSTask* task, uint64_t /*estimates*/, uint64_t method,
+                        const SSThreadServices* services) {
+  return oxl::stats::Sort<float>(task, method, services);
+}
+
+}  // extern "C"
