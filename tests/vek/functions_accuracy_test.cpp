@@ -31,85 +31,61 @@ namespace {
 
 // --- Oracles by function name. ---
 
+// MPFR's and MPC's functions, correctly rounded, as oracles of any arity.
+template <auto F>
+const auto Mpfr = [](auto r, auto... a) { F(r, a..., MPFR_RNDN); };
+template <auto F>
+const auto Mpc = [](auto r, auto... a) { F(r, a..., MPC_RNDNN); };
+
+// The fractional part of an infinity is a zero of its sign.
+void FracOracle(mpfr_ptr r, mpfr_srcptr a) {
+  if (mpfr_inf_p(a)) {
+    mpfr_set_zero(r, mpfr_signbit(a) ? -1 : 1);
+  } else {
+    mpfr_frac(r, a, MPFR_RNDN);
+  }
+}
+// 1/sqrt(-0) is -inf, as the quotient it stands for.
+void InvSqrtOracle(mpfr_ptr r, mpfr_srcptr a) {
+  if (mpfr_zero_p(a)) {
+    mpfr_set_inf(r, mpfr_signbit(a) ? -1 : 1);
+  } else {
+    mpfr_rec_sqrt(r, a, MPFR_RNDN);
+  }
+}
+void InvOracle(mpfr_ptr r, mpfr_srcptr a) { mpfr_ui_div(r, 1, a, MPFR_RNDN); }
+void LGammaOracle(mpfr_ptr r, mpfr_srcptr a) {
+  int sign;
+  mpfr_lgamma(r, &sign, a, MPFR_RNDN);
+}
+
+// clang-format off
 const std::map<std::string, RealFn>& RealOracles() {
   static const std::map<std::string, RealFn> m = {
-      {"Acos", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_acos(r, a, MPFR_RNDN); }},
-      {"Acosh", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_acosh(r, a, MPFR_RNDN); }},
-      {"Asin", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_asin(r, a, MPFR_RNDN); }},
-      {"Asinh", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_asinh(r, a, MPFR_RNDN); }},
-      {"Atan", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_atan(r, a, MPFR_RNDN); }},
-      {"Atanh", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_atanh(r, a, MPFR_RNDN); }},
-      {"Cbrt", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_cbrt(r, a, MPFR_RNDN); }},
-      {"CdfNorm", oracle::CdfNorm},
-      {"CdfNormInv", oracle::CdfNormInv},
-      {"Ceil", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_ceil(r, a); }},
-      {"Cos", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_cos(r, a, MPFR_RNDN); }},
-      {"Cosh", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_cosh(r, a, MPFR_RNDN); }},
-      {"ErfInv", oracle::ErfInv},
-      {"Erf", oracle::Erf},
-      {"ErfcInv", oracle::ErfcInv},
-      {"Erfc", oracle::Erfc},
-      {"Exp", oracle::Exp},
-      {"Expm1", oracle::Expm1},
-      {"Floor", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_floor(r, a); }},
-      {"Frac",
-       [](mpfr_ptr r, mpfr_srcptr a) {
-         if (mpfr_inf_p(a)) {
-           mpfr_set_zero(r, mpfr_signbit(a) ? -1 : 1);
-         } else {
-           mpfr_frac(r, a, MPFR_RNDN);
-         }
-       }},
-      {"InvCbrt", oracle::InvCbrt},
-      // 1/sqrt(-0) is -inf, as the quotient it stands for.
-      {"InvSqrt",
-       [](mpfr_ptr r, mpfr_srcptr a) {
-         if (mpfr_zero_p(a)) {
-           mpfr_set_inf(r, mpfr_signbit(a) ? -1 : 1);
-         } else {
-           mpfr_rec_sqrt(r, a, MPFR_RNDN);
-         }
-       }},
-      {"Inv", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_ui_div(r, 1, a, MPFR_RNDN); }},
-      {"LGamma",
-       [](mpfr_ptr r, mpfr_srcptr a) {
-         int sign;
-         mpfr_lgamma(r, &sign, a, MPFR_RNDN);
-       }},
-      {"Ln", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_log(r, a, MPFR_RNDN); }},
-      {"Log10", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_log10(r, a, MPFR_RNDN); }},
-      {"Log1p", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_log1p(r, a, MPFR_RNDN); }},
-      {"NearbyInt", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_roundeven(r, a); }},
-      {"Rint", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_roundeven(r, a); }},
-      {"Round", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_round(r, a); }},
-      {"Pow2o3", oracle::Pow2o3},
-      {"Pow3o2", oracle::Pow3o2},
-      {"Sin", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_sin(r, a, MPFR_RNDN); }},
-      {"Sinh", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_sinh(r, a, MPFR_RNDN); }},
-      {"Sqr", oracle::Sqr},
-      {"Sqrt", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_sqrt(r, a, MPFR_RNDN); }},
-      {"Abs", oracle::Abs},
-      {"TGamma", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_gamma(r, a, MPFR_RNDN); }},
-      {"Tan", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_tan(r, a, MPFR_RNDN); }},
-      {"Tanh", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_tanh(r, a, MPFR_RNDN); }},
-      {"Trunc", [](mpfr_ptr r, mpfr_srcptr a) { mpfr_trunc(r, a); }},
+      {"Acos", Mpfr<mpfr_acos>}, {"Acosh", Mpfr<mpfr_acosh>}, {"Asin", Mpfr<mpfr_asin>},
+      {"Asinh", Mpfr<mpfr_asinh>}, {"Atan", Mpfr<mpfr_atan>}, {"Atanh", Mpfr<mpfr_atanh>},
+      {"Cbrt", Mpfr<mpfr_cbrt>}, {"CdfNorm", oracle::CdfNorm}, {"CdfNormInv", oracle::CdfNormInv},
+      {"Ceil", Mpfr<mpfr_rint_ceil>}, {"Cos", Mpfr<mpfr_cos>}, {"Cosh", Mpfr<mpfr_cosh>},
+      {"ErfInv", oracle::ErfInv}, {"Erf", oracle::Erf}, {"ErfcInv", oracle::ErfcInv},
+      {"Erfc", oracle::Erfc}, {"Exp", oracle::Exp}, {"Expm1", oracle::Expm1},
+      {"Floor", Mpfr<mpfr_rint_floor>}, {"Frac", FracOracle}, {"InvCbrt", oracle::InvCbrt},
+      {"InvSqrt", InvSqrtOracle}, {"Inv", InvOracle}, {"LGamma", LGammaOracle},
+      {"Ln", Mpfr<mpfr_log>}, {"Log10", Mpfr<mpfr_log10>}, {"Log1p", Mpfr<mpfr_log1p>},
+      {"NearbyInt", Mpfr<mpfr_rint_roundeven>}, {"Rint", Mpfr<mpfr_rint_roundeven>},
+      {"Round", Mpfr<mpfr_rint_round>}, {"Pow2o3", oracle::Pow2o3}, {"Pow3o2", oracle::Pow3o2},
+      {"Sin", Mpfr<mpfr_sin>}, {"Sinh", Mpfr<mpfr_sinh>}, {"Sqr", oracle::Sqr},
+      {"Sqrt", Mpfr<mpfr_sqrt>}, {"Abs", oracle::Abs}, {"TGamma", Mpfr<mpfr_gamma>},
+      {"Tan", Mpfr<mpfr_tan>}, {"Tanh", Mpfr<mpfr_tanh>}, {"Trunc", Mpfr<mpfr_rint_trunc>},
   };
   return m;
 }
-
-void PowOracle(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) { mpfr_pow(r, a, b, MPFR_RNDN); }
+// clang-format on
 
 const std::map<std::string, RealFn2>& RealOracles2() {
   static const std::map<std::string, RealFn2> m = {
-      {"Add", oracle::Add},
-      {"Sub", oracle::Sub},
-      {"Mul", oracle::Mul},
-      {"Div", [](mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) { mpfr_div(r, a, b, MPFR_RNDN); }},
-      {"Atan2", [](mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) { mpfr_atan2(r, a, b, MPFR_RNDN); }},
-      {"Hypot", [](mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) { mpfr_hypot(r, a, b, MPFR_RNDN); }},
-      {"Pow", PowOracle},
-      {"Powx", PowOracle},
-  };
+      {"Add", oracle::Add},    {"Sub", oracle::Sub},        {"Mul", oracle::Mul},
+      {"Div", Mpfr<mpfr_div>}, {"Atan2", Mpfr<mpfr_atan2>}, {"Hypot", Mpfr<mpfr_hypot>},
+      {"Pow", Mpfr<mpfr_pow>}, {"Powx", Mpfr<mpfr_pow>}};
   return m;
 }
 
@@ -127,38 +103,21 @@ const std::map<std::string, RealPairFn>& PairOracles() {
 
 const std::map<std::string, ComplexFn>& ComplexOracles() {
   static const std::map<std::string, ComplexFn> m = {
-      {"Acos", [](mpc_ptr r, mpc_srcptr a) { mpc_acos(r, a, MPC_RNDNN); }},
-      {"Acosh", [](mpc_ptr r, mpc_srcptr a) { mpc_acosh(r, a, MPC_RNDNN); }},
-      {"Asin", [](mpc_ptr r, mpc_srcptr a) { mpc_asin(r, a, MPC_RNDNN); }},
-      {"Asinh", [](mpc_ptr r, mpc_srcptr a) { mpc_asinh(r, a, MPC_RNDNN); }},
-      {"Atan", [](mpc_ptr r, mpc_srcptr a) { mpc_atan(r, a, MPC_RNDNN); }},
-      {"Atanh", [](mpc_ptr r, mpc_srcptr a) { mpc_atanh(r, a, MPC_RNDNN); }},
-      {"Conj", oracle::CConj},
-      {"Cos", [](mpc_ptr r, mpc_srcptr a) { mpc_cos(r, a, MPC_RNDNN); }},
-      {"Cosh", [](mpc_ptr r, mpc_srcptr a) { mpc_cosh(r, a, MPC_RNDNN); }},
-      {"Exp", oracle::CExp},
-      {"Ln", [](mpc_ptr r, mpc_srcptr a) { mpc_log(r, a, MPC_RNDNN); }},
-      {"Log10", [](mpc_ptr r, mpc_srcptr a) { mpc_log10(r, a, MPC_RNDNN); }},
-      {"Sin", [](mpc_ptr r, mpc_srcptr a) { mpc_sin(r, a, MPC_RNDNN); }},
-      {"Sinh", [](mpc_ptr r, mpc_srcptr a) { mpc_sinh(r, a, MPC_RNDNN); }},
-      {"Sqrt", [](mpc_ptr r, mpc_srcptr a) { mpc_sqrt(r, a, MPC_RNDNN); }},
-      {"Tan", [](mpc_ptr r, mpc_srcptr a) { mpc_tan(r, a, MPC_RNDNN); }},
-      {"Tanh", [](mpc_ptr r, mpc_srcptr a) { mpc_tanh(r, a, MPC_RNDNN); }},
-  };
+      {"Acos", Mpc<mpc_acos>},   {"Acosh", Mpc<mpc_acosh>}, {"Asin", Mpc<mpc_asin>},
+      {"Asinh", Mpc<mpc_asinh>}, {"Atan", Mpc<mpc_atan>},   {"Atanh", Mpc<mpc_atanh>},
+      {"Conj", oracle::CConj},   {"Cos", Mpc<mpc_cos>},     {"Cosh", Mpc<mpc_cosh>},
+      {"Exp", oracle::CExp},     {"Ln", Mpc<mpc_log>},      {"Log10", Mpc<mpc_log10>},
+      {"Sin", Mpc<mpc_sin>},     {"Sinh", Mpc<mpc_sinh>},   {"Sqrt", Mpc<mpc_sqrt>},
+      {"Tan", Mpc<mpc_tan>},     {"Tanh", Mpc<mpc_tanh>}};
   return m;
 }
 
-void CPowOracle(mpc_ptr r, mpc_srcptr a, mpc_srcptr b) { mpc_pow(r, a, b, MPC_RNDNN); }
-
 const std::map<std::string, ComplexFn2>& ComplexOracles2() {
   static const std::map<std::string, ComplexFn2> m = {
-      {"Add", oracle::CAdd},
-      {"Sub", oracle::CSub},
-      {"Mul", oracle::CMul},
-      {"MulByConj", oracle::CMulByConj},
-      {"Div", [](mpc_ptr r, mpc_srcptr a, mpc_srcptr b) { mpc_div(r, a, b, MPC_RNDNN); }},
-      {"Pow", CPowOracle},
-      {"Powx", CPowOracle},
+      {"Add", oracle::CAdd},  {"Sub", oracle::CSub},
+      {"Mul", oracle::CMul},  {"MulByConj", oracle::CMulByConj},
+      {"Div", Mpc<mpc_div>},  {"Pow", Mpc<mpc_pow>},
+      {"Powx", Mpc<mpc_pow>},
   };
   return m;
 }
