@@ -16,8 +16,6 @@
 
 namespace {
 
-using oxl::tools::Literal;
-
 constexpr mpfr_prec_t kBits = 256;
 
 // 2^(j/n) rounded to T, and the relative rest rounded to T.
