@@ -38,24 +38,13 @@ void Apply1(const T* x, T* out, size_t n) {
   if (i < n) ox::StorePartial(d, Op()(d, ox::LoadPartial(d, x + i, n - i)), out + i, n - i);
 }
 
-template <typename T, class Op>
-void Apply2(const T* x, const T* y, T* out, size_t n) {
+// Partial loads and stores all along, for the helpers of several arguments.
+template <typename T, class Op, class... Args>
+void ApplyPartial(const Args*... in, T* out, size_t n) {
   const hn::ScalableTag<T> d;
   for (size_t i = 0; i < n; i += hn::Lanes(d)) {
     const size_t count = n - i;
-    const auto r = Op()(d, ox::LoadPartial(d, x + i, count), ox::LoadPartial(d, y + i, count));
-    ox::StorePartial(d, r, out + i, count);
-  }
-}
-
-template <typename T, class Op>
-void Apply3(const T* a, const T* b, const T* c, T* out, size_t n) {
-  const hn::ScalableTag<T> d;
-  for (size_t i = 0; i < n; i += hn::Lanes(d)) {
-    const size_t count = n - i;
-    const auto r = Op()(d, ox::LoadPartial(d, a + i, count), ox::LoadPartial(d, b + i, count),
-                        ox::LoadPartial(d, c + i, count));
-    ox::StorePartial(d, r, out + i, count);
+    ox::StorePartial(d, Op()(d, ox::LoadPartial(d, in + i, count)...), out + i, count);
   }
 }
 
@@ -124,7 +113,7 @@ void AddRcpSeed(HelperTable<T>& t, std::integer_sequence<int, K...>) {
 
 template <typename T, class Op>
 void AddTernary(HelperTable<T>& t, std::string name, Op, std::type_identity_t<T (*)(T, T, T)> ref) {
-  t.ternary.push_back({std::move(name), &Apply3<T, Op>, ref});
+  t.ternary.push_back({std::move(name), &ApplyPartial<T, Op, T, T, T>, ref});
 }
 
 template <typename T>
@@ -155,8 +144,8 @@ HelperTable<T> MakeTable() {
         t, "Exp2Fast", [](auto d, auto x) { return ox::Exp2Fast(d, x); }, &ref::Exp2Fast);
   }
   const auto scalef = [](auto d, auto x, auto y) { return ox::Scalef(d, x, y); };
-  t.binary.push_back(
-      {"Scalef", &Apply2<T, decltype(scalef)>, [](T x, T y) { return ref::Scalef(x, y); }});
+  t.binary.push_back({"Scalef", &ApplyPartial<T, decltype(scalef), T, T>,
+                      [](T x, T y) { return ref::Scalef(x, y); }});
   AddTernary(
       t, "Fma", [](auto d, auto a, auto b, auto c) { return ox::Fma(d, a, b, c); }, &ref::Fma);
   AddTernary(

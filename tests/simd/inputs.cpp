@@ -1,74 +1,44 @@
 #include "simd/inputs.h"
 
-#include <cmath>
 #include <limits>
 #include <random>
 
 #include "simd/float_bits.h"
+#include "support/input_gen.h"
+#include "support/special_values.h"
 
 namespace oxl::test::simd {
-namespace {
 
 using oxl::simd::BitsOf;
 using oxl::simd::FloatBits;
 using oxl::simd::FromBits;
 using oxl::simd::Pow2;
-using oxl::simd::ToBits;
-
-template <typename T>
-T Next(T x, int steps) {
-  for (; steps > 0; --steps) x = std::nextafter(x, std::numeric_limits<T>::infinity());
-  for (; steps < 0; ++steps) x = std::nextafter(x, -std::numeric_limits<T>::infinity());
-  return x;
-}
-
-}  // namespace
 
 template <typename T>
 std::vector<T> SpecialValues() {
   using Bits = BitsOf<T>;
-  using L = std::numeric_limits<T>;
   constexpr int kM = FloatBits<T>::kMantissaBits;
   constexpr int kBias = FloatBits<T>::kBias;
-  const Bits sign = oxl::simd::kSignMask<T>;
-  const Bits exponent = oxl::simd::kExponentMask<T>;
-  const Bits quiet = oxl::simd::kQuietBit<T>;
-  std::vector<T> base = {T(0),
-                         L::denorm_min(),
-                         Next(L::denorm_min(), 1),
-                         FromBits<T>(Bits{1} << (kM - 1)),
-                         FromBits<T>(Bits{5} << (kM - 3)),
-                         Next(L::min(), -1),
-                         L::min(),
-                         Next(L::min(), 1),
-                         L::max(),
-                         Next(L::max(), -1),
-                         L::infinity(),
-                         FromBits<T>(exponent | quiet),
-                         FromBits<T>(exponent | quiet | 0x123),
-                         FromBits<T>(exponent | 1),
-                         FromBits<T>(exponent | 0x2A5),
-                         T(1),
-                         T(1.5),
-                         T(0.75),
-                         T(3),
-                         T(1) / T(3)};
+  // Denormals inside their range and ordinary values whose mantissas the helpers split.
+  std::vector<T> base = {FromBits<T>(Bits{1} << (kM - 1)), FromBits<T>(Bits{5} << (kM - 3)), T(1.5),
+                         T(0.75), T(1) / T(3)};
   for (int e = 1 - kBias; e <= kBias; e += 7) base.push_back(Pow2<T>(e));
+  auto around = [&base](T v, int ulps) {
+    for (const T x : AroundThreshold(v, ulps)) base.push_back(x);
+  };
   for (const int e : {kBias - 2, kBias - 1, kBias, 2 - kBias, 1 - kBias, 64, -64}) {
-    base.push_back(Pow2<T>(e));
-    base.push_back(Next(Pow2<T>(e), 1));
-    base.push_back(Next(Pow2<T>(e), -1));
+    around(Pow2<T>(e), 1);
   }
   // Rounding boundaries: k + 1/2 and its neighbours, around and beyond 2^(mantissa bits).
   for (const T v :
        {T(0.5), T(1.5), T(2.5), T(1.0 / 64), T(3.0 / 64), T(1.0 / 32768), Pow2<T>(kM - 1) + T(0.5),
         Pow2<T>(kM), Pow2<T>(kM - 1), T(126), T(128), T(127.5), T(1.0 / 3)}) {
-    for (int s = -2; s <= 2; ++s) base.push_back(Next(v, s));
+    around(v, 2);
   }
-  std::vector<T> all;
+  std::vector<T> all = oxl::test::SpecialValues<T>();
   for (const T v : base) {
     all.push_back(v);
-    all.push_back(FromBits<T>(ToBits(v) ^ sign));
+    all.push_back(-v);
   }
   return all;
 }
@@ -92,9 +62,9 @@ std::vector<T> ScaleExponents() {
 
 template <typename T>
 std::vector<T> RandomBits(size_t n, uint64_t seed) {
-  std::mt19937_64 rng(seed);
+  SplitMix64 gen(seed);
   std::vector<T> out(n);
-  for (T& v : out) v = FromBits<T>(static_cast<BitsOf<T>>(rng()));
+  for (T& v : out) v = RandomPattern<T>(gen);
   return out;
 }
 

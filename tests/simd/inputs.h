@@ -8,10 +8,9 @@
 
 namespace oxl::test::simd {
 
-// ±0, denormals (smallest, largest, in between), ±smallest normal, ±largest finite, ±inf, quiet
-// and signalling NaNs of both signs with payloads, powers of two across the range, and the
-// neighbours of the points where the helpers round, scale or change branch: halves and integers
-// near 2^(mantissa bits), 1, 1.5, 2^±(bias - 1), ±126 / ±128 for 2^x.
+// The edges of the format (oxl::test::SpecialValues), denormals inside their range, powers of two
+// across the range, and the neighbours of the points where the helpers round, scale or change
+// branch: halves and integers near 2^(mantissa bits), 1, 1.5, 2^±(bias - 1), ±126 / ±128 for 2^x.
 template <typename T>
 std::vector<T> SpecialValues();
 

@@ -4,8 +4,10 @@
 
 #include <bit>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string>
+#include <vector>
 
 namespace oxl::test {
 
@@ -80,6 +82,14 @@ template <class T>
 constexpr int ExponentField(T x) {
   constexpr int kMask = (1 << FloatTraits<T>::kExponentBits) - 1;
   return static_cast<int>(ToBits(x) >> FloatTraits<T>::kMantissaBits) & kMask;
+}
+
+// Equal element for element bit for bit, NaN payloads and signs of zeros included; for any
+// trivially copyable element (floats, complex pairs, integers).
+template <class E>
+bool SameBits(const std::vector<E>& x, const std::vector<E>& y) {
+  return x.size() == y.size() &&
+         (x.empty() || std::memcmp(x.data(), y.data(), x.size() * sizeof(E)) == 0);
 }
 
 // Exact text of x: a hexadecimal float for numbers and infinities, the bit pattern for a NaN, so

@@ -13,11 +13,13 @@
 #include <vector>
 
 #include "oxl/vek_kernels.h"
+#include "support/float_bits.h"
 #include "support/targets.h"
 #include "vek/frame/pack.h"
 
 namespace {
 
+using oxl::test::SameBits;
 namespace ref = oxl::vek::pack;
 
 template <class E>
@@ -49,12 +51,6 @@ std::vector<E> Random(size_t n, std::mt19937_64& rng) {
     std::memcpy(&v[n / 2], &snan, sizeof snan);
   }
   return v;
-}
-
-template <class E>
-bool SameBits(const std::vector<E>& x, const std::vector<E>& y) {
-  return x.size() == y.size() &&
-         (x.empty() || std::memcmp(x.data(), y.data(), x.size() * sizeof(E)) == 0);
 }
 
 template <class E>
