@@ -13,11 +13,13 @@
 
 #include "oxl/primitives.h"
 #include "primitives/fill.h"
+#include "support/float_bits.h"
 #include "support/targets.h"
 
 namespace {
 
 using oxl::test::ForEachTarget;
+using oxl::test::SameBits;
 
 // The order the sorts promise, from the sign-and-magnitude reading of a float's bits: -NaN below
 // -inf, -0 just below +0, +NaN above +inf.
@@ -78,11 +80,6 @@ std::vector<T> MakeData(Pattern pattern, size_t n, std::mt19937_64& rng) {
     if (pattern == Pattern::kReversed) std::reverse(v.begin(), v.end());
   }
   return v;
-}
-
-template <class T>
-bool SameBits(const std::vector<T>& a, const std::vector<T>& b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
 }
 
 template <class T>
