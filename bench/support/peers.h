@@ -129,6 +129,15 @@ void Avx2Add(int n, const double* a, const double* b, double* r);
 void Avx2Add(int n, const float* a, const float* b, float* r);
 void Avx2Mul(int n, const double* a, const double* b, double* r);
 void Avx2Mul(int n, const float* a, const float* b, float* r);
+void Avx2Div(int n, const double* a, const double* b, double* r);
+void Avx2Div(int n, const float* a, const float* b, float* r);
+void Avx2Sqrt(int n, const double* a, double* r);
+void Avx2Sqrt(int n, const float* a, float* r);
+void Avx2Inv(int n, const double* a, double* r);
+void Avx2Inv(int n, const float* a, float* r);
+// 1 / sqrt(x) by the two instructions, as a caller without a reciprocal root would write it.
+void Avx2InvSqrt(int n, const double* a, double* r);
+void Avx2InvSqrt(int n, const float* a, float* r);
 
 // Memory-bandwidth bounds, AVX2: one read stream and one write stream (r = a), and two read streams
 // and one write stream (r = a OR b, bitwise, so that no arithmetic is timed). Ordinary stores, as

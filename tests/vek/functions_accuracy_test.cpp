@@ -212,7 +212,34 @@ const std::map<std::string, HardCase>& HardCases() {
                              {"float cut top", 0x1p126},
                              {"double cut top", 0x1p1022}},
                             {{-0.01, 0.01}, {-1.0, -0.9}, {-0.3, 0.5}}};
-    return std::map<std::string, HardCase>{{"Ln", log}, {"Log10", log}, {"Log1p", log1p}};
+    // The roots and quotients are single instructions; their cases are the ends of the normal
+    // range, where a Newton step's intermediate products or a quotient leave it.
+    const HardCase root = {{{"1", 1.0},
+                            {"4", 4.0},
+                            {"float min normal", 0x1p-126},
+                            {"double min normal", 0x1p-1022},
+                            {"float near max", 0x1p127},
+                            {"double near max", 0x1p1023}},
+                           {{0.25, 4.0}, {1e-300, 1e-290}, {1e290, 1e300}}};
+    const HardCase quotient = {{{"1", 1.0},
+                                {"float 1/x denormal", 0x1p126},
+                                {"double 1/x denormal", 0x1p1022},
+                                {"float min normal", 0x1p-126},
+                                {"double min normal", 0x1p-1022}},
+                               {{0.5, 2.0}, {-2.0, -0.5}}};
+    // Hypot scales its arguments by powers of two beyond 2^+-40 (float) and 2^+-500 (double).
+    const HardCase hypot = {{{"float scale up", 0x1p-40},
+                             {"float scale down", 0x1p40},
+                             {"double scale up", 0x1p-500},
+                             {"double scale down", 0x1p500},
+                             {"float min normal", 0x1p-126},
+                             {"double min normal", 0x1p-1022},
+                             {"float near max", 0x1p127},
+                             {"double near max", 0x1p1023}},
+                            {{0.5, 2.0}, {-1e-300, 1e-300}, {1e300, 1.7e308}}};
+    return std::map<std::string, HardCase>{
+        {"Ln", log},         {"Log10", log},      {"Log1p", log1p}, {"Sqrt", root},
+        {"InvSqrt", root},   {"Inv", quotient},   {"Div", quotient}, {"Hypot", hypot}};
   }();
   return m;
 }
@@ -256,7 +283,7 @@ Sweep<T> SweepFor(const std::string& func, int components, bool complex) {
   SplitMix64 gen(0x5EED + components);
   for (int k = 0; k < 512 / kScale * components; ++k) s.extra.push_back(RandomIn(gen, Range<T>{T(-8), T(8)}));
   const auto hard = HardCases().find(func);
-  if (components == 1 && hard != HardCases().end()) {
+  if (components <= 2 && hard != HardCases().end()) {
     // The same bits from every SIMD target and from every cut of the array, tails and unaligned
     // starts included.
     s.all_targets = true;
