@@ -188,6 +188,38 @@ OXL_BENCH(kDInvSqrt, "avx2_loop", peers::Avx2InvSqrt, kAvx2);
 OXL_BENCH(kSInvSqrt, "oxl_HA", oxl_vek_kernel_sInvSqrt_B3HAynn);
 OXL_BENCH(kSInvSqrt, "avx2_loop", peers::Avx2InvSqrt, kAvx2);
 
+// hypot over pairs of the quotients' range: no lane scales, overflows or meets a special value.
+constexpr BinaryFunction<double> kDHypot{"dHypot", kQuotientRangeD, kQuotientRangeD};
+constexpr BinaryFunction<float> kSHypot{"sHypot", kQuotientRangeS, kQuotientRangeS};
+
+OXL_BENCH(kDHypot, "oxl_HA", oxl_vek_kernel_dHypot_B3HAynn);
+OXL_BENCH(kDHypot, "oxl_LA", oxl_vek_kernel_dHypot_B3LAynn);
+OXL_BENCH(kDHypot, "libmvec_avx2", peers::LibmvecHypotAvx2, kAvx2);
+OXL_BENCH(kDHypot, "libmvec_avx512", peers::LibmvecHypotAvx512, kAvx512);
+OXL_BENCH(kDHypot, "sleef_u05_avx2", peers::SleefHypotU05Avx2, kAvx2);
+OXL_BENCH(kDHypot, "sleef_u05_avx512", peers::SleefHypotU05Avx512, kAvx512);
+OXL_BENCH(kSHypot, "oxl_HA", oxl_vek_kernel_sHypot_B3HAynn);
+OXL_BENCH(kSHypot, "oxl_LA", oxl_vek_kernel_sHypot_B3LAynn);
+OXL_BENCH(kSHypot, "libmvec_avx2", peers::LibmvecHypotAvx2, kAvx2);
+OXL_BENCH(kSHypot, "libmvec_avx512", peers::LibmvecHypotAvx512, kAvx512);
+OXL_BENCH(kSHypot, "sleef_u05_avx2", peers::SleefHypotU05Avx2, kAvx2);
+OXL_BENCH(kSHypot, "sleef_u05_avx512", peers::SleefHypotU05Avx512, kAvx512);
+
+// cbrt over the log-spaced range, both signs alike for every contestant.
+constexpr UnaryFunction<double> kDCbrt{"dCbrt", kLogRangeD};
+constexpr UnaryFunction<float> kSCbrt{"sCbrt", kLogRangeS};
+
+OXL_BENCH(kDCbrt, "oxl_HA", oxl_vek_kernel_dCbrt_B3HAynn);
+OXL_BENCH(kDCbrt, "libmvec_avx2", peers::LibmvecCbrtAvx2, kAvx2);
+OXL_BENCH(kDCbrt, "libmvec_avx512", peers::LibmvecCbrtAvx512, kAvx512);
+OXL_BENCH(kDCbrt, "sleef_u10_avx2", peers::SleefCbrtU10Avx2, kAvx2);
+OXL_BENCH(kDCbrt, "sleef_u10_avx512", peers::SleefCbrtU10Avx512, kAvx512);
+OXL_BENCH(kSCbrt, "oxl_HA", oxl_vek_kernel_sCbrt_B3HAynn);
+OXL_BENCH(kSCbrt, "libmvec_avx2", peers::LibmvecCbrtAvx2, kAvx2);
+OXL_BENCH(kSCbrt, "libmvec_avx512", peers::LibmvecCbrtAvx512, kAvx512);
+OXL_BENCH(kSCbrt, "sleef_u10_avx2", peers::SleefCbrtU10Avx2, kAvx2);
+OXL_BENCH(kSCbrt, "sleef_u10_avx512", peers::SleefCbrtU10Avx512, kAvx512);
+
 // Rounding, complex arithmetic and Pack, beside plain loops and the copy bound. Complex kernels
 // run on the parts of the arrays as pairs, so their time is per part (half a complex element) and
 // the copy bound of two double arrays in and one out is theirs. dPackI gathers every second

@@ -51,6 +51,14 @@ void LibmvecPowAvx2(int n, const double* a, const double* b, double* r);
 void LibmvecPowAvx2(int n, const float* a, const float* b, float* r);
 void LibmvecPowAvx512(int n, const double* a, const double* b, double* r);
 void LibmvecPowAvx512(int n, const float* a, const float* b, float* r);
+void LibmvecHypotAvx2(int n, const double* a, const double* b, double* r);
+void LibmvecHypotAvx2(int n, const float* a, const float* b, float* r);
+void LibmvecHypotAvx512(int n, const double* a, const double* b, double* r);
+void LibmvecHypotAvx512(int n, const float* a, const float* b, float* r);
+void LibmvecCbrtAvx2(int n, const double* a, double* r);
+void LibmvecCbrtAvx2(int n, const float* a, float* r);
+void LibmvecCbrtAvx512(int n, const double* a, double* r);
+void LibmvecCbrtAvx512(int n, const float* a, float* r);
 
 // SLEEF: U10 is its 1.0-ulp family (the HA-like peer), U35 its 3.5-ulp family (the LA-like peer,
 // which SLEEF offers for log, sin and cos only: log10 and log1p have U10 alone):
@@ -99,6 +107,15 @@ void SleefPowU10Avx2(int n, const double* a, const double* b, double* r);
 void SleefPowU10Avx2(int n, const float* a, const float* b, float* r);
 void SleefPowU10Avx512(int n, const double* a, const double* b, double* r);
 void SleefPowU10Avx512(int n, const float* a, const float* b, float* r);
+// SLEEF's hypot comes at 0.5 ulp and 3.5 ulp only; the 0.5-ulp one is the peer of a 1-ulp kernel.
+void SleefHypotU05Avx2(int n, const double* a, const double* b, double* r);
+void SleefHypotU05Avx2(int n, const float* a, const float* b, float* r);
+void SleefHypotU05Avx512(int n, const double* a, const double* b, double* r);
+void SleefHypotU05Avx512(int n, const float* a, const float* b, float* r);
+void SleefCbrtU10Avx2(int n, const double* a, double* r);
+void SleefCbrtU10Avx2(int n, const float* a, float* r);
+void SleefCbrtU10Avx512(int n, const double* a, double* r);
+void SleefCbrtU10Avx512(int n, const float* a, float* r);
 
 // Plain loops over the C++ standard library, compiled for the baseline x86-64 target: scalar calls
 // of libm for the transcendentals, whatever the compiler makes of a + b and a * b.
