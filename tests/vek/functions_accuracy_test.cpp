@@ -247,10 +247,21 @@ const std::map<std::string, HardCase>& HardCases() {
                             {"float near max", 0x1p127},
                             {"double near max", 0x1p1023}},
                            {{-8.0, 8.0}, {0.999, 1.001}}};
-    return std::map<std::string, HardCase>{{"Cbrt", cube},    {"InvCbrt", cube}, {"Pow2o3", cube},
-                                           {"Ln", log},       {"Log10", log},    {"Log1p", log1p},
-                                           {"Sqrt", root},    {"InvSqrt", root}, {"Inv", quotient},
-                                           {"Div", quotient}, {"Hypot", hypot}};
+    // Pow3o2 leaves the fast path where its result leaves the normal range.
+    const HardCase pow3o2 = {{{"1", 1.0},
+                              {"float fast path", 0x1p-68},
+                              {"float underflow", 0x1p-84},
+                              {"float overflow", 0x1p85},
+                              {"double fast path", 0x1p-646},
+                              {"double underflow", 0x1p-681},
+                              {"double overflow", 0x1p682},
+                              {"float overflow bound", 0x1.428a30p+85},
+                              {"double overflow bound", 0x1.965fea53d6e3dp+682}},
+                             {{0.5, 2.0}, {0.0, 1e-200}}};
+    return std::map<std::string, HardCase>{{"Cbrt", cube},     {"InvCbrt", cube}, {"Pow2o3", cube},
+                                           {"Pow3o2", pow3o2}, {"Ln", log},       {"Log10", log},
+                                           {"Log1p", log1p},   {"Sqrt", root},    {"InvSqrt", root},
+                                           {"Inv", quotient},  {"Div", quotient}, {"Hypot", hypot}};
   }();
   return m;
 }

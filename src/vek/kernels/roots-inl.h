@@ -1,4 +1,5 @@
-// Bodies of the Div, Inv, Sqrt, InvSqrt and Hypot kernels. Re-included once per SIMD target.
+// Bodies of the Div, Inv, Sqrt, InvSqrt, Pow3o2 and Hypot kernels. Re-included once per SIMD
+// target.
 //
 // The hardware divide and square root round correctly on every target and every processor, so
 // they give the same bits everywhere and are within every level's bound; on the processors we run
@@ -99,6 +100,46 @@ struct InvSqrtBody : UnaryRealBody<T> {
   }
 
   static int32_t Rare(const T* a, T* r) { return vek::InvSqrtRare(a, r); }
+};
+
+// Where x^(3/2) and the low part of its split product are normal numbers: x in [2^-68, 2^85]
+// (float), [2^-646, 2^682] (double). Lanes outside, zeros, negative numbers, infinities and NaNs,
+// go to the rare routine, which settles the statuses (domain, overflow, underflow).
+template <class T>
+struct Pow3o2Range;
+template <>
+struct Pow3o2Range<float> {
+  static constexpr float kLow = 0x1p-68f, kHigh = 0x1p85f;
+};
+template <>
+struct Pow3o2Range<double> {
+  static constexpr double kLow = 0x1p-646, kHigh = 0x1p682;
+};
+
+// x^(3/2) = x sqrt(x). s = sqrt(x) correctly rounded leaves x - s^2 exactly representable, so one
+// fused operation gives it, and sqrt(x) = s + (x - s^2) / (2s) to second order; the quotient is
+// below half an ulp of s, and Rcp14's 2^-17 is plenty for it. With x s = p + p_lo split exactly,
+//   x^(3/2) = p + (p_lo + x c),  c = (x - s^2) / (2s),
+// rounded once: 0.5 ulp and a hair, where x * sqrt(x) by two roundings would reach 1.5 ulp.
+template <class T>
+struct Pow3o2Body : UnaryRealBody<T> {
+  const char* name = sizeof(T) == 4 ? "vsPow3o2" : "vdPow3o2";
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    using R = Pow3o2Range<T>;
+    const auto ordinary =
+        hn::And(hn::Ge(in[0], hn::Set(d, R::kLow)), hn::Le(in[0], hn::Set(d, R::kHigh)));
+    rare[0] = hn::Not(ordinary);
+    // Rare lanes compute on 1: their results are replaced.
+    const auto x = hn::IfThenElse(ordinary, in[0], hn::Set(d, T(1)));
+    const auto s = hn::Sqrt(x);
+    const auto c = hn::Mul(Fnma(d, s, s, x), hn::Mul(Rcp14(d, s), hn::Set(d, T(0.5))));
+    const auto p = hn::Mul(x, s);
+    out[0] = hn::Add(p, Fma(d, x, c, Fms(d, x, s, p)));
+  }
+
+  static int32_t Rare(const T* a, T* r) { return vek::Pow3o2Rare(a, r); }
 };
 
 // Powers of two that bring the larger magnitude of Hypot's arguments into a range where the sum

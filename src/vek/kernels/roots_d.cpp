@@ -31,6 +31,8 @@ void dHypotLA(int n, const double* a, const double* b, double* r) {
   RunBinary(HypotBody<double, RootLevel::kLA>{}, n, a, b, r);
 }
 
+void dPow3o2(int n, const double* a, double* r) { RunUnary(Pow3o2Body<double>{}, n, a, r); }
+
 }  // namespace oxl::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -39,6 +41,7 @@ HWY_AFTER_NAMESPACE();
 
 namespace oxl {
 HWY_EXPORT(dDiv);
+HWY_EXPORT(dPow3o2);
 HWY_EXPORT(dHypotHA);
 HWY_EXPORT(dHypotLA);
 HWY_EXPORT(dInv);
@@ -59,5 +62,8 @@ OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dInvSqrt_B3EPnnn, dInvSqrtLA, double)
 OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_dHypot_B3HAynn, dHypotHA, double)
 OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_dHypot_B3LAynn, dHypotLA, double)
 OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_dHypot_B3EPnnn, dHypotLA, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dPow3o2_B3HAynn, dPow3o2, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dPow3o2_B3LAynn, dPow3o2, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dPow3o2_B3EPnnn, dPow3o2, double)
 }  // namespace oxl
 #endif

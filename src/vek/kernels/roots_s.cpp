@@ -27,6 +27,8 @@ void sHypotLA(int n, const float* a, const float* b, float* r) {
   RunBinary(HypotBody<float, RootLevel::kLA>{}, n, a, b, r);
 }
 
+void sPow3o2(int n, const float* a, float* r) { RunUnary(Pow3o2Body<float>{}, n, a, r); }
+
 }  // namespace oxl::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -35,6 +37,7 @@ HWY_AFTER_NAMESPACE();
 
 namespace oxl {
 HWY_EXPORT(sDiv);
+HWY_EXPORT(sPow3o2);
 HWY_EXPORT(sHypotHA);
 HWY_EXPORT(sHypotLA);
 HWY_EXPORT(sInv);
@@ -54,5 +57,7 @@ OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sInvSqrt_B3HAynn, sInvSqrtHA, float)
 OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_sHypot_B3HAynn, sHypotHA, float)
 OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_sHypot_B3LAynn, sHypotLA, float)
 OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_sHypot_B3EPnnn, sHypotLA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sPow3o2_B3HAynn, sPow3o2, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sPow3o2_B3LAynn, sPow3o2, float)
 }  // namespace oxl
 #endif
