@@ -18,6 +18,8 @@
 // hair. Zeros, infinities and NaNs go through the same instructions: e = -inf or +inf makes q
 // infinite, and the final Scalef gives zero or infinity; a NaN stays a NaN.
 
+#include <limits>
+
 #if defined(OXL_VEK_KERNELS_CBRT_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef OXL_VEK_KERNELS_CBRT_INL_H_
 #undef OXL_VEK_KERNELS_CBRT_INL_H_
@@ -27,6 +29,7 @@
 
 #include "vek/frame/kernel-inl.h"
 #include "simd/exponent-inl.h"
+#include "simd/float_bits.h"
 #include "simd/fma-inl.h"
 #include "vek/kernels/roots_rare.h"
 
@@ -39,14 +42,71 @@ struct Reduced {
   hn::VFromD<D> u;  // in [1, 8)
   hn::VFromD<D> q;  // cbrt|x| = 2^q cbrt(u)
   hn::VFromD<D> z;  // u^(-1/3), within 2^-40
+  bool all_normal;  // x held normal numbers only
+};
+
+// |x| = 2^e m, m in [1, 2). For vectors of positive or negative normal numbers alone (the common
+// case) by the bits: the exponent field read as a float by the shifter 2^M (its last place is 1),
+// the mantissa with the exponent of 1. Otherwise by the exact helpers, which also serve zeros,
+// denormals, infinities and NaNs; on normal numbers both give the same bits.
+template <class D>
+struct Parts {
+  hn::VFromD<D> m;
+  hn::VFromD<D> e;
+  bool all_normal;
 };
 
 template <class D>
+HWY_INLINE Parts<D> PartsOf(D d, hn::VFromD<D> x) {
+  using T = hn::TFromD<D>;
+  using F = simd::FloatBits<T>;
+  using U = simd::BitsOf<T>;
+  constexpr int kM = F::kMantissaBits;
+  constexpr T kShifter = simd::Pow2<T>(kM);
+  constexpr U kMin = simd::ToBits(std::numeric_limits<T>::min());
+  const hn::RebindToUnsigned<D> du;
+  const auto bits = hn::BitCast(du, hn::Abs(x));
+  const auto normal =
+      hn::Lt(hn::Sub(bits, hn::Set(du, kMin)), hn::Set(du, U{simd::kExponentMask<T> - kMin}));
+  Parts<D> out;
+  out.all_normal = hn::AllTrue(du, normal);
+  if (HWY_LIKELY(out.all_normal)) {
+    const auto field = hn::Or(hn::ShiftRight<kM>(bits), hn::Set(du, simd::ToBits(kShifter)));
+    out.e = hn::Sub(hn::BitCast(d, field), hn::Set(d, kShifter + T(F::kBias)));
+    out.m = hn::BitCast(d, hn::Or(hn::And(bits, hn::Set(du, simd::kMantissaMask<T>)),
+                                  hn::Set(du, simd::ToBits(T(1)))));
+  } else {
+    out.m = GetMant<simd::MantissaInterval::kOneToTwo, simd::MantissaSign::kClear>(d, x);
+    out.e = GetExp(d, x);
+  }
+  return out;
+}
+
+// v 2^k for an integral k: for normal arguments k is within the exponent range and v 2^k normal,
+// and 2^k comes from k's bits by the shifter; otherwise Scalef settles the infinite k of zeros and
+// infinities.
+template <class D>
+HWY_INLINE hn::VFromD<D> ScaleBy(D d, hn::VFromD<D> v, hn::VFromD<D> k, bool all_normal) {
+  using T = hn::TFromD<D>;
+  using F = simd::FloatBits<T>;
+  constexpr int kM = F::kMantissaBits;
+  constexpr T kShifter = simd::Pow2<T>(kM);
+  if (HWY_LIKELY(all_normal)) {
+    const hn::RebindToUnsigned<D> du;
+    const auto biased = hn::BitCast(du, hn::Add(k, hn::Set(d, kShifter + T(F::kBias))));
+    return hn::Mul(v, hn::BitCast(d, hn::ShiftLeft<kM>(biased)));
+  }
+  return Scalef(d, v, k);
+}
+
+template <bool kSquare = false, class D>
 HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> x) {
   using T = hn::TFromD<D>;
-  const auto m = GetMant<simd::MantissaInterval::kOneToTwo, simd::MantissaSign::kClear>(d, x);
-  const auto e = GetExp(d, x);
+  const auto parts = PartsOf(d, x);
+  const auto m = parts.m;
+  const auto e = parts.e;
   Reduced<D> out;
+  out.all_normal = parts.all_normal;
   out.q = hn::Floor(hn::Mul(hn::Add(e, hn::Set(d, T(0.5))), hn::Set(d, T(1.0 / 3))));
   const auto j = hn::Sub(e, hn::Mul(out.q, hn::Set(d, T(3))));
   const auto j1 = hn::Eq(j, hn::Set(d, T(1)));
@@ -63,9 +123,15 @@ HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> x) {
       hn::IfThenElse(j2, hn::Set(d, T(0.6299605249474366)),  // 2^(-2/3)
                      hn::IfThenElse(j1, hn::Set(d, T(0.7937005259840998)), hn::Set(d, T(1))));
   const auto z = hn::Mul(p, table);
-  const auto err = Fnma(d, hn::Mul(out.u, z), hn::Mul(z, z), hn::Set(d, T(1)));
-  const auto c = hn::Mul(err, Fma(d, err, hn::Set(d, T(2.0 / 9)), hn::Set(d, T(1.0 / 3))));
-  out.z = Fma(d, z, c, z);
+  if constexpr (sizeof(T) == 4 && !kSquare) {
+    // Float Cbrt and InvCbrt need no step: their last step squares the polynomial's 2^-14.6
+    // (products of two such errors, 0.2 ulp at most). Pow2o3 doubles them, and keeps the step.
+    out.z = z;
+  } else {
+    const auto err = Fnma(d, hn::Mul(out.u, z), hn::Mul(z, z), hn::Set(d, T(1)));
+    const auto c = hn::Mul(err, Fma(d, err, hn::Set(d, T(2.0 / 9)), hn::Set(d, T(1.0 / 3))));
+    out.z = Fma(d, z, c, z);
+  }
   return out;
 }
 
@@ -102,7 +168,7 @@ struct CbrtBody : UnaryRealBody<T> {
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out) const {
     const auto r = cbrt_detail::Reduce(d, in[0]);
     const auto root = cbrt_detail::RootOf(d, r);
-    const auto magnitude = Scalef(d, hn::Add(root.y, root.delta), r.q);
+    const auto magnitude = cbrt_detail::ScaleBy(d, hn::Add(root.y, root.delta), r.q, r.all_normal);
     out[0] = hn::CopySignToAbs(magnitude, in[0]);
   }
 };
@@ -114,12 +180,12 @@ struct Pow2o3Body : UnaryRealBody<T> {
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out) const {
-    const auto r = cbrt_detail::Reduce(d, in[0]);
+    const auto r = cbrt_detail::Reduce</*kSquare=*/true>(d, in[0]);
     const auto root = cbrt_detail::RootOf(d, r);
     const auto square = hn::Mul(root.y, root.y);
     const auto square_lo =
         Fma(d, hn::Add(root.y, root.y), root.delta, Fms(d, root.y, root.y, square));
-    out[0] = Scalef(d, hn::Add(square, square_lo), hn::Add(r.q, r.q));
+    out[0] = cbrt_detail::ScaleBy(d, hn::Add(square, square_lo), hn::Add(r.q, r.q), r.all_normal);
   }
 };
 
@@ -138,7 +204,7 @@ struct InvCbrtBody : UnaryRealBody<T> {
     const auto b_lo = Fms(d, r.z, r.z, b);
     const auto residual = Fnma(d, a_lo, b, Fnma(d, a, b_lo, Fnma(d, a, b, hn::Set(d, T(1)))));
     const auto z = Fma(d, hn::Mul(r.z, hn::Set(d, T(1.0 / 3))), residual, r.z);
-    out[0] = hn::CopySignToAbs(Scalef(d, z, hn::Neg(r.q)), in[0]);
+    out[0] = hn::CopySignToAbs(cbrt_detail::ScaleBy(d, z, hn::Neg(r.q), r.all_normal), in[0]);
   }
 
   static int32_t Rare(const T* a, T* r) { return vek::InvCbrtRare(a, r); }
