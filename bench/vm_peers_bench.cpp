@@ -155,6 +155,71 @@ OXL_BENCH(kDMul, "oxl_HA", oxl_vek_kernel_dMul_B3HAynn);
 OXL_BENCH(kDMul, "avx2_loop", peers::Avx2Mul, kAvx2);
 OXL_BENCH(kDMul, "std_loop", peers::StdMul);
 
+// Roots and quotients, beside a plain AVX2 loop of the instruction. Positive log-spaced inputs
+// over nearly the whole normal range, so that no lane takes a rare path; quotients over half the
+// binades, so that none leaves the normal range (denormal results cost every contestant a slow
+// path that would hide the kernels' own time).
+constexpr Range kQuotientRangeD{1e-150, 1e150, true};
+constexpr Range kQuotientRangeS{1e-18, 1e18, true};
+constexpr BinaryFunction<double> kDDiv{"dDiv", kQuotientRangeD, kQuotientRangeD};
+constexpr BinaryFunction<float> kSDiv{"sDiv", kQuotientRangeS, kQuotientRangeS};
+constexpr UnaryFunction<double> kDInv{"dInv", kLogRangeD};
+constexpr UnaryFunction<float> kSInv{"sInv", kLogRangeS};
+constexpr UnaryFunction<double> kDSqrt{"dSqrt", kLogRangeD};
+constexpr UnaryFunction<float> kSSqrt{"sSqrt", kLogRangeS};
+constexpr UnaryFunction<double> kDInvSqrt{"dInvSqrt", kLogRangeD};
+constexpr UnaryFunction<float> kSInvSqrt{"sInvSqrt", kLogRangeS};
+
+OXL_BENCH(kDDiv, "oxl_HA", oxl_vek_kernel_dDiv_B3HAynn);
+OXL_BENCH(kDDiv, "avx2_loop", peers::Avx2Div, kAvx2);
+OXL_BENCH(kSDiv, "oxl_HA", oxl_vek_kernel_sDiv_B3HAynn);
+OXL_BENCH(kSDiv, "avx2_loop", peers::Avx2Div, kAvx2);
+OXL_BENCH(kDInv, "oxl_HA", oxl_vek_kernel_dInv_B3HAynn);
+OXL_BENCH(kDInv, "avx2_loop", peers::Avx2Inv, kAvx2);
+OXL_BENCH(kSInv, "oxl_HA", oxl_vek_kernel_sInv_B3HAynn);
+OXL_BENCH(kSInv, "avx2_loop", peers::Avx2Inv, kAvx2);
+OXL_BENCH(kDSqrt, "oxl_HA", oxl_vek_kernel_dSqrt_B3HAynn);
+OXL_BENCH(kDSqrt, "avx2_loop", peers::Avx2Sqrt, kAvx2);
+OXL_BENCH(kSSqrt, "oxl_HA", oxl_vek_kernel_sSqrt_B3HAynn);
+OXL_BENCH(kSSqrt, "avx2_loop", peers::Avx2Sqrt, kAvx2);
+OXL_BENCH(kDInvSqrt, "oxl_HA", oxl_vek_kernel_dInvSqrt_B3HAynn);
+OXL_BENCH(kDInvSqrt, "oxl_LA", oxl_vek_kernel_dInvSqrt_B3LAynn);
+OXL_BENCH(kDInvSqrt, "avx2_loop", peers::Avx2InvSqrt, kAvx2);
+OXL_BENCH(kSInvSqrt, "oxl_HA", oxl_vek_kernel_sInvSqrt_B3HAynn);
+OXL_BENCH(kSInvSqrt, "avx2_loop", peers::Avx2InvSqrt, kAvx2);
+
+// hypot over pairs of the quotients' range: no lane scales, overflows or meets a special value.
+constexpr BinaryFunction<double> kDHypot{"dHypot", kQuotientRangeD, kQuotientRangeD};
+constexpr BinaryFunction<float> kSHypot{"sHypot", kQuotientRangeS, kQuotientRangeS};
+
+OXL_BENCH(kDHypot, "oxl_HA", oxl_vek_kernel_dHypot_B3HAynn);
+OXL_BENCH(kDHypot, "oxl_LA", oxl_vek_kernel_dHypot_B3LAynn);
+OXL_BENCH(kDHypot, "libmvec_avx2", peers::LibmvecHypotAvx2, kAvx2);
+OXL_BENCH(kDHypot, "libmvec_avx512", peers::LibmvecHypotAvx512, kAvx512);
+OXL_BENCH(kDHypot, "sleef_u05_avx2", peers::SleefHypotU05Avx2, kAvx2);
+OXL_BENCH(kDHypot, "sleef_u05_avx512", peers::SleefHypotU05Avx512, kAvx512);
+OXL_BENCH(kSHypot, "oxl_HA", oxl_vek_kernel_sHypot_B3HAynn);
+OXL_BENCH(kSHypot, "oxl_LA", oxl_vek_kernel_sHypot_B3LAynn);
+OXL_BENCH(kSHypot, "libmvec_avx2", peers::LibmvecHypotAvx2, kAvx2);
+OXL_BENCH(kSHypot, "libmvec_avx512", peers::LibmvecHypotAvx512, kAvx512);
+OXL_BENCH(kSHypot, "sleef_u05_avx2", peers::SleefHypotU05Avx2, kAvx2);
+OXL_BENCH(kSHypot, "sleef_u05_avx512", peers::SleefHypotU05Avx512, kAvx512);
+
+// cbrt over the log-spaced range, both signs alike for every contestant.
+constexpr UnaryFunction<double> kDCbrt{"dCbrt", kLogRangeD};
+constexpr UnaryFunction<float> kSCbrt{"sCbrt", kLogRangeS};
+
+OXL_BENCH(kDCbrt, "oxl_HA", oxl_vek_kernel_dCbrt_B3HAynn);
+OXL_BENCH(kDCbrt, "libmvec_avx2", peers::LibmvecCbrtAvx2, kAvx2);
+OXL_BENCH(kDCbrt, "libmvec_avx512", peers::LibmvecCbrtAvx512, kAvx512);
+OXL_BENCH(kDCbrt, "sleef_u10_avx2", peers::SleefCbrtU10Avx2, kAvx2);
+OXL_BENCH(kDCbrt, "sleef_u10_avx512", peers::SleefCbrtU10Avx512, kAvx512);
+OXL_BENCH(kSCbrt, "oxl_HA", oxl_vek_kernel_sCbrt_B3HAynn);
+OXL_BENCH(kSCbrt, "libmvec_avx2", peers::LibmvecCbrtAvx2, kAvx2);
+OXL_BENCH(kSCbrt, "libmvec_avx512", peers::LibmvecCbrtAvx512, kAvx512);
+OXL_BENCH(kSCbrt, "sleef_u10_avx2", peers::SleefCbrtU10Avx2, kAvx2);
+OXL_BENCH(kSCbrt, "sleef_u10_avx512", peers::SleefCbrtU10Avx512, kAvx512);
+
 // Rounding, complex arithmetic and Pack, beside plain loops and the copy bound. Complex kernels
 // run on the parts of the arrays as pairs, so their time is per part (half a complex element) and
 // the copy bound of two double arrays in and one out is theirs. dPackI gathers every second

@@ -51,6 +51,14 @@ void LibmvecPowAvx2(int n, const double* a, const double* b, double* r);
 void LibmvecPowAvx2(int n, const float* a, const float* b, float* r);
 void LibmvecPowAvx512(int n, const double* a, const double* b, double* r);
 void LibmvecPowAvx512(int n, const float* a, const float* b, float* r);
+void LibmvecHypotAvx2(int n, const double* a, const double* b, double* r);
+void LibmvecHypotAvx2(int n, const float* a, const float* b, float* r);
+void LibmvecHypotAvx512(int n, const double* a, const double* b, double* r);
+void LibmvecHypotAvx512(int n, const float* a, const float* b, float* r);
+void LibmvecCbrtAvx2(int n, const double* a, double* r);
+void LibmvecCbrtAvx2(int n, const float* a, float* r);
+void LibmvecCbrtAvx512(int n, const double* a, double* r);
+void LibmvecCbrtAvx512(int n, const float* a, float* r);
 
 // SLEEF: U10 is its 1.0-ulp family (the HA-like peer), U35 its 3.5-ulp family (the LA-like peer,
 // which SLEEF offers for log, sin and cos only: log10 and log1p have U10 alone):
@@ -99,6 +107,15 @@ void SleefPowU10Avx2(int n, const double* a, const double* b, double* r);
 void SleefPowU10Avx2(int n, const float* a, const float* b, float* r);
 void SleefPowU10Avx512(int n, const double* a, const double* b, double* r);
 void SleefPowU10Avx512(int n, const float* a, const float* b, float* r);
+// SLEEF's hypot comes at 0.5 ulp and 3.5 ulp only; the 0.5-ulp one is the peer of a 1-ulp kernel.
+void SleefHypotU05Avx2(int n, const double* a, const double* b, double* r);
+void SleefHypotU05Avx2(int n, const float* a, const float* b, float* r);
+void SleefHypotU05Avx512(int n, const double* a, const double* b, double* r);
+void SleefHypotU05Avx512(int n, const float* a, const float* b, float* r);
+void SleefCbrtU10Avx2(int n, const double* a, double* r);
+void SleefCbrtU10Avx2(int n, const float* a, float* r);
+void SleefCbrtU10Avx512(int n, const double* a, double* r);
+void SleefCbrtU10Avx512(int n, const float* a, float* r);
 
 // Plain loops over the C++ standard library, compiled for the baseline x86-64 target: scalar calls
 // of libm for the transcendentals, whatever the compiler makes of a + b and a * b.
@@ -129,6 +146,15 @@ void Avx2Add(int n, const double* a, const double* b, double* r);
 void Avx2Add(int n, const float* a, const float* b, float* r);
 void Avx2Mul(int n, const double* a, const double* b, double* r);
 void Avx2Mul(int n, const float* a, const float* b, float* r);
+void Avx2Div(int n, const double* a, const double* b, double* r);
+void Avx2Div(int n, const float* a, const float* b, float* r);
+void Avx2Sqrt(int n, const double* a, double* r);
+void Avx2Sqrt(int n, const float* a, float* r);
+void Avx2Inv(int n, const double* a, double* r);
+void Avx2Inv(int n, const float* a, float* r);
+// 1 / sqrt(x) by the two instructions, as a caller without a reciprocal root would write it.
+void Avx2InvSqrt(int n, const double* a, double* r);
+void Avx2InvSqrt(int n, const float* a, float* r);
 
 // Memory-bandwidth bounds, AVX2: one read stream and one write stream (r = a), and two read streams
 // and one write stream (r = a OR b, bitwise, so that no arithmetic is timed). Ordinary stores, as

@@ -1,5 +1,5 @@
-// Plain AVX2 loops: the intrinsic add and multiply a load-operate-store kernel is held to, and the
-// copy loops that bound every kernel by memory bandwidth.
+// Plain AVX2 loops: the intrinsic add, multiply, divide and square root a load-operate-store kernel
+// is held to, and the copy loops that bound every kernel by memory bandwidth.
 #include <immintrin.h>
 
 #include "support/peers.h"
@@ -20,6 +20,14 @@ inline __m256d AddPd(__m256d x, __m256d y) { return _mm256_add_pd(x, y); }
 inline __m256 AddPs(__m256 x, __m256 y) { return _mm256_add_ps(x, y); }
 inline __m256d MulPd(__m256d x, __m256d y) { return _mm256_mul_pd(x, y); }
 inline __m256 MulPs(__m256 x, __m256 y) { return _mm256_mul_ps(x, y); }
+inline __m256d DivPd(__m256d x, __m256d y) { return _mm256_div_pd(x, y); }
+inline __m256 DivPs(__m256 x, __m256 y) { return _mm256_div_ps(x, y); }
+inline __m256d SqrtPd(__m256d x) { return _mm256_sqrt_pd(x); }
+inline __m256 SqrtPs(__m256 x) { return _mm256_sqrt_ps(x); }
+inline __m256d InvPd(__m256d x) { return _mm256_div_pd(_mm256_set1_pd(1.0), x); }
+inline __m256 InvPs(__m256 x) { return _mm256_div_ps(_mm256_set1_ps(1.0f), x); }
+inline __m256d InvSqrtPd(__m256d x) { return InvPd(SqrtPd(x)); }
+inline __m256 InvSqrtPs(__m256 x) { return InvPs(SqrtPs(x)); }
 
 }  // namespace avx2
 
@@ -35,6 +43,18 @@ void Avx2Mul(int n, const double* a, const double* b, double* r) {
 void Avx2Mul(int n, const float* a, const float* b, float* r) {
   avx2::Map<avx2::MulPs>(n, a, b, r);
 }
+void Avx2Div(int n, const double* a, const double* b, double* r) {
+  avx2::Map<avx2::DivPd>(n, a, b, r);
+}
+void Avx2Div(int n, const float* a, const float* b, float* r) {
+  avx2::Map<avx2::DivPs>(n, a, b, r);
+}
+void Avx2Sqrt(int n, const double* a, double* r) { avx2::Map<avx2::SqrtPd>(n, a, r); }
+void Avx2Sqrt(int n, const float* a, float* r) { avx2::Map<avx2::SqrtPs>(n, a, r); }
+void Avx2Inv(int n, const double* a, double* r) { avx2::Map<avx2::InvPd>(n, a, r); }
+void Avx2Inv(int n, const float* a, float* r) { avx2::Map<avx2::InvPs>(n, a, r); }
+void Avx2InvSqrt(int n, const double* a, double* r) { avx2::Map<avx2::InvSqrtPd>(n, a, r); }
+void Avx2InvSqrt(int n, const float* a, float* r) { avx2::Map<avx2::InvSqrtPs>(n, a, r); }
 void CopyLoop(int n, const double* a, double* r) { avx2::Map<avx2::MovPd>(n, a, r); }
 void CopyLoop(int n, const float* a, float* r) { avx2::Map<avx2::MovPs>(n, a, r); }
 void CopyLoop2(int n, const double* a, const double* b, double* r) {

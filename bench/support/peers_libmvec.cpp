@@ -26,6 +26,10 @@ __m256d _ZGVdN4v_cos(__m256d);
 __m256 _ZGVdN8v_cosf(__m256);
 __m256d _ZGVdN4vv_pow(__m256d, __m256d);
 __m256 _ZGVdN8vv_powf(__m256, __m256);
+__m256d _ZGVdN4vv_hypot(__m256d, __m256d);
+__m256 _ZGVdN8vv_hypotf(__m256, __m256);
+__m256d _ZGVdN4v_cbrt(__m256d);
+__m256 _ZGVdN8v_cbrtf(__m256);
 }
 
 namespace oxl::bench::peers {
@@ -53,6 +57,14 @@ void LibmvecPowAvx2(int n, const double* a, const double* b, double* r) {
 void LibmvecPowAvx2(int n, const float* a, const float* b, float* r) {
   avx2::Map<_ZGVdN8vv_powf>(n, a, b, r);
 }
+void LibmvecHypotAvx2(int n, const double* a, const double* b, double* r) {
+  avx2::Map<_ZGVdN4vv_hypot>(n, a, b, r);
+}
+void LibmvecHypotAvx2(int n, const float* a, const float* b, float* r) {
+  avx2::Map<_ZGVdN8vv_hypotf>(n, a, b, r);
+}
+void LibmvecCbrtAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_cbrt>(n, a, r); }
+void LibmvecCbrtAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_cbrtf>(n, a, r); }
 
 }  // namespace oxl::bench::peers
 
@@ -78,6 +90,10 @@ __m512d _ZGVeN8v_cos(__m512d);
 __m512 _ZGVeN16v_cosf(__m512);
 __m512d _ZGVeN8vv_pow(__m512d, __m512d);
 __m512 _ZGVeN16vv_powf(__m512, __m512);
+__m512d _ZGVeN8vv_hypot(__m512d, __m512d);
+__m512 _ZGVeN16vv_hypotf(__m512, __m512);
+__m512d _ZGVeN8v_cbrt(__m512d);
+__m512 _ZGVeN16v_cbrtf(__m512);
 }
 
 namespace oxl::bench::peers {
@@ -105,6 +121,14 @@ void LibmvecPowAvx512(int n, const double* a, const double* b, double* r) {
 void LibmvecPowAvx512(int n, const float* a, const float* b, float* r) {
   avx512::Map<_ZGVeN16vv_powf>(n, a, b, r);
 }
+void LibmvecHypotAvx512(int n, const double* a, const double* b, double* r) {
+  avx512::Map<_ZGVeN8vv_hypot>(n, a, b, r);
+}
+void LibmvecHypotAvx512(int n, const float* a, const float* b, float* r) {
+  avx512::Map<_ZGVeN16vv_hypotf>(n, a, b, r);
+}
+void LibmvecCbrtAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_cbrt>(n, a, r); }
+void LibmvecCbrtAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_cbrtf>(n, a, r); }
 
 }  // namespace oxl::bench::peers
 

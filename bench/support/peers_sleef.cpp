@@ -32,6 +32,10 @@ __m256d Sleef_cosd4_u35avx2(__m256d);
 __m256 Sleef_cosf8_u35avx2(__m256);
 __m256d Sleef_powd4_u10avx2(__m256d, __m256d);
 __m256 Sleef_powf8_u10avx2(__m256, __m256);
+__m256d Sleef_hypotd4_u05avx2(__m256d, __m256d);
+__m256 Sleef_hypotf8_u05avx2(__m256, __m256);
+__m256d Sleef_cbrtd4_u10avx2(__m256d);
+__m256 Sleef_cbrtf8_u10avx2(__m256);
 }
 
 namespace oxl::bench::peers {
@@ -77,6 +81,16 @@ void SleefPowU10Avx2(int n, const double* a, const double* b, double* r) {
 void SleefPowU10Avx2(int n, const float* a, const float* b, float* r) {
   avx2::Map<Sleef_powf8_u10avx2>(n, a, b, r);
 }
+void SleefHypotU05Avx2(int n, const double* a, const double* b, double* r) {
+  avx2::Map<Sleef_hypotd4_u05avx2>(n, a, b, r);
+}
+void SleefHypotU05Avx2(int n, const float* a, const float* b, float* r) {
+  avx2::Map<Sleef_hypotf8_u05avx2>(n, a, b, r);
+}
+void SleefCbrtU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_cbrtd4_u10avx2>(n, a, r);
+}
+void SleefCbrtU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_cbrtf8_u10avx2>(n, a, r); }
 
 }  // namespace oxl::bench::peers
 
@@ -108,6 +122,10 @@ __m512d Sleef_cosd8_u35avx512f(__m512d);
 __m512 Sleef_cosf16_u35avx512f(__m512);
 __m512d Sleef_powd8_u10avx512f(__m512d, __m512d);
 __m512 Sleef_powf16_u10avx512f(__m512, __m512);
+__m512d Sleef_hypotd8_u05avx512f(__m512d, __m512d);
+__m512 Sleef_hypotf16_u05avx512f(__m512, __m512);
+__m512d Sleef_cbrtd8_u10avx512f(__m512d);
+__m512 Sleef_cbrtf16_u10avx512f(__m512);
 }
 
 namespace oxl::bench::peers {
@@ -180,6 +198,18 @@ void SleefPowU10Avx512(int n, const double* a, const double* b, double* r) {
 }
 void SleefPowU10Avx512(int n, const float* a, const float* b, float* r) {
   avx512::Map<Sleef_powf16_u10avx512f>(n, a, b, r);
+}
+void SleefHypotU05Avx512(int n, const double* a, const double* b, double* r) {
+  avx512::Map<Sleef_hypotd8_u05avx512f>(n, a, b, r);
+}
+void SleefHypotU05Avx512(int n, const float* a, const float* b, float* r) {
+  avx512::Map<Sleef_hypotf16_u05avx512f>(n, a, b, r);
+}
+void SleefCbrtU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_cbrtd8_u10avx512f>(n, a, r);
+}
+void SleefCbrtU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_cbrtf16_u10avx512f>(n, a, r);
 }
 
 }  // namespace oxl::bench::peers

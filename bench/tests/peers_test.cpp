@@ -59,6 +59,11 @@ long double Log1p(long double x) { return std::log1p(x); }
 long double Sin(long double x) { return std::sin(x); }
 long double Cos(long double x) { return std::cos(x); }
 long double Pow(long double x, long double y) { return std::pow(x, y); }
+long double Sqrt(long double x) { return std::sqrt(x); }
+long double Inv(long double x) { return 1 / x; }
+long double InvSqrt(long double x) { return 1 / std::sqrt(x); }
+long double Cbrt(long double x) { return std::cbrt(x); }
+long double Hypot(long double x, long double y) { return std::hypot(x, y); }
 
 struct UnaryPeer {
   const char* name;
@@ -118,6 +123,14 @@ const UnaryPeer kUnaryPeers[] = {
     {"StdLog", p::StdLog, p::StdLog, Log, kLog, 1, 0},
     {"StdLog10", p::StdLog10, p::StdLog10, Log10, kLog, 1, 0},
     {"StdLog1p", p::StdLog1p, p::StdLog1p, Log1p, kLog, 1, 0},
+    {"Avx2Sqrt", p::Avx2Sqrt, p::Avx2Sqrt, Sqrt, kLog, 0.5, p::kAvx2},
+    {"Avx2Inv", p::Avx2Inv, p::Avx2Inv, Inv, kLog, 0.5, p::kAvx2},
+    {"Avx2InvSqrt", p::Avx2InvSqrt, p::Avx2InvSqrt, InvSqrt, kLog, 1.5, p::kAvx2},
+    {"LibmvecCbrtAvx2", p::LibmvecCbrtAvx2, p::LibmvecCbrtAvx2, Cbrt, kLog, 4, p::kAvx2},
+    {"LibmvecCbrtAvx512", p::LibmvecCbrtAvx512, p::LibmvecCbrtAvx512, Cbrt, kLog, 4, p::kAvx512},
+    {"SleefCbrtU10Avx2", p::SleefCbrtU10Avx2, p::SleefCbrtU10Avx2, Cbrt, kLog, 1.5, p::kAvx2},
+    {"SleefCbrtU10Avx512", p::SleefCbrtU10Avx512, p::SleefCbrtU10Avx512, Cbrt, kLog, 1.5,
+     p::kAvx512},
     {"StdSin", p::StdSin, p::StdSin, Sin, kTrig, 1, 0},
     {"StdCos", p::StdCos, p::StdCos, Cos, kTrig, 1, 0},
 };
@@ -159,6 +172,7 @@ struct BinaryPeer {
 
 long double Sum(long double x, long double y) { return x + y; }
 long double Product(long double x, long double y) { return x * y; }
+long double Quotient(long double x, long double y) { return x / y; }
 
 const BinaryPeer kBinaryPeers[] = {
     {"LibmvecPowAvx2", p::LibmvecPowAvx2, p::LibmvecPowAvx2, Pow, 4, p::kAvx2},
@@ -170,6 +184,11 @@ const BinaryPeer kBinaryPeers[] = {
     {"StdMul", p::StdMul, p::StdMul, Product, 0.5, 0},
     {"Avx2Add", p::Avx2Add, p::Avx2Add, Sum, 0.5, p::kAvx2},
     {"Avx2Mul", p::Avx2Mul, p::Avx2Mul, Product, 0.5, p::kAvx2},
+    {"Avx2Div", p::Avx2Div, p::Avx2Div, Quotient, 0.5, p::kAvx2},
+    {"LibmvecHypotAvx2", p::LibmvecHypotAvx2, p::LibmvecHypotAvx2, Hypot, 4, p::kAvx2},
+    {"LibmvecHypotAvx512", p::LibmvecHypotAvx512, p::LibmvecHypotAvx512, Hypot, 4, p::kAvx512},
+    {"SleefHypotU05Avx2", p::SleefHypotU05Avx2, p::SleefHypotU05Avx2, Hypot, 1, p::kAvx2},
+    {"SleefHypotU05Avx512", p::SleefHypotU05Avx512, p::SleefHypotU05Avx512, Hypot, 1, p::kAvx512},
 };
 
 template <class T>

@@ -201,8 +201,56 @@ const std::map<std::string, HardCase>& HardCases() {
                              {"ln 2 / 32", 0.021660849392498291},
                              {"0", 0.0}},
                             {{-60, 89}, {-60, 710}}};
+    // The roots and quotients are single instructions; their cases are the ends of the normal
+    // range, where a Newton step's intermediate products or a quotient leave it.
+    const HardCase root = {{{"1", 1.0},
+                            {"4", 4.0},
+                            {"float min normal", 0x1p-126},
+                            {"double min normal", 0x1p-1022},
+                            {"float near max", 0x1p127},
+                            {"double near max", 0x1p1023}},
+                           {{0.25, 4.0}, {1e-300, 1e-290}, {1e290, 1e300}}};
+    const HardCase quotient = {{{"1", 1.0},
+                                {"float 1/x denormal", 0x1p126},
+                                {"double 1/x denormal", 0x1p1022},
+                                {"float min normal", 0x1p-126},
+                                {"double min normal", 0x1p-1022}},
+                               {{0.5, 2.0}, {-2.0, -0.5}}};
+    // Hypot scales its arguments by powers of two beyond 2^+-40 (float) and 2^+-500 (double).
+    const HardCase hypot = {{{"float scale up", 0x1p-40},
+                             {"float scale down", 0x1p40},
+                             {"double scale up", 0x1p-500},
+                             {"double scale down", 0x1p500},
+                             {"float min normal", 0x1p-126},
+                             {"double min normal", 0x1p-1022},
+                             {"float near max", 0x1p127},
+                             {"double near max", 0x1p1023}},
+                            {{0.5, 2.0}, {-1e-300, 1e-300}, {1e300, 1.7e308}}};
+    // The cube roots switch the power of two of u at the exponents' residues mod 3.
+    const HardCase cube = {{{"1", 1.0},
+                            {"2", 2.0},
+                            {"4", 4.0},
+                            {"8", 8.0},
+                            {"float min normal", 0x1p-126},
+                            {"double min normal", 0x1p-1022},
+                            {"float near max", 0x1p127},
+                            {"double near max", 0x1p1023}},
+                           {{-8.0, 8.0}, {0.999, 1.001}}};
+    // Pow3o2 leaves the fast path where its result leaves the normal range.
+    const HardCase pow3o2 = {{{"1", 1.0},
+                              {"float fast path", 0x1p-68},
+                              {"float underflow", 0x1p-84},
+                              {"float overflow", 0x1p85},
+                              {"double fast path", 0x1p-646},
+                              {"double underflow", 0x1p-681},
+                              {"double overflow", 0x1p682},
+                              {"float overflow bound", 0x1.428a30p+85},
+                              {"double overflow bound", 0x1.965fea53d6e3dp+682}},
+                             {{0.5, 2.0}, {0.0, 1e-200}}};
     return std::map<std::string, HardCase>{
-        {"Ln", log}, {"Log10", log}, {"Log1p", log1p}, {"Exp", exp}, {"Expm1", expm1}};
+        {"Cbrt", cube},    {"InvCbrt", cube}, {"Pow2o3", cube},  {"Pow3o2", pow3o2}, {"Ln", log},
+        {"Log10", log},    {"Log1p", log1p},  {"Exp", exp},      {"Expm1", expm1},   {"Sqrt", root},
+        {"InvSqrt", root}, {"Inv", quotient}, {"Div", quotient}, {"Hypot", hypot}};
   }();
   return m;
 }
@@ -265,7 +313,7 @@ Sweep<T> SweepFor(const KernelId& id, int components, bool complex) {
   // The float EP exponential is the bare fast 2^x, which flushes results below the normal range
   // as the instruction it stands for does: its bound holds on the normal range only.
   const bool flushes = sizeof(T) == 4 && func == "Exp" && id.suffix.starts_with("B3EP");
-  if (components == 1 && hard != HardCases().end() && !flushes) {
+  if (components <= 2 && hard != HardCases().end() && !flushes) {
     for (const auto& [name, value] : hard->second.thresholds) {
       const T rounded = static_cast<T>(value);
       if (std::isfinite(rounded) && (rounded != 0) == (value != 0)) {

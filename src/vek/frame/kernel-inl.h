@@ -255,6 +255,12 @@ struct UnaryRealBody {
   static constexpr bool kRare = true;
 };
 
+// The same shape with two input arrays (Div, Hypot, Pow).
+template <class T>
+struct BinaryRealBody : UnaryRealBody<T> {
+  static constexpr size_t kInputs = 2;
+};
+
 // Entry points for the common argument forms. `n` is the caller's signed count; n <= 0 does
 // nothing.
 template <class Body>
