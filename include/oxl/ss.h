@@ -101,6 +101,7 @@ typedef struct SSTask SSTask;
 #define OXL_SS_ERROR_QUANTILE_COUNT (-4022) /* also an order outside [0, 1] */
 #define OXL_SS_ERROR_QUANTILES (-4023)
 #define OXL_SS_ERROR_ORDER_STATS (-4024)
+#define OXL_SS_ERROR_MEAN_ABS_DEV_METHOD (-4028) /* neither METHOD_SUMS nor METHOD_GIVEN_MEAN */
 #define OXL_SS_ERROR_METHOD (-4029)
 #define OXL_SS_ERROR_GROUPS (-4030)
 #define OXL_SS_ERROR_NULL_TASK (-4031)
@@ -114,6 +115,8 @@ typedef struct SSTask SSTask;
 #define OXL_SS_ERROR_CENTRAL_SUM3 (-4079)
 #define OXL_SS_ERROR_CENTRAL_SUM4 (-4080)
 #define OXL_SS_ERROR_CROSS_PRODUCT (-4081)
+#define OXL_SS_ERROR_MEDIAN_ABS_DEV (-4082)
+#define OXL_SS_ERROR_MEAN_ABS_DEV (-4083)
 #define OXL_SS_ERROR_SORTED_OUTPUT (-4084)
 #define OXL_SS_ERROR_SORT_IN_PLACE_MASK (-4085) /* an in-place sort with an inclusion mask */
 
@@ -150,10 +153,12 @@ typedef struct SSTask SSTask;
 #define SS_ED_4C_SUM 73
 #define SS_ED_CP 74
 #define SS_ED_CP_STORAGE 75 /* i */
+#define SS_ED_MDAD 76
+#define SS_ED_MNAD 77
 #define SS_ED_SORTED_OBSERV 78
 #define SS_ED_SORTED_OBSERV_STORAGE 79 /* i */
-/* The other codes (24..66, 76, 77) are those of the order statistics, quantiles, pooled, robust,
- * partial, outlier and missing-value fields; see the task documentation. */
+/* The other codes (24..66) are those of the quantiles, order statistics, pooled, robust, partial,
+ * outlier and missing-value fields; see the task documentation. */
 
 /* Task life. p, n and x_storage point to integers of the index width (0: 32-bit, otherwise
  * 64-bit). Without x, n and x_storage are not read, so that a task can be made first and filled
@@ -247,6 +252,15 @@ OXL_API int _vrsdSSQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
                              const SSThreadServices* services);
 OXL_API int _vrssSSQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
                              const SSThreadServices* services);
+
+/* Absolute deviations of each included dimension: EST_MEDIAN_ABS_DEV, the median of |x - median|
+ * (unweighted; method METHOD_SUMS), and EST_MEAN_ABS_DEV, the weighted mean of |x - mean| about
+ * the weighted mean (METHOD_SUMS) or about the task's mean array (METHOD_GIVEN_MEAN). Means are
+ * summed in double with compensation. */
+OXL_API int _vrsdSSMAD(SSTask* task, uint64_t estimates, uint64_t method,
+                       const SSThreadServices* services);
+OXL_API int _vrssSSMAD(SSTask* task, uint64_t estimates, uint64_t method,
+                       const SSThreadServices* services);
 
 /* Sorted copies: each included dimension of x, ascending, into sortedOutput, stored as
  * sortedStorage says (estimates: unused; method: METHOD_RADIX). sortedOutput may be x itself,

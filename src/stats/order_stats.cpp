@@ -50,6 +50,11 @@ struct Job {
   T* quantiles;
   T* scratch;  // per thread: n elements, 2n when the sorted copy is strided
   int64_t scratch_stride;
+  // Absolute deviations: from the median (median true) or from the mean, given or weighted.
+  bool median;
+  const T* mean;
+  const T* weights;
+  T* deviations;
 };
 
 // Sorts the n values at src (stride `from`) into out (stride `to`; out may be src). A contiguous
@@ -141,15 +146,18 @@ constexpr int64_t SortScratch(int64_t threads) { return threads << 30; }
 // Checks the shape, sizes the scratch and runs the included dimensions, as items of the
 // services' for-each-item slot when there are threads to use.
 template <class T>
-int Run(SSTask* task, Job<T>& job, int64_t (*budget)(int64_t), const SSThreadServices* services) {
+int Run(SSTask* task, Job<T>& job, int64_t (*budget)(int64_t), const SSThreadServices* services,
+        oxl_item_worker worker = &Dimension<T>) {
   if (const int status = ReadShape(*task, job); status != 0) return status;
   if (job.n > (INT64_MAX >> 4)) return OXL_SS_ERROR_MEMORY;  // no scratch of 2n elements fits
-  job.scratch_stride = (job.sorted != nullptr && !job.sorted_rows ? 2 : 1) * job.n;
+  // The mean deviation reads the data where they are; the rest work on a copy.
+  const bool copies = job.sorted != nullptr || job.count > 0 || job.median;
+  job.scratch_stride = copies ? (job.sorted != nullptr && !job.sorted_rows ? 2 : 1) * job.n : 0;
   const bool threaded = services != nullptr && services->for_each_item != nullptr &&
                         services->thread_count != nullptr;
   const int64_t allowed = threaded ? std::max(1, services->thread_count()) : 1;
-  const int64_t fit =
-      std::max<int64_t>(1, budget(allowed) / (int64_t(sizeof(T)) * job.scratch_stride));
+  const int64_t fit = std::max<int64_t>(
+      1, budget(allowed) / (int64_t(sizeof(T)) * std::max<int64_t>(1, job.scratch_stride)));
   const int64_t threads = std::min({allowed, job.p, fit});
   platform::Scratch<int64_t> list;
   platform::Scratch<T> scratch;
@@ -164,11 +172,92 @@ int Run(SSTask* task, Job<T>& job, int64_t (*budget)(int64_t), const SSThreadSer
   job.dims = dims;
   job.scratch = scratch.get();
   if (threads > 1 && included > 1) {
-    return services->for_each_item(included, static_cast<int32_t>(threads), &job, &Dimension<T>);
+    return services->for_each_item(included, static_cast<int32_t>(threads), &job, worker);
   }
   for (int64_t item = 0; item < included; ++item) {
-    const int32_t status = Dimension<T>(item, 0, nullptr, &job);
+    const int32_t status = worker(item, 0, nullptr, &job);
     if (status != 0) return status;
+  }
+  return 0;
+}
+
+// The median of the n values of a, by selection (a is reordered).
+template <class T>
+T Median(int64_t n, T* a) {
+  const Place at = PlaceOf(n, 0.5);
+  const T lo = Sorts<T>::Select(n, a, at.i);
+  return Between(lo, at.j == at.i ? lo : Sorts<T>::Select(n, a, at.j), at.f);
+}
+
+// Sum of w_k v_k over sum of w_k (w_k = 1 without weights), of the n values at v with stride s,
+// as |v - centre| when `absolute`; in double with Neumaier's compensation, so that the order of a
+// long sum costs nothing.
+template <class T>
+double WeightedMean(const T* v, int64_t s, const T* w, int64_t n, bool absolute, double centre) {
+  double sum = 0, sum_c = 0, weight = 0, weight_c = 0;
+  const auto add = [](double& total, double& c, double x) {
+    const double t = total + x;
+    c += std::fabs(total) >= std::fabs(x) ? (total - t) + x : (x - t) + total;
+    total = t;
+  };
+  for (int64_t k = 0; k < n; ++k) {
+    const double x = absolute ? std::fabs(double(v[k * s]) - centre) : double(v[k * s]);
+    const double wk = w != nullptr ? double(w[k]) : 1.0;
+    add(sum, sum_c, wk * x);
+    add(weight, weight_c, wk);
+  }
+  return (sum + sum_c) / (weight + weight_c);
+}
+
+template <class T>
+int32_t Deviation(int64_t item, int32_t thread, void* /*reserved*/, void* context) {
+  const Job<T>& job = *static_cast<const Job<T>*>(context);
+  const int64_t d = job.dims[item], n = job.n;
+  const int64_t stride = job.rows ? 1 : job.p;
+  const T* src = job.x + (job.rows ? d * n : d);
+  if (!job.median) {
+    const double centre = job.mean != nullptr ? double(job.mean[d])
+                                              : WeightedMean(src, stride, job.weights, n, false, 0);
+    job.deviations[d] = T(WeightedMean(src, stride, job.weights, n, true, centre));
+    return 0;
+  }
+  T* scratch = job.scratch + thread * job.scratch_stride;
+  for (int64_t k = 0; k < n; ++k) scratch[k] = src[k * stride];
+  const T median = Median(n, scratch);
+  for (int64_t k = 0; k < n; ++k) scratch[k] = std::fabs(scratch[k] - median);
+  job.deviations[d] = Median(n, scratch);
+  return 0;
+}
+
+// Median absolute deviation (unweighted, about the median) and mean absolute deviation (weighted,
+// about the weighted mean or the given one), each dimension an item of the services.
+template <class T>
+int Mad(SSTask* task, uint64_t estimates, uint64_t method, const SSThreadServices* services) {
+  if (task == nullptr) return OXL_SS_ERROR_NULL_TASK;
+  if (task->xStorage == nullptr) return OXL_SS_ERROR_STORAGE_POINTER;
+  const int64_t storage = ReadIndex(*task, task->xStorage);
+  if (storage != STORAGE_ROWS && storage != STORAGE_COLS) return OXL_SS_ERROR_STORAGE;
+  if (estimates & EST_MEDIAN_ABS_DEV) {
+    if (task->medianAbsDeviation == nullptr) return OXL_SS_ERROR_MEDIAN_ABS_DEV;
+    if (!(method & METHOD_SUMS)) return OXL_SS_ERROR_METHOD;
+    Job<T> job{};
+    job.median = true;
+    job.deviations = static_cast<T*>(task->medianAbsDeviation);
+    if (const int status = Run(task, job, &QuantileScratch, services, &Deviation<T>); status != 0) {
+      return status;
+    }
+  }
+  if (estimates & EST_MEAN_ABS_DEV) {
+    if (task->meanAbsDeviation == nullptr) return OXL_SS_ERROR_MEAN_ABS_DEV;
+    if (!(method & (METHOD_SUMS | METHOD_GIVEN_MEAN))) return OXL_SS_ERROR_MEAN_ABS_DEV_METHOD;
+    Job<T> job{};
+    if (method & METHOD_GIVEN_MEAN) {
+      if (task->mean == nullptr) return OXL_SS_ERROR_MEAN;
+      job.mean = static_cast<const T*>(task->mean);
+    }
+    job.weights = static_cast<const T*>(task->weights);
+    job.deviations = static_cast<T*>(task->meanAbsDeviation);
+    return Run(task, job, &QuantileScratch, services, &Deviation<T>);
   }
   return 0;
 }
@@ -243,6 +332,16 @@ OXL_API int _vrsdSSQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
 OXL_API int _vrssSSQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
                              const SSThreadServices* services) {
   return oxl::stats::Quantiles<float>(task, estimates, method, services);
+}
+
+OXL_API int _vrsdSSMAD(SSTask* task, uint64_t estimates, uint64_t method,
+                       const SSThreadServices* services) {
+  return oxl::stats::Mad<double>(task, estimates, method, services);
+}
+
+OXL_API int _vrssSSMAD(SSTask* task, uint64_t estimates, uint64_t method,
+                       const SSThreadServices* services) {
+  return oxl::stats::Mad<float>(task, estimates, method, services);
 }
 
 OXL_API int _vrsdSSSort(SSTask* task, uint64_t /*estimates*/, uint64_t method,

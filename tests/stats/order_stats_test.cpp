@@ -1,7 +1,8 @@
 // Order statistics: minimum and maximum against std::min_element/max_element in both storages,
 // with an inclusion mask and in blocks, the tie and NaN rules; quantiles and sorted copies against
 // std::sort and a long-double reference, by sorting and by selection, on fake threads; sorted
-// copies in every pair of storages and in place; the statuses.
+// copies in every pair of storages and in place; absolute deviations against direct evaluations;
+// the statuses.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -292,6 +293,94 @@ TEST(Sort, Statuses) {
   t.sortedStorage = &rows;
   pb.SetInclusion({1, 1});
   EXPECT_EQ(status(), OXL_SS_ERROR_SORT_IN_PLACE_MASK);
+}
+
+// Median absolute deviation (n odd: both medians are observations, so exact) and weighted mean
+// absolute deviation about the weighted mean or a given one, against direct evaluations.
+template <class T>
+void DeviationsAgainstDirect(int64_t storage) {
+  const int64_t p = 3, n = 301;
+  Problem<T> pb(p, n, storage);
+  pb.Fill(21, 2.0, true);
+  std::vector<T> w(n);
+  for (int64_t j = 0; j < n; ++j) w[j] = T(0.25 + (j % 5) * 0.5);
+  pb.SetWeights(w);
+  pb.SetInclusion({1, 0, 1});
+  std::vector<T> mdad(p, T(-7)), mnad(p, T(-7)), given(p, T(-7));
+  pb.mean = {T(1.5), T(0), T(2.5)};
+  const auto run = [&](std::vector<T>& out, uint64_t estimates, uint64_t method) {
+    if constexpr (sizeof(T) == sizeof(double)) {
+      __vrsdSSEditTask(pb.task, SS_ED_MDAD, mdad.data());
+      __vrsdSSEditTask(pb.task, SS_ED_MNAD, out.data());
+      return _vrsdSSMAD(pb.task, estimates, method, FakeThreads::StatsTable(2));
+    } else {
+      __vrssSSEditTask(pb.task, SS_ED_MDAD, mdad.data());
+      __vrssSSEditTask(pb.task, SS_ED_MNAD, out.data());
+      return _vrssSSMAD(pb.task, estimates, method, FakeThreads::StatsTable(2));
+    }
+  };
+  ASSERT_EQ(run(mnad, EST_MEDIAN_ABS_DEV | EST_MEAN_ABS_DEV, METHOD_SUMS), 0);
+  ASSERT_EQ(run(given, EST_MEAN_ABS_DEV, METHOD_GIVEN_MEAN), 0);
+  for (int64_t i = 0; i < p; ++i) {
+    if (i == 1) {
+      EXPECT_EQ(mdad[i], T(-7));
+      EXPECT_EQ(mnad[i], T(-7));
+      continue;
+    }
+    std::vector<T> d(n);
+    long double sw = 0, swx = 0;
+    for (int64_t j = 0; j < n; ++j) {
+      d[j] = pb.at(i, j);
+      sw += w[j];
+      swx += (long double)w[j] * d[j];
+    }
+    const auto mean_abs = [&](long double centre) {
+      long double s = 0;
+      for (int64_t j = 0; j < n; ++j) s += w[j] * fabsl(d[j] - centre);
+      return s / sw;
+    };
+    // The deviations cancel against the centre: the error scales with the centre's size.
+    const auto near = [&](T got, long double centre) {
+      const long double want = mean_abs(centre);
+      EXPECT_NEAR(got, want, 8 * std::numeric_limits<T>::epsilon() * (fabsl(centre) + want)) << i;
+    };
+    near(mnad[i], swx / sw);
+    near(given[i], pb.mean[i]);
+    std::vector<T> sorted = d;
+    std::sort(sorted.begin(), sorted.end());
+    const T median = sorted[n / 2];
+    for (T& v : d) v = std::fabs(v - median);
+    std::sort(d.begin(), d.end());
+    EXPECT_EQ(mdad[i], d[n / 2]) << i;
+  }
+}
+
+TEST(Deviations, AgainstDirectEvaluation) {
+  DeviationsAgainstDirect<double>(STORAGE_ROWS);
+  DeviationsAgainstDirect<double>(STORAGE_COLS);
+  DeviationsAgainstDirect<float>(STORAGE_ROWS);
+  DeviationsAgainstDirect<float>(STORAGE_COLS);
+}
+
+TEST(Deviations, Statuses) {
+  Problem<double> pb(2, 9, STORAGE_ROWS);
+  std::vector<double> out(2);
+  const auto status = [&](uint64_t estimates, uint64_t method) {
+    return _vrsdSSMAD(pb.task, estimates, method, nullptr);
+  };
+  EXPECT_EQ(status(EST_MEDIAN_ABS_DEV, METHOD_SUMS), OXL_SS_ERROR_MEDIAN_ABS_DEV);
+  EXPECT_EQ(status(EST_MEAN_ABS_DEV, METHOD_SUMS), OXL_SS_ERROR_MEAN_ABS_DEV);
+  __vrsdSSEditTask(pb.task, SS_ED_MDAD, out.data());
+  __vrsdSSEditTask(pb.task, SS_ED_MNAD, out.data());
+  EXPECT_EQ(status(EST_MEDIAN_ABS_DEV, METHOD_GIVEN_MEAN), OXL_SS_ERROR_METHOD);
+  EXPECT_EQ(status(EST_MEAN_ABS_DEV, METHOD_ONE_PASS), OXL_SS_ERROR_MEAN_ABS_DEV_METHOD);
+  pb.task->mean = nullptr;
+  EXPECT_EQ(status(EST_MEAN_ABS_DEV, METHOD_GIVEN_MEAN), OXL_SS_ERROR_MEAN);
+  EXPECT_EQ(status(EST_MEDIAN_ABS_DEV | EST_MEAN_ABS_DEV, METHOD_SUMS), 0);
+  {
+    AllocationScope failing(1);
+    EXPECT_EQ(status(EST_MEDIAN_ABS_DEV, METHOD_SUMS), OXL_SS_ERROR_MEMORY);
+  }
 }
 
 }  // namespace
