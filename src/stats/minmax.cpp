@@ -26,21 +26,15 @@ bool Above(T v, T m) {
 template <class T>
 int Minmax(SSTask* task, uint64_t estimates, uint64_t method) {
   if (task == nullptr) return OXL_SS_ERROR_NULL_TASK;
-  if (task->xStorage == nullptr) return OXL_SS_ERROR_STORAGE_POINTER;
-  const int64_t storage = ReadIndex(*task, task->xStorage);
-  if (storage != STORAGE_ROWS && storage != STORAGE_COLS) return OXL_SS_ERROR_STORAGE;
+  const int64_t storage = ReadStorage(*task, task->xStorage);
+  if (storage < 0) return static_cast<int>(storage);
   T* lo = (estimates & EST_MIN) ? static_cast<T*>(task->minimum) : nullptr;
   T* hi = (estimates & EST_MAX) ? static_cast<T*>(task->maximum) : nullptr;
   if ((estimates & EST_MIN) && lo == nullptr) return OXL_SS_ERROR_MIN;
   if ((estimates & EST_MAX) && hi == nullptr) return OXL_SS_ERROR_MAX;
   if (!(method & (METHOD_SUMS | METHOD_ONE_PASS))) return OXL_SS_ERROR_METHOD;
-  if (task->dimensionPtr == nullptr) return OXL_SS_ERROR_DIMENSION;
-  const int64_t p = ReadIndex(*task, task->dimensionPtr);
-  if (p < 1) return OXL_SS_ERROR_DIMENSION;
-  if (task->observationsPtr == nullptr) return OXL_SS_ERROR_OBSERVATIONS;
-  const int64_t n = ReadIndex(*task, task->observationsPtr);
-  if (n < 1) return OXL_SS_ERROR_OBSERVATIONS;
-  if (task->x == nullptr) return OXL_SS_ERROR_X;
+  int64_t p = 0, n = 0;
+  if (const int status = ReadShape(*task, p, n); status != 0) return status;
   if (lo == nullptr && hi == nullptr) return 0;
 
   // The included dimensions, in order.

@@ -93,6 +93,15 @@ T Between(T lo, T hi, double f) {
   return std::fma(static_cast<T>(f), hi - lo, lo);
 }
 
+// The quantile of order b of the n values of a, by selecting its two neighbouring order
+// statistics; a is reordered, and stays partly ordered for the next order.
+template <class T>
+T SelectQuantile(int64_t n, T* a, double b) {
+  const Place at = PlaceOf(n, b);
+  const T lo = Sorts<T>::Select(n, a, at.i);
+  return Between(lo, at.j == at.i ? lo : Sorts<T>::Select(n, a, at.j), at.f);
+}
+
 template <class T>
 int32_t Dimension(int64_t item, int32_t thread, void* /*reserved*/, void* context) {
   const Job<T>& job = *static_cast<const Job<T>*>(context);
@@ -112,12 +121,8 @@ int32_t Dimension(int64_t item, int32_t thread, void* /*reserved*/, void* contex
     return 0;
   }
   for (int64_t k = 0; k < n; ++k) scratch[k] = src[k * x_stride];
-  // Selections of one order leave the scratch partly ordered for the next.
   for (int64_t q = 0; q < job.count; ++q) {
-    const Place at = PlaceOf(n, static_cast<double>(job.orders[q]));
-    const T lo = Sorts<T>::Select(n, scratch, at.i);
-    const T hi = at.j == at.i ? lo : Sorts<T>::Select(n, scratch, at.j);
-    job.quantiles[d * job.count + q] = Between(lo, hi, at.f);
+    job.quantiles[d * job.count + q] = SelectQuantile(n, scratch, double(job.orders[q]));
   }
   return 0;
 }
@@ -125,13 +130,7 @@ int32_t Dimension(int64_t item, int32_t thread, void* /*reserved*/, void* contex
 // The dimension, observation count and data of the task, checked.
 template <class T>
 int ReadShape(const SSTask& task, Job<T>& job) {
-  if (task.dimensionPtr == nullptr) return OXL_SS_ERROR_DIMENSION;
-  job.p = ReadIndex(task, task.dimensionPtr);
-  if (job.p < 1) return OXL_SS_ERROR_DIMENSION;
-  if (task.observationsPtr == nullptr) return OXL_SS_ERROR_OBSERVATIONS;
-  job.n = ReadIndex(task, task.observationsPtr);
-  if (job.n < 1) return OXL_SS_ERROR_OBSERVATIONS;
-  if (task.x == nullptr) return OXL_SS_ERROR_X;
+  if (const int status = stats::ReadShape(task, job.p, job.n); status != 0) return status;
   job.x = static_cast<const T*>(task.x);
   job.rows = ReadIndex(task, task.xStorage) == STORAGE_ROWS || job.p == 1;
   if (job.p == 1) job.sorted_rows = true;
@@ -181,14 +180,6 @@ int Run(SSTask* task, Job<T>& job, int64_t (*budget)(int64_t), const SSThreadSer
   return 0;
 }
 
-// The median of the n values of a, by selection (a is reordered).
-template <class T>
-T Median(int64_t n, T* a) {
-  const Place at = PlaceOf(n, 0.5);
-  const T lo = Sorts<T>::Select(n, a, at.i);
-  return Between(lo, at.j == at.i ? lo : Sorts<T>::Select(n, a, at.j), at.f);
-}
-
 // Sum of w_k v_k over sum of w_k (w_k = 1 without weights), of the n values at v with stride s,
 // as |v - centre| when `absolute`; in double with Neumaier's compensation, so that the order of a
 // long sum costs nothing.
@@ -223,9 +214,9 @@ int32_t Deviation(int64_t item, int32_t thread, void* /*reserved*/, void* contex
   }
   T* scratch = job.scratch + thread * job.scratch_stride;
   for (int64_t k = 0; k < n; ++k) scratch[k] = src[k * stride];
-  const T median = Median(n, scratch);
+  const T median = SelectQuantile(n, scratch, 0.5);
   for (int64_t k = 0; k < n; ++k) scratch[k] = std::fabs(scratch[k] - median);
-  job.deviations[d] = Median(n, scratch);
+  job.deviations[d] = SelectQuantile(n, scratch, 0.5);
   return 0;
 }
 
@@ -234,9 +225,9 @@ int32_t Deviation(int64_t item, int32_t thread, void* /*reserved*/, void* contex
 template <class T>
 int Mad(SSTask* task, uint64_t estimates, uint64_t method, const SSThreadServices* services) {
   if (task == nullptr) return OXL_SS_ERROR_NULL_TASK;
-  if (task->xStorage == nullptr) return OXL_SS_ERROR_STORAGE_POINTER;
-  const int64_t storage = ReadIndex(*task, task->xStorage);
-  if (storage != STORAGE_ROWS && storage != STORAGE_COLS) return OXL_SS_ERROR_STORAGE;
+  if (const int64_t storage = ReadStorage(*task, task->xStorage); storage < 0) {
+    return static_cast<int>(storage);
+  }
   if (estimates & EST_MEDIAN_ABS_DEV) {
     if (task->medianAbsDeviation == nullptr) return OXL_SS_ERROR_MEDIAN_ABS_DEV;
     if (!(method & METHOD_SUMS)) return OXL_SS_ERROR_METHOD;
@@ -265,9 +256,9 @@ int Mad(SSTask* task, uint64_t estimates, uint64_t method, const SSThreadService
 template <class T>
 int Quantiles(SSTask* task, uint64_t estimates, uint64_t method, const SSThreadServices* services) {
   if (task == nullptr) return OXL_SS_ERROR_NULL_TASK;
-  if (task->xStorage == nullptr) return OXL_SS_ERROR_STORAGE_POINTER;
-  const int64_t storage = ReadIndex(*task, task->xStorage);
-  if (storage != STORAGE_ROWS && storage != STORAGE_COLS) return OXL_SS_ERROR_STORAGE;
+  if (const int64_t storage = ReadStorage(*task, task->xStorage); storage < 0) {
+    return static_cast<int>(storage);
+  }
   Job<T> job{};
   if (estimates & EST_QUANTILES) {
     if (task->quantiles == nullptr) return OXL_SS_ERROR_QUANTILES;
@@ -283,11 +274,8 @@ int Quantiles(SSTask* task, uint64_t estimates, uint64_t method, const SSThreadS
   }
   if (estimates & EST_ORDER_STATS) {
     if (task->orderStats == nullptr) return OXL_SS_ERROR_ORDER_STATS;
-    if (task->orderStatsStorage == nullptr) return OXL_SS_ERROR_STORAGE_POINTER;
-    const int64_t order_storage = ReadIndex(*task, task->orderStatsStorage);
-    if (order_storage != STORAGE_ROWS && order_storage != STORAGE_COLS) {
-      return OXL_SS_ERROR_STORAGE;
-    }
+    const int64_t order_storage = ReadStorage(*task, task->orderStatsStorage);
+    if (order_storage < 0) return static_cast<int>(order_storage);
     job.sorted = static_cast<T*>(task->orderStats);
     job.sorted_rows = order_storage == STORAGE_ROWS;
   }

@@ -117,4 +117,24 @@ inline bool Included(const SSTask& task, int64_t i) {
   return words[i * (task.indexWidth != 0 ? 2 : 1)] != 0;
 }
 
+// The storage code that `code` points to (STORAGE_ROWS or STORAGE_COLS), or a negative status:
+// no code, or a code that names neither.
+inline int64_t ReadStorage(const SSTask& task, const void* code) {
+  if (code == nullptr) return OXL_SS_ERROR_STORAGE_POINTER;
+  const int64_t storage = ReadIndex(task, code);
+  return storage == STORAGE_ROWS || storage == STORAGE_COLS ? storage : OXL_SS_ERROR_STORAGE;
+}
+
+// The dimension p and observation count n of a task over data, checked in that order, then x;
+// 0 or a status.
+inline int ReadShape(const SSTask& task, int64_t& p, int64_t& n) {
+  if (task.dimensionPtr == nullptr) return OXL_SS_ERROR_DIMENSION;
+  p = ReadIndex(task, task.dimensionPtr);
+  if (p < 1) return OXL_SS_ERROR_DIMENSION;
+  if (task.observationsPtr == nullptr) return OXL_SS_ERROR_OBSERVATIONS;
+  n = ReadIndex(task, task.observationsPtr);
+  if (n < 1) return OXL_SS_ERROR_OBSERVATIONS;
+  return task.x == nullptr ? OXL_SS_ERROR_X : 0;
+}
+
 }  // namespace oxl::stats
