@@ -11,13 +11,13 @@ are bit_generator.random_raw, 64 bits each, counted as two 32-bit words; its dou
 Generator.random.
 """
 
-import json
-import subprocess
 import sys
 import time
 import timeit
 
 import numpy as np
+
+from medians import medians
 
 
 def numpy_times(counts, repeat=7):
@@ -38,14 +38,9 @@ def numpy_times(counts, repeat=7):
 
 
 def bench_times(binary):
-    out = subprocess.run([binary, "--benchmark_format=json", "--benchmark_repetitions=5",
-                          "--benchmark_report_aggregates_only=true"],
-                         check=True, capture_output=True, text=True).stdout
     times = {}
-    for b in json.loads(out)["benchmarks"]:
-        if b.get("aggregate_name") != "median":
-            continue
-        _, side, gen, form, count = b["run_name"].split("/")
+    for run_name, b in medians(binary).items():
+        _, side, gen, form, count = run_name.split("/")
         times[(side, gen, form, int(count))] = 1e9 / b["items_per_second"]
     return times
 

@@ -9,12 +9,12 @@ the speed-up of two threads over one. Rows storage is numpy's (10, 10^6) array a
 columns storage is the (10^6, 10) array along axis 0.
 """
 
-import json
-import subprocess
 import sys
 import timeit
 
 import numpy as np
+
+from medians import medians
 
 
 def numpy_times(repeat=7):
@@ -34,14 +34,9 @@ def numpy_times(repeat=7):
 
 
 def oxl_times(binary):
-    out = subprocess.run([binary, "--benchmark_format=json", "--benchmark_repetitions=5",
-                          "--benchmark_report_aggregates_only=true"],
-                         check=True, capture_output=True, text=True).stdout
     times = {}
-    for b in json.loads(out)["benchmarks"]:
-        if b.get("aggregate_name") != "median":
-            continue
-        name, cols, threads = b["run_name"].split("/")[:3]
+    for run_name, b in medians(binary).items():
+        name, cols, threads = run_name.split("/")[:3]
         times[(name, int(cols.split(":")[1]), int(threads.split(":")[1]))] = b["real_time"]
     return times
 
