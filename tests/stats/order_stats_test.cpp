@@ -22,15 +22,9 @@ namespace {
 template <class T>
 int RunMinmax(Problem<T>& pb, std::vector<T>& lo, std::vector<T>& hi, uint64_t estimates,
               uint64_t method = METHOD_ONE_PASS) {
-  if constexpr (sizeof(T) == sizeof(double)) {
-    __vrsdSSEditTask(pb.task, SS_ED_MIN, lo.data());
-    __vrsdSSEditTask(pb.task, SS_ED_MAX, hi.data());
-    return _vrsdSSMinmax(pb.task, estimates, method, nullptr);
-  } else {
-    __vrssSSEditTask(pb.task, SS_ED_MIN, lo.data());
-    __vrssSSEditTask(pb.task, SS_ED_MAX, hi.data());
-    return _vrssSSMinmax(pb.task, estimates, method, nullptr);
-  }
+  pb.Edit(SS_ED_MIN, lo.data());
+  pb.Edit(SS_ED_MAX, hi.data());
+  return pb.Call(&_vrsdSSMinmax, &_vrssSSMinmax, estimates, method);
 }
 
 template <class T>
@@ -131,13 +125,13 @@ void QuantilesAgainstStd(int64_t storage) {
   std::vector<T> sorted_q(p * count, T(-7)), selected_q(p * count, T(-7)),
       threaded_q(p * count, T(-7)), stats(p * n, T(-7));
   auto run = [&](std::vector<T>& q, uint64_t estimates, const SSThreadServices* services) {
-    if constexpr (sizeof(T) == sizeof(double)) {
-      __vrsdSSEditQuantiles(pb.task, &count, orders.data(), q.data(), stats.data(), &order_storage);
-      return _vrsdSSQuantiles(pb.task, estimates, METHOD_SUMS, services);
-    } else {
-      __vrssSSEditQuantiles(pb.task, &count, orders.data(), q.data(), stats.data(), &order_storage);
-      return _vrssSSQuantiles(pb.task, estimates, METHOD_SUMS, services);
-    }
+    SSTask& t = *pb.task;
+    t.quantileCount = &count;
+    t.quantileOrders = orders.data();
+    t.quantiles = q.data();
+    t.orderStats = stats.data();
+    t.orderStatsStorage = &order_storage;
+    return pb.Call(&_vrsdSSQuantiles, &_vrssSSQuantiles, estimates, METHOD_SUMS, services);
   };
   ASSERT_EQ(run(sorted_q, EST_QUANTILES | EST_ORDER_STATS, nullptr), 0);
   ASSERT_EQ(run(selected_q, EST_QUANTILES, nullptr), 0);
@@ -242,15 +236,9 @@ void SortAgainstStd(int64_t storage, int64_t sorted_storage, bool in_place) {
   std::vector<T> copy(p * n, T(-7));
   T* out = in_place ? pb.x.data() : copy.data();
   if (!in_place) pb.SetInclusion({1, 0, 1});
-  if constexpr (sizeof(T) == sizeof(double)) {
-    __vrsdSSEditTask(pb.task, SS_ED_SORTED_OBSERV, out);
-    __vrsiSSEditTask(pb.task, SS_ED_SORTED_OBSERV_STORAGE, &sorted_storage);
-    ASSERT_EQ(_vrsdSSSort(pb.task, 0, METHOD_RADIX, FakeThreads::StatsTable(2)), 0);
-  } else {
-    __vrssSSEditTask(pb.task, SS_ED_SORTED_OBSERV, out);
-    __vrsiSSEditTask(pb.task, SS_ED_SORTED_OBSERV_STORAGE, &sorted_storage);
-    ASSERT_EQ(_vrssSSSort(pb.task, 0, METHOD_RADIX, FakeThreads::StatsTable(2)), 0);
-  }
+  pb.Edit(SS_ED_SORTED_OBSERV, out);
+  __vrsiSSEditTask(pb.task, SS_ED_SORTED_OBSERV_STORAGE, &sorted_storage);
+  ASSERT_EQ(pb.Call(&_vrsdSSSort, &_vrssSSSort, 0, METHOD_RADIX, FakeThreads::StatsTable(2)), 0);
   for (int64_t i = 0; i < p; ++i) {
     for (int64_t j = 0; j < n; ++j) {
       const T got = out[sorted_storage == STORAGE_ROWS ? i * n + j : j * p + i];
@@ -309,15 +297,9 @@ void DeviationsAgainstDirect(int64_t storage) {
   std::vector<T> mdad(p, T(-7)), mnad(p, T(-7)), given(p, T(-7));
   pb.mean = {T(1.5), T(0), T(2.5)};
   const auto run = [&](std::vector<T>& out, uint64_t estimates, uint64_t method) {
-    if constexpr (sizeof(T) == sizeof(double)) {
-      __vrsdSSEditTask(pb.task, SS_ED_MDAD, mdad.data());
-      __vrsdSSEditTask(pb.task, SS_ED_MNAD, out.data());
-      return _vrsdSSMAD(pb.task, estimates, method, FakeThreads::StatsTable(2));
-    } else {
-      __vrssSSEditTask(pb.task, SS_ED_MDAD, mdad.data());
-      __vrssSSEditTask(pb.task, SS_ED_MNAD, out.data());
-      return _vrssSSMAD(pb.task, estimates, method, FakeThreads::StatsTable(2));
-    }
+    pb.Edit(SS_ED_MDAD, mdad.data());
+    pb.Edit(SS_ED_MNAD, out.data());
+    return pb.Call(&_vrsdSSMAD, &_vrssSSMAD, estimates, method, FakeThreads::StatsTable(2));
   };
   ASSERT_EQ(run(mnad, EST_MEDIAN_ABS_DEV | EST_MEAN_ABS_DEV, METHOD_SUMS), 0);
   ASSERT_EQ(run(given, EST_MEAN_ABS_DEV, METHOD_GIVEN_MEAN), 0);

@@ -120,23 +120,30 @@ struct Problem {
 
   void SetWeights(std::vector<T> weights) {
     w = std::move(weights);
-    if constexpr (sizeof(T) == sizeof(double)) {
-      __vrsdSSEditTask(task, SS_ED_WEIGHTS, w.data());
-    } else {
-      __vrssSSEditTask(task, SS_ED_WEIGHTS, w.data());
-    }
+    Edit(SS_ED_WEIGHTS, w.data());
   }
   void SetInclusion(std::vector<int64_t> flags) {
     inclusion = std::move(flags);
     __vrsiSSEditTask(task, SS_ED_INDC, inclusion.data());
   }
 
-  int Run(uint64_t estimates, uint64_t method, const SSThreadServices* services) {
+  // Registers an array of this precision by its editor code.
+  void Edit(int64_t code, T* array) {
     if constexpr (sizeof(T) == sizeof(double)) {
-      return _vrsdSSBasic(task, estimates, method, services);
+      __vrsdSSEditTask(task, code, array);
     } else {
-      return _vrssSSBasic(task, estimates, method, services);
+      __vrssSSEditTask(task, code, array);
     }
+  }
+  // Calls the entry of this precision.
+  using Entry = int (*)(SSTask*, uint64_t, uint64_t, const SSThreadServices*);
+  int Call(Entry d, Entry s, uint64_t estimates, uint64_t method,
+           const SSThreadServices* services = nullptr) {
+    return (sizeof(T) == sizeof(double) ? d : s)(task, estimates, method, services);
+  }
+
+  int Run(uint64_t estimates, uint64_t method, const SSThreadServices* services) {
+    return Call(&_vrsdSSBasic, &_vrssSSBasic, estimates, method, services);
   }
 
   // Fills x with skewed data of mixed scales: dimension i is centre + scale_i * (e - 1) with e
