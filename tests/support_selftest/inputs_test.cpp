@@ -1,10 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
-#include <set>
 
 #include "support/cases.h"
 #include "support/float_bits.h"
@@ -61,58 +58,6 @@ TYPED_TEST(InputsTest, BinadesCoverTheRangeOnceAndAreClipped) {
   EXPECT_EQ(covered,
             static_cast<uint64_t>(Ordinal(T{16})) - static_cast<uint64_t>(Ordinal(T{-1})) + 1);
   EXPECT_EQ(Binades<T>({L::denorm_min(), L::min()}).size(), 2u);
-}
-
-TYPED_TEST(InputsTest, PerBinadeFillsEachBinadeWithUniformMantissas) {
-  using T = TypeParam;
-  const std::vector<T> values = PerBinade<T>(4000, {1, 8}, 9);
-  ASSERT_EQ(values.size(), 3 * 4000u + 4000u);
-  // Chi-square of the top four mantissa bits over the first binade: 15 degrees of freedom,
-  // 37.7 is the 0.1% point.
-  int counts[16] = {};
-  for (int i = 0; i < 4000; ++i) {
-    ASSERT_TRUE(values[i] >= 1 && values[i] < 2);
-    ++counts[ToBits(values[i]) >> (FloatTraits<T>::kMantissaBits - 4) & 15];
-  }
-  double chi2 = 0;
-  for (const int c : counts) chi2 += (c - 250.0) * (c - 250.0) / 250.0;
-  EXPECT_LT(chi2, 37.7);
-  for (int i = 4000; i < 8000; ++i) EXPECT_TRUE(values[i] >= 2 && values[i] < 4);
-  for (int i = 12000; i < 16000; ++i) EXPECT_EQ(values[i], T{8});
-}
-
-TYPED_TEST(InputsTest, RandomValuesStayInTheirRangeAndFollowTheSeed) {
-  using T = TypeParam;
-  const Range<T> range{T(-1e-3), T(2)};
-  SplitMix64 a(21), b(21), c(22);
-  int negative = 0, differ = 0;
-  for (int i = 0; i < 4000; ++i) {
-    const T x = RandomIn(a, range);
-    EXPECT_TRUE(x >= range.lo && x <= range.hi);
-    negative += x < 0;
-    EXPECT_EQ(ToBits(x), ToBits(RandomIn(b, range)));
-    differ += ToBits(x) != ToBits(RandomIn(c, range));
-  }
-  EXPECT_GT(negative, 1000);  // about half of the representable values are negative
-  EXPECT_GT(differ, 3990);
-  // Both ends are reachable, both zeros are distinct values.
-  SplitMix64 small(1);
-  std::set<BitsOf<T>> seen, zeros;
-  for (int i = 0; i < 100; ++i) {
-    seen.insert(ToBits(RandomIn<T>(small, {T{1}, StepUlps(T{1}, 3)})));
-    zeros.insert(ToBits(RandomIn<T>(small, {-T{0}, T{0}})));
-  }
-  EXPECT_EQ(seen.size(), 4u);
-  EXPECT_EQ(zeros, (std::set<BitsOf<T>>{ToBits(T{0}), ToBits(-T{0})}));
-}
-
-TYPED_TEST(InputsTest, ThresholdNeighboursCrossPowersOfTwo) {
-  using T = TypeParam;
-  const T e = std::numeric_limits<T>::epsilon();
-  const std::vector<T> want = {1 - e, 1 - e / 2, 1, 1 + e, 1 + 2 * e};
-  EXPECT_EQ(AroundThreshold(T{1}, 2), want);
-  const Threshold<T> list[] = {{"one", 1}, {"two", 2}};
-  EXPECT_EQ(AroundThresholds<T>(list, 2).size(), 10u);
 }
 
 TYPED_TEST(InputsTest, CasesAreReproducibleAndGroupsDrawIndependently) {
