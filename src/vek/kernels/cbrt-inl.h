@@ -16,8 +16,8 @@
 //   Pow2o3:  the square of Cbrt's y + delta, y^2 split, plus 2 y delta.
 // For double each result is then the rounding of a value within a few 2^-80 of the exact one: 0.5
 // ulp plus a hair. Float Cbrt and InvCbrt skip the third-order step (0.686 ulp at most over all
-// positive normal floats for Cbrt). Zeros, infinities and NaNs go through the same instructions: e = -inf or +inf makes q
-// infinite, and the final Scalef gives zero or infinity; a NaN stays a NaN.
+// positive normal floats for Cbrt). Zeros, infinities and NaNs go through the same instructions: e
+// = -inf or +inf makes q infinite, and the final Scalef gives zero or infinity; a NaN stays a NaN.
 
 #include <limits>
 
@@ -193,7 +193,7 @@ struct Pow2o3Body : UnaryRealBody<T> {
 // InvCbrt: zeros are rare lanes, a singularity.
 template <class T>
 struct InvCbrtBody : UnaryRealBody<T> {
-  const char* name = sizeof(T) == 4 ? "vsInvCbrt" : "vdInvCbrt";
+  const char* name = OXL_VEK_REAL_NAME(T, InvCbrt);
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {

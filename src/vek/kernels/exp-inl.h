@@ -180,7 +180,7 @@ template <class T, ExpLevel kLevel>
 struct ExpTableBody : UnaryRealBody<T> {
   static constexpr int kEntries = sizeof(T) == 4 ? 16 : 8;
   static constexpr bool kWithLo = kLevel == ExpLevel::kHA;
-  const char* name = sizeof(T) == 4 ? "vsExp" : "vdExp";
+  const char* name = OXL_VEK_REAL_NAME(T, Exp);
   exp_detail::Tables<T, kEntries, kWithLo> tables;
 
   template <class D>
@@ -238,7 +238,7 @@ struct ExpTableBody : UnaryRealBody<T> {
 // sExp LA: no table. z = x log2(e) + 1.5 * 2^23 holds the nearest integer n in its low bits; the
 // result is e^r by a degree-5 polynomial with n added to its exponent field as an integer.
 struct ExpFloatLowBody : UnaryRealBody<float> {
-  const char* name = "vsExp";
+  const char* name = vek::names::sExp;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
@@ -301,7 +301,7 @@ struct Expm1Body : UnaryRealBody<T> {
   // Doubles on the 8-entry table of Exp; floats on 16 (HA) or 32 entries.
   static constexpr int kEntries = sizeof(T) == 8 ? 8 : kLevel == ExpLevel::kHA ? 16 : 32;
   static constexpr bool kWithLo = !(kLevel == ExpLevel::kEP);
-  const char* name = sizeof(T) == 4 ? "vsExpm1" : "vdExpm1";
+  const char* name = OXL_VEK_REAL_NAME(T, Expm1);
   exp_detail::Tables<T, kEntries, kWithLo> tables;
 
   template <class D>
