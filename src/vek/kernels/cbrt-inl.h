@@ -32,6 +32,7 @@
 #include "simd/exponent-inl.h"
 #include "simd/float_bits.h"
 #include "simd/fma-inl.h"
+#include "simd/poly-inl.h"
 #include "vek/kernels/roots_rare.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -116,10 +117,8 @@ HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> x) {
                                     hn::IfThenElse(j1, hn::Set(d, T(2)), hn::Set(d, T(1)))));
   // m^(-1/3) around 3/2, fitted for relative error (Lawson's iteration).
   const auto t = hn::Sub(m, hn::Set(d, T(1.5)));
-  auto p = Fma(d, hn::Set(d, T(0.028588128389891988)), t, hn::Set(d, T(-0.049687323494866355)));
-  p = Fma(d, p, t, hn::Set(d, T(0.08589180650847958)));
-  p = Fma(d, p, t, hn::Set(d, T(-0.1938095613693354)));
-  p = Fma(d, p, t, hn::Set(d, T(0.8735866357430745)));
+  const auto p = Horner(d, t, T(0.8735866357430745), T(-0.1938095613693354), T(0.08589180650847958),
+                        T(-0.049687323494866355), T(0.028588128389891988));
   const auto table =
       hn::IfThenElse(j2, hn::Set(d, T(0.6299605249474366)),  // 2^(-2/3)
                      hn::IfThenElse(j1, hn::Set(d, T(0.7937005259840998)), hn::Set(d, T(1))));
