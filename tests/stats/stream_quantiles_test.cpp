@@ -67,32 +67,36 @@ std::vector<std::vector<T>> Series(int64_t p, int64_t total) {
   return s;
 }
 
+// The stream of `total` observations in calls of `block`, and again in calls of `cuts` on two
+// threads (the same bits); every answer of an included dimension within epsilon N in rank.
 template <class T>
-void CheckStream(int64_t storage, T epsilon) {
-  const int64_t p = 3, total = 60000;
+void CheckStream(int64_t storage, T epsilon, int64_t total, int64_t block,
+                 std::vector<int64_t> cuts, std::vector<int64_t> inclusion) {
+  const int64_t p = 3;
   const auto series = Series<T>(p, total);
   const std::vector<T> orders = {0, T(0.01), T(0.25), T(0.5), T(0.9), 1};
-  // The stream in calls of 6000, and again in calls of 2000, 1000 or 3000 on two threads.
-  Stream<T> whole(p, 6000, storage, orders, epsilon);
-  for (int64_t at = 0; at < total; at += 6000) {
-    ASSERT_EQ(whole.Add(series, at, METHOD_STREAM_B), 0);
+  Stream<T> whole(p, block, storage, orders, epsilon);
+  __vrsiSSEditTask(whole.task, SS_ED_INDC, inclusion.data());
+  for (int64_t at = 0; at < total; at += block) {
+    ASSERT_EQ(whole.Add(series, at, at + block < total ? METHOD_STREAM_B : METHOD_STREAM_A), 0);
   }
-  ASSERT_EQ(whole.Add(series, 0, METHOD_STREAM_A), 0);  // the block once more: 66000 in all
-  for (const int64_t piece : {1000, 2000, 3000}) {
+  for (const int64_t piece : cuts) {
     Stream<T> cut(p, piece, storage, orders, epsilon);
+    __vrsiSSEditTask(cut.task, SS_ED_INDC, inclusion.data());
     for (int64_t at = 0; at < total; at += piece) {
-      ASSERT_EQ(cut.Add(series, at, METHOD_STREAM_B, oxl::test::FakeThreads::StatsTable(2)), 0);
-    }
-    for (int64_t at = 0; at < 6000; at += piece) {
-      ASSERT_EQ(cut.Add(series, at, METHOD_STREAM_A), 0);
+      const uint64_t method = at + piece < total ? METHOD_STREAM_B : METHOD_STREAM_A;
+      ASSERT_EQ(cut.Add(series, at, method, oxl::test::FakeThreads::StatsTable(2)), 0);
     }
     EXPECT_EQ(0, std::memcmp(cut.quantiles.data(), whole.quantiles.data(),
                              sizeof(T) * whole.quantiles.size()))
         << "calls of " << piece;
   }
   for (int64_t d = 0; d < p; ++d) {
+    if (inclusion[d] == 0) {
+      EXPECT_EQ(whole.quantiles[d * orders.size()], T(-99));
+      continue;
+    }
     std::vector<T> all(series[d]);
-    all.insert(all.end(), series[d].begin(), series[d].begin() + 6000);
     std::sort(all.begin(), all.end());
     const double n = static_cast<double>(all.size());
     for (size_t k = 0; k < orders.size(); ++k) {
@@ -109,10 +113,11 @@ void CheckStream(int64_t storage, T epsilon) {
 }
 
 TEST(StreamQuantiles, RanksWithinEpsilonAndTheSameBitsForEveryCutAndThreadCount) {
-  CheckStream<double>(STORAGE_ROWS, 0.01);
-  CheckStream<double>(STORAGE_COLS, 0.001);
-  CheckStream<float>(STORAGE_COLS, 0.01);
-  CheckStream<float>(STORAGE_ROWS, 1);  // epsilon 1: a summary of a few entries
+  CheckStream<double>(STORAGE_ROWS, 0.01, 1000000, 10000, {}, {1, 1, 1});
+  CheckStream<double>(STORAGE_COLS, 0.001, 1000000, 10000, {}, {1, 0, 1});
+  CheckStream<double>(STORAGE_COLS, 0.01, 66000, 6000, {1000, 2000, 3000}, {1, 1, 1});
+  CheckStream<float>(STORAGE_COLS, 0.01, 66000, 6000, {1000, 3000}, {0, 1, 1});
+  CheckStream<float>(STORAGE_ROWS, 1, 6000, 600, {100}, {1, 1, 1});  // a summary of few entries
 }
 
 TEST(StreamQuantiles, StatusesInTheirOrder) {
