@@ -9,7 +9,9 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <random>
 
+#include "stats/numeric_helpers.h"
 #include "stats/stats_fixture.h"
 #include "stats/task.h"
 #include "support/failing_allocator.h"
@@ -362,6 +364,64 @@ TEST(Deviations, Statuses) {
   {
     AllocationScope failing(1);
     EXPECT_EQ(status(EST_MEDIAN_ABS_DEV, METHOD_SUMS), OXL_SS_ERROR_MEMORY);
+  }
+}
+
+// The weighted median's rule, row by row: unit weights give the median, a target met exactly the
+// midpoint for even n, straddling values an interpolation in the weight, zero weights no value.
+// The sort under the weighted median: keys ascending, each with its own mapped value.
+TEST(WeightedMedian, MapSortMovesTheMapWithTheKeys) {
+  std::mt19937_64 rng(9);
+  std::vector<double> keys(5000), map(5000);
+  for (size_t i = 0; i < keys.size(); ++i) {
+    keys[i] = static_cast<double>(rng() % 700);  // many equal keys
+    map[i] = static_cast<double>(i);
+  }
+  const std::vector<double> original = keys;
+  _vdSSQuickMapSort(static_cast<int64_t>(keys.size()), keys.data(), map.data());
+  EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
+  std::vector<bool> seen(keys.size());
+  for (size_t i = 0; i < keys.size(); ++i) {
+    const auto from = static_cast<size_t>(map[i]);
+    EXPECT_EQ(original[from], keys[i]);
+    EXPECT_FALSE(seen[from]);
+    seen[from] = true;
+  }
+}
+
+TEST(WeightedMedian, Rows) {
+  struct Row {
+    std::vector<double> x, w;
+    double q, want;
+  };
+  const Row rows[] = {
+      {{5, 1, 3}, {1, 1, 1}, 0.5, 3},     {{4, 1, 3, 2}, {1, 1, 1, 1}, 0.5, 2.5},
+      {{1, 2, 3}, {1, 1, 2}, 0.5, 2},     {{10, 20}, {1, 3}, 0.5, 10 + 10.0 / 3},
+      {{7, 1, 9}, {0, 1, 1}, 0.5, 1},     {{7, 1, 9, 4}, {1, 1, 1, 1}, 0, 1},
+      {{7, 1, 9, 4}, {1, 1, 1, 1}, 1, 9}, {{3, 8, 1, 6}, {2, 0, 1, 1}, 0.75, 4.5},
+  };
+  for (const Row& r : rows) {
+    // Two dimensions in columns: the row's values, and the same values doubled.
+    int64_t p = 2, n = static_cast<int64_t>(r.x.size()), storage = STORAGE_COLS, count = 1;
+    std::vector<double> x, w = r.w, q = {r.q}, out(2);
+    for (const double v : r.x) x.insert(x.end(), {v, 2 * v});
+    SSTask* task = nullptr;
+    __vrsdSSNewTask(&task, &p, &n, &storage, x.data(), w.data(), nullptr, 1);
+    __vrsdSSEditQuantiles(task, &count, q.data(), out.data(), nullptr, nullptr);
+    EXPECT_EQ(_vrsdSSWMedian(task, 0, 0, nullptr), 0);
+    EXPECT_DOUBLE_EQ(out[0], r.want) << r.q;
+    EXPECT_DOUBLE_EQ(out[1], 2 * r.want) << r.q;
+    __vrsSSDeleteTask(&task);
+    // The float twin in rows.
+    storage = STORAGE_ROWS;
+    std::vector<float> xf(r.x.begin(), r.x.end()), wf(r.w.begin(), r.w.end()), qf = {float(r.q)};
+    std::vector<float> outf(1);
+    p = 1;
+    __vrssSSNewTask(&task, &p, &n, &storage, xf.data(), wf.data(), nullptr, 1);
+    __vrssSSEditQuantiles(task, &count, qf.data(), outf.data(), nullptr, nullptr);
+    EXPECT_EQ(_vrssSSWMedian(task, 0, 0, nullptr), 0);
+    EXPECT_FLOAT_EQ(outf[0], float(r.want));
+    __vrsSSDeleteTask(&task);
   }
 }
 
