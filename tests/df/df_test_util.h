@@ -1,8 +1,10 @@
-// Helpers of the data fitting tests: a task that deletes itself and the brute-force cell of a
-// site; the fake thread services come with them.
+// Helpers of the data fitting tests: a task that deletes itself, the entries of either precision
+// with the arguments a test does not vary defaulted, and the brute-force cell of a site; the fake
+// thread services come with them.
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 #include "df/task.h"
@@ -18,6 +20,79 @@ struct TaskHolder {
   }
   df_task* operator->() const { return task; }
 };
+
+template <class T>
+using Same = std::type_identity_t<T>;  // an argument that takes its type from the others
+
+// The entries of one precision.
+template <class T>
+struct Entries;
+#define OXL_DF_TEST_ENTRIES(T, p)                                                \
+  template <>                                                                    \
+  struct Entries<T> {                                                            \
+    static constexpr auto kNew = &oxl_df_kernel_##p##NewTask1D;                  \
+    static constexpr auto kEdit = &oxl_df_kernel_##p##EditPPSpline1D;            \
+    static constexpr auto kLinear = &oxl_df_kernel_##p##DFLinearSpline1D;        \
+    static constexpr auto kQuadratic = &oxl_df_kernel_##p##DFQuadraticSpline1D;  \
+    static constexpr auto kNatural = &oxl_df_kernel_##p##DFNaturalCubicSpline1D; \
+    static constexpr auto kSearch = &oxl_df_kernel_##p##DFSearch1D;              \
+    static constexpr auto kInterpolate = &oxl_df_kernel_##p##DFInterpolate1D;    \
+    static constexpr auto kIntegrate = &oxl_df_kernel_##p##DFIntegrate1D;        \
+  };
+OXL_DF_TEST_ENTRIES(double, d)
+OXL_DF_TEST_ENTRIES(float, s)
+#undef OXL_DF_TEST_ENTRIES
+
+template <class T>
+int32_t NewTask(TaskHolder& t, int64_t n, const T* x, int64_t hint = 0, int64_t fc = 0,
+                Same<const T*> y = nullptr, int64_t values_hint = 0, int32_t int_flag = 0) {
+  return Entries<T>::kNew(&t.task, n, x, hint, fc, y, values_hint, int_flag);
+}
+
+template <class T>
+int32_t EditSpline(df_task* task, T* coeff, int64_t order, int64_t type, int64_t bc = 0,
+                   Same<const T*> bd = nullptr, int64_t ic = 0, Same<const T*> id = nullptr,
+                   int64_t coeff_hint = 0) {
+  return Entries<T>::kEdit(task, order, type, bc, bd, ic, id, coeff, coeff_hint);
+}
+
+// The constructor of the task's order: linear, quadratic (both types) or natural cubic.
+template <class T>
+int32_t Construct(df_task* task, const thread_services* services = nullptr) {
+  const int64_t order = task->spline_order;
+  const auto entry = order == 2   ? Entries<T>::kLinear
+                     : order == 3 ? Entries<T>::kQuadratic
+                                  : Entries<T>::kNatural;
+  return entry(task, 0, 0, services);
+}
+
+template <class T>
+int32_t Search(df_task* task, int64_t ns, const T* sites, void* cells, int64_t site_hint = 0,
+               const thread_services* services = nullptr, Same<const T*> data_hint = nullptr) {
+  return Entries<T>::kSearch(task, 0, ns, sites, site_hint, data_hint, cells, nullptr, nullptr,
+                             services);
+}
+
+// Without callbacks; `type` INTERP_CELLS_WANTED or INTERP_CELLS_GIVEN with `cells`.
+template <class T>
+int32_t Interpolate(df_task* task, int64_t ns, const T* sites, int64_t nd, const void* dorder,
+                    Same<T*> out, int64_t result_hint = 0,
+                    const thread_services* services = nullptr, int64_t site_hint = 0,
+                    int64_t type = 0, void* cells = nullptr) {
+  return Entries<T>::kInterpolate(task, type, 0, ns, sites, site_hint, nd, dorder, nullptr, out,
+                                  result_hint, cells, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                  nullptr, nullptr, nullptr, services);
+}
+
+// Without callbacks or data hints.
+template <class T>
+int32_t Integrate(df_task* task, int64_t nlim, const T* left, Same<const T*> right, Same<T*> out,
+                  int64_t result_hint = 0, const thread_services* services = nullptr,
+                  int64_t left_hint = 0, int64_t right_hint = 0) {
+  return Entries<T>::kIntegrate(task, 0, nlim, left, left_hint, right, right_hint, nullptr, nullptr,
+                                out, result_hint, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                nullptr, nullptr, nullptr, services);
+}
 
 // Cell by definition: the number of knots <= s, except that the last knot belongs to cell n-1.
 template <class T>
