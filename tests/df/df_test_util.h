@@ -3,7 +3,10 @@
 // thread services come with them.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <random>
 #include <type_traits>
 #include <vector>
 
@@ -93,6 +96,75 @@ int32_t Integrate(df_task* task, int64_t nlim, const T* left, Same<const T*> rig
                                 out, result_hint, nullptr, nullptr, nullptr, nullptr, nullptr,
                                 nullptr, nullptr, nullptr, services);
 }
+
+// The spline kinds by order and type.
+struct Kind {
+  const char* name;
+  int64_t order, type;
+};
+inline constexpr Kind kKinds[] = {{"linear", 2, 0},    {"quadratic", 3, 0}, {"cubic", 4, 2},
+                                  {"subbotin", 3, 1},  {"order 6", 6, 0},   {"step left", 0, 8},
+                                  {"step right", 0, 7}};
+inline constexpr Kind kCubic = kKinds[2];
+
+// A spline of one kind on random coefficients (the step kinds: on random values), `fc` functions
+// on `n` knots spaced unevenly or evenly (given by the two ends), and its pieces for the oracles.
+struct RandomSpline {
+  Kind kind;
+  int64_t n, fc;
+  bool uniform;
+  std::vector<double> x, ends, y, coeff, subgrid;
+  std::vector<long double> walls;  // of the pieces: the knots, or the ends and the subgrid
+  TaskHolder t;
+
+  RandomSpline(const Kind& spline_kind, bool uniform_grid, uint64_t seed, int64_t knots = 11,
+               int64_t functions = 2)
+      : kind(spline_kind), n(knots), fc(functions), uniform(uniform_grid), x(n), y(n * fc) {
+    std::mt19937_64 rng(seed);
+    std::uniform_real_distribution<double> u(-1, 1);
+    for (int64_t i = 0; i < n; ++i) {
+      x[i] = uniform ? -1.0 + 0.375 * i : (i == 0 ? -1.0 : x[i - 1] + 0.1 + 0.5 * (u(rng) + 1));
+    }
+    ends = {x[0], x[n - 1]};
+    for (double& v : y) v = u(rng);
+    coeff.resize(std::max<int64_t>(kind.order, 1) * (kind.type == 1 ? n : n - 1) * fc);
+    for (double& v : coeff) v = u(rng);
+    for (int64_t i = 0; i + 1 < n; ++i) {
+      subgrid.push_back(x[i] + (0.3 + 0.2 * (u(rng) + 1)) * (x[i + 1] - x[i]));
+    }
+    for (int64_t i = 0; i < n; ++i) walls.push_back(Knot(i));
+    if (kind.type == 1) {
+      walls = {Knot(0)};
+      walls.insert(walls.end(), subgrid.begin(), subgrid.end());
+      walls.push_back(Knot(n - 1));
+    }
+    EXPECT_EQ(NewTask(t, n, uniform ? ends.data() : x.data(),
+                      uniform ? PARTITION_UNIFORM : PARTITION_NONUNIFORM, fc, y.data(), 0, 1),
+              0);
+    const bool sub = kind.type == 1;
+    EXPECT_EQ(EditSpline(t.task, coeff.data(), kind.order, kind.type, 0, nullptr,
+                         sub ? IC_SUBGRID : 0, sub ? subgrid.data() : nullptr),
+              0);
+  }
+
+  // Knots as the library forms them on a uniform grid.
+  long double Knot(int64_t i) const {
+    return uniform ? std::fma(static_cast<double>(i), (ends[1] - ends[0]) / (n - 1), ends[0])
+                   : x[i];
+  }
+
+  // Derivative d at s of the polynomial of function f on piece p, continued past its walls.
+  long double Piece(int64_t f, int64_t p, long double s, int d) const {
+    const double* c = coeff.data() + (f * (std::ssize(walls) - 1) + p) * kind.order;
+    long double acc = 0;
+    for (int64_t j = kind.order - 1; j >= d; --j) {
+      long double term = c[j];
+      for (int m = 0; m < d; ++m) term *= j - m;
+      acc = acc * (s - walls[p]) + term;
+    }
+    return acc;
+  }
+};
 
 // Cell by definition: the number of knots <= s, except that the last knot belongs to cell n-1.
 template <class T>

@@ -45,83 +45,25 @@ int64_t PieceOf(const std::vector<Ld>& w, Ld m) {
   return std::clamp<int64_t>(p, 0, static_cast<int64_t>(w.size()) - 2);
 }
 
-struct Kind {
-  const char* name;
-  int64_t order, type;
-};
-const Kind kKinds[] = {{"linear", 2, 0},    {"quadratic", 3, 0}, {"cubic", 4, 2},
-                       {"subbotin", 3, 1},  {"order 6", 6, 0},   {"step left", 0, 8},
-                       {"step right", 0, 7}};
-const Kind kCubic = kKinds[2];
-
-// A spline of every kind on random coefficients, and the oracle of each function.
-struct Spline {
-  int64_t n = 11, fc = 2;
-  bool uniform;
-  std::vector<double> x, ends, y, coeff, subgrid;
-  TaskHolder t;
-
-  Spline(const Kind& kind, bool uniform_grid, uint64_t seed) : uniform(uniform_grid) {
-    std::mt19937_64 rng(seed);
-    std::uniform_real_distribution<double> u(-1, 1);
-    x.resize(n);
-    for (int64_t i = 0; i < n; ++i) {
-      x[i] = uniform ? -1.0 + 0.375 * i : (i == 0 ? -1.0 : x[i - 1] + 0.1 + 0.5 * (u(rng) + 1));
-    }
-    ends = {x[0], x[n - 1]};
-    y.resize(n * fc);
-    for (double& v : y) v = u(rng);
-    coeff.resize(std::max<int64_t>(kind.order, 1) * (kind.type == 1 ? n : n - 1) * fc);
-    for (double& v : coeff) v = u(rng);
-    for (int64_t i = 0; i + 1 < n; ++i)
-      subgrid.push_back(x[i] + (0.3 + 0.2 * (u(rng) + 1)) * (x[i + 1] - x[i]));
-    EXPECT_EQ(NewTask(t, n, uniform ? ends.data() : x.data(),
-                      uniform ? PARTITION_UNIFORM : PARTITION_NONUNIFORM, fc, y.data(), 0, 1),
-              0);
-    const bool sub = kind.type == 1;
-    EXPECT_EQ(EditSpline(t.task, coeff.data(), kind.order, kind.type, 0, nullptr,
-                         sub ? IC_SUBGRID : 0, sub ? subgrid.data() : nullptr),
-              0);
-  }
-
-  // Knots as the library forms them on a uniform grid.
-  Ld Knot(int64_t i) const {
-    return uniform ? std::fma(static_cast<double>(i), (ends[1] - ends[0]) / (n - 1), ends[0])
-                   : x[i];
-  }
-
-  Ld Exact(const Kind& kind, int64_t f, double a, double b) const {
-    std::vector<Ld> knots(n);
-    for (int64_t i = 0; i < n; ++i) knots[i] = Knot(i);
-    if (kind.order == 0) {
-      // Step functions: y[i] on [x[i], x[i+1]) (right-continuous), y[i+1] (left-continuous);
-      // the end values outside.
-      return Oracle(knots, a, b, [&](Ld, Ld m) -> Ld {
-        if (m < knots[0]) return y[f * n];
-        if (m > knots[n - 1]) return y[f * n + n - 1];
-        const int64_t i = PieceOf(knots, m);
-        return y[f * n + (kind.type == 8 ? i + 1 : i)];
-      });
-    }
-    std::vector<Ld> walls = knots;
-    if (kind.type == 1) {
-      walls = {knots[0]};
-      walls.insert(walls.end(), subgrid.begin(), subgrid.end());
-      walls.push_back(knots[n - 1]);
-    }
-    const int64_t cells = static_cast<int64_t>(walls.size()) - 1;
-    return Oracle(walls, a, b, [&](Ld s, Ld m) {
-      const int64_t p = PieceOf(walls, m);
-      const double* c = coeff.data() + (f * cells + p) * kind.order;
-      Ld acc = 0;
-      for (int64_t j = kind.order - 1; j >= 0; --j) acc = acc * (s - walls[p]) + c[j];
-      return acc;
+// The exact integral of the spline's function f over [a, b].
+Ld Exact(const RandomSpline& s, int64_t f, double a, double b) {
+  const std::vector<Ld>& w = s.walls;
+  const int64_t n = s.n;
+  if (s.kind.order == 0) {
+    // Step functions: y[i] on [x[i], x[i+1]) (right-continuous), y[i+1] (left-continuous); the
+    // end values outside.
+    return Oracle(w, a, b, [&](Ld, Ld m) -> Ld {
+      if (m < w[0]) return s.y[f * n];
+      if (m > w[n - 1]) return s.y[f * n + n - 1];
+      const int64_t i = PieceOf(w, m);
+      return s.y[f * n + (s.kind.type == 8 ? i + 1 : i)];
     });
   }
-};
+  return Oracle(w, a, b, [&](Ld v, Ld m) { return s.Piece(f, PieceOf(w, m), v, 0); });
+}
 
 // Limit pairs of every kind: random, both outside, one cell, neighbouring cells, at knots, equal.
-void Pairs(const Spline& s, std::vector<double>* l, std::vector<double>* r) {
+void Pairs(const RandomSpline& s, std::vector<double>* l, std::vector<double>* r) {
   std::mt19937_64 rng(5);
   std::uniform_real_distribution<double> u(s.ends[0] - 1.5, s.ends[1] + 1.5);
   for (int i = 0; i < 40; ++i) {
@@ -149,7 +91,7 @@ void Pairs(const Spline& s, std::vector<double>* l, std::vector<double>* r) {
 TEST(DfIntegrate, EveryKindMatchesPiecewiseOracle) {
   for (const Kind& kind : kKinds) {
     for (bool uniform : {false, true}) {
-      Spline s(kind, uniform, 11);
+      RandomSpline s(kind, uniform, 11);
       std::vector<double> l, r;
       Pairs(s, &l, &r);
       const int64_t np = static_cast<int64_t>(l.size());
@@ -160,7 +102,7 @@ TEST(DfIntegrate, EveryKindMatchesPiecewiseOracle) {
       for (int64_t f = 0; f < s.fc; ++f) {
         for (int64_t j = 0; j < np; ++j) {
           const double got = by_function[f * np + j];
-          const Ld want = s.Exact(kind, f, l[j], r[j]);
+          const Ld want = Exact(s, f, l[j], r[j]);
           const double width = std::fabs(r[j] - l[j]);
           ASSERT_NEAR(got, static_cast<double>(want), 1e-13 * (1 + width) * (1 + std::fabs(got)))
               << kind.name << (uniform ? " uniform" : "") << " f " << f << " [" << l[j] << ", "
@@ -177,7 +119,7 @@ TEST(DfIntegrate, EveryKindMatchesPiecewiseOracle) {
 }
 
 TEST(DfIntegrate, FrontStatuses) {
-  Spline s(kCubic, false, 3);
+  RandomSpline s(kCubic, false, 3);
   const double l[2] = {0, 1}, r[2] = {1, 2};
   double out[4];
   struct Case {
@@ -235,7 +177,7 @@ int32_t OwnCells(int64_t* n, const double* sites, void* cells, int32_t* flags, v
 
 // Every way of finding the cells gives the same integrals.
 TEST(DfIntegrate, LimitHintsAndSearchMethods) {
-  Spline s(kCubic, false, 7);
+  RandomSpline s(kCubic, false, 7);
   const int64_t np = 300;
   std::vector<double> l(np), r(np);
   const double l_ends[2] = {-2.0, 3.5}, r_ends[2] = {5.0, -1.0};
@@ -293,7 +235,7 @@ int32_t Constant(int64_t* n, const double* lower, const double* upper, double* r
 int32_t Refuse(int64_t*, const double*, const double*, double*, void*, void*) { return -42; }
 
 TEST(DfIntegrate, CallbacksTakeTheirParts) {
-  Spline s(kCubic, false, 9);
+  RandomSpline s(kCubic, false, 9);
   const double first = s.x[0], last = s.x[s.n - 1], mid = 0.5 * (s.x[2] + s.x[3]);
   const double l[] = {first - 2, mid, last + 1, first - 1, last + 3, mid};
   const double r[] = {last + 1, last + 2, first - 0.5, first - 0.25, last + 1, mid + 0.1};
@@ -343,7 +285,7 @@ TEST(DfIntegrate, CallbacksTakeTheirParts) {
 
 // Blocks of 128 from 4096 pairs on, on threads or not, give the bits of small calls.
 TEST(DfIntegrate, BlocksAndThreads) {
-  Spline s(kCubic, true, 13);
+  RandomSpline s(kCubic, true, 13);
   const int64_t np = 5000;
   std::mt19937_64 rng(1);
   std::uniform_real_distribution<double> u(-3, 5);

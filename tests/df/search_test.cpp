@@ -249,78 +249,52 @@ struct LinearTask {
   }
 };
 
-// Counts whose sizes do not fit: evenly spaced sites or limits whose buffer would wrap to a few
-// bytes (2^61 + 1 doubles, 2^62 + 1 floats), and 32-bit cells of a partition past 2^31 knots.
-// Each gets its status before any allocation and before anything is written.
-TEST(DfSearch, HostileCountsAreRefusedBeforeAnyAllocation) {
-  const int64_t wrap_d = (int64_t{1} << 61) + 1;
-  const int64_t wrap_s = (int64_t{1} << 62) + 1;
+// Counts whose sizes do not fit, each refused with `status` before any allocation and before
+// anything is written: evenly spaced sites or limits whose buffer would wrap to a few bytes
+// (2^61 + 1 doubles, 2^62 + 1 floats) to search (entry 0), interpolate (1) and integrate (2),
+// and 32-bit cells of a partition past 2^31 knots to search and interpolate.
+template <class T>
+void ExpectRefused(int entry, bool wrap) {
   const int64_t past_32 = (int64_t{1} << 31) + 5;
-  const LinearTask<double> d(3, PARTITION_NO_HINT, 1), huge(past_32, PARTITION_UNIFORM, 0);
-  const LinearTask<float> f(3, PARTITION_NO_HINT, 1), huge_s(past_32, PARTITION_UNIFORM, 0);
-  const double e[4] = {0, 1, 0.5, 0.25};  // the two ends, or four sites
-  const float es[4] = {0, 1, 0.5f, 0.25f};
+  const int64_t count = wrap ? (int64_t{1} << (sizeof(T) == 8 ? 61 : 62)) + 1 : 4;
+  const int64_t hint = wrap ? SITES_UNIFORM : 0;
+  const LinearTask<T> s(wrap ? 3 : past_32, wrap ? PARTITION_NO_HINT : PARTITION_UNIFORM, wrap);
+  const T e[4] = {0, 1, T(0.5), T(0.25)};  // the two ends, or four sites
   const int32_t one[1] = {1};
-  using Out = void*;
-  struct Row {
-    const char* what;
-    std::function<int32_t(void* out)> call;
-    int32_t status;
-  };
-  const Row rows[] = {
-      {"search d", [&](Out o) { return Search(d.t.task, wrap_d, e, o, SITES_UNIFORM); },
-       DF_STATUS_NO_MEMORY},
-      {"search s", [&](Out o) { return Search(f.t.task, wrap_s, es, o, SITES_UNIFORM); },
-       DF_STATUS_NO_MEMORY},
-      {"interpolate d",
-       [&](Out o) {
-         return Interpolate(d.t.task, wrap_d, e, 1, one, static_cast<double*>(o), 0, nullptr,
-                            SITES_UNIFORM);
-       },
-       DF_STATUS_NO_MEMORY},
-      {"interpolate s",
-       [&](Out o) {
-         return Interpolate(f.t.task, wrap_s, es, 1, one, static_cast<float*>(o), 0, nullptr,
-                            SITES_UNIFORM);
-       },
-       DF_STATUS_NO_MEMORY},
-      {"integrate d",
-       [&](Out o) {
-         return Integrate(d.t.task, wrap_d, e, e, static_cast<double*>(o), 0, nullptr,
-                          SITES_UNIFORM, SITES_UNIFORM);
-       },
-       DF_STATUS_NO_MEMORY},
-      {"integrate s",
-       [&](Out o) {
-         return Integrate(f.t.task, wrap_s, es, es, static_cast<float*>(o), 0, nullptr,
-                          SITES_UNIFORM, SITES_UNIFORM);
-       },
-       DF_STATUS_NO_MEMORY},
-      {"32-bit cells, search", [&](Out o) { return Search(huge.t.task, 4, e, o); },
-       DF_STATUS_BAD_PARTITION_SIZE},
-      {"32-bit cells, search s", [&](Out o) { return Search(huge_s.t.task, 4, es, o); },
-       DF_STATUS_BAD_PARTITION_SIZE},
-      {"32-bit cells, interpolate",
-       [&](Out o) {
-         return Interpolate(huge.t.task, 4, e, 0, nullptr, static_cast<double*>(o), 0, nullptr, 0,
-                            INTERP_CELLS_WANTED, static_cast<double*>(o) + 8);
-       },
-       DF_STATUS_BAD_PARTITION_SIZE},
-      {"32-bit cells, span kernel",
-       [&](Out o) {
-         return oxl_df_kernel_dDFUniformSearch1D32(past_32, huge.x.data(), 4, e, nullptr, nullptr,
-                                                   0, nullptr, o, 0, nullptr, nullptr, nullptr,
-                                                   nullptr, 0.0);
-       },
-       DF_STATUS_BAD_PARTITION_SIZE},
-  };
-  for (const Row& row : rows) {
-    std::vector<unsigned char> out(256, 0xA5);
-    AllocationScope scope;
-    EXPECT_EQ(row.call(out.data()), row.status) << row.what;
-    EXPECT_EQ(scope.allocations(), 0) << row.what;
-    EXPECT_EQ(std::count(out.begin(), out.end(), 0xA5), 256) << row.what;
+  std::vector<unsigned char> out(256, 0xA5);
+  T* r = reinterpret_cast<T*>(out.data());
+  AllocationScope scope;
+  int32_t status;
+  if (entry == 0) {
+    status = Search(s.t.task, count, e, r, hint);
+  } else if (entry == 1) {
+    status = wrap ? Interpolate(s.t.task, count, e, 1, one, r, 0, nullptr, hint)
+                  : Interpolate(s.t.task, 4, e, 0, nullptr, r, 0, nullptr, 0, INTERP_CELLS_WANTED,
+                                r + 8);
+  } else {
+    status = Integrate(s.t.task, count, e, e, r, 0, nullptr, hint, hint);
   }
+  EXPECT_EQ(status, wrap ? DF_STATUS_NO_MEMORY : DF_STATUS_BAD_PARTITION_SIZE);
+  EXPECT_EQ(scope.allocations(), 0);
+  EXPECT_EQ(std::count(out.begin(), out.end(), 0xA5), 256);
+}
+
+TEST(DfSearch, HostileCountsAreRefusedBeforeAnyAllocation) {
+  for (int entry = 0; entry < 3; ++entry) {
+    for (bool wrap : {true, false}) {
+      if (!wrap && entry == 2) continue;  // integration keeps its cells to itself
+      SCOPED_TRACE(testing::Message() << "entry " << entry << (wrap ? " wrap" : " 32-bit cells"));
+      ExpectRefused<double>(entry, wrap);
+      ExpectRefused<float>(entry, wrap);
+    }
+  }
+  const int64_t past_32 = (int64_t{1} << 31) + 5;
+  const double e[4] = {0, 1, 2, 3};
+  const LinearTask<double> huge(past_32, PARTITION_UNIFORM, 0);
+  EXPECT_EQ(
+      oxl_df_kernel_dDFUniformSearch1D32(past_32, huge.x.data(), 4, e, nullptr, nullptr, 0, nullptr,
+                                         nullptr, 0, nullptr, nullptr, nullptr, nullptr, 0.0),
+      DF_STATUS_BAD_PARTITION_SIZE);
   // 64-bit cells of the same partition come out whole; at the largest size of the 64-bit form a
   // site past the end still gets cell n, not n + 1.
   const LinearTask<double> wide(past_32, PARTITION_UNIFORM, 1),
