@@ -1,12 +1,19 @@
-// Linear, standard quadratic and Subbotin constructors, and the statuses of every constructor.
+// Construction: linear, standard quadratic and Subbotin splines; natural cubic splines against
+// scipy's CubicSpline (values, derivatives and integrals, every boundary pair, uniform and
+// non-uniform grids, rows and columns); the statuses of every constructor, the threading rule,
+// the tridiagonal solvers and the end-slope routines.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <map>
 #include <random>
 #include <vector>
 
+#include "df/cubic.h"
 #include "df/df_test_util.h"
 #include "support/failing_allocator.h"
+#include "support/ref_data.h"
 
 namespace {
 
@@ -214,6 +221,317 @@ TEST(DfQuadratic, SubbotinConditions) {
         }
       }
     }
+  }
+}
+
+// One case of tests/df/data/cubic.txt (made by make_cubic_data.py); roles as documented there.
+struct ScipyCase {
+  std::map<int, std::vector<double>> role;
+  int64_t boundary, n, fc;
+  bool uniform;
+  double bd[2];
+};
+
+std::vector<ScipyCase> LoadCases() {
+  const auto table = RefTable::Load(RefTable::TestsPath("df/data/cubic.txt"));
+  std::map<int64_t, ScipyCase> cases;
+  for (size_t r = 0; r < table.rows(); ++r) {
+    cases[table.Int(r, 0)].role[static_cast<int>(table.Int(r, 1))].push_back(
+        table.Real<double>(r, 3));
+  }
+  std::vector<ScipyCase> out;
+  for (auto& [id, c] : cases) {
+    const auto& p = c.role[6];
+    c.boundary = static_cast<int64_t>(p[0]);
+    c.uniform = p[1] != 0;
+    c.n = static_cast<int64_t>(p[2]);
+    c.fc = static_cast<int64_t>(p[3]);
+    c.bd[0] = p[4];
+    c.bd[1] = p[5];
+    out.push_back(c);
+  }
+  return out;
+}
+
+// |got - want| within rel times the largest |want| of the group (norm-wise); the data are of
+// unit size, so a quantity that vanishes is measured against 1.
+void ExpectClose(const double* got, const double* want, int64_t count, double rel,
+                 const std::string& what) {
+  double scale = 1;
+  for (int64_t i = 0; i < count; ++i) scale = std::max(scale, std::fabs(want[i]));
+  for (int64_t i = 0; i < count; ++i) {
+    ASSERT_LE(std::fabs(got[i] - want[i]), rel * scale)
+        << what << " element " << i << ": " << got[i] << " vs " << want[i];
+  }
+}
+
+// A task over the case's data in row or column storage, constructed.
+template <class T>
+struct Built {
+  TaskHolder t;
+  std::vector<T> x, y, coeff, bd;
+  int32_t status;
+  Built(const ScipyCase& c, bool rows, const thread_services* services) {
+    const auto& knots = c.role.at(0);
+    x.assign(knots.begin(), knots.end());
+    if (c.uniform) x = {x.front(), x.back()};
+    y.resize(c.role.at(1).size());
+    for (int64_t f = 0; f < c.fc; ++f) {
+      for (int64_t i = 0; i < c.n; ++i) {
+        y[rows ? f * c.n + i : i * c.fc + f] = static_cast<T>(c.role.at(1)[f * c.n + i]);
+      }
+    }
+    coeff.assign(4 * (c.n - 1) * c.fc, T(0));
+    bd = {static_cast<T>(c.bd[0]), static_cast<T>(c.bd[1])};
+    status = NewTask(t, c.n, x.data(), c.uniform ? PARTITION_UNIFORM : PARTITION_NONUNIFORM, c.fc,
+                     y.data(), rows ? VALUES_ROWS : VALUES_COLUMNS, 1);
+    if (status == 0) status = EditSpline(t.task, coeff.data(), 4, 2, c.boundary, bd.data());
+    if (status == 0) status = Construct<T>(t.task, services);
+  }
+};
+
+TEST(DfNaturalCubic, MatchesScipyCubicSpline) {
+  const std::vector<ScipyCase> cases = LoadCases();
+  ASSERT_EQ(cases.size(), 20u);
+  for (size_t id = 0; id < cases.size(); ++id) {
+    const ScipyCase& c = cases[id];
+    const auto& sites = c.role.at(2);
+    const auto& left = c.role.at(7);
+    const int64_t ns = std::ssize(sites), np = std::ssize(left);
+    for (bool rows : {true, false}) {
+      SCOPED_TRACE("case " + std::to_string(id) + (rows ? " rows" : " columns"));
+      Built<double> b(c, rows, FakeThreads::Table());
+      ASSERT_EQ(b.status, 0);
+      const int64_t dorder[3] = {1, 1, 1};
+      std::vector<double> r(ns * 3 * c.fc), integrals(np * c.fc);
+      ASSERT_EQ(Interpolate(b.t.task, ns, sites.data(), 3, dorder, r.data(),
+                            INTERP_RESULTS_BY_DERIVATIVE),
+                0);
+      ASSERT_EQ(Integrate(b.t.task, np, left.data(), c.role.at(8).data(), integrals.data()), 0);
+      for (int64_t f = 0; f < c.fc; ++f) {
+        for (int k = 0; k < 3; ++k) {
+          ExpectClose(r.data() + (f * 3 + k) * ns, c.role.at(3 + k).data() + f * ns, ns, 1e-12,
+                      "derivative " + std::to_string(k));
+        }
+        EXPECT_EQ(integrals[f * np], 0.0);  // an empty range
+        ExpectClose(integrals.data() + f * np, c.role.at(9).data() + f * np, np, 1e-12, "integral");
+      }
+    }
+  }
+}
+
+// The single twin against the double one on the same (float) data, inside the partition: far
+// out, the end cubics magnify every rounding.
+TEST(DfNaturalCubic, SingleTwinFollowsDouble) {
+  for (ScipyCase c : LoadCases()) {
+    for (int role : {0, 1, 2}) {
+      for (double& v : c.role[role]) v = static_cast<float>(v);
+    }
+    c.bd[0] = static_cast<float>(c.bd[0]);
+    c.bd[1] = static_cast<float>(c.bd[1]);
+    const Built<float> bs(c, true, nullptr);
+    const Built<double> bd(c, true, nullptr);
+    ASSERT_EQ(bs.status | bd.status, 0);
+    const auto& sites = c.role.at(2);
+    const std::vector<float> s(sites.begin(), sites.end());
+    const int64_t ns = std::ssize(s);
+    std::vector<float> r(ns * c.fc);
+    std::vector<double> want(ns * c.fc), got, inside;
+    ASSERT_EQ(Interpolate(bs.t.task, ns, s.data(), 0, nullptr, r.data()), 0);
+    ASSERT_EQ(Interpolate(bd.t.task, ns, sites.data(), 0, nullptr, want.data()), 0);
+    for (int64_t i = 0; i < ns * c.fc; ++i) {
+      const double v = sites[i % ns];
+      if (v < c.role.at(0).front() || v > c.role.at(0).back()) continue;
+      got.push_back(r[i]);
+      inside.push_back(want[i]);
+    }
+    ExpectClose(got.data(), inside.data(), std::ssize(got), 1e-5, "float n " + std::to_string(c.n));
+  }
+}
+
+// Two knots: free end is the secant and not-a-knot has no room; one knot is refused. Coincident
+// knots give not-a-knot a zero first pivot: the pivoting solver takes over and the call completes
+// (the spline of such data is not defined; under the sanitizers this path is checked for its
+// memory).
+TEST(DfNaturalCubic, FewAndCoincidentKnots) {
+  std::vector<double> x = {0, 1, 2, 3, 4, 5}, y = {1, 2, 0, 3, 4, 2}, coeff(20, 9.0);
+  TaskHolder t;
+  ASSERT_EQ(NewTask(t, 6, x.data(), 0, 1, y.data()), 0);
+  ASSERT_EQ(EditSpline(t.task, coeff.data(), 4, 2, BC_NOT_A_KNOT), 0);
+  t->partition_size = 2;
+  EXPECT_EQ(Construct<double>(t.task), DF_STATUS_BAD_PARTITION_SIZE);
+  t->boundary_type = BC_FREE_END;
+  ASSERT_EQ(Construct<double>(t.task), 0);
+  EXPECT_EQ(std::vector<double>(coeff.begin(), coeff.begin() + 4),
+            (std::vector<double>{1, 1, 0, 0}));  // y[1] - y[0] over one
+  t->partition_size = 1;
+  EXPECT_EQ(Construct<double>(t.task), DF_STATUS_BAD_PARTITION_SIZE);
+  t->partition_size = 6;
+  t->boundary_type = BC_NOT_A_KNOT;
+  x = {0, 1, 1, 2, 3, 4};
+  ASSERT_EQ(Construct<double>(t.task), 0);
+  EXPECT_EQ(coeff[0], 1.0);
+}
+
+// Parallel when the function count is not 1, t is not 1, and n >= 600, or n >= 300 with t >= 8;
+// the split gives the bits of the serial solve.
+TEST(DfNaturalCubic, ThreadingRuleAndSameBits) {
+  struct Case {
+    int64_t n, fc;
+    int32_t threads;
+    bool parallel;
+  };
+  const Case cases[] = {{300, 9, 8, true},  {300, 9, 7, false}, {299, 9, 8, false},
+                        {600, 2, 2, true},  {599, 4, 4, false}, {600, 1, 8, false},
+                        {300, 7, 8, false},  // t = min(threads, functions) = 7
+                        {1000, 5, 1, false}};
+  for (const Case& c : cases) {
+    std::vector<double> x(c.n), y(c.n * c.fc);
+    for (int64_t i = 0; i < c.n; ++i) x[i] = i + 0.4 * std::sin(1.7 * i);
+    for (int64_t i = 0; i < c.n * c.fc; ++i) y[i] = std::sin(0.05 * i) + 0.01 * (i % 7);
+    for (int64_t f = 0; f < c.fc; ++f) y[(c.n - 1) * c.fc + f] = y[f];  // columns
+    for (int64_t bc : {BC_FREE_END, BC_PERIODIC, BC_NOT_A_KNOT}) {
+      std::vector<double> serial(4 * (c.n - 1) * c.fc), split(serial.size());
+      TaskHolder t;
+      ASSERT_EQ(NewTask(t, c.n, x.data(), 0, c.fc, y.data(), 32), 0);
+      ASSERT_EQ(EditSpline(t.task, serial.data(), 4, 2, bc), 0);
+      ASSERT_EQ(Construct<double>(t.task), 0);
+      ASSERT_EQ(oxl_df_kernel_dEditPtr(t.task, PTR_COEFFICIENTS, split.data()), 0);
+      FakeThreads::threads = c.threads;
+      const int64_t calls = FakeThreads::calls;
+      ASSERT_EQ(Construct<double>(t.task, FakeThreads::Table()), 0);
+      FakeThreads::threads = 8;
+      EXPECT_EQ(FakeThreads::calls - calls, c.parallel ? 1 : 0) << c.n << " " << c.fc;
+      EXPECT_EQ(serial, split) << c.n << " " << c.fc << " bc " << bc;
+    }
+  }
+}
+
+// The pivoting solver against the product of the matrix (systems that need row exchanges), the
+// factorisation from both ends against it, and the zero-pivot and argument reports.
+TEST(DfTridiagonal, SolversAgree) {
+  std::mt19937_64 rng(17);
+  std::uniform_real_distribution<double> u(-1, 1);
+  for (int64_t n : {1, 2, 3, 4, 5, 8, 57, 100}) {
+    const int64_t nrhs = 3, ldb = n + 1;
+    std::vector<double> dl(n), d(n), du(n), b(ldb * nrhs), dl2(n), d2(n), du2(n);
+    for (int64_t i = 0; i < n; ++i) {
+      dl[i] = 3 * u(rng);  // sub-diagonal often larger than the diagonal
+      du[i] = u(rng);
+      d[i] = u(rng);
+      dl2[i] = 0.3 * dl[i];
+      du2[i] = du[i];
+      d2[i] = 2.5 + d[i];
+    }
+    for (auto& v : b) v = u(rng);
+    std::vector<double> pivoted = b, factored = b, pivoted2 = b, dlc = dl, dc = d, duc = du;
+    int64_t info = -5;
+    ddtsvb_4dfl(&n, &nrhs, dlc.data(), dc.data(), duc.data(), pivoted.data(), &ldb, &info);
+    ASSERT_EQ(info, 0);
+    // Larger random systems are too ill-conditioned for a fixed bound on the residual.
+    for (int64_t r = 0; r < nrhs && n <= 57; ++r) {
+      const double* s = pivoted.data() + r * ldb;
+      for (int64_t i = 0; i < n; ++i) {
+        const double row =
+            d[i] * s[i] + (i > 0 ? dl[i - 1] * s[i - 1] : 0) + (i + 1 < n ? du[i] * s[i + 1] : 0);
+        ASSERT_NEAR(row, b[r * ldb + i], 1e-9) << n;
+      }
+    }
+    // A diagonally dominant system through the factorisation from both ends.
+    ddtsvb_4dfl(&n, &nrhs, (dlc = dl2).data(), (dc = d2).data(), (duc = du2).data(),
+                pivoted2.data(), &ldb, &info);
+    ddttrfb_4dfl(&n, dl2.data(), d2.data(), du2.data(), &info);
+    ASSERT_EQ(info, 0);
+    ddttrsb_4dfl(&n, &nrhs, dl2.data(), d2.data(), du2.data(), factored.data(), &ldb, &info);
+    ASSERT_EQ(info, 0);
+    for (int64_t i = 0; i < ldb * nrhs; ++i) ASSERT_NEAR(factored[i], pivoted2[i], 1e-14) << n;
+  }
+  // A zero first pivot of the downward sweep, of the upward sweep, and at the meeting row; a zero
+  // pivot of the pivoting solver; bad sizes.
+  const int64_t five = 5, three = 3, one = 1, two = 2;
+  for (int64_t zero : {0, 4}) {
+    std::vector<double> dl(4, 1.0), d(5, 3.0), du(4, 1.0);
+    d[zero] = 0;
+    int64_t info = 0;
+    ddttrfb_4dfl(&five, dl.data(), d.data(), du.data(), &info);
+    EXPECT_EQ(info, zero + 1);
+  }
+  double dl[2] = {1, 1}, d[3] = {2, 1, 2}, du[2] = {1, 1}, b[2] = {1, 1};
+  int64_t info = 0, bad = -1;
+  ddttrfb_4dfl(&three, dl, d, du, &info);
+  EXPECT_EQ(info, 2);
+  double zl[1] = {0}, zd[2] = {0, 1}, zu[1] = {1};
+  ddtsvb_4dfl(&two, &one, zl, zd, zu, b, &two, &info);
+  EXPECT_EQ(info, 1);
+  ddttrfb_4dfl(&bad, dl, d, du, &info);
+  EXPECT_EQ(info, -1);
+  ddttrsb_4dfl(&five, &one, dl, d, du, b, &two, &info);
+  EXPECT_EQ(info, -7);
+  sdtsvb_4dfl(&two, &one, nullptr, nullptr, nullptr, nullptr, &one, &info);
+  EXPECT_EQ(info, -7);
+}
+
+// The end-slope routines for the local cubics: each end cell then meets its condition.
+TEST(DfCubicEnds, EndSlopesMeetTheirConditions) {
+  using oxl::df::_vCubicSpline1DLeftBCDispatch;
+  using oxl::df::_vCubicSpline1DRightBCDispatch;
+  const int64_t n = 6;
+  const double x[n] = {0.0, 0.5, 1.25, 2.0, 2.5, 3.5};
+  const double y[n] = {1.0, -0.5, 0.75, 2.0, 1.0, 1.0};
+  double h[n - 1], s[n - 1];
+  for (int64_t i = 0; i + 1 < n; ++i) {
+    h[i] = x[i + 1] - x[i];
+    s[i] = (y[i + 1] - y[i]) / h[i];
+  }
+  const double inner[n] = {0, 0.3, -1.1, 0.4, 0.9, 0};
+  const double bd[2] = {0.6, -2.5};
+  // Second (t = 0 or the right end) and third derivative of the Hermite cubic of cell i.
+  const auto derivative = [&](const double* d, int64_t i, int order, bool at_right) {
+    double c[4];
+    oxl::df::HermiteCell<double>(c, y[i], d[i], d[i + 1], s[i], 1 / h[i]);
+    return order == 3 ? 6 * c[3] : at_right ? 2 * c[2] + 6 * c[3] * h[i] : 2 * c[2];
+  };
+  for (int slot = 0; slot < 8; ++slot) {
+    double d[n];
+    std::copy(inner, inner + n, d);
+    _vCubicSpline1DLeftBCDispatch<double, false>[slot](d, s, h, n, bd);
+    _vCubicSpline1DRightBCDispatch<double, false>[slot](d, s, h, n, bd);
+    const bool left_first = slot == 2 || slot == 3, right_first = slot == 2 || slot == 4;
+    const bool left_second = slot == 4 || slot == 5, right_second = slot == 3 || slot == 5;
+    if (slot == 0) {
+      EXPECT_NEAR(derivative(d, 0, 3, false), derivative(d, 1, 3, false), 1e-12);
+      EXPECT_NEAR(derivative(d, n - 2, 3, false), derivative(d, n - 3, 3, false), 1e-12);
+    }
+    if (slot == 1) {
+      EXPECT_NEAR(derivative(d, 0, 2, false), 0.0, 1e-13);
+      EXPECT_NEAR(derivative(d, n - 2, 2, true), 0.0, 1e-13);
+    }
+    if (left_first) EXPECT_EQ(d[0], bd[0]);
+    if (right_first) EXPECT_EQ(d[n - 1], bd[1]);
+    if (left_second) EXPECT_NEAR(derivative(d, 0, 2, false), bd[0], 1e-13) << slot;
+    if (right_second) EXPECT_NEAR(derivative(d, n - 2, 2, true), bd[1], 1e-13) << slot;
+    if (slot == 6) {
+      EXPECT_EQ(d[0], d[n - 1]);
+      EXPECT_NEAR(d[0], (h[n - 2] * s[0] + h[0] * s[n - 2]) / (h[0] + h[n - 2]), 1e-15);
+    }
+    if (slot == 7) {
+      EXPECT_EQ(d[0], (3 * s[0] - s[1]) / 2);
+      EXPECT_EQ(d[n - 1], (3 * s[n - 2] - s[n - 3]) / 2);
+    }
+    for (int64_t i = 1; i + 1 < n; ++i) EXPECT_EQ(d[i], inner[i]);
+  }
+  // The uniform forms read the one step.
+  const double step = 0.5;
+  const double su[n - 1] = {1.0, -2.0, 0.5, 0.25, 3.0};
+  double du[n] = {0, 1, 1, 1, 1, 0}, dn[n] = {0, 1, 1, 1, 1, 0};
+  const double widths[n - 1] = {step, step, step, step, step};
+  for (int slot = 0; slot < 8; ++slot) {
+    _vCubicSpline1DLeftBCDispatch<double, true>[slot](du, su, &step, n, bd);
+    _vCubicSpline1DRightBCDispatch<double, true>[slot](du, su, &step, n, bd);
+    _vCubicSpline1DLeftBCDispatch<double, false>[slot](dn, su, widths, n, bd);
+    _vCubicSpline1DRightBCDispatch<double, false>[slot](dn, su, widths, n, bd);
+    EXPECT_EQ(du[0], dn[0]) << slot;
+    EXPECT_EQ(du[n - 1], dn[n - 1]) << slot;
   }
 }
 
