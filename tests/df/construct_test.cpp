@@ -6,14 +6,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 #include <random>
 #include <vector>
 
 #include "df/cubic.h"
 #include "df/df_test_util.h"
 #include "support/failing_allocator.h"
-#include "support/ref_data.h"
 
 namespace {
 
@@ -226,29 +224,22 @@ TEST(DfQuadratic, SubbotinConditions) {
 
 // One case of tests/df/data/cubic.txt (made by make_cubic_data.py); roles as documented there.
 struct ScipyCase {
-  std::map<int, std::vector<double>> role;
+  Roles role;
   int64_t boundary, n, fc;
   bool uniform;
   double bd[2];
 };
 
-std::vector<ScipyCase> LoadCases() {
-  const auto table = RefTable::Load(RefTable::TestsPath("df/data/cubic.txt"));
-  std::map<int64_t, ScipyCase> cases;
-  for (size_t r = 0; r < table.rows(); ++r) {
-    cases[table.Int(r, 0)].role[static_cast<int>(table.Int(r, 1))].push_back(
-        table.Real<double>(r, 3));
-  }
+std::vector<ScipyCase> ScipyCases() {
   std::vector<ScipyCase> out;
-  for (auto& [id, c] : cases) {
-    const auto& p = c.role[6];
-    c.boundary = static_cast<int64_t>(p[0]);
-    c.uniform = p[1] != 0;
-    c.n = static_cast<int64_t>(p[2]);
-    c.fc = static_cast<int64_t>(p[3]);
-    c.bd[0] = p[4];
-    c.bd[1] = p[5];
-    out.push_back(c);
+  for (auto& [id, roles] : LoadCases("cubic.txt")) {
+    const auto& p = roles[6];
+    out.push_back({roles,
+                   static_cast<int64_t>(p[0]),
+                   static_cast<int64_t>(p[2]),
+                   static_cast<int64_t>(p[3]),
+                   p[1] != 0,
+                   {p[4], p[5]}});
   }
   return out;
 }
@@ -291,7 +282,7 @@ struct Built {
 };
 
 TEST(DfNaturalCubic, MatchesScipyCubicSpline) {
-  const std::vector<ScipyCase> cases = LoadCases();
+  const std::vector<ScipyCase> cases = ScipyCases();
   ASSERT_EQ(cases.size(), 20u);
   for (size_t id = 0; id < cases.size(); ++id) {
     const ScipyCase& c = cases[id];
@@ -323,7 +314,7 @@ TEST(DfNaturalCubic, MatchesScipyCubicSpline) {
 // The single twin against the double one on the same (float) data, inside the partition: far
 // out, the end cubics magnify every rounding.
 TEST(DfNaturalCubic, SingleTwinFollowsDouble) {
-  for (ScipyCase c : LoadCases()) {
+  for (ScipyCase c : ScipyCases()) {
     for (int role : {0, 1, 2}) {
       for (double& v : c.role[role]) v = static_cast<float>(v);
     }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <map>
 #include <random>
 #include <type_traits>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "df/task.h"
 #include "oxl/df.h"
 #include "support/fake_threads.h"
+#include "support/ref_data.h"
 
 namespace oxl::test {
 
@@ -165,6 +167,18 @@ struct RandomSpline {
     return acc;
   }
 };
+
+// A reference file of tests/df/data, rows (case, role, index, value): case -> role -> values.
+using Roles = std::map<int, std::vector<double>>;
+inline std::map<int, Roles> LoadCases(const char* name) {
+  const RefTable table = RefTable::Load(RefTable::TestsPath(std::string("df/data/") + name));
+  std::map<int, Roles> out;
+  for (size_t r = 0; r < table.rows(); ++r) {
+    out[static_cast<int>(table.Int(r, 0))][static_cast<int>(table.Int(r, 1))].push_back(
+        table.Real<double>(r, 3));
+  }
+  return out;
+}
 
 // Cell by definition: the number of knots <= s, except that the last knot belongs to cell n-1.
 template <class T>

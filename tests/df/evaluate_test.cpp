@@ -7,14 +7,12 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <map>
 #include <random>
 #include <vector>
 
 #include "df/df_test_util.h"
 #include "df/whole_cells.h"
 #include "support/failing_allocator.h"
-#include "support/ref_data.h"
 #include "support/targets.h"
 
 namespace {
@@ -25,12 +23,7 @@ using Ld = long double;
 // The linear, standard quadratic and two Subbotin cases of tests/df/data/splines.txt (made by
 // make_df_data.py): roles 0 knots, 1 values, 2 sites, 3-5 value and derivatives, 6 conditions.
 TEST(DfInterpolate, AgreesWithScipyAndNumpy) {
-  const RefTable table = RefTable::Load(RefTable::TestsPath("df/data/splines.txt"));
-  std::map<int, std::map<int, std::vector<double>>> ref;
-  for (size_t r = 0; r < table.rows(); ++r) {
-    ref[static_cast<int>(table.Int(r, 0))][static_cast<int>(table.Int(r, 1))].push_back(
-        table.Real<double>(r, 3));
-  }
+  auto ref = LoadCases("splines.txt");
   ASSERT_EQ(ref.size(), 4u);
   struct Case {
     int64_t order, type, bc;

@@ -371,29 +371,4 @@ TEST(DfSearch, TaskWithoutItsTableSearchesTheWholePartition) {
   ExpectBruteCells(x, sites, cells, "no table");
 }
 
-// Sorted search across a split: each share bisects for its own first site.
-TEST(DfSearch, ThreadSplitsGiveTheSameCells) {
-  std::mt19937_64 rng(11);
-  const std::vector<double> x = MakeKnots(2000, false, false, rng);
-  std::uniform_real_distribution<double> u(x.front() - 1, x.back() + 1);
-  std::vector<double> sites(3001);
-  for (double& s : sites) s = u(rng);
-  std::sort(sites.begin(), sites.end());
-  TaskHolder t;
-  ASSERT_EQ(NewTask(t, 2000, x.data(), 0, 0, nullptr, 0, 1), 0);
-  std::vector<int64_t> serial(sites.size()), split(sites.size());
-  for (int64_t site_hint : {SITES_SORTED, SITES_NO_HINT}) {
-    ASSERT_EQ(Search(t.task, 3001, sites.data(), serial.data(), site_hint), 0);
-    for (int32_t threads : {2, 3, 7, 64}) {
-      FakeThreads::threads = threads;
-      const int64_t calls = FakeThreads::calls;
-      ASSERT_EQ(Search(t.task, 3001, sites.data(), split.data(), site_hint, FakeThreads::Table()),
-                0);
-      EXPECT_EQ(FakeThreads::calls, calls + 1);
-      EXPECT_EQ(split, serial) << threads;
-    }
-    FakeThreads::threads = 8;
-  }
-}
-
 }  // namespace
