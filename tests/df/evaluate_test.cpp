@@ -431,18 +431,16 @@ TEST(DfIntegrate, FrontStatuses) {
     int64_t order, type, result_hint;
     int32_t status;
   };
-  const Case cases[] = {
-      {0, 6, 0, DF_STATUS_BAD_TYPE},
-      {1, 0, 0, DF_STATUS_BAD_TYPE},
-      {3, 2, 0, DF_STATUS_BAD_TYPE},
-      {4, 1, 0, DF_STATUS_BAD_TYPE},
-      {4, 64, 0, DF_STATUS_BAD_TYPE},
-      {0, 0, 0, DF_STATUS_BAD_TYPE},
-      {4, 9, 0, 0},
-      {0, 7, 0, 0},
-      {4, 2, 64, DF_STATUS_BAD_INTEGRATE_RESULT_HINT},
-      {4, 2, 256, DF_STATUS_BAD_INTEGRATE_RESULT_HINT},
-  };
+  const Case cases[] = {{0, 6, 0, DF_STATUS_BAD_TYPE},
+                        {1, 0, 0, DF_STATUS_BAD_TYPE},
+                        {3, 2, 0, DF_STATUS_BAD_TYPE},
+                        {4, 1, 0, DF_STATUS_BAD_TYPE},
+                        {4, 64, 0, DF_STATUS_BAD_TYPE},
+                        {0, 0, 0, DF_STATUS_BAD_TYPE},
+                        {4, 9, 0, 0},
+                        {0, 7, 0, 0},
+                        {4, 2, 64, DF_STATUS_BAD_INTEGRATE_RESULT_HINT},
+                        {4, 2, 256, DF_STATUS_BAD_INTEGRATE_RESULT_HINT}};
   for (const Case& c : cases) {
     s.t->spline_order = c.order;
     s.t->spline_type = c.type;
