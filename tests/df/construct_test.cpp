@@ -403,7 +403,7 @@ TEST(DfNaturalCubic, ThreadingRuleAndSameBits) {
 TEST(DfTridiagonal, SolversAgree) {
   std::mt19937_64 rng(17);
   std::uniform_real_distribution<double> u(-1, 1);
-  for (int64_t n : {1, 2, 3, 4, 5, 8, 57, 100}) {
+  for (int64_t n : {1, 2, 3, 4, 5, 8, 57, 100, 101}) {
     const int64_t nrhs = 3, ldb = n + 1;
     std::vector<double> dl(n), d(n), du(n), b(ldb * nrhs), dl2(n), d2(n), du2(n);
     for (int64_t i = 0; i < n; ++i) {
