@@ -262,7 +262,6 @@ void ExpectRefused(int entry, bool wrap) {
   const int64_t hint = wrap ? SITES_UNIFORM : 0;
   const LinearTask<T> s(wrap ? 3 : past_32, wrap ? PARTITION_NO_HINT : PARTITION_UNIFORM, wrap);
   const T e[4] = {0, 1, T(0.5), T(0.25)};  // the two ends, or four sites
-  const int32_t one[1] = {1};
   std::vector<unsigned char> out(256, 0xA5);
   T* r = reinterpret_cast<T*>(out.data());
   AllocationScope scope;
@@ -270,7 +269,7 @@ void ExpectRefused(int entry, bool wrap) {
   if (entry == 0) {
     status = Search(s.t.task, count, e, r, hint);
   } else if (entry == 1) {
-    status = wrap ? Interpolate(s.t.task, count, e, 1, one, r, 0, nullptr, hint)
+    status = wrap ? Interpolate(s.t.task, count, e, 0, nullptr, r, 0, nullptr, hint)
                   : Interpolate(s.t.task, 4, e, 0, nullptr, r, 0, nullptr, 0, INTERP_CELLS_WANTED,
                                 r + 8);
   } else {
