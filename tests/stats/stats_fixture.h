@@ -63,8 +63,18 @@ struct Reference {
   }
 };
 
-// A task of p dimensions over an owned observation matrix, with every result array of the
-// moment entry registered.
+// The double entry or its single-precision twin, by T.
+template <class T, class D, class S>
+constexpr auto Pick(D d, S s) {
+  if constexpr (sizeof(T) == sizeof(double)) {
+    return d;
+  } else {
+    return s;
+  }
+}
+
+// A task of p dimensions over an owned observation matrix, with every result array of the moment
+// entry registered.
 template <class T>
 struct Problem {
   int64_t p, n, storage;
@@ -91,31 +101,21 @@ struct Problem {
   T& at(int64_t i, int64_t j) { return storage == STORAGE_ROWS ? x[i * n + j] : x[j * p + i]; }
 
   void Create() {
-    if constexpr (sizeof(T) == sizeof(double)) {
-      __vrsdSSNewTask(&task, &p, &n, &storage, x.data(), nullptr, nullptr, 1);
-      __vrsdSSEditMoments(task, mean.data(), raw[0].data(), raw[1].data(), raw[2].data(),
-                          cm[0].data(), cm[1].data(), cm[2].data());
-      __vrsdSSEditSums(task, sum.data(), rawSum[0].data(), rawSum[1].data(), rawSum[2].data(),
-                       cenSum[0].data(), cenSum[1].data(), cenSum[2].data());
-      __vrsdSSEditCovCor(task, nullptr, cov.data(), &covStorage, cor.data(), &corStorage);
-      __vrsdSSEditCP(task, nullptr, nullptr, cp.data(), &cpStorage);
-      __vrsdSSEditTask(task, SS_ED_KURTOSIS, kurt.data());
-      __vrsdSSEditTask(task, SS_ED_SKEWNESS, skew.data());
-      __vrsdSSEditTask(task, SS_ED_VARIATION, variation.data());
-      __vrsdSSEditTask(task, SS_ED_ACCUM_WEIGHT, accum.data());
-    } else {
-      __vrssSSNewTask(&task, &p, &n, &storage, x.data(), nullptr, nullptr, 1);
-      __vrssSSEditMoments(task, mean.data(), raw[0].data(), raw[1].data(), raw[2].data(),
-                          cm[0].data(), cm[1].data(), cm[2].data());
-      __vrssSSEditSums(task, sum.data(), rawSum[0].data(), rawSum[1].data(), rawSum[2].data(),
-                       cenSum[0].data(), cenSum[1].data(), cenSum[2].data());
-      __vrssSSEditCovCor(task, nullptr, cov.data(), &covStorage, cor.data(), &corStorage);
-      __vrssSSEditCP(task, nullptr, nullptr, cp.data(), &cpStorage);
-      __vrssSSEditTask(task, SS_ED_KURTOSIS, kurt.data());
-      __vrssSSEditTask(task, SS_ED_SKEWNESS, skew.data());
-      __vrssSSEditTask(task, SS_ED_VARIATION, variation.data());
-      __vrssSSEditTask(task, SS_ED_ACCUM_WEIGHT, accum.data());
-    }
+    Pick<T>(__vrsdSSNewTask, __vrssSSNewTask)(&task, &p, &n, &storage, x.data(), nullptr, nullptr,
+                                              1);
+    Pick<T>(__vrsdSSEditMoments, __vrssSSEditMoments)(task, mean.data(), raw[0].data(),
+                                                      raw[1].data(), raw[2].data(), cm[0].data(),
+                                                      cm[1].data(), cm[2].data());
+    Pick<T>(__vrsdSSEditSums, __vrssSSEditSums)(
+        task, sum.data(), rawSum[0].data(), rawSum[1].data(), rawSum[2].data(), cenSum[0].data(),
+        cenSum[1].data(), cenSum[2].data());
+    Pick<T>(__vrsdSSEditCovCor, __vrssSSEditCovCor)(task, nullptr, cov.data(), &covStorage,
+                                                    cor.data(), &corStorage);
+    Pick<T>(__vrsdSSEditCP, __vrssSSEditCP)(task, nullptr, nullptr, cp.data(), &cpStorage);
+    Edit(SS_ED_KURTOSIS, kurt.data());
+    Edit(SS_ED_SKEWNESS, skew.data());
+    Edit(SS_ED_VARIATION, variation.data());
+    Edit(SS_ED_ACCUM_WEIGHT, accum.data());
   }
 
   void SetWeights(std::vector<T> weights) {
@@ -129,17 +129,13 @@ struct Problem {
 
   // Registers an array of this precision by its editor code.
   void Edit(int64_t code, T* array) {
-    if constexpr (sizeof(T) == sizeof(double)) {
-      __vrsdSSEditTask(task, code, array);
-    } else {
-      __vrssSSEditTask(task, code, array);
-    }
+    Pick<T>(__vrsdSSEditTask, __vrssSSEditTask)(task, code, array);
   }
   // Calls the entry of this precision.
   using Entry = int (*)(SSTask*, uint64_t, uint64_t, const SSThreadServices*);
   int Call(Entry d, Entry s, uint64_t estimates, uint64_t method,
            const SSThreadServices* services = nullptr) {
-    return (sizeof(T) == sizeof(double) ? d : s)(task, estimates, method, services);
+    return Pick<T>(d, s)(task, estimates, method, services);
   }
 
   int Run(uint64_t estimates, uint64_t method, const SSThreadServices* services) {
@@ -159,6 +155,27 @@ struct Problem {
         at(i, j) = T(centre + (i % 3) * centre + scale * v);
       }
     }
+  }
+
+  // Observations of dimension i, in order.
+  std::vector<T> Column(int64_t i) {
+    std::vector<T> d(n);
+    for (int64_t j = 0; j < n; ++j) d[j] = at(i, j);
+    return d;
+  }
+
+  // Every result of the moment entry, one array after the other in a fixed order.
+  std::vector<T> Results() const {
+    std::vector<T> all;
+    for (const auto* v : {&mean, &sum, &kurt, &skew, &variation, &cov, &cor, &cp, &accum}) {
+      all.insert(all.end(), v->begin(), v->end());
+    }
+    for (int k = 0; k < 3; ++k) {
+      for (const auto* v : {&raw[k], &cm[k], &rawSum[k], &cenSum[k]}) {
+        all.insert(all.end(), v->begin(), v->end());
+      }
+    }
+    return all;
   }
 
   Reference Ref() {
