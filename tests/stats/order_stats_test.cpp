@@ -244,84 +244,81 @@ constexpr Entry kMinmax = &_vrsdSSMinmax, kQuantiles = &_vrsdSSQuantiles, kSort 
 // Each row breaks one thing on a fresh task and expects its status; rows of status 0 show that the
 // fresh task is valid. A failed allocation gives the memory status and writes nothing.
 TEST(OrderStats, Statuses) {
+  using Case = StatusCase;
+  constexpr uint64_t kOnePass = METHOD_ONE_PASS, kSums = METHOD_SUMS, kGiven = METHOD_GIVEN_MEAN,
+                     kRadix = METHOD_RADIX;
   const struct {
     Entry entry;
     uint64_t estimates, method;
-    void (*edit)(StatusCase&);
+    void (*edit)(Case&);
     int status;
   } rows[] = {
-      {kMinmax, EST_MIN | EST_MAX, METHOD_ONE_PASS, nullptr, 0},
-      {kMinmax, EST_MIN, METHOD_ONE_PASS, [](StatusCase& c) { c.t.minimum = nullptr; },
-       OXL_SS_ERROR_MIN},
-      {kMinmax, EST_MIN | EST_MAX, METHOD_ONE_PASS, [](StatusCase& c) { c.t.maximum = nullptr; },
+      {kMinmax, EST_MIN | EST_MAX, kOnePass, nullptr, 0},
+      {kMinmax, EST_MIN, kOnePass, [](Case& c) { c.t.minimum = nullptr; }, OXL_SS_ERROR_MIN},
+      {kMinmax, EST_MIN | EST_MAX, kOnePass, [](Case& c) { c.t.maximum = nullptr; },
        OXL_SS_ERROR_MAX},
-      {kMinmax, EST_MIN, METHOD_GIVEN_MEAN, nullptr, OXL_SS_ERROR_METHOD},
-      {kMinmax, EST_MIN, METHOD_ONE_PASS, [](StatusCase& c) { c.pb.storage = 7; },
+      {kMinmax, EST_MIN, kGiven, nullptr, OXL_SS_ERROR_METHOD},
+      {kMinmax, EST_MIN, kOnePass, [](Case& c) { c.pb.storage = 7; }, OXL_SS_ERROR_STORAGE},
+      {kMinmax, EST_MIN, kOnePass, [](Case& c) { c.pb.n = 0; }, OXL_SS_ERROR_OBSERVATIONS},
+      {kQuantiles, EST_QUANTILES | EST_ORDER_STATS, kSums, nullptr, 0},
+      {kQuantiles, EST_QUANTILES, kSums, [](Case& c) { c.orders[1] = 1.5; },
+       OXL_SS_ERROR_QUANTILE_COUNT},
+      {kQuantiles, EST_QUANTILES, kSums, [](Case& c) { c.orders[1] = NAN; },
+       OXL_SS_ERROR_QUANTILE_COUNT},
+      {kQuantiles, EST_QUANTILES, kSums, [](Case& c) { c.count = -1; },
+       OXL_SS_ERROR_QUANTILE_COUNT},
+      {kQuantiles, EST_QUANTILES, kSums, [](Case& c) { c.t.quantileCount = nullptr; },
+       OXL_SS_ERROR_QUANTILE_COUNT},
+      {kQuantiles, EST_QUANTILES, kSums, [](Case& c) { c.count = 0; }, 0},
+      {kQuantiles, EST_ORDER_STATS, kSums, [](Case& c) { c.order_storage = 5; },
        OXL_SS_ERROR_STORAGE},
-      {kMinmax, EST_MIN, METHOD_ONE_PASS, [](StatusCase& c) { c.pb.n = 0; },
-       OXL_SS_ERROR_OBSERVATIONS},
-      {kQuantiles, EST_QUANTILES | EST_ORDER_STATS, METHOD_SUMS, nullptr, 0},
-      {kQuantiles, EST_QUANTILES, METHOD_SUMS, [](StatusCase& c) { c.orders[1] = 1.5; },
-       OXL_SS_ERROR_QUANTILE_COUNT},
-      {kQuantiles, EST_QUANTILES, METHOD_SUMS, [](StatusCase& c) { c.orders[1] = NAN; },
-       OXL_SS_ERROR_QUANTILE_COUNT},
-      {kQuantiles, EST_QUANTILES, METHOD_SUMS, [](StatusCase& c) { c.count = -1; },
-       OXL_SS_ERROR_QUANTILE_COUNT},
-      {kQuantiles, EST_QUANTILES, METHOD_SUMS, [](StatusCase& c) { c.t.quantileCount = nullptr; },
-       OXL_SS_ERROR_QUANTILE_COUNT},
-      {kQuantiles, EST_QUANTILES, METHOD_SUMS, [](StatusCase& c) { c.count = 0; }, 0},
-      {kQuantiles, EST_ORDER_STATS, METHOD_SUMS, [](StatusCase& c) { c.order_storage = 5; },
-       OXL_SS_ERROR_STORAGE},
-      {kQuantiles, EST_QUANTILES, METHOD_ONE_PASS, nullptr, OXL_SS_ERROR_METHOD},
-      {kQuantiles, EST_QUANTILES, METHOD_SUMS, [](StatusCase& c) { c.t.quantiles = nullptr; },
+      {kQuantiles, EST_QUANTILES, kOnePass, nullptr, OXL_SS_ERROR_METHOD},
+      {kQuantiles, EST_QUANTILES, kSums, [](Case& c) { c.t.quantiles = nullptr; },
        OXL_SS_ERROR_QUANTILES},
-      {kQuantiles, EST_ORDER_STATS, METHOD_SUMS, [](StatusCase& c) { c.t.orderStats = nullptr; },
+      {kQuantiles, EST_ORDER_STATS, kSums, [](Case& c) { c.t.orderStats = nullptr; },
        OXL_SS_ERROR_ORDER_STATS},
-      {kQuantiles, EST_QUANTILES, METHOD_SUMS, [](StatusCase& c) { c.t.quantileOrders = nullptr; },
+      {kQuantiles, EST_QUANTILES, kSums, [](Case& c) { c.t.quantileOrders = nullptr; },
        OXL_SS_ERROR_QUANTILE_ORDERS},
-      {kQuantiles, EST_ORDER_STATS, METHOD_SUMS,
-       [](StatusCase& c) { c.t.orderStatsStorage = nullptr; }, OXL_SS_ERROR_STORAGE_POINTER},
-      {kSort, 0, METHOD_RADIX, nullptr, 0},
-      {kSort, 0, METHOD_RADIX, [](StatusCase& c) { c.t.sortedOutput = nullptr; },
-       OXL_SS_ERROR_SORTED_OUTPUT},
-      {kSort, 0, METHOD_RADIX, [](StatusCase& c) { c.t.sortedStorage = nullptr; },
+      {kQuantiles, EST_ORDER_STATS, kSums, [](Case& c) { c.t.orderStatsStorage = nullptr; },
        OXL_SS_ERROR_STORAGE_POINTER},
-      {kSort, 0, METHOD_RADIX, [](StatusCase& c) { c.t.sortedStorage = &c.bad; },
-       OXL_SS_ERROR_STORAGE},
-      {kSort, 0, METHOD_SUMS, nullptr, OXL_SS_ERROR_METHOD},
-      {kSort, 0, METHOD_RADIX, [](StatusCase& c) { c.t.sortedOutput = c.pb.x.data(); }, 0},
-      {kSort, 0, METHOD_RADIX,  // in place, into another storage
-       [](StatusCase& c) { c.t.sortedOutput = c.pb.x.data(), c.t.sortedStorage = &c.cols; },
+      {kSort, 0, kRadix, nullptr, 0},
+      {kSort, 0, kRadix, [](Case& c) { c.t.sortedOutput = nullptr; }, OXL_SS_ERROR_SORTED_OUTPUT},
+      {kSort, 0, kRadix, [](Case& c) { c.t.sortedStorage = nullptr; },
        OXL_SS_ERROR_STORAGE_POINTER},
-      {kSort, 0, METHOD_RADIX,  // in place, with a mask
-       [](StatusCase& c) {
+      {kSort, 0, kRadix, [](Case& c) { c.t.sortedStorage = &c.bad; }, OXL_SS_ERROR_STORAGE},
+      {kSort, 0, kSums, nullptr, OXL_SS_ERROR_METHOD},
+      {kSort, 0, kRadix, [](Case& c) { c.t.sortedOutput = c.pb.x.data(); }, 0},
+      {kSort, 0, kRadix,  // in place, into another storage
+       [](Case& c) { c.t.sortedOutput = c.pb.x.data(), c.t.sortedStorage = &c.cols; },
+       OXL_SS_ERROR_STORAGE_POINTER},
+      {kSort, 0, kRadix,  // in place, with a mask
+       [](Case& c) {
          c.t.sortedOutput = c.pb.x.data(), c.pb.SetInclusion({1, 1});
        },
        OXL_SS_ERROR_SORT_IN_PLACE_MASK},
-      {kMad, EST_MEDIAN_ABS_DEV | EST_MEAN_ABS_DEV, METHOD_SUMS, nullptr, 0},
-      {kMad, EST_MEDIAN_ABS_DEV, METHOD_SUMS,
-       [](StatusCase& c) { c.t.medianAbsDeviation = nullptr; }, OXL_SS_ERROR_MEDIAN_ABS_DEV},
-      {kMad, EST_MEAN_ABS_DEV, METHOD_SUMS, [](StatusCase& c) { c.t.meanAbsDeviation = nullptr; },
+      {kMad, EST_MEDIAN_ABS_DEV | EST_MEAN_ABS_DEV, kSums, nullptr, 0},
+      {kMad, EST_MEDIAN_ABS_DEV, kSums, [](Case& c) { c.t.medianAbsDeviation = nullptr; },
+       OXL_SS_ERROR_MEDIAN_ABS_DEV},
+      {kMad, EST_MEAN_ABS_DEV, kSums, [](Case& c) { c.t.meanAbsDeviation = nullptr; },
        OXL_SS_ERROR_MEAN_ABS_DEV},
-      {kMad, EST_MEDIAN_ABS_DEV, METHOD_GIVEN_MEAN, nullptr, OXL_SS_ERROR_METHOD},
-      {kMad, EST_MEAN_ABS_DEV, METHOD_ONE_PASS, nullptr, OXL_SS_ERROR_MEAN_ABS_DEV_METHOD},
-      {kMad, EST_MEAN_ABS_DEV, METHOD_GIVEN_MEAN, [](StatusCase& c) { c.t.mean = nullptr; },
-       OXL_SS_ERROR_MEAN},
+      {kMad, EST_MEDIAN_ABS_DEV, kGiven, nullptr, OXL_SS_ERROR_METHOD},
+      {kMad, EST_MEAN_ABS_DEV, kOnePass, nullptr, OXL_SS_ERROR_MEAN_ABS_DEV_METHOD},
+      {kMad, EST_MEAN_ABS_DEV, kGiven, [](Case& c) { c.t.mean = nullptr; }, OXL_SS_ERROR_MEAN},
   };
   for (size_t r = 0; r < std::size(rows); ++r) {
-    StatusCase c;
+    Case c;
     if (rows[r].edit != nullptr) rows[r].edit(c);
     EXPECT_EQ(rows[r].entry(c.pb.task, rows[r].estimates, rows[r].method, nullptr), rows[r].status)
         << "row " << r;
   }
   for (Entry entry : {kMinmax, kQuantiles, kMad}) {
-    EXPECT_EQ(entry(nullptr, EST_MIN, METHOD_SUMS, nullptr), OXL_SS_ERROR_NULL_TASK);
-    StatusCase c;
+    EXPECT_EQ(entry(nullptr, EST_MIN, kSums, nullptr), OXL_SS_ERROR_NULL_TASK);
+    Case c;
     AllocationScope failing(1);
     const uint64_t est = entry == kMinmax ? EST_MIN
                          : entry == kMad  ? EST_MEDIAN_ABS_DEV
                                           : EST_QUANTILES;
-    EXPECT_EQ(entry(c.pb.task, est, METHOD_SUMS, nullptr), OXL_SS_ERROR_MEMORY);
+    EXPECT_EQ(entry(c.pb.task, est, kSums, nullptr), OXL_SS_ERROR_MEMORY);
     EXPECT_EQ(c.lo, std::vector<double>(2, 1.0));
     EXPECT_EQ(c.q, std::vector<double>(6, 0.0));
   }
