@@ -135,8 +135,10 @@ TEST(ScalarHelpers, FloorAndSqrt) {
   EXPECT_TRUE(std::isnan(__vrsdFloor(std::nan(""))));
 }
 
-// The density carries the ten-digit ln 2 of its table: its relative error is exp(-a * 4.0e-11) - 1
-// beside the true density, which the check takes out before it compares.
+// The chi-square functions and Q(a, x) against scipy, then their edges: no mass at or below 0, the
+// quantile's ends and bad arguments. The density carries the ten-digit ln 2 of its table: its
+// relative error is exp(-a * 4.0e-11) - 1 beside the true density, which the check takes out
+// before it compares.
 TEST(ChiSquare, AgainstScipy) {
   const RefTable t = RefTable::Load(RefTable::TestsPath("stats/data/chi_square.txt"));
   const double ln2_table_error = 0.6931471805999999 - 0.693147180559945309417;
@@ -158,9 +160,6 @@ TEST(ChiSquare, AgainstScipy) {
     SCOPED_TRACE("a " + std::to_string(a) + ", x " + std::to_string(x));
     ExpectNear(_vdSSQ(a, x), q.Real<double>(r, 2), 1e-12, 1e-15, "Q");
   }
-}
-
-TEST(ChiSquare, EdgeCases) {
   for (double x : {0.0, -1.0, -0.0}) {
     EXPECT_EQ(__vrsdChi2CDF(3.0, x), 0.0);
     EXPECT_EQ(__vrsdChi2PDF(3.0, x), 0.0);
@@ -175,20 +174,22 @@ TEST(ChiSquare, EdgeCases) {
   EXPECT_TRUE(std::isnan(__vrsdChi2ICDF(-1.0, 0.5)));
 }
 
+// The covariance and sorting helpers of one precision.
 template <class T>
-struct Covariance {
+struct Helpers {
   int32_t (*inv)(int32_t, T*);
   int32_t (*rank)(int32_t, T*);
+  void (*sort)(int64_t, T*);
+  void (*step)(int64_t, T*, int64_t);
+  T (*select)(int64_t, T*, int64_t);
   double eps;
 };
-const Covariance<double> kCovD{__vrsdInvCov, __vrsdTestCovRank, 0x1p-53};
-const Covariance<float> kCovS{__vrssInvCov, __vrssTestCovRank, 0x1p-24};
 
 // Each element of the written triangle (j <= i) within 8 cond eps of the largest element of the
 // inverse; the other triangle as it was. A matrix that is not positive definite gives the Cholesky
 // status, and the block (which the callers allocate for the call alone) is freed.
 template <class T>
-void CheckInverses(const Covariance<T>& cov) {
+void CheckInverses(const Helpers<T>& cov) {
   const RefTable t = RefTable::Load(RefTable::TestsPath("stats/data/inv_cov.txt"));
   for (size_t r = 0; r < t.rows();) {
     const int p = static_cast<int>(t.Int(r, 1));
@@ -220,15 +221,10 @@ void CheckInverses(const Covariance<T>& cov) {
   EXPECT_EQ(scope.live(), 0);
 }
 
-TEST(InvCov, AgainstNumpy) {
-  CheckInverses(kCovD);
-  CheckInverses(kCovS);
-}
-
 // Rows: p, the matrix's diagonal (off-diagonal elements 0), the status and the diagonal after. The
 // threshold is the denormal with the bit pattern 1000.
 template <class T>
-void CheckRankRepair(const Covariance<T>& cov) {
+void CheckRankRepair(const Helpers<T>& cov) {
   const T threshold = sizeof(T) == 8 ? T(std::bit_cast<double>(uint64_t{1000}))
                                      : T(std::bit_cast<float>(uint32_t{1000}));
   const struct {
@@ -270,23 +266,11 @@ void CheckRankRepair(const Covariance<T>& cov) {
                                       });
 }
 
-TEST(TestCovRank, Rows) {
-  CheckRankRepair(kCovD);
-  CheckRankRepair(kCovS);
-}
-
-template <class T>
-struct QuickSorts {
-  void (*sort)(int64_t, T*);
-  void (*step)(int64_t, T*, int64_t);
-  T (*select)(int64_t, T*, int64_t);
-};
-
 // Sorts, strided sorts (the elements between untouched) and selections of the first, middle and
 // last rank against std::sort, on random data with and without repeats, sorted and reversed. NaNs
 // leave the order unspecified, but every element stays in the array.
 template <class T>
-void CheckQuickSorts(const QuickSorts<T>& q) {
+void CheckQuickSorts(const Helpers<T>& q) {
   std::mt19937_64 rng(17);
   for (int64_t n : {1, 2, 3, 6, 7, 8, 31, 1000, 100000}) {
     for (int pattern = 0; pattern < 4; ++pattern) {
@@ -323,9 +307,18 @@ void CheckQuickSorts(const QuickSorts<T>& q) {
             334);
 }
 
-TEST(QuickSort, AgainstStdSort) {
-  CheckQuickSorts<double>({__vrsdQSort, __vrsdQSortStep, __vrsdQSortSelect});
-  CheckQuickSorts<float>({__vrssQSort, __vrssQSortStep, __vrssQSortSelect});
+template <class T>
+void CheckHelpers(const Helpers<T>& h) {
+  CheckInverses(h);
+  CheckRankRepair(h);
+  CheckQuickSorts(h);
+}
+
+TEST(CovarianceAndSortHelpers, BothPrecisions) {
+  CheckHelpers<double>(
+      {__vrsdInvCov, __vrsdTestCovRank, __vrsdQSort, __vrsdQSortStep, __vrsdQSortSelect, 0x1p-53});
+  CheckHelpers<float>(
+      {__vrssInvCov, __vrssTestCovRank, __vrssQSort, __vrssQSortStep, __vrssQSortSelect, 0x1p-24});
 }
 
 }  // namespace
