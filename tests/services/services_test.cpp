@@ -146,21 +146,37 @@ int32_t RecordThread(int32_t thread, void*, int32_t thread_count, void* context)
   return thread == 3 ? -13 : 0;
 }
 
-TEST(RunOnEachThread, EachThreadOnceAndLowestFailingThread) {
-  LimitScope limit(kLimit);
-  for (const SSThreadServices* table : {oxl_services_omp_ss(), oxl_services_serial_ss()}) {
-    const bool parallel = table == oxl_services_omp_ss();
-    for (int32_t requested : {-1, 0, 1, 2, kLimit, 9}) {
-      SCOPED_TRACE(testing::Message() << (parallel ? "omp" : "serial") << " threads " << requested);
-      ThreadRecord record;
-      const int32_t status = table->run_on_each_thread(requested, &record, &RecordThread);
-      const int32_t team = parallel ? std::clamp(requested, 1, kLimit) : 1;
-      EXPECT_EQ(record.reported_team.load(), team);
-      for (int32_t t = 0; t < 16; ++t) EXPECT_EQ(record.runs[t].load(), t < team ? 1 : 0);
-      EXPECT_EQ(status, team > 1 ? -11 : 0);
+// Under a limit of kLimit or 3 threads, every report of the limit agrees, and each thread of the
+// team runs once; the default limit comes back after, and a negative one is ignored.
+TEST(RunOnEachThread, EachThreadOnceUnderTheLimitAndLowestFailingThread) {
+  for (int32_t limit : {kLimit, 3}) {
+    LimitScope scope(limit);
+    EXPECT_EQ(oxl_services_get_num_threads(), limit);
+    EXPECT_EQ(oxl_services_omp_ss()->thread_count(), limit);
+    EXPECT_EQ(oxl_services_omp_df()->max_threads(), limit);
+    EXPECT_EQ(oxl_vrs_serv_threader_get_num_threads_limit(), limit);
+    for (const SSThreadServices* table : {oxl_services_omp_ss(), oxl_services_serial_ss()}) {
+      const bool parallel = table == oxl_services_omp_ss();
+      for (int32_t requested : {-1, 0, 1, 2, kLimit, 9, 16}) {
+        SCOPED_TRACE(testing::Message() << (parallel ? "omp" : "serial") << " limit " << limit
+                                        << " threads " << requested);
+        ThreadRecord record;
+        const int32_t status = table->run_on_each_thread(requested, &record, &RecordThread);
+        const int32_t team = parallel ? std::clamp(requested, 1, limit) : 1;
+        EXPECT_EQ(record.reported_team.load(), team);
+        for (int32_t t = 0; t < 16; ++t) EXPECT_EQ(record.runs[t].load(), t < team ? 1 : 0);
+        EXPECT_EQ(status, team > 1 ? -11 : 0);
+      }
+      EXPECT_EQ(table->run_on_each_thread(2, nullptr, nullptr), 0);
     }
-    EXPECT_EQ(table->run_on_each_thread(2, nullptr, nullptr), 0);
   }
+  const int32_t default_limit = std::max(omp_get_max_threads(), 1);
+  EXPECT_EQ(oxl_services_get_num_threads(), default_limit);
+  oxl_services_set_num_threads(-2);
+  EXPECT_EQ(oxl_services_get_num_threads(), default_limit);
+  EXPECT_EQ(oxl_services_omp_ss()->thread_count(), default_limit);
+  EXPECT_EQ(oxl_services_serial_ss()->thread_count(), 1);
+  EXPECT_EQ(oxl_services_serial_df()->max_threads(), 1);
 }
 
 // A worker that calls the services again: each outer item sums [0, 100) through the inner form
@@ -238,28 +254,6 @@ TEST(ItemServices, DynamicFormKeepsFreeThreadsBusy) {
         return 0;
       });
   EXPECT_EQ(status, 0);
-}
-
-TEST(ThreadLimit, SetRestoreAndReport) {
-  const SSThreadServices* ss = oxl_services_omp_ss();
-  const thread_services* df = oxl_services_omp_df();
-  {
-    LimitScope limit(3);
-    EXPECT_EQ(oxl_services_get_num_threads(), 3);
-    EXPECT_EQ(ss->thread_count(), 3);
-    EXPECT_EQ(df->max_threads(), 3);
-    EXPECT_EQ(oxl_vrs_serv_threader_get_num_threads_limit(), 3);
-    ThreadRecord record;
-    ss->run_on_each_thread(16, &record, &RecordThread);
-    EXPECT_EQ(record.reported_team.load(), 3);
-  }
-  const int32_t default_limit = std::max(omp_get_max_threads(), 1);
-  EXPECT_EQ(oxl_services_get_num_threads(), default_limit);
-  oxl_services_set_num_threads(-2);
-  EXPECT_EQ(oxl_services_get_num_threads(), default_limit);
-  EXPECT_EQ(ss->thread_count(), default_limit);
-  EXPECT_EQ(oxl_services_serial_ss()->thread_count(), 1);
-  EXPECT_EQ(oxl_services_serial_df()->max_threads(), 1);
 }
 
 // The limit changes on one thread while services run on others and their workers read it.

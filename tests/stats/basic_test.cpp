@@ -424,25 +424,20 @@ TEST(BasicEdges, AllocationFailures) {
     Problem<double> pb(3, 2000, STORAGE_ROWS);
     pb.Fill(1, 1.0, false);
     pb.mean = {1, 2, 3};
-    const auto bytes = [](const std::vector<double>& v) {
-      return std::pair<const void*, std::size_t>(v.data(), v.size() * sizeof(double));
+    std::vector<std::pair<const void*, std::size_t>> untouched;
+    for (const auto* v : {&pb.raw[0], &pb.cm[1], &pb.kurt, &pb.cov, &pb.cor, &pb.accum}) {
+      untouched.emplace_back(v->data(), v->size() * sizeof(double));
+    }
+    const auto call = [&]() -> int64_t {
+      pb.accum = {0, 0};
+      const int status = pb.Run(kAllBasic, kMethods[m], FakeThreads::StatsTable(2));
+      // The prior mean of a given-mean call belongs to the task; give it back here so that the
+      // scope sees every block returned.
+      oxl_serv_deallocate(pb.task->priorMean);
+      pb.task->priorMean = nullptr;
+      return status;
     };
-    const std::vector<FailureSweepRow> rows = {
-        {kMethodNames[m],
-         [&]() -> int64_t {
-           pb.accum = {0, 0};
-           const int status = pb.Run(kAllBasic, kMethods[m], FakeThreads::StatsTable(2));
-           // The prior mean of a given-mean call belongs to the task; give it back here so that the
-           // scope sees every block returned.
-           oxl_serv_deallocate(pb.task->priorMean);
-           pb.task->priorMean = nullptr;
-           return status;
-         },
-         -4000,
-         {bytes(pb.raw[0]), bytes(pb.cm[1]), bytes(pb.kurt), bytes(pb.cov), bytes(pb.cor),
-          bytes(pb.accum)}},
-    };
-    EXPECT_GE(SweepAllocationFailures(rows)[0], 1);
+    EXPECT_GE(SweepAllocationFailures({{kMethodNames[m], call, -4000, untouched}})[0], 1);
   }
 }
 
