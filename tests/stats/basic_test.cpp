@@ -35,9 +35,9 @@ std::map<std::string, double> Errors(Problem<T>& pb, const Reference& ref, uint6
     upd("sum", EST_SUM, pb.sum[i], ref.W * ref.mean[i]);
     for (int k = 0; k < 3; ++k) {
       upd("raw", EST_RAW2 << k, pb.raw[k][i], ref.raw[k][i]);
-      upd("raw sum", EST_RAW_SUM2 << k, pb.rawSum[k][i], ref.W * ref.raw[k][i]);
+      upd("raw sum", EST_RAW_SUM2 << k, pb.raw_sum[k][i], ref.W * ref.raw[k][i]);
       upd("central", EST_CENTRAL2 << k, pb.cm[k][i], ref.c[k][i]);
-      upd("central sum", EST_CENTRAL_SUM2 << k, pb.cenSum[k][i], ref.cs[k][i]);
+      upd("central sum", EST_CENTRAL_SUM2 << k, pb.cen_sum[k][i], ref.cs[k][i]);
     }
     upd("kurtosis", EST_KURTOSIS, pb.kurt[i], ref.kurt[i]);
     upd("skewness", EST_SKEWNESS, pb.skew[i], ref.skew[i]);
@@ -332,7 +332,7 @@ TEST(BasicEdges, InclusionLeavesResultsUntouched) {
     some.x = all.x;
     all.mean = some.mean = {1, 1.5, 2, 1};
     some.SetInclusion({1, 0, 1, 1});
-    for (auto* v : {&some.cov, &some.cor, &some.kurt, &some.cm[0], &some.rawSum[1]}) {
+    for (auto* v : {&some.cov, &some.cor, &some.kurt, &some.cm[0], &some.raw_sum[1]}) {
       std::fill(v->begin(), v->end(), -7.0);
     }
     if (m != 2) some.mean[1] = -7.0;  // the given mean is input
@@ -341,7 +341,7 @@ TEST(BasicEdges, InclusionLeavesResultsUntouched) {
     for (int64_t i = 0; i < 4; ++i) {
       for (auto [a, s] : {std::pair{&all.kurt, &some.kurt},
                           {&all.cm[0], &some.cm[0]},
-                          {&all.rawSum[1], &some.rawSum[1]},
+                          {&all.raw_sum[1], &some.raw_sum[1]},
                           {&all.mean, &some.mean}}) {
         EXPECT_EQ((*s)[i], i == 1 && (m != 2 || a != &all.mean) ? -7.0 : (*a)[i])
             << kMethodNames[m] << " dimension " << i;
@@ -360,9 +360,9 @@ TEST(BasicEdges, PackedMatricesAndCorrelationDiagonal) {
   Problem<double> full(5, 300, STORAGE_ROWS), packed(5, 300, STORAGE_ROWS);
   full.Fill(5, 1.0, true);
   packed.x = full.x;
-  packed.covStorage = MATRIX_LOWER_PACKED;
-  packed.corStorage = MATRIX_UPPER_PACKED;
-  packed.cpStorage = MATRIX_LOWER_PACKED | MATRIX_UPPER_PACKED;  // the upper bit is tested first
+  packed.cov_storage = MATRIX_LOWER_PACKED;
+  packed.cor_storage = MATRIX_UPPER_PACKED;
+  packed.cp_storage = MATRIX_LOWER_PACKED | MATRIX_UPPER_PACKED;  // the upper bit is tested first
   const uint64_t est = EST_COV | EST_COR | EST_CROSS_PRODUCT | EST_CENTRAL2 | EST_RAW2 | EST_MEAN;
   ASSERT_EQ(full.Run(est, METHOD_ONE_PASS, nullptr), 0);
   ASSERT_EQ(packed.Run(est, METHOD_ONE_PASS, nullptr), 0);
@@ -390,7 +390,7 @@ TEST(BasicEdges, ConversionsFromSums) {
   Problem<double> direct(3, 400, STORAGE_COLS), sums(3, 400, STORAGE_COLS);
   direct.Fill(6, 1.0, false);
   sums.x = direct.x;
-  sums.cpStorage = MATRIX_UPPER_PACKED;
+  sums.cp_storage = MATRIX_UPPER_PACKED;
   ASSERT_EQ(direct.Run(kAllBasic, METHOD_ONE_PASS, nullptr), 0);
   ASSERT_EQ(sums.Run(kAllSums, METHOD_ONE_PASS, nullptr), 0);
   ASSERT_EQ(sums.Run(kAllBasic & ~kAllSums, METHOD_CONVERT_A, nullptr), 0);

@@ -80,9 +80,9 @@ struct Problem {
   int64_t p, n, storage;
   std::vector<T> x, w;
   std::vector<T> accum = std::vector<T>(2, T(0));
-  std::vector<T> mean, raw[3], cm[3], sum, rawSum[3], cenSum[3], kurt, skew, variation;
+  std::vector<T> mean, raw[3], cm[3], sum, raw_sum[3], cen_sum[3], kurt, skew, variation;
   std::vector<T> cov, cor, cp;
-  int64_t covStorage = MATRIX_FULL, corStorage = MATRIX_FULL, cpStorage = MATRIX_FULL;
+  int64_t cov_storage = MATRIX_FULL, cor_storage = MATRIX_FULL, cp_storage = MATRIX_FULL;
   std::vector<int64_t> inclusion;
   SSTask* task = nullptr;
 
@@ -90,7 +90,7 @@ struct Problem {
     x.assign(p * n, T(0));
     for (auto* v : {&mean, &sum, &kurt, &skew, &variation}) v->assign(p, T(0));
     for (int k = 0; k < 3; ++k) {
-      for (auto* v : {&raw[k], &cm[k], &rawSum[k], &cenSum[k]}) v->assign(p, T(0));
+      for (auto* v : {&raw[k], &cm[k], &raw_sum[k], &cen_sum[k]}) v->assign(p, T(0));
     }
     for (auto* v : {&cov, &cor, &cp}) v->assign(p * p, T(0));
     Create();
@@ -107,11 +107,11 @@ struct Problem {
                                                       raw[1].data(), raw[2].data(), cm[0].data(),
                                                       cm[1].data(), cm[2].data());
     Pick<T>(__vrsdSSEditSums, __vrssSSEditSums)(
-        task, sum.data(), rawSum[0].data(), rawSum[1].data(), rawSum[2].data(), cenSum[0].data(),
-        cenSum[1].data(), cenSum[2].data());
-    Pick<T>(__vrsdSSEditCovCor, __vrssSSEditCovCor)(task, nullptr, cov.data(), &covStorage,
-                                                    cor.data(), &corStorage);
-    Pick<T>(__vrsdSSEditCP, __vrssSSEditCP)(task, nullptr, nullptr, cp.data(), &cpStorage);
+        task, sum.data(), raw_sum[0].data(), raw_sum[1].data(), raw_sum[2].data(),
+        cen_sum[0].data(), cen_sum[1].data(), cen_sum[2].data());
+    Pick<T>(__vrsdSSEditCovCor, __vrssSSEditCovCor)(task, nullptr, cov.data(), &cov_storage,
+                                                    cor.data(), &cor_storage);
+    Pick<T>(__vrsdSSEditCP, __vrssSSEditCP)(task, nullptr, nullptr, cp.data(), &cp_storage);
     Edit(SS_ED_KURTOSIS, kurt.data());
     Edit(SS_ED_SKEWNESS, skew.data());
     Edit(SS_ED_VARIATION, variation.data());
@@ -144,13 +144,13 @@ struct Problem {
 
   // Fills x with skewed data of mixed scales: dimension i is centre + scale_i * (e - 1) with e
   // exponential, a few dimensions correlated with the first.
-  void Fill(uint64_t seed, double centre, bool mixedScales) {
+  void Fill(uint64_t seed, double centre, bool mixed_scales) {
     std::mt19937_64 gen(seed);
     std::exponential_distribution<double> e(1.0);
     for (int64_t j = 0; j < n; ++j) {
       const double first = e(gen) - 1.0;
       for (int64_t i = 0; i < p; ++i) {
-        const double scale = mixedScales ? std::ldexp(1.0, int(3 * (i % 5)) - 6) : 1.0;
+        const double scale = mixed_scales ? std::ldexp(1.0, int(3 * (i % 5)) - 6) : 1.0;
         const double v = i == 0 ? first : 0.5 * first + (e(gen) - 1.0);
         at(i, j) = T(centre + (i % 3) * centre + scale * v);
       }
@@ -171,7 +171,7 @@ struct Problem {
       all.insert(all.end(), v->begin(), v->end());
     }
     for (int k = 0; k < 3; ++k) {
-      for (const auto* v : {&raw[k], &cm[k], &rawSum[k], &cenSum[k]}) {
+      for (const auto* v : {&raw[k], &cm[k], &raw_sum[k], &cen_sum[k]}) {
         all.insert(all.end(), v->begin(), v->end());
       }
     }
