@@ -41,8 +41,8 @@ template <class T>
 struct SortType {
   int32_t (*ascend)(T*, T*, int32_t);
   int32_t (*descend)(T*, T*, int32_t);
-  IndexSortFn<T> index_ascend = nullptr,
-                 index_descend = nullptr;  // none for 64f
+  // None for 64f, which has no index sort.
+  IndexSortFn<T> index_ascend = nullptr, index_descend = nullptr;
 };
 
 enum class Pattern { kRandomBits, kValues, kSorted, kReversed, kConstant, kSignedZeros };
