@@ -20,9 +20,10 @@ struct Reference {
   template <class X>
   Reference(int64_t p_, int64_t n, X x, const std::vector<double>& w) : p(p_) {
     auto wt = [&](int64_t j) { return w.empty() ? 1.0L : (long double)w[j]; };
-    mean.assign(p, 0);
-    for (auto& v : raw) v.assign(p, 0);
-    for (auto& v : cs) v.assign(p, 0);
+    for (auto* v : {&mean, &raw[0], &raw[1], &raw[2], &cs[0], &cs[1], &cs[2], &c[0], &c[1], &c[2],
+                    &kurt, &skew, &variation}) {
+      v->assign(p, 0);
+    }
     for (int64_t j = 0; j < n; ++j) {
       W += wt(j);
       W2 += wt(j) * wt(j);
@@ -44,10 +45,6 @@ struct Reference {
         for (int64_t q = 0; q < p; ++q) S[i * p + q] += wt(j) * d * (x(q, j) - mean[q]);
       }
     }
-    for (auto& v : c) v.assign(p, 0);
-    kurt.assign(p, 0);
-    skew.assign(p, 0);
-    variation.assign(p, 0);
     for (int64_t i = 0; i < p; ++i) {
       c[0][i] = W / (W * W - W2) * cs[0][i];
       c[1][i] = cs[1][i] / W;
