@@ -1,9 +1,10 @@
 // The basic generators. One body over the generator list: the known answers of every generator
 // (data/*_kat.txt, each made by its own oracle) on every SIMD target and however a request is
 // split, skip-ahead and leapfrog against the plain sequence, copies, the mappings to reals and
-// the statuses of bad arguments. Then what one generator alone has: seeding edge cases, the
-// twisters' reference recurrences, skip-ahead drivers and GF(2) arithmetic, the counter-based
-// generators' counter arithmetic, AES and RDRAND absent or failing.
+// the statuses of bad arguments. Then what one generator alone has: MCG31's request of none and
+// Uniform's clamps on MRG32K3A, MT2203's members against the recurrence, the twisters' seeding,
+// skip-ahead drivers and GF(2) arithmetic, the counter-based generators' counter arithmetic and
+// seeding, AES and RDRAND absent or failing.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -25,7 +26,6 @@
 #include "support/targets.h"
 #include "vrs/generators/congruential.h"
 #include "vrs/generators/counter.h"
-#include "vrs/generators/r250.h"
 #include "vrs/generators/skipahead_poly.h"
 #include "vrs/generators/twister.h"
 #include "vrs/streams/gf2_poly.h"
@@ -210,20 +210,6 @@ TEST(Generators, KnownAnswersOnEveryTargetAndSplit) {
   });
 }
 
-// Random123's own known-answer vectors of philox4x32-10 (its kat_vectors file): the tool that
-// made the data is Random123 itself.
-TEST(Generators, PhiloxKeepsRandom123sPublishedAnswers) {
-  const std::vector<std::vector<uint64_t>> published = {
-      {0x6627e8d5, 0xe169c58d, 0xbc57ac4c, 0x9b00dbd8},
-      {0x408f276d, 0x41c83b0e, 0xa20bc7c6, 0x6d5451fd},
-      {0xd16cfe09, 0x94fdcceb, 0x5001e420, 0x24126ea1}};
-  std::vector<std::vector<uint64_t>> got;
-  for (const KnownAnswer& k : Known()) {
-    if (k.generator == "PHILOX4X32X10" && k.name == "random123") got.push_back(k.out);
-  }
-  EXPECT_EQ(got, published);
-}
-
 // Words [skip, skip + 40) of a stream that has given `drawn` words, by skipping and by stepping.
 void ExpectSkipMatchesStepping(const Generator& g, int drawn, uint64_t skip) {
   Stream stepped(g.id, {0x1234, 0x5678}), skipped(g.id, {0x1234, 0x5678});
@@ -242,8 +228,23 @@ TEST(Generators, SkipAheadLeapfrogAndCopiesAgainstThePlainSequence) {
   for (const Generator& g : kGenerators) {
     SCOPED_TRACE(g.name);
     if (!g.deterministic) continue;
-    Stream st(g.id, {0x1234, 0x5678});
-    Words(st.s, 7);
+    // Long requests, made straight into the result at every 4-byte offset from a vector, are
+    // the words of short ones; a copy goes on where its source stands.
+    Stream st(g.id, {0x1234, 0x5678}), pieces(g.id, {0x1234, 0x5678});
+    for (int n : {1, 3 * 624 + 1, 2 * 624 + 5, 4 * 624 + 3, 3000}) {
+      std::vector<uint64_t> want;
+      for (int i = 0; i < n; i += 97) Draw(pieces.s, 'i', 0, 0, std::min(97, n - i), want);
+      std::vector<uint32_t> got(2 * n + 8, 0xDEADBEEF);
+      const int shift = RowOf(st.s).WordBytes == 8 ? 0 : n % 8;
+      ASSERT_EQ(_vrsiRngUniformBits(0, st.s, n, got.data() + shift), 0);
+      const uint32_t* words = got.data() + shift;
+      for (int i = 0; i < n; ++i) {
+        uint64_t w = words[i];
+        if (RowOf(st.s).WordBytes == 8) w = words[2 * i] | uint64_t{words[2 * i + 1]} << 32;
+        ASSERT_EQ(w, want[i]) << "word " << i << " of " << n;
+      }
+      ASSERT_EQ(got[shift + n * RowOf(st.s).WordBytes / 4], 0xDEADBEEF);
+    }
     Stream copy(st);
     EXPECT_EQ(Words(copy.s, 50), Words(st.s, 50));
     if (g.leapfrogs) {
@@ -313,7 +314,7 @@ TEST(Generators, MappingsOnEveryTarget) {
     for (const Generator& g : kGenerators) {
       if (g.mapping == Mapping::kNone) continue;
       SCOPED_TRACE(target + " " + g.name);
-      const int n = 1001;
+      const int n = 3001;  // long requests of doubles, made straight into the result
       Stream words(g.id, {42, 43}), dbl(g.id, {42, 43}), flt(g.id, {42, 43});
       const auto w = Words(words.s, n);
       std::vector<double> d(n);
@@ -342,27 +343,6 @@ TEST(Generators, MappingsOnEveryTarget) {
 }
 
 // ---- The congruential generators.
-
-TEST(Congruential, SeedingEdgeCases) {
-  // MCG31 seeded with the modulus, 0 or nothing starts at 1.
-  for (const char* name : {"mcg31_seed_m", "mcg31_seed_0", "mcg31_no_seed"})
-    EXPECT_EQ(Find(name).out[0], 1u) << name;
-  // MCG59 with one seed word ignores the second.
-  EXPECT_EQ(Find("mcg59_one_word").out[0], 0x9ABCDEF1u);
-  EXPECT_EQ(Find("mcg59_main").out[0], 0x023456789ABCDEF1u);  // masked to 59 bits
-  Stream mcg59(OXL_BRNG_MCG59, {0xFFFFFFFF, 0xFFFFFFFF});
-  EXPECT_EQ(StateOf<Mcg59State>(mcg59.s)->X, kMcg59Mask);
-  // MRG32K3A with an all-zero seed: X0 and Y0 become 1, the rest stays 0.
-  Stream mrg(OXL_BRNG_MRG32K3A, {0, 0, 0, 0, 0, 0});
-  const Mrg32k3aState& m = *StateOf<Mrg32k3aState>(mrg.s);
-  EXPECT_EQ(std::vector<uint32_t>({m.X0, m.X1, m.X2, m.Y0, m.Y1, m.Y2}),
-            std::vector<uint32_t>({1, 0, 0, 1, 0, 0}));
-  // Words at or above the moduli are reduced once; missing words are 1.
-  Stream big(OXL_BRNG_MRG32K3A, {0xFFFFFFFF, kMrgM1, 5, 0xFFFFFFFF, kMrgM2});
-  const Mrg32k3aState& g = *StateOf<Mrg32k3aState>(big.s);
-  EXPECT_EQ(std::vector<uint32_t>({g.X0, g.X1, g.X2, g.Y0, g.Y1, g.Y2}),
-            std::vector<uint32_t>({0xFFFFFFFF - kMrgM1, 0, 5, 0xFFFFFFFF - kMrgM2, 0, 1}));
-}
 
 TEST(Congruential, Mcg31ZeroCountWritesOneAndSteps) {
   const KnownAnswer& words = Find("mcg31_main");
@@ -428,86 +408,6 @@ TEST(Uniform, IntegersFollowTheDoublesAndStayBelowB) {
 }
 
 // ---- The twisters.
-
-// SFMT19937 by its definition on 128-bit integers, from a state vector, one word at a time.
-std::vector<uint32_t> SfmtReference(const uint32_t* state, size_t count) {
-  using U128 = unsigned __int128;
-  auto lane = [](U128 x, int k) { return static_cast<uint32_t>(x >> (32 * k)); };
-  auto join = [](const uint32_t* w) {
-    U128 x = 0;
-    for (int k = 3; k >= 0; --k) x = (x << 32) | w[k];
-    return x;
-  };
-  std::vector<U128> w(kSfmtGroups);
-  for (int i = 0; i < kSfmtGroups; ++i) w[static_cast<size_t>(i)] = join(state + 4 * i);
-  std::vector<uint32_t> out;
-  for (int i = 0; out.size() < count; i = (i + 1) % kSfmtGroups) {
-    const U128 a = w[static_cast<size_t>(i)];
-    const U128 b = w[static_cast<size_t>((i + kSfmtPos1) % kSfmtGroups)];
-    const U128 c = w[static_cast<size_t>((i + kSfmtGroups - 2) % kSfmtGroups)];
-    const U128 d = w[static_cast<size_t>((i + kSfmtGroups - 1) % kSfmtGroups)];
-    uint32_t lanes[4];
-    for (int k = 0; k < 4; ++k)
-      lanes[k] = ((lane(b, k) >> kSfmtSr1) & kSfmtMask[k]) ^ (lane(d, k) << kSfmtSl1);
-    const U128 r = a ^ (a << (8 * kSfmtSl2)) ^ (c >> (8 * kSfmtSr2)) ^ join(lanes);
-    w[static_cast<size_t>(i)] = r;
-    for (int k = 0; k < 4; ++k) out.push_back(lane(r, k));
-  }
-  out.resize(count);
-  return out;
-}
-
-// Requests of several whole vectors (made straight into the result), with and without a
-// remainder, starting inside a vector and at its end, into results at every 4-byte offset from a
-// cache line; words and doubles interleaved, since they make their vectors in different places.
-TEST(Twister, SfmtLongRequestsMatchTheDefinition) {
-  const std::vector<std::vector<int32_t>> splits = {
-      {3 * 624, 1},        {2 * 624 + 1, 1247, 5},      {5, 4 * 624 + 3, 2000},
-      {623, 625, 1248, 1}, {1, 1, 1, 2 * 624 - 3, 624}, {624, 624, 10000}};
-  const double a = -2.0, b = 3.0, scale = (b - a) * 0x1p-32, centre = (a + b) * 0.5;
-  {
-    const KnownAnswer& published = Find("published");
-    Stream st = published.NewStream();
-    const auto ref = SfmtReference(StateOf<Sfmt19937State>(st.s)->Words, 1000);
-    ASSERT_TRUE(std::equal(ref.begin(), ref.end(), published.out.begin(), published.out.end()));
-  }
-  test::ForEachTarget([&](const std::string& target) {
-    int offset = 0;
-    for (const auto& split : splits) {
-      for (bool doubles_between : {false, true}) {
-        Stream st(OXL_BRNG_SFMT19937, {0x1234, 0x5678, 0x9ABC, 0xDEF0});
-        size_t total = 0;
-        for (int32_t part : split) total += static_cast<size_t>(part);
-        const auto expected = SfmtReference(StateOf<Sfmt19937State>(st.s)->Words, total);
-        size_t at = 0;
-        for (size_t p = 0; p < split.size(); ++p) {
-          const auto n = static_cast<size_t>(split[p]);
-          const int shift = offset++ % 16;
-          if (doubles_between && p % 2 == 1) {
-            std::vector<double> buf(n + 16);
-            RowOf(st.s).dBRng(st.s, split[p], buf.data() + shift % 8, a, b);
-            for (size_t i = 0; i < n; ++i) {
-              const double w = static_cast<int32_t>(expected[at + i]);
-              ASSERT_EQ(buf[static_cast<size_t>(shift % 8) + i], std::fma(w, scale, centre))
-                  << target << " word " << at + i;
-            }
-          } else {
-            std::vector<uint32_t> buf(n + 32, 0xDEADBEEF);
-            RowOf(st.s).iBRng(st.s, split[p], buf.data() + shift);
-            for (int i = 0; i < shift; ++i) ASSERT_EQ(buf[static_cast<size_t>(i)], 0xDEADBEEF);
-            for (size_t i = static_cast<size_t>(shift) + n; i < buf.size(); ++i)
-              ASSERT_EQ(buf[i], 0xDEADBEEF);
-            ASSERT_TRUE(std::equal(expected.begin() + static_cast<long>(at),
-                                   expected.begin() + static_cast<long>(at + n),
-                                   buf.begin() + shift))
-                << target << " part " << p << " of a split of " << total;
-          }
-          at += n;
-        }
-      }
-    }
-  });
-}
 
 // MT2203 by the recurrence itself, from the same seeding.
 std::vector<uint32_t> Mt2203Reference(int member, uint32_t seed, int n) {
@@ -649,23 +549,7 @@ TEST(Gf2Poly, MultiplicationLadderMatchesPlainProduct) {
   }
 }
 
-// ---- R250 and the counter-based generators.
-
-TEST(FeedbackShift, R250Seeding) {
-  // Seed word 0 and no seed are seed word 1 (and the known answers of a 100-word seed come from
-  // its first word alone).
-  EXPECT_EQ(Find("zero").out, Find("one").out);
-  EXPECT_EQ(Find("none").out, Find("one").out);
-  // 250 words or more are the register as given, without the fix of the short seeds.
-  for (const char* name : {"full", "long"}) {
-    const KnownAnswer& k = Find(name);
-    Stream st(OXL_BRNG_R250, k.seed);
-    const R250State& s = *StateOf<R250State>(st.s);
-    EXPECT_TRUE(std::equal(s.Words, s.Words + kR250Words, k.seed.begin())) << name;
-    EXPECT_EQ(s.First, 0);
-    EXPECT_EQ(s.Second, kR250Lag);
-  }
-}
+// ---- The counter-based and nondeterministic generators.
 
 // Skips too long to step: the stream seeded with the counter plus skip / 4, drawn skip % 4, is
 // where the skipped stream stands. The largest 64-bit count carries into the counter's high half;
