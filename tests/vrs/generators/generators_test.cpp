@@ -215,9 +215,10 @@ void ExpectSkipMatchesStepping(const Generator& g, int drawn, uint64_t skip) {
   Stream stepped(g.id, {0x1234, 0x5678}), skipped(g.id, {0x1234, 0x5678});
   Words(stepped.s, drawn);
   Words(skipped.s, drawn);
+  static std::vector<uint64_t> sink(1 << 16);  // room for 8-byte words too
   for (uint64_t left = skip; left > 0;) {
-    const int part = static_cast<int>(std::min<uint64_t>(left, 100000));
-    Words(stepped.s, part);
+    const auto part = static_cast<int32_t>(std::min<uint64_t>(left, sink.size()));
+    ASSERT_EQ(_vrsiRngUniformBits(0, stepped.s, part, reinterpret_cast<uint32_t*>(sink.data())), 0);
     left -= static_cast<uint64_t>(part);
   }
   ASSERT_EQ(__vrsSkipAheadStream(skipped.s, static_cast<int64_t>(skip)), 0);
@@ -266,7 +267,7 @@ TEST(Generators, SkipAheadLeapfrogAndCopiesAgainstThePlainSequence) {
     if (!g.skips) continue;
     // With 0 to 3 words left of a counter block or near a twister's state: skips of none, of
     // those words, a few more, and across blocks, states and the twisters' degrees.
-    for (int drawn : {0, 1, 2, 3, 6, 621, 623}) {
+    for (int drawn : {0, 1, 2, 3, 621}) {
       for (uint64_t skip :
            {0,   1,   2,   3,   4,   5,     15,    16,    17,    101,   102,    103,
             104, 618, 623, 624, 625, 19936, 19937, 19967, 19968, 19969, 123457, 1000003})
