@@ -18,10 +18,13 @@
 #include "support/stream_guard.h"
 #include "support/targets.h"
 #include "vrs/distributions/frame.h"
+#include "vrs/distributions/laws.h"
 #include "vrs/distributions/scripted_brng.h"
 
 namespace {
 
+using oxl::test::kLaws;
+using oxl::test::Law;
 using oxl::test::Script;
 using oxl::test::ScriptedBrng;
 using oxl::test::ScriptedDraws;
@@ -30,65 +33,6 @@ using oxl::test::StreamGuard;
 constexpr double kLnMin = -744.4400719213812;
 constexpr double kErfInvEnd = 5.8635847487551676;
 constexpr float kErfInvEndS = 3.8325068950653076f;
-
-// Every generator entry of both precisions, with fixed parameters, as one call shape.
-struct Entry {
-  const char* name;
-  int32_t (*d)(StreamRecord*, int32_t, double*);
-  int32_t (*s)(StreamRecord*, int32_t, float*);
-};
-
-const Entry kEntries[] = {
-    {"Exponential",
-     [](StreamRecord* s, int32_t n, double* r) {
-       return _vrsdRngExponential(0, s, n, r, 1.0, 2.0);
-     },
-     [](StreamRecord* s, int32_t n, float* r) {
-       return _vrssRngExponential(0, s, n, r, 1.0f, 2.0f);
-     }},
-    {"Laplace",
-     [](StreamRecord* s, int32_t n, double* r) { return _vrsdRngLaplace(0, s, n, r, 1.0, 2.0); },
-     [](StreamRecord* s, int32_t n, float* r) { return _vrssRngLaplace(0, s, n, r, 1.0f, 2.0f); }},
-    {"Weibull",
-     [](StreamRecord* s, int32_t n, double* r) {
-       return _vrsdRngWeibull(0, s, n, r, 1.5, 1.0, 2.0);
-     },
-     [](StreamRecord* s, int32_t n, float* r) {
-       return _vrssRngWeibull(0, s, n, r, 1.5f, 1.0f, 2.0f);
-     }},
-    {"Cauchy",
-     [](StreamRecord* s, int32_t n, double* r) { return _vrsdRngCauchy(0, s, n, r, 1.0, 2.0); },
-     [](StreamRecord* s, int32_t n, float* r) { return _vrssRngCauchy(0, s, n, r, 1.0f, 2.0f); }},
-    {"Rayleigh",
-     [](StreamRecord* s, int32_t n, double* r) { return _vrsdRngRayleigh(0, s, n, r, 1.0, 2.0); },
-     [](StreamRecord* s, int32_t n, float* r) { return _vrssRngRayleigh(0, s, n, r, 1.0f, 2.0f); }},
-    {"Lognormal0",
-     [](StreamRecord* s, int32_t n, double* r) {
-       return _vrsdRngLognormal(0, s, n, r, 0.5, 0.25, 1.0, 2.0);
-     },
-     [](StreamRecord* s, int32_t n, float* r) {
-       return _vrssRngLognormal(0, s, n, r, 0.5f, 0.25f, 1.0f, 2.0f);
-     }},
-    {"Lognormal1",
-     [](StreamRecord* s, int32_t n, double* r) {
-       return _vrsdRngLognormal(1, s, n, r, 0.5, 0.25, 1.0, 2.0);
-     },
-     [](StreamRecord* s, int32_t n, float* r) {
-       return _vrssRngLognormal(1, s, n, r, 0.5f, 0.25f, 1.0f, 2.0f);
-     }},
-    {"Gumbel",
-     [](StreamRecord* s, int32_t n, double* r) { return _vrsdRngGumbel(0, s, n, r, 1.0, 2.0); },
-     [](StreamRecord* s, int32_t n, float* r) { return _vrssRngGumbel(0, s, n, r, 1.0f, 2.0f); }},
-    {"BoxMuller",
-     [](StreamRecord* s, int32_t n, double* r) { return _vrsdRngGaussian(0, s, n, r, 1.0, 2.0); },
-     [](StreamRecord* s, int32_t n, float* r) { return _vrssRngGaussian(0, s, n, r, 1.0f, 2.0f); }},
-    {"BoxMuller2",
-     [](StreamRecord* s, int32_t n, double* r) { return _vrsdRngGaussian(1, s, n, r, 1.0, 2.0); },
-     [](StreamRecord* s, int32_t n, float* r) { return _vrssRngGaussian(1, s, n, r, 1.0f, 2.0f); }},
-    {"ICDF",
-     [](StreamRecord* s, int32_t n, double* r) { return _vrsdRngGaussian(2, s, n, r, 1.0, 2.0); },
-     [](StreamRecord* s, int32_t n, float* r) { return _vrssRngGaussian(2, s, n, r, 1.0f, 2.0f); }},
-};
 
 int g_caller_events = 0;
 int32_t CallerCallBack(oxl_vek_error_record*) {
@@ -112,7 +56,7 @@ TEST(Distributions, CallerModeAndCallbackSurvive) {
   g_caller_events = 0;
   std::vector<double> rd(40);
   std::vector<float> rs(40);
-  for (const Entry& e : kEntries) {
+  for (const Law& e : kLaws) {
     SCOPED_TRACE(e.name);
     EXPECT_EQ(e.d(scripted.s, 40, rd.data()), 0);
     EXPECT_EQ(e.s(scripted.s, 40, rs.data()), 0);
@@ -131,7 +75,8 @@ TEST(Distributions, CallerModeAndCallbackSurvive) {
   oxl_vek_kernel_SetMode(old_mode);
 }
 
-// Exact uniforms at the ends: 0 through the logarithm's callback, 1.0 and -1.0 through erfinv's.
+// Exact uniforms at the ends: 0 through the logarithm's callback, 1.0 and -1.0 through erfinv's;
+// scripted uniforms where a law takes a side or a bound.
 TEST(Distributions, ExactUniformsThroughTheCallbacks) {
   StreamGuard s(ScriptedBrng(), {7});
   double d[4];
@@ -163,6 +108,19 @@ TEST(Distributions, ExactUniformsThroughTheCallbacks) {
   const float cs = 2.0f * std::bit_cast<float>(0x3FB504F3u);
   ASSERT_EQ(_vrssRngGaussian(2, s.s, 2, f, 1.0f, 2.0f), 0);
   EXPECT_EQ(f[1], std::fma(kErfInvEndS, cs, 1.0f));
+  // A uniform of 1.0 gives Exponential the value a (ln 1 = 0): max(a, .) keeps a from -0.
+  Script() = {1.0, 0.999999, 0.5};
+  oxl::test::ScriptedInit(0, s.s, 0, nullptr);  // back to the script's start
+  ASSERT_EQ(_vrsdRngExponential(0, s.s, 2, d, -2.0, 3.0), 0);
+  EXPECT_EQ(d[0], -2.0);
+  EXPECT_GT(d[1], -2.0);
+  // Laplace: uniform 2i gives the magnitude, uniform 2i + 1 the side; a side uniform of at most
+  // 0.5 puts the value above a.
+  Script() = {0.25, 0.5, 0.25, 0.75};
+  oxl::test::ScriptedInit(0, s.s, 0, nullptr);
+  ASSERT_EQ(_vrsdRngLaplace(0, s.s, 2, d, 1.0, 2.0), 0);
+  EXPECT_NEAR(d[0], 1.0 - 2.0 * std::log(0.25), 1e-12);
+  EXPECT_NEAR(d[1], 1.0 + 2.0 * std::log(0.25), 1e-12);
 }
 
 TEST(Distributions, GaussianCallbackTable) {
@@ -211,17 +169,6 @@ TEST(Distributions, GaussianCallbackTable) {
   }
 }
 
-// A uniform of 1.0 gives Exponential the value a (ln 1 = 0), and a negative zero
-// would not pass the guard: max(a, .) keeps a.
-TEST(Distributions, ExponentialNeverBelowA) {
-  StreamGuard s(ScriptedBrng(), {7});
-  Script() = {1.0, 0.999999, 0.5};
-  double d[3];
-  ASSERT_EQ(_vrsdRngExponential(0, s.s, 3, d, -2.0, 3.0), 0);
-  EXPECT_EQ(d[0], -2.0);
-  EXPECT_GT(d[1], -2.0);
-}
-
 // Weibull with alpha 1 skips Powx and is Exponential on the same uniforms, bit for bit.
 TEST(Distributions, WeibullOfShapeOneIsExponential) {
   StreamGuard a(OXL_BRNG_MCG59, {11});
@@ -234,17 +181,6 @@ TEST(Distributions, WeibullOfShapeOneIsExponential) {
   ASSERT_EQ(_vrssRngWeibull(0, a.s, 3000, xs.data(), 1.0f, 0.5f, 2.0f), 0);
   ASSERT_EQ(_vrssRngExponential(0, b.s, 3000, ys.data(), 0.5f, 2.0f), 0);
   EXPECT_EQ(std::memcmp(xs.data(), ys.data(), xs.size() * sizeof(float)), 0);
-}
-
-// Laplace: uniform 2i gives the magnitude, uniform 2i + 1 the side; a sign uniform of at most
-// 0.5 puts the value above a.
-TEST(Distributions, LaplaceSides) {
-  StreamGuard s(ScriptedBrng(), {7});
-  Script() = {0.25, 0.5, 0.25, 0.75};
-  double d[2];
-  ASSERT_EQ(_vrsdRngLaplace(0, s.s, 2, d, 1.0, 2.0), 0);
-  EXPECT_NEAR(d[0], 1.0 - 2.0 * std::log(0.25), 1e-12);
-  EXPECT_NEAR(d[1], 1.0 + 2.0 * std::log(0.25), 1e-12);
 }
 
 // Lognormal's method 0 is Gaussian BoxMuller2 and any other ICDF; b + beta exp(g).
@@ -268,7 +204,7 @@ TEST(Distributions, CutsOfARequestGiveTheSameNumbers) {
   const int32_t cuts[] = {1, 1, 3, 1024, 1025, 2, 7, 2047, 1, 513, 600};
   int32_t total = 0;
   for (const int32_t c : cuts) total += c;
-  for (const Entry& e : kEntries) {
+  for (const Law& e : kLaws) {
     SCOPED_TRACE(e.name);
     StreamGuard whole(OXL_BRNG_MRG32K3A, {9});
     StreamGuard parts(OXL_BRNG_MRG32K3A, {9});
@@ -343,7 +279,7 @@ TEST(Distributions, TargetsAndAlignmentsAgree) {
   std::vector<std::vector<double>> reference;
   oxl::test::ForEachTarget([&](const std::string&) {
     std::vector<std::vector<double>> got;
-    for (const Entry& e : kEntries) {
+    for (const Law& e : kLaws) {
       for (const int offset_bytes : kOffsets) {
         for (const int32_t n : {1, 5, 8, 16, 17, 33, kMax}) {
           alignas(64) unsigned char storage[(kMax + 16) * sizeof(double)];
@@ -384,10 +320,13 @@ TEST(Distributions, TargetsAndAlignmentsAgree) {
   });
 }
 
-// No outputs: nothing is written by the transformations (MT19937 writes nothing for n <= 0).
-TEST(Distributions, EmptyRequests) {
+// Requests of no outputs write nothing (MT19937 writes nothing for n <= 0); bad methods, and
+// more multivariate components than one 32-bit request holds, are refused before a number is
+// drawn or stored. (65537 x 65536 wraps to 65536 in 32 bits; the array has room for that much and
+// more, so that a wrapped request shows as changed memory rather than as a crash.)
+TEST(Distributions, EmptyAndBadRequestsChangeNothing) {
   StreamGuard s(OXL_BRNG_MT19937, {7});
-  for (const Entry& e : kEntries) {
+  for (const Law& e : kLaws) {
     for (const int32_t n : {0, -5}) {
       double d = 123.0;
       float f = 123.0f;
@@ -397,132 +336,86 @@ TEST(Distributions, EmptyRequests) {
       EXPECT_EQ(f, 123.0f) << e.name;
     }
   }
-  double d;
-  EXPECT_EQ(_vrsdRngGaussian(3, s.s, 1, &d, 0.0, 1.0), StatusBadMethod);
-  EXPECT_EQ(_vrsdRngGaussian(-1, s.s, 1, &d, 0.0, 1.0), StatusBadMethod);
+  std::vector<double> r(65536 + 64, -7.0);
+  const std::vector<double> mean(64, 0.0), factor(64, 1.0);
+  const struct {
+    int32_t method, count, dim, status;
+  } rows[] = {{3, 1, 0, StatusBadMethod},
+              {-1, 1, 0, StatusBadMethod},
+              {0, 65537, 65536, StatusBadArgs},
+              {0, 2, 1 << 30, StatusBadArgs},
+              {0, 1 << 30, 2, StatusBadArgs}};
+  for (const auto& row : rows) {
+    StreamGuard used(OXL_BRNG_MCG31, {7}), fresh(OXL_BRNG_MCG31, {7});
+    EXPECT_EQ(row.dim ? _vrsdRngGaussianMV(row.method, used.s, row.count, r.data(), row.dim,
+                                           MatrixDiagonal, mean.data(), factor.data())
+                      : _vrsdRngGaussian(row.method, used.s, row.count, r.data(), 0.0, 1.0),
+              row.status)
+        << row.method << " " << row.count << " x " << row.dim;
+    EXPECT_EQ(std::count(r.begin(), r.end(), -7.0), static_cast<std::ptrdiff_t>(r.size()));
+    double next = 0, first = 0;
+    ASSERT_EQ(_vrsdRngUniform(0, used.s, 1, &next, 0.0, 1.0), 0);
+    ASSERT_EQ(_vrsdRngUniform(0, fresh.s, 1, &first, 0.0, 1.0), 0);
+    EXPECT_EQ(next, first);
+  }
 }
 
 // ---------------------------------------------------------------------------------------------
 // GaussianMV.
 
-// The lower factor of a d by d matrix with recognisable entries.
-std::vector<double> LowerFactor(int d) {
-  std::vector<double> t(d * d, 0.0);
-  for (int i = 0; i < d; ++i) {
-    for (int j = 0; j <= i; ++j) t[i * d + j] = i == j ? 1.0 + 0.1 * i : 0.3 - 0.05 * (i - j);
+// Each vector is mean + T z on the unit normals z of the same stream and method, T the lower
+// factor as the storage gives it (the diagonal only for MatrixDiagonal; any other storage gives
+// z); a dimension of 1 is the plain Gaussian with sigma t[0], whatever the storage says.
+template <class T>
+void ExpectMultivariate(int dim, int method, int32_t storage, int32_t brng, double tolerance) {
+  SCOPED_TRACE(testing::Message() << sizeof(T) << "-byte dim " << dim << " storage " << storage);
+  const int32_t n = 37;
+  std::vector<T> t(dim * dim, 0), packed, mean(dim);
+  for (int i = 0; i < dim; ++i) {
+    mean[i] = static_cast<T>(i - 1.5);
+    for (int j = 0; j <= i; ++j)
+      t[i * dim + j] = static_cast<T>(i == j ? 0.5 + 0.1 * i : 0.3 - 0.05 * (i - j));
   }
-  return t;
-}
-
-TEST(GaussianMV, StorageForms) {
-  for (const int dim : {2, 3, 10, 11, 17}) {
-    SCOPED_TRACE(dim);
-    const int32_t n = 37;
-    const std::vector<double> t = LowerFactor(dim);
-    std::vector<double> packed;  // lower factor packed by columns
-    for (int j = 0; j < dim; ++j) {
-      for (int i = j; i < dim; ++i) packed.push_back(t[i * dim + j]);
-    }
-    std::vector<double> diag(dim), mean(dim);
-    for (int j = 0; j < dim; ++j) {
-      diag[j] = t[j * dim + j];
-      mean[j] = j - 1.5;
-    }
-    StreamGuard ref(OXL_BRNG_MCG59, {4});
-    std::vector<double> z(n * dim);
-    ASSERT_EQ(_vrsdRngGaussian(0, ref.s, n * dim, z.data(), 0.0, 1.0), 0);
-    struct Form {
-      int32_t storage;
-      const double* t;
-      bool diagonal;
-    } forms[] = {{MatrixFull, t.data(), false},
-                 {MatrixPacked, packed.data(), false},
-                 {MatrixDiagonal, diag.data(), true}};
-    for (const Form& f : forms) {
-      StreamGuard s(OXL_BRNG_MCG59, {4});
-      std::vector<double> r(n * dim);
-      ASSERT_EQ(_vrsdRngGaussianMV(0, s.s, n, r.data(), dim, f.storage, mean.data(), f.t), 0);
-      for (int v = 0; v < n; ++v) {
-        for (int i = 0; i < dim; ++i) {
-          double want = mean[i];
-          for (int j = 0; j <= i; ++j) {
-            if (f.diagonal && j != i) continue;
-            want += t[i * dim + j] * z[v * dim + j];
-          }
-          EXPECT_NEAR(r[v * dim + i], want, 1e-12 * (1 + std::fabs(want)))
-              << "storage " << f.storage << " vector " << v << " component " << i;
-        }
-      }
-    }
-    // Any other storage: success and the unit normals.
-    StreamGuard s(OXL_BRNG_MCG59, {4});
-    std::vector<double> r(n * dim);
-    ASSERT_EQ(_vrsdRngGaussianMV(0, s.s, n, r.data(), dim, 3, mean.data(), t.data()), 0);
+  for (int j = 0; j < dim; ++j) {
+    for (int i = j; i < dim; ++i) packed.push_back(t[i * dim + j]);
+  }
+  std::vector<T> diag(dim), z(n * dim), r(n * dim);
+  for (int j = 0; j < dim; ++j) diag[j] = t[j * dim + j];
+  const T* factor = storage == MatrixPacked     ? packed.data()
+                    : storage == MatrixDiagonal ? diag.data()
+                                                : t.data();
+  StreamGuard ref(brng, {4}), s(brng, {4});
+  const T a = dim == 1 ? mean[0] : 0, sigma = dim == 1 ? t[0] : 1;
+  if constexpr (sizeof(T) == 8) {
+    ASSERT_EQ(_vrsdRngGaussian(method, ref.s, n * dim, z.data(), a, sigma), 0);
+    ASSERT_EQ(_vrsdRngGaussianMV(method, s.s, n, r.data(), dim, storage, mean.data(), factor), 0);
+  } else {
+    ASSERT_EQ(_vrssRngGaussian(method, ref.s, n * dim, z.data(), a, sigma), 0);
+    ASSERT_EQ(_vrssRngGaussianMV(method, s.s, n, r.data(), dim, storage, mean.data(), factor), 0);
+  }
+  if (dim == 1 || storage > MatrixDiagonal) {
     EXPECT_EQ(r, z);
+    return;
   }
-}
-
-// The float form on both multiplies of the full storage and on the packed one.
-TEST(GaussianMV, SingleForm) {
-  for (const int dim : {3, 12}) {
-    const int32_t n = 21;
-    const std::vector<double> t = LowerFactor(dim);
-    std::vector<float> full(t.begin(), t.end()), packed, mean(dim, 0.25f);
-    for (int j = 0; j < dim; ++j) {
-      for (int i = j; i < dim; ++i) packed.push_back(full[i * dim + j]);
-    }
-    StreamGuard ref(OXL_BRNG_MRG32K3A, {8});
-    std::vector<float> z(n * dim);
-    ASSERT_EQ(_vrssRngGaussian(2, ref.s, n * dim, z.data(), 0.0f, 1.0f), 0);
-    for (const int32_t storage : {int32_t{MatrixFull}, int32_t{MatrixPacked}}) {
-      StreamGuard s(OXL_BRNG_MRG32K3A, {8});
-      std::vector<float> r(n * dim);
-      const float* factor = storage == MatrixFull ? full.data() : packed.data();
-      ASSERT_EQ(_vrssRngGaussianMV(2, s.s, n, r.data(), dim, storage, mean.data(), factor), 0);
-      for (int v = 0; v < n; ++v) {
-        for (int i = 0; i < dim; ++i) {
-          double want = 0.25;
-          for (int j = 0; j <= i; ++j) want += double{full[i * dim + j]} * z[v * dim + j];
-          EXPECT_NEAR(r[v * dim + i], want, 1e-5 * (1 + std::fabs(want))) << dim << " " << storage;
-        }
-      }
+  for (int v = 0; v < n; ++v) {
+    for (int i = 0; i < dim; ++i) {
+      double want = mean[i];
+      for (int j = storage == MatrixDiagonal ? i : 0; j <= i; ++j)
+        want += double{t[i * dim + j]} * z[v * dim + j];
+      ASSERT_NEAR(r[v * dim + i], want, tolerance * (1 + std::fabs(want)))
+          << "vector " << v << " component " << i;
     }
   }
 }
 
-// Dimension 1 is the plain Gaussian with sigma t[0], whatever the storage says.
-TEST(GaussianMV, DimensionOne) {
+TEST(GaussianMV, StorageFormsDimensionsAndPrecisions) {
   for (const int32_t storage :
        {int32_t{MatrixFull}, int32_t{MatrixPacked}, int32_t{MatrixDiagonal}, 3}) {
-    StreamGuard a(OXL_BRNG_MCG31, {7});
-    StreamGuard b(OXL_BRNG_MCG31, {7});
-    const float mean = 2.0f, sd = 0.5f;
-    std::vector<float> x(99), y(99);
-    ASSERT_EQ(_vrssRngGaussianMV(1, a.s, 99, x.data(), 1, storage, &mean, &sd), 0);
-    ASSERT_EQ(_vrssRngGaussian(1, b.s, 99, y.data(), mean, sd), 0);
-    EXPECT_EQ(x, y);
-  }
-}
-
-// More components than one 32-bit request holds: refused before a number is drawn or stored.
-// (65537 x 65536 wraps to 65536 in 32 bits; the array here has room for that much and more, so
-// that a wrapped request shows as changed memory rather than as a crash.)
-TEST(GaussianMV, CountsPast32BitsAreRefused) {
-  const int32_t shapes[][2] = {{65537, 65536}, {2, 1 << 30}, {1 << 30, 2}};
-  std::vector<double> r(65536 + 64, -7.0);
-  const std::vector<double> mean(64, 0.0), factor(64, 1.0);
-  for (const auto& shape : shapes) {
-    StreamGuard s(OXL_BRNG_MCG31, {7});
-    EXPECT_EQ(_vrsdRngGaussianMV(0, s.s, shape[0], r.data(), shape[1], MatrixDiagonal, mean.data(),
-                                 factor.data()),
-              StatusBadArgs)
-        << shape[0] << " x " << shape[1];
-    EXPECT_EQ(std::count(r.begin(), r.end(), -7.0), static_cast<std::ptrdiff_t>(r.size()));
-    StreamGuard fresh(OXL_BRNG_MCG31, {7});
-    double next = 0, first = 0;
-    ASSERT_EQ(_vrsdRngUniform(0, s.s, 1, &next, 0.0, 1.0), 0);
-    ASSERT_EQ(_vrsdRngUniform(0, fresh.s, 1, &first, 0.0, 1.0), 0);
-    EXPECT_EQ(next, first);
+    for (const int dim : {1, 2, 3, 10, 11, 17}) {
+      ExpectMultivariate<double>(dim, 0, storage, OXL_BRNG_MCG59, 1e-12);
+      ExpectMultivariate<float>(dim, 2, storage, OXL_BRNG_MRG32K3A, 1e-5);
+    }
+    ExpectMultivariate<float>(1, 1, storage, OXL_BRNG_MCG31, 0);
   }
 }
 
@@ -533,52 +426,39 @@ TEST(GaussianMV, TriangularMultiplies) {
   const int m = 5, n = 4, ldb = 7;
   std::mt19937 gen(3);
   std::uniform_real_distribution<double> u(-1.0, 1.0);
-  for (const char side : {'L', 'R'}) {
-    for (const char uplo : {'U', 'L'}) {
-      for (const char trans : {'N', 'T'}) {
-        for (const char diag : {'N', 'U'}) {
-          const int k = side == 'L' ? m : n;
-          const int lda = k + 2;
-          std::vector<double> a(lda * k), b(ldb * n);
-          for (double& v : a) v = u(gen);
-          for (double& v : b) v = u(gen);
-          std::vector<double> ap;
-          for (int j = 0; j < k; ++j) {
-            for (int i = 0; i < k; ++i) {
-              if (uplo == 'U' ? i <= j : i >= j) ap.push_back(a[i + j * lda]);
-            }
-          }
-          auto op = [&](int i, int j) -> long double {
-            const int r = trans == 'N' ? i : j, c = trans == 'N' ? j : i;
-            if (r == c) return diag == 'U' ? 1.0L : a[r + c * lda];
-            return (uplo == 'U' ? r < c : r > c) ? a[r + c * lda] : 0.0L;
-          };
-          const double alpha = -1.5;
-          std::vector<long double> want(ldb * n);
-          for (int i = 0; i < m; ++i) {
-            for (int j = 0; j < n; ++j) {
-              long double sum = 0;
-              for (int q = 0; q < k; ++q) {
-                sum += side == 'L' ? op(i, q) * b[q + j * ldb] : b[i + q * ldb] * op(q, j);
-              }
-              want[i + j * ldb] = alpha * sum;
-            }
-          }
-          std::vector<double> x = b, y = b, p = b;
-          const char s[2] = {side, 0}, up[2] = {uplo, 0}, t[2] = {trans, 0}, d[2] = {diag, 0};
-          oxl_blas4vek_dtrmm(s, up, t, d, &m, &n, &alpha, a.data(), &lda, x.data(), &ldb);
-          oxl_blas_xdtrmm_4vek(s, up, t, d, &m, &n, &alpha, a.data(), &lda, y.data(), &ldb);
-          oxl_blas4vek_dptrmm(s, up, t, d, &m, &n, &alpha, ap.data(), p.data(), &ldb);
-          for (int j = 0; j < n; ++j) {
-            for (int i = 0; i < ldb; ++i) {
-              const int at = i + j * ldb;
-              const double w = i < m ? static_cast<double>(want[at]) : b[at];
-              EXPECT_NEAR(x[at], w, 1e-14) << side << uplo << trans << diag << " " << i << j;
-              EXPECT_NEAR(y[at], w, 1e-14) << side << uplo << trans << diag << " " << i << j;
-              EXPECT_NEAR(p[at], w, 1e-14) << side << uplo << trans << diag << " " << i << j;
-            }
-          }
-        }
+  for (int letters = 0; letters < 16; ++letters) {
+    const char s[2] = {"LR"[letters & 1], 0}, up[2] = {"UL"[letters >> 1 & 1], 0},
+               t[2] = {"NT"[letters >> 2 & 1], 0}, d[2] = {"NU"[letters >> 3], 0};
+    SCOPED_TRACE(std::string(s) + up + t + d);
+    const int k = s[0] == 'L' ? m : n;
+    const int lda = k + 2;
+    std::vector<double> a(lda * k), b(ldb * n), ap;
+    for (double& v : a) v = u(gen);
+    for (double& v : b) v = u(gen);
+    for (int j = 0; j < k; ++j) {
+      for (int i = 0; i < k; ++i) {
+        if (up[0] == 'U' ? i <= j : i >= j) ap.push_back(a[i + j * lda]);
+      }
+    }
+    auto op = [&](int i, int j) -> long double {
+      const int r = t[0] == 'N' ? i : j, c = t[0] == 'N' ? j : i;
+      if (r == c) return d[0] == 'U' ? 1.0L : a[r + c * lda];
+      return (up[0] == 'U' ? r < c : r > c) ? a[r + c * lda] : 0.0L;
+    };
+    const double alpha = -1.5;
+    std::vector<double> x = b, y = b, p = b;
+    oxl_blas4vek_dtrmm(s, up, t, d, &m, &n, &alpha, a.data(), &lda, x.data(), &ldb);
+    oxl_blas_xdtrmm_4vek(s, up, t, d, &m, &n, &alpha, a.data(), &lda, y.data(), &ldb);
+    oxl_blas4vek_dptrmm(s, up, t, d, &m, &n, &alpha, ap.data(), p.data(), &ldb);
+    for (int j = 0; j < n; ++j) {
+      for (int i = 0; i < ldb; ++i) {
+        long double sum = 0;
+        for (int q = 0; q < k && i < m; ++q)
+          sum += s[0] == 'L' ? op(i, q) * b[q + j * ldb] : b[i + q * ldb] * op(q, j);
+        const int at = i + j * ldb;
+        const double want = i < m ? static_cast<double>(alpha * sum) : b[at];
+        for (int v = 0; v < 3; ++v)
+          EXPECT_NEAR((v == 0 ? x : v == 1 ? y : p)[at], want, 1e-14) << v << " " << i << " " << j;
       }
     }
   }

@@ -10,6 +10,7 @@
 
 #include "oxl/vek.h"
 #include "oxl/vrs.h"
+#include "vrs/distributions/laws.h"
 
 namespace {
 
@@ -22,24 +23,20 @@ int32_t Foreign(oxl_vek_error_record*) {
   return 0;
 }
 
-// Every family once, in pieces of odd lengths so that BoxMuller2 carries pairs between calls.
+// Every law once, and BoxMuller2 again in pieces of odd lengths, so that it carries pairs between
+// calls.
 std::vector<double> Draw(uint32_t seed) {
   StreamRecord* s = nullptr;
   EXPECT_EQ(__vrsNewStreamEx(&s, OXL_BRNG_MCG59, 1, &seed), 0);
-  std::vector<double> r(6 * kCount);
+  std::vector<double> r((oxl::test::kLaws.size() + 2) * kCount);
   double* out = r.data();
   for (int32_t done = 0; done < kCount; done += 1001) {
-    const int32_t n = std::min(1001, kCount - done);
-    EXPECT_EQ(_vrsdRngGaussian(1, s, n, out + done, 0.0, 1.0), 0);
+    EXPECT_EQ(_vrsdRngGaussian(1, s, std::min(1001, kCount - done), out + done, 0.0, 1.0), 0);
   }
-  out += kCount;
-  EXPECT_EQ(_vrsdRngGaussian(0, s, kCount, out, 0.0, 1.0), 0);
-  out += kCount;
-  EXPECT_EQ(_vrsdRngExponential(0, s, kCount, out, 0.0, 1.0), 0);
-  out += kCount;
-  EXPECT_EQ(_vrsdRngLaplace(0, s, kCount, out, 0.0, 1.0), 0);
-  out += kCount;
-  EXPECT_EQ(_vrsdRngWeibull(0, s, kCount, out, 2.5, 0.0, 1.0), 0);
+  for (const oxl::test::Law& law : oxl::test::kLaws) {
+    out += kCount;
+    EXPECT_EQ(law.d(s, kCount, out), 0) << law.name;
+  }
   out += kCount;
   const double mean[2] = {1.0, 2.0}, t[3] = {1.0, 0.5, 2.0};
   EXPECT_EQ(_vrsdRngGaussianMV(2, s, kCount / 2, out, 2, MatrixPacked, mean, t), 0);

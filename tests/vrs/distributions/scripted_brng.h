@@ -43,33 +43,27 @@ inline int32_t ScriptedInit(int32_t, StreamRecord* s, int32_t, const uint32_t*) 
   vrs::StateOf<ScriptState>(s)->next = 0;
   return 0;
 }
-inline int32_t ScriptedD(StreamRecord* s, int32_t n, double* r, double a, double b) {
-  return ScriptedOutput(s, n, r, a, b);
-}
-inline int32_t ScriptedS(StreamRecord* s, int32_t n, float* r, float a, float b) {
-  return ScriptedOutput(s, n, r, a, b);
-}
 inline int32_t ScriptedI(StreamRecord*, int32_t, uint32_t*) { return 0; }
 
 inline constexpr int32_t kFailingStatus = -1131;
-inline int32_t FailingD(StreamRecord*, int32_t, double*, double, double) { return kFailingStatus; }
-inline int32_t FailingS(StreamRecord*, int32_t, float*, float, float) { return kFailingStatus; }
+template <class T>
+int32_t Failing(StreamRecord*, int32_t, T*, T, T) {
+  return kFailingStatus;
+}
+
+inline int32_t RegisterScripted(BrngSFn s, BrngDFn d) {
+  const BrngRecord row = {
+      vrs::kStateSizeOf<ScriptState>, 1, 1, 4, 32, ScriptedInit, s, d, ScriptedI};
+  return __vrsRegisterBrng(&row);
+}
 
 // Ids of the two generators, registered on first use.
 inline int32_t ScriptedBrng() {
-  static const int32_t id = [] {
-    const BrngRecord row = {
-        vrs::kStateSizeOf<ScriptState>, 1, 1, 4, 32, ScriptedInit, ScriptedS, ScriptedD, ScriptedI};
-    return __vrsRegisterBrng(&row);
-  }();
+  static const int32_t id = RegisterScripted(ScriptedOutput<float>, ScriptedOutput<double>);
   return id;
 }
 inline int32_t FailingBrng() {
-  static const int32_t id = [] {
-    const BrngRecord row = {
-        vrs::kStateSizeOf<ScriptState>, 1, 1, 4, 32, ScriptedInit, FailingS, FailingD, ScriptedI};
-    return __vrsRegisterBrng(&row);
-  }();
+  static const int32_t id = RegisterScripted(Failing<float>, Failing<double>);
   return id;
 }
 

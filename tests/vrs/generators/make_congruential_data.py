@@ -6,14 +6,15 @@ mappings to real numbers follow the library's stated arithmetic: plain double pr
 where it uses them, and every fused multiply-add as the exact rational result rounded once to
 the nearest double or float (Fraction arithmetic, rounding half to even).
 
-Writes data/congruential_cases.txt (seeds of each case) and data/congruential_outputs.txt (one
-output per row), or the same files into the directory given as the first argument (the test that
-checks that the checked-in data regenerate). Run with /usr/bin/python3.
+Writes data/congruential_kat.txt (the lines of kat_format.py), or the same file into the
+directory given as the first argument (the test that checks that the checked-in data regenerate). Run with /usr/bin/python3.
 """
 import os
 import struct
 import sys
 from fractions import Fraction
+
+import kat_format
 
 M31 = 2**31 - 1
 A31 = 1132489760
@@ -135,9 +136,9 @@ def mrg_s(z, a, b):
 
 
 GENERATORS = {
-    "MCG31": (0x100000, mcg31, mcg31_d, mcg31_s),
-    "MCG59": (0x400000, mcg59, mcg59_d, mcg59_s),
-    "MRG32K3A": (0x300000, mrg32k3a, mrg_d, mrg_s),
+    "MCG31": (mcg31, mcg31_d, mcg31_s),
+    "MCG59": (mcg59, mcg59_d, mcg59_s),
+    "MRG32K3A": (mrg32k3a, mrg_d, mrg_s),
 }
 
 
@@ -173,49 +174,22 @@ COUNTS = {"mcg59_one_word": 1}
 INTERVALS = [(-3.5, 7.25, None), (0.0, 1.0, 64)]
 
 
-def field(x):
-    if isinstance(x, str):
-        return x
-    if isinstance(x, int):
-        return str(x)
-    return float(x).hex()
-
-
-def write_table(path, names, rows):
-    """The text table of tests/support/ref_data.h: a header of column names, then one row a line;
-    reals as hexadecimal floats so that they travel exactly."""
-    with open(path, "w", encoding="ascii") as out:
-        out.write("# made by %s\n" % os.path.basename(sys.argv[0]))
-        out.write(" ".join(names) + "\n")
-        for row in rows:
-            out.write(" ".join(field(x) for x in row) + "\n")
-
-
 def main():
     here = os.path.dirname(os.path.abspath(__file__))
     out_dir = sys.argv[1] if len(sys.argv) > 1 else os.path.join(here, "data")
-    case_rows = []
-    output_rows = []
-    for name, gen, seeds, count in CASES:
-        brng, raw_fn, d_fn, s_fn = GENERATORS[gen]
-        n_seeds = COUNTS.get(name, len(seeds))
-        words = (seeds + [0] * 6)[:6]
-        case_rows.append([name, brng, n_seeds] + words)
-        raw = raw_fn(seeds[:n_seeds], count)
-        for k, v in enumerate(raw):
-            output_rows.append([name, "i", 0.0, 0.0, k, v])
-        for a, b, limit in INTERVALS:
-            af, bf = f32(a), f32(b)
-            for k, v in enumerate(raw[:limit]):
-                output_rows.append([name, "d", a, b, k, d_fn(v, a, b)])
-                output_rows.append([name, "s", af, bf, k, s_fn(v, af, bf)])
-    if any(name == "mrg_z_m1" for name, *_ in case_rows):
-        assert mrg32k3a(mrg_seed_with_z_m1(), 1)[0] == M1
-    write_table(os.path.join(out_dir, "congruential_cases.txt"),
-                        ["name", "brng", "count", "s0", "s1", "s2", "s3", "s4", "s5"],
-                        case_rows)
-    write_table(os.path.join(out_dir, "congruential_outputs.txt"),
-                        ["name", "form", "a", "b", "index", "value"], output_rows)
+    assert mrg32k3a(mrg_seed_with_z_m1(), 1)[0] == M1
+    with open(os.path.join(out_dir, "congruential_kat.txt"), "w", encoding="ascii") as out:
+        out.write("# made by make_congruential_data.py\n")
+        for name, gen, seeds, count in CASES:
+            raw_fn, d_fn, s_fn = GENERATORS[gen]
+            n_seeds = COUNTS.get(name, len(seeds))
+            raw = raw_fn(seeds[:n_seeds], count)
+            out.write(kat_format.line(gen, name, seeds, raw, n_seeds))
+            for a, b, limit in INTERVALS:
+                af, bf = f32(a), f32(b)
+                for form, fn, lo, hi in (("d", d_fn, a, b), ("s", s_fn, af, bf)):
+                    mapped = [fn(v, lo, hi) for v in raw[:limit]]
+                    out.write(kat_format.line(gen, name, seeds, mapped, n_seeds, form, lo, hi))
 
 
 if __name__ == "__main__":

@@ -3,10 +3,10 @@
 //
 //   make_counter_data > data/counter_kat.txt
 //
-// Columns: generator, key (4 words; Philox uses the first two), counter (4 words, low first),
-// the block's 4 words. Rows are Random123's own known-answer inputs (zero, all ones, the digits
-// of pi), then runs of consecutive counters under one key, which the tests read as whole streams:
-// one starting below a carry out of the counter's low 64 bits.
+// Lines of kat_format.py: the seed is the key (Philox's two words, ARS5's four) and the counter
+// (4 words, low first). Random123's own known-answer inputs (zero, all ones, the digits of pi) one
+// block each, then runs of consecutive counters under one key: one starting below a carry out of
+// the counter's low 64 bits.
 #include <Random123/ars.h>
 #include <Random123/philox.h>
 
@@ -40,40 +40,41 @@ constexpr Run kRuns[] = {
      40},
 };
 
-void Row(const char* name, const uint32_t* key, const uint32_t* ctr, const uint32_t* out) {
-  std::printf("%s", name);
-  for (int i = 0; i < 4; ++i) std::printf(" 0x%08x", key[i]);
-  for (int i = 0; i < 4; ++i) std::printf(" 0x%08x", ctr[i]);
-  for (int i = 0; i < 4; ++i) std::printf(" 0x%08x", out[i]);
+// One known-answer line (kat_format.py): the seed is the key's `key_words` words and the first
+// counter; the outputs are `blocks` blocks of consecutive counters.
+template <class Block>
+void Line(const char* name, const char* case_name, int key_words, Input in, int blocks,
+          Block block) {
+  std::printf("%s %s %d", name, case_name, key_words + 4);
+  for (int i = 0; i < key_words; ++i) std::printf(" 0x%x", in.key[i]);
+  for (int i = 0; i < 4; ++i) std::printf(" 0x%x", in.ctr[i]);
+  std::printf(" : i 0x0.0p+0 0x0.0p+0 :");
+  for (int b = 0; b < blocks; ++b) {
+    const auto out = block(in);
+    for (int i = 0; i < 4; ++i) std::printf(" 0x%x", out.v[i]);
+    // The counter plus one, with carry through its words.
+    for (int i = 0; i < 4 && ++in.ctr[i] == 0; ++i) {
+    }
+  }
   std::printf("\n");
 }
 
-void Both(const Input& in) {
-  const philox4x32_ctr_t pc = {{in.ctr[0], in.ctr[1], in.ctr[2], in.ctr[3]}};
-  const philox4x32_key_t pk = {{in.key[0], in.key[1]}};
-  const philox4x32_ctr_t p = philox4x32_R(10, pc, pk);
-  const uint32_t philox_key[4] = {in.key[0], in.key[1], 0, 0};
-  Row("philox4x32x10", philox_key, in.ctr, p.v);
-  const ars4x32_ctr_t ac = {{in.ctr[0], in.ctr[1], in.ctr[2], in.ctr[3]}};
-  const ars4x32_key_t ak = {{in.key[0], in.key[1], in.key[2], in.key[3]}};
-  const ars4x32_ctr_t a = ars4x32_R(5, ac, ak);
-  Row("ars5", in.key, in.ctr, a.v);
+void Both(const char* case_name, const Input& in, int blocks) {
+  Line("PHILOX4X32X10", case_name, 2, in, blocks, [](const Input& i) {
+    const philox4x32_ctr_t c = {{i.ctr[0], i.ctr[1], i.ctr[2], i.ctr[3]}};
+    return philox4x32_R(10, c, philox4x32_key_t{{i.key[0], i.key[1]}});
+  });
+  Line("ARS5", case_name, 4, in, blocks, [](const Input& i) {
+    const ars4x32_ctr_t c = {{i.ctr[0], i.ctr[1], i.ctr[2], i.ctr[3]}};
+    return ars4x32_R(5, c, ars4x32_key_t{{i.key[0], i.key[1], i.key[2], i.key[3]}});
+  });
 }
 
 }  // namespace
 
 int main() {
   std::printf("# made by make_counter_data.cpp from Random123 %s\n", "1.14");
-  std::printf("name k0 k1 k2 k3 c0 c1 c2 c3 w0 w1 w2 w3\n");
-  for (const Input& in : kSingles) Both(in);
-  for (const Run& run : kRuns) {
-    Input in = run.start;
-    for (int b = 0; b < run.blocks; ++b) {
-      Both(in);
-      // The counter plus one, with carry through its words.
-      for (int i = 0; i < 4 && ++in.ctr[i] == 0; ++i) {
-      }
-    }
-  }
+  for (const Input& in : kSingles) Both("random123", in, 1);
+  for (const Run& run : kRuns) Both("run", run.start, run.blocks);
   return 0;
 }

@@ -6,11 +6,13 @@ give x (seed word 0, or 1 for none or 0) and the register x 69069^(k+1) mod 2^32
 the 16 words 3 + 14k and 10 + 14k fixed to bits 31 - 2k and 30 - 2k. Then x[n] = x[n-250] ^
 x[n-147]. A case's seed words are s0 + i 0x9E3779B9 mod 2^32, i = 0 .. count-1.
 
-Writes data/r250_outputs.txt, one word per row, or the same file into the directory given as the
+Writes data/r250_kat.txt (the lines of kat_format.py), or the same file into the directory given as the
 first argument. Run with /usr/bin/python3.
 """
 import os
 import sys
+
+import kat_format
 
 MASK = 2**32 - 1
 
@@ -26,8 +28,12 @@ CASES = [
 ]
 
 
+def seed_words(count, s0):
+    return [(s0 + i * 0x9E3779B9) & MASK for i in range(count)]
+
+
 def register(count, s0):
-    seed = [(s0 + i * 0x9E3779B9) & MASK for i in range(count)]
+    seed = seed_words(count, s0)
     if count >= 250:
         return seed[:250]
     x = seed[0] if count > 0 and seed[0] != 0 else 1
@@ -55,12 +61,11 @@ def outputs(words, n):
 def main():
     here = os.path.dirname(os.path.abspath(__file__))
     out_dir = sys.argv[1] if len(sys.argv) > 1 else os.path.join(here, "data")
-    with open(os.path.join(out_dir, "r250_outputs.txt"), "w", encoding="ascii") as f:
+    with open(os.path.join(out_dir, "r250_kat.txt"), "w", encoding="ascii") as f:
         f.write("# made by make_r250_data.py\n")
-        f.write("name count s0 index word\n")
         for name, count, s0, n in CASES:
-            for i, w in enumerate(outputs(register(count, s0), n)):
-                f.write(f"{name} {count} {s0} {i} {w}\n")
+            words = outputs(register(count, s0), n)
+            f.write(kat_format.line("R250", name, seed_words(count, s0), words))
 
 
 if __name__ == "__main__":

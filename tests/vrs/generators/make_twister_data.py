@@ -1,15 +1,13 @@
 #!/usr/bin/python3
 """Reference outputs of MT19937 with array seeds, from numpy's RandomState, which seeds by the
-same array initialisation. Writes data/mt19937_numpy.txt:
-
-  # comment lines
-  seed <count> <words...>
-  out <count> <words...>
+same array initialisation. Writes data/mt19937_kat.txt, the lines of kat_format.py.
 
 Run with an interpreter that has numpy: /usr/bin/python3 make_twister_data.py
 """
 import os
 import numpy as np
+
+import kat_format
 
 SEEDS = [
     [0x123, 0x234, 0x345, 0x456],
@@ -46,12 +44,11 @@ def init_by_array(key):
     return mt
 
 here = os.path.dirname(os.path.abspath(__file__))
-with open(os.path.join(here, "data", "mt19937_numpy.txt"), "w") as f:
+with open(os.path.join(here, "data", "mt19937_kat.txt"), "w") as f:
     f.write("# MT19937 outputs from numpy.random.RandomState(seed array); numpy %s\n" % np.__version__)
     for seed in SEEDS:
         rs = np.random.RandomState(np.array(seed, dtype=np.uint32))
         if len(seed) == 1:
             rs.set_state(("MT19937", np.array(init_by_array(seed), dtype=np.uint32), 624))
         raw = rs._bit_generator.random_raw(COUNT)
-        f.write("seed %d %s\n" % (len(seed), " ".join(str(s) for s in seed)))
-        f.write("out %d %s\n" % (COUNT, " ".join(str(int(x)) for x in raw)))
+        f.write(kat_format.line("MT19937", "numpy", seed, [int(x) for x in raw]))

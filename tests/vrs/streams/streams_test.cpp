@@ -7,6 +7,7 @@
 #include "oxl/platform.h"
 #include "oxl/vrs.h"
 #include "support/failing_allocator.h"
+#include "support/stream_guard.h"
 #include "vrs/generators/congruential.h"
 #include "vrs/streams/ro_table.h"
 #include "vrs/streams/stream_record.h"
@@ -49,12 +50,10 @@ TEST(Registry, IdArithmeticAndValidity) {
     EXPECT_EQ(__vrsIsBrngValid(table, row, offset), c.valid ? 0 : StatusInvalidBrng)
         << std::hex << c.id;
   }
-  // Properties come from the row, also for a member of a family; a negative id names no row.
+  // Properties come from the row, also for a member of a family.
   BrngRecord p{};
   ASSERT_EQ(__vrsGetBrngProperties(0x900000 + 6023, &p), 0);
   EXPECT_EQ(p.StateSize, 312);
-  EXPECT_EQ(__vrsGetBrngProperties(0x1100000, &p), StatusInvalidBrng);
-  EXPECT_EQ(__vrsGetBrngProperties(-5, &p), StatusInvalidBrng);
 }
 
 TEST(Registry, OlderTableRows) {
@@ -70,23 +69,39 @@ TEST(Registry, OlderTableRows) {
   for (int row : {279, 280, 281, 511}) {
     EXPECT_EQ(std::memcmp(&__RegBrngs[row], &zero, sizeof zero), 0) << row;
   }
-  // The zero rows pass the validity test but make no stream.
-  StreamRecord* s = nullptr;
-  EXPECT_EQ(__vrsNewStreamEx(&s, 279, 0, nullptr), StatusInvalidBrng);
-  EXPECT_EQ(__vrsNewStreamEx(&s, -1, 0, nullptr), StatusInvalidBrng);
-  EXPECT_EQ(s, nullptr);
+  // The abstract generators exist, with creators of their own.
+  for (int32_t id : {0xA00000, 0xB00000, 0xC00000}) {
+    BrngRecord p{};
+    EXPECT_EQ(__vrsGetBrngProperties(id, &p), 0);
+  }
 }
 
-TEST(Registry, AbstractAndPendingGenerators) {
+// Calls a caller should not make: their status, and no stream made or freed.
+TEST(Streams, StatusesOfBadCalls) {
   StreamRecord* s = nullptr;
-  for (int32_t id : {0xA00000, 0xB00000, 0xC00000}) {
-    EXPECT_EQ(__vrsNewStreamEx(&s, id, 0, nullptr), StatusInvalidBrng);
-    EXPECT_EQ(s, nullptr);
-    BrngRecord p{};
-    EXPECT_EQ(__vrsGetBrngProperties(id, &p), 0);  // they exist, with creators of their own
-  }
-  // A row whose generator is not built yet: the stream is made, seeding fails, the caller
-  // deletes it.
+  // The zero rows pass the validity test but make no stream; nor do the abstract generators.
+  for (int32_t id : {279, -1, 0xA00000, 0xB00000, 0xC00000})
+    EXPECT_EQ(__vrsNewStreamEx(&s, id, 0, nullptr), StatusInvalidBrng) << std::hex << id;
+  EXPECT_EQ(s, nullptr);
+  BrngRecord p{};
+  for (int32_t id : {0x1F00000, -5}) EXPECT_EQ(__vrsGetBrngProperties(id, &p), StatusInvalidBrng);
+  const uint32_t seed = 1;
+  ASSERT_EQ(__vrsNewStreamEx(&s, OXL_BRNG_MCG31, 1, &seed), 0);
+  EXPECT_EQ(__vrsCopyStreamState(s, nullptr), StatusBadArgs);
+  EXPECT_EQ(__vrsCopyStreamState(nullptr, s), StatusBadArgs);
+  EXPECT_EQ(__vrsDeleteStream(&s), 0);
+  EXPECT_EQ(__vrsDeleteStream(&s), StatusBadArgs);  // the first cleared the pointer
+  EXPECT_EQ(__vrsDeleteStream(nullptr), StatusBadArgs);
+  GlobRODataEntry* e = nullptr;
+  const uint64_t zero_key[2] = {0, 0};
+  EXPECT_EQ(__vrsFindGlobRODataTableEntry(&e, nullptr), StatusRONotFound);
+  EXPECT_EQ(__vrsFindGlobRODataTableEntry(&e, zero_key), StatusRONotFound);
+}
+
+// A row whose generator is not built yet: the stream is made, seeding fails, the caller deletes
+// it.
+TEST(Registry, PendingGenerator) {
+  StreamRecord* s = nullptr;
   const uint32_t seed = 1;
   EXPECT_EQ(__vrsNewStreamEx(&s, OXL_BRNG_WH, 1, &seed), StatusInvalidBrng);
   ASSERT_NE(s, nullptr);
@@ -103,25 +118,16 @@ int32_t DummyI(StreamRecord*, int32_t, uint32_t*) { return 0; }
 TEST(Registry, RegistrationChecksInOrder) {
   EXPECT_EQ(__vrsGetNumRegBrngs(), 16);
   const BrngRecord good = {24, 1, 0, 4, 32, DummyInit, DummyS, DummyD, DummyI};
-  struct Bad {
+  // Each record fails two checks; the first one wins.
+  const struct {
     BrngRecord record;
     int32_t status;
-  };
-  Bad bad[] = {{good, StatusBadStateSize},
-               {good, StatusBadWordBytes},
-               {good, StatusBadSeedWords},
-               {good, StatusBadBits},
-               {good, StatusNullBrngFunction}};
-  bad[0].record.StateSize = -1;
-  bad[0].record.WordBytes = 3;  // the first failing check wins
-  bad[1].record.WordBytes = 12;
-  bad[1].record.SeedWords = 0;
-  bad[2].record.SeedWords = -2;
-  bad[2].record.Bits = 0;
-  bad[3].record.Bits = -1;
-  bad[3].record.sBRng = nullptr;
-  bad[4].record.InitStream = nullptr;
-  for (const Bad& b : bad) EXPECT_EQ(__vrsRegisterBrng(&b.record), b.status);
+  } bad[] = {{{-1, 1, 0, 3, 32, DummyInit, DummyS, DummyD, DummyI}, StatusBadStateSize},
+             {{24, 0, 0, 12, 32, DummyInit, DummyS, DummyD, DummyI}, StatusBadWordBytes},
+             {{24, -2, 0, 4, 0, DummyInit, DummyS, DummyD, DummyI}, StatusBadSeedWords},
+             {{24, 1, 0, 4, -1, DummyInit, nullptr, DummyD, DummyI}, StatusBadBits},
+             {{24, 1, 0, 4, 32, nullptr, DummyS, DummyD, DummyI}, StatusNullBrngFunction}};
+  for (const auto& b : bad) EXPECT_EQ(__vrsRegisterBrng(&b.record), b.status);
   EXPECT_EQ(__vrsGetNumRegBrngs(), 16);
 
   EXPECT_EQ(__vrsRegisterBrng(&good), 0x1100000);
@@ -202,9 +208,9 @@ TEST(Streams, HeaderAndCopies) {
   }
 }
 
-// Call sequences a caller should not make get a status and change nothing: the seed words of
-// one generator are not laid over another's state, and a stream that is not there is not freed.
-TEST(Streams, OverlongAndMissingStreamsAreRefused) {
+// The seed words of one generator are not laid over a smaller state of another: a status, and
+// nothing changed.
+TEST(Streams, OverlongStateCopiesAreRefused) {
   struct Pair {
     int32_t destination, source;
     int32_t status;
@@ -212,36 +218,24 @@ TEST(Streams, OverlongAndMissingStreamsAreRefused) {
   const Pair pairs[] = {
       {OXL_BRNG_MCG31, OXL_BRNG_MT19937, StatusInvalidBrng},  // 2500 seed bytes into 8
       {OXL_BRNG_MCG59, OXL_BRNG_MRG32K3A, StatusInvalidBrng},
-      {OXL_BRNG_MT19937, OXL_BRNG_MCG31, 0},  // the copy does not compare generators
+      {OXL_BRNG_MT19937, OXL_BRNG_MCG31, 0},             // the copy does not compare generators
       {OXL_BRNG_MT2203 + 5, OXL_BRNG_MT2203 + 4000, 0},  // members of one family
       {0, OXL_BRNG_MCG31, 0},                            // MCG31 in the older numbering
   };
   for (const Pair& p : pairs) {
-    const uint32_t seed = 7;
-    StreamRecord* to = nullptr;
-    StreamRecord* from = nullptr;
-    ASSERT_EQ(__vrsNewStreamEx(&to, p.destination, 1, &seed), 0);
-    ASSERT_EQ(__vrsNewStreamEx(&from, p.source, 1, &seed), 0);
+    test::StreamGuard destination(p.destination, {7}), source(p.source, {7});
+    StreamRecord* to = destination.s;
     ASSERT_EQ(__vrsAddChunk(to, 5, nullptr, Block(16, 0x11), 16), 0);
     BrngRecord row{};
     ASSERT_EQ(__vrsGetBrngProperties(p.destination, &row), 0);
     const std::vector<unsigned char> before(reinterpret_cast<unsigned char*>(to),
                                             reinterpret_cast<unsigned char*>(to) + row.StateSize);
-    EXPECT_EQ(__vrsCopyStreamState(to, from), p.status) << std::hex << p.destination;
+    EXPECT_EQ(__vrsCopyStreamState(to, source.s), p.status) << std::hex << p.destination;
     if (p.status != 0) {
       EXPECT_EQ(std::memcmp(before.data(), to, before.size()), 0) << std::hex << p.destination;
       EXPECT_EQ(static_cast<unsigned char*>(__vrsSearchChunk(to, 5))[0], 0x11);
     }
-    __vrsDeleteStream(&to);
-    __vrsDeleteStream(&from);
   }
-  StreamRecord* s = NewMcg31(1);
-  EXPECT_EQ(__vrsCopyStreamState(s, nullptr), StatusBadArgs);
-  EXPECT_EQ(__vrsCopyStreamState(nullptr, s), StatusBadArgs);
-  // Deleting twice: the second call finds the pointer cleared.
-  EXPECT_EQ(__vrsDeleteStream(&s), 0);
-  EXPECT_EQ(__vrsDeleteStream(&s), StatusBadArgs);
-  EXPECT_EQ(__vrsDeleteStream(nullptr), StatusBadArgs);
 }
 
 TEST(Chunks, ListOrderSearchAndDeleteById) {
@@ -269,26 +263,22 @@ TEST(Chunks, ListOrderSearchAndDeleteById) {
   ASSERT_EQ(__vrsGetNumChunks(s), 1);
   EXPECT_EQ(s->Chunks->Id, 1u);
 
-  StreamRecord* ptrs[] = {s, copy, lone};
-  for (StreamRecord*& p : ptrs) __vrsDeleteStream(&p);
-}
-
-TEST(Chunks, DeleteByIdKeepsOnlyTheLastRetainedNode) {
-  StreamRecord* s = NewMcg31(1);
-  ASSERT_EQ(__vrsAddChunk(s, 6, nullptr, Block(8, 6), 8), 0);
-  ASSERT_EQ(__vrsAddChunk(s, 4, nullptr, Block(8, 4), 8), 0);
-  ASSERT_EQ(__vrsAddChunk(s, 3, nullptr, Block(8, 3), 8), 0);  // list: 3, 4, 6
-  ChunkNode* first = s->Chunks;
-  __vrsDeleteChunksById(s, 6);
-  ASSERT_EQ(__vrsGetNumChunks(s), 1);
-  EXPECT_EQ(s->Chunks->Id, 4u);
-  // Node 3 left the list unfreed; it is the caller's to release here.
+  // Deleting the last id of a list keeps only the node before it: node 3 leaves the list
+  // unfreed, and is the caller's to release here.
+  ASSERT_EQ(__vrsAddChunk(lone, 6, nullptr, Block(8, 6), 8), 0);
+  ASSERT_EQ(__vrsAddChunk(lone, 4, nullptr, Block(8, 4), 8), 0);
+  ASSERT_EQ(__vrsAddChunk(lone, 3, nullptr, Block(8, 3), 8), 0);  // list: 3, 4, 6
+  ChunkNode* first = lone->Chunks;
+  __vrsDeleteChunksById(lone, 6);
+  ASSERT_EQ(__vrsGetNumChunks(lone), 1);
+  EXPECT_EQ(lone->Chunks->Id, 4u);
   ASSERT_EQ(first->Id, 3u);
   first->Next = nullptr;
   StreamRecord holder{};
   holder.Chunks = first;
   __vrsDeleteChunks(&holder);
-  __vrsDeleteStream(&s);
+  StreamRecord* ptrs[] = {s, copy, lone};
+  for (StreamRecord*& p : ptrs) __vrsDeleteStream(&p);
 }
 
 // The table is process-wide: every test leaves it as it found it.
@@ -337,10 +327,6 @@ TEST_F(ROTable, SharingReferenceCountsAndCompaction) {
   ASSERT_EQ(__vrsFindGlobRODataTableEntry(&e, k1), 0);
   EXPECT_EQ(e->RefCount, 1);
   __vrsDeleteStream(&b);
-
-  EXPECT_EQ(__vrsFindGlobRODataTableEntry(&e, nullptr), StatusRONotFound);
-  const uint64_t zero[2] = {0, 0};
-  EXPECT_EQ(__vrsFindGlobRODataTableEntry(&e, zero), StatusRONotFound);
 }
 
 TEST_F(ROTable, FullTableLeavesChunksPrivate) {
