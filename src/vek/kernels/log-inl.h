@@ -221,13 +221,13 @@ struct RcpTables {
 // arithmetic on denormals is slow; below 2^-40 (2^-100) the tail is far below the last place of
 // r, and is taken at 0. Elsewhere |r| is 0 or above 2^-48 (2^-104), being a difference of
 // products of floats (doubles) on the grid of m c.
-template <class T, LogFunction kFunc, LogLevel kLevel, class D>
+template <class T, LogFunction kFunc, LogLevel kLevel, class P = Tail<T, kLevel>, class D>
 HWY_INLINE hn::VFromD<D> TailOf(D d, hn::VFromD<D> r) {
   if constexpr (kFunc == LogFunction::kLog1p) {
     const T tiny = sizeof(T) == 4 ? T(0x1p-40) : T(0x1p-100);
     r = hn::IfThenZeroElse(hn::Lt(hn::Abs(r), hn::Set(d, tiny)), r);
   }
-  return Tail<T, kLevel>::Of(d, r, hn::Mul(r, r));
+  return P::Of(d, r, hn::Mul(r, r));
 }
 
 // The HA kernels' terms of ln v, v = 2^split.e split.m, to twice the precision:
@@ -268,7 +268,7 @@ HWY_INLINE PairTerms<D> ReducePair(D d, const RcpTables<T, kLevel>& tables, cons
 // 1 + x, zero otherwise) that enters as lo / v. The fast two-sums below need the larger term
 // first; where r_rough is 0 or far from the low parts that holds, and elsewhere the entry
 // T is at least 2^-5 and a rounding of the pair is far below the result's last place.
-template <class T, LogFunction kFunc, LogLevel kLevel, class D>
+template <class T, LogFunction kFunc, LogLevel kLevel, class P = Tail<T, kLevel>, class D>
 HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const Split<D>& split,
                                   hn::VFromD<D> lo) {
   using C = Consts<T>;
@@ -296,7 +296,7 @@ HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const
     const auto r = red.r;
     const auto s = red.s;
     const auto low = hn::Add(red.table_lo, hn::Add(red.t, red.r_lo));
-    const auto lo_sum = hn::Add(low, TailOf<T, kFunc, kLevel>(d, r));
+    const auto lo_sum = hn::Add(low, TailOf<T, kFunc, kLevel, P>(d, r));
     if constexpr (kFunc != LogFunction::kLog10) {
       return hn::Add(s, lo_sum);
     } else {
@@ -310,7 +310,7 @@ HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const
     const auto t_hi = tables.High(d, split.index);
     auto r = Fma(d, split.m, c, hn::Neg(one));
     if constexpr (kFunc == LogFunction::kLog1p) r = hn::Add(r, lo_over_v);
-    auto p = TailOf<T, kFunc, kLevel>(d, r);
+    auto p = TailOf<T, kFunc, kLevel, P>(d, r);
     hn::VFromD<D> q;
     if constexpr (kLevel == LogLevel::kLA) {
       // Two-part e ln 2 and table as at HA, without the two-sum.

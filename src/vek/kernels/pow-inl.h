@@ -20,6 +20,7 @@
 #endif
 
 #include <limits>
+#include <type_traits>
 
 #include "vek/frame/kernel-inl.h"
 #include "simd/fma-inl.h"
@@ -40,14 +41,21 @@ struct Pair {
   hn::VFromD<D> hi, lo;
 };
 
+// The HA logarithm's tables, and -ln c beyond Hi + Lo: with Lo alone the table's rounding,
+// 2^-67, is 2^-62 of a logarithm near 0.03 (a next to 1 + 2^-5 or to 1 - 2^-5), which a
+// result near overflow multiplies into several ulps.
+struct LnTablesD : log_detail::RcpTables<double, LogLevel::kHA> {
+  FloatTable<D> lo_lo = LoadFloatTable(D(), vek::log_tables::kLnDLoLo);
+};
+
 // ln a for positive normal a, as hi + lo to about 2^-65 relative. The HA logarithm's terms, with
 // -r^2 / 2 split off exactly (r / 2 is exact, r (-r / 2) a product kept as a pair) and
 //   (ln(1 + r) - r + r^2 / 2) / r^3
 // by a degree-8 polynomial, fitted by Chebyshev interpolation on |r| <= 0.0315 (every
 // interval's r lies inside): its error, 2.9e-17, is below 2^-65 of ln(1 + r) there. The r_lo
-// term counts with the slope 1 - r of ln(1 + r).
-template <class D, class Tables>
-HWY_INLINE Pair<D> LnPair(D d, const Tables& tables, const log_detail::Split<D>& split) {
+// term counts with the slope 1 - r + r^2 of ln(1 + r).
+template <class D>
+HWY_INLINE Pair<D> LnPair(D d, const LnTablesD& tables, const log_detail::Split<D>& split) {
   const auto c = Lookup(d, tables.reciprocal, split.index);
   const auto red = log_detail::ReducePair<false>(d, tables, split, c, hn::Zero(d));
   const auto r = red.r;
@@ -62,7 +70,8 @@ HWY_INLINE Pair<D> LnPair(D d, const Tables& tables, const log_detail::Split<D>&
                         -0.16666666670489866, 0.14285714289243465, -0.12499986131371875,
                         0.11111098309061827, -0.1001862844850171, 0.09108104825740974);
   auto lo = hn::Add(hn::Add(red.table_lo, red.t), hn::Add(hi_err, sq_lo));
-  lo = hn::Add(lo, Fnma(d, r, red.r_lo, red.r_lo));
+  lo = hn::Add(lo, Lookup(d, tables.lo_lo, split.index));
+  lo = hn::Add(lo, Fma(d, red.r_lo, hn::Sub(r2, r), red.r_lo));
   lo = Fma(d, hn::Mul(r2, r), q, lo);
   // Renormalised, so that b lo stays below an ulp of b hi and the exponential's reduced argument
   // within its polynomial's interval.
@@ -98,23 +107,35 @@ HWY_INLINE hn::VFromD<D> PowDouble(D d, const LnTables& ln, const ExpTables& exp
 // margin for the rounding of w.
 inline constexpr double kFloatBound = 87.0;
 
-// a^b for floats, in double: one-part ln a from the logarithm kernels (its rounding, 2^-52
-// relative at HA, is far below a float's ulp even multiplied by |w| < 87), w rounded once, e^w
-// without T_lo, and the result rounded once to float. Lanes off the fast path come out as NaN,
-// which no fast lane gives.
-template <class D, class LnTables, class ExpTables>
+// ln(1 + r) - r for float HA: Taylor's terms to r^7. The first left out, r^8 / 8, is below
+// 2^-37.9 of ln(1 + r) on |r| <= 0.0315; multiplied by |w| < 87, 2^-31.5 of the result.
+struct FloatTail {
+  template <class D, class V>
+  static HWY_INLINE V Of(D d, V r, V r2) {
+    return hn::Mul(r2, Horner(d, r, -0.5, 1.0 / 3, -0.25, 0.2, -1.0 / 6, 1.0 / 7));
+  }
+};
+
+// a^b for floats, in double: one-part ln a from the logarithm kernels (EP with their short
+// polynomial), w rounded once, e^w by the exponential's table without T_lo and Taylor's terms
+// of e^r to r^4 (HA: r^5 / 120 is below 2^-29.5 on |r| <= ln 2 / 16) or r^3 (EP: 2^-22.7), and
+// the result rounded once to float. Lanes off the fast path come out as NaN, which no fast lane
+// gives.
+template <PowLevel kLevel, class D, class LnTables, class ExpTables>
 HWY_INLINE hn::VFromD<D> PowFloatInDouble(D dd, const LnTables& ln, const ExpTables& exp,
                                           hn::VFromD<D> a, hn::VFromD<D> b) {
-  constexpr LogLevel kLnLevel =
-      std::is_same_v<LnTables, log_detail::RcpTables<double, LogLevel::kEP>> ? LogLevel::kEP
-                                                                             : LogLevel::kLA;
-  const auto lg = log_detail::Evaluate<double, LogFunction::kLn, kLnLevel>(
-      dd, ln, log_detail::SplitOf(dd, a), hn::Zero(dd));
+  constexpr bool kHA = kLevel == PowLevel::kHA;
+  using Tail = std::conditional_t<kHA, FloatTail, log_detail::Tail<double, LogLevel::kEP>>;
+  const auto lg = log_detail::Evaluate < double, LogFunction::kLn,
+             kHA ? LogLevel::kLA : LogLevel::kEP,
+             Tail > (dd, ln, log_detail::SplitOf(dd, a), hn::Zero(dd));
   const auto w = hn::Mul(b, lg);
   const auto fast = hn::And(PositiveNormal(dd, a), hn::Lt(hn::Abs(w), hn::Set(dd, kFloatBound)));
-  const auto red = exp_detail::Reduce<8, true>(dd, hn::IfThenElseZero(fast, w));
+  const auto red = exp_detail::Reduce<8, kHA>(dd, hn::IfThenElseZero(fast, w));
   const auto s = exp_detail::ScaledHi<8>(dd, exp.hi, red.z);
-  const auto result = exp_detail::OfReducedD(dd, exp, red.r, s, red.z);
+  const auto q =
+      kHA ? Horner(dd, red.r, 1.0, 0.5, 1.0 / 6, 1.0 / 24) : Horner(dd, red.r, 1.0, 0.5, 1.0 / 6);
+  const auto result = Fma(dd, hn::Mul(red.r, q), s, s);
   return hn::IfThenElse(fast, result, hn::Set(dd, std::numeric_limits<double>::quiet_NaN()));
 }
 
@@ -140,7 +161,7 @@ HWY_INLINE hn::VFromD<D> InDouble(D d, hn::VFromD<D> a, hn::VFromD<D> b, F f) {
 // The tables of each type and level, members of the bodies (loaded once per call of a kernel).
 template <class T, PowLevel kLevel>
 struct TablesOf {
-  using Ln = log_detail::RcpTables<double, LogLevel::kHA>;
+  using Ln = LnTablesD;
   using Exp = exp_detail::Tables<double, 8, true>;
 };
 template <PowLevel kLevel>
@@ -149,14 +170,15 @@ struct TablesOf<float, kLevel> {
   using Exp = exp_detail::Tables<double, 8, false>;
 };
 
-template <class T, class D, class Ln, class Exp>
+template <class T, PowLevel kLevel, class D, class Ln, class Exp>
 HWY_INLINE hn::VFromD<D> Pow(D d, const Ln& ln, const Exp& exp, hn::VFromD<D> a, hn::VFromD<D> b,
                              hn::Mask<D>& rare) {
   if constexpr (sizeof(T) == 8) {
     return PowDouble(d, ln, exp, a, b, rare);
   } else {
-    const auto r = InDouble(
-        d, a, b, [&](auto dd, auto wa, auto wb) { return PowFloatInDouble(dd, ln, exp, wa, wb); });
+    const auto r = InDouble(d, a, b, [&](auto dd, auto wa, auto wb) {
+      return PowFloatInDouble<kLevel>(dd, ln, exp, wa, wb);
+    });
     rare = hn::IsNaN(r);
     return r;
   }
@@ -175,7 +197,7 @@ struct PowBody : BinaryRealBody<T> {
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
-    out[0] = pow_detail::Pow<T>(d, ln, exp, in[0], in[1], rare[0]);
+    out[0] = pow_detail::Pow<T, kLevel>(d, ln, exp, in[0], in[1], rare[0]);
   }
 
   static int32_t Rare(const T* a, const T* b, T* r) { return vek::PowRare(a, b, r); }
@@ -193,7 +215,7 @@ struct PowxBody : UnaryRealBody<T> {
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
-    out[0] = pow_detail::Pow<T>(d, ln, exp, in[0], hn::Set(d, b), rare[0]);
+    out[0] = pow_detail::Pow<T, kLevel>(d, ln, exp, in[0], hn::Set(d, b), rare[0]);
   }
 
   int32_t Rare(const T* a, T* r) const { return vek::PowxRare(a, &b, r); }
