@@ -116,19 +116,19 @@ struct FloatTail {
   }
 };
 
-// a^b for floats, in double: one-part ln a from the logarithm kernels (EP with their short
-// polynomial), w rounded once, e^w by the exponential's table without T_lo and Taylor's terms
-// of e^r to r^4 (HA: r^5 / 120 is below 2^-29.5 on |r| <= ln 2 / 16) or r^3 (EP: 2^-22.7), and
-// the result rounded once to float. Lanes off the fast path come out as NaN, which no fast lane
-// gives.
+// a^b for floats, in double: one-part ln a from the logarithm kernels (-ln c to 40 bits, 2^-41:
+// below 2^-36 of any logarithm whose table entry is not 0, so 2^-29.5 of the result at
+// |w| < 87; EP with their short polynomial), w rounded once, e^w by the exponential's table without
+// T_lo and Taylor's terms of e^r to r^4 (HA: r^5 / 120 is below 2^-29.5 on |r| <= ln 2 / 16) or r^3
+// (EP: 2^-22.7), and the result rounded once to float. Lanes off the fast path come out as NaN,
+// which no fast lane gives.
 template <PowLevel kLevel, class D, class LnTables, class ExpTables>
 HWY_INLINE hn::VFromD<D> PowFloatInDouble(D dd, const LnTables& ln, const ExpTables& exp,
                                           hn::VFromD<D> a, hn::VFromD<D> b) {
   constexpr bool kHA = kLevel == PowLevel::kHA;
   using Tail = std::conditional_t<kHA, FloatTail, log_detail::Tail<double, LogLevel::kEP>>;
-  const auto lg = log_detail::Evaluate < double, LogFunction::kLn,
-             kHA ? LogLevel::kLA : LogLevel::kEP,
-             Tail > (dd, ln, log_detail::SplitOf(dd, a), hn::Zero(dd));
+  const auto lg = log_detail::Evaluate<double, LogFunction::kLn, LogLevel::kEP, Tail>(
+      dd, ln, log_detail::SplitOf(dd, a), hn::Zero(dd));
   const auto w = hn::Mul(b, lg);
   const auto fast = hn::And(PositiveNormal(dd, a), hn::Lt(hn::Abs(w), hn::Set(dd, kFloatBound)));
   const auto red = exp_detail::Reduce<8, kHA>(dd, hn::IfThenElseZero(fast, w));
@@ -166,7 +166,7 @@ struct TablesOf {
 };
 template <PowLevel kLevel>
 struct TablesOf<float, kLevel> {
-  using Ln = log_detail::RcpTables<double, kLevel == PowLevel::kHA ? LogLevel::kLA : LogLevel::kEP>;
+  using Ln = log_detail::RcpTables<double, LogLevel::kEP>;
   using Exp = exp_detail::Tables<double, 8, false>;
 };
 
