@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Moments and covariance of 10 dimensions by 10^6 observations: oxl_bench_stats beside numpy.
+"""Moments, covariance and quantiles of 10 dimensions by 10^6 observations: oxl_bench_stats beside numpy.
 
     /usr/bin/python3 bench/stats_vs_numpy.py build-stats/bench/stats/oxl_bench_stats
 
@@ -21,6 +21,7 @@ def numpy_times(repeat=7):
     rng = np.random.default_rng(1)
     rows = 10.0 + rng.standard_normal((10, 1_000_000))
     cols = np.ascontiguousarray(rows.T)
+    orders = [0.05, 0.25, 0.5, 0.75, 0.95]
 
     def best(fn):
         return sorted(timeit.repeat(fn, number=1, repeat=repeat))[repeat // 2] * 1e3
@@ -30,6 +31,8 @@ def numpy_times(repeat=7):
         ("var", 1): best(lambda: (cols.mean(axis=0), cols.var(axis=0, ddof=1))),
         ("cov", 0): best(lambda: np.cov(rows)),
         ("cov", 1): best(lambda: np.cov(cols, rowvar=False)),
+        ("quantile", 0): best(lambda: np.quantile(rows, orders, axis=1)),
+        ("quantile", 1): best(lambda: np.quantile(cols, orders, axis=0)),
     }
 
 
@@ -46,7 +49,8 @@ def main():
     oxl = oxl_times(binary)
     peer = numpy_times()
     peer_of = {"MeanVarOnePass": "var", "MeanVarFast": "var", "AllMomentsOnePass": "var",
-               "CovFast": "cov", "CovOnePass": "cov"}
+               "CovFast": "cov", "CovOnePass": "cov", "Quantiles": "quantile",
+               "StreamQuantiles": "quantile"}
     print(f"{'oxl entry':<20}{'storage':<9}{'threads':>8}{'oxl ms':>10}{'numpy ms':>10}"
           f"{'numpy/oxl':>11}{'2T/1T':>8}")
     for (name, cols, threads), ms in sorted(oxl.items()):
@@ -55,7 +59,9 @@ def main():
         speedup = oxl[(name, cols, 1)] / ms if threads > 1 else 1.0
         print(f"{name:<20}{'cols' if cols else 'rows':<9}{threads:>8}{ms:>10.2f}{np_ms:>10.2f}"
               f"{np_ms / ms:>11.2f}{speedup:>8.2f}")
-    print("numpy peers: var = mean and var(ddof=1) along the observations; cov = numpy.cov")
+    print("numpy peers: var = mean and var(ddof=1) along the observations; cov = numpy.cov;"
+          " quantile = numpy.quantile of the five orders (linear); StreamQuantiles is epsilon 0.01"
+          " over 100 blocks")
 
 
 if __name__ == "__main__":

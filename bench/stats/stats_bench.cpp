@@ -1,5 +1,5 @@
-// Moments and covariance of 10 dimensions by 10^6 observations, the shape of the comparison
-// with numpy (bench/stats_vs_numpy.py runs both sides and prints the ratios). Arguments:
+// Moments, covariance and quantiles of 10 dimensions by 10^6 observations, the shape of the
+// comparison with numpy (bench/stats_vs_numpy.py runs both sides and prints the ratios). Arguments:
 // storage (0 rows, 1 columns), threads of the OpenMP services. The results are the same bits on
 // one thread and on two.
 #include <benchmark/benchmark.h>
@@ -60,6 +60,66 @@ void AllMomentsOnePass(benchmark::State& s) {
   Run(s, EST_MEAN | EST_CENTRAL2 | EST_CENTRAL3 | EST_CENTRAL4 | EST_RAW2, METHOD_ONE_PASS);
 }
 
+// Five quantiles of each dimension: exactly (order statistics by selection), and approximately
+// (epsilon 0.01) from the same observations handed to the streaming entry in 100 blocks.
+const std::vector<double> kOrders = {0.05, 0.25, 0.5, 0.75, 0.95};
+
+void Quantiles(benchmark::State& state) {
+  int64_t p = kP, n = kN, count = 5;
+  int64_t storage = state.range(0) == 0 ? STORAGE_ROWS : STORAGE_COLS;
+  std::vector<double> orders = kOrders, quantiles(kP * 5);
+  SSTask* task = nullptr;
+  __vrsdSSNewTask(&task, &p, &n, &storage, Data().data(), nullptr, nullptr, 1);
+  __vrsdSSEditQuantiles(task, &count, orders.data(), quantiles.data(), nullptr, nullptr);
+  oxl_services_set_num_threads(int32_t(state.range(1)));
+  for (auto _ : state) {
+    if (_vrsdSSQuantiles(task, EST_QUANTILES, METHOD_SUMS, oxl_services_omp_ss()) != 0) {
+      state.SkipWithError("status");
+      break;
+    }
+    benchmark::DoNotOptimize(quantiles.data());
+  }
+  oxl_services_set_num_threads(0);
+  state.SetItemsProcessed(state.iterations() * kP * kN);
+  __vrsSSDeleteTask(&task);
+}
+
+void StreamQuantiles(benchmark::State& state) {
+  constexpr int64_t kBlocks = 100;
+  int64_t p = kP, n = kN / kBlocks, count = 5, one = 1;
+  const bool rows = state.range(0) == 0;
+  int64_t storage = rows ? STORAGE_ROWS : STORAGE_COLS;
+  std::vector<double> orders = kOrders, quantiles(kP * 5), epsilon = {0.01};
+  // Each block in the storage's layout: a dimension's run of n, or n observations of p.
+  std::vector<std::vector<double>> blocks(kBlocks, std::vector<double>(kP * n));
+  for (int64_t k = 0; k < kBlocks; ++k) {
+    for (int64_t d = 0; d < kP; ++d) {
+      for (int64_t j = 0; j < n; ++j) {
+        blocks[k][rows ? d * n + j : j * kP + d] = Data()[d * kN + k * n + j];
+      }
+    }
+  }
+  oxl_services_set_num_threads(int32_t(state.range(1)));
+  for (auto _ : state) {
+    SSTask* task = nullptr;
+    __vrsdSSNewTask(&task, &p, &n, &storage, blocks[0].data(), nullptr, nullptr, 1);
+    __vrsdSSEditStreamQuantiles(task, &count, orders.data(), quantiles.data(), &one,
+                                epsilon.data());
+    for (int64_t k = 0; k < kBlocks; ++k) {
+      __vrsdSSEditTask(task, SS_ED_OBSERV, blocks[k].data());
+      const uint64_t method = k + 1 < kBlocks ? METHOD_STREAM_B : METHOD_STREAM_A;
+      if (_vrsdSSStreamQuantiles(task, 0, method, oxl_services_omp_ss()) != 0) {
+        state.SkipWithError("status");
+        break;
+      }
+    }
+    benchmark::DoNotOptimize(quantiles.data());
+    __vrsSSDeleteTask(&task);
+  }
+  oxl_services_set_num_threads(0);
+  state.SetItemsProcessed(state.iterations() * kP * kN);
+}
+
 void Args(benchmark::internal::Benchmark* b) {
   for (int storage : {0, 1}) {
     for (int threads : {1, 2}) b->Args({storage, threads});
@@ -72,6 +132,8 @@ BENCHMARK(MeanVarFast)->Apply(Args);
 BENCHMARK(CovFast)->Apply(Args);
 BENCHMARK(CovOnePass)->Apply(Args);
 BENCHMARK(AllMomentsOnePass)->Apply(Args);
+BENCHMARK(Quantiles)->Apply(Args);
+BENCHMARK(StreamQuantiles)->Apply(Args);
 
 }  // namespace
 

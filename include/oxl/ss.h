@@ -107,6 +107,13 @@ typedef struct SSTask SSTask;
 #define OXL_SS_ERROR_NULL_TASK (-4031)
 #define OXL_SS_ERROR_X (-4032)
 #define OXL_SS_ERROR_STORAGE_POINTER (-4044)
+#define OXL_SS_ERROR_STREAM_PARAM_COUNT_POINTER (-4064)
+#define OXL_SS_ERROR_STREAM_PARAMS (-4065)
+#define OXL_SS_ERROR_STREAM_PARAM_COUNT (-4066) /* a count other than 1 */
+#define OXL_SS_ERROR_STREAM_EPSILON (-4067)     /* epsilon not in (0, 1] */
+#define OXL_SS_ERROR_STREAM_ORDERS (-4068)
+#define OXL_SS_ERROR_STREAM_ORDER_COUNT (-4069) /* also an order outside [0, 1] */
+#define OXL_SS_ERROR_STREAM_QUANTILES (-4070)
 #define OXL_SS_ERROR_SUM (-4074)
 #define OXL_SS_ERROR_RAW_SUM2 (-4075)
 #define OXL_SS_ERROR_RAW_SUM3 (-4076)
@@ -252,6 +259,19 @@ OXL_API int _vrsdSSQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
                              const SSThreadServices* services);
 OXL_API int _vrssSSQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
                              const SSThreadServices* services);
+
+/* Epsilon-approximate quantiles of observations that arrive over several calls: each call may
+ * add the task's n observations (METHOD_STREAM_A or METHOD_STREAM_B) and, with METHOD_STREAM_A,
+ * answer every order of streamOrders into streamQuantiles[d * count + k] from all observations
+ * added so far, with a rank within epsilon N of the order's (epsilon = streamParams[0], in
+ * (0, 1]; N the observations seen). The summaries live in the task until it is deleted; the
+ * dimensions included at the first call are the ones summarised. Dimensions are the items of the
+ * services' for-each-item slot; the results are the same bits for every thread count and for
+ * every cut of the stream into calls. estimates is not read. */
+OXL_API int _vrsdSSStreamQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
+                                   const SSThreadServices* services);
+OXL_API int _vrssSSStreamQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
+                                   const SSThreadServices* services);
 
 /* Absolute deviations of each included dimension: EST_MEDIAN_ABS_DEV, the median of |x - median|
  * (unweighted; method METHOD_SUMS), and EST_MEAN_ABS_DEV, the weighted mean of |x - mean| about

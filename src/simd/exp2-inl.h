@@ -13,6 +13,7 @@
 #include "simd/approx_constants.h"
 #include "simd/bits-inl.h"
 #include "simd/fma-inl.h"
+#include "simd/poly-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl {
@@ -47,10 +48,7 @@ HWY_API hn::VFromD<D> Exp2Fast(D d, hn::VFromD<D> x) {
   const auto shifter = hn::Set(d, 0x1.8p23f);
   const auto z = hn::Add(x, shifter);
   const auto f = hn::Sub(x, hn::Sub(z, shifter));
-  auto p = Fma(d, f, hn::Set(d, ap::kExp2C4), hn::Set(d, ap::kExp2C3));
-  p = Fma(d, p, f, hn::Set(d, ap::kExp2C2));
-  p = Fma(d, p, f, hn::Set(d, ap::kExp2C1));
-  p = Fma(d, p, f, hn::Set(d, 1.0f));
+  const auto p = Horner(d, f, 1.0f, ap::kExp2C1, ap::kExp2C2, ap::kExp2C3, ap::kExp2C4);
   const auto scaled =
       hn::Add(simd_detail::ToBitsV(d, p), hn::ShiftLeft<23>(simd_detail::ToBitsV(d, z)));
   auto r = simd_detail::FromBitsV(d, scaled);

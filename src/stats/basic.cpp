@@ -139,12 +139,12 @@ inline int64_t OnePassBlock(int64_t p) {
 constexpr int64_t kMaxShares = 64;
 constexpr int64_t kShareBytes = int64_t{256} << 20;
 
-int64_t ShareCount(int64_t n, int64_t p, bool matrix, int64_t stateDoubles) {
+int64_t ShareCount(int64_t n, int64_t p, bool matrix, int64_t state_doubles) {
   const unsigned __int128 work =
       (unsigned __int128)n * (unsigned __int128)p * (unsigned __int128)(matrix ? p : 1);
   int64_t shares = int64_t(std::min<unsigned __int128>(work >> 13, kMaxShares));
   shares = std::min<int64_t>(shares, n >> 4);
-  shares = std::min<int64_t>(shares, kShareBytes / int64_t(sizeof(double)) / stateDoubles);
+  shares = std::min<int64_t>(shares, kShareBytes / int64_t(sizeof(double)) / state_doubles);
   return std::max<int64_t>(shares, 1);
 }
 
@@ -216,33 +216,33 @@ void WriteMatrices(const Call<T>& c, const double* S) {
     m.data[MatrixPos(m.form, p, r, k)] = T(v);
     if (m.form == MATRIX_FULL) m.data[k * p + r] = T(v);
   };
-  const bool wantCor = c.demand & (1u << kIdxCor), wantCov = c.demand & (1u << kIdxCov),
-             wantCp = c.demand & (1u << kIdxCrossProduct);
+  const bool want_cor = c.demand & (1u << kIdxCor), want_cov = c.demand & (1u << kIdxCov),
+             want_cp = c.demand & (1u << kIdxCrossProduct);
   for (int64_t r = 0; r < p; ++r) {
     if (!Included(task, r)) continue;
     for (int64_t k = 0; k <= r; ++k) {
       if (!Included(task, k)) continue;
       const double s = S[r * p + k];
-      if (wantCor) {
+      if (want_cor) {
         put(c.cor, r, k, k == r || c.Empty() ? f * s : s / std::sqrt(S[r * p + r] * S[k * p + k]));
       }
-      if (wantCov) put(c.cov, r, k, f * s);
-      if (wantCp) put(c.cp, r, k, s);
+      if (want_cov) put(c.cov, r, k, f * s);
+      if (want_cp) put(c.cp, r, k, s);
     }
   }
 }
 
 // The finish step for moments and what derives from them. `out` is the set of indices to write;
-// `slots` the working values, `givenMean` the mean of a given-mean call.
+// `slots` the working values, `given_mean` the mean of a given-mean call.
 template <class T>
-void WriteMoments(const Call<T>& c, uint32_t out, double* const* slots, const T* givenMean) {
+void WriteMoments(const Call<T>& c, uint32_t out, double* const* slots, const T* given_mean) {
   const int64_t p = c.p;
   const double W = c.W, W2 = c.W2;
   const bool fast = c.method == Method::kFast;
   auto at = [](const double* a, int64_t i) { return a != nullptr ? a[i] : 0.0; };
   for (int64_t i = 0; i < p; ++i) {
     if (!Included(*c.task, i)) continue;
-    const double m = givenMean != nullptr ? double(givenMean[i]) : at(slots[kMean], i);
+    const double m = given_mean != nullptr ? double(given_mean[i]) : at(slots[kMean], i);
     const double r2 = at(slots[kRaw2], i), r3 = at(slots[kRaw3], i), r4 = at(slots[kRaw4], i);
     double s2, s3, s4;  // central sums
     if (fast) {
@@ -291,23 +291,23 @@ struct ThreadContext {
   Kernel<T> kernel;
   KernelArgs<T> args;
   ShareState* shares;
-  int64_t shareCount;
+  int64_t share_count;
   double* scratch;  // one region per thread
-  int64_t scratchStride;
+  int64_t scratch_stride;
 };
 
-// Thread t of `threadCount` runs the shares [t*shares/threadCount, (t+1)*shares/threadCount), each
-// into its own state with the thread's work space.
+// Thread t of `thread_count` runs the shares [t*shares/thread_count, (t+1)*shares/thread_count),
+// each into its own state with the thread's work space.
 template <class T>
-int32_t BasicThreader(int32_t thread, void* /*reserved*/, int32_t threadCount, void* context) {
+int32_t BasicThreader(int32_t thread, void* /*reserved*/, int32_t thread_count, void* context) {
   auto& ctx = *static_cast<ThreadContext<T>*>(context);
-  const int64_t n = ctx.args.n, shares = ctx.shareCount;
-  const int64_t first = ShareStart(shares, thread, threadCount);
-  const int64_t end = ShareStart(shares, thread + 1, threadCount);
+  const int64_t n = ctx.args.n, shares = ctx.share_count;
+  const int64_t first = ShareStart(shares, thread, thread_count);
+  const int64_t end = ShareStart(shares, thread + 1, thread_count);
   for (int64_t s = first; s < end; ++s) {
     ShareState& st = ctx.shares[s];
-    st.scratch = ctx.scratch + thread * ctx.scratchStride;
-    st.fetchEnd = ShareStart(n, end, shares);
+    st.scratch = ctx.scratch + thread * ctx.scratch_stride;
+    st.fetch_end = ShareStart(n, end, shares);
     ctx.kernel(ctx.args, ShareStart(n, s, shares), ShareStart(n, s + 1, shares), st);
   }
   return 0;
@@ -355,13 +355,13 @@ KernelChoice<T> ChooseKernel(const Call<T>& c, const KernelSet<T>& kernels) {
                       : either(kCen4)                                   ? 2
                       : either(kCen3)                                   ? 1
                                                                         : 0;
-    return {kernels.givenMean[8 * cols + 4 * wt + order], GivenMeanSlots(order)};
+    return {kernels.given_mean[8 * cols + 4 * wt + order], GivenMeanSlots(order)};
   }
   const int order = (either(kRaw3) || either(kRaw4) || either(kCen3) || either(kCen4)) ? 3
                     : either(kRaw2)                                                    ? 2
                     : either(kCen2)                                                    ? 1
                                                                                        : 0;
-  return {kernels.onePass[16 * cols + 8 * wt + 2 * order + (c.matrix ? 1 : 0)],
+  return {kernels.one_pass[16 * cols + 8 * wt + 2 * order + (c.matrix ? 1 : 0)],
           OnePassSlots(order)};
 }
 
@@ -370,7 +370,7 @@ KernelChoice<T> ChooseKernel(const Call<T>& c, const KernelSet<T>& kernels) {
 // Each share's part starts a 128-byte line pair of its own, so that no cache line is written by
 // two threads.
 struct Work {
-  int64_t shares = 0, threads = 0, block = 0, scratchStride = 0;
+  int64_t shares = 0, threads = 0, block = 0, scratch_stride = 0;
   oxl::platform::Scratch<char> memory;
   ShareState* states = nullptr;
   double* scratch = nullptr;
@@ -380,13 +380,13 @@ struct Work {
 template <class T>
 int PlanWork(const Call<T>& c, const SSThreadServices* services, Work& w) {
   const int64_t n = c.n, p = c.p;
-  const bool onePass = c.method == Method::kOnePass;
+  const bool one_pass = c.method == Method::kOnePass;
   auto padded = [](int64_t count) { return (count + 15) & ~int64_t{15}; };
   w.block = OnePassBlock(p);
-  const int64_t slotsStride = padded(kSlotCount * p);
-  const int64_t sStride = c.matrix ? padded(p * p) : 0;
-  w.scratchStride = padded(ScratchDoubles(onePass, c.matrix, p, w.block));
-  w.shares = ShareCount(n, p, c.matrix, slotsStride + sStride);
+  const int64_t slots_stride = padded(kSlotCount * p);
+  const int64_t s_stride = c.matrix ? padded(p * p) : 0;
+  w.scratch_stride = padded(ScratchDoubles(one_pass, c.matrix, p, w.block));
+  w.shares = ShareCount(n, p, c.matrix, slots_stride + s_stride);
   const bool threaded = services != nullptr && services->thread_count != nullptr &&
                         services->run_on_each_thread != nullptr;
   w.threads = std::clamp<int64_t>(threaded ? services->thread_count() : 1, 1, w.shares);
@@ -397,25 +397,25 @@ int PlanWork(const Call<T>& c, const SSThreadServices* services, Work& w) {
   using oxl::platform::CheckedSize;
   const CheckedSize states_count = CheckedSize(w.shares) + 1;
   Layout layout;
-  const std::size_t statesAt = layout.Take(BytesOf<ShareState>(states_count));
-  const std::size_t slotsAt = layout.Take(BytesOf<double>(states_count * slotsStride));
-  const std::size_t sAt = layout.Take(BytesOf<double>(states_count * sStride));
-  const std::size_t scratchAt =
-      layout.Take(BytesOf<double>(CheckedSize(w.threads) * w.scratchStride));
-  const std::size_t centreAt = layout.Take(BytesOf<double>(p));
+  const std::size_t states_at = layout.Take(BytesOf<ShareState>(states_count));
+  const std::size_t slots_at = layout.Take(BytesOf<double>(states_count * slots_stride));
+  const std::size_t s_at = layout.Take(BytesOf<double>(states_count * s_stride));
+  const std::size_t scratch_at =
+      layout.Take(BytesOf<double>(CheckedSize(w.threads) * w.scratch_stride));
+  const std::size_t centre_at = layout.Take(BytesOf<double>(p));
   if (!w.memory.Reset(layout.bytes)) return OXL_SS_ERROR_MEMORY;
   char* bytes = w.memory.get();
   std::memset(bytes, 0, layout.bytes.value());
-  w.states = reinterpret_cast<ShareState*>(bytes + statesAt);
+  w.states = reinterpret_cast<ShareState*>(bytes + states_at);
   for (int64_t t = 0; t <= w.shares; ++t) {
     ShareState& st = w.states[t];
     for (int k = 0; k < kSlotCount; ++k) {
-      st.slot[k] = reinterpret_cast<double*>(bytes + slotsAt) + t * slotsStride + k * p;
+      st.slot[k] = reinterpret_cast<double*>(bytes + slots_at) + t * slots_stride + k * p;
     }
-    st.S = c.matrix ? reinterpret_cast<double*>(bytes + sAt) + t * sStride : nullptr;
+    st.S = c.matrix ? reinterpret_cast<double*>(bytes + s_at) + t * s_stride : nullptr;
   }
-  w.scratch = reinterpret_cast<double*>(bytes + scratchAt);
-  w.centre = reinterpret_cast<double*>(bytes + centreAt);
+  w.scratch = reinterpret_cast<double*>(bytes + scratch_at);
+  w.centre = reinterpret_cast<double*>(bytes + centre_at);
   return 0;
 }
 
@@ -443,17 +443,17 @@ template <class T>
 int RunShares(Call<T>& c, const SSThreadServices* services, const KernelSet<T>& kernels,
               const KernelChoice<T>& choice, const T* given, Work& w) {
   const int64_t p = c.p;
-  const bool onePass = c.method == Method::kOnePass;
-  const bool powerS = c.matrix && !onePass;
+  const bool one_pass = c.method == Method::kOnePass;
+  const bool power_s = c.matrix && !one_pass;
   const SSTask& task = *c.task;
   ThreadContext<T> ctx{choice.kernel,
                        KernelArgs<T>{c.n, p, static_cast<const T*>(task.x),
                                      c.weighted ? static_cast<const T*>(task.weights) : nullptr,
-                                     given, w.block, powerS},
+                                     given, w.block, power_s},
                        w.states + 1,
                        w.shares,
                        w.scratch,
-                       w.scratchStride};
+                       w.scratch_stride};
   if (w.threads > 1) {
     const int32_t status =
         services->run_on_each_thread(int32_t(w.threads), &ctx, &BasicThreader<T>);
@@ -465,8 +465,8 @@ int RunShares(Call<T>& c, const SSThreadServices* services, const KernelSet<T>& 
   for (int64_t s = 1; s <= w.shares; ++s) {
     const ShareState& sh = w.states[s];
     kernels.merge(p, choice.slots, c.method == Method::kGivenMean, main, sh.W, sh.W2, sh.slot,
-                  onePass ? sh.S : nullptr);
-    if (powerS) {
+                  one_pass ? sh.S : nullptr);
+    if (power_s) {
       for (int64_t r = 0; r < p; ++r) {
         for (int64_t k = 0; k <= r; ++k) main.S[r * p + k] += sh.S[r * p + k];
       }
@@ -474,7 +474,7 @@ int RunShares(Call<T>& c, const SSThreadServices* services, const KernelSet<T>& 
   }
   c.W = main.W;
   c.W2 = main.W2;
-  if (powerS) AddOuter(p, -c.W, CentreOf(p, given, main, w.centre), main.S);
+  if (power_s) AddOuter(p, -c.W, CentreOf(p, given, main, w.centre), main.S);
   return 0;
 }
 
@@ -539,14 +539,14 @@ int Convert(Call<T>& c) {
   using oxl::platform::BytesOf;
   using oxl::platform::CheckedSize;
   Layout layout;
-  const std::size_t slotsAt = layout.Take(BytesOf<double>(CheckedSize(p) * kSlotCount));
-  const std::size_t sAt = c.matrix ? layout.Take(BytesOf<double>(CheckedSize(p) * p)) : 0;
+  const std::size_t slots_at = layout.Take(BytesOf<double>(CheckedSize(p) * kSlotCount));
+  const std::size_t s_at = c.matrix ? layout.Take(BytesOf<double>(CheckedSize(p) * p)) : 0;
   const oxl::platform::Scratch<char> work(layout.bytes);
   if (work.get() == nullptr) return OXL_SS_ERROR_MEMORY;
   std::memset(work.get(), 0, layout.bytes.value());
   double* slot[kSlotCount];
   for (int k = 0; k < kSlotCount; ++k) {
-    slot[k] = reinterpret_cast<double*>(work.get() + slotsAt) + k * p;
+    slot[k] = reinterpret_cast<double*>(work.get() + slots_at) + k * p;
   }
   // Every slot that a wanted result needs comes from its sum array, or from its moment array
   // when no sum is stored.
@@ -564,7 +564,7 @@ int Convert(Call<T>& c) {
     }
   }
   if (c.matrix) {
-    double* S = reinterpret_cast<double*>(work.get() + sAt);
+    double* S = reinterpret_cast<double*>(work.get() + s_at);
     if (c.W > 0) {
       for (int64_t r = 0; r < p; ++r) {
         for (int64_t k = 0; k <= r; ++k) S[r * p + k] = c.cp.data[MatrixPos(c.cp.form, p, r, k)];

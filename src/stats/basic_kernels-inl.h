@@ -41,7 +41,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 // sums of higher order use the lower ones before they are replaced, hence the order c4, c3, c2.
 // With a given mean both means are that mean and the deviation d is 0. An empty A takes B as it
 // is: the general update would scale B's means by Wb * (1 / Wb), which need not round to 1.
-inline void MergeState(int64_t p, uint32_t slots, bool givenMean, ShareState& a, double Wb,
+inline void MergeState(int64_t p, uint32_t slots, bool given_mean, ShareState& a, double Wb,
                        double W2b, const double* const* bs, const double* SB) {
   if (Wb == 0.0) return;
   const double Wa = a.W;
@@ -63,11 +63,11 @@ inline void MergeState(int64_t p, uint32_t slots, bool givenMean, ShareState& a,
     const double* ma = a.slot[kMean];
     const double* mb = bs[kMean];
     for (int64_t j = 0; j < p; ++j) {
-      const double dj = givenMean ? 0.0 : mb[j] - ma[j];
+      const double dj = given_mean ? 0.0 : mb[j] - ma[j];
       double* row = a.S + j * p;
       const double* rowb = SB + j * p;
       for (int64_t i = 0; i <= j; ++i) {
-        const double di = givenMean ? 0.0 : mb[i] - ma[i];
+        const double di = given_mean ? 0.0 : mb[i] - ma[i];
         row[i] = row[i] + rowb[i] + wab * di * dj;
       }
     }
@@ -76,7 +76,7 @@ inline void MergeState(int64_t p, uint32_t slots, bool givenMean, ShareState& a,
   const double c4d4 = r2 * r * Wa * Wb * ((Wa - Wb) * Wa + Wb * Wb);
   const double c3d3 = r2 * Wa * Wb * (Wa - Wb);
   for (int64_t i = 0; i < p; ++i) {
-    const double d = givenMean ? 0.0 : bs[kMean][i] - a.slot[kMean][i];
+    const double d = given_mean ? 0.0 : bs[kMean][i] - a.slot[kMean][i];
     const double c2a = (slots & (1u << kCen2)) ? a.slot[kCen2][i] : 0.0;
     const double c2b = (slots & (1u << kCen2)) ? bs[kCen2][i] : 0.0;
     const double c3a = (slots & (1u << kCen3)) ? a.slot[kCen3][i] : 0.0;
@@ -91,7 +91,7 @@ inline void MergeState(int64_t p, uint32_t slots, bool givenMean, ShareState& a,
       a.slot[kCen3][i] = c3a + c3b + c3d3 * d * d * d + 3.0 * r * d * (Wa * c2b - Wb * c2a);
     }
     if (slots & (1u << kCen2)) a.slot[kCen2][i] = c2a + c2b + wab * d * d;
-    if (!givenMean && (slots & (1u << kMean))) a.slot[kMean][i] += (Wb * r) * d;
+    if (!given_mean && (slots & (1u << kMean))) a.slot[kMean][i] += (Wb * r) * d;
     for (int k = kRaw2; k <= kRaw4; ++k) {
       if (slots & (1u << k)) {
         const double ra = a.slot[k][i];
@@ -530,19 +530,19 @@ void PowerSumsOfObservations(const T* x, int64_t p, int64_t first, int64_t end, 
       if constexpr (kC4) s[kCen4] = hn::Add(s[kCen4], hn::Mul(we2, hn::Mul(e, e)));
     }
   };
-  auto loadSums = [&](V* s, int64_t c, int64_t width) {
+  auto load_sums = [&](V* s, int64_t c, int64_t width) {
     for (int k = 0; k < kSlotCount; ++k) {
       if (kSlots & (1u << k)) s[k] = LoadAsDouble(dd, acc + k * p + c, width);
     }
   };
-  auto storeSums = [&](const V* s, int64_t c, int64_t width) {
+  auto store_sums = [&](const V* s, int64_t c, int64_t width) {
     for (int k = 0; k < kSlotCount; ++k) {
       if (kSlots & (1u << k)) {
         oxl::HWY_NAMESPACE::StorePartial(dd, s[k], acc + k * p + c, size_t(width));
       }
     }
   };
-  auto centreOf = [&](int64_t c, int64_t width) {
+  auto centre_of = [&](int64_t c, int64_t width) {
     return kC2 ? LoadAsDouble(dd, given + c, width) : hn::Zero(dd);
   };
   const int64_t registers = (p + kN - 1) / kN;
@@ -553,8 +553,8 @@ void PowerSumsOfObservations(const T* x, int64_t p, int64_t first, int64_t end, 
       auto width = [&](int t) { return t == kT - 1 ? last : kN; };
       V sum[kT][kSlotCount], centre[kT];
       for (int t = 0; t < kT; ++t) {
-        loadSums(sum[t], t * kN, width(t));
-        centre[t] = centreOf(t * kN, width(t));
+        load_sums(sum[t], t * kN, width(t));
+        centre[t] = centre_of(t * kN, width(t));
       }
       for (int64_t j = first; j < end; ++j) {
         const T* xj = x + j * p;
@@ -563,7 +563,7 @@ void PowerSumsOfObservations(const T* x, int64_t p, int64_t first, int64_t end, 
           update(sum[t], LoadAsDouble(dd, xj + t * kN, width(t)), centre[t], wt);
         }
       }
-      for (int t = 0; t < kT; ++t) storeSums(sum[t], t * kN, width(t));
+      for (int t = 0; t < kT; ++t) store_sums(sum[t], t * kN, width(t));
     });
     return;
   }
@@ -573,9 +573,9 @@ void PowerSumsOfObservations(const T* x, int64_t p, int64_t first, int64_t end, 
     for (int64_t c = 0; c < p; c += kN) {
       const int64_t width = std::min(kN, p - c);
       V sum[kSlotCount];
-      loadSums(sum, c, width);
-      update(sum, LoadAsDouble(dd, xj + c, width), centreOf(c, width), wt);
-      storeSums(sum, c, width);
+      load_sums(sum, c, width);
+      update(sum, LoadAsDouble(dd, xj + c, width), centre_of(c, width), wt);
+      store_sums(sum, c, width);
     }
   }
 }
@@ -674,22 +674,22 @@ struct Trickle {
   const char* at = nullptr;
   const char* end = nullptr;
   int64_t bytes = 0, stride = 0, left = 0;  // stretches after the current one
-  int64_t perStep = 0;                      // lines per step
+  int64_t per_step = 0;                     // lines per step
 
   // Bytes [from, to) of each of `count` stretches from `first`, `stride` bytes apart.
-  Trickle(const void* first, int64_t count, int64_t stretchStride, int64_t from, int64_t to)
+  Trickle(const void* first, int64_t count, int64_t stretch_stride, int64_t from, int64_t to)
       : at(static_cast<const char*>(first) + from),
         end(at + std::max<int64_t>(to - from, 0)),
         bytes(std::max<int64_t>(to - from, 0)),
-        stride(stretchStride),
+        stride(stretch_stride),
         left(to > from ? count - 1 : 0) {}
   // Spreads the lines over `steps` steps.
   void Spread(int64_t steps) {
     const int64_t lines = (left + 1) * ((bytes + 63) / 64);
-    perStep = steps > 0 ? (lines + steps - 1) / steps : 0;
+    per_step = steps > 0 ? (lines + steps - 1) / steps : 0;
   }
   HWY_INLINE void Step() {
-    for (int64_t k = 0; k < perStep; ++k) {
+    for (int64_t k = 0; k < per_step; ++k) {
       if (at >= end) {
         if (left == 0) return;
         --left;
@@ -770,10 +770,10 @@ void ProductsOfBlock(const T* base, int64_t stride, int64_t L, const T* w, int64
     }
   };
   for (int64_t r = 0; r < p; r += 2) {
-    const int64_t rows = std::min<int64_t>(2, p - r), cEnd = r + rows;
-    for (int64_t c = 0; c < cEnd; c += 4) {
+    const int64_t rows = std::min<int64_t>(2, p - r), c_end = r + rows;
+    for (int64_t c = 0; c < c_end; c += 4) {
       WithConstant<2>(rows, [&](auto kr) {
-        WithConstant<4>(std::min<int64_t>(4, cEnd - c), [&](auto kc) { tile(kr, kc, r, c); });
+        WithConstant<4>(std::min<int64_t>(4, c_end - c), [&](auto kc) { tile(kr, kc, r, c); });
       });
     }
   }
@@ -795,9 +795,9 @@ void ProductsOfObservations(const T* xb, int64_t p, int64_t L, const T* w, doubl
   // block's observations in 16 / kLive rounds.
   constexpr int kRegs = kN >= 8 ? 16 : 8;
   alignas(64) double part[2][kDotLanes * kN];
-  int64_t rowSteps = 0;  // steps of one observation chunk over all passes, per 16 / kRegs
-  for (int64_t c0 = 0; c0 < p; c0 += kN) rowSteps += p - c0;
-  next.Spread(rowSteps * (kDotLanes / kRegs) * ((L + kDotLanes - 1) / kDotLanes));
+  int64_t row_steps = 0;  // steps of one observation chunk over all passes, per 16 / kRegs
+  for (int64_t c0 = 0; c0 < p; c0 += kN) row_steps += p - c0;
+  next.Spread(row_steps * (kDotLanes / kRegs) * ((L + kDotLanes - 1) / kDotLanes));
   auto pass = [&](auto rows, auto partial, int64_t r, int64_t c0, int64_t count) {
     constexpr int kRows = decltype(rows)::value;
     constexpr int kLive = kRegs / kRows;
@@ -835,9 +835,9 @@ void ProductsOfObservations(const T* xb, int64_t p, int64_t L, const T* w, doubl
       }
     }
     for (int k = 0; k < kRows; ++k) {
-      const int64_t cEnd = std::min(r + k + 1, c0 + count);  // lanes on or below the diagonal
+      const int64_t c_end = std::min(r + k + 1, c0 + count);  // lanes on or below the diagonal
       double* Sr = S + (r + k) * p;
-      for (int64_t c = c0; c < cEnd; ++c) {
+      for (int64_t c = c0; c < c_end; ++c) {
         Sr[c] += SumOfPartials(part[k] + (c - c0), kN);
       }
     }
@@ -858,21 +858,21 @@ void ProductsOfObservations(const T* xb, int64_t p, int64_t L, const T* w, doubl
 }
 
 // The products of observations [first, end), block by block; meanwhile the observations
-// [next, nextEnd) are fetched, an equal part during each block.
+// [next, next_end) are fetched, an equal part during each block.
 template <class T, bool kCols, bool kW>
 void RawProducts(const KernelArgs<T>& args, int64_t first, int64_t end, double* S, double* pack,
-                 int64_t next, int64_t nextEnd) {
+                 int64_t next, int64_t next_end) {
   const int64_t p = args.p, n = args.n, size = int64_t(sizeof(T));
   const int64_t blocks = (end - first + kProductBlock - 1) / kProductBlock;
   // Rows storage: one stretch per dimension; columns: one stretch of whole observations.
   const void* from = kCols ? static_cast<const void*>(args.x + next * p) : args.x + next;
-  const int64_t stretchBytes = (nextEnd - next) * (kCols ? p : 1) * size;
+  const int64_t stretch_bytes = (next_end - next) * (kCols ? p : 1) * size;
   for (int64_t b = 0; b < blocks; ++b) {
     const int64_t j0 = first + b * kProductBlock;
     const int64_t L = std::min(end, j0 + kProductBlock) - j0;
     const T* w = kW ? args.w + j0 : nullptr;
-    Trickle fetch(from, kCols ? 1 : p, n * size, stretchBytes * b / blocks,
-                  stretchBytes * (b + 1) / blocks);
+    Trickle fetch(from, kCols ? 1 : p, n * size, stretch_bytes * b / blocks,
+                  stretch_bytes * (b + 1) / blocks);
     if constexpr (!kCols) {
       ProductsOfBlock<kW>(args.x + j0, n, L, w, p, S, pack, fetch);
     } else {
@@ -898,7 +898,7 @@ void SumsAndProducts(const KernelArgs<T>& args, int64_t first, int64_t end, Shar
     const int64_t j1 = std::min(end, j0 + chunk);
     PowerSums<T, kCols, kW, kSlots>(args, j0, j1, part);
     for (int64_t i = 0; i < kSlotCount * p; ++i) total[i] += part[i];
-    RawProducts<T, kCols, kW>(args, j0, j1, st.S, pack, j1, std::min(st.fetchEnd, j1 + chunk));
+    RawProducts<T, kCols, kW>(args, j0, j1, st.S, pack, j1, std::min(st.fetch_end, j1 + chunk));
   }
 }
 

@@ -40,7 +40,7 @@ struct alignas(128) ShareState {
   // Set by the thread that runs the share: its work space (see ScratchDoubles), and the end of its
   // run of shares, up to which a kernel may fetch observations ahead.
   double* scratch;
-  int64_t fetchEnd;
+  int64_t fetch_end;
   double W, W2;
 };
 
@@ -89,12 +89,13 @@ inline int64_t PackedStride(int64_t L) { return (L + 15) / 16 * 16 + 8; }
 // Work space of one thread's kernel, in doubles. The power-sum and given-mean kernels keep their
 // sums (kSlotCount * p) and, when they add raw products, one chunk's sums and the packed block.
 inline int64_t ProductScratchAt(int64_t p) { return 2 * kSlotCount * p; }
-inline int64_t ScratchDoubles(bool onePass, bool matrix, int64_t p, int64_t block) {
-  if (!onePass) return matrix ? ProductScratchAt(p) + (p + 1) * PackedStride(kProductBlock) : 8 * p;
+inline int64_t ScratchDoubles(bool one_pass, bool matrix, int64_t p, int64_t block) {
+  if (!one_pass)
+    return matrix ? ProductScratchAt(p) + (p + 1) * PackedStride(kProductBlock) : 8 * p;
   return 8 * p + block * p + (matrix ? p * p : 0);
 }
 
-using MergeFn = void (*)(int64_t p, uint32_t slots, bool givenMean, ShareState& a, double Wb,
+using MergeFn = void (*)(int64_t p, uint32_t slots, bool given_mean, ShareState& a, double Wb,
                          double W2b, const double* const* bs, const double* SB);
 
 // The kernels of one SIMD target. One-pass: index 16*(cols) + 8*(weights) + 2*order + (S
@@ -102,9 +103,9 @@ using MergeFn = void (*)(int64_t p, uint32_t slots, bool givenMean, ShareState& 
 // another's.
 template <class T>
 struct KernelSet {
-  std::array<Kernel<T>, 32> onePass;
+  std::array<Kernel<T>, 32> one_pass;
   std::array<Kernel<T>, 16> fast;
-  std::array<Kernel<T>, 16> givenMean;
+  std::array<Kernel<T>, 16> given_mean;
   MergeFn merge;
 };
 

@@ -54,6 +54,9 @@ void __vrsdQSortStep(int64_t n, double* a, int64_t stride);
 void __vrssQSortStep(int64_t n, float* a, int64_t stride);
 double __vrsdQSortSelect(int64_t n, double* a, int64_t k);
 float __vrssQSortSelect(int64_t n, float* a, int64_t k);
+// The quick sort of keys, each move repeated in map.
+void _vdSSQuickMapSort(int64_t n, double* keys, double* map);
+void _vsSSQuickMapSort(int64_t n, float* keys, float* map);
 
 // Scalar logarithm (table-driven), floor and square root.
 double __vrsdLn(double x);

@@ -23,9 +23,47 @@ constexpr int kStackPairs = 128;
 // Elements a[0], a[stride], ...; a stride of std::integral_constant 1 costs nothing.
 template <class T, class Stride>
 struct Strided {
+  using Value = T;
+  using Key = T;
   T* a;
   Stride stride;
   T& operator[](int64_t i) const { return a[i * stride]; }
+};
+
+// Keys with a second array that every move of a key repeats: an element is the pair (key, mapped),
+// ordered by its key. A reference to one is a pair of references, so that the sort's swaps and
+// assignments move both.
+template <class T>
+struct Pair {
+  T key, mapped;
+};
+template <class T>
+struct PairRef {
+  T& key;
+  T& mapped;
+  operator Pair<T>() const { return {key, mapped}; }  // NOLINT(google-explicit-constructor)
+  const PairRef& operator=(const Pair<T>& v) const {
+    key = v.key;
+    mapped = v.mapped;
+    return *this;
+  }
+  const PairRef& operator=(const PairRef& o) const { return *this = Pair<T>(o); }
+  friend void swap(PairRef a, PairRef b) {
+    std::swap(a.key, b.key);
+    std::swap(a.mapped, b.mapped);
+  }
+  friend bool operator<(const PairRef& a, const PairRef& b) { return a.key < b.key; }
+  friend bool operator>(const PairRef& a, const PairRef& b) { return a.key > b.key; }
+  friend bool operator<(const PairRef& a, const Pair<T>& b) { return a.key < b.key; }
+  friend bool operator>(const PairRef& a, const Pair<T>& b) { return a.key > b.key; }
+};
+template <class T>
+struct Mapped {
+  using Value = Pair<T>;
+  using Key = T;
+  T* keys;
+  T* map;
+  PairRef<T> operator[](int64_t i) const { return {keys[i], map[i]}; }
 };
 
 // Orders a[l], a[l + 1], a[r] with the middle element moved to l + 1, partitions [l, r] about the
@@ -38,7 +76,7 @@ int64_t Partition(V a, int64_t l, int64_t r, int64_t& i) {
   if (a[l] > a[r]) swap(a[l], a[r]);
   if (a[l + 1] > a[r]) swap(a[l + 1], a[r]);
   if (a[l] > a[l + 1]) swap(a[l], a[l + 1]);
-  const auto pivot = a[l + 1];
+  const typename V::Value pivot = a[l + 1];
   i = l + 1;
   int64_t j = r;
   for (;;) {
@@ -57,16 +95,17 @@ int64_t Partition(V a, int64_t l, int64_t r, int64_t& i) {
 template <class V>
 void Insertion(V a, int64_t l, int64_t r) {
   for (int64_t j = l + 1; j <= r; ++j) {
-    const auto v = a[j];
+    const typename V::Value v = a[j];
     int64_t i = j - 1;
     for (; i >= l && a[i] > v; --i) a[i + 1] = a[i];
     a[i + 1] = v;
   }
 }
 
-template <class T, class Stride>
-void QuickSort(int64_t n, T* data, Stride stride) {
-  const Strided<T, Stride> a{data, stride};
+// The bounds on the stack are values of the key type.
+template <class V>
+void QuickSort(int64_t n, V a) {
+  using T = typename V::Key;
   T stack[2 * kStackPairs];
   int top = 0;
   int64_t l = 0, r = n - 1;
@@ -113,16 +152,28 @@ using Unit = std::integral_constant<int64_t, 1>;
 }  // namespace
 }  // namespace oxl::stats
 
+using oxl::stats::Mapped;
 using oxl::stats::QuickSelect;
 using oxl::stats::QuickSort;
+using oxl::stats::Strided;
 using oxl::stats::Unit;
 
 extern "C" {
 
-void __vrsdQSort(int64_t n, double* a) { QuickSort(n, a, Unit{}); }
-void __vrssQSort(int64_t n, float* a) { QuickSort(n, a, Unit{}); }
-void __vrsdQSortStep(int64_t n, double* a, int64_t stride) { QuickSort(n, a, stride); }
-void __vrssQSortStep(int64_t n, float* a, int64_t stride) { QuickSort(n, a, stride); }
+void __vrsdQSort(int64_t n, double* a) { QuickSort(n, Strided<double, Unit>{a, {}}); }
+void __vrssQSort(int64_t n, float* a) { QuickSort(n, Strided<float, Unit>{a, {}}); }
+void __vrsdQSortStep(int64_t n, double* a, int64_t stride) {
+  QuickSort(n, Strided<double, int64_t>{a, stride});
+}
+void __vrssQSortStep(int64_t n, float* a, int64_t stride) {
+  QuickSort(n, Strided<float, int64_t>{a, stride});
+}
+void _vdSSQuickMapSort(int64_t n, double* keys, double* map) {
+  QuickSort(n, Mapped<double>{keys, map});
+}
+void _vsSSQuickMapSort(int64_t n, float* keys, float* map) {
+  QuickSort(n, Mapped<float>{keys, map});
+}
 double __vrsdQSortSelect(int64_t n, double* a, int64_t k) { return QuickSelect(n, a, k); }
 float __vrssQSortSelect(int64_t n, float* a, int64_t k) { return QuickSelect(n, a, k); }
 

@@ -14,7 +14,7 @@ namespace {
 struct FieldCode {
   int16_t code;
   bool integer;
-  int16_t nullStatus;
+  int16_t null_status;
   std::size_t offset;
 };
 
@@ -113,7 +113,7 @@ int Edit(SSTask* task, int64_t parameter, const void* value, bool integer) {
   if (parameter < 1 || parameter > 79) return OXL_SS_ERROR_PARAMETER_CODE;
   const FieldCode& f = kFieldCodes[parameter - 1];
   if (f.integer != integer) return OXL_SS_ERROR_PARAMETER_CODE;
-  if (value == nullptr) return f.nullStatus;
+  if (value == nullptr) return f.null_status;
   std::memcpy(reinterpret_cast<char*>(task) + f.offset, &value, sizeof(void*));
   return 0;
 }

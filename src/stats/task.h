@@ -138,3 +138,12 @@ inline int ReadShape(const SSTask& task, int64_t& p, int64_t& n) {
 }
 
 }  // namespace oxl::stats
+
+extern "C" {
+// The weighted quantile of order quantileOrders[0] of each dimension into quantiles[d], with the
+// task's weights (all 1 without them): the centre that outlier detection starts from.
+int _vrsdSSWMedian(SSTask* task, uint64_t estimates, uint64_t method,
+                   const SSThreadServices* services);
+int _vrssSSWMedian(SSTask* task, uint64_t estimates, uint64_t method,
+                   const SSThreadServices* services);
+}

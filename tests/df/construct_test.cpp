@@ -1,17 +1,21 @@
-// Linear, standard quadratic and Subbotin constructors; the tridiagonal solver.
+// Construction: linear, standard quadratic and Subbotin splines; natural cubic splines against
+// scipy's CubicSpline (values, derivatives and integrals, every boundary pair, uniform and
+// non-uniform grids, rows and columns); the statuses of every constructor, the threading rule,
+// the tridiagonal solvers and the end-slope routines.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 #include <vector>
 
+#include "df/cubic.h"
 #include "df/df_test_util.h"
 #include "support/failing_allocator.h"
 
 namespace {
 
-using oxl::test::FakeThreads;
-using oxl::test::TaskHolder;
+using namespace oxl::test;
 
 std::vector<double> Knots(int64_t n, uint64_t seed) {
   std::mt19937_64 rng(seed);
@@ -25,8 +29,9 @@ std::vector<double> Knots(int64_t n, uint64_t seed) {
   return x;
 }
 
-TEST(DfLinear, SecantsSerialItemsAndThreads) {
-  // 127 and 128 knot-functions; 4 items serial, 5 items through the services.
+// Secants in rows and columns, serial below 128 knot-functions or 5 items, through the services
+// above; on a uniform grid the same as on its knots.
+TEST(DfLinear, SecantsSerialItemsThreadsAndUniformGrid) {
   struct Case {
     int64_t n, fc;
   };
@@ -36,20 +41,18 @@ TEST(DfLinear, SecantsSerialItemsAndThreads) {
     for (size_t i = 0; i < y.size(); ++i) y[i] = std::sin(0.37 * static_cast<double>(i));
     for (int64_t values_hint : {VALUES_ROWS, VALUES_COLUMNS}) {
       TaskHolder t;
-      ASSERT_EQ(oxl_df_kernel_dNewTask1D(&t.task, c.n, x.data(), 0, c.fc, y.data(), values_hint, 0),
-                0);
+      ASSERT_EQ(NewTask(t, c.n, x.data(), 0, c.fc, y.data(), values_hint), 0);
       std::vector<double> coeff(2 * (c.n - 1) * c.fc, -99);
-      ASSERT_EQ(
-          oxl_df_kernel_dEditPPSpline1D(t.task, 2, 0, 0, nullptr, 0, nullptr, coeff.data(), 0), 0);
+      ASSERT_EQ(EditSpline(t.task, coeff.data(), 2, 0), 0);
       const int64_t calls = FakeThreads::calls;
-      ASSERT_EQ(oxl_df_kernel_dDFLinearSpline1D(t.task, 0, 0, FakeThreads::Table()), 0);
+      ASSERT_EQ(Construct<double>(t.task, FakeThreads::Table()), 0);
       const int64_t items = ((c.n - 2) / 1024 + 1) * ((c.fc + 3) / 4);
       EXPECT_EQ(FakeThreads::calls - calls, c.n * c.fc >= 128 && items >= 5 ? 1 : 0);
       for (int64_t f = 0; f < c.fc; ++f) {
+        const auto yv = [&](int64_t k) {
+          return values_hint == VALUES_COLUMNS ? y[k * c.fc + f] : y[f * c.n + k];
+        };
         for (int64_t i = 0; i + 1 < c.n; ++i) {
-          const auto yv = [&](int64_t k) {
-            return values_hint == VALUES_COLUMNS ? y[k * c.fc + f] : y[f * c.n + k];
-          };
           const double* cf = coeff.data() + f * 2 * (c.n - 1) + 2 * i;
           ASSERT_EQ(cf[0], yv(i));
           ASSERT_EQ(cf[1], (yv(i + 1) - yv(i)) / (x[i + 1] - x[i]));
@@ -57,38 +60,16 @@ TEST(DfLinear, SecantsSerialItemsAndThreads) {
       }
     }
   }
-}
-
-TEST(DfLinear, UniformGridPeriodicAndStatuses) {
   const int64_t n = 9;
-  std::vector<double> full(n), y(n);
-  for (int64_t i = 0; i < n; ++i) {
-    full[i] = 0.5 + 0.125 * i;
-    y[i] = std::cos(full[i]);
-  }
+  std::vector<double> full(n), y(n), a(2 * (n - 1)), b(2 * (n - 1));
+  for (int64_t i = 0; i < n; ++i) y[i] = std::cos(full[i] = 0.5 + 0.125 * i);
   const double ends[2] = {0.5, 1.5};
-  std::vector<double> a(2 * (n - 1)), b(2 * (n - 1));
   TaskHolder tu, tn;
-  ASSERT_EQ(oxl_df_kernel_dNewTask1D(&tu.task, n, ends, PARTITION_UNIFORM, 1, y.data(), 0, 0), 0);
-  ASSERT_EQ(oxl_df_kernel_dNewTask1D(&tn.task, n, full.data(), 0, 1, y.data(), 0, 0), 0);
-  ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(tu.task, 2, 0, 0, nullptr, 0, nullptr, a.data(), 0), 0);
-  ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(tn.task, 2, 0, 0, nullptr, 0, nullptr, b.data(), 0), 0);
-  ASSERT_EQ(oxl_df_kernel_dDFLinearSpline1D(tu.task, 0, 0, nullptr), 0);
-  ASSERT_EQ(oxl_df_kernel_dDFLinearSpline1D(tn.task, 0, 0, nullptr), 0);
+  ASSERT_EQ(NewTask(tu, n, ends, PARTITION_UNIFORM, 1, y.data()), 0);
+  ASSERT_EQ(NewTask(tn, n, full.data(), 0, 1, y.data()), 0);
+  ASSERT_EQ(EditSpline(tu.task, a.data(), 2, 0) | EditSpline(tn.task, b.data(), 2, 0), 0);
+  ASSERT_EQ(Construct<double>(tu.task) | Construct<double>(tn.task), 0);
   for (size_t i = 0; i < a.size(); ++i) EXPECT_NEAR(a[i], b[i], 1e-14 * (1 + std::fabs(b[i])));
-
-  // Periodic: a mismatch writes nothing; equal ends pass.
-  std::fill(b.begin(), b.end(), 7.0);
-  ASSERT_EQ(
-      oxl_df_kernel_dEditPPSpline1D(tn.task, 2, 0, BC_PERIODIC, nullptr, 0, nullptr, b.data(), 0),
-      0);
-  EXPECT_EQ(oxl_df_kernel_dDFLinearSpline1D(tn.task, 0, 0, nullptr), DF_STATUS_PERIODIC_MISMATCH);
-  EXPECT_EQ(b[0], 7.0);
-  y[n - 1] = y[0];
-  EXPECT_EQ(oxl_df_kernel_dDFLinearSpline1D(tn.task, 0, 0, nullptr), 0);
-  EXPECT_EQ(oxl_df_kernel_dDFLinearSpline1D(tn.task, 0, 1, nullptr), DF_STATUS_BAD_METHOD);
-  tn->values_hint = 8;
-  EXPECT_EQ(oxl_df_kernel_dDFLinearSpline1D(tn.task, 0, 0, nullptr), DF_STATUS_BAD_VALUES_HINT);
 }
 
 // A standard quadratic built on a parabola with m[0] taken from it is that parabola.
@@ -101,81 +82,98 @@ TEST(DfQuadratic, StandardReproducesParabolas) {
     const double m0 = p(0.5 * (x[0] + x[1]));
     std::vector<double> c(3 * (n - 1));
     TaskHolder t;
-    ASSERT_EQ(oxl_df_kernel_dNewTask1D(&t.task, n, x.data(), 0, 1, y.data(), 0, 0), 0);
-    ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(t.task, 3, 0, BC_QUADRATIC_VALUE, &m0, 0, nullptr,
-                                            c.data(), 0),
-              0);
-    oxl::test::AllocationScope scope;
-    ASSERT_EQ(oxl_df_kernel_dDFQuadraticSpline1D(t.task, 0, 0, nullptr), 0);
+    ASSERT_EQ(NewTask(t, n, x.data(), 0, 1, y.data()), 0);
+    ASSERT_EQ(EditSpline(t.task, c.data(), 3, 0, BC_QUADRATIC_VALUE, &m0), 0);
+    AllocationScope scope;
+    ASSERT_EQ(Construct<double>(t.task), 0);
     EXPECT_EQ(scope.allocations(), n >= 4095 ? 1 : 0) << n;
     // The midpoint recurrence carries rounding errors from cell to cell, scaled by the ratios of
     // neighbouring widths: over thousands of uneven cells they reach about 1e-6.
     const double tol = n > 100 ? 1e-4 : 1e-10;
     for (int64_t i = 0; i + 1 < n; ++i) {
-      const double l = x[i];
-      ASSERT_NEAR(c[3 * i], p(l), 1e-12);
-      ASSERT_NEAR(c[3 * i + 1], l - 1.25, tol) << n << " " << i;
+      ASSERT_NEAR(c[3 * i], p(x[i]), 1e-12);
+      ASSERT_NEAR(c[3 * i + 1], x[i] - 1.25, tol) << n << " " << i;
       ASSERT_NEAR(c[3 * i + 2], 0.5, tol) << n << " " << i;
     }
   }
 }
 
-TEST(DfQuadratic, FrontStatuses) {
-  const std::vector<double> x = Knots(6, 1);
-  std::vector<double> y(6), c(18), bc(2), ic(5, 0.0);
+// Every constructor's statuses from the task's fields; a failure leaves the coefficients.
+TEST(DfConstruct, Statuses) {
+  std::vector<double> x = Knots(6, 1), y = {1, 2, 0, 3, 4, 2}, c(20, 9.0), ic(5, 0.0);
+  const double bd[2] = {0.5, 0.5};
   TaskHolder t;
-  ASSERT_EQ(oxl_df_kernel_dNewTask1D(&t.task, 6, x.data(), 0, 1, y.data(), 0, 0), 0);
-  struct Case {
-    int64_t type, bc_type;
-    const double* bc;
-    int64_t ic_type;
+  ASSERT_EQ(NewTask(t, 6, x.data(), 0, 1, y.data()), 0);
+  struct Row {
+    int64_t order, type, bc;
+    const double* bd;
+    int64_t ic_type, values_hint, method;
     int32_t status;
   };
-  const Case cases[] = {
-      {0, 12, bc.data(), 0, DF_STATUS_BAD_BOUNDARY_TYPE},
-      {0, 128, nullptr, 0, DF_STATUS_NO_BOUNDARY},
-      {2, 12, bc.data(), IC_SUBGRID, DF_STATUS_BAD_METHOD},
-      {1, 12, bc.data(), IC_SUBGRID_UNIFORM, DF_STATUS_BAD_INTERNAL_TYPE},
-      {1, 1, nullptr, IC_SUBGRID, DF_STATUS_BAD_BOUNDARY_TYPE},
-      {1, 64, nullptr, IC_SUBGRID, DF_STATUS_BAD_BOUNDARY_TYPE},
-      {1, 40, bc.data(), IC_SUBGRID, DF_STATUS_BAD_BOUNDARY_TYPE},
-      {1, 36, nullptr, IC_SUBGRID, DF_STATUS_NO_BOUNDARY},
+  const Row rows[] = {
+      {2, 0, BC_PERIODIC, nullptr, 0, 0, 0, DF_STATUS_PERIODIC_MISMATCH},  // y[0] != y[5]
+      {2, 0, 0, nullptr, 0, 0, 1, DF_STATUS_BAD_METHOD},
+      {2, 0, 0, nullptr, 0, 8, 0, DF_STATUS_BAD_VALUES_HINT},
+      {3, 0, 12, bd, 0, 0, 0, DF_STATUS_BAD_BOUNDARY_TYPE},
+      {3, 0, 128, nullptr, 0, 0, 0, DF_STATUS_NO_BOUNDARY},
+      {3, 2, 12, bd, IC_SUBGRID, 0, 0, DF_STATUS_BAD_METHOD},
+      {3, 1, 12, bd, IC_SUBGRID_UNIFORM, 0, 0, DF_STATUS_BAD_INTERNAL_TYPE},
+      {3, 1, 1, nullptr, IC_SUBGRID, 0, 0, DF_STATUS_BAD_BOUNDARY_TYPE},
+      {3, 1, 64, nullptr, IC_SUBGRID, 0, 0, DF_STATUS_BAD_BOUNDARY_TYPE},
+      {3, 1, 40, bd, IC_SUBGRID, 0, 0, DF_STATUS_BAD_BOUNDARY_TYPE},
+      {3, 1, 36, nullptr, IC_SUBGRID, 0, 0, DF_STATUS_NO_BOUNDARY},
+      {3, 0, 128, bd, 0, 3, 0, DF_STATUS_BAD_VALUES_HINT},
+      {4, 2, BC_NOT_SET, bd, 0, 0, 0, DF_STATUS_BAD_BOUNDARY_TYPE},
+      {4, 2, BC_NOT_A_KNOT | BC_FREE_END, bd, 0, 0, 0, DF_STATUS_BAD_BOUNDARY_TYPE},
+      {4, 2, BC_LEFT_FIRST, bd, 0, 0, 0, DF_STATUS_BAD_BOUNDARY_TYPE},
+      {4, 2, BC_QUADRATIC_VALUE, bd, 0, 0, 0, DF_STATUS_BAD_BOUNDARY_TYPE},
+      {4, 2, BC_LEFT_FIRST | BC_RIGHT_SECOND, nullptr, 0, 0, 0, DF_STATUS_NO_BOUNDARY},
+      {4, 0, BC_PERIODIC, nullptr, 0, 0, 0, DF_STATUS_NO_BOUNDARY},
+      {4, 3, BC_PERIODIC, nullptr, 0, 0, 0, DF_STATUS_NO_BOUNDARY},
+      {4, 2, BC_PERIODIC, nullptr, 0, 0, 0, DF_STATUS_PERIODIC_MISMATCH},
+      {4, 2, BC_FREE_END, nullptr, 0, 0, 1, DF_STATUS_BAD_METHOD},
+      {4, 2, BC_FREE_END, nullptr, 0, 8, 0, DF_STATUS_BAD_VALUES_HINT},
+      {4, 2, BC_FREE_END, nullptr, 0, 0, 0, 0},
   };
-  for (const Case& k : cases) {
-    t->spline_order = 3;
-    t->spline_type = k.type;
-    t->boundary_type = k.bc_type;
-    t->boundary_data = const_cast<double*>(k.bc);
-    t->internal_type = k.ic_type;
-    t->internal_data = ic.data();
+  for (const Row& row : rows) {
     ASSERT_EQ(oxl_df_kernel_dEditPtr(t.task, PTR_COEFFICIENTS, c.data()), 0);
-    EXPECT_EQ(oxl_df_kernel_dDFQuadraticSpline1D(t.task, 0, 0, nullptr), k.status)
-        << k.type << " " << k.bc_type;
+    t->spline_order = row.order;
+    t->spline_type = row.type;
+    t->boundary_type = row.bc;
+    t->boundary_data = const_cast<double*>(row.bd);
+    t->internal_type = row.ic_type;
+    t->internal_data = ic.data();
+    t->values_hint = row.values_hint;
+    std::fill(c.begin(), c.end(), 9.0);
+    int32_t status;
+    if (row.method == 0) {
+      status = Construct<double>(t.task);
+    } else {
+      status = row.order == 2 ? oxl_df_kernel_dDFLinearSpline1D(t.task, 0, 1, nullptr)
+                              : oxl_df_kernel_dDFNaturalCubicSpline1D(t.task, 0, 1, nullptr);
+    }
+    EXPECT_EQ(status, row.status) << row.order << " " << row.type << " " << row.bc;
+    if (row.status != 0) EXPECT_EQ(c[0], 9.0) << "coefficients touched";
   }
-  t->values_hint = 3;
-  EXPECT_EQ(oxl_df_kernel_dDFQuadraticSpline1D(t.task, 0, 0, nullptr), DF_STATUS_BAD_VALUES_HINT);
+  EXPECT_EQ(oxl_df_kernel_dDFNaturalCubicSpline1D(nullptr, 0, 0, nullptr), DF_STATUS_NO_TASK);
+  // A periodic linear spline with equal ends.
+  t->spline_order = 2;
+  t->boundary_type = BC_PERIODIC;
+  y[5] = y[0];
+  EXPECT_EQ(Construct<double>(t.task), 0);
 }
 
 double Poly(const double* c, double t, int d) {
-  switch (d) {
-    case 0:
-      return (c[2] * t + c[1]) * t + c[0];
-    case 1:
-      return 2 * c[2] * t + c[1];
-    default:
-      return 2 * c[2];
-  }
+  return d == 0 ? (c[2] * t + c[1]) * t + c[0] : d == 1 ? 2 * c[2] * t + c[1] : 2 * c[2];
 }
 
 // Subbotin: interpolates at the knots, is C1 at the subgrid walls, meets its end conditions, for
 // every pair, loaded and uniform subgrids, uniform and explicit partitions, rows and columns.
 TEST(DfQuadratic, SubbotinConditions) {
-  const int64_t n = 12;
+  const int64_t n = 12, fc = 2;
   const double ends[2] = {-2.0, 3.5};
-  std::vector<double> x(n);
+  std::vector<double> x(n), y(n * fc);
   for (int64_t i = 0; i < n; ++i) x[i] = std::fma(static_cast<double>(i), 5.5 / 11, -2.0);
-  const int64_t fc = 2;
-  std::vector<double> y(n * fc);
   for (size_t i = 0; i < y.size(); ++i) y[i] = std::exp(0.1 * static_cast<double>(i % 7)) - i % 3;
   const double bc[2] = {0.75, -1.5};
   for (bool uniform_sub : {false, true}) {
@@ -185,20 +183,19 @@ TEST(DfQuadratic, SubbotinConditions) {
           uniform_sub ? x[j] + 0.4 * (x[j + 1] - x[j]) : x[j] + (0.2 + 0.05 * j) * (x[1] - x[0]);
     }
     const double sub_ends[2] = {xi.front(), xi.back()};
+    const int64_t ic = IC_SUBGRID | (uniform_sub ? IC_SUBGRID_UNIFORM : 0);
     for (int64_t bc_type : {12, 36, 24, 48}) {
       for (bool uniform_grid : {false, true}) {
         for (int64_t values_hint : {VALUES_ROWS, VALUES_COLUMNS}) {
           TaskHolder t;
-          ASSERT_EQ(oxl_df_kernel_dNewTask1D(&t.task, n, uniform_grid ? ends : x.data(),
-                                             uniform_grid ? PARTITION_UNIFORM : 0, fc, y.data(),
-                                             values_hint, 0),
+          ASSERT_EQ(NewTask(t, n, uniform_grid ? ends : x.data(),
+                            uniform_grid ? PARTITION_UNIFORM : 0, fc, y.data(), values_hint),
                     0);
           std::vector<double> c(3 * n * fc);
-          const int64_t ic = IC_SUBGRID | (uniform_sub ? IC_SUBGRID_UNIFORM : 0);
-          ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(t.task, 3, 1, bc_type, bc, ic,
-                                                  uniform_sub ? sub_ends : xi.data(), c.data(), 0),
+          ASSERT_EQ(EditSpline(t.task, c.data(), 3, 1, bc_type, bc, ic,
+                               uniform_sub ? sub_ends : xi.data()),
                     0);
-          ASSERT_EQ(oxl_df_kernel_dDFQuadraticSpline1D(t.task, 0, 0, nullptr), 0);
+          ASSERT_EQ(Construct<double>(t.task), 0);
           for (int64_t f = 0; f < fc; ++f) {
             const double* cf = c.data() + f * 3 * n;
             const auto yv = [&](int64_t k) {
@@ -209,10 +206,9 @@ TEST(DfQuadratic, SubbotinConditions) {
               const double* ck = cf + 3 * k;
               EXPECT_NEAR(Poly(ck, x[k] - wall(k), 0), yv(k), 1e-11);
               if (k + 1 < n) {  // continuity of value and slope at wall k+1
-                const double* cn = cf + 3 * (k + 1);
                 const double h = wall(k + 1) - wall(k);
-                EXPECT_NEAR(Poly(ck, h, 0), cn[0], 1e-11);
-                EXPECT_NEAR(Poly(ck, h, 1), cn[1], 1e-10);
+                EXPECT_NEAR(Poly(ck, h, 0), ck[3], 1e-11);
+                EXPECT_NEAR(Poly(ck, h, 1), ck[4], 1e-10);
               }
             }
             const int left_order = (bc_type & BC_LEFT_FIRST) != 0 ? 1 : 2;
@@ -226,52 +222,308 @@ TEST(DfQuadratic, SubbotinConditions) {
   }
 }
 
-TEST(DfQuadratic, SubbotinWorkspaceFailure) {
-  const std::vector<double> x = Knots(10, 2);
-  std::vector<double> y(10, 1.0), c(30), xi(9);
-  for (int j = 0; j < 9; ++j) xi[j] = 0.5 * (x[j] + x[j + 1]);
-  const double bc[2] = {0, 0};
-  TaskHolder t;
-  ASSERT_EQ(oxl_df_kernel_dNewTask1D(&t.task, 10, x.data(), 0, 1, y.data(), 0, 0), 0);
-  ASSERT_EQ(oxl_df_kernel_dEditPPSpline1D(t.task, 3, 1, 48, bc, IC_SUBGRID, xi.data(), c.data(), 0),
-            0);
-  oxl::test::ForEachAllocationFailure(
-      [&] { return oxl_df_kernel_dDFQuadraticSpline1D(t.task, 0, 0, nullptr); },
-      [](int32_t status, bool failed) { EXPECT_EQ(status, failed ? DF_STATUS_NO_MEMORY : 0); });
+// One case of tests/df/data/cubic.txt (made by make_cubic_data.py); roles as documented there.
+struct ScipyCase {
+  Roles role;
+  int64_t boundary, n, fc;
+  bool uniform;
+  double bd[2];
+};
+
+std::vector<ScipyCase> ScipyCases() {
+  std::vector<ScipyCase> out;
+  for (auto& [id, roles] : LoadCases("cubic.txt")) {
+    const auto& p = roles[6];
+    out.push_back({roles,
+                   static_cast<int64_t>(p[0]),
+                   static_cast<int64_t>(p[2]),
+                   static_cast<int64_t>(p[3]),
+                   p[1] != 0,
+                   {p[4], p[5]}});
+  }
+  return out;
 }
 
-// Against a dense solve, with systems that need row exchanges, several right-hand sides.
-TEST(DfTridiagonal, SolvesWithPivoting) {
-  std::mt19937_64 rng(9);
-  std::uniform_real_distribution<double> u(-1, 1);
-  for (int64_t n : {1, 2, 3, 10, 57}) {
-    const int64_t nrhs = 3, ldb = n + 2;
-    std::vector<double> dl(n > 1 ? n - 1 : 1), d(n), du(n > 1 ? n - 1 : 1), b(ldb * nrhs);
-    for (auto& v : dl) v = 3 * u(rng);  // sub-diagonal often larger than the diagonal
-    for (auto& v : d) v = u(rng);
-    for (auto& v : du) v = u(rng);
-    for (auto& v : b) v = u(rng);
-    const auto dl0 = dl, d0 = d, du0 = du, b0 = b;
-    int64_t info = -99;
-    ddtsvb_4dfl(&n, &nrhs, dl.data(), d.data(), du.data(), b.data(), &ldb, &info);
-    ASSERT_EQ(info, 0);
-    for (int64_t r = 0; r < nrhs; ++r) {
-      const double* s = b.data() + r * ldb;
-      for (int64_t i = 0; i < n; ++i) {
-        double row = d0[i] * s[i];
-        if (i > 0) row += dl0[i - 1] * s[i - 1];
-        if (i + 1 < n) row += du0[i] * s[i + 1];
-        EXPECT_NEAR(row, b0[r * ldb + i], 1e-9) << n;
+// |got - want| within rel times the largest |want| of the group (norm-wise); the data are of
+// unit size, so a quantity that vanishes is measured against 1.
+void ExpectClose(const double* got, const double* want, int64_t count, double rel,
+                 const std::string& what) {
+  double scale = 1;
+  for (int64_t i = 0; i < count; ++i) scale = std::max(scale, std::fabs(want[i]));
+  for (int64_t i = 0; i < count; ++i) {
+    ASSERT_LE(std::fabs(got[i] - want[i]), rel * scale)
+        << what << " element " << i << ": " << got[i] << " vs " << want[i];
+  }
+}
+
+// A task over the case's data in row or column storage, constructed.
+template <class T>
+struct Built {
+  TaskHolder t;
+  std::vector<T> x, y, coeff, bd;
+  int32_t status;
+  Built(const ScipyCase& c, bool rows, const thread_services* services) {
+    const auto& knots = c.role.at(0);
+    x.assign(knots.begin(), knots.end());
+    if (c.uniform) x = {x.front(), x.back()};
+    y.resize(c.role.at(1).size());
+    for (int64_t f = 0; f < c.fc; ++f) {
+      for (int64_t i = 0; i < c.n; ++i) {
+        y[rows ? f * c.n + i : i * c.fc + f] = static_cast<T>(c.role.at(1)[f * c.n + i]);
+      }
+    }
+    coeff.assign(4 * (c.n - 1) * c.fc, T(0));
+    bd = {static_cast<T>(c.bd[0]), static_cast<T>(c.bd[1])};
+    status = NewTask(t, c.n, x.data(), c.uniform ? PARTITION_UNIFORM : PARTITION_NONUNIFORM, c.fc,
+                     y.data(), rows ? VALUES_ROWS : VALUES_COLUMNS, 1);
+    if (status == 0) status = EditSpline(t.task, coeff.data(), 4, 2, c.boundary, bd.data());
+    if (status == 0) status = Construct<T>(t.task, services);
+  }
+};
+
+TEST(DfNaturalCubic, MatchesScipyCubicSpline) {
+  const std::vector<ScipyCase> cases = ScipyCases();
+  ASSERT_EQ(cases.size(), 20u);
+  for (size_t id = 0; id < cases.size(); ++id) {
+    const ScipyCase& c = cases[id];
+    const auto& sites = c.role.at(2);
+    const auto& left = c.role.at(7);
+    const int64_t ns = std::ssize(sites), np = std::ssize(left);
+    for (bool rows : {true, false}) {
+      SCOPED_TRACE("case " + std::to_string(id) + (rows ? " rows" : " columns"));
+      Built<double> b(c, rows, FakeThreads::Table());
+      ASSERT_EQ(b.status, 0);
+      const int64_t dorder[3] = {1, 1, 1};
+      std::vector<double> r(ns * 3 * c.fc), integrals(np * c.fc);
+      ASSERT_EQ(Interpolate(b.t.task, ns, sites.data(), 3, dorder, r.data(),
+                            INTERP_RESULTS_BY_DERIVATIVE),
+                0);
+      ASSERT_EQ(Integrate(b.t.task, np, left.data(), c.role.at(8).data(), integrals.data()), 0);
+      for (int64_t f = 0; f < c.fc; ++f) {
+        for (int k = 0; k < 3; ++k) {
+          ExpectClose(r.data() + (f * 3 + k) * ns, c.role.at(3 + k).data() + f * ns, ns, 1e-12,
+                      "derivative " + std::to_string(k));
+        }
+        EXPECT_EQ(integrals[f * np], 0.0);  // an empty range
+        ExpectClose(integrals.data() + f * np, c.role.at(9).data() + f * np, np, 1e-12, "integral");
       }
     }
   }
-  int64_t n = 2, nrhs = 1, ldb = 2, info = 0;
-  double dl[1] = {0}, d[2] = {0, 1}, du[1] = {1}, b[2] = {1, 1};
-  ddtsvb_4dfl(&n, &nrhs, dl, d, du, b, &ldb, &info);
+}
+
+// The single twin against the double one on the same (float) data, inside the partition: far
+// out, the end cubics magnify every rounding.
+TEST(DfNaturalCubic, SingleTwinFollowsDouble) {
+  for (ScipyCase c : ScipyCases()) {
+    for (int role : {0, 1, 2}) {
+      for (double& v : c.role[role]) v = static_cast<float>(v);
+    }
+    c.bd[0] = static_cast<float>(c.bd[0]);
+    c.bd[1] = static_cast<float>(c.bd[1]);
+    const Built<float> bs(c, true, nullptr);
+    const Built<double> bd(c, true, nullptr);
+    ASSERT_EQ(bs.status | bd.status, 0);
+    const auto& sites = c.role.at(2);
+    const std::vector<float> s(sites.begin(), sites.end());
+    const int64_t ns = std::ssize(s);
+    std::vector<float> r(ns * c.fc);
+    std::vector<double> want(ns * c.fc), got, inside;
+    ASSERT_EQ(Interpolate(bs.t.task, ns, s.data(), 0, nullptr, r.data()), 0);
+    ASSERT_EQ(Interpolate(bd.t.task, ns, sites.data(), 0, nullptr, want.data()), 0);
+    for (int64_t i = 0; i < ns * c.fc; ++i) {
+      const double v = sites[i % ns];
+      if (v < c.role.at(0).front() || v > c.role.at(0).back()) continue;
+      got.push_back(r[i]);
+      inside.push_back(want[i]);
+    }
+    ExpectClose(got.data(), inside.data(), std::ssize(got), 1e-5, "float n " + std::to_string(c.n));
+  }
+}
+
+// Two knots: free end is the secant and not-a-knot has no room; one knot is refused. Coincident
+// knots give not-a-knot a zero first pivot: the pivoting solver takes over and the call completes
+// (the spline of such data is not defined; under the sanitizers this path is checked for its
+// memory).
+TEST(DfNaturalCubic, FewAndCoincidentKnots) {
+  std::vector<double> x = {0, 1, 2, 3, 4, 5}, y = {1, 2, 0, 3, 4, 2}, coeff(20, 9.0);
+  TaskHolder t;
+  ASSERT_EQ(NewTask(t, 6, x.data(), 0, 1, y.data()), 0);
+  ASSERT_EQ(EditSpline(t.task, coeff.data(), 4, 2, BC_NOT_A_KNOT), 0);
+  t->partition_size = 2;
+  EXPECT_EQ(Construct<double>(t.task), DF_STATUS_BAD_PARTITION_SIZE);
+  t->boundary_type = BC_FREE_END;
+  ASSERT_EQ(Construct<double>(t.task), 0);
+  EXPECT_EQ(std::vector<double>(coeff.begin(), coeff.begin() + 4),
+            (std::vector<double>{1, 1, 0, 0}));  // y[1] - y[0] over one
+  t->partition_size = 1;
+  EXPECT_EQ(Construct<double>(t.task), DF_STATUS_BAD_PARTITION_SIZE);
+  t->partition_size = 6;
+  t->boundary_type = BC_NOT_A_KNOT;
+  x = {0, 1, 1, 2, 3, 4};
+  ASSERT_EQ(Construct<double>(t.task), 0);
+  EXPECT_EQ(coeff[0], 1.0);
+}
+
+// Parallel when the function count is not 1, t is not 1, and n >= 600, or n >= 300 with t >= 8;
+// the split gives the bits of the serial solve.
+TEST(DfNaturalCubic, ThreadingRuleAndSameBits) {
+  struct Case {
+    int64_t n, fc;
+    int32_t threads;
+    bool parallel;
+  };
+  const Case cases[] = {{300, 9, 8, true},  {300, 9, 7, false}, {299, 9, 8, false},
+                        {600, 2, 2, true},  {599, 4, 4, false}, {600, 1, 8, false},
+                        {300, 7, 8, false},  // t = min(threads, functions) = 7
+                        {1000, 5, 1, false}};
+  for (const Case& c : cases) {
+    std::vector<double> x(c.n), y(c.n * c.fc);
+    for (int64_t i = 0; i < c.n; ++i) x[i] = i + 0.4 * std::sin(1.7 * i);
+    for (int64_t i = 0; i < c.n * c.fc; ++i) y[i] = std::sin(0.05 * i) + 0.01 * (i % 7);
+    for (int64_t f = 0; f < c.fc; ++f) y[(c.n - 1) * c.fc + f] = y[f];  // columns
+    for (int64_t bc : {BC_FREE_END, BC_PERIODIC, BC_NOT_A_KNOT}) {
+      std::vector<double> serial(4 * (c.n - 1) * c.fc), split(serial.size());
+      TaskHolder t;
+      ASSERT_EQ(NewTask(t, c.n, x.data(), 0, c.fc, y.data(), 32), 0);
+      ASSERT_EQ(EditSpline(t.task, serial.data(), 4, 2, bc), 0);
+      ASSERT_EQ(Construct<double>(t.task), 0);
+      ASSERT_EQ(oxl_df_kernel_dEditPtr(t.task, PTR_COEFFICIENTS, split.data()), 0);
+      FakeThreads::threads = c.threads;
+      const int64_t calls = FakeThreads::calls;
+      ASSERT_EQ(Construct<double>(t.task, FakeThreads::Table()), 0);
+      FakeThreads::threads = 8;
+      EXPECT_EQ(FakeThreads::calls - calls, c.parallel ? 1 : 0) << c.n << " " << c.fc;
+      EXPECT_EQ(serial, split) << c.n << " " << c.fc << " bc " << bc;
+    }
+  }
+}
+
+// The pivoting solver against the product of the matrix (systems that need row exchanges), the
+// factorisation from both ends against it, and the zero-pivot and argument reports.
+TEST(DfTridiagonal, SolversAgree) {
+  std::mt19937_64 rng(17);
+  std::uniform_real_distribution<double> u(-1, 1);
+  for (int64_t n : {1, 2, 3, 4, 5, 8, 57, 100, 101}) {
+    const int64_t nrhs = 3, ldb = n + 1;
+    std::vector<double> dl(n), d(n), du(n), b(ldb * nrhs), dl2(n), d2(n), du2(n);
+    for (int64_t i = 0; i < n; ++i) {
+      dl[i] = 3 * u(rng);  // sub-diagonal often larger than the diagonal
+      du[i] = u(rng);
+      d[i] = u(rng);
+      dl2[i] = 0.3 * dl[i];
+      du2[i] = du[i];
+      d2[i] = 2.5 + d[i];
+    }
+    for (auto& v : b) v = u(rng);
+    std::vector<double> pivoted = b, factored = b, pivoted2 = b, dlc = dl, dc = d, duc = du;
+    int64_t info = -5;
+    ddtsvb_4dfl(&n, &nrhs, dlc.data(), dc.data(), duc.data(), pivoted.data(), &ldb, &info);
+    ASSERT_EQ(info, 0);
+    // Larger random systems are too ill-conditioned for a fixed bound on the residual.
+    for (int64_t r = 0; r < nrhs && n <= 57; ++r) {
+      const double* s = pivoted.data() + r * ldb;
+      for (int64_t i = 0; i < n; ++i) {
+        const double row =
+            d[i] * s[i] + (i > 0 ? dl[i - 1] * s[i - 1] : 0) + (i + 1 < n ? du[i] * s[i + 1] : 0);
+        ASSERT_NEAR(row, b[r * ldb + i], 1e-9) << n;
+      }
+    }
+    // A diagonally dominant system through the factorisation from both ends.
+    ddtsvb_4dfl(&n, &nrhs, (dlc = dl2).data(), (dc = d2).data(), (duc = du2).data(),
+                pivoted2.data(), &ldb, &info);
+    ddttrfb_4dfl(&n, dl2.data(), d2.data(), du2.data(), &info);
+    ASSERT_EQ(info, 0);
+    ddttrsb_4dfl(&n, &nrhs, dl2.data(), d2.data(), du2.data(), factored.data(), &ldb, &info);
+    ASSERT_EQ(info, 0);
+    for (int64_t i = 0; i < ldb * nrhs; ++i) ASSERT_NEAR(factored[i], pivoted2[i], 1e-14) << n;
+  }
+  // A zero first pivot of the downward sweep, of the upward sweep, and at the meeting row; a zero
+  // pivot of the pivoting solver; bad sizes.
+  const int64_t five = 5, three = 3, one = 1, two = 2;
+  for (int64_t zero : {0, 4}) {
+    std::vector<double> dl(4, 1.0), d(5, 3.0), du(4, 1.0);
+    d[zero] = 0;
+    int64_t info = 0;
+    ddttrfb_4dfl(&five, dl.data(), d.data(), du.data(), &info);
+    EXPECT_EQ(info, zero + 1);
+  }
+  double dl[2] = {1, 1}, d[3] = {2, 1, 2}, du[2] = {1, 1}, b[2] = {1, 1};
+  int64_t info = 0, bad = -1;
+  ddttrfb_4dfl(&three, dl, d, du, &info);
+  EXPECT_EQ(info, 2);
+  double zl[1] = {0}, zd[2] = {0, 1}, zu[1] = {1};
+  ddtsvb_4dfl(&two, &one, zl, zd, zu, b, &two, &info);
   EXPECT_EQ(info, 1);
-  ldb = 1;
-  sdtsvb_4dfl(&n, &nrhs, nullptr, nullptr, nullptr, nullptr, &ldb, &info);
+  ddttrfb_4dfl(&bad, dl, d, du, &info);
+  EXPECT_EQ(info, -1);
+  ddttrsb_4dfl(&five, &one, dl, d, du, b, &two, &info);
   EXPECT_EQ(info, -7);
+  sdtsvb_4dfl(&two, &one, nullptr, nullptr, nullptr, nullptr, &one, &info);
+  EXPECT_EQ(info, -7);
+}
+
+// The end-slope routines for the local cubics: each end cell then meets its condition.
+TEST(DfCubicEnds, EndSlopesMeetTheirConditions) {
+  using oxl::df::_vCubicSpline1DLeftBCDispatch;
+  using oxl::df::_vCubicSpline1DRightBCDispatch;
+  const int64_t n = 6;
+  const double x[n] = {0.0, 0.5, 1.25, 2.0, 2.5, 3.5};
+  const double y[n] = {1.0, -0.5, 0.75, 2.0, 1.0, 1.0};
+  double h[n - 1], s[n - 1];
+  for (int64_t i = 0; i + 1 < n; ++i) {
+    h[i] = x[i + 1] - x[i];
+    s[i] = (y[i + 1] - y[i]) / h[i];
+  }
+  const double inner[n] = {0, 0.3, -1.1, 0.4, 0.9, 0};
+  const double bd[2] = {0.6, -2.5};
+  // Second (t = 0 or the right end) and third derivative of the Hermite cubic of cell i.
+  const auto derivative = [&](const double* d, int64_t i, int order, bool at_right) {
+    double c[4];
+    oxl::df::HermiteCell<double>(c, y[i], d[i], d[i + 1], s[i], 1 / h[i]);
+    return order == 3 ? 6 * c[3] : at_right ? 2 * c[2] + 6 * c[3] * h[i] : 2 * c[2];
+  };
+  for (int slot = 0; slot < 8; ++slot) {
+    double d[n];
+    std::copy(inner, inner + n, d);
+    _vCubicSpline1DLeftBCDispatch<double, false>[slot](d, s, h, n, bd);
+    _vCubicSpline1DRightBCDispatch<double, false>[slot](d, s, h, n, bd);
+    const bool left_first = slot == 2 || slot == 3, right_first = slot == 2 || slot == 4;
+    const bool left_second = slot == 4 || slot == 5, right_second = slot == 3 || slot == 5;
+    if (slot == 0) {
+      EXPECT_NEAR(derivative(d, 0, 3, false), derivative(d, 1, 3, false), 1e-12);
+      EXPECT_NEAR(derivative(d, n - 2, 3, false), derivative(d, n - 3, 3, false), 1e-12);
+    }
+    if (slot == 1) {
+      EXPECT_NEAR(derivative(d, 0, 2, false), 0.0, 1e-13);
+      EXPECT_NEAR(derivative(d, n - 2, 2, true), 0.0, 1e-13);
+    }
+    if (left_first) EXPECT_EQ(d[0], bd[0]);
+    if (right_first) EXPECT_EQ(d[n - 1], bd[1]);
+    if (left_second) EXPECT_NEAR(derivative(d, 0, 2, false), bd[0], 1e-13) << slot;
+    if (right_second) EXPECT_NEAR(derivative(d, n - 2, 2, true), bd[1], 1e-13) << slot;
+    if (slot == 6) {
+      EXPECT_EQ(d[0], d[n - 1]);
+      EXPECT_NEAR(d[0], (h[n - 2] * s[0] + h[0] * s[n - 2]) / (h[0] + h[n - 2]), 1e-15);
+    }
+    if (slot == 7) {
+      EXPECT_EQ(d[0], (3 * s[0] - s[1]) / 2);
+      EXPECT_EQ(d[n - 1], (3 * s[n - 2] - s[n - 3]) / 2);
+    }
+    for (int64_t i = 1; i + 1 < n; ++i) EXPECT_EQ(d[i], inner[i]);
+  }
+  // The uniform forms read the one step.
+  const double step = 0.5;
+  const double su[n - 1] = {1.0, -2.0, 0.5, 0.25, 3.0};
+  double du[n] = {0, 1, 1, 1, 1, 0}, dn[n] = {0, 1, 1, 1, 1, 0};
+  const double widths[n - 1] = {step, step, step, step, step};
+  for (int slot = 0; slot < 8; ++slot) {
+    _vCubicSpline1DLeftBCDispatch<double, true>[slot](du, su, &step, n, bd);
+    _vCubicSpline1DRightBCDispatch<double, true>[slot](du, su, &step, n, bd);
+    _vCubicSpline1DLeftBCDispatch<double, false>[slot](dn, su, widths, n, bd);
+    _vCubicSpline1DRightBCDispatch<double, false>[slot](dn, su, widths, n, bd);
+    EXPECT_EQ(du[0], dn[0]) << slot;
+    EXPECT_EQ(du[n - 1], dn[n - 1]) << slot;
+  }
 }
 
 }  // namespace

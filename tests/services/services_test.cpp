@@ -51,13 +51,34 @@ struct Visits {
   explicit Visits(int64_t count)
       : times(std::make_unique<std::atomic<int32_t>[]>(count)), thread(count, -1) {}
   std::unique_ptr<std::atomic<int32_t>[]> times;
-  std::vector<int32_t> thread;  // each item's slot is written by the one worker that runs it
+  std::vector<int32_t> thread;   // each item's slot is written by the one worker that runs it
+  std::atomic<int32_t> team{0};  // the thread count a worker was told, for the threader
 
   static int32_t Record(int64_t item, int32_t thread, void*, void* context) {
     auto* self = static_cast<Visits*>(context);
     self->times[item].fetch_add(1, std::memory_order_relaxed);
     self->thread[item] = thread;
     return 0;
+  }
+
+  // Every item once, on a thread of the team; with `contiguous`, thread t holds the t-th range: ids
+  // start at 0 and step by one at each range boundary, and every thread of the team gets a range
+  // of about count / team items.
+  void Expect(int64_t count, int64_t team, bool contiguous) const {
+    std::vector<int64_t> per_thread(team, 0);
+    for (int64_t i = 0; i < count; ++i) {
+      ASSERT_EQ(times[i].load(), 1) << "item " << i;
+      ASSERT_TRUE(thread[i] >= 0 && thread[i] < team) << "item " << i;
+      ++per_thread[thread[i]];
+      ASSERT_TRUE(!contiguous || i == 0 || thread[i] - thread[i - 1] == 0 ||
+                  thread[i] - thread[i - 1] == 1)
+          << "item " << i;
+    }
+    if (!contiguous) return;
+    EXPECT_EQ(thread[0], 0);
+    const auto [fewest, most] = std::minmax_element(per_thread.begin(), per_thread.end());
+    EXPECT_GE(*fewest, 1);
+    EXPECT_LE(*most - *fewest, 1);
   }
 };
 
@@ -71,26 +92,9 @@ TEST(ItemServices, EveryItemOnceOnThreadsInRange) {
         Visits visits(std::max<int64_t>(count, 0));
         ASSERT_EQ(form.run(count, requested, &visits, &Visits::Record), 0);
         if (count <= 0) continue;
-        const int64_t team =
-            form.parallel ? std::min<int64_t>(std::clamp(requested, 1, kLimit), count) : 1;
-        std::vector<int64_t> per_thread(team, 0);
-        for (int64_t i = 0; i < count; ++i) {
-          ASSERT_EQ(visits.times[i].load(), 1) << "item " << i;
-          ASSERT_GE(visits.thread[i], 0);
-          ASSERT_LT(visits.thread[i], team);
-          ++per_thread[visits.thread[i]];
-        }
-        if (!form.contiguous) continue;
-        // Thread t holds the t-th range: ids start at 0 and step by one at each range boundary, and
-        // every thread of the team gets a range of about count / team items.
-        EXPECT_EQ(visits.thread[0], 0);
-        for (int64_t i = 1; i < count; ++i) {
-          const int32_t step = visits.thread[i] - visits.thread[i - 1];
-          ASSERT_TRUE(step == 0 || step == 1) << "item " << i;
-        }
-        const auto [fewest, most] = std::minmax_element(per_thread.begin(), per_thread.end());
-        EXPECT_GE(*fewest, 1);
-        EXPECT_LE(*most - *fewest, 1);
+        visits.Expect(
+            count, form.parallel ? std::min<int64_t>(std::clamp(requested, 1, kLimit), count) : 1,
+            form.contiguous);
       }
     }
   }
@@ -142,21 +146,37 @@ int32_t RecordThread(int32_t thread, void*, int32_t thread_count, void* context)
   return thread == 3 ? -13 : 0;
 }
 
-TEST(RunOnEachThread, EachThreadOnceAndLowestFailingThread) {
-  LimitScope limit(kLimit);
-  for (const SSThreadServices* table : {oxl_services_omp_ss(), oxl_services_serial_ss()}) {
-    const bool parallel = table == oxl_services_omp_ss();
-    for (int32_t requested : {-1, 0, 1, 2, kLimit, 9}) {
-      SCOPED_TRACE(testing::Message() << (parallel ? "omp" : "serial") << " threads " << requested);
-      ThreadRecord record;
-      const int32_t status = table->run_on_each_thread(requested, &record, &RecordThread);
-      const int32_t team = parallel ? std::clamp(requested, 1, kLimit) : 1;
-      EXPECT_EQ(record.reported_team.load(), team);
-      for (int32_t t = 0; t < 16; ++t) EXPECT_EQ(record.runs[t].load(), t < team ? 1 : 0);
-      EXPECT_EQ(status, team > 1 ? -11 : 0);
+// Under a limit of kLimit or 3 threads, every report of the limit agrees, and each thread of the
+// team runs once; the default limit comes back after, and a negative one is ignored.
+TEST(RunOnEachThread, EachThreadOnceUnderTheLimitAndLowestFailingThread) {
+  for (int32_t limit : {kLimit, 3}) {
+    LimitScope scope(limit);
+    EXPECT_EQ(oxl_services_get_num_threads(), limit);
+    EXPECT_EQ(oxl_services_omp_ss()->thread_count(), limit);
+    EXPECT_EQ(oxl_services_omp_df()->max_threads(), limit);
+    EXPECT_EQ(oxl_vrs_serv_threader_get_num_threads_limit(), limit);
+    for (const SSThreadServices* table : {oxl_services_omp_ss(), oxl_services_serial_ss()}) {
+      const bool parallel = table == oxl_services_omp_ss();
+      for (int32_t requested : {-1, 0, 1, 2, kLimit, 9, 16}) {
+        SCOPED_TRACE(testing::Message() << (parallel ? "omp" : "serial") << " limit " << limit
+                                        << " threads " << requested);
+        ThreadRecord record;
+        const int32_t status = table->run_on_each_thread(requested, &record, &RecordThread);
+        const int32_t team = parallel ? std::clamp(requested, 1, limit) : 1;
+        EXPECT_EQ(record.reported_team.load(), team);
+        for (int32_t t = 0; t < 16; ++t) EXPECT_EQ(record.runs[t].load(), t < team ? 1 : 0);
+        EXPECT_EQ(status, team > 1 ? -11 : 0);
+      }
+      EXPECT_EQ(table->run_on_each_thread(2, nullptr, nullptr), 0);
     }
-    EXPECT_EQ(table->run_on_each_thread(2, nullptr, nullptr), 0);
   }
+  const int32_t default_limit = std::max(omp_get_max_threads(), 1);
+  EXPECT_EQ(oxl_services_get_num_threads(), default_limit);
+  oxl_services_set_num_threads(-2);
+  EXPECT_EQ(oxl_services_get_num_threads(), default_limit);
+  EXPECT_EQ(oxl_services_omp_ss()->thread_count(), default_limit);
+  EXPECT_EQ(oxl_services_serial_ss()->thread_count(), 1);
+  EXPECT_EQ(oxl_services_serial_df()->max_threads(), 1);
 }
 
 // A worker that calls the services again: each outer item sums [0, 100) through the inner form
@@ -236,28 +256,6 @@ TEST(ItemServices, DynamicFormKeepsFreeThreadsBusy) {
   EXPECT_EQ(status, 0);
 }
 
-TEST(ThreadLimit, SetRestoreAndReport) {
-  const SSThreadServices* ss = oxl_services_omp_ss();
-  const thread_services* df = oxl_services_omp_df();
-  {
-    LimitScope limit(3);
-    EXPECT_EQ(oxl_services_get_num_threads(), 3);
-    EXPECT_EQ(ss->thread_count(), 3);
-    EXPECT_EQ(df->max_threads(), 3);
-    EXPECT_EQ(oxl_vrs_serv_threader_get_num_threads_limit(), 3);
-    ThreadRecord record;
-    ss->run_on_each_thread(16, &record, &RecordThread);
-    EXPECT_EQ(record.reported_team.load(), 3);
-  }
-  const int32_t default_limit = std::max(omp_get_max_threads(), 1);
-  EXPECT_EQ(oxl_services_get_num_threads(), default_limit);
-  oxl_services_set_num_threads(-2);
-  EXPECT_EQ(oxl_services_get_num_threads(), default_limit);
-  EXPECT_EQ(ss->thread_count(), default_limit);
-  EXPECT_EQ(oxl_services_serial_ss()->thread_count(), 1);
-  EXPECT_EQ(oxl_services_serial_df()->max_threads(), 1);
-}
-
 // The limit changes on one thread while services run on others and their workers read it.
 TEST(ThreadLimit, ChangesWhileServicesRun) {
   LimitScope limit(kLimit);
@@ -329,12 +327,6 @@ TEST(FloatingPointControl, WorkersFollowTheCaller) {
   }
 }
 
-struct ThreaderVisits {
-  std::atomic<int32_t> times[1000] = {};
-  int32_t thread[1000] = {};
-  std::atomic<int32_t> team{0};
-};
-
 TEST(Threader, FoundByNameAndRunsContiguousRanges) {
   EXPECT_EQ(oxl_serv_load_thread_fun("oxl_vrs_serv_threader_for"),
             reinterpret_cast<void*>(&oxl_vrs_serv_threader_for));
@@ -343,27 +335,13 @@ TEST(Threader, FoundByNameAndRunsContiguousRanges) {
   LimitScope limit(kLimit);
   for (int32_t count : {-1, 0, 1, kLimit - 1, kLimit, kLimit + 1, 1000}) {
     SCOPED_TRACE(count);
-    auto visits = std::make_unique<ThreaderVisits>();
-    oxl_vrs_serv_threader_for(count, visits.get(),
-                              [](int32_t i, int32_t thread, int32_t thread_count, void* context) {
-                                auto* v = static_cast<ThreaderVisits*>(context);
-                                v->times[i].fetch_add(1);
-                                v->thread[i] = thread;
-                                v->team.store(thread_count);
-                              });
-    if (count <= 0) {
-      EXPECT_EQ(visits->team.load(), 0);
-      continue;
-    }
-    EXPECT_EQ(visits->team.load(), std::min(count, kLimit));
-    EXPECT_EQ(visits->thread[0], 0);
-    EXPECT_EQ(visits->thread[count - 1], std::min(count, kLimit) - 1);
-    for (int32_t i = 0; i < count; ++i) {
-      ASSERT_EQ(visits->times[i].load(), 1);
-      if (i == 0) continue;
-      const int32_t step = visits->thread[i] - visits->thread[i - 1];
-      ASSERT_TRUE(step == 0 || step == 1) << "index " << i;
-    }
+    Visits visits(std::max(count, 0));
+    oxl_vrs_serv_threader_for(count, &visits, [](int32_t i, int32_t thread, int32_t team, void* v) {
+      Visits::Record(i, thread, nullptr, v);
+      static_cast<Visits*>(v)->team.store(team);
+    });
+    EXPECT_EQ(visits.team.load(), std::clamp(count, 0, kLimit));
+    if (count > 0) visits.Expect(count, std::min(count, kLimit), true);
   }
 }
 

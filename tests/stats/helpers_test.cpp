@@ -1,24 +1,26 @@
-// The statistics' numeric helpers: ln|gamma| against MPFR; the chi-square functions, Q(a, x) and
-// covariance inverses against scipy and numpy (data/*.txt by make_helpers_data.py); rank repair
+// The statistics' numeric helpers: ln|gamma| and ln against MPFR; the chi-square functions, Q(a, x)
+// and covariance inverses against scipy and numpy (data/*.txt by make_helpers_data.py); rank repair
 // by rows; quick sorts and selections against std::sort.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <bit>
+#include <cfloat>
 #include <cmath>
 #include <limits>
 #include <random>
 #include <vector>
 
 #include "oxl/platform.h"
+#include "stats/numeric_helpers.h"
 #include "support/failing_allocator.h"
 #include "support/mp.h"
 #include "support/ref_data.h"
-#include "stats/numeric_helpers.h"
 
 namespace {
 
 using oxl::test::RefTable;
+constexpr double kInf = std::numeric_limits<double>::infinity();
 
 // Error bound of a value from a series or continued fraction: `rel` of the reference, or `abs`.
 void ExpectNear(double got, double want, double rel, double abs, const char* what) {
@@ -26,7 +28,32 @@ void ExpectNear(double got, double want, double rel, double abs, const char* wha
       << what << ": got " << got << ", want " << want;
 }
 
-// Rounded once from extended precision: within 0.51 ulp (0.5002 measured).
+// Both are rounded once from extended precision: within 0.51 ulp (0.5002 measured) of MPFR's
+// value, `floor` standing in for the ulp where it is larger. `exact_fn` gives the sign of the
+// function's argument as well (gamma's for ln|gamma|), which `fn` checks. Returns the worst error.
+template <class Fn, class Exact>
+double WorstUlps(const std::vector<double>& xs, Fn fn, Exact exact_fn, double floor) {
+  oxl::test::MpReal exact, arg;
+  double worst = 0;
+  for (double x : xs) {
+    mpfr_set_d(arg.get(), x, MPFR_RNDN);
+    const int sign = exact_fn(exact.get(), arg.get());
+    const double want = mpfr_get_d(exact.get(), MPFR_RNDN), got = fn(x, sign);
+    if (std::isinf(want) || want == 0) {  // a pole, or an exact zero
+      EXPECT_EQ(got, want) << "x = " << x;
+      continue;
+    }
+    mpfr_sub_d(exact.get(), exact.get(), got, MPFR_RNDN);
+    const double error = std::fabs(mpfr_get_d(exact.get(), MPFR_RNDN)) /
+                         std::max(std::ldexp(1.0, std::max(std::ilogb(want), -1022) - 52), floor);
+    worst = std::max(worst, error);
+    EXPECT_LE(error, 0.51) << "x = " << x << ", got " << got << ", want " << want;
+  }
+  return worst;
+}
+
+// Near the zeros of ln|gamma| (x near 1, 2 and between the negative poles) the reflection loses
+// relative accuracy: there an absolute 2^-60 stands in for the ulp.
 TEST(LGamma, AgainstMpfr) {
   std::mt19937_64 rng(5);
   std::vector<double> xs = {
@@ -37,38 +64,27 @@ TEST(LGamma, AgainstMpfr) {
     const double x = magnitude * std::uniform_real_distribution<double>(0.5, 1.0)(rng);
     xs.push_back(i % 3 == 0 ? -x : x);
   }
-  oxl::test::MpReal exact, arg;
-  double worst = 0;
-  for (double x : xs) {
-    int exact_sign;
-    mpfr_set_d(arg.get(), x, MPFR_RNDN);
-    mpfr_lgamma(exact.get(), &exact_sign, arg.get(), MPFR_RNDN);
-    int32_t sign;
-    const double got = _vrs_px_lgamma(&sign, x);
-    const double want = mpfr_get_d(exact.get(), MPFR_RNDN);
-    if (std::isinf(want)) {  // a pole
-      EXPECT_EQ(got, want) << "x = " << x;
-      continue;
-    }
-    // Near the zeros of ln|gamma| (x near 1, 2 and between the negative poles) the reflection
-    // loses relative accuracy: there an absolute 2^-60 stands in for the ulp (ilogb of an exact
-    // zero is INT_MIN, kept from the subtraction).
-    mpfr_sub_d(exact.get(), exact.get(), got, MPFR_RNDN);
-    const double error =
-        std::fabs(mpfr_get_d(exact.get(), MPFR_RNDN)) /
-        std::max(std::ldexp(1.0, std::max(std::ilogb(want), -1022) - 52), std::ldexp(1.0, -60));
-    worst = std::max(worst, error);
-    EXPECT_LE(error, 0.51) << "x = " << x << ", got " << got << ", want " << want;
-    EXPECT_EQ(sign, exact_sign) << "x = " << x;
-  }
+  const double worst = WorstUlps(
+      xs,
+      [](double x, int exact_sign) {
+        int32_t sign;
+        const double value = _vrs_px_lgamma(&sign, x);
+        EXPECT_EQ(sign, exact_sign) << "x = " << x;
+        return value;
+      },
+      [](mpfr_ptr r, mpfr_srcptr a) {
+        int sign;
+        mpfr_lgamma(r, &sign, a, MPFR_RNDN);
+        return sign;
+      },
+      std::ldexp(1.0, -60));
   RecordProperty("worst_ulp", std::to_string(worst));
-  struct Special {
+  const struct {
     double x, value;
     int32_t sign;
-  };
-  const double inf = std::numeric_limits<double>::infinity();
-  for (const Special& s : {Special{0.0, inf, 1}, Special{-0.0, inf, -1}, Special{-3.0, inf, 1},
-                           Special{inf, inf, 1}, Special{-inf, inf, 1}}) {
+  } specials[] = {
+      {0.0, kInf, 1}, {-0.0, kInf, -1}, {-3.0, kInf, 1}, {kInf, kInf, 1}, {-kInf, kInf, 1}};
+  for (const auto& s : specials) {
     int32_t sign;
     EXPECT_EQ(_vrs_px_lgamma(&sign, s.x), s.value) << s.x;
     EXPECT_EQ(sign, s.sign) << s.x;
@@ -76,8 +92,53 @@ TEST(LGamma, AgainstMpfr) {
   EXPECT_TRUE(std::isnan(__vrsdLGamma(std::nan(""))));
 }
 
-// The density carries the ten-digit ln 2 of its table: its relative error is exp(-a * 4.0e-11)
-// - 1 beside the true density, which the check takes out before it compares.
+// Random positive doubles of every binade (subnormals included) and the neighbourhood of 1.
+TEST(ScalarHelpers, LnAgainstMpfr) {
+  std::mt19937_64 rng(23);
+  std::vector<double> xs = {1.0, 2.0, 0.5, 0.75, 1.5, DBL_MAX, DBL_TRUE_MIN, DBL_MIN};
+  while (xs.size() < 400000) {
+    const double x = std::bit_cast<double>(rng() >> 1);
+    if (x > 0 && x < kInf) xs.push_back(x);
+    xs.push_back(1.0 + std::ldexp(std::uniform_real_distribution<double>(-1, 1)(rng),
+                                  -static_cast<int>(rng() % 60)));
+  }
+  const double worst = WorstUlps(
+      xs, [](double x, int) { return __vrsdLn(x); },
+      [](mpfr_ptr r, mpfr_srcptr a) {
+        mpfr_log(r, a, MPFR_RNDN);
+        return 1;
+      },
+      0.0);
+  RecordProperty("worst_ulp", std::to_string(worst));
+  EXPECT_EQ(__vrsdLn(0.0), -kInf);
+  EXPECT_EQ(__vrsdLn(-0.0), -kInf);
+  EXPECT_EQ(__vrsdLn(kInf), kInf);
+  for (double x : {-1.0, -kInf, std::nan("")}) EXPECT_TRUE(std::isnan(__vrsdLn(x))) << x;
+}
+
+// Floor bit for bit as the C library's, on edges of the 2^52 trick and random values.
+TEST(ScalarHelpers, FloorAndSqrt) {
+  std::mt19937_64 rng(29);
+  std::vector<double> xs;
+  for (double e : {0.0, 0.5, 1.0, 0.99999999999999989, 0x1p52, 4503599627370495.5,
+                   9007199254740991.0, 2.5, 1e300, 1e-300, 4.9e-324, kInf}) {
+    xs.insert(xs.end(), {e, -e});
+  }
+  for (int i = 0; i < 10000; ++i) {
+    xs.push_back(std::ldexp(std::uniform_real_distribution<double>(-1, 1)(rng),
+                            static_cast<int>(rng() % 60)));
+  }
+  for (double x : xs) {
+    EXPECT_EQ(std::bit_cast<uint64_t>(__vrsdFloor(x)), std::bit_cast<uint64_t>(std::floor(x))) << x;
+    EXPECT_EQ(__vrsdSqrt(std::fabs(x)), std::sqrt(std::fabs(x))) << x;
+  }
+  EXPECT_TRUE(std::isnan(__vrsdFloor(std::nan(""))));
+}
+
+// The chi-square functions and Q(a, x) against scipy, then their edges: no mass at or below 0, the
+// quantile's ends and bad arguments. The density carries the ten-digit ln 2 of its table: its
+// relative error is exp(-a * 4.0e-11) - 1 beside the true density, which the check takes out
+// before it compares.
 TEST(ChiSquare, AgainstScipy) {
   const RefTable t = RefTable::Load(RefTable::TestsPath("stats/data/chi_square.txt"));
   const double ln2_table_error = 0.6931471805999999 - 0.693147180559945309417;
@@ -89,13 +150,16 @@ TEST(ChiSquare, AgainstScipy) {
     ExpectNear(__vrsdChi2PDF(dof, x), pdf * std::exp(-0.5 * dof * ln2_table_error), 1e-12, 0,
                "pdf");
     ExpectNear(__vrsdChi2CDF(dof, x), cdf, 1e-12, 1e-15, "cdf");
-    // The quantile solves Q(a, x/2) = 1 - p until Q is within 5 eps of 1 - p: in the lower tail
-    // an error of 1e-14 in the probability, which moves x by that over the density.
+    // The quantile solves Q(a, x/2) = 1 - p until Q is within 5 eps of 1 - p: in the lower tail an
+    // error of 1e-14 in the probability, which moves x by that over the density.
     ExpectNear(__vrsdChi2ICDF(dof, p), icdf, 1e-12, 1e-14 / pdf, "icdf");
   }
-}
-
-TEST(ChiSquare, EdgeCases) {
+  const RefTable q = RefTable::Load(RefTable::TestsPath("stats/data/gamma_q.txt"));
+  for (size_t r = 0; r < q.rows(); ++r) {
+    const double a = q.Real<double>(r, 0), x = q.Real<double>(r, 1);
+    SCOPED_TRACE("a " + std::to_string(a) + ", x " + std::to_string(x));
+    ExpectNear(_vdSSQ(a, x), q.Real<double>(r, 2), 1e-12, 1e-15, "Q");
+  }
   for (double x : {0.0, -1.0, -0.0}) {
     EXPECT_EQ(__vrsdChi2CDF(3.0, x), 0.0);
     EXPECT_EQ(__vrsdChi2PDF(3.0, x), 0.0);
@@ -105,33 +169,27 @@ TEST(ChiSquare, EdgeCases) {
   // The median of two degrees of freedom is 2 ln 2: Newton from erfinv(0.5).
   EXPECT_NEAR(__vrsdChi2ICDF(2.0, 0.5), 2.0 * std::log(2.0), 1e-14);
   EXPECT_EQ(__vrsdChi2ICDF(4.0, 0.0), 0.0);
-  EXPECT_EQ(__vrsdChi2ICDF(4.0, 1.0), std::numeric_limits<double>::infinity());
+  EXPECT_EQ(__vrsdChi2ICDF(4.0, 1.0), kInf);
   EXPECT_TRUE(std::isnan(__vrsdChi2ICDF(4.0, 1.5)));
   EXPECT_TRUE(std::isnan(__vrsdChi2ICDF(-1.0, 0.5)));
 }
 
-TEST(GammaQ, AgainstScipy) {
-  const RefTable t = RefTable::Load(RefTable::TestsPath("stats/data/gamma_q.txt"));
-  for (size_t r = 0; r < t.rows(); ++r) {
-    const double a = t.Real<double>(r, 0), x = t.Real<double>(r, 1), q = t.Real<double>(r, 2);
-    SCOPED_TRACE("a " + std::to_string(a) + ", x " + std::to_string(x));
-    ExpectNear(_vdSSQ(a, x), q, 1e-12, 1e-15, "Q");
-  }
-}
-
+// The covariance and sorting helpers of one precision.
 template <class T>
-struct Covariance {
+struct Helpers {
   int32_t (*inv)(int32_t, T*);
   int32_t (*rank)(int32_t, T*);
+  void (*sort)(int64_t, T*);
+  void (*step)(int64_t, T*, int64_t);
+  T (*select)(int64_t, T*, int64_t);
   double eps;
 };
-const Covariance<double> kCovD{__vrsdInvCov, __vrsdTestCovRank, 0x1p-53};
-const Covariance<float> kCovS{__vrssInvCov, __vrssTestCovRank, 0x1p-24};
 
 // Each element of the written triangle (j <= i) within 8 cond eps of the largest element of the
-// inverse; the other triangle as it was.
+// inverse; the other triangle as it was. A matrix that is not positive definite gives the Cholesky
+// status, and the block (which the callers allocate for the call alone) is freed.
 template <class T>
-void CheckInverses(const Covariance<T>& cov) {
+void CheckInverses(const Helpers<T>& cov) {
   const RefTable t = RefTable::Load(RefTable::TestsPath("stats/data/inv_cov.txt"));
   for (size_t r = 0; r < t.rows();) {
     const int p = static_cast<int>(t.Int(r, 1));
@@ -149,24 +207,12 @@ void CheckInverses(const Covariance<T>& cov) {
     ASSERT_EQ(cov.inv(p, a.data()), 0);
     for (int i = 0; i < p; ++i) {
       for (int j = 0; j < p; ++j) {
-        if (j > i) {
-          EXPECT_EQ(a[i * p + j], before[i * p + j]) << i << "," << j;
-        } else {
-          EXPECT_NEAR(a[i * p + j], want[i * p + j], 8 * cond * cov.eps * largest) << i << "," << j;
-        }
+        EXPECT_NEAR(a[i * p + j], j > i ? before[i * p + j] : want[i * p + j],
+                    j > i ? 0 : 8 * cond * cov.eps * largest)
+            << i << "," << j;
       }
     }
   }
-}
-
-TEST(InvCov, AgainstNumpy) {
-  CheckInverses(kCovD);
-  CheckInverses(kCovS);
-}
-
-// A matrix that is not positive definite: the Cholesky status, and the block given back.
-template <class T>
-void CheckCholeskyFailure(const Covariance<T>& cov) {
   oxl::test::AllocationScope scope;
   T* a = static_cast<T*>(oxl_serv_allocate(16 * sizeof(T), 128));
   for (int k = 0; k < 16; ++k) a[k] = k % 5 == 0 ? T(1) : T(0);
@@ -175,24 +221,18 @@ void CheckCholeskyFailure(const Covariance<T>& cov) {
   EXPECT_EQ(scope.live(), 0);
 }
 
-TEST(InvCov, CholeskyFailureGivesTheBlockBack) {
-  CheckCholeskyFailure(kCovD);
-  CheckCholeskyFailure(kCovS);
-}
-
-// Rows: p, the matrix's diagonal (off-diagonal elements 0 unless `full`), the status and the
-// diagonal after. The threshold is the denormal with the bit pattern 1000.
+// Rows: p, the matrix's diagonal (off-diagonal elements 0), the status and the diagonal after. The
+// threshold is the denormal with the bit pattern 1000.
 template <class T>
-void CheckRankRepair(const Covariance<T>& cov) {
+void CheckRankRepair(const Helpers<T>& cov) {
   const T threshold = sizeof(T) == 8 ? T(std::bit_cast<double>(uint64_t{1000}))
                                      : T(std::bit_cast<float>(uint32_t{1000}));
-  struct Row {
+  const struct {
     int p;
     std::vector<T> diagonal;
     int32_t status;
     std::vector<T> after;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {1, {2}, 0, {2}},
       {1, {0}, 0, {threshold}},
       {1, {-threshold}, 0, {threshold}},
@@ -202,18 +242,17 @@ void CheckRankRepair(const Covariance<T>& cov) {
       {3, {0, 0, 0}, -4033, {0, 0, 0}},
       {3, {1, 2, 3}, 0, {1, 2, 3}},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE("p " + std::to_string(row.p) + ", a00 " + std::to_string(row.diagonal[0]));
-    std::vector<T> a(row.p * row.p, T(0));
-    for (int i = 0; i < row.p; ++i) a[i * row.p + i] = row.diagonal[i];
+    std::vector<T> a(row.p * row.p, T(0)), after(row.p * row.p, T(0));
+    for (int i = 0; i < row.p; ++i) {
+      a[i * row.p + i] = row.diagonal[i];
+      after[i * row.p + i] = row.after[i];
+    }
     oxl::test::AllocationScope scope;
     EXPECT_EQ(cov.rank(row.p, a.data()), row.status);
     EXPECT_EQ(scope.live(), 0);
-    for (int i = 0; i < row.p; ++i) {
-      for (int j = 0; j < row.p; ++j) {
-        EXPECT_EQ(a[i * row.p + j], i == j ? row.after[i] : T(0)) << i << "," << j;
-      }
-    }
+    EXPECT_EQ(a, after);
   }
   // A full positive definite matrix comes back bit for bit; without work memory, untouched.
   std::vector<T> a = {4, 1, 2, 1, 5, T(0.5), 2, T(0.5), 6};
@@ -227,22 +266,11 @@ void CheckRankRepair(const Covariance<T>& cov) {
                                       });
 }
 
-TEST(TestCovRank, Rows) {
-  CheckRankRepair(kCovD);
-  CheckRankRepair(kCovS);
-}
-
-template <class T>
-struct QuickSorts {
-  void (*sort)(int64_t, T*);
-  void (*step)(int64_t, T*, int64_t);
-  T (*select)(int64_t, T*, int64_t);
-};
-
 // Sorts, strided sorts (the elements between untouched) and selections of the first, middle and
-// last rank against std::sort, on random data with and without repeats, sorted and reversed.
+// last rank against std::sort, on random data with and without repeats, sorted and reversed. NaNs
+// leave the order unspecified, but every element stays in the array.
 template <class T>
-void CheckQuickSorts(const QuickSorts<T>& q) {
+void CheckQuickSorts(const Helpers<T>& q) {
   std::mt19937_64 rng(17);
   for (int64_t n : {1, 2, 3, 6, 7, 8, 31, 1000, 100000}) {
     for (int pattern = 0; pattern < 4; ++pattern) {
@@ -253,21 +281,16 @@ void CheckQuickSorts(const QuickSorts<T>& q) {
       }
       if (pattern >= 2) std::sort(data.begin(), data.end());
       if (pattern == 3) std::reverse(data.begin(), data.end());
-      std::vector<T> expected = data;
+      std::vector<T> expected = data, sorted = data, strided(3 * n, T(9));
       std::sort(expected.begin(), expected.end());
-
-      std::vector<T> sorted = data;
       q.sort(n, sorted.data());
       EXPECT_EQ(sorted, expected);
-
-      std::vector<T> strided(3 * n, T(9));
       for (int64_t i = 0; i < n; ++i) strided[3 * i] = data[i];
       q.step(n, strided.data(), 3);
       for (int64_t i = 0; i < n; ++i) {
         ASSERT_EQ(strided[3 * i], expected[i]) << i;
         ASSERT_EQ(strided[3 * i + 1], T(9));
       }
-
       for (int64_t k : {int64_t{0}, n / 2, n - 1}) {
         std::vector<T> work = data;
         EXPECT_EQ(q.select(n, work.data(), k), expected[k]) << "k " << k;
@@ -277,7 +300,6 @@ void CheckQuickSorts(const QuickSorts<T>& q) {
       }
     }
   }
-  // NaNs leave the order unspecified, but every element stays in the array.
   std::vector<T> with_nan(1000);
   for (size_t i = 0; i < with_nan.size(); ++i) with_nan[i] = i % 3 ? T(rng() % 100) : T(NAN);
   q.sort(1000, with_nan.data());
@@ -285,87 +307,18 @@ void CheckQuickSorts(const QuickSorts<T>& q) {
             334);
 }
 
-TEST(QuickSort, AgainstStdSort) {
-  CheckQuickSorts<double>({__vrsdQSort, __vrsdQSortStep, __vrsdQSortSelect});
-  CheckQuickSorts<float>({__vrssQSort, __vrssQSortStep, __vrssQSortSelect});
+template <class T>
+void CheckHelpers(const Helpers<T>& h) {
+  CheckInverses(h);
+  CheckRankRepair(h);
+  CheckQuickSorts(h);
 }
 
-// Random positive doubles of every binade (subnormals included) and the neighbourhood of 1.
-TEST(ScalarHelpers, LnAgainstMpfr) {
-  std::mt19937_64 rng(23);
-  std::vector<double> xs = {1.0,
-                            2.0,
-                            0.5,
-                            0.75,
-                            1.5,
-                            std::numeric_limits<double>::max(),
-                            std::numeric_limits<double>::denorm_min(),
-                            std::numeric_limits<double>::min()};
-  for (int i = 0; i < 200000; ++i) {
-    xs.push_back(std::bit_cast<double>(rng() >> 1));
-    xs.push_back(1.0 + std::ldexp(std::uniform_real_distribution<double>(-1, 1)(rng),
-                                  -static_cast<int>(rng() % 60)));
-  }
-  oxl::test::MpReal exact, arg;
-  double worst = 0;
-  for (double x : xs) {
-    if (!(x > 0) || std::isinf(x)) continue;
-    mpfr_set_d(arg.get(), x, MPFR_RNDN);
-    mpfr_log(exact.get(), arg.get(), MPFR_RNDN);
-    const double want = mpfr_get_d(exact.get(), MPFR_RNDN);
-    const double got = __vrsdLn(x);
-    if (want == 0) {
-      EXPECT_EQ(got, 0.0) << x;
-      continue;
-    }
-    mpfr_sub_d(exact.get(), exact.get(), got, MPFR_RNDN);
-    const double error =
-        std::fabs(mpfr_get_d(exact.get(), MPFR_RNDN)) / std::ldexp(1.0, std::ilogb(want) - 52);
-    worst = std::max(worst, error);
-    ASSERT_LE(error, 0.51) << "x = " << x << ", got " << got << ", want " << want;
-  }
-  RecordProperty("worst_ulp", std::to_string(worst));
-  const double inf = std::numeric_limits<double>::infinity();
-  EXPECT_EQ(__vrsdLn(0.0), -inf);
-  EXPECT_EQ(__vrsdLn(-0.0), -inf);
-  EXPECT_EQ(__vrsdLn(inf), inf);
-  EXPECT_TRUE(std::isnan(__vrsdLn(-1.0)));
-  EXPECT_TRUE(std::isnan(__vrsdLn(-inf)));
-  EXPECT_TRUE(std::isnan(__vrsdLn(std::nan(""))));
-}
-
-// Floor bit for bit as the C library's, on edges of the 2^52 trick and random values.
-TEST(ScalarHelpers, FloorAndSqrt) {
-  std::mt19937_64 rng(29);
-  std::vector<double> xs = {0.0,
-                            -0.0,
-                            0.5,
-                            -0.5,
-                            1.0,
-                            -1.0,
-                            0.99999999999999989,
-                            -0.99999999999999989,
-                            0x1p52,
-                            -0x1p52,
-                            0x1p52 - 0.5,
-                            -0x1p52 + 0.5,
-                            0x1p53 - 1,
-                            2.5,
-                            -2.5,
-                            1e300,
-                            -1e-300,
-                            4.9e-324,
-                            std::numeric_limits<double>::infinity(),
-                            -std::numeric_limits<double>::infinity()};
-  for (int i = 0; i < 10000; ++i) {
-    xs.push_back(std::ldexp(std::uniform_real_distribution<double>(-1, 1)(rng),
-                            static_cast<int>(rng() % 60)));
-  }
-  for (double x : xs) {
-    EXPECT_EQ(std::bit_cast<uint64_t>(__vrsdFloor(x)), std::bit_cast<uint64_t>(std::floor(x))) << x;
-    EXPECT_EQ(__vrsdSqrt(std::fabs(x)), std::sqrt(std::fabs(x))) << x;
-  }
-  EXPECT_TRUE(std::isnan(__vrsdFloor(std::nan(""))));
+TEST(CovarianceAndSortHelpers, BothPrecisions) {
+  CheckHelpers<double>(
+      {__vrsdInvCov, __vrsdTestCovRank, __vrsdQSort, __vrsdQSortStep, __vrsdQSortSelect, 0x1p-53});
+  CheckHelpers<float>(
+      {__vrssInvCov, __vrssTestCovRank, __vrssQSort, __vrssQSortStep, __vrssQSortSelect, 0x1p-24});
 }
 
 }  // namespace

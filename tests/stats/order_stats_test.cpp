@@ -1,15 +1,17 @@
-// Order statistics: minimum and maximum against std::min_element/max_element in both storages,
-// with an inclusion mask and in blocks, the tie and NaN rules; quantiles and sorted copies against
-// std::sort and a long-double reference, by sorting and by selection, on fake threads; sorted
-// copies in every pair of storages and in place; absolute deviations against direct evaluations;
-// the statuses.
+// Order statistics in both storages and precisions: minimum and maximum against
+// std::min_element/max_element with an inclusion mask and in blocks, the signed-zero and NaN rules;
+// quantiles and sorted copies against std::sort and a long-double reference, by sorting and by
+// selection, on fake threads; sorted copies in every pair of storages and in place; absolute
+// deviations against direct evaluations; the statuses.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <random>
 
+#include "stats/numeric_helpers.h"
 #include "stats/stats_fixture.h"
 #include "stats/task.h"
 #include "support/failing_allocator.h"
@@ -27,28 +29,31 @@ int RunMinmax(Problem<T>& pb, std::vector<T>& lo, std::vector<T>& hi, uint64_t e
   return pb.Call(&_vrsdSSMinmax, &_vrssSSMinmax, estimates, method);
 }
 
+// Dimension 2 is left out and keeps its seeds. Dimensions 3 and 4 hold zeros of both signs and
+// NaNs, the first +0 first, the other -0: -0 is below +0 whichever comes first, and NaN
+// observations are passed over. A second call over the same data changes nothing; a seed beyond the
+// data stays.
 template <class T>
-void AgainstStd(int64_t storage) {
+void MinmaxAgainstStd(int64_t storage) {
   const int64_t p = 5, n = 301;
   Problem<T> pb(p, n, storage);
   pb.Fill(4, 3.0, true);
+  const T nan = std::numeric_limits<T>::quiet_NaN(), inf = std::numeric_limits<T>::infinity();
+  for (int64_t j = 0; j < n; ++j) {
+    pb.at(3, j) = j % 3 == 0 ? T(0) : j % 3 == 1 ? nan : T(-0.0);
+    pb.at(4, j) = j % 3 == 0 ? T(-0.0) : j % 3 == 1 ? T(0) : nan;
+  }
   pb.SetInclusion({1, 1, 0, 1, 1});
-  const T inf = std::numeric_limits<T>::infinity();
   std::vector<T> lo(p, inf), hi(p, -inf);
-  lo[2] = hi[2] = T(77);  // left out: untouched
+  lo[2] = hi[2] = T(77);
   ASSERT_EQ(RunMinmax(pb, lo, hi, EST_MIN | EST_MAX), 0);
   for (int64_t i = 0; i < p; ++i) {
-    if (i == 2) {
-      EXPECT_EQ(lo[i], T(77));
-      EXPECT_EQ(hi[i], T(77));
-      continue;
-    }
-    std::vector<T> d(n);
-    for (int64_t j = 0; j < n; ++j) d[j] = pb.at(i, j);
-    EXPECT_EQ(lo[i], *std::min_element(d.begin(), d.end())) << i;
-    EXPECT_EQ(hi[i], *std::max_element(d.begin(), d.end())) << i;
+    const std::vector<T> d = pb.Column(i);
+    const T want_lo = i == 2 ? T(77) : i > 2 ? T(-0.0) : *std::min_element(d.begin(), d.end());
+    const T want_hi = i == 2 ? T(77) : i > 2 ? T(0) : *std::max_element(d.begin(), d.end());
+    EXPECT_EQ(ToBits(lo[i]), ToBits(want_lo)) << i;
+    EXPECT_EQ(ToBits(hi[i]), ToBits(want_hi)) << i;
   }
-  // Blocks: a second call over the same data changes nothing; a seed beyond the data stays.
   const std::vector<T> lo1 = lo, hi1 = hi;
   ASSERT_EQ(RunMinmax(pb, lo, hi, EST_MIN | EST_MAX, METHOD_SUMS), 0);
   EXPECT_EQ(lo, lo1);
@@ -60,77 +65,24 @@ void AgainstStd(int64_t storage) {
   for (int64_t i : {0, 1, 3, 4}) EXPECT_EQ(hi[i], std::max(T(5), hi1[i])) << i;
 }
 
-TEST(Minmax, AgainstStdInBothStoragesWithMaskAndBlocks) {
-  AgainstStd<double>(STORAGE_ROWS);
-  AgainstStd<double>(STORAGE_COLS);
-  AgainstStd<float>(STORAGE_ROWS);
-  AgainstStd<float>(STORAGE_COLS);
-}
-
-// -0 is below +0 whichever comes first, and NaN observations are passed over: the answer does not
-// depend on the order of the observations.
-TEST(Minmax, SignedZerosAndNaN) {
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  for (const int64_t storage : {STORAGE_ROWS, STORAGE_COLS}) {
-    Problem<double> pb(2, 4, storage);
-    const double first[4] = {0.0, nan, -0.0, 0.0}, second[4] = {-0.0, 0.0, nan, -0.0};
-    for (int j = 0; j < 4; ++j) {
-      pb.at(0, j) = first[j];
-      pb.at(1, j) = second[j];
-    }
-    std::vector<double> lo = {first[0], second[0]}, hi = lo;
-    ASSERT_EQ(RunMinmax(pb, lo, hi, EST_MIN | EST_MAX), 0);
-    for (int i = 0; i < 2; ++i) {
-      EXPECT_TRUE(std::signbit(lo[i]) && lo[i] == 0) << storage << " " << i;
-      EXPECT_TRUE(!std::signbit(hi[i]) && hi[i] == 0) << storage << " " << i;
-    }
-  }
-}
-
-TEST(Minmax, Statuses) {
-  Problem<double> pb(3, 10, STORAGE_COLS);
-  std::vector<double> lo(3, 1.0), hi(3, 1.0);
-  EXPECT_EQ(_vrsdSSMinmax(nullptr, EST_MIN, METHOD_ONE_PASS, nullptr), OXL_SS_ERROR_NULL_TASK);
-  EXPECT_EQ(_vrsdSSMinmax(pb.task, EST_MIN, METHOD_ONE_PASS, nullptr), OXL_SS_ERROR_MIN);
-  __vrsdSSEditTask(pb.task, SS_ED_MIN, lo.data());
-  EXPECT_EQ(_vrsdSSMinmax(pb.task, EST_MIN | EST_MAX, METHOD_ONE_PASS, nullptr), OXL_SS_ERROR_MAX);
-  EXPECT_EQ(RunMinmax(pb, lo, hi, EST_MIN, METHOD_GIVEN_MEAN), OXL_SS_ERROR_METHOD);
-  pb.storage = 7;
-  EXPECT_EQ(RunMinmax(pb, lo, hi, EST_MIN), OXL_SS_ERROR_STORAGE);
-  pb.storage = STORAGE_ROWS;
-  pb.n = 0;
-  EXPECT_EQ(RunMinmax(pb, lo, hi, EST_MIN), OXL_SS_ERROR_OBSERVATIONS);
-  pb.n = 10;
-  {
-    AllocationScope failing(1);
-    EXPECT_EQ(RunMinmax(pb, lo, hi, EST_MIN), OXL_SS_ERROR_MEMORY);
-  }
-  EXPECT_EQ(lo, std::vector<double>(3, 1.0));
-  EXPECT_EQ(RunMinmax(pb, lo, hi, 0), 0);
-}
-
-// Quantiles by sorting (with the order statistics) and by selection (without) against std::sort
-// and a long-double evaluation of the definition; the two ways give the same bits, and so do
-// fake threads.
+// Quantiles by sorting (with the order statistics) and by selection (without) against std::sort and
+// a long-double evaluation of the definition; the two ways give the same bits, and so do fake
+// threads. Dimension 1 has ties; dimension 2 is left out.
 template <class T>
 void QuantilesAgainstStd(int64_t storage) {
   const int64_t p = 4, n = 1001;
   Problem<T> pb(p, n, storage);
   pb.Fill(9, 1.0, true);
-  for (int64_t j = 0; j < n; j += 7) pb.at(1, j) = T(2);  // ties
+  for (int64_t j = 0; j < n; j += 7) pb.at(1, j) = T(2);
   pb.SetInclusion({1, 1, 0, 1});
-  std::vector<T> orders = {T(0), T(0.1), T(0.25), T(0.5), T(0.999), T(1)};
+  std::vector<T> orders = {T(0), T(0.1), T(0.25), T(0.3337), T(0.5), T(0.999), T(1)};
   int64_t count = static_cast<int64_t>(orders.size());
   int64_t order_storage = storage == STORAGE_ROWS ? STORAGE_COLS : STORAGE_ROWS;
   std::vector<T> sorted_q(p * count, T(-7)), selected_q(p * count, T(-7)),
       threaded_q(p * count, T(-7)), stats(p * n, T(-7));
   auto run = [&](std::vector<T>& q, uint64_t estimates, const SSThreadServices* services) {
-    SSTask& t = *pb.task;
-    t.quantileCount = &count;
-    t.quantileOrders = orders.data();
-    t.quantiles = q.data();
-    t.orderStats = stats.data();
-    t.orderStatsStorage = &order_storage;
+    Pick<T>(__vrsdSSEditQuantiles, __vrssSSEditQuantiles)(pb.task, &count, orders.data(), q.data(),
+                                                          stats.data(), &order_storage);
     return pb.Call(&_vrsdSSQuantiles, &_vrssSSQuantiles, estimates, METHOD_SUMS, services);
   };
   ASSERT_EQ(run(sorted_q, EST_QUANTILES | EST_ORDER_STATS, nullptr), 0);
@@ -140,9 +92,8 @@ void QuantilesAgainstStd(int64_t storage) {
   EXPECT_EQ(selected_q, sorted_q);
   EXPECT_EQ(threaded_q, sorted_q);
   for (int64_t i = 0; i < p; ++i) {
-    std::vector<T> d(n), got(n);
+    std::vector<T> d = pb.Column(i), got(n);
     for (int64_t j = 0; j < n; ++j) {
-      d[j] = pb.at(i, j);
       got[j] = stats[order_storage == STORAGE_ROWS ? i * n + j : j * p + i];
     }
     if (i == 2) {
@@ -165,70 +116,17 @@ void QuantilesAgainstStd(int64_t storage) {
   }
 }
 
-TEST(Quantiles, SortedSelectedAndThreadedAgreeWithStd) {
-  QuantilesAgainstStd<double>(STORAGE_ROWS);
-  QuantilesAgainstStd<double>(STORAGE_COLS);
-  QuantilesAgainstStd<float>(STORAGE_ROWS);
-  QuantilesAgainstStd<float>(STORAGE_COLS);
-}
-
-TEST(Quantiles, OneObservationAndStatuses) {
-  Problem<double> one(2, 1, STORAGE_ROWS);
-  one.x = {3.5, -1.0};
-  int64_t count = 3, order_storage = STORAGE_ROWS;
-  std::vector<double> orders = {0.0, 0.3, 1.0}, q(6), stats(2);
-  __vrsdSSEditQuantiles(one.task, &count, orders.data(), q.data(), stats.data(), &order_storage);
-  ASSERT_EQ(_vrsdSSQuantiles(one.task, EST_QUANTILES, METHOD_SUMS, nullptr), 0);
-  EXPECT_EQ(q, (std::vector<double>{3.5, 3.5, 3.5, -1.0, -1.0, -1.0}));
-
-  const auto status = [&](uint64_t estimates) {
-    return _vrsdSSQuantiles(one.task, estimates, METHOD_SUMS, nullptr);
-  };
-  orders[1] = 1.5;
-  EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_QUANTILE_COUNT);
-  orders[1] = std::nan("");
-  EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_QUANTILE_COUNT);
-  orders[1] = 0.3;
-  count = -1;
-  EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_QUANTILE_COUNT);
-  count = 0;  // accepted: nothing to compute
-  EXPECT_EQ(status(EST_QUANTILES), 0);
-  count = 3;
-  order_storage = 5;
-  EXPECT_EQ(status(EST_ORDER_STATS), OXL_SS_ERROR_STORAGE);
-  EXPECT_EQ(_vrsdSSQuantiles(one.task, EST_QUANTILES, METHOD_ONE_PASS, nullptr),
-            OXL_SS_ERROR_METHOD);
-  SSTask& t = *one.task;
-  t.quantiles = t.orderStats = nullptr;
-  EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_QUANTILES);
-  EXPECT_EQ(status(EST_ORDER_STATS), OXL_SS_ERROR_ORDER_STATS);
-  t.quantiles = q.data();
-  t.orderStats = stats.data();
-  t.quantileOrders = nullptr;
-  t.orderStatsStorage = nullptr;
-  EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_QUANTILE_ORDERS);
-  EXPECT_EQ(status(EST_ORDER_STATS), OXL_SS_ERROR_STORAGE_POINTER);
-  t.quantileOrders = orders.data();
-  t.quantileCount = nullptr;
-  EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_QUANTILE_COUNT);
-  t.quantileCount = &count;
-  {
-    AllocationScope failing(1);
-    EXPECT_EQ(status(EST_QUANTILES), OXL_SS_ERROR_MEMORY);
-  }
-}
-
-// Sorted copies in every pair of storages, with a mask, and in place; -0 before +0 as the radix
-// order has it, in every layout.
+// Sorted copies, with a mask (dimension 1 left out), and in place; -0 before +0 as the radix order
+// has it, in every layout.
 template <class T>
 void SortAgainstStd(int64_t storage, int64_t sorted_storage, bool in_place) {
   const int64_t p = 3, n = 517;
   Problem<T> pb(p, n, storage);
   pb.Fill(12, 0.0, true);
   for (int64_t j = 0; j < n; j += 5) pb.at(0, j) = j % 2 ? T(0) : T(-0.0);
-  std::vector<std::vector<T>> want(p, std::vector<T>(n));
+  std::vector<std::vector<T>> want(p);
   for (int64_t i = 0; i < p; ++i) {
-    for (int64_t j = 0; j < n; ++j) want[i][j] = pb.at(i, j);
+    want[i] = pb.Column(i);
     std::stable_sort(want[i].begin(), want[i].end(), [](T a, T b) {
       return a < b || (a == 0 && b == 0 && std::signbit(a) && !std::signbit(b));
     });
@@ -243,44 +141,9 @@ void SortAgainstStd(int64_t storage, int64_t sorted_storage, bool in_place) {
     for (int64_t j = 0; j < n; ++j) {
       const T got = out[sorted_storage == STORAGE_ROWS ? i * n + j : j * p + i];
       const T expected = !in_place && i == 1 ? T(-7) : want[i][j];
-      ASSERT_EQ(std::bit_cast<BitsOf<T>>(got), std::bit_cast<BitsOf<T>>(expected)) << i << " " << j;
+      ASSERT_EQ(ToBits(got), ToBits(expected)) << i << " " << j;
     }
   }
-}
-
-TEST(Sort, EveryStoragePairMaskAndInPlace) {
-  for (const int64_t from : {STORAGE_ROWS, STORAGE_COLS}) {
-    SortAgainstStd<double>(from, from, true);
-    SortAgainstStd<float>(from, from, true);
-    for (const int64_t to : {STORAGE_ROWS, STORAGE_COLS}) {
-      SortAgainstStd<double>(from, to, false);
-      SortAgainstStd<float>(from, to, false);
-    }
-  }
-}
-
-TEST(Sort, Statuses) {
-  Problem<double> pb(2, 8, STORAGE_ROWS);
-  std::vector<double> out(16);
-  int64_t rows = STORAGE_ROWS, cols = STORAGE_COLS, bad = 3;
-  SSTask& t = *pb.task;
-  const auto status = [&](uint64_t method = METHOD_RADIX) {
-    return _vrsdSSSort(pb.task, 0, method, nullptr);
-  };
-  EXPECT_EQ(status(), OXL_SS_ERROR_SORTED_OUTPUT);
-  t.sortedOutput = out.data();
-  EXPECT_EQ(status(), OXL_SS_ERROR_STORAGE_POINTER);
-  t.sortedStorage = &bad;
-  EXPECT_EQ(status(), OXL_SS_ERROR_STORAGE);
-  t.sortedStorage = &rows;
-  EXPECT_EQ(status(METHOD_SUMS), OXL_SS_ERROR_METHOD);
-  EXPECT_EQ(status(), 0);
-  t.sortedOutput = pb.x.data();  // in place
-  t.sortedStorage = &cols;
-  EXPECT_EQ(status(), OXL_SS_ERROR_STORAGE_POINTER);
-  t.sortedStorage = &rows;
-  pb.SetInclusion({1, 1});
-  EXPECT_EQ(status(), OXL_SS_ERROR_SORT_IN_PLACE_MASK);
 }
 
 // Median absolute deviation (n odd: both medians are observations, so exact) and weighted mean
@@ -303,65 +166,220 @@ void DeviationsAgainstDirect(int64_t storage) {
   };
   ASSERT_EQ(run(mnad, EST_MEDIAN_ABS_DEV | EST_MEAN_ABS_DEV, METHOD_SUMS), 0);
   ASSERT_EQ(run(given, EST_MEAN_ABS_DEV, METHOD_GIVEN_MEAN), 0);
-  for (int64_t i = 0; i < p; ++i) {
-    if (i == 1) {
-      EXPECT_EQ(mdad[i], T(-7));
-      EXPECT_EQ(mnad[i], T(-7));
-      continue;
-    }
-    std::vector<T> d(n);
+  EXPECT_TRUE(mdad[1] == T(-7) && mnad[1] == T(-7));
+  for (int64_t i : {0, 2}) {
+    std::vector<T> d = pb.Column(i);
     long double sw = 0, swx = 0;
     for (int64_t j = 0; j < n; ++j) {
-      d[j] = pb.at(i, j);
       sw += w[j];
       swx += (long double)w[j] * d[j];
     }
-    const auto mean_abs = [&](long double centre) {
-      long double s = 0;
-      for (int64_t j = 0; j < n; ++j) s += w[j] * fabsl(d[j] - centre);
-      return s / sw;
-    };
     // The deviations cancel against the centre: the error scales with the centre's size.
     const auto near = [&](T got, long double centre) {
-      const long double want = mean_abs(centre);
+      long double s = 0;
+      for (int64_t j = 0; j < n; ++j) s += w[j] * fabsl(d[j] - centre);
+      const long double want = s / sw;
       EXPECT_NEAR(got, want, 8 * std::numeric_limits<T>::epsilon() * (fabsl(centre) + want)) << i;
     };
     near(mnad[i], swx / sw);
     near(given[i], pb.mean[i]);
-    std::vector<T> sorted = d;
-    std::sort(sorted.begin(), sorted.end());
-    const T median = sorted[n / 2];
+    std::nth_element(d.begin(), d.begin() + n / 2, d.end());
+    const T median = d[n / 2];
     for (T& v : d) v = std::fabs(v - median);
-    std::sort(d.begin(), d.end());
+    std::nth_element(d.begin(), d.begin() + n / 2, d.end());
     EXPECT_EQ(mdad[i], d[n / 2]) << i;
   }
 }
 
-TEST(Deviations, AgainstDirectEvaluation) {
-  DeviationsAgainstDirect<double>(STORAGE_ROWS);
-  DeviationsAgainstDirect<double>(STORAGE_COLS);
-  DeviationsAgainstDirect<float>(STORAGE_ROWS);
-  DeviationsAgainstDirect<float>(STORAGE_COLS);
+template <class T>
+void AgainstStd(int64_t storage) {
+  MinmaxAgainstStd<T>(storage);
+  QuantilesAgainstStd<T>(storage);
+  DeviationsAgainstDirect<T>(storage);
+  SortAgainstStd<T>(storage, storage, true);
+  for (const int64_t to : {STORAGE_ROWS, STORAGE_COLS}) SortAgainstStd<T>(storage, to, false);
 }
 
-TEST(Deviations, Statuses) {
-  Problem<double> pb(2, 9, STORAGE_ROWS);
-  std::vector<double> out(2);
-  const auto status = [&](uint64_t estimates, uint64_t method) {
-    return _vrsdSSMAD(pb.task, estimates, method, nullptr);
+TEST(OrderStats, AgainstStdInBothStoragesAndPrecisions) {
+  for (const int64_t storage : {STORAGE_ROWS, STORAGE_COLS}) {
+    SCOPED_TRACE(storage);
+    AgainstStd<double>(storage);
+    AgainstStd<float>(storage);
+  }
+}
+
+// A task of 2 dimensions and 9 observations with every array of the order statistics registered.
+struct StatusCase {
+  Problem<double> pb{2, 9, STORAGE_ROWS};
+  SSTask& t = *pb.task;
+  std::vector<double> lo = std::vector<double>(2, 1.0), hi = lo, q = std::vector<double>(6),
+                      stats = std::vector<double>(18), sorted = stats, orders = {0, 0.3, 1};
+  int64_t count = 3, order_storage = STORAGE_ROWS, sorted_storage = STORAGE_ROWS, bad = 3,
+          cols = STORAGE_COLS;
+  StatusCase() {
+    pb.Edit(SS_ED_MIN, lo.data());
+    pb.Edit(SS_ED_MAX, hi.data());
+    pb.Edit(SS_ED_MDAD, lo.data());
+    pb.Edit(SS_ED_MNAD, hi.data());
+    pb.Edit(SS_ED_SORTED_OBSERV, sorted.data());
+    __vrsiSSEditTask(pb.task, SS_ED_SORTED_OBSERV_STORAGE, &sorted_storage);
+    __vrsdSSEditQuantiles(pb.task, &count, orders.data(), q.data(), stats.data(), &order_storage);
+  }
+};
+
+using Entry = int (*)(SSTask*, uint64_t, uint64_t, const SSThreadServices*);
+constexpr Entry kMinmax = &_vrsdSSMinmax, kQuantiles = &_vrsdSSQuantiles, kSort = &_vrsdSSSort,
+                kMad = &_vrsdSSMAD;
+
+// Each row breaks one thing on a fresh task and expects its status; rows of status 0 show that the
+// fresh task is valid. A failed allocation gives the memory status and writes nothing.
+TEST(OrderStats, Statuses) {
+  using Case = StatusCase;
+  constexpr uint64_t kOnePass = METHOD_ONE_PASS, kSums = METHOD_SUMS, kGiven = METHOD_GIVEN_MEAN,
+                     kRadix = METHOD_RADIX;
+  const struct {
+    Entry entry;
+    uint64_t estimates, method;
+    void (*edit)(Case&);
+    int status;
+  } rows[] = {
+      {kMinmax, EST_MIN | EST_MAX, kOnePass, nullptr, 0},
+      {kMinmax, EST_MIN, kOnePass, [](Case& c) { c.t.minimum = nullptr; }, OXL_SS_ERROR_MIN},
+      {kMinmax, EST_MIN | EST_MAX, kOnePass, [](Case& c) { c.t.maximum = nullptr; },
+       OXL_SS_ERROR_MAX},
+      {kMinmax, EST_MIN, kGiven, nullptr, OXL_SS_ERROR_METHOD},
+      {kMinmax, EST_MIN, kOnePass, [](Case& c) { c.pb.storage = 7; }, OXL_SS_ERROR_STORAGE},
+      {kMinmax, EST_MIN, kOnePass, [](Case& c) { c.pb.n = 0; }, OXL_SS_ERROR_OBSERVATIONS},
+      {kQuantiles, EST_QUANTILES | EST_ORDER_STATS, kSums, nullptr, 0},
+      {kQuantiles, EST_QUANTILES, kSums, [](Case& c) { c.orders[1] = 1.5; },
+       OXL_SS_ERROR_QUANTILE_COUNT},
+      {kQuantiles, EST_QUANTILES, kSums, [](Case& c) { c.orders[1] = NAN; },
+       OXL_SS_ERROR_QUANTILE_COUNT},
+      {kQuantiles, EST_QUANTILES, kSums, [](Case& c) { c.count = -1; },
+       OXL_SS_ERROR_QUANTILE_COUNT},
+      {kQuantiles, EST_QUANTILES, kSums, [](Case& c) { c.t.quantileCount = nullptr; },
+       OXL_SS_ERROR_QUANTILE_COUNT},
+      {kQuantiles, EST_QUANTILES, kSums, [](Case& c) { c.count = 0; }, 0},
+      {kQuantiles, EST_ORDER_STATS, kSums, [](Case& c) { c.order_storage = 5; },
+       OXL_SS_ERROR_STORAGE},
+      {kQuantiles, EST_QUANTILES, kOnePass, nullptr, OXL_SS_ERROR_METHOD},
+      {kQuantiles, EST_QUANTILES, kSums, [](Case& c) { c.t.quantiles = nullptr; },
+       OXL_SS_ERROR_QUANTILES},
+      {kQuantiles, EST_ORDER_STATS, kSums, [](Case& c) { c.t.orderStats = nullptr; },
+       OXL_SS_ERROR_ORDER_STATS},
+      {kQuantiles, EST_QUANTILES, kSums, [](Case& c) { c.t.quantileOrders = nullptr; },
+       OXL_SS_ERROR_QUANTILE_ORDERS},
+      {kQuantiles, EST_ORDER_STATS, kSums, [](Case& c) { c.t.orderStatsStorage = nullptr; },
+       OXL_SS_ERROR_STORAGE_POINTER},
+      {kSort, 0, kRadix, nullptr, 0},
+      {kSort, 0, kRadix, [](Case& c) { c.t.sortedOutput = nullptr; }, OXL_SS_ERROR_SORTED_OUTPUT},
+      {kSort, 0, kRadix, [](Case& c) { c.t.sortedStorage = nullptr; },
+       OXL_SS_ERROR_STORAGE_POINTER},
+      {kSort, 0, kRadix, [](Case& c) { c.t.sortedStorage = &c.bad; }, OXL_SS_ERROR_STORAGE},
+      {kSort, 0, kSums, nullptr, OXL_SS_ERROR_METHOD},
+      {kSort, 0, kRadix, [](Case& c) { c.t.sortedOutput = c.pb.x.data(); }, 0},
+      {kSort, 0, kRadix,  // in place, into another storage
+       [](Case& c) { c.t.sortedOutput = c.pb.x.data(), c.t.sortedStorage = &c.cols; },
+       OXL_SS_ERROR_STORAGE_POINTER},
+      {kSort, 0, kRadix,  // in place, with a mask
+       [](Case& c) {
+         c.t.sortedOutput = c.pb.x.data(), c.pb.SetInclusion({1, 1});
+       },
+       OXL_SS_ERROR_SORT_IN_PLACE_MASK},
+      {kMad, EST_MEDIAN_ABS_DEV | EST_MEAN_ABS_DEV, kSums, nullptr, 0},
+      {kMad, EST_MEDIAN_ABS_DEV, kSums, [](Case& c) { c.t.medianAbsDeviation = nullptr; },
+       OXL_SS_ERROR_MEDIAN_ABS_DEV},
+      {kMad, EST_MEAN_ABS_DEV, kSums, [](Case& c) { c.t.meanAbsDeviation = nullptr; },
+       OXL_SS_ERROR_MEAN_ABS_DEV},
+      {kMad, EST_MEDIAN_ABS_DEV, kGiven, nullptr, OXL_SS_ERROR_METHOD},
+      {kMad, EST_MEAN_ABS_DEV, kOnePass, nullptr, OXL_SS_ERROR_MEAN_ABS_DEV_METHOD},
+      {kMad, EST_MEAN_ABS_DEV, kGiven, [](Case& c) { c.t.mean = nullptr; }, OXL_SS_ERROR_MEAN},
   };
-  EXPECT_EQ(status(EST_MEDIAN_ABS_DEV, METHOD_SUMS), OXL_SS_ERROR_MEDIAN_ABS_DEV);
-  EXPECT_EQ(status(EST_MEAN_ABS_DEV, METHOD_SUMS), OXL_SS_ERROR_MEAN_ABS_DEV);
-  __vrsdSSEditTask(pb.task, SS_ED_MDAD, out.data());
-  __vrsdSSEditTask(pb.task, SS_ED_MNAD, out.data());
-  EXPECT_EQ(status(EST_MEDIAN_ABS_DEV, METHOD_GIVEN_MEAN), OXL_SS_ERROR_METHOD);
-  EXPECT_EQ(status(EST_MEAN_ABS_DEV, METHOD_ONE_PASS), OXL_SS_ERROR_MEAN_ABS_DEV_METHOD);
-  pb.task->mean = nullptr;
-  EXPECT_EQ(status(EST_MEAN_ABS_DEV, METHOD_GIVEN_MEAN), OXL_SS_ERROR_MEAN);
-  EXPECT_EQ(status(EST_MEDIAN_ABS_DEV | EST_MEAN_ABS_DEV, METHOD_SUMS), 0);
-  {
+  for (size_t r = 0; r < std::size(rows); ++r) {
+    Case c;
+    if (rows[r].edit != nullptr) rows[r].edit(c);
+    EXPECT_EQ(rows[r].entry(c.pb.task, rows[r].estimates, rows[r].method, nullptr), rows[r].status)
+        << "row " << r;
+  }
+  for (Entry entry : {kMinmax, kQuantiles, kMad}) {
+    EXPECT_EQ(entry(nullptr, EST_MIN, kSums, nullptr), OXL_SS_ERROR_NULL_TASK);
+    Case c;
     AllocationScope failing(1);
-    EXPECT_EQ(status(EST_MEDIAN_ABS_DEV, METHOD_SUMS), OXL_SS_ERROR_MEMORY);
+    const uint64_t est = entry == kMinmax ? EST_MIN
+                         : entry == kMad  ? EST_MEDIAN_ABS_DEV
+                                          : EST_QUANTILES;
+    EXPECT_EQ(entry(c.pb.task, est, kSums, nullptr), OXL_SS_ERROR_MEMORY);
+    EXPECT_EQ(c.lo, std::vector<double>(2, 1.0));
+    EXPECT_EQ(c.q, std::vector<double>(6, 0.0));
+  }
+}
+
+// One observation: every quantile is that observation.
+TEST(Quantiles, OneObservation) {
+  Problem<double> one(2, 1, STORAGE_ROWS);
+  one.x = {3.5, -1.0};
+  int64_t count = 3, order_storage = STORAGE_ROWS;
+  std::vector<double> orders = {0.0, 0.3, 1.0}, q(6), stats(2);
+  __vrsdSSEditQuantiles(one.task, &count, orders.data(), q.data(), stats.data(), &order_storage);
+  ASSERT_EQ(_vrsdSSQuantiles(one.task, EST_QUANTILES, METHOD_SUMS, nullptr), 0);
+  EXPECT_EQ(q, (std::vector<double>{3.5, 3.5, 3.5, -1.0, -1.0, -1.0}));
+}
+
+// The sort under the weighted median: keys ascending, each with its own mapped value.
+TEST(WeightedMedian, MapSortMovesTheMapWithTheKeys) {
+  std::mt19937_64 rng(9);
+  std::vector<double> keys(5000), map(5000);
+  for (size_t i = 0; i < keys.size(); ++i) {
+    keys[i] = static_cast<double>(rng() % 700);  // many equal keys
+    map[i] = static_cast<double>(i);
+  }
+  const std::vector<double> original = keys;
+  _vdSSQuickMapSort(static_cast<int64_t>(keys.size()), keys.data(), map.data());
+  EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
+  std::vector<bool> seen(keys.size());
+  for (size_t i = 0; i < keys.size(); ++i) {
+    const auto from = static_cast<size_t>(map[i]);
+    EXPECT_EQ(original[from], keys[i]);
+    EXPECT_FALSE(seen[from]);
+    seen[from] = true;
+  }
+}
+
+// The weighted median's rule, row by row: unit weights give the median, a target met exactly the
+// midpoint for even n, straddling values an interpolation in the weight, zero weights no value.
+TEST(WeightedMedian, Rows) {
+  struct Row {
+    std::vector<double> x, w;
+    double q, want;
+  };
+  const Row rows[] = {
+      {{5, 1, 3}, {1, 1, 1}, 0.5, 3},     {{4, 1, 3, 2}, {1, 1, 1, 1}, 0.5, 2.5},
+      {{1, 2, 3}, {1, 1, 2}, 0.5, 2},     {{10, 20}, {1, 3}, 0.5, 10 + 10.0 / 3},
+      {{7, 1, 9}, {0, 1, 1}, 0.5, 1},     {{7, 1, 9, 4}, {1, 1, 1, 1}, 0, 1},
+      {{7, 1, 9, 4}, {1, 1, 1, 1}, 1, 9}, {{3, 8, 1, 6}, {2, 0, 1, 1}, 0.75, 4.5},
+  };
+  for (const Row& r : rows) {
+    // Two dimensions in columns: the row's values, and the same values doubled.
+    int64_t p = 2, n = static_cast<int64_t>(r.x.size()), storage = STORAGE_COLS, count = 1;
+    std::vector<double> x, w = r.w, q = {r.q}, out(2);
+    for (const double v : r.x) x.insert(x.end(), {v, 2 * v});
+    SSTask* task = nullptr;
+    __vrsdSSNewTask(&task, &p, &n, &storage, x.data(), w.data(), nullptr, 1);
+    __vrsdSSEditQuantiles(task, &count, q.data(), out.data(), nullptr, nullptr);
+    EXPECT_EQ(_vrsdSSWMedian(task, 0, 0, nullptr), 0);
+    EXPECT_DOUBLE_EQ(out[0], r.want) << r.q;
+    EXPECT_DOUBLE_EQ(out[1], 2 * r.want) << r.q;
+    __vrsSSDeleteTask(&task);
+    // The float twin in rows.
+    storage = STORAGE_ROWS;
+    std::vector<float> xf(r.x.begin(), r.x.end()), wf(r.w.begin(), r.w.end()), qf = {float(r.q)};
+    std::vector<float> outf(1);
+    p = 1;
+    __vrssSSNewTask(&task, &p, &n, &storage, xf.data(), wf.data(), nullptr, 1);
+    __vrssSSEditQuantiles(task, &count, qf.data(), outf.data(), nullptr, nullptr);
+    EXPECT_EQ(_vrssSSWMedian(task, 0, 0, nullptr), 0);
+    EXPECT_FLOAT_EQ(outf[0], float(r.want));
+    __vrsSSDeleteTask(&task);
   }
 }
 

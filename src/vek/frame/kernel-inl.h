@@ -18,7 +18,7 @@
 //   template <class D> void operator()(D, const Vec<D>* in, Vec<D>* out[, Mask<D>* rare]) const;
 //   int32_t Rare(...) [const];           with kRare: (in, out), (in1, in2, out) or (in, out1, out2),
 //                                        static or a const member
-//   const char* name;                    with kRare: the function's name for reports ("vsExp")
+//   const char* name;                    with kRare: the function's name for reports (vek::names)
 // `in` holds kInputs groups of parts (one vector per part), `out` kOutputs groups. A body with
 // kRare sets one mask per part group of its first input when interleaved, else one mask.
 //
@@ -38,6 +38,7 @@
 
 #include "vek/frame/elements.h"
 #include "vek/frame/frame.h"
+#include "vek/frame/names.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {

@@ -12,10 +12,10 @@ namespace oxl::HWY_NAMESPACE {
 
 // HA and LA: an infinite part of a sum of finite parts is an overflow, reported per element.
 void cAddChecked(int n, const oxl_complex8* a, const oxl_complex8* b, oxl_complex8* r) {
-  RunBinary(PartwiseBody<oxl_complex8, AddOp, 16, true>{"vcAdd"}, n, a, b, r);
+  RunBinary(PartwiseBody<oxl_complex8, AddOp, 16, true>{vek::names::cAdd}, n, a, b, r);
 }
 void cSubChecked(int n, const oxl_complex8* a, const oxl_complex8* b, oxl_complex8* r) {
-  RunBinary(PartwiseBody<oxl_complex8, SubOp, 16, true>{"vcSub"}, n, a, b, r);
+  RunBinary(PartwiseBody<oxl_complex8, SubOp, 16, true>{vek::names::cSub}, n, a, b, r);
 }
 // EP: the sums alone.
 void cAdd(int n, const oxl_complex8* a, const oxl_complex8* b, oxl_complex8* r) {
@@ -48,7 +48,7 @@ OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_cSub_B3EPnnn, cSub, oxl_complex8)
 
 // Conjugation is pure bit work: it neither reads the mode nor touches the floating-point control.
 extern "C" OXL_API void oxl_vek_kernel_cConj_B3HAynn(int n, const oxl_complex8* a,
-                                                      oxl_complex8* r) {
+                                                     oxl_complex8* r) {
   OXL_DISPATCH(cConj)(n, a, r);
 }
 }  // namespace oxl

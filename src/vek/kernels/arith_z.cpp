@@ -12,10 +12,10 @@ namespace oxl::HWY_NAMESPACE {
 
 // HA and LA: an infinite part of a sum of finite parts is an overflow, reported per element.
 void zAddChecked(int n, const oxl_complex16* a, const oxl_complex16* b, oxl_complex16* r) {
-  RunBinary(PartwiseBody<oxl_complex16, AddOp, 16, true>{"vzAdd"}, n, a, b, r);
+  RunBinary(PartwiseBody<oxl_complex16, AddOp, 16, true>{vek::names::zAdd}, n, a, b, r);
 }
 void zSubChecked(int n, const oxl_complex16* a, const oxl_complex16* b, oxl_complex16* r) {
-  RunBinary(PartwiseBody<oxl_complex16, SubOp, 8, true>{"vzSub"}, n, a, b, r);
+  RunBinary(PartwiseBody<oxl_complex16, SubOp, 8, true>{vek::names::zSub}, n, a, b, r);
 }
 // EP: the sums alone.
 void zAdd(int n, const oxl_complex16* a, const oxl_complex16* b, oxl_complex16* r) {
@@ -49,7 +49,7 @@ OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_zSub_B3EPnnn, zSub, oxl_complex16)
 
 // Conjugation is pure bit work: it neither reads the mode nor touches the floating-point control.
 extern "C" OXL_API void oxl_vek_kernel_zConj_B3HAynn(int n, const oxl_complex16* a,
-                                                      oxl_complex16* r) {
+                                                     oxl_complex16* r) {
   OXL_DISPATCH(zConj)(n, a, r);
 }
 }  // namespace oxl

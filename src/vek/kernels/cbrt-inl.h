@@ -16,8 +16,8 @@
 //   Pow2o3:  the square of Cbrt's y + delta, y^2 split, plus 2 y delta.
 // For double each result is then the rounding of a value within a few 2^-80 of the exact one: 0.5
 // ulp plus a hair. Float Cbrt and InvCbrt skip the third-order step (0.686 ulp at most over all
-// positive normal floats for Cbrt). Zeros, infinities and NaNs go through the same instructions: e = -inf or +inf makes q
-// infinite, and the final Scalef gives zero or infinity; a NaN stays a NaN.
+// positive normal floats for Cbrt). Zeros, infinities and NaNs go through the same instructions: e
+// = -inf or +inf makes q infinite, and the final Scalef gives zero or infinity; a NaN stays a NaN.
 
 #include <limits>
 
@@ -32,6 +32,7 @@
 #include "simd/exponent-inl.h"
 #include "simd/float_bits.h"
 #include "simd/fma-inl.h"
+#include "simd/poly-inl.h"
 #include "vek/kernels/roots_rare.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -116,10 +117,8 @@ HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> x) {
                                     hn::IfThenElse(j1, hn::Set(d, T(2)), hn::Set(d, T(1)))));
   // m^(-1/3) around 3/2, fitted for relative error (Lawson's iteration).
   const auto t = hn::Sub(m, hn::Set(d, T(1.5)));
-  auto p = Fma(d, hn::Set(d, T(0.028588128389891988)), t, hn::Set(d, T(-0.049687323494866355)));
-  p = Fma(d, p, t, hn::Set(d, T(0.08589180650847958)));
-  p = Fma(d, p, t, hn::Set(d, T(-0.1938095613693354)));
-  p = Fma(d, p, t, hn::Set(d, T(0.8735866357430745)));
+  const auto p = Horner(d, t, T(0.8735866357430745), T(-0.1938095613693354), T(0.08589180650847958),
+                        T(-0.049687323494866355), T(0.028588128389891988));
   const auto table =
       hn::IfThenElse(j2, hn::Set(d, T(0.6299605249474366)),  // 2^(-2/3)
                      hn::IfThenElse(j1, hn::Set(d, T(0.7937005259840998)), hn::Set(d, T(1))));
@@ -193,7 +192,7 @@ struct Pow2o3Body : UnaryRealBody<T> {
 // InvCbrt: zeros are rare lanes, a singularity.
 template <class T>
 struct InvCbrtBody : UnaryRealBody<T> {
-  const char* name = sizeof(T) == 4 ? "vsInvCbrt" : "vdInvCbrt";
+  const char* name = OXL_VEK_REAL_NAME(T, InvCbrt);
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {

@@ -24,6 +24,7 @@
 #include "vek/frame/kernel-inl.h"
 #include "simd/exp2-inl.h"
 #include "simd/fma-inl.h"
+#include "simd/poly-inl.h"
 #include "simd/round_scale-inl.h"
 #include "simd/table-inl.h"
 #include "vek/kernels/exp_rare.h"
@@ -174,8 +175,7 @@ template <class D, class Tables>
 HWY_INLINE hn::VFromD<D> OfReducedD(D d, const Tables& tables, hn::VFromD<D> r, hn::VFromD<D> s,
                                     hn::VFromD<hn::RebindToSigned<D>> z) {
   const double* c = vek::exp_tables::kExpPolyD;
-  auto poly = Fma(d, hn::Set(d, c[6]), r, hn::Set(d, c[5]));
-  for (int i = 4; i >= 0; --i) poly = Fma(d, poly, r, hn::Set(d, c[i]));
+  const auto poly = Horner(d, r, c[0], c[1], c[2], c[3], c[4], c[5], c[6]);
   if constexpr (requires { tables.lo; }) {
     return Fma(d, Fma(d, r, poly, Lookup(d, tables.lo, z)), s, s);
   } else {
@@ -197,7 +197,7 @@ template <class T, ExpLevel kLevel>
 struct ExpTableBody : UnaryRealBody<T> {
   static constexpr int kEntries = sizeof(T) == 4 ? 16 : 8;
   static constexpr bool kWithLo = kLevel == ExpLevel::kHA;
-  const char* name = sizeof(T) == 4 ? "vsExp" : "vdExp";
+  const char* name = OXL_VEK_REAL_NAME(T, Exp);
   exp_detail::Tables<T, kEntries, kWithLo> tables;
 
   template <class D>
@@ -222,8 +222,7 @@ struct ExpTableBody : UnaryRealBody<T> {
       // p = r^2 (c4 r^2 + c3 r + c2) + (T_lo + r) with Taylor's coefficients: on
       // |r| <= ln 2 / 32 the first term left out, r^5 / 120, is below 4.1e-11 relative.
       const auto t_lo = Lookup(d, tables.lo, red.z);
-      auto c = Fma(d, hn::Set(d, 1.0f / 24), r, hn::Set(d, 1.0f / 6));
-      c = Fma(d, c, r, hn::Set(d, 0.5f));
+      const auto c = Horner(d, r, 0.5f, 1.0f / 6, 1.0f / 24);
       const auto p = Fma(d, hn::Mul(r, r), c, hn::Add(t_lo, r));
       result = Fma(d, p, s, s);
     } else if constexpr (kLevel != ExpLevel::kEP) {
@@ -231,9 +230,7 @@ struct ExpTableBody : UnaryRealBody<T> {
     } else {
       // T_hi + (T_hi r) P with Taylor's coefficients: the first term left out, r^5 / 120, is
       // below 1.3e-9 relative on |r| <= ln 2 / 16, where 26 bits ask for 1.5e-8.
-      auto poly = Fma(d, hn::Set(d, 1.0 / 24), r, hn::Set(d, 1.0 / 6));
-      poly = Fma(d, poly, r, hn::Set(d, 0.5));
-      poly = Fma(d, poly, r, hn::Set(d, 1.0));
+      const auto poly = Horner(d, r, 1.0, 0.5, 1.0 / 6, 1.0 / 24);
       result = Fma(d, hn::Mul(s, r), poly, s);
     }
     out[0] = result;
@@ -245,7 +242,7 @@ struct ExpTableBody : UnaryRealBody<T> {
 // sExp LA: no table. z = x log2(e) + 1.5 * 2^23 holds the nearest integer n in its low bits; the
 // result is e^r by a degree-5 polynomial with n added to its exponent field as an integer.
 struct ExpFloatLowBody : UnaryRealBody<float> {
-  const char* name = "vsExp";
+  const char* name = vek::names::sExp;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
@@ -259,11 +256,8 @@ struct ExpFloatLowBody : UnaryRealBody<float> {
     const auto n = hn::Sub(z, shifter);
     auto r = Fnma(d, n, hn::Set(d, 0x1.62e400p-1f), x);  // 0x3F317200
     r = Fnma(d, n, hn::Set(d, 0x1.7f7d1cp-20f), r);      // 0x35BFBE8E
-    auto p = Fma(d, hn::Set(d, 0.008291719481348991f), r, hn::Set(d, 0.041873522102832794f));
-    p = Fma(d, p, r, hn::Set(d, 0.16667431592941284f));
-    p = Fma(d, p, r, hn::Set(d, 0.4999939203262329f));
-    p = Fma(d, p, r, hn::Set(d, 0.9999998807907104f));
-    p = Fma(d, p, r, hn::Set(d, 1.0f));
+    const auto p = Horner(d, r, 1.0f, 0.9999998807907104f, 0.4999939203262329f,
+                          0.16667431592941284f, 0.041873522102832794f, 0.008291719481348991f);
     const auto bits = hn::Add(hn::BitCast(di, p), hn::ShiftLeft<23>(hn::BitCast(di, z)));
     out[0] = hn::BitCast(d, bits);
   }
@@ -288,19 +282,10 @@ struct ExpFloatFastBody : UnaryRealBody<float> {
 
 // (e^r - 1 - r) / r^2 for the double kernels, degree 6, close to Taylor's: its error on
 // |r| <= ln 2 / 16 is below 2e-18 relative.
-inline constexpr double kExpm1TailD[7] = {2.4802880303830418e-05,
-                                          0.00019842304240775933,
-                                          0.0013888888868262008,
-                                          0.008333333321199928,
-                                          0.04166666666666792,
-                                          0.1666666666666712,
-                                          0.5};
-
 template <class D>
 HWY_INLINE hn::VFromD<D> Expm1TailD(D d, hn::VFromD<D> r) {
-  auto q = Fma(d, hn::Set(d, kExpm1TailD[0]), r, hn::Set(d, kExpm1TailD[1]));
-  for (int i = 2; i < 7; ++i) q = Fma(d, q, r, hn::Set(d, kExpm1TailD[i]));
-  return q;
+  return Horner(d, r, 0.5, 0.1666666666666712, 0.04166666666666792, 0.008333333321199928,
+                0.0013888888868262008, 0.00019842304240775933, 2.4802880303830418e-05);
 }
 
 template <class T, ExpLevel kLevel>
@@ -308,7 +293,7 @@ struct Expm1Body : UnaryRealBody<T> {
   // Doubles on the 8-entry table of Exp; floats on 16 (HA) or 32 entries.
   static constexpr int kEntries = sizeof(T) == 8 ? 8 : kLevel == ExpLevel::kHA ? 16 : 32;
   static constexpr bool kWithLo = !(kLevel == ExpLevel::kEP);
-  const char* name = sizeof(T) == 4 ? "vsExpm1" : "vdExpm1";
+  const char* name = OXL_VEK_REAL_NAME(T, Expm1);
   exp_detail::Tables<T, kEntries, kWithLo> tables;
 
   template <class D>
@@ -332,9 +317,7 @@ struct Expm1Body : UnaryRealBody<T> {
       const auto rr = Fnma(d, red.n, hn::Set(d, C::kLn2Lo), hn::Sub(red.r_hi, r));
       hn::Vec<D> tail;
       if constexpr (sizeof(T) == 4) {
-        tail =
-            Fma(d, Fma(d, hn::Set(d, 0.041670575737953186f), r, hn::Set(d, 0.16668230295181274f)),
-                r, hn::Set(d, 0.5f));
+        tail = Horner(d, r, 0.5f, 0.16668230295181274f, 0.041670575737953186f);
       } else {
         tail = Expm1TailD(d, r);
       }
@@ -361,16 +344,15 @@ struct Expm1Body : UnaryRealBody<T> {
       if constexpr (sizeof(T) == 4 && kLevel == ExpLevel::kLA) {
         // Fitted for |r| <= ln 2 / 64 (0.36 ulp); the Exp kernel's pair, fitted for [0, ln 2 / 32),
         // would leave 1.8 ulp here.
-        const auto c = Fma(d, hn::Set(d, 0.16666680574417114f), r, hn::Set(d, 0.500002920627594f));
+        const auto c = Horner(d, r, 0.500002920627594f, 0.16666680574417114f);
         p = Fma(d, hn::Mul(r, r), c, hn::Add(Lookup(d, tables.lo, red.z), r));
       } else if constexpr (sizeof(T) == 4) {
         p = Fma(d, hn::Mul(r, r), hn::Set(d, 0.5000195503234863f), r);
       } else if constexpr (kLevel == ExpLevel::kLA) {
         p = Fma(d, hn::Mul(r, r), Expm1TailD(d, r), hn::Add(Lookup(d, tables.lo, red.z), r));
       } else {
-        auto q = Fma(d, hn::Set(d, 0.008333985011595046), r, hn::Set(d, 0.04166992506106506));
-        q = Fma(d, q, r, hn::Set(d, 0.16666666609881575));
-        q = Fma(d, q, r, hn::Set(d, 0.49999999847116894));
+        const auto q = Horner(d, r, 0.49999999847116894, 0.16666666609881575, 0.04166992506106506,
+                              0.008333985011595046);
         p = Fma(d, hn::Mul(r, r), q, r);
       }
       result = Fma(d, s, p, hn::Sub(s, one));

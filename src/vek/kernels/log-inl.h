@@ -333,9 +333,9 @@ HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const
 // The reciprocal kernels: every double kernel, float HA and float Log1p.
 template <class T, LogFunction kFunc, LogLevel kLevel>
 struct LogRcpBody : UnaryRealBody<T> {
-  const char* name = kFunc == LogFunction::kLn      ? (sizeof(T) == 4 ? "vsLn" : "vdLn")
-                     : kFunc == LogFunction::kLog10 ? (sizeof(T) == 4 ? "vsLog10" : "vdLog10")
-                                                    : (sizeof(T) == 4 ? "vsLog1p" : "vdLog1p");
+  const char* name = kFunc == LogFunction::kLn      ? (OXL_VEK_REAL_NAME(T, Ln))
+                     : kFunc == LogFunction::kLog10 ? (OXL_VEK_REAL_NAME(T, Log10))
+                                                    : (OXL_VEK_REAL_NAME(T, Log1p));
   log_detail::RcpTables<T, kLevel> tables;
 
   template <class D>
@@ -383,7 +383,7 @@ template <LogFunction kFunc, LogLevel kLevel>
 struct LogIntervalBody : UnaryRealBody<float> {
   static constexpr int kDegree = kLevel == LogLevel::kLA ? 3 : 2;
   using D = hn::ScalableTag<float>;
-  const char* name = kFunc == LogFunction::kLn ? "vsLn" : "vsLog10";
+  const char* name = kFunc == LogFunction::kLn ? vek::names::sLn : vek::names::sLog10;
   struct Rows {
     RegisterTable<D, 16> row[kDegree + 1];
     Rows() {

@@ -30,7 +30,7 @@ enum class RootLevel { kHA, kLA };
 // it) is a singularity whatever a is.
 template <class T>
 struct DivBody : BinaryRealBody<T> {
-  const char* name = sizeof(T) == 4 ? "vsDiv" : "vdDiv";
+  const char* name = OXL_VEK_REAL_NAME(T, Div);
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
@@ -44,7 +44,7 @@ struct DivBody : BinaryRealBody<T> {
 // 1 / x, one kernel in every slot.
 template <class T>
 struct InvBody : UnaryRealBody<T> {
-  const char* name = sizeof(T) == 4 ? "vsInv" : "vdInv";
+  const char* name = OXL_VEK_REAL_NAME(T, Inv);
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
@@ -59,7 +59,7 @@ struct InvBody : UnaryRealBody<T> {
 // -0 and NaN are not marked and take the instruction's result (-0, the NaN quieted).
 template <class T>
 struct SqrtBody : UnaryRealBody<T> {
-  const char* name = sizeof(T) == 4 ? "vsSqrt" : "vdSqrt";
+  const char* name = OXL_VEK_REAL_NAME(T, Sqrt);
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
@@ -81,7 +81,7 @@ struct SqrtBody : UnaryRealBody<T> {
 // numbers are rare lanes.
 template <class T, RootLevel kLevel>
 struct InvSqrtBody : UnaryRealBody<T> {
-  const char* name = sizeof(T) == 4 ? "vsInvSqrt" : "vdInvSqrt";
+  const char* name = OXL_VEK_REAL_NAME(T, InvSqrt);
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
@@ -123,7 +123,7 @@ struct Pow3o2Range<double> {
 // rounded once: 0.5 ulp and a hair, where x * sqrt(x) by two roundings would reach 1.5 ulp.
 template <class T>
 struct Pow3o2Body : UnaryRealBody<T> {
-  const char* name = sizeof(T) == 4 ? "vsPow3o2" : "vdPow3o2";
+  const char* name = OXL_VEK_REAL_NAME(T, Pow3o2);
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
@@ -172,7 +172,7 @@ struct HypotScale<double> {
 // overflow).
 template <class T, RootLevel kLevel>
 struct HypotBody : BinaryRealBody<T> {
-  const char* name = sizeof(T) == 4 ? "vsHypot" : "vdHypot";
+  const char* name = OXL_VEK_REAL_NAME(T, Hypot);
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
