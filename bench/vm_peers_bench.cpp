@@ -205,6 +205,45 @@ OXL_BENCH(kSHypot, "libmvec_avx512", peers::LibmvecHypotAvx512, kAvx512);
 OXL_BENCH(kSHypot, "sleef_u05_avx2", peers::SleefHypotU05Avx2, kAvx2);
 OXL_BENCH(kSHypot, "sleef_u05_avx512", peers::SleefHypotU05Avx512, kAvx512);
 
+// pow over bases log-spaced around 1 and exponents that keep |b ln a| inside every contestant's
+// main path (below 700 for double, 87 for float). Powx against pow with the exponent broadcast
+// into an array: the same values, one exponent for all.
+constexpr BinaryFunction<double> kDPow{"dPow", {0.01, 100.0, true}, {-100.0, 100.0}};
+constexpr BinaryFunction<float> kSPow{"sPow", {0.1f, 10.0f, true}, {-30.0f, 30.0f}};
+constexpr BinaryFunction<double> kDPowx{"dPowx", {0.01, 100.0, true}, {2.5, 2.5}};
+constexpr BinaryFunction<float> kSPowx{"sPowx", {0.1f, 10.0f, true}, {2.5f, 2.5f}};
+
+// A Powx kernel in the binary shape: its exponent is the first of b.
+template <class T, void (*kKernel)(int, const T*, T, T*)>
+void PowxOfFirst(int n, const T* a, const T* b, T* r) {
+  kKernel(n, a, b[0], r);
+}
+
+OXL_BENCH(kDPow, "oxl_HA", oxl_vek_kernel_dPow_B3HAynn);
+OXL_BENCH(kDPow, "libmvec_avx2", peers::LibmvecPowAvx2, kAvx2);
+OXL_BENCH(kDPow, "libmvec_avx512", peers::LibmvecPowAvx512, kAvx512);
+OXL_BENCH(kDPow, "sleef_u10_avx2", peers::SleefPowU10Avx2, kAvx2);
+OXL_BENCH(kDPow, "sleef_u10_avx512", peers::SleefPowU10Avx512, kAvx512);
+OXL_BENCH(kDPow, "std_loop", peers::StdPow);
+OXL_BENCH(kSPow, "oxl_HA", oxl_vek_kernel_sPow_B3HAynn);
+OXL_BENCH(kSPow, "oxl_EP", oxl_vek_kernel_sPow_B3EPnnn);
+OXL_BENCH(kSPow, "libmvec_avx2", peers::LibmvecPowAvx2, kAvx2);
+OXL_BENCH(kSPow, "libmvec_avx512", peers::LibmvecPowAvx512, kAvx512);
+OXL_BENCH(kSPow, "sleef_u10_avx2", peers::SleefPowU10Avx2, kAvx2);
+OXL_BENCH(kSPow, "sleef_u10_avx512", peers::SleefPowU10Avx512, kAvx512);
+OXL_BENCH(kSPow, "std_loop", peers::StdPow);
+OXL_BENCH(kDPowx, "oxl_HA", PowxOfFirst<double, oxl_vek_kernel_dPowx_B3HAynn>);
+OXL_BENCH(kDPowx, "libmvec_avx2", peers::LibmvecPowAvx2, kAvx2);
+OXL_BENCH(kDPowx, "libmvec_avx512", peers::LibmvecPowAvx512, kAvx512);
+OXL_BENCH(kDPowx, "sleef_u10_avx2", peers::SleefPowU10Avx2, kAvx2);
+OXL_BENCH(kDPowx, "sleef_u10_avx512", peers::SleefPowU10Avx512, kAvx512);
+OXL_BENCH(kSPowx, "oxl_HA", PowxOfFirst<float, oxl_vek_kernel_sPowx_B3HAynn>);
+OXL_BENCH(kSPowx, "oxl_EP", PowxOfFirst<float, oxl_vek_kernel_sPowx_B3EPnnn>);
+OXL_BENCH(kSPowx, "libmvec_avx2", peers::LibmvecPowAvx2, kAvx2);
+OXL_BENCH(kSPowx, "libmvec_avx512", peers::LibmvecPowAvx512, kAvx512);
+OXL_BENCH(kSPowx, "sleef_u10_avx2", peers::SleefPowU10Avx2, kAvx2);
+OXL_BENCH(kSPowx, "sleef_u10_avx512", peers::SleefPowU10Avx512, kAvx512);
+
 // cbrt over the log-spaced range, both signs alike for every contestant.
 constexpr UnaryFunction<double> kDCbrt{"dCbrt", kLogRangeD};
 constexpr UnaryFunction<float> kSCbrt{"sCbrt", kLogRangeS};

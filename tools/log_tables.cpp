@@ -9,7 +9,9 @@
 // two, so that no entry comes near ln 2 and a v just below a power of two does not cancel an
 // entry against ln 2) in two parts: Hi rounded to a multiple of 2^-17 (float) or 2^-40 (double), so
 // that e ln2hi + Hi is exact for every power e of the type, and Lo the rest rounded to float, and
-// in one part rounded to float for the float LA and EP kernels. The double Hi has at most 40
+// in one part rounded to float for the float LA and EP kernels. For double a third part, LoLo,
+// the rest after Lo rounded to float, carries -ln(c) to about 2^-90 for Pow, whose result
+// multiplies the logarithm's error by up to 745. The double Hi has at most 40
 // significant bits, the sum of two floats, and every other entry is a float: AVX2 reads them with
 // float permutes.
 //
@@ -81,7 +83,7 @@ void Array(FILE* out, const char* type, const std::string& name, const std::vect
 template <class T>
 void LogTables(FILE* out, const char* type, const std::string& name, int grid) {
   std::vector<T> hi;
-  std::vector<float> lo, one;
+  std::vector<float> lo, lolo, one;
   Mp exact, rest;
   for (int i = 0; i < 16; ++i) {
     // -ln(c), and -ln(2c) in the upper half (c < 2/3).
@@ -97,6 +99,8 @@ void LogTables(FILE* out, const char* type, const std::string& name, int grid) {
     hi.push_back(Round<T>(rest.get()));
     mpfr_sub(rest.get(), exact.get(), rest.get(), MPFR_RNDN);
     lo.push_back(Round<float>(rest.get()));
+    mpfr_sub_d(rest.get(), rest.get(), lo.back(), MPFR_RNDN);
+    lolo.push_back(Round<float>(rest.get()));
   }
   if constexpr (sizeof(T) == 4) {
     Array(out, "float", name + "Hi", hi);
@@ -111,7 +115,11 @@ void LogTables(FILE* out, const char* type, const std::string& name, int grid) {
     Array(out, "float", name + "HiSecond", second);
   }
   Array(out, "float", name + "Lo", lo);
-  if constexpr (sizeof(T) == 4) Array(out, "float", name, one);
+  if constexpr (sizeof(T) == 4) {
+    Array(out, "float", name, one);
+  } else {
+    Array(out, "float", name + "LoLo", lolo);
+  }
 }
 
 // ln(1 + r) / r (or log10(1 + r) / r) at r.

@@ -8,6 +8,7 @@
 // makes docs/accuracy.md from them).
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -144,6 +145,9 @@ std::vector<T> FiniteSpecials(bool few) {
 struct HardCase {
   std::vector<std::pair<const char*, double>> thresholds;
   std::vector<Range<double>> near;
+  // Regions of (a, b) for functions of two arguments, each component from its own range.
+  std::vector<std::array<Range<double>, 2>> regions = {};
+  std::vector<double> pairs = {};  // further (a, b) cases
 };
 
 const std::map<std::string, HardCase>& HardCases() {
@@ -247,10 +251,41 @@ const std::map<std::string, HardCase>& HardCases() {
                               {"float overflow bound", 0x1.428a30p+85},
                               {"double overflow bound", 0x1.965fea53d6e3dp+682}},
                              {{0.5, 2.0}, {0.0, 1e-200}}};
+    // Pow multiplies the logarithm's error by |b ln a|: the hard regions are those where that is
+    // large (a near 1 with a huge b, results near overflow and underflow) and where the fast path
+    // ends (|b ln a| near 707.7 for double, 87 for float); negative bases with integer exponents
+    // take the sign of the parity on the rare path.
+    HardCase pow = {{}, {}};
+    pow.regions = {{{{0.5, 2.0}, {-1100.0, 1100.0}}},
+                   {{{0.5, 2.0}, {-150.0, 150.0}}},
+                   {{{0.999, 1.001}, {-7e5, 7e5}}},
+                   {{{0.99, 1.01}, {-9e3, 9e3}}},
+                   {{{1 - 1e-8, 1 + 1e-8}, {-7e10, 7e10}}},
+                   {{{1e-300, 1e300}, {-2.4, 2.4}}},
+                   {{{1e-30, 1e30}, {-3.0, 3.0}}},
+                   {{{-8.0, -0.125}, {-40.0, 40.0}}},
+                   // Bases next to 1 +- 2^-5 with |b ln a| from 300 to 1400: a table entry's
+                   // rounding there is multiplied into ulps of the result.
+                   {{{1.03, 1.0625}, {11000.0, 23000.0}}},
+                   {{{0.9375, 0.97}, {-23000.0, -11000.0}}}};
+    for (const double a : {-3.0, -1.5, -0.75}) {
+      for (int b = -6; b <= 6; ++b) pow.pairs.insert(pow.pairs.end(), {a, double(b)});
+    }
+    // Powx runs with b of 2, 1/2, -3/2, 3 and -0: the bases where those results overflow or
+    // leave the normal range.
+    const HardCase powx = {{{"1", 1.0},
+                            {"float b=3 overflow", 0x1.428a30p+42},
+                            {"float b=2 overflow", 0x1p64},
+                            {"float b=-1.5 denormal", 0x1p84},
+                            {"double b=3 overflow", 0x1.428a2f98d728bp+341},
+                            {"double b=2 overflow", 0x1p512},
+                            {"double b=-1.5 denormal", 0x1p682}},
+                           {{0.999, 1.001}, {1e-300, 1e300}}};
     return std::map<std::string, HardCase>{
-        {"Cbrt", cube},    {"InvCbrt", cube}, {"Pow2o3", cube},  {"Pow3o2", pow3o2}, {"Ln", log},
-        {"Log10", log},    {"Log1p", log1p},  {"Exp", exp},      {"Expm1", expm1},   {"Sqrt", root},
-        {"InvSqrt", root}, {"Inv", quotient}, {"Div", quotient}, {"Hypot", hypot}};
+        {"Pow", pow},      {"Powx", powx},     {"Cbrt", cube},    {"InvCbrt", cube},
+        {"Pow2o3", cube},  {"Pow3o2", pow3o2}, {"Ln", log},       {"Log10", log},
+        {"Log1p", log1p},  {"Exp", exp},       {"Expm1", expm1},  {"Sqrt", root},
+        {"InvSqrt", root}, {"Inv", quotient},  {"Div", quotient}, {"Hypot", hypot}};
   }();
   return m;
 }
@@ -324,6 +359,16 @@ Sweep<T> SweepFor(const KernelId& id, int components, bool complex) {
       const Range<T> range{static_cast<T>(near.lo), static_cast<T>(near.hi)};
       for (int k = 0; k < 256 / kScale; ++k) s.extra.push_back(RandomIn(gen, range));
     }
+    for (const auto& region : hard->second.regions) {
+      const Range<T> a{static_cast<T>(region[0].lo), static_cast<T>(region[0].hi)};
+      const Range<T> b{static_cast<T>(region[1].lo), static_cast<T>(region[1].hi)};
+      if (!std::isfinite(a.hi) || !std::isfinite(b.hi)) continue;  // a double region
+      for (int k = 0; k < 256 / kScale; ++k) {
+        s.extra.push_back(RandomIn(gen, a));
+        s.extra.push_back(RandomIn(gen, b));
+      }
+    }
+    for (const double x : hard->second.pairs) s.extra.push_back(static_cast<T>(x));
     s.per_binade = 16 / kScale;
   }
   return s;

@@ -207,6 +207,34 @@ const RealCase kRealCases[] = {
     {"Div", -6, 3, 0, -2}, {"Hypot", kNaN, -kInf, 0, kInf}, {"Hypot", kNaN, 0, 0, kNaN},
     {"Hypot", 0, kNaN, 0, kNaN}, {"Hypot", -0.0, -0.0, 0, 0}, {"Hypot", 3, -4, 0, 5},
     {"Hypot", 3e-320, 4e-320, 0, 5e-320, kLevel},
+    // Pow off its fast path: negative bases take the sign of an integer exponent's parity (a
+    // huge exponent is even), the special pairs of C99 Annex F, denormal bases, and results at
+    // and beyond the ends of the range; on it, w = b ln a near the fast bound and a near 1 with a
+    // huge b, where the logarithm's error is multiplied most.
+    {"Pow", -2, -3, 0, -0.125}, {"Pow", -3, 4, 0, 81}, {"Pow", -4, 0.5, 1, kNaN},
+    {"Pow", -4, -2.5, 1, kNaN}, {"Pow", -2, 1e300, 3, kInf}, {"Pow", -0.5, 1100, 4, 0},
+    {"Pow", -0.5, 1101, 4, -0.0}, {"Pow", -1, kInf, 0, 1}, {"Pow", -1, -kInf, 0, 1},
+    {"Pow", 1, kNaN, 0, 1},
+    {"Pow", 1, -kInf, 0, 1}, {"Pow", kNaN, -0.0, 0, 1}, {"Pow", kNaN, 1, 0, kNaN},
+    {"Pow", -0.0, 3, 0, -0.0}, {"Pow", -0.0, 0.5, 0, 0}, {"Pow", -kInf, 3, 0, -kInf},
+    {"Pow", -kInf, -3, 0, -0.0}, {"Pow", kInf, -0.5, 0, 0}, {"Pow", 0.5, kInf, 0, 0},
+    {"Pow", 4.9406564584124654e-324, 0.5, 0, 2.2227587494850775e-162, kLevel},
+    {"Pow", 4.9406564584124654e-324, -1, 3, kInf}, {"Pow", 2, 1023, 0, 0x1p1023, kValue, 'd'},
+    {"Pow", 2, 1024, 3, kInf, kValue, 'd'}, {"Pow", 2, -1022, 0, 0x1p-1022, kValue, 'd'},
+    {"Pow", 2, -1022.5, 4, 0x0.b504f333f9de6p-1022, kValue, 'd'},
+    {"Pow", 2, -1074, 4, 0x1p-1074, kValue, 'd'}, {"Pow", 0.5, 1074.5, 4, 0x1p-1074, kValue, 'd'},
+    {"Pow", 2, -1075, 4, 0, kValue, 'd'},
+    {"Pow", 2, -1021.5, 0, 0x1.6a09e667f3bcdp-1022, kLevel, 'd'},
+    {"Pow", 2, 1021.5, 0, 0x1.6a09e667f3bcdp+1021, kLevel, 'd'},
+    {"Pow", 1 + 0x1p-52, 0x1p52, 0, static_cast<double>(std::pow(1 + 0x1p-52L, 0x1p52L)), kLevel,
+     'd'},
+    {"Pow", 1 - 0x1p-53, -0x1p62, 0, static_cast<double>(std::pow(1 - 0x1p-53L, -0x1p62L)), kLevel,
+     'd'},
+    {"Pow", 2, 127, 0, 0x1p127, kValue, 's'}, {"Pow", 2, 128, 3, kInf, kValue, 's'},
+    {"Pow", 2, -126, 0, 0x1p-126, kValue, 's'}, {"Pow", 2, -149, 4, 0x1p-149, kValue, 's'},
+    {"Pow", 2, -150, 4, 0, kValue, 's'},
+    {"Pow", 1 + 0x1p-23, 0x1p29, 0, static_cast<double>(std::pow(1 + 0x1p-23L, 0x1p29L)), kLevel,
+     's'},
 };
 // clang-format on
 

@@ -25,15 +25,19 @@ inline void RunUnderDefaultControl(Fn fn, Args... args) {
 }  // namespace oxl::vek
 
 // Exported kernel entries over a per-target implementation `impl` exported with HWY_EXPORT.
-#define OXL_VEK_UNARY_ENTRY(kernel, impl, E)                                          \
-  extern "C" OXL_API void kernel(int n, const E* a, E* r) {                           \
-    ::oxl::vek::RunUnderMode(OXL_DISPATCH(impl), n, a, r);                    \
+#define OXL_VEK_UNARY_ENTRY(kernel, impl, E)                \
+  extern "C" OXL_API void kernel(int n, const E* a, E* r) { \
+    ::oxl::vek::RunUnderMode(OXL_DISPATCH(impl), n, a, r);  \
   }
-#define OXL_VEK_BINARY_ENTRY(kernel, impl, E)                                         \
-  extern "C" OXL_API void kernel(int n, const E* a, const E* b, E* r) {               \
-    ::oxl::vek::RunUnderMode(OXL_DISPATCH(impl), n, a, b, r);                 \
+#define OXL_VEK_BINARY_ENTRY(kernel, impl, E)                           \
+  extern "C" OXL_API void kernel(int n, const E* a, const E* b, E* r) { \
+    ::oxl::vek::RunUnderMode(OXL_DISPATCH(impl), n, a, b, r);           \
   }
-#define OXL_VEK_TWO_RESULTS_ENTRY(kernel, impl, E)                                    \
-  extern "C" OXL_API void kernel(int n, const E* a, E* r1, E* r2) {                   \
-    ::oxl::vek::RunUnderMode(OXL_DISPATCH(impl), n, a, r1, r2);               \
+#define OXL_VEK_TWO_RESULTS_ENTRY(kernel, impl, E)                  \
+  extern "C" OXL_API void kernel(int n, const E* a, E* r1, E* r2) { \
+    ::oxl::vek::RunUnderMode(OXL_DISPATCH(impl), n, a, r1, r2);     \
+  }
+#define OXL_VEK_POWX_ENTRY(kernel, impl, E)                      \
+  extern "C" OXL_API void kernel(int n, const E* a, E b, E* r) { \
+    ::oxl::vek::RunUnderMode(OXL_DISPATCH(impl), n, a, b, r);    \
   }

@@ -167,6 +167,22 @@ struct Tables<T, kEntries, false> {
   RegisterTable<D, kEntries> hi = LoadTable<kEntries>(D(), ScaleTable<T, kEntries>::kValues.data());
 };
 
+// e^x = s e^r for the double table kernels, s = T_hi 2^k: s + s (r P(r) + T_lo), P by Horner over
+// the fitted degree-7 polynomial (3.3e-18 relative): one operation fewer than pairs, and the
+// kernels are bound by throughput, not by the chain's latency (the blocks are independent).
+// Without T_lo in the tables (LA) the result is within 2^-53 relative more: half an ulp at most.
+template <class D, class Tables>
+HWY_INLINE hn::VFromD<D> OfReducedD(D d, const Tables& tables, hn::VFromD<D> r, hn::VFromD<D> s,
+                                    hn::VFromD<hn::RebindToSigned<D>> z) {
+  const double* c = vek::exp_tables::kExpPolyD;
+  const auto poly = Horner(d, r, c[0], c[1], c[2], c[3], c[4], c[5], c[6]);
+  if constexpr (requires { tables.lo; }) {
+    return Fma(d, Fma(d, r, poly, Lookup(d, tables.lo, z)), s, s);
+  } else {
+    return Fma(d, hn::Mul(r, poly), s, s);
+  }
+}
+
 }  // namespace exp_detail
 
 // ---------------------------------------------------------------------------------------------
@@ -210,16 +226,7 @@ struct ExpTableBody : UnaryRealBody<T> {
       const auto p = Fma(d, hn::Mul(r, r), c, hn::Add(t_lo, r));
       result = Fma(d, p, s, s);
     } else if constexpr (kLevel != ExpLevel::kEP) {
-      // Horner over the fitted degree-7 polynomial (3.3e-18 relative): one operation fewer than
-      // pairs, and the kernel is bound by throughput, not by the chain's latency (the blocks are
-      // independent). LA leaves out T_lo, below 2^-53 relative: half an ulp at most.
-      const double* c = vek::exp_tables::kExpPolyD;
-      const auto poly = Horner(d, r, c[0], c[1], c[2], c[3], c[4], c[5], c[6]);
-      if constexpr (kLevel == ExpLevel::kHA) {
-        result = Fma(d, Fma(d, r, poly, Lookup(d, tables.lo, red.z)), s, s);
-      } else {
-        result = Fma(d, hn::Mul(r, poly), s, s);
-      }
+      result = exp_detail::OfReducedD(d, tables, r, s, red.z);
     } else {
       // T_hi + (T_hi r) P with Taylor's coefficients: the first term left out, r^5 / 120, is
       // below 1.3e-9 relative on |r| <= ln 2 / 16, where 26 bits ask for 1.5e-8.

@@ -221,20 +221,54 @@ struct RcpTables {
 // arithmetic on denormals is slow; below 2^-40 (2^-100) the tail is far below the last place of
 // r, and is taken at 0. Elsewhere |r| is 0 or above 2^-48 (2^-104), being a difference of
 // products of floats (doubles) on the grid of m c.
-template <class T, LogFunction kFunc, LogLevel kLevel, class D>
+template <class T, LogFunction kFunc, LogLevel kLevel, class P = Tail<T, kLevel>, class D>
 HWY_INLINE hn::VFromD<D> TailOf(D d, hn::VFromD<D> r) {
   if constexpr (kFunc == LogFunction::kLog1p) {
     const T tiny = sizeof(T) == 4 ? T(0x1p-40) : T(0x1p-100);
     r = hn::IfThenZeroElse(hn::Lt(hn::Abs(r), hn::Set(d, tiny)), r);
   }
-  return Tail<T, kLevel>::Of(d, r, hn::Mul(r, r));
+  return P::Of(d, r, hn::Mul(r, r));
+}
+
+// The HA kernels' terms of ln v, v = 2^split.e split.m, to twice the precision:
+//   ln v = s + t + r_lo + table_lo + (ln(1 + r) - r),
+// with r + r_lo = m c - 1 (plus `extra`, an addend to r, if kExtra) and s + t = e ln2hi + T_hi + r.
+template <class D>
+struct PairTerms {
+  hn::VFromD<D> r, r_lo;
+  hn::VFromD<D> s, t;
+  hn::VFromD<D> table_lo;  // e ln2lo + T_lo
+};
+
+template <bool kExtra, class T, LogLevel kLevel, class D>
+HWY_INLINE PairTerms<D> ReducePair(D d, const RcpTables<T, kLevel>& tables, const Split<D>& split,
+                                   hn::VFromD<D> c, hn::VFromD<D> extra) {
+  using C = Consts<T>;
+  PairTerms<D> out;
+  // r = m c - 1 as a pair: m c = h + (m c - h) exactly, and h - 1 is exact. h - 1 keeps only
+  // the bits of h below 1, so the pair is renormalised: the polynomial must see r to the
+  // type's full precision (its slope is r, which would carry the low part's loss into the
+  // result). The low part includes `extra` (Log1p's lo / v, which for a tiny x is all of r).
+  const auto h = hn::Mul(split.m, c);
+  const auto r_rough = hn::Sub(h, hn::Set(d, T(1)));
+  auto rough_lo = Fms(d, split.m, c, h);
+  if constexpr (kExtra) rough_lo = hn::Add(rough_lo, extra);
+  out.r = hn::Add(r_rough, rough_lo);
+  out.r_lo = hn::Sub(rough_lo, hn::Sub(out.r, r_rough));
+  // big + r to twice the precision by the fast two-sum: |big| >= |r| wherever big is not 0
+  // (every non-zero entry exceeds 2^-5, and e ln 2 + T_hi stays above 2^-5 too).
+  const auto big = Fma(d, split.e, hn::Set(d, C::kLn2Hi), tables.High(d, split.index));
+  out.s = hn::Add(big, out.r);
+  out.t = hn::Sub(out.r, hn::Sub(out.s, big));
+  out.table_lo = Fma(d, split.e, hn::Set(d, C::kLn2Lo), Lookup(d, tables.lo, split.index));
+  return out;
 }
 
 // ln(v) (log10) for v = 2^split.e split.m, with lo an addend to v (Log1p's rounding error of
 // 1 + x, zero otherwise) that enters as lo / v. The fast two-sums below need the larger term
 // first; where r_rough is 0 or far from the low parts that holds, and elsewhere the entry
 // T is at least 2^-5 and a rounding of the pair is far below the result's last place.
-template <class T, LogFunction kFunc, LogLevel kLevel, class D>
+template <class T, LogFunction kFunc, LogLevel kLevel, class P = Tail<T, kLevel>, class D>
 HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const Split<D>& split,
                                   hn::VFromD<D> lo) {
   using C = Consts<T>;
@@ -257,27 +291,12 @@ HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const
             d, hn::ShiftLeft<F::kMantissaBits>(hn::Sub(hn::Set(di, S{2 * F::kBias}), biased))));
     lo_over_v = hn::Mul(hn::Mul(lo, scale), c);
   }
-  const auto t_hi = tables.High(d, split.index);
   if constexpr (kLevel == LogLevel::kHA) {
-    // r = m c - 1 as a pair: m c = h + (m c - h) exactly, and h - 1 is exact. h - 1 keeps only
-    // the bits of h below 1, so the pair is renormalised: the polynomial must see r to the
-    // type's full precision (its slope is r, which would carry the low part's loss into the
-    // result). The low part includes lo / v, which for Log1p of a tiny x is all of r.
-    const auto h = hn::Mul(split.m, c);
-    const auto r_rough = hn::Sub(h, one);
-    auto rough_lo = Fms(d, split.m, c, h);
-    if constexpr (kFunc == LogFunction::kLog1p) rough_lo = hn::Add(rough_lo, lo_over_v);
-    const auto r = hn::Add(r_rough, rough_lo);
-    const auto r_lo = hn::Sub(rough_lo, hn::Sub(r, r_rough));
-    // big + r to twice the precision by the fast two-sum: |big| >= |r| wherever big is not 0
-    // (every non-zero entry exceeds 2^-5, and e ln 2 + T_hi stays above 2^-5 too).
-    const auto big = Fma(d, split.e, hn::Set(d, C::kLn2Hi), t_hi);
-    const auto s = hn::Add(big, r);
-    const auto t = hn::Sub(r, hn::Sub(s, big));
-    const auto low =
-        hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2Lo), Lookup(d, tables.lo, split.index)),
-                hn::Add(t, r_lo));
-    const auto lo_sum = hn::Add(low, TailOf<T, kFunc, kLevel>(d, r));
+    const auto red = ReducePair<kFunc == LogFunction::kLog1p>(d, tables, split, c, lo_over_v);
+    const auto r = red.r;
+    const auto s = red.s;
+    const auto low = hn::Add(red.table_lo, hn::Add(red.t, red.r_lo));
+    const auto lo_sum = hn::Add(low, TailOf<T, kFunc, kLevel, P>(d, r));
     if constexpr (kFunc != LogFunction::kLog10) {
       return hn::Add(s, lo_sum);
     } else {
@@ -288,9 +307,10 @@ HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const
       return hn::Add(hi, Fma(d, lo_sum, lg_hi, Fma(d, s, hn::Set(d, C::kLog10OfELo), err)));
     }
   } else {
+    const auto t_hi = tables.High(d, split.index);
     auto r = Fma(d, split.m, c, hn::Neg(one));
     if constexpr (kFunc == LogFunction::kLog1p) r = hn::Add(r, lo_over_v);
-    auto p = TailOf<T, kFunc, kLevel>(d, r);
+    auto p = TailOf<T, kFunc, kLevel, P>(d, r);
     hn::VFromD<D> q;
     if constexpr (kLevel == LogLevel::kLA) {
       // Two-part e ln 2 and table as at HA, without the two-sum.

@@ -1,0 +1,227 @@
+// Bodies of the Pow and Powx kernels. Re-included once per SIMD target.
+//
+// a^b = e^w with w = b ln a, in one pass over the logarithm kernels' reduction and the
+// exponential kernels' table. The error of ln a comes out multiplied by |w|, up to 745 at the
+// ends of the range, so the double kernels carry ln a as a pair to about 2^-65 relative, form
+// w = b ln a as a pair by a fused multiply-subtract, and add w's low part to the exponential's
+// reduced argument. The float kernels compute the same way in double with one-part terms and round
+// once.
+//
+// The fast path holds for positive normal a (float: normal as a double, which takes the float
+// denormals in) and |w| below the exponential's bound, where the result is a normal number. Every
+// other lane goes to the rare routine, which settles zeros, negative bases (the sign from the
+// exponent's parity), infinities, NaNs, denormals, overflow and underflow by the scalar layer.
+
+#if defined(OXL_VEK_KERNELS_POW_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef OXL_VEK_KERNELS_POW_INL_H_
+#undef OXL_VEK_KERNELS_POW_INL_H_
+#else
+#define OXL_VEK_KERNELS_POW_INL_H_
+#endif
+
+#include <limits>
+#include <type_traits>
+
+#include "vek/frame/kernel-inl.h"
+#include "simd/fma-inl.h"
+#include "simd/poly-inl.h"
+#include "vek/kernels/exp-inl.h"
+#include "vek/kernels/log-inl.h"
+#include "vek/kernels/pow_rare.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace oxl::HWY_NAMESPACE {
+
+enum class PowLevel { kHA, kEP };
+
+namespace pow_detail {
+
+template <class D>
+struct Pair {
+  hn::VFromD<D> hi, lo;
+};
+
+// The HA logarithm's tables, and -ln c beyond Hi + Lo: with Lo alone the table's rounding,
+// 2^-67, is 2^-62 of a logarithm near 0.03 (a next to 1 + 2^-5 or to 1 - 2^-5), which a
+// result near overflow multiplies into several ulps.
+struct LnTablesD : log_detail::RcpTables<double, LogLevel::kHA> {
+  FloatTable<D> lo_lo = LoadFloatTable(D(), vek::log_tables::kLnDLoLo);
+};
+
+// ln a for positive normal a, as hi + lo to about 2^-65 relative. The HA logarithm's terms, with
+// -r^2 / 2 split off exactly (r / 2 is exact, r (-r / 2) a product kept as a pair) and
+//   (ln(1 + r) - r + r^2 / 2) / r^3
+// by a degree-8 polynomial, fitted by Chebyshev interpolation on |r| <= 0.0315 (every
+// interval's r lies inside): its error, 2.9e-17, is below 2^-65 of ln(1 + r) there. The r_lo
+// term counts with the slope 1 - r + r^2 of ln(1 + r).
+template <class D>
+HWY_INLINE Pair<D> LnPair(D d, const LnTablesD& tables, const log_detail::Split<D>& split) {
+  const auto c = Lookup(d, tables.reciprocal, split.index);
+  const auto red = log_detail::ReducePair<false>(d, tables, split, c, hn::Zero(d));
+  const auto r = red.r;
+  const auto half = hn::Mul(r, hn::Set(d, -0.5));
+  const auto sq = hn::Mul(r, half);
+  const auto sq_lo = Fms(d, r, half, sq);
+  // s + sq by the fast two-sum: |s| >= |r| > r^2 / 2.
+  const auto hi = hn::Add(red.s, sq);
+  const auto hi_err = hn::Sub(sq, hn::Sub(hi, red.s));
+  const auto r2 = hn::Mul(r, r);
+  const auto q = Horner(d, r, 0.3333333333333333, -0.24999999999999714, 0.19999999999999737,
+                        -0.16666666670489866, 0.14285714289243465, -0.12499986131371875,
+                        0.11111098309061827, -0.1001862844850171, 0.09108104825740974);
+  auto lo = hn::Add(hn::Add(red.table_lo, red.t), hn::Add(hi_err, sq_lo));
+  lo = hn::Add(lo, Lookup(d, tables.lo_lo, split.index));
+  lo = hn::Add(lo, Fma(d, red.r_lo, hn::Sub(r2, r), red.r_lo));
+  lo = Fma(d, hn::Mul(r2, r), q, lo);
+  // Renormalised, so that b lo stays below an ulp of b hi and the exponential's reduced argument
+  // within its polynomial's interval.
+  const auto sum = hn::Add(hi, lo);
+  return {sum, hn::Sub(lo, hn::Sub(sum, hi))};
+}
+
+// Lanes of positive normal numbers.
+using log_detail::PositiveNormal;
+
+// a^b for doubles, HA: w = b ln a as a pair (b hi exact as a pair by Fms), e^w_hi reduced by
+// the exponential's shifter and 8-entry table, w_lo added to the reduced argument.
+template <class D, class LnTables, class ExpTables>
+HWY_INLINE hn::VFromD<D> PowDouble(D d, const LnTables& ln, const ExpTables& exp, hn::VFromD<D> a,
+                                   hn::VFromD<D> b, hn::Mask<D>& rare) {
+  const auto lg = LnPair(d, ln, log_detail::SplitOf(d, a));
+  const auto w_hi = hn::Mul(b, lg.hi);
+  const auto w_lo = Fma(d, b, lg.lo, Fms(d, b, lg.hi, w_hi));
+  // NaN w (an infinite b against ln a = 0, a NaN b) fails the compare as well.
+  const auto fast =
+      hn::And(PositiveNormal(d, a),
+              hn::Lt(hn::Abs(w_hi), hn::Set(d, exp_detail::Consts<double>::kExpBound)));
+  rare = hn::Not(fast);
+  // Rare lanes compute on zero: their results are replaced, and large values would only raise
+  // flags on the way.
+  const auto red = exp_detail::Reduce<8, true>(d, hn::IfThenElseZero(fast, w_hi));
+  const auto r = hn::Add(red.r, hn::IfThenElseZero(fast, w_lo));
+  const auto s = exp_detail::ScaledHi<8>(d, exp.hi, red.z);
+  return exp_detail::OfReducedD(d, exp, r, s, red.z);
+}
+
+// Float results are normal for |w| below this: e^-87 and e^87 lie inside the float range with a
+// margin for the rounding of w.
+inline constexpr double kFloatBound = 87.0;
+
+// ln(1 + r) - r for float HA: Taylor's terms to r^7. The first left out, r^8 / 8, is below
+// 2^-37.9 of ln(1 + r) on |r| <= 0.0315; multiplied by |w| < 87, 2^-31.5 of the result.
+struct FloatTail {
+  template <class D, class V>
+  static HWY_INLINE V Of(D d, V r, V r2) {
+    return hn::Mul(r2, Horner(d, r, -0.5, 1.0 / 3, -0.25, 0.2, -1.0 / 6, 1.0 / 7));
+  }
+};
+
+// a^b for floats, in double: one-part ln a from the logarithm kernels (-ln c to 40 bits, 2^-41:
+// below 2^-36 of any logarithm whose table entry is not 0, so 2^-29.5 of the result at
+// |w| < 87; EP with their short polynomial), w rounded once, e^w by the exponential's table without
+// T_lo and Taylor's terms of e^r to r^4 (HA: r^5 / 120 is below 2^-29.5 on |r| <= ln 2 / 16) or r^3
+// (EP: 2^-22.7), and the result rounded once to float. Lanes off the fast path come out as NaN,
+// which no fast lane gives.
+template <PowLevel kLevel, class D, class LnTables, class ExpTables>
+HWY_INLINE hn::VFromD<D> PowFloatInDouble(D dd, const LnTables& ln, const ExpTables& exp,
+                                          hn::VFromD<D> a, hn::VFromD<D> b) {
+  constexpr bool kHA = kLevel == PowLevel::kHA;
+  using Tail = std::conditional_t<kHA, FloatTail, log_detail::Tail<double, LogLevel::kEP>>;
+  const auto lg = log_detail::Evaluate<double, LogFunction::kLn, LogLevel::kEP, Tail>(
+      dd, ln, log_detail::SplitOf(dd, a), hn::Zero(dd));
+  const auto w = hn::Mul(b, lg);
+  const auto fast = hn::And(PositiveNormal(dd, a), hn::Lt(hn::Abs(w), hn::Set(dd, kFloatBound)));
+  const auto red = exp_detail::Reduce<8, kHA>(dd, hn::IfThenElseZero(fast, w));
+  const auto s = exp_detail::ScaledHi<8>(dd, exp.hi, red.z);
+  const auto q =
+      kHA ? Horner(dd, red.r, 1.0, 0.5, 1.0 / 6, 1.0 / 24) : Horner(dd, red.r, 1.0, 0.5, 1.0 / 6);
+  const auto result = Fma(dd, hn::Mul(red.r, q), s, s);
+  return hn::IfThenElse(fast, result, hn::Set(dd, std::numeric_limits<double>::quiet_NaN()));
+}
+
+// f(dd, a, b) over the float vectors a and b in double: each half widened to a full vector of
+// doubles (the scalar target's one lane as it is), the results narrowed.
+template <class D, class F>
+HWY_INLINE hn::VFromD<D> InDouble(D d, hn::VFromD<D> a, hn::VFromD<D> b, F f) {
+#if HWY_TARGET == HWY_SCALAR
+  const hn::Rebind<double, D> dd;
+  // Highway's one-lane DemoteTo saturates; the conversion keeps a NaN and an infinity.
+  return hn::VFromD<D>(static_cast<float>(f(dd, hn::PromoteTo(dd, a), hn::PromoteTo(dd, b)).raw));
+#else
+  const hn::Half<D> dh;
+  const hn::Repartition<double, D> dd;
+  const auto lower =
+      f(dd, hn::PromoteTo(dd, hn::LowerHalf(dh, a)), hn::PromoteTo(dd, hn::LowerHalf(dh, b)));
+  const auto upper =
+      f(dd, hn::PromoteTo(dd, hn::UpperHalf(dh, a)), hn::PromoteTo(dd, hn::UpperHalf(dh, b)));
+  return hn::Combine(d, hn::DemoteTo(dh, upper), hn::DemoteTo(dh, lower));
+#endif
+}
+
+// The tables of each type and level, members of the bodies (loaded once per call of a kernel).
+template <class T, PowLevel kLevel>
+struct TablesOf {
+  using Ln = LnTablesD;
+  using Exp = exp_detail::Tables<double, 8, true>;
+};
+template <PowLevel kLevel>
+struct TablesOf<float, kLevel> {
+  using Ln = log_detail::RcpTables<double, LogLevel::kEP>;
+  using Exp = exp_detail::Tables<double, 8, false>;
+};
+
+template <class T, PowLevel kLevel, class D, class Ln, class Exp>
+HWY_INLINE hn::VFromD<D> Pow(D d, const Ln& ln, const Exp& exp, hn::VFromD<D> a, hn::VFromD<D> b,
+                             hn::Mask<D>& rare) {
+  if constexpr (sizeof(T) == 8) {
+    return PowDouble(d, ln, exp, a, b, rare);
+  } else {
+    const auto r = InDouble(d, a, b, [&](auto dd, auto wa, auto wb) {
+      return PowFloatInDouble<kLevel>(dd, ln, exp, wa, wb);
+    });
+    rare = hn::IsNaN(r);
+    return r;
+  }
+}
+
+}  // namespace pow_detail
+
+// Pow: a^b of two arrays. The double kernels are HA in every slot (the pair arithmetic is what
+// keeps any level's bound near the ends of the range); float HA and LA share one kernel, EP has
+// the logarithm's shorter polynomial.
+template <class T, PowLevel kLevel>
+struct PowBody : BinaryRealBody<T> {
+  const char* name = sizeof(T) == 4 ? "vsPow" : "vdPow";
+  typename pow_detail::TablesOf<T, kLevel>::Ln ln;
+  typename pow_detail::TablesOf<T, kLevel>::Exp exp;
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    out[0] = pow_detail::Pow<T, kLevel>(d, ln, exp, in[0], in[1], rare[0]);
+  }
+
+  static int32_t Rare(const T* a, const T* b, T* r) { return vek::PowRare(a, b, r); }
+};
+
+// Powx: a^b with one b for the whole array, given by value and broadcast once per vector.
+template <class T, PowLevel kLevel>
+struct PowxBody : UnaryRealBody<T> {
+  // An aggregate, b set after `{}` by the kernel: the members are then initialised inside the
+  // kernel, under the kernel's target (a constructor would load the tables outside it).
+  const char* name = sizeof(T) == 4 ? "vsPowx" : "vdPowx";
+  typename pow_detail::TablesOf<T, kLevel>::Ln ln;
+  typename pow_detail::TablesOf<T, kLevel>::Exp exp;
+  T b{};
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    out[0] = pow_detail::Pow<T, kLevel>(d, ln, exp, in[0], hn::Set(d, b), rare[0]);
+  }
+
+  int32_t Rare(const T* a, T* r) const { return vek::PowxRare(a, &b, r); }
+};
+
+}  // namespace oxl::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // OXL_VEK_KERNELS_POW_INL_H_
