@@ -191,7 +191,7 @@ HWY_INLINE hn::VFromD<D> Pow(D d, const Ln& ln, const Exp& exp, hn::VFromD<D> a,
 // the logarithm's shorter polynomial.
 template <class T, PowLevel kLevel>
 struct PowBody : BinaryRealBody<T> {
-  const char* name = sizeof(T) == 4 ? "vsPow" : "vdPow";
+  const char* name = OXL_VEK_REAL_NAME(T, Pow);
   typename pow_detail::TablesOf<T, kLevel>::Ln ln;
   typename pow_detail::TablesOf<T, kLevel>::Exp exp;
 
@@ -208,7 +208,7 @@ template <class T, PowLevel kLevel>
 struct PowxBody : UnaryRealBody<T> {
   // An aggregate, b set after `{}` by the kernel: the members are then initialised inside the
   // kernel, under the kernel's target (a constructor would load the tables outside it).
-  const char* name = sizeof(T) == 4 ? "vsPowx" : "vdPowx";
+  const char* name = OXL_VEK_REAL_NAME(T, Powx);
   typename pow_detail::TablesOf<T, kLevel>::Ln ln;
   typename pow_detail::TablesOf<T, kLevel>::Exp exp;
   T b{};
