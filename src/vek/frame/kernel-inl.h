@@ -16,7 +16,7 @@
 //   static constexpr Layout kLayout;     for complex elements: split or interleaved registers
 //   static constexpr bool kRare;         whether the body marks lanes for the rare routine
 //   template <class D> void operator()(D, const Vec<D>* in, Vec<D>* out[, Mask<D>* rare]) const;
-//   int32_t Rare(...) [const];           with kRare: (in, out), (in1, in2, out) or (in, out1, out2),
+//   int32_t Rare(...) [const];           with kRare: (in, out), (in1, in2, out), (in, out1, out2),
 //                                        static or a const member
 //   const char* name;                    with kRare: the function's name for reports (vek::names)
 // `in` holds kInputs groups of parts (one vector per part), `out` kOutputs groups. A body with
