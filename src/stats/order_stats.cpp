@@ -1,9 +1,10 @@
 // Quantiles, order statistics and sorted copies of each included dimension. A dimension is sorted
 // into its place among the order statistics or in the sorted copy; quantiles without order
-// statistics select the two neighbouring order statistics of each order in a scratch copy
-// instead. The quantile of order b is s[i] + f (s[j] - s[i]) with t = (n - 1) b, i = floor(t),
-// f = t - i and j = min(i + 1, n - 1). Dimensions are the items of the caller's for-each-item
-// service; each depends on its own data alone, so every thread count gives the same bits.
+// statistics sort a scratch copy for two orders or more and select the two neighbouring order
+// statistics of a single order. The quantile of order b is s[i] + f (s[j] - s[i]) with t = (n - 1)
+// b, i = floor(t), f = t - i and j = min(i + 1, n - 1). Dimensions are the items of the caller's
+// for-each-item service; each depends on its own data alone, so every thread count gives the same
+// bits.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -76,6 +77,9 @@ void SortedCopy(const T* src, int64_t from, T* out, int64_t to, int64_t n, T* sc
   }
 }
 
+// Orders from which quantiles without order statistics sort a copy rather than select.
+constexpr int64_t kSortFromOrders = 2;
+
 // The place of order b between the order statistics: i and j, and the weight f of s[j].
 struct Place {
   int64_t i, j;
@@ -93,13 +97,16 @@ T Between(T lo, T hi, double f) {
   return std::fma(static_cast<T>(f), hi - lo, lo);
 }
 
-// The quantile of order b of the n values of a, by selecting its two neighbouring order
-// statistics; a is reordered, and stays partly ordered for the next order.
+// The quantile of order b of the n values of a, by selecting its lower order statistic i and
+// taking the upper one as the least value right of it; a is reordered.
 template <class T>
 T SelectQuantile(int64_t n, T* a, double b) {
   const Place at = PlaceOf(n, b);
   const T lo = Sorts<T>::Select(n, a, at.i);
-  return Between(lo, at.j == at.i ? lo : Sorts<T>::Select(n, a, at.j), at.f);
+  if (at.j == at.i) return lo;
+  T hi = a[at.j];
+  for (int64_t k = at.j + 1; k < n; ++k) hi = a[k] < hi ? a[k] : hi;
+  return Between(lo, hi, at.f);
 }
 
 template <class T>
@@ -117,6 +124,15 @@ int32_t Dimension(int64_t item, int32_t thread, void* /*reserved*/, void* contex
     for (int64_t q = 0; q < job.count; ++q) {
       const Place at = PlaceOf(n, static_cast<double>(job.orders[q]));
       job.quantiles[d * job.count + q] = Between(s[at.i * stride], s[at.j * stride], at.f);
+    }
+    return 0;
+  }
+  if (job.count >= kSortFromOrders && n <= INT32_MAX) {
+    // Several orders: one radix sort of a copy costs less than their selections.
+    SortedCopy(src, x_stride, scratch, 1, n, scratch + n);
+    for (int64_t q = 0; q < job.count; ++q) {
+      const Place at = PlaceOf(n, static_cast<double>(job.orders[q]));
+      job.quantiles[d * job.count + q] = Between(scratch[at.i], scratch[at.j], at.f);
     }
     return 0;
   }
@@ -138,8 +154,8 @@ int ReadShape(const SSTask& task, Job<T>& job) {
 }
 
 // Bytes of scratch that all threads together may take, for a thread count the services allow:
-// quantiles keep within 10 MiB whatever the count, sorted copies within 1 GiB a thread.
-constexpr int64_t QuantileScratch(int64_t /*threads*/) { return int64_t{10} << 20; }
+// quantiles keep within 64 MiB a thread, sorted copies within 1 GiB a thread.
+constexpr int64_t QuantileScratch(int64_t threads) { return threads << 26; }
 constexpr int64_t SortScratch(int64_t threads) { return threads << 30; }
 
 // Checks the shape, sizes the scratch and runs the included dimensions, as items of the
@@ -151,7 +167,9 @@ int Run(SSTask* task, Job<T>& job, int64_t (*budget)(int64_t), const SSThreadSer
   if (job.n > (INT64_MAX >> 4)) return OXL_SS_ERROR_MEMORY;  // no scratch of 2n elements fits
   // The mean deviation reads the data where they are; the rest work on a copy.
   const bool copies = job.sorted != nullptr || job.count > 0 || job.median;
-  job.scratch_stride = copies ? (job.sorted != nullptr && !job.sorted_rows ? 2 : 1) * job.n : 0;
+  const bool two = (job.sorted != nullptr && !job.sorted_rows) ||
+                   (job.sorted == nullptr && !job.median && job.count >= kSortFromOrders);
+  job.scratch_stride = copies ? (two ? 2 : 1) * job.n : 0;
   const bool threaded = services != nullptr && services->for_each_item != nullptr &&
                         services->thread_count != nullptr;
   const int64_t allowed = threaded ? std::max(1, services->thread_count()) : 1;

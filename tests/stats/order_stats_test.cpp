@@ -91,6 +91,16 @@ void QuantilesAgainstStd(int64_t storage) {
   EXPECT_EQ(FakeThreads::calls, 1);
   EXPECT_EQ(selected_q, sorted_q);
   EXPECT_EQ(threaded_q, sorted_q);
+  // One order at a time, the quantile comes by selection rather than a sort: the same values.
+  for (int64_t k = 0; k < count; ++k) {
+    int64_t one = 1;
+    std::vector<T> q1(p, T(-7));
+    Pick<T>(__vrsdSSEditQuantiles, __vrssSSEditQuantiles)(pb.task, &one, orders.data() + k,
+                                                          q1.data(), nullptr, nullptr);
+    ASSERT_EQ(pb.Call(&_vrsdSSQuantiles, &_vrssSSQuantiles, EST_QUANTILES, METHOD_SUMS, nullptr),
+              0);
+    for (int64_t i = 0; i < p; ++i) EXPECT_EQ(q1[i], i == 2 ? T(-7) : sorted_q[i * count + k]);
+  }
   for (int64_t i = 0; i < p; ++i) {
     std::vector<T> d = pb.Column(i), got(n);
     for (int64_t j = 0; j < n; ++j) {
