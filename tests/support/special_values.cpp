@@ -75,29 +75,9 @@ std::vector<T> PowersOfTwo() {
 }
 
 template <class T>
-std::vector<std::complex<T>> ComplexSpecialValues() {
-  const std::vector<T> parts = SpecialValues<T>();
-  std::vector<std::complex<T>> values;
-  for (const T re : parts) {
-    for (const T im : parts) values.emplace_back(re, im);
-  }
-  return values;
-}
-
-template <class T>
 std::vector<T> AroundThreshold(T value, int ulps) {
   std::vector<T> values;
   for (int k = -ulps; k <= ulps; ++k) values.push_back(StepUlps(value, k));
-  return values;
-}
-
-template <class T>
-std::vector<T> AroundThresholds(std::span<const Threshold<T>> thresholds, int ulps) {
-  std::vector<T> values;
-  for (const Threshold<T>& t : thresholds) {
-    const std::vector<T> around = AroundThreshold(t.value, ulps);
-    values.insert(values.end(), around.begin(), around.end());
-  }
   return values;
 }
 
@@ -107,11 +87,7 @@ template std::vector<float> CoreSpecialValues();
 template std::vector<double> CoreSpecialValues();
 template std::vector<float> PowersOfTwo();
 template std::vector<double> PowersOfTwo();
-template std::vector<std::complex<float>> ComplexSpecialValues();
-template std::vector<std::complex<double>> ComplexSpecialValues();
 template std::vector<float> AroundThreshold(float, int);
 template std::vector<double> AroundThreshold(double, int);
-template std::vector<float> AroundThresholds(std::span<const Threshold<float>>, int);
-template std::vector<double> AroundThresholds(std::span<const Threshold<double>>, int);
 
 }  // namespace oxl::test

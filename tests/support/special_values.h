@@ -2,8 +2,6 @@
 // names (the bound of its fast path, the overflow and underflow bounds of its result).
 #pragma once
 
-#include <complex>
-#include <span>
 #include <vector>
 
 namespace oxl::test {
@@ -24,10 +22,6 @@ std::vector<T> CoreSpecialValues();
 template <class T>
 std::vector<T> PowersOfTwo();
 
-// All pairs of special values as complex numbers.
-template <class T>
-std::vector<std::complex<T>> ComplexSpecialValues();
-
 // A value at which a kernel changes its course, named for reports.
 template <class T>
 struct Threshold {
@@ -38,9 +32,5 @@ struct Threshold {
 // A value and its neighbours up to `ulps` representable values away on each side, increasing.
 template <class T>
 std::vector<T> AroundThreshold(T value, int ulps);
-
-// The same for each threshold of a list, one after the other.
-template <class T>
-std::vector<T> AroundThresholds(std::span<const Threshold<T>> thresholds, int ulps);
 
 }  // namespace oxl::test

@@ -96,13 +96,6 @@ inline void MtInitByArray(uint32_t* w, int n, int32_t count, const uint32_t* see
 // SFMT19937's array initialisation (Saito and Matsumoto) with its period certification.
 void SfmtInitByArray(uint32_t* w, int32_t count, const uint32_t* seed);
 
-inline uint32_t MtTemper(uint32_t y) {
-  y ^= y >> 11;
-  y ^= (y << 7) & kMtMaskB;
-  y ^= (y << 15) & kMtMaskC;
-  return y ^ (y >> 18);
-}
-
 inline uint32_t Mt2203Temper(uint32_t y, uint32_t b, uint32_t c) {
   y ^= y >> 12;
   y ^= (y << 7) & b;
