@@ -5,7 +5,7 @@
 
 #include "simd/float_bits.h"
 #include "support/input_gen.h"
-#include "support/special_values.h"
+#include "support/edge_values.h"
 
 namespace oxl::test::simd {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "support/float_bits.h"
-#include "support/special_values.h"
+#include "support/edge_values.h"
 
 namespace oxl::test {
 

@@ -1,4 +1,4 @@
-#include "support/special_values.h"
+#include "support/edge_values.h"
 
 #include <limits>
 
