@@ -661,16 +661,4 @@ int Basic(SSTask* task, uint64_t estimates, uint64_t method, const SSThreadServi
 }  // namespace
 }  // namespace oxl::stats
 
-extern "C" {
-
-OXL_API int _vrsdSSBasic(SSTask* task, uint64_t estimates, uint64_t method,
-                         const SSThreadServices* services) {
-  return oxl::stats::Basic<double>(task, estimates, method, services);
-}
-
-OXL_API int _vrssSSBasic(SSTask* task, uint64_t estimates, uint64_t method,
-                         const SSThreadServices* services) {
-  return oxl::stats::Basic<float>(task, estimates, method, services);
-}
-
-}  // extern "C"
+OXL_SS_COMPUTE_ENTRIES(Basic, Basic)

@@ -24,7 +24,7 @@ bool Above(T v, T m) {
 }
 
 template <class T>
-int Minmax(SSTask* task, uint64_t estimates, uint64_t method) {
+int Minmax(SSTask* task, uint64_t estimates, uint64_t method, const SSThreadServices*) {
   if (task == nullptr) return OXL_SS_ERROR_NULL_TASK;
   const int64_t storage = ReadStorage(*task, task->xStorage);
   if (storage < 0) return static_cast<int>(storage);
@@ -76,16 +76,4 @@ int Minmax(SSTask* task, uint64_t estimates, uint64_t method) {
 }  // namespace
 }  // namespace oxl::stats
 
-extern "C" {
-
-OXL_API int _vrsdSSMinmax(SSTask* task, uint64_t estimates, uint64_t method,
-                          const SSThreadServices* /*services*/) {
-  return oxl::stats::Minmax<double>(task, estimates, method);
-}
-
-OXL_API int _vrssSSMinmax(SSTask* task, uint64_t estimates, uint64_t method,
-                          const SSThreadServices* /*services*/) {
-  return oxl::stats::Minmax<float>(task, estimates, method);
-}
-
-}  // extern "C"
+OXL_SS_COMPUTE_ENTRIES(Minmax, Minmax)

@@ -303,7 +303,7 @@ int Quantiles(SSTask* task, uint64_t estimates, uint64_t method, const SSThreadS
 }
 
 template <class T>
-int Sort(SSTask* task, uint64_t method, const SSThreadServices* services) {
+int Sort(SSTask* task, uint64_t /*estimates*/, uint64_t method, const SSThreadServices* services) {
   if (task == nullptr) return OXL_SS_ERROR_NULL_TASK;
   if (task->sortedOutput == nullptr) return OXL_SS_ERROR_SORTED_OUTPUT;
   if (task->sortedStorage == nullptr || task->xStorage == nullptr) {
@@ -328,36 +328,6 @@ int Sort(SSTask* task, uint64_t method, const SSThreadServices* services) {
 }  // namespace
 }  // namespace oxl::stats
 
-extern "C" {
-
-OXL_API int _vrsdSSQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
-                             const SSThreadServices* services) {
-  return oxl::stats::Quantiles<double>(task, estimates, method, services);
-}
-
-OXL_API int _vrssSSQuantiles(SSTask* task, uint64_t estimates, uint64_t method,
-                             const SSThreadServices* services) {
-  return oxl::stats::Quantiles<float>(task, estimates, method, services);
-}
-
-OXL_API int _vrsdSSMAD(SSTask* task, uint64_t estimates, uint64_t method,
-                       const SSThreadServices* services) {
-  return oxl::stats::Mad<double>(task, estimates, method, services);
-}
-
-OXL_API int _vrssSSMAD(SSTask* task, uint64_t estimates, uint64_t method,
-                       const SSThreadServices* services) {
-  return oxl::stats::Mad<float>(task, estimates, method, services);
-}
-
-OXL_API int _vrsdSSSort(SSTask* task, uint64_t /*estimates*/, uint64_t method,
-                        const SSThreadServices* services) {
-  return oxl::stats::Sort<double>(task, method, services);
-}
-
-OXL_API int _vrssSSSort(SSTask* task, uint64_t /*estimates*/, uint64_t method,
-                        const SSThreadServices* services) {
-  return oxl::stats::Sort<float>(task, method, services);
-}
-
-}  // extern "C"
+OXL_SS_COMPUTE_ENTRIES(Quantiles, Quantiles)
+OXL_SS_COMPUTE_ENTRIES(MAD, Mad)
+OXL_SS_COMPUTE_ENTRIES(Sort, Sort)

@@ -454,7 +454,8 @@ bool OpenStage(DimensionState* state, int64_t p, double e) {
 }
 
 template <class T>
-int StreamQuantiles(SSTask* task, uint64_t method, const SSThreadServices* services) {
+int StreamQuantiles(SSTask* task, uint64_t /*estimates*/, uint64_t method,
+                    const SSThreadServices* services) {
   if (task == nullptr) return OXL_SS_ERROR_NULL_TASK;
   if (task->dimensionPtr == nullptr) return OXL_SS_ERROR_DIMENSION;
   const int64_t p = ReadIndex(*task, task->dimensionPtr);
@@ -508,11 +509,4 @@ int StreamQuantiles(SSTask* task, uint64_t method, const SSThreadServices* servi
 }  // namespace
 }  // namespace oxl::stats
 
-OXL_API int _vrsdSSStreamQuantiles(SSTask* task, uint64_t /*estimates*/, uint64_t method,
-                                   const SSThreadServices* services) {
-  return oxl::stats::StreamQuantiles<double>(task, method, services);
-}
-OXL_API int _vrssSSStreamQuantiles(SSTask* task, uint64_t /*estimates*/, uint64_t method,
-                                   const SSThreadServices* services) {
-  return oxl::stats::StreamQuantiles<float>(task, method, services);
-}
+OXL_SS_COMPUTE_ENTRIES(StreamQuantiles, StreamQuantiles)

@@ -139,6 +139,18 @@ inline int ReadShape(const SSTask& task, int64_t& p, int64_t& n) {
 
 }  // namespace oxl::stats
 
+// The double and single entries of a compute routine over the element type: routine<T>(task,
+// estimates, method, services) behind _vrsdSS<name> and _vrssSS<name>.
+#define OXL_SS_COMPUTE_ENTRIES(name, routine)                                             \
+  extern "C" OXL_API int _vrsdSS##name(SSTask* task, uint64_t estimates, uint64_t method, \
+                                       const SSThreadServices* services) {                \
+    return oxl::stats::routine<double>(task, estimates, method, services);                \
+  }                                                                                       \
+  extern "C" OXL_API int _vrssSS##name(SSTask* task, uint64_t estimates, uint64_t method, \
+                                       const SSThreadServices* services) {                \
+    return oxl::stats::routine<float>(task, estimates, method, services);                 \
+  }
+
 extern "C" {
 // The weighted quantile of order quantileOrders[0] of each dimension into quantiles[d], with the
 // task's weights (all 1 without them): the centre that outlier detection starts from.
