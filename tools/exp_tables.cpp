@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "lawson_fit.h"
 #include "table_output.h"
 
 namespace {
@@ -65,43 +66,6 @@ void Table(FILE* out, const char* type, const char* name, int n) {
 constexpr int kTerms = 7;
 constexpr int kGrid = 400;
 
-struct Mp {
-  mpfr_t v;
-  Mp() { mpfr_init2(v, kBits); }
-  ~Mp() { mpfr_clear(v); }
-  Mp(const Mp&) = delete;
-  Mp& operator=(const Mp&) = delete;
-};
-
-// Solves the k x k system a x = b by Gaussian elimination with partial pivoting, in place.
-void Solve(std::vector<Mp>& a, std::vector<Mp>& b, int k) {
-  Mp t;
-  for (int c = 0; c < k; ++c) {
-    int pivot = c;
-    for (int row = c + 1; row < k; ++row) {
-      if (mpfr_cmpabs(a[row * k + c].v, a[pivot * k + c].v) > 0) pivot = row;
-    }
-    for (int col = 0; col < k; ++col) mpfr_swap(a[c * k + col].v, a[pivot * k + col].v);
-    mpfr_swap(b[c].v, b[pivot].v);
-    for (int row = c + 1; row < k; ++row) {
-      mpfr_div(t.v, a[row * k + c].v, a[c * k + c].v, MPFR_RNDN);
-      for (int col = c; col < k; ++col) {
-        mpfr_fms(a[row * k + col].v, t.v, a[c * k + col].v, a[row * k + col].v, MPFR_RNDN);
-        mpfr_neg(a[row * k + col].v, a[row * k + col].v, MPFR_RNDN);
-      }
-      mpfr_fms(b[row].v, t.v, b[c].v, b[row].v, MPFR_RNDN);
-      mpfr_neg(b[row].v, b[row].v, MPFR_RNDN);
-    }
-  }
-  for (int row = k - 1; row >= 0; --row) {
-    for (int col = row + 1; col < k; ++col) {
-      mpfr_fms(t.v, a[row * k + col].v, b[col].v, b[row].v, MPFR_RNDN);
-      mpfr_neg(b[row].v, t.v, MPFR_RNDN);
-    }
-    mpfr_div(b[row].v, b[row].v, a[row * k + row].v, MPFR_RNDN);
-  }
-}
-
 // Relative error (1 + r P(r) - e^r) / e^r of coefficients c at r.
 void RelativeError(const std::vector<double>& c, mpfr_srcptr r, mpfr_ptr out) {
   Mp p, e;
@@ -118,63 +82,29 @@ void RelativeError(const std::vector<double>& c, mpfr_srcptr r, mpfr_ptr out) {
 }
 
 void Polynomial(FILE* out) {
-  Mp h, r, e, w, basis_i, basis_j, target, t;
+  Mp h, r, e, t;
   mpfr_const_log2(h.v, MPFR_RNDN);
   mpfr_div_ui(h.v, h.v, 16, MPFR_RNDN);
   mpfr_mul_d(h.v, h.v, 1.0001, MPFR_RNDN);
-  std::vector<Mp> grid(kGrid), weight(kGrid);
+  std::vector<Mp> grid(kGrid);
   for (int k = 0; k < kGrid; ++k) {  // Chebyshev points of [-h, h]
     mpfr_const_pi(t.v, MPFR_RNDN);
     mpfr_mul_d(t.v, t.v, (k + 0.5) / kGrid, MPFR_RNDN);
     mpfr_cos(t.v, t.v, MPFR_RNDN);
     mpfr_mul(grid[k].v, t.v, h.v, MPFR_RNDN);
-    mpfr_set_ui(weight[k].v, 1, MPFR_RNDN);
   }
-  std::vector<double> c(kTerms);
-  for (int round = 0; round < 60; ++round) {
-    // Normal equations of the weighted least squares in the basis r^(i+1) / e^r against
-    // (e^r - 1) / e^r.
-    std::vector<Mp> a(kTerms * kTerms), b(kTerms);
-    for (int i = 0; i < kTerms * kTerms; ++i) mpfr_set_zero(a[i].v, 1);
-    for (int i = 0; i < kTerms; ++i) mpfr_set_zero(b[i].v, 1);
-    for (int k = 0; k < kGrid; ++k) {
-      mpfr_exp(e.v, grid[k].v, MPFR_RNDN);
-      mpfr_sub_ui(target.v, e.v, 1, MPFR_RNDN);
-      mpfr_div(target.v, target.v, e.v, MPFR_RNDN);
-      for (int i = 0; i < kTerms; ++i) {
-        mpfr_pow_ui(basis_i.v, grid[k].v, i + 1, MPFR_RNDN);
-        mpfr_div(basis_i.v, basis_i.v, e.v, MPFR_RNDN);
-        mpfr_mul(basis_i.v, basis_i.v, weight[k].v, MPFR_RNDN);
-        mpfr_fma(b[i].v, basis_i.v, target.v, b[i].v, MPFR_RNDN);
-        for (int j = 0; j < kTerms; ++j) {
-          mpfr_pow_ui(basis_j.v, grid[k].v, j + 1, MPFR_RNDN);
-          mpfr_div(basis_j.v, basis_j.v, e.v, MPFR_RNDN);
-          mpfr_fma(a[i * kTerms + j].v, basis_i.v, basis_j.v, a[i * kTerms + j].v, MPFR_RNDN);
+  // The basis r^(i+1) / e^r against (e^r - 1) / e^r: the relative error of 1 + r P(r).
+  const std::vector<double> c =
+      LawsonFit(grid, kTerms, 60, [](mpfr_srcptr x, std::vector<Mp>& basis, mpfr_ptr target) {
+        Mp e;
+        mpfr_exp(e.v, x, MPFR_RNDN);
+        mpfr_sub_ui(target, e.v, 1, MPFR_RNDN);
+        mpfr_div(target, target, e.v, MPFR_RNDN);
+        for (int i = 0; i < kTerms; ++i) {
+          mpfr_pow_ui(basis[i].v, x, i + 1, MPFR_RNDN);
+          mpfr_div(basis[i].v, basis[i].v, e.v, MPFR_RNDN);
         }
-      }
-    }
-    Solve(a, b, kTerms);
-    for (int i = 0; i < kTerms; ++i) c[i] = mpfr_get_d(b[i].v, MPFR_RNDN);
-    // Lawson's update with the exact coefficients' errors, normalised to a sum of 1.
-    Mp sum;
-    mpfr_set_zero(sum.v, 1);
-    for (int k = 0; k < kGrid; ++k) {
-      mpfr_set_zero(t.v, 1);
-      for (int i = kTerms - 1; i >= 0; --i) {
-        mpfr_mul(t.v, t.v, grid[k].v, MPFR_RNDN);
-        mpfr_add(t.v, t.v, b[i].v, MPFR_RNDN);
-      }
-      mpfr_mul(t.v, t.v, grid[k].v, MPFR_RNDN);
-      mpfr_add_ui(t.v, t.v, 1, MPFR_RNDN);
-      mpfr_exp(e.v, grid[k].v, MPFR_RNDN);
-      mpfr_sub(t.v, t.v, e.v, MPFR_RNDN);
-      mpfr_div(t.v, t.v, e.v, MPFR_RNDN);
-      mpfr_abs(t.v, t.v, MPFR_RNDN);
-      mpfr_mul(weight[k].v, weight[k].v, t.v, MPFR_RNDN);
-      mpfr_add(sum.v, sum.v, weight[k].v, MPFR_RNDN);
-    }
-    for (int k = 0; k < kGrid; ++k) mpfr_div(weight[k].v, weight[k].v, sum.v, MPFR_RNDN);
-  }
+      });
   double worst = 0;
   for (int k = -4000; k <= 4000; ++k) {
     mpfr_mul_d(r.v, h.v, k / 4000.0, MPFR_RNDN);
@@ -184,14 +114,9 @@ void Polynomial(FILE* out) {
   std::fprintf(
       out,
       "// 1 + r (c0 + c1 r + ... + c6 r^6) for e^r on |r| <= ln 2 / 16; relative error of the\n"
-      "// rounded coefficients %.1e.\n"
-      "alignas(64) inline constexpr double kExpPolyD[%d] = {",
-      worst, kTerms);
-  for (int i = 0; i < kTerms; ++i) {
-    std::fprintf(out, "%s%s%s", i % 4 == 0 ? "\n    " : " ", Literal(c[i]).c_str(),
-                 i + 1 < kTerms ? "," : "");
-  }
-  std::fprintf(out, "\n};\n");
+      "// rounded coefficients %.1e.\n",
+      worst);
+  PrintDoubleArray(out, "kExpPolyD", c);
 }
 
 }  // namespace

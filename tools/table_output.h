@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 // The file open for writing, or null after a message (wrong usage, or a file that cannot be made).
 inline FILE* OpenTableOutput(int argc, char** argv) {
@@ -26,4 +27,14 @@ inline std::string Literal(double v) {
   char buf[64];
   std::snprintf(buf, sizeof buf, "%a", v);
   return buf;
+}
+
+// A 64-byte aligned array of doubles, four literals a line.
+inline void PrintDoubleArray(FILE* out, const char* name, const std::vector<double>& values) {
+  std::fprintf(out, "alignas(64) inline constexpr double %s[%zu] = {", name, values.size());
+  for (size_t i = 0; i < values.size(); ++i) {
+    std::fprintf(out, "%s%s%s", i % 4 == 0 ? "\n    " : " ", Literal(values[i]).c_str(),
+                 i + 1 < values.size() ? "," : "");
+  }
+  std::fprintf(out, "\n};\n");
 }

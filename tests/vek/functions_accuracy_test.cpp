@@ -281,7 +281,18 @@ const std::map<std::string, HardCase>& HardCases() {
                             {"double b=2 overflow", 0x1p512},
                             {"double b=-1.5 denormal", 0x1p682}},
                            {{0.999, 1.001}, {1e-300, 1e300}}};
+    // The sines and cosines change reduction above 2^24 and cancel next to multiples of pi/2,
+    // most of all doubles at 6381956970095103 2^797.
+    const HardCase trig = {{{"pi/4", 0x1.921fb54442d18p-1},
+                            {"pi/2", 0x1.921fb54442d18p+0},
+                            {"float large path", 10000.0},
+                            {"2^24", 0x1p24},
+                            {"1e22", 1e22},
+                            {"6381956970095103 2^797", 0x1.6ac5b262ca1ffp+849},
+                            {"largest double", 0x1.fffffffffffffp+1023}},
+                           {{-10.0, 10.0}, {1e6, 1e9}, {1e300, 1.7e308}}};
     return std::map<std::string, HardCase>{
+        {"Sin", trig},     {"Cos", trig},      {"SinCos", trig},
         {"Pow", pow},      {"Powx", powx},     {"Cbrt", cube},    {"InvCbrt", cube},
         {"Pow2o3", cube},  {"Pow3o2", pow3o2}, {"Ln", log},       {"Log10", log},
         {"Log1p", log1p},  {"Exp", exp},       {"Expm1", expm1},  {"Sqrt", root},

@@ -13,6 +13,7 @@
 #include <hwy/highway.h>
 
 #include "platform/unaligned.h"
+#include "simd/int_lanes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl::vrs {
@@ -21,26 +22,14 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
 
-// The full 64-bit products of the low 32-bit halves of the lanes.
-template <class D, class V = hn::VFromD<D>>
-HWY_INLINE V Mul32(D /*d64*/, V a, V b) {
-  const hn::Repartition<uint32_t, D> d32;
-  return hn::MulEven(hn::BitCast(d32, a), hn::BitCast(d32, b));
-}
+using oxl::HWY_NAMESPACE::Mul32;
+using oxl::HWY_NAMESPACE::SmallToDouble;
 
 // a b mod 2^64 by three 32-bit multiplies: the high-by-high product falls out of range.
 template <class D, class V = hn::VFromD<D>>
 HWY_INLINE V MulLo64(D d, V a, V b) {
   const V cross = hn::Add(Mul32(d, hn::ShiftRight<32>(a), b), Mul32(d, a, hn::ShiftRight<32>(b)));
   return hn::Add(Mul32(d, a, b), hn::ShiftLeft<32>(cross));
-}
-
-// Lanes below 2^52 as doubles, exactly: the bits of 2^52 + v, minus 2^52.
-template <class D, class V = hn::VFromD<D>>
-HWY_INLINE hn::VFromD<hn::Rebind<double, D>> SmallToDouble(D d, V v) {
-  const hn::Rebind<double, D> dd;
-  const V biased = hn::Or(v, hn::Set(d, 0x4330000000000000ull));
-  return hn::Sub(hn::BitCast(dd, biased), hn::Set(dd, 0x1p52));
 }
 
 // Any 64-bit lane as the nearest double: the halves become 2^84 + hi 2^32 and 2^52 + lo exactly,

@@ -1,0 +1,261 @@
+// Bodies of the double Sin, Cos and SinCos kernels. Re-included once per SIMD target.
+//
+// One reduction serves all three: |x| = q pi/2 + r with |r| <= pi/4, then sin r and cos r by
+// their polynomials, and the quadrant q picks and signs them (sin |x| is sin r, cos r, -sin r,
+// -cos r for q mod 4 = 0..3; cos |x| is the same with q + 1). So SinCos gives bit for bit what Sin
+// and Cos give, and the sign of x goes onto the sine last, which keeps -0 and the denormals.
+//
+// Arguments up to 2^24 reduce by pi/2 in three parts (Cody and Waite): q |pi/2|_1 is exact in the
+// fused operation and its difference with |x| is a multiple of 2^-52 below 1, so exact too. Larger
+// arguments, and the NaNs (the compare is unordered-or-greater), take a second reduction in the
+// same vector code, behind one test of their mask: the bits of 2/pi that matter for the exponent
+// come from a table, three 64-bit words, and their product with the 53-bit significand, in 32-bit
+// pieces, gives x 2/pi mod 4 as integer quadrant and fraction. The worst cancellation over all
+// doubles leaves a fraction of about 2^-62; the window's 190 fraction bits keep 75 bits beyond it.
+// Infinities and NaNs go to the rare routines for their statuses.
+
+#if defined(OXL_VEK_KERNELS_TRIG_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef OXL_VEK_KERNELS_TRIG_INL_H_
+#undef OXL_VEK_KERNELS_TRIG_INL_H_
+#else
+#define OXL_VEK_KERNELS_TRIG_INL_H_
+#endif
+
+#include "simd/fma-inl.h"
+#include "simd/int_lanes-inl.h"
+#include "simd/poly-inl.h"
+#include "vek/frame/kernel-inl.h"
+#include "vek/kernels/trig_rare.h"
+#include "vek/kernels/trig_tables.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace oxl::HWY_NAMESPACE {
+namespace trig_detail {
+
+namespace tt = vek::trig_tables;
+
+enum class Level { kHA, kLA, kEP };
+
+// |x| = q pi/2 + rh + rl; only the low two bits of q count.
+template <class D>
+struct Reduced {
+  hn::VFromD<hn::RebindToSigned<D>> q;
+  hn::VFromD<D> rh;
+  hn::VFromD<D> rl;
+};
+
+// 0 <= y <= 2^24. The shifter 1.5 * 2^52 rounds y 2/pi to the integer n in its low bits. HA carries
+// what the rounding of y - n (p1 + p2) loses (two-sum) and the product's own error into rl; LA
+// takes the three parts in turn, EP two.
+template <Level kLevel, class D>
+HWY_INLINE Reduced<D> ReduceSmall(D d, hn::VFromD<D> y) {
+  const hn::RebindToSigned<D> di;
+  const auto shifter = hn::Set(d, 0x1.8p52);
+  const auto z = Fma(d, y, hn::Set(d, tt::kTwoOverPi), shifter);
+  const auto n = hn::Sub(z, shifter);
+  const auto p1 = hn::Set(d, tt::kPiOver2[0]), p2 = hn::Set(d, tt::kPiOver2[1]);
+  const auto p3 = hn::Set(d, tt::kPiOver2[2]);
+  Reduced<D> out;
+  out.q = hn::BitCast(di, z);
+  const auto r1 = Fnma(d, n, p1, y);
+  if constexpr (kLevel == Level::kHA) {
+    const auto np2 = hn::Mul(n, p2);
+    const auto np2_err = Fms(d, n, p2, np2);
+    out.rh = hn::Sub(r1, np2);
+    const auto back = hn::Sub(out.rh, r1);
+    const auto err = hn::Sub(hn::Sub(r1, hn::Sub(out.rh, back)), hn::Add(np2, back));
+    out.rl = Fnma(d, n, p3, hn::Sub(err, np2_err));
+  } else if constexpr (kLevel == Level::kLA) {
+    out.rh = Fnma(d, n, p3, Fnma(d, n, p2, r1));
+    out.rl = hn::Zero(d);
+  } else {
+    out.rh = Fnma(d, n, p2, r1);
+    out.rl = hn::Zero(d);
+  }
+  return out;
+}
+
+// Any y >= 0; the result is meaningful for finite y. With y = m 2^(e - 1075), the window W of
+// 2/pi for e gives y 2/pi mod 4 = m W 2^-190 mod 4. The product is summed in 32-bit columns of
+// 64-bit lanes (four terms of 32 bits and a carry fit); the columns below 2^64 are left out, an
+// error under 2^-124 quarter turns. The fraction is rounded to the nearest quadrant, [-1/2, 1/2),
+// put together as a double pair from exact conversions of its 32-bit limbs, and multiplied by
+// pi/2 in two parts.
+template <class D>
+HWY_NOINLINE Reduced<D> ReduceLarge(D d, hn::VFromD<D> y) {
+  const hn::RebindToUnsigned<D> du;
+  const hn::RebindToSigned<D> di;
+  using VU = hn::VFromD<decltype(du)>;
+  const VU low32 = hn::Set(du, 0xFFFFFFFFull);
+  const VU bits = hn::BitCast(du, y);
+  const VU e = hn::ShiftRight<52>(bits);
+  const VU m = hn::Or(hn::And(bits, hn::Set(du, 0xFFFFFFFFFFFFFull)), hn::Set(du, 1ull << 52));
+  const auto index = hn::BitCast(di, hn::Add(hn::Add(e, e), e));
+  const VU w54 = hn::GatherIndex(du, tt::kTwoOverPiWindows, index);
+  const VU w32 = hn::GatherIndex(du, tt::kTwoOverPiWindows + 1, index);
+  const VU w10 = hn::GatherIndex(du, tt::kTwoOverPiWindows + 2, index);
+  const VU ml = m, mh = hn::ShiftRight<32>(m);  // Mul32 reads the low halves only
+  const VU w5 = hn::ShiftRight<32>(w54), w3 = hn::ShiftRight<32>(w32);
+  const VU w1 = hn::ShiftRight<32>(w10);
+  const auto lo = [&](VU p) { return hn::And(p, low32); };
+  const auto hi = [](VU p) { return hn::ShiftRight<32>(p); };
+  // Column k holds the products of weight 2^(32k): ml w_k and mh w_(k-1).
+  const VU p1a = Mul32(du, ml, w1), p1b = Mul32(du, mh, w10);
+  const VU p2a = Mul32(du, ml, w32), p2b = Mul32(du, mh, w1);
+  const VU p3a = Mul32(du, ml, w3), p3b = Mul32(du, mh, w32);
+  const VU p4a = Mul32(du, ml, w54), p4b = Mul32(du, mh, w3);
+  const VU p5a = Mul32(du, ml, w5), p5b = Mul32(du, mh, w54);
+  const VU c2 = hn::Add(hn::Add(hi(p1a), hi(p1b)), hn::Add(lo(p2a), lo(p2b)));
+  VU c3 = hn::Add(hn::Add(hi(p2a), hi(p2b)), hn::Add(lo(p3a), lo(p3b)));
+  c3 = hn::Add(c3, hi(c2));
+  VU c4 = hn::Add(hn::Add(hi(p3a), hi(p3b)), hn::Add(lo(p4a), lo(p4b)));
+  c4 = hn::Add(c4, hi(c3));
+  VU c5 = hn::Add(hn::Add(hi(p4a), hi(p4b)), hn::Add(p5a, p5b));
+  c5 = hn::Add(c5, hi(c4));
+  // Bits 30 and 31 of the top limb are the quadrant, the 30 below the fraction's start; a
+  // fraction of a half or more moves to the next quadrant, less one.
+  const VU top = hn::And(c5, hn::Set(du, 0x3FFFFFFFull));
+  const VU up = hn::ShiftRight<29>(top);
+  Reduced<D> out;
+  out.q = hn::BitCast(di, hn::Add(hn::ShiftRight<30>(lo(c5)), up));
+  const auto signed_top = hn::Sub(hn::BitCast(di, top), hn::BitCast(di, hn::ShiftLeft<30>(up)));
+  // Below 2^51 in magnitude: the bits of 1.5 * 2^52 + v, minus 1.5 * 2^52.
+  const auto a =
+      hn::Mul(hn::Sub(hn::BitCast(d, hn::Add(signed_top, hn::Set(di, 0x4338000000000000ll))),
+                      hn::Set(d, 0x1.8p52)),
+              hn::Set(d, 0x1p-30));
+  const auto b = hn::Mul(SmallToDouble(du, lo(c4)), hn::Set(d, 0x1p-62));
+  const auto c = hn::Mul(SmallToDouble(du, lo(c3)), hn::Set(d, 0x1p-94));
+  const auto dd = hn::Mul(SmallToDouble(du, lo(c2)), hn::Set(d, 0x1p-126));
+  // a is 0 or at least 2^-30 in magnitude and b below 2^-30: a + b by fast two-sum; then c by
+  // two-sum, since the first sum may cancel to the size of c.
+  const auto s1 = hn::Add(a, b);
+  const auto e1 = hn::Sub(b, hn::Sub(s1, a));
+  const auto s2 = hn::Add(s1, c);
+  const auto back = hn::Sub(s2, s1);
+  const auto e2 = hn::Add(hn::Sub(s1, hn::Sub(s2, back)), hn::Sub(c, back));
+  const auto rest = hn::Add(hn::Add(e1, e2), dd);
+  const auto fh = hn::Add(s2, rest);
+  const auto fl = hn::Sub(rest, hn::Sub(fh, s2));
+  const auto p1 = hn::Set(d, tt::kPiOver2[0]), p2 = hn::Set(d, tt::kPiOver2[1]);
+  const auto rh = hn::Mul(fh, p1);
+  const auto rl = hn::Add(Fms(d, fh, p1, rh), Fma(d, fh, p2, hn::Mul(fl, p1)));
+  out.rh = hn::Add(rh, rl);
+  out.rl = hn::Sub(rl, hn::Sub(out.rh, rh));
+  return out;
+}
+
+template <Level kLevel, class D>
+HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> y) {
+  Reduced<D> red = ReduceSmall<kLevel>(d, y);
+  const auto large = hn::Not(hn::Le(y, hn::Set(d, 0x1p24)));
+  if (!hn::AllFalse(d, large)) [[unlikely]] {
+    const Reduced<D> big = ReduceLarge(d, y);
+    red.q = hn::IfThenElse(hn::RebindMask(hn::RebindToSigned<D>(), large), big.q, red.q);
+    red.rh = hn::IfThenElse(large, big.rh, red.rh);
+    red.rl = hn::IfThenElse(large, big.rl, red.rl);
+  }
+  return red;
+}
+
+template <class D>
+struct SinCosOfR {
+  hn::VFromD<D> s;
+  hn::VFromD<D> c;
+};
+
+// sin r = r + r^3 S(r^2), cos r = 1 - r^2/2 + r^4 C(r^2). HA adds rl through the derivatives
+// (rl cos r, -rl sin r) and keeps the roundings of r^2 and of 1 - r^2/2 (the largest terms' errors)
+// as corrections; LA and EP round as they go.
+template <Level kLevel, class D>
+HWY_INLINE SinCosOfR<D> Polynomials(D d, const Reduced<D>& red) {
+  const auto r = red.rh;
+  const auto w = hn::Mul(r, r);
+  const auto w2 = hn::Mul(w, w);
+  const auto rw = hn::Mul(r, w);
+  const auto half_w = hn::Mul(w, hn::Set(d, 0.5));
+  const auto one = hn::Set(d, 1.0);
+  const auto t = hn::Sub(one, half_w);
+  SinCosOfR<D> out;
+  if constexpr (kLevel == Level::kEP) {
+    const double* sc = tt::kSinPolyEP;
+    const double* cc = tt::kCosPolyEP;
+    out.s = Fma(d, rw, Horner(d, w, sc[0], sc[1], sc[2]), r);
+    out.c = Fma(d, w2, Horner(d, w, cc[0], cc[1], cc[2]), t);
+  } else {
+    const double* sc = tt::kSinPoly;
+    const double* cc = tt::kCosPoly;
+    const auto ps = Horner(d, w, sc[0], sc[1], sc[2], sc[3], sc[4], sc[5]);
+    const auto pc = Horner(d, w, cc[0], cc[1], cc[2], cc[3], cc[4], cc[5]);
+    if constexpr (kLevel == Level::kHA) {
+      const auto rl = red.rl;
+      out.s = hn::Add(r, Fma(d, rw, ps, hn::Mul(rl, t)));
+      const auto w_err = Fms(d, r, r, w);
+      const auto t_err = hn::Sub(hn::Sub(one, t), half_w);
+      const auto small = hn::Sub(t_err, Fma(d, r, rl, hn::Mul(w_err, hn::Set(d, 0.5))));
+      out.c = hn::Add(t, Fma(d, w2, pc, small));
+    } else {
+      out.s = Fma(d, rw, ps, r);
+      out.c = Fma(d, w2, pc, t);
+    }
+  }
+  return out;
+}
+
+// The value of the quadrant's pick: sin r for even q + shift, cos r for odd, negated for q + shift
+// in 2 and 3 (shift 0 for the sine, 1 for the cosine), and with the sign bit `sign` flipped.
+template <int kShift, class D>
+HWY_INLINE hn::VFromD<D> Pick(D d, const Reduced<D>& red, const SinCosOfR<D>& v,
+                              hn::VFromD<hn::RebindToSigned<D>> sign) {
+  const hn::RebindToSigned<D> di;
+  const auto q = hn::Add(red.q, hn::Set(di, kShift));
+  const auto odd = hn::RebindMask(d, hn::Ne(hn::And(q, hn::Set(di, 1)), hn::Zero(di)));
+  const auto value = hn::IfThenElse(odd, v.c, v.s);
+  const auto flip = hn::Xor(hn::And(hn::ShiftLeft<62>(q), hn::Set(di, INT64_MIN)), sign);
+  return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
+}
+
+}  // namespace trig_detail
+
+enum class TrigFunction { kSin, kCos, kSinCos };
+
+template <TrigFunction kFunc, trig_detail::Level kLevel>
+struct TrigBody : UnaryRealBody<double> {
+  static constexpr size_t kOutputs = kFunc == TrigFunction::kSinCos ? 2 : 1;
+  const char* name = kFunc == TrigFunction::kSin   ? vek::names::dSin
+                     : kFunc == TrigFunction::kCos ? vek::names::dCos
+                                                   : vek::names::dSinCos;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    using namespace trig_detail;
+    const hn::RebindToSigned<D> di;
+    const V x = in[0];
+    const V y = hn::Abs(x);
+    const auto sign = hn::And(hn::BitCast(di, x), hn::Set(di, INT64_MIN));
+    const auto no_sign = hn::Zero(di);
+    const Reduced<D> red = Reduce<kLevel>(d, y);
+    const SinCosOfR<D> v = Polynomials<kLevel>(d, red);
+    if constexpr (kFunc == TrigFunction::kSin) {
+      out[0] = Pick<0>(d, red, v, sign);
+    } else if constexpr (kFunc == TrigFunction::kCos) {
+      out[0] = Pick<1>(d, red, v, no_sign);
+    } else {
+      out[0] = Pick<0>(d, red, v, sign);
+      out[1] = Pick<1>(d, red, v, no_sign);
+    }
+    rare[0] = hn::RebindMask(d, hn::Gt(hn::BitCast(di, y), hn::Set(di, 0x7FEFFFFFFFFFFFFFll)));
+  }
+
+  static int32_t Rare(const double* a, double* r) {
+    return kFunc == TrigFunction::kSin ? vek::vdsin_cout_rare(a, r) : vek::vdcos_cout_rare(a, r);
+  }
+  static int32_t Rare(const double* a, double* r1, double* r2) {
+    return vek::vdsincos_cout_rare(a, r1, r2);
+  }
+};
+
+}  // namespace oxl::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // OXL_VEK_KERNELS_TRIG_INL_H_

@@ -1,0 +1,89 @@
+// Shared by the table tools: MPFR numbers with a lifetime, and a near-minimax fit by Lawson's
+// iteration (weighted least squares on a grid, each point's weight multiplied by its error after
+// every round), which tends to the minimax solution of the same linear problem.
+#pragma once
+
+#include <mpfr.h>
+
+#include <functional>
+#include <vector>
+
+struct Mp {
+  mpfr_t v;
+  explicit Mp(mpfr_prec_t bits = 256) { mpfr_init2(v, bits); }
+  ~Mp() { mpfr_clear(v); }
+  Mp(const Mp&) = delete;
+  Mp& operator=(const Mp&) = delete;
+};
+
+// Solves the k x k system a x = b by Gaussian elimination with partial pivoting, in place.
+inline void Solve(std::vector<Mp>& a, std::vector<Mp>& b, int k) {
+  Mp t;
+  for (int c = 0; c < k; ++c) {
+    int pivot = c;
+    for (int row = c + 1; row < k; ++row) {
+      if (mpfr_cmpabs(a[row * k + c].v, a[pivot * k + c].v) > 0) pivot = row;
+    }
+    for (int col = 0; col < k; ++col) mpfr_swap(a[c * k + col].v, a[pivot * k + col].v);
+    mpfr_swap(b[c].v, b[pivot].v);
+    for (int row = c + 1; row < k; ++row) {
+      mpfr_div(t.v, a[row * k + c].v, a[c * k + c].v, MPFR_RNDN);
+      for (int col = c; col < k; ++col) {
+        mpfr_fms(a[row * k + col].v, t.v, a[c * k + col].v, a[row * k + col].v, MPFR_RNDN);
+        mpfr_neg(a[row * k + col].v, a[row * k + col].v, MPFR_RNDN);
+      }
+      mpfr_fms(b[row].v, t.v, b[c].v, b[row].v, MPFR_RNDN);
+      mpfr_neg(b[row].v, b[row].v, MPFR_RNDN);
+    }
+  }
+  for (int row = k - 1; row >= 0; --row) {
+    for (int col = row + 1; col < k; ++col) {
+      mpfr_fms(t.v, a[row * k + col].v, b[col].v, b[row].v, MPFR_RNDN);
+      mpfr_neg(b[row].v, t.v, MPFR_RNDN);
+    }
+    mpfr_div(b[row].v, b[row].v, a[row * k + row].v, MPFR_RNDN);
+  }
+}
+
+// The problem at one grid point: the `terms` basis values and the target, so that the fit makes
+// sum c_i basis_i close to target.
+using FitRow = std::function<void(mpfr_srcptr x, std::vector<Mp>& basis, mpfr_ptr target)>;
+
+// Coefficients c (rounded to double) for the grid points, after `rounds` of Lawson's iteration.
+inline std::vector<double> LawsonFit(const std::vector<Mp>& grid, int terms, int rounds,
+                                     const FitRow& row) {
+  const size_t n = grid.size();
+  std::vector<Mp> weight(n), basis(terms);
+  Mp target, t, sum;
+  for (size_t k = 0; k < n; ++k) mpfr_set_ui(weight[k].v, 1, MPFR_RNDN);
+  std::vector<double> c(terms);
+  for (int round = 0; round < rounds; ++round) {
+    std::vector<Mp> a(terms * terms), b(terms);
+    for (int i = 0; i < terms * terms; ++i) mpfr_set_zero(a[i].v, 1);
+    for (int i = 0; i < terms; ++i) mpfr_set_zero(b[i].v, 1);
+    for (size_t k = 0; k < n; ++k) {
+      row(grid[k].v, basis, target.v);
+      for (int i = 0; i < terms; ++i) {
+        mpfr_mul(t.v, basis[i].v, weight[k].v, MPFR_RNDN);
+        mpfr_fma(b[i].v, t.v, target.v, b[i].v, MPFR_RNDN);
+        for (int j = 0; j < terms; ++j) {
+          mpfr_fma(a[i * terms + j].v, t.v, basis[j].v, a[i * terms + j].v, MPFR_RNDN);
+        }
+      }
+    }
+    Solve(a, b, terms);
+    for (int i = 0; i < terms; ++i) c[i] = mpfr_get_d(b[i].v, MPFR_RNDN);
+    // Lawson's update with the exact coefficients' errors, normalised to a sum of 1.
+    mpfr_set_zero(sum.v, 1);
+    for (size_t k = 0; k < n; ++k) {
+      row(grid[k].v, basis, target.v);
+      mpfr_neg(t.v, target.v, MPFR_RNDN);
+      for (int i = 0; i < terms; ++i) mpfr_fma(t.v, b[i].v, basis[i].v, t.v, MPFR_RNDN);
+      mpfr_abs(t.v, t.v, MPFR_RNDN);
+      mpfr_mul(weight[k].v, weight[k].v, t.v, MPFR_RNDN);
+      mpfr_add(sum.v, sum.v, weight[k].v, MPFR_RNDN);
+    }
+    for (size_t k = 0; k < n; ++k) mpfr_div(weight[k].v, weight[k].v, sum.v, MPFR_RNDN);
+  }
+  return c;
+}

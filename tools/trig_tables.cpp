@@ -1,0 +1,167 @@
+// Writes the tables of the double sine and cosine kernels: pi/2 in three double parts and 2/pi
+// for the reduction of |x| <= 2^24 to [-pi/4, pi/4]; the near-minimax polynomials of sin and cos
+// on that interval; and, for larger arguments, for each biased exponent e of a double the 192 bits
+// of 2/pi that matter, floor(2^(e - 885) 2/pi) mod 2^192, as three 64-bit words, most significant
+// first. With x = m 2^(e - 1075), m the 53-bit integer significand, x 2/pi mod 4 is then
+// m W 2^-190 mod 4: the bits of 2/pi above the window give multiples of 4, and those below it
+// change the product by less than 2^53 units of 2^-190. Values come from MPFR at 2048 bits, so
+// the output depends on nothing but the rule. Usage: trig_tables <output file>.
+#include <gmp.h>
+#include <mpfr.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <vector>
+
+#include "lawson_fit.h"
+#include "table_output.h"
+
+namespace {
+
+constexpr mpfr_prec_t kBits = 2048;
+constexpr int kExponents = 2048;
+constexpr int kGrid = 300;
+
+// pi/2 as `count` doubles, each the rounding of what the previous ones leave.
+void Parts(FILE* out, const char* name, int count) {
+  Mp rest(kBits);
+  mpfr_const_pi(rest.v, MPFR_RNDN);
+  mpfr_div_2ui(rest.v, rest.v, 1, MPFR_RNDN);
+  std::fprintf(out, "inline constexpr double %s[%d] = {", name, count);
+  for (int k = 0; k < count; ++k) {
+    const double v = mpfr_get_d(rest.v, MPFR_RNDN);
+    mpfr_sub_d(rest.v, rest.v, v, MPFR_RNDN);
+    std::fprintf(out, "%s%s", k == 0 ? "" : ", ", Literal(v).c_str());
+  }
+  std::fprintf(out, "};\n");
+}
+
+void Windows(FILE* out) {
+  Mp two_over_pi(kBits), t(kBits);
+  mpfr_const_pi(two_over_pi.v, MPFR_RNDN);
+  mpfr_ui_div(two_over_pi.v, 2, two_over_pi.v, MPFR_RNDN);
+  mpz_t z, word;
+  mpz_inits(z, word, nullptr);
+  std::fprintf(out, "alignas(64) inline constexpr uint64_t kTwoOverPiWindows[%d] = {",
+               3 * kExponents);
+  for (int e = 0; e < kExponents; ++e) {
+    mpfr_mul_2si(t.v, two_over_pi.v, e - 885, MPFR_RNDN);
+    mpfr_get_z(z, t.v, MPFR_RNDD);
+    for (int k = 0; k < 3; ++k) {
+      mpz_tdiv_q_2exp(word, z, 64 * (2 - k));
+      mpz_tdiv_r_2exp(word, word, 64);
+      const uint64_t w = (uint64_t{mpz_getlimbn(word, 0)});
+      std::fprintf(out, "%s0x%016llxull%s", (3 * e + k) % 4 == 0 ? "\n    " : " ",
+                   static_cast<unsigned long long>(w), 3 * e + k + 1 < 3 * kExponents ? "," : "");
+    }
+  }
+  std::fprintf(out, "\n};\n");
+  mpz_clears(z, word, nullptr);
+}
+
+// Evaluates the fitted form at r with the rounded coefficients: r + r^3 P(r^2) for the sine,
+// 1 - r^2/2 + r^4 P(r^2) for the cosine.
+void Form(bool sine, const std::vector<double>& c, mpfr_srcptr r, mpfr_ptr out) {
+  Mp w, p;
+  mpfr_sqr(w.v, r, MPFR_RNDN);
+  mpfr_set_zero(p.v, 1);
+  for (size_t i = c.size(); i-- > 0;) {
+    mpfr_mul(p.v, p.v, w.v, MPFR_RNDN);
+    mpfr_add_d(p.v, p.v, c[i], MPFR_RNDN);
+  }
+  if (sine) {
+    mpfr_mul(p.v, p.v, w.v, MPFR_RNDN);
+    mpfr_mul(p.v, p.v, r, MPFR_RNDN);
+    mpfr_add(out, p.v, r, MPFR_RNDN);
+  } else {
+    mpfr_mul(p.v, p.v, w.v, MPFR_RNDN);
+    mpfr_mul(p.v, p.v, w.v, MPFR_RNDN);
+    mpfr_div_2ui(w.v, w.v, 1, MPFR_RNDN);
+    mpfr_sub(p.v, p.v, w.v, MPFR_RNDN);
+    mpfr_add_ui(out, p.v, 1, MPFR_RNDN);
+  }
+}
+
+void Exact(bool sine, mpfr_srcptr r, mpfr_ptr out) {
+  if (sine) {
+    mpfr_sin(out, r, MPFR_RNDN);
+  } else {
+    mpfr_cos(out, r, MPFR_RNDN);
+  }
+}
+
+// sin r = r + r^3 P(r^2) and cos r = 1 - r^2/2 + r^4 P(r^2) on |r| <= pi/4 (a hair more, for the
+// rounding of the reduced argument), in relative error: the basis r^(2i+3) / sin r against
+// (sin r - r) / sin r, or r^(2i+4) / cos r against (cos r - 1 + r^2/2) / cos r.
+void Polynomial(FILE* out, const char* name, bool sine, int terms) {
+  Mp h, t, exact, approx;
+  mpfr_const_pi(h.v, MPFR_RNDN);
+  mpfr_div_2ui(h.v, h.v, 2, MPFR_RNDN);
+  mpfr_mul_d(h.v, h.v, 1.0001, MPFR_RNDN);
+  std::vector<Mp> grid(kGrid);
+  for (int k = 0; k < kGrid; ++k) {  // Chebyshev points of [-h, h], the positive half
+    mpfr_const_pi(t.v, MPFR_RNDN);
+    mpfr_mul_d(t.v, t.v, (k + 0.5) / (2 * kGrid), MPFR_RNDN);
+    mpfr_cos(t.v, t.v, MPFR_RNDN);
+    mpfr_mul(grid[k].v, t.v, h.v, MPFR_RNDN);
+  }
+  const std::vector<double> c =
+      LawsonFit(grid, terms, 60, [&](mpfr_srcptr r, std::vector<Mp>& basis, mpfr_ptr target) {
+        Mp f, w;
+        Exact(sine, r, f.v);
+        mpfr_sqr(w.v, r, MPFR_RNDN);
+        if (sine) {
+          mpfr_sub(target, f.v, r, MPFR_RNDN);
+        } else {
+          mpfr_div_2ui(w.v, w.v, 1, MPFR_RNDN);
+          mpfr_add(target, f.v, w.v, MPFR_RNDN);
+          mpfr_sub_ui(target, target, 1, MPFR_RNDN);
+        }
+        mpfr_div(target, target, f.v, MPFR_RNDN);
+        for (int i = 0; i < terms; ++i) {
+          mpfr_pow_ui(basis[i].v, r, 2 * i + (sine ? 3 : 4), MPFR_RNDN);
+          mpfr_div(basis[i].v, basis[i].v, f.v, MPFR_RNDN);
+        }
+      });
+  double worst = 0;
+  for (int k = 1; k <= 4000; ++k) {
+    mpfr_mul_d(t.v, h.v, k / 4000.0, MPFR_RNDN);
+    Form(sine, c, t.v, approx.v);
+    Exact(sine, t.v, exact.v);
+    mpfr_sub(approx.v, approx.v, exact.v, MPFR_RNDN);
+    mpfr_div(approx.v, approx.v, exact.v, MPFR_RNDN);
+    worst = std::max(worst, std::fabs(mpfr_get_d(approx.v, MPFR_RNDN)));
+  }
+  std::fprintf(out, "// Relative error of the rounded coefficients 2^%.1f.\n", std::log2(worst));
+  PrintDoubleArray(out, name, c);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  FILE* out = OpenTableOutput(argc, argv);
+  if (out == nullptr) return 1;
+  std::fprintf(out,
+               "// The tables of the double sine and cosine kernels. Written by "
+               "tools/trig_tables.cpp; do not edit.\n\n");
+  {
+    Mp t(kBits);
+    mpfr_const_pi(t.v, MPFR_RNDN);
+    mpfr_ui_div(t.v, 2, t.v, MPFR_RNDN);
+    std::fprintf(out, "inline constexpr double kTwoOverPi = %s;\n",
+                 Literal(mpfr_get_d(t.v, MPFR_RNDN)).c_str());
+  }
+  Parts(out, "kPiOver2", 3);
+  std::fprintf(out, "\n// sin r = r + r^3 P(r^2), |r| <= pi/4.\n");
+  Polynomial(out, "kSinPoly", true, 6);
+  Polynomial(out, "kSinPolyEP", true, 3);
+  std::fprintf(out, "\n// cos r = 1 - r^2/2 + r^4 P(r^2), |r| <= pi/4.\n");
+  Polynomial(out, "kCosPoly", false, 6);
+  Polynomial(out, "kCosPolyEP", false, 3);
+  std::fprintf(
+      out, "\n// The 192 bits of 2/pi for each biased exponent, most significant word first.\n");
+  Windows(out);
+  return std::fclose(out) == 0 ? 0 : 1;
+}
