@@ -5,6 +5,7 @@
 // are the names bench/comparisons.toml compares.
 #include <cmath>
 #include <complex>
+#include <vector>
 
 #include "oxl/vek_kernels.h"
 #include "support/array_bench.h"
@@ -243,6 +244,56 @@ OXL_BENCH(kSPowx, "libmvec_avx2", peers::LibmvecPowAvx2, kAvx2);
 OXL_BENCH(kSPowx, "libmvec_avx512", peers::LibmvecPowAvx512, kAvx512);
 OXL_BENCH(kSPowx, "sleef_u10_avx2", peers::SleefPowU10Avx2, kAvx2);
 OXL_BENCH(kSPowx, "sleef_u10_avx512", peers::SleefPowU10Avx512, kAvx512);
+
+// sin and cos on two input sets: ordinary arguments, where every contestant takes its main
+// path, and |x| log-uniform from 1 to 1e300, nearly all beyond 2^24 and so through each one's
+// large-argument reduction. SinCos on the ordinary set: one call, two results; tan likewise.
+constexpr UnaryFunction<double> kDSin{"dSin", {-10.0, 10.0}};
+constexpr UnaryFunction<double> kDSinLarge{"dSinLarge", {1.0, 1e300, true}};
+constexpr UnaryFunction<double> kDCos{"dCos", {-10.0, 10.0}};
+constexpr UnaryFunction<double> kDCosLarge{"dCosLarge", {1.0, 1e300, true}};
+constexpr UnaryFunction<double> kDSinCos{"dSinCos", {-10.0, 10.0}};
+constexpr UnaryFunction<double> kDTan{"dTan", {-10.0, 10.0}};
+
+// A SinCos kernel in the unary shape: the cosines go to a scratch array of the same length.
+template <void (*kKernel)(int, const double*, double*, double*)>
+void SinCosInto(int n, const double* a, double* r) {
+  static thread_local std::vector<double> cosines;
+  cosines.resize(static_cast<size_t>(n));
+  kKernel(n, a, r, cosines.data());
+}
+
+OXL_BENCH(kDSin, "oxl_HA", oxl_vek_kernel_dSin_B3HAynn);
+OXL_BENCH(kDSin, "oxl_LA", oxl_vek_kernel_dSin_B3LAynn);
+OXL_BENCH(kDSin, "oxl_EP", oxl_vek_kernel_dSin_B3EPnnn);
+OXL_BENCH(kDSin, "libmvec_avx2", peers::LibmvecSinAvx2, kAvx2);
+OXL_BENCH(kDSin, "sleef_u10_avx2", peers::SleefSinU10Avx2, kAvx2);
+OXL_BENCH(kDSin, "sleef_u35_avx2", peers::SleefSinU35Avx2, kAvx2);
+OXL_BENCH(kDSinLarge, "oxl_HA", oxl_vek_kernel_dSin_B3HAynn);
+OXL_BENCH(kDSinLarge, "oxl_LA", oxl_vek_kernel_dSin_B3LAynn);
+OXL_BENCH(kDSinLarge, "oxl_EP", oxl_vek_kernel_dSin_B3EPnnn);
+OXL_BENCH(kDSinLarge, "libmvec_avx2", peers::LibmvecSinAvx2, kAvx2);
+OXL_BENCH(kDSinLarge, "sleef_u10_avx2", peers::SleefSinU10Avx2, kAvx2);
+OXL_BENCH(kDSinLarge, "sleef_u35_avx2", peers::SleefSinU35Avx2, kAvx2);
+OXL_BENCH(kDCos, "oxl_HA", oxl_vek_kernel_dCos_B3HAynn);
+OXL_BENCH(kDCos, "oxl_LA", oxl_vek_kernel_dCos_B3LAynn);
+OXL_BENCH(kDCos, "libmvec_avx2", peers::LibmvecCosAvx2, kAvx2);
+OXL_BENCH(kDCos, "sleef_u10_avx2", peers::SleefCosU10Avx2, kAvx2);
+OXL_BENCH(kDCos, "sleef_u35_avx2", peers::SleefCosU35Avx2, kAvx2);
+OXL_BENCH(kDCosLarge, "oxl_HA", oxl_vek_kernel_dCos_B3HAynn);
+OXL_BENCH(kDCosLarge, "oxl_LA", oxl_vek_kernel_dCos_B3LAynn);
+OXL_BENCH(kDCosLarge, "libmvec_avx2", peers::LibmvecCosAvx2, kAvx2);
+OXL_BENCH(kDCosLarge, "sleef_u10_avx2", peers::SleefCosU10Avx2, kAvx2);
+OXL_BENCH(kDCosLarge, "sleef_u35_avx2", peers::SleefCosU35Avx2, kAvx2);
+OXL_BENCH(kDSinCos, "oxl_HA", SinCosInto<oxl_vek_kernel_dSinCos_B3HAynn>);
+OXL_BENCH(kDSinCos, "oxl_LA", SinCosInto<oxl_vek_kernel_dSinCos_B3LAynn>);
+OXL_BENCH(kDSinCos, "oxl_EP", SinCosInto<oxl_vek_kernel_dSinCos_B3EPnnn>);
+OXL_BENCH(kDTan, "oxl_HA", oxl_vek_kernel_dTan_B3HAynn);
+OXL_BENCH(kDTan, "oxl_LA", oxl_vek_kernel_dTan_B3LAynn);
+OXL_BENCH(kDTan, "oxl_EP", oxl_vek_kernel_dTan_B3EPnnn);
+OXL_BENCH(kDTan, "libmvec_avx2", peers::LibmvecTanAvx2, kAvx2);
+OXL_BENCH(kDTan, "sleef_u10_avx2", peers::SleefTanU10Avx2, kAvx2);
+OXL_BENCH(kDTan, "sleef_u35_avx2", peers::SleefTanU35Avx2, kAvx2);
 
 // cbrt over the log-spaced range, both signs alike for every contestant.
 constexpr UnaryFunction<double> kDCbrt{"dCbrt", kLogRangeD};

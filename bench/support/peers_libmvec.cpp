@@ -23,6 +23,8 @@ __m256 _ZGVdN8v_log1pf(__m256);
 __m256d _ZGVdN4v_sin(__m256d);
 __m256 _ZGVdN8v_sinf(__m256);
 __m256d _ZGVdN4v_cos(__m256d);
+__m256d _ZGVdN4v_tan(__m256d);
+__m256 _ZGVdN8v_tanf(__m256);
 __m256 _ZGVdN8v_cosf(__m256);
 __m256d _ZGVdN4vv_pow(__m256d, __m256d);
 __m256 _ZGVdN8vv_powf(__m256, __m256);
@@ -50,6 +52,8 @@ void LibmvecLog1pAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_log1
 void LibmvecSinAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_sin>(n, a, r); }
 void LibmvecSinAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_sinf>(n, a, r); }
 void LibmvecCosAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_cos>(n, a, r); }
+void LibmvecTanAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_tan>(n, a, r); }
+void LibmvecTanAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_tanf>(n, a, r); }
 void LibmvecCosAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_cosf>(n, a, r); }
 void LibmvecPowAvx2(int n, const double* a, const double* b, double* r) {
   avx2::Map<_ZGVdN4vv_pow>(n, a, b, r);

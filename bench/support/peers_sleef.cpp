@@ -27,6 +27,10 @@ __m256 Sleef_sinf8_u10avx2(__m256);
 __m256d Sleef_sind4_u35avx2(__m256d);
 __m256 Sleef_sinf8_u35avx2(__m256);
 __m256d Sleef_cosd4_u10avx2(__m256d);
+__m256d Sleef_tand4_u10avx2(__m256d);
+__m256 Sleef_tanf8_u10avx2(__m256);
+__m256d Sleef_tand4_u35avx2(__m256d);
+__m256 Sleef_tanf8_u35avx2(__m256);
 __m256 Sleef_cosf8_u10avx2(__m256);
 __m256d Sleef_cosd4_u35avx2(__m256d);
 __m256 Sleef_cosf8_u35avx2(__m256);
@@ -68,6 +72,10 @@ void SleefLog1pU10Avx2(int n, const float* a, float* r) {
   avx2::Map<Sleef_log1pf8_u10avx2>(n, a, r);
 }
 void SleefSinU10Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_sind4_u10avx2>(n, a, r); }
+void SleefTanU10Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_tand4_u10avx2>(n, a, r); }
+void SleefTanU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_tanf8_u10avx2>(n, a, r); }
+void SleefTanU35Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_tand4_u35avx2>(n, a, r); }
+void SleefTanU35Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_tanf8_u35avx2>(n, a, r); }
 void SleefSinU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_sinf8_u10avx2>(n, a, r); }
 void SleefSinU35Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_sind4_u35avx2>(n, a, r); }
 void SleefSinU35Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_sinf8_u35avx2>(n, a, r); }

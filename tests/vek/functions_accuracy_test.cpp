@@ -292,7 +292,7 @@ const std::map<std::string, HardCase>& HardCases() {
                             {"largest double", 0x1.fffffffffffffp+1023}},
                            {{-10.0, 10.0}, {1e6, 1e9}, {1e300, 1.7e308}}};
     return std::map<std::string, HardCase>{
-        {"Sin", trig},     {"Cos", trig},      {"SinCos", trig},
+        {"Sin", trig},     {"Cos", trig},      {"SinCos", trig},  {"Tan", trig},
         {"Pow", pow},      {"Powx", powx},     {"Cbrt", cube},    {"InvCbrt", cube},
         {"Pow2o3", cube},  {"Pow3o2", pow3o2}, {"Ln", log},       {"Log10", log},
         {"Log1p", log1p},  {"Exp", exp},       {"Expm1", expm1},  {"Sqrt", root},

@@ -1,6 +1,6 @@
-// Bodies of the double Sin, Cos and SinCos kernels. Re-included once per SIMD target.
+// Bodies of the double Sin, Cos, SinCos and Tan kernels. Re-included once per SIMD target.
 //
-// One reduction serves all three: |x| = q pi/2 + r with |r| <= pi/4, then sin r and cos r by
+// One reduction serves all four: |x| = q pi/2 + r with |r| <= pi/4, then sin r and cos r by
 // their polynomials, and the quadrant q picks and signs them (sin |x| is sin r, cos r, -sin r,
 // -cos r for q mod 4 = 0..3; cos |x| is the same with q + 1). So SinCos gives bit for bit what Sin
 // and Cos give, and the sign of x goes onto the sine last, which keeps -0 and the denormals.
@@ -158,10 +158,13 @@ HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> y) {
   return red;
 }
 
+// HA also gives what the last roundings of s and c left, for Tan's quotient.
 template <class D>
 struct SinCosOfR {
   hn::VFromD<D> s;
   hn::VFromD<D> c;
+  hn::VFromD<D> s_lo;
+  hn::VFromD<D> c_lo;
 };
 
 // sin r = r + r^3 S(r^2), cos r = 1 - r^2/2 + r^4 C(r^2). HA adds rl through the derivatives
@@ -180,26 +183,37 @@ HWY_INLINE SinCosOfR<D> Polynomials(D d, const Reduced<D>& red) {
   if constexpr (kLevel == Level::kEP) {
     const double* sc = tt::kSinPolyEP;
     const double* cc = tt::kCosPolyEP;
-    out.s = Fma(d, rw, Horner(d, w, sc[0], sc[1], sc[2]), r);
-    out.c = Fma(d, w2, Horner(d, w, cc[0], cc[1], cc[2]), t);
+    out.s = Fma(d, rw, Estrin(d, w, w2, sc[0], sc[1], sc[2]), r);
+    out.c = Fma(d, w2, Estrin(d, w, w2, cc[0], cc[1], cc[2]), t);
   } else {
     const double* sc = tt::kSinPoly;
     const double* cc = tt::kCosPoly;
-    const auto ps = Horner(d, w, sc[0], sc[1], sc[2], sc[3], sc[4], sc[5]);
-    const auto pc = Horner(d, w, cc[0], cc[1], cc[2], cc[3], cc[4], cc[5]);
+    const auto ps = Estrin(d, w, w2, sc[0], sc[1], sc[2], sc[3], sc[4], sc[5]);
+    const auto pc = Estrin(d, w, w2, cc[0], cc[1], cc[2], cc[3], cc[4], cc[5]);
     if constexpr (kLevel == Level::kHA) {
       const auto rl = red.rl;
-      out.s = hn::Add(r, Fma(d, rw, ps, hn::Mul(rl, t)));
+      const auto s_tail = Fma(d, rw, ps, hn::Mul(rl, t));
+      out.s = hn::Add(r, s_tail);
+      out.s_lo = hn::Add(hn::Sub(r, out.s), s_tail);
       const auto w_err = Fms(d, r, r, w);
       const auto t_err = hn::Sub(hn::Sub(one, t), half_w);
       const auto small = hn::Sub(t_err, Fma(d, r, rl, hn::Mul(w_err, hn::Set(d, 0.5))));
-      out.c = hn::Add(t, Fma(d, w2, pc, small));
+      const auto c_tail = Fma(d, w2, pc, small);
+      out.c = hn::Add(t, c_tail);
+      out.c_lo = hn::Add(hn::Sub(t, out.c), c_tail);
     } else {
       out.s = Fma(d, rw, ps, r);
       out.c = Fma(d, w2, pc, t);
     }
   }
   return out;
+}
+
+// Lanes of odd q.
+template <class D>
+HWY_INLINE hn::Mask<D> Odd(D d, hn::VFromD<hn::RebindToSigned<D>> q) {
+  const hn::RebindToSigned<D> di;
+  return hn::RebindMask(d, hn::Ne(hn::And(q, hn::Set(di, 1)), hn::Zero(di)));
 }
 
 // The value of the quadrant's pick: sin r for even q + shift, cos r for odd, negated for q + shift
@@ -209,22 +223,49 @@ HWY_INLINE hn::VFromD<D> Pick(D d, const Reduced<D>& red, const SinCosOfR<D>& v,
                               hn::VFromD<hn::RebindToSigned<D>> sign) {
   const hn::RebindToSigned<D> di;
   const auto q = hn::Add(red.q, hn::Set(di, kShift));
-  const auto odd = hn::RebindMask(d, hn::Ne(hn::And(q, hn::Set(di, 1)), hn::Zero(di)));
-  const auto value = hn::IfThenElse(odd, v.c, v.s);
+  const auto value = hn::IfThenElse(Odd(d, q), v.c, v.s);
   const auto flip = hn::Xor(hn::And(hn::ShiftLeft<62>(q), hn::Set(di, INT64_MIN)), sign);
+  return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
+}
+
+// tan |x| = tan r for even q, -cot r for odd: num / den with num, den picked from sin r and cos r.
+// HA corrects the rounded quotient by the exact residual of the division and the pairs' low
+// parts, (num - q den + num_lo - q den_lo) / den: about 0.6 ulp where the pairs' errors are
+// 2^-56; LA and EP divide once (sin and cos of HA accuracy keep LA within 2 ulp).
+template <Level kLevel, class D>
+HWY_INLINE hn::VFromD<D> TanOf(D d, const Reduced<D>& red, const SinCosOfR<D>& v,
+                               hn::VFromD<hn::RebindToSigned<D>> sign) {
+  const hn::RebindToSigned<D> di;
+  const auto odd = Odd(d, red.q);
+  const auto num = hn::IfThenElse(odd, v.c, v.s);
+  const auto den = hn::IfThenElse(odd, v.s, v.c);
+  auto value = hn::Div(num, den);
+  if constexpr (kLevel == Level::kHA) {
+    const auto num_lo = hn::IfThenElse(odd, v.c_lo, v.s_lo);
+    const auto den_lo = hn::IfThenElse(odd, v.s_lo, v.c_lo);
+    const auto residual = Fnma(d, value, den, num);
+    const auto corr = Fnma(d, value, den_lo, hn::Add(residual, num_lo));
+    value = hn::Add(value, hn::Div(corr, den));
+  }
+  const auto flip = hn::Xor(hn::ShiftLeft<63>(red.q), sign);
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
 }
 
 }  // namespace trig_detail
 
-enum class TrigFunction { kSin, kCos, kSinCos };
+enum class TrigFunction { kSin, kCos, kSinCos, kTan };
 
 template <TrigFunction kFunc, trig_detail::Level kLevel>
 struct TrigBody : UnaryRealBody<double> {
   static constexpr size_t kOutputs = kFunc == TrigFunction::kSinCos ? 2 : 1;
   const char* name = kFunc == TrigFunction::kSin   ? vek::names::dSin
                      : kFunc == TrigFunction::kCos ? vek::names::dCos
+                     : kFunc == TrigFunction::kTan ? vek::names::dTan
                                                    : vek::names::dSinCos;
+  // Tan's quotient wants sine and cosine of HA accuracy at LA too.
+  static constexpr trig_detail::Level kInner =
+      kFunc == TrigFunction::kTan && kLevel == trig_detail::Level::kLA ? trig_detail::Level::kHA
+                                                                       : kLevel;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
@@ -234,9 +275,11 @@ struct TrigBody : UnaryRealBody<double> {
     const V y = hn::Abs(x);
     const auto sign = hn::And(hn::BitCast(di, x), hn::Set(di, INT64_MIN));
     const auto no_sign = hn::Zero(di);
-    const Reduced<D> red = Reduce<kLevel>(d, y);
-    const SinCosOfR<D> v = Polynomials<kLevel>(d, red);
-    if constexpr (kFunc == TrigFunction::kSin) {
+    const Reduced<D> red = Reduce<kInner>(d, y);
+    const SinCosOfR<D> v = Polynomials<kInner>(d, red);
+    if constexpr (kFunc == TrigFunction::kTan) {
+      out[0] = TanOf<kLevel>(d, red, v, sign);
+    } else if constexpr (kFunc == TrigFunction::kSin) {
       out[0] = Pick<0>(d, red, v, sign);
     } else if constexpr (kFunc == TrigFunction::kCos) {
       out[0] = Pick<1>(d, red, v, no_sign);
@@ -248,7 +291,9 @@ struct TrigBody : UnaryRealBody<double> {
   }
 
   static int32_t Rare(const double* a, double* r) {
-    return kFunc == TrigFunction::kSin ? vek::vdsin_cout_rare(a, r) : vek::vdcos_cout_rare(a, r);
+    return kFunc == TrigFunction::kSin   ? vek::vdsin_cout_rare(a, r)
+           : kFunc == TrigFunction::kTan ? vek::vdtan_cout_rare(a, r)
+                                         : vek::vdcos_cout_rare(a, r);
   }
   static int32_t Rare(const double* a, double* r1, double* r2) {
     return vek::vdsincos_cout_rare(a, r1, r2);

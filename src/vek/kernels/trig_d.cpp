@@ -1,6 +1,6 @@
-// Sin, Cos and SinCos kernels of double arrays, one per accuracy level (dCos and dSinCos have no EP
-// body of their own where the list says EP repeats LA). Every finite argument, up to the largest
-// double, is reduced in the vector code; infinities and NaNs go to the rare routines.
+// Sin, Cos, SinCos and Tan kernels of double arrays, one per accuracy level (dCos and dSinCos have
+// no EP body of their own where the list says EP repeats LA). Every finite argument, up to the
+// largest double, is reduced in the vector code; infinities and NaNs go to the rare routines.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/trig_d.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -28,6 +28,15 @@ void dCosHA(int n, const double* a, double* r) {
 void dCosLA(int n, const double* a, double* r) {
   RunUnary(TrigBody<TrigFunction::kCos, Level::kLA>{}, n, a, r);
 }
+void dTanHA(int n, const double* a, double* r) {
+  RunUnary(TrigBody<TrigFunction::kTan, Level::kHA>{}, n, a, r);
+}
+void dTanLA(int n, const double* a, double* r) {
+  RunUnary(TrigBody<TrigFunction::kTan, Level::kLA>{}, n, a, r);
+}
+void dTanEP(int n, const double* a, double* r) {
+  RunUnary(TrigBody<TrigFunction::kTan, Level::kEP>{}, n, a, r);
+}
 void dSinCosHA(int n, const double* a, double* r1, double* r2) {
   RunTwoResults(TrigBody<TrigFunction::kSinCos, Level::kHA>{}, n, a, r1, r2);
 }
@@ -50,6 +59,9 @@ HWY_EXPORT(dSinLA);
 HWY_EXPORT(dSinEP);
 HWY_EXPORT(dCosHA);
 HWY_EXPORT(dCosLA);
+HWY_EXPORT(dTanHA);
+HWY_EXPORT(dTanLA);
+HWY_EXPORT(dTanEP);
 HWY_EXPORT(dSinCosHA);
 HWY_EXPORT(dSinCosLA);
 HWY_EXPORT(dSinCosEP);
@@ -59,6 +71,9 @@ OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dSin_B3LAynn, dSinLA, double)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dSin_B3EPnnn, dSinEP, double)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dCos_B3HAynn, dCosHA, double)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dCos_B3LAynn, dCosLA, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dTan_B3HAynn, dTanHA, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dTan_B3LAynn, dTanLA, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dTan_B3EPnnn, dTanEP, double)
 OXL_VEK_TWO_RESULTS_ENTRY(oxl_vek_kernel_dSinCos_B3HAynn, dSinCosHA, double)
 OXL_VEK_TWO_RESULTS_ENTRY(oxl_vek_kernel_dSinCos_B3LAynn, dSinCosLA, double)
 OXL_VEK_TWO_RESULTS_ENTRY(oxl_vek_kernel_dSinCos_B3EPnnn, dSinCosEP, double)

@@ -1,6 +1,6 @@
-// Scalar routines of Sin, Cos and SinCos for infinite and NaN arguments. The NaN of an infinity
-// comes from a real subtraction, so that the invalid flag is raised as the operation says; a NaN
-// argument is quieted by a multiplication and reported as no error.
+// Scalar routines of Sin, Cos, SinCos and Tan for infinite and NaN arguments. The NaN of an
+// infinity comes from a real subtraction, so that the invalid flag is raised as the operation says;
+// a NaN argument is quieted by a multiplication and reported as no error.
 #include "vek/kernels/trig_rare.h"
 
 #include <cmath>
@@ -28,6 +28,7 @@ int32_t Rare(double x, double* r) {
 
 int32_t vdsin_cout_rare(const double* a, double* r) { return Rare(*a, r); }
 int32_t vdcos_cout_rare(const double* a, double* r) { return Rare(*a, r); }
+int32_t vdtan_cout_rare(const double* a, double* r) { return Rare(*a, r); }
 
 // One event for both results.
 int32_t vdsincos_cout_rare(const double* a, double* r1, double* r2) {
