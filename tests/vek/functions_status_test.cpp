@@ -654,6 +654,41 @@ TEST_F(Events, ErrnoOnlyFromTheErrorPath) {
   EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), 1);
 }
 
+// SinCos makes one reduction for both results: its sines and cosines are, bit for bit, what the
+// Sin and Cos kernels of its level give, on the fast path, at the switch to the large-argument
+// reduction, far beyond it, and on the rare lanes; on every target. Cos has no EP kernel (its EP
+// slot is LA's), so there the sines alone are compared.
+TEST_F(Events, SinCosIsSinAndCosOfItsSlot) {
+  std::vector<double> x = {0,
+                           -0.0,
+                           4.9406564584124654e-324,
+                           0.5,
+                           -2.5,
+                           0x1.921fb54442d18p+0,
+                           0x1p24,
+                           std::nextafter(0x1p24, 0.0),
+                           std::nextafter(0x1p24, kInf),
+                           1e22,
+                           -0x1.6ac5b262ca1ffp+849,
+                           0x1.fffffffffffffp+1023,
+                           -kInf,
+                           kNaN};
+  for (int k = 0; k < 220; ++k)
+    x.push_back(std::ldexp((k % 2 ? -1.0 : 1.0) + k / 256.0, 5 * k - 80));
+  const int n = static_cast<int>(x.size());
+  oxl::test::ForEachTarget([&](const std::string& target) {
+    for (int slot = 0; slot < 3; ++slot) {
+      SCOPED_TRACE(target + " slot " + std::to_string(slot));
+      std::vector<double> s(n), c(n), s1(n), c1(n);
+      oxl_vek_kernel_dSinCos_ttab[slot](n, x.data(), s.data(), c.data());
+      oxl_vek_kernel_dSin_ttab[slot](n, x.data(), s1.data());
+      oxl_vek_kernel_dCos_ttab[slot](n, x.data(), c1.data());
+      EXPECT_EQ(std::memcmp(s.data(), s1.data(), n * sizeof(double)), 0);
+      if (slot != 2) EXPECT_EQ(std::memcmp(c.data(), c1.data(), n * sizeof(double)), 0);
+    }
+  });
+}
+
 TEST_F(Events, TwoResultsAndScalarArgument) {
   const double x[2] = {kInf, -2.5};
   double s[2], c[2];
