@@ -75,95 +75,60 @@ class ErrorPath : public ::testing::Test {
   uint32_t saved_mode_ = 0;
 };
 
-TEST_F(ErrorPath, EveryCombinationOfErrnoStderrAndCallback) {
+// What one overflow does under an error field and a callback: errno, the messages, the callback
+// and its result. Every combination of errno, stderr and callback, then the cases of ignore, of a
+// callback's non-zero answer, and of a callback that changes the mode for the steps after it.
+struct FieldCase {
+  uint32_t field;
+  bool installed;
+  int32_t returns = 0;
+  uint32_t set_mode = 0;
+};
+
+TEST_F(ErrorPath, ErrorFieldAndCallbackSteps) {
+  std::vector<FieldCase> cases;
   for (uint32_t bits = 0; bits < 8; ++bits) {
+    // An error field cannot be set to 0; EXCEPT alone stands in for "none of the three".
     const uint32_t field =
         (bits & 1 ? 0x200 : 0) | (bits & 2 ? 0x400 : 0) | (bits & 4 ? 0x1000 : 0);
-    for (bool installed : {false, true}) {
-      SCOPED_TRACE(::testing::Message()
-                   << "field " << std::hex << field << " callback " << installed);
-      // An error field cannot be set to 0; EXCEPT alone stands in for "none of the three".
-      Arrange(field != 0 ? field : 0x800, installed ? Scripted : nullptr);
-      script.write_results = true;
-      script.res1 = script.res2 = 42;
-      const double a[2] = {1, 2};
-      double r[2] = {5, 7};
-      oxl_vek_kernel_dError(vek_status_overflow, 1, a, a, r, r, "vdExp");
+    cases.push_back({field != 0 ? field : 0x800, false});
+    cases.push_back({field != 0 ? field : 0x800, true});
+  }
+  // IGNORE counts only as the whole field.
+  cases.insert(cases.end(), {{0x100, true}, {0x1100, true}, {0x300, true}});
+  cases.insert(cases.end(), {{0x1600, true, 1}, {0x1600, true, -1}});
+  cases.insert(cases.end(), {{0x1200, true, 0, 0x400}, {0x1600, true, 0, 0x100}});
+  for (const FieldCase& c : cases) {
+    SCOPED_TRACE(::testing::Message()
+                 << "field " << std::hex << c.field << " callback " << c.installed << " returns "
+                 << c.returns << " sets " << c.set_mode);
+    Arrange(c.field, c.installed ? Scripted : nullptr);
+    script.write_results = true;
+    script.res1 = script.res2 = 42;
+    script.returns = c.returns;
+    script.set_mode = c.set_mode;
+    const double a[2] = {1, 2};
+    double r[2] = {5, 7};
+    oxl_vek_kernel_dError(vek_status_overflow, 1, a, a, r, r, "vdExp");
 
-      const bool called = installed && (field & 0x1000) != 0;
-      EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), vek_status_overflow);
-      EXPECT_EQ(script.calls, called ? 1 : 0);
-      EXPECT_EQ(r[1], called ? 42 : 7);
-      EXPECT_EQ(r[0], 5);
-      EXPECT_EQ(errno, field & 0x200 ? ERANGE : kErrnoUntouched);
-      if (field & 0x400) {
-        EXPECT_EQ(PrintedNumbers(), (std::vector<int>{739, 742, 743}));
-        EXPECT_EQ(PrintedLines()[0].name, "vdExp");
-        EXPECT_EQ(PrintedLines()[1].value, 2);
-        EXPECT_EQ(PrintedLines()[2].value, called ? 42 : 7);
-      } else {
-        EXPECT_TRUE(PrintedLines().empty());
-      }
+    const bool ignore = c.field == 0x100;
+    const bool called = c.installed && (c.field & 0x1000) != 0 && !ignore;
+    const bool go_on = !called || c.returns == 0;
+    const uint32_t after = c.set_mode != 0 && called ? c.set_mode : c.field;
+    EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), vek_status_overflow);
+    EXPECT_EQ(script.calls, called ? 1 : 0);
+    EXPECT_EQ(r[1], called && go_on ? 42 : 7);
+    EXPECT_EQ(r[0], 5);
+    EXPECT_EQ(errno, go_on && after != 0x100 && (after & 0x200) ? ERANGE : kErrnoUntouched);
+    if (go_on && after != 0x100 && (after & 0x400)) {
+      EXPECT_EQ(PrintedNumbers(), (std::vector<int>{739, 742, 743}));
+      EXPECT_EQ(PrintedLines()[0].name, "vdExp");
+      EXPECT_EQ(PrintedLines()[1].value, 2);
+      EXPECT_EQ(PrintedLines()[2].value, called ? 42 : 7);
+    } else {
+      EXPECT_TRUE(PrintedLines().empty());
     }
   }
-}
-
-TEST_F(ErrorPath, IgnoreOnlyWhenItIsTheWholeField) {
-  struct Case {
-    uint32_t field;
-    bool called;
-    bool errno_set;
-  };
-  for (const Case& c :
-       {Case{0x100, false, false}, Case{0x1100, true, false}, Case{0x300, false, true}}) {
-    SCOPED_TRACE(::testing::Message() << std::hex << c.field);
-    Arrange(c.field, Scripted);
-    script.write_results = true;
-    script.res1 = 42;
-    const float a[1] = {1};
-    float r[1] = {5};
-    oxl_vek_kernel_sError(vek_status_domain, 0, a, a, r, r, "vsLn");
-    EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), vek_status_domain);
-    EXPECT_EQ(script.calls, c.called ? 1 : 0);
-    EXPECT_EQ(r[0], c.called ? 42 : 5);
-    EXPECT_EQ(errno, c.errno_set ? EDOM : kErrnoUntouched);
-    EXPECT_TRUE(PrintedLines().empty());
-  }
-}
-
-TEST_F(ErrorPath, NonZeroCallbackResultStopsEverything) {
-  for (int32_t returns : {0, 1, -1}) {
-    Arrange(0x1600, Scripted);
-    script.write_results = true;
-    script.res1 = 42;
-    script.returns = returns;
-    const double a[1] = {1};
-    double r[1] = {5};
-    oxl_vek_kernel_dError(vek_status_singularity, 0, a, a, r, r, "vdLn");
-    EXPECT_EQ(script.calls, 1);
-    EXPECT_EQ(r[0], returns == 0 ? 42 : 5) << returns;
-    EXPECT_EQ(errno, returns == 0 ? ERANGE : kErrnoUntouched) << returns;
-    EXPECT_EQ(PrintedLines().size(), returns == 0 ? 3u : 0u) << returns;
-  }
-}
-
-TEST_F(ErrorPath, StepsAfterTheCallbackFollowTheModeItLeaves) {
-  const double a[1] = {1};
-  double r[1] = {5};
-  Arrange(0x1200, Scripted);
-  script.set_mode = 0x400;
-  oxl_vek_kernel_dError(vek_status_underflow, 0, a, a, r, r, "vdExp");
-  EXPECT_EQ(errno, kErrnoUntouched);
-  EXPECT_EQ(PrintedNumbers(), (std::vector<int>{740, 742, 743}));
-
-  Arrange(0x1600, Scripted);
-  script.set_mode = 0x100;
-  script.write_results = true;
-  script.res1 = 9;
-  oxl_vek_kernel_dError(vek_status_underflow, 0, a, a, r, r, "vdExp");
-  EXPECT_EQ(errno, kErrnoUntouched);
-  EXPECT_TRUE(PrintedLines().empty());
-  EXPECT_EQ(r[0], 9);
 }
 
 TEST_F(ErrorPath, ErrnoAndMessageOfEachStatus) {
@@ -273,42 +238,27 @@ TEST_F(ErrorPath, FirstResultWinsWhenBothResultsAreOneArray) {
   EXPECT_EQ(r2[0], 2);
 }
 
+// The logarithm callbacks put the logarithm of the smallest denormal in place of a pole's
+// result, the AnyStatus form in place of any error's, through every slot's kernel, in a block and
+// in the tail.
 TEST_F(ErrorPath, LogarithmCallbacksReplacePoleResults) {
-  const float fa[1] = {0};
-  float fr1[1] = {-INFINITY}, fr2[1] = {-INFINITY};
-  struct Case {
-    oxl_vek_error_callback callback;
-    int32_t status;
-    bool replaced;
-  };
-  for (const Case& c : {Case{_vsLnCallBack, 2, true}, Case{_vsLnCallBack, 1, false},
-                        Case{_vsLnCallBackAnyStatus, 1, true}}) {
-    Arrange(0x1000, c.callback);
-    fr1[0] = fr2[0] = -INFINITY;
-    oxl_vek_kernel_sError(c.status, 0, fa, fa, fr1, fr2, "vsLn");
-    const uint32_t want = c.replaced ? 0xC2CE8ED0u : std::bit_cast<uint32_t>(-INFINITY);
-    EXPECT_EQ(std::bit_cast<uint32_t>(fr1[0]), want);
-    EXPECT_EQ(std::bit_cast<uint32_t>(fr2[0]), want);
-  }
-  const double da[1] = {0};
-  double dr[1] = {-INFINITY};
-  Arrange(0x1000, _vdLnCallBack);
-  oxl_vek_kernel_dError(vek_status_singularity, 0, da, da, dr, dr, "vdLn");
-  EXPECT_EQ(std::bit_cast<uint64_t>(dr[0]), 0xC0874385446D71C3u);
-  dr[0] = -INFINITY;
-  oxl_vek_kernel_dError(vek_status_overflow, 0, da, da, dr, dr, "vdLn");
-  EXPECT_EQ(dr[0], -INFINITY);
-  // Through the vector kernels of every slot, a zero in a block and in the tail.
+  constexpr uint32_t kFloatLn = 0xC2CE8ED0u;           // ln 2^-149
+  constexpr uint64_t kDoubleLn = 0xC0874385446D71C3u;  // ln 2^-1074
   for (int slot = 0; slot < 3; ++slot) {
-    double dz[35] = {}, dout[35];
-    float fz[35] = {}, fout[35];
-    Arrange(0x1000, _vdLnCallBack);
-    oxl_vek_kernel_dLn_ttab[slot](35, dz, dout);
+    SCOPED_TRACE(slot);
+    float f[35] = {}, pole_only[35], any[35];
+    double d[35] = {}, dr[35];
+    f[1] = f[33] = -1;
     Arrange(0x1000, _vsLnCallBack);
-    oxl_vek_kernel_sLn_ttab[slot](35, fz, fout);
-    for (int at : {0, 34}) {
-      EXPECT_EQ(std::bit_cast<uint64_t>(dout[at]), 0xC0874385446D71C3u) << slot;
-      EXPECT_EQ(std::bit_cast<uint32_t>(fout[at]), 0xC2CE8ED0u) << slot;
+    oxl_vek_kernel_sLn_ttab[slot](35, f, pole_only);
+    Arrange(0x1000, _vsLnCallBackAnyStatus);
+    oxl_vek_kernel_sLn_ttab[slot](35, f, any);
+    Arrange(0x1000, _vdLnCallBack);
+    oxl_vek_kernel_dLn_ttab[slot](35, d, dr);
+    for (int at : {0, 1, 33, 34}) {
+      EXPECT_EQ(std::bit_cast<uint32_t>(pole_only[at]) == kFloatLn, f[at] == 0) << at;
+      EXPECT_EQ(std::bit_cast<uint32_t>(any[at]), kFloatLn) << at;
+      EXPECT_EQ(std::bit_cast<uint64_t>(dr[at]), kDoubleLn) << at;
     }
   }
 }

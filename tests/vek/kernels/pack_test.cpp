@@ -123,9 +123,11 @@ void CheckType(const Kernels<E>& k) {
         oxl_vek_kernel_##t##UnpackV_B3HAynn, oxl_vek_kernel_##t##UnpackM_B3HAynn \
   }
 
-TEST(Pack, FloatEveryForm) { CheckType<float>(OXL_KERNELS(s)); }
-TEST(Pack, DoubleEveryForm) { CheckType<double>(OXL_KERNELS(d)); }
-TEST(Pack, ComplexFloatEveryForm) { CheckType<oxl_complex8>(OXL_KERNELS(c)); }
-TEST(Pack, ComplexDoubleEveryForm) { CheckType<oxl_complex16>(OXL_KERNELS(z)); }
+TEST(Pack, EveryFormAndType) {
+  CheckType<float>(OXL_KERNELS(s));
+  CheckType<double>(OXL_KERNELS(d));
+  CheckType<oxl_complex8>(OXL_KERNELS(c));
+  CheckType<oxl_complex16>(OXL_KERNELS(z));
+}
 
 }  // namespace

@@ -89,6 +89,8 @@ TEST(ReducePi04l, EveryBinadeBothParitiesAndSigns) {
   }
   Check(std::numeric_limits<LD>::max(), 0);
   Check(std::numeric_limits<LD>::denorm_min(), 1);
+  Check(-0.0L, 0);
+  Check(0.0L, 1);
 }
 
 // Arguments nearest to multiples of pi/4, where the reduced value cancels to its smallest, on the
@@ -117,12 +119,8 @@ TEST(ReducePi04l, NearMultiplesAndThresholds) {
   }
 }
 
-TEST(ReducePi04l, ZerosInfinitiesAndNaNs) {
+TEST(ReducePi04l, InfinitiesAndNaNs) {
   LD r[2];
-  EXPECT_EQ(oxl_vek_kernel_reduce_pi04l(0, -0.0L, r), 0);
-  EXPECT_TRUE(r[0] == 0 && std::signbit(r[0]));
-  EXPECT_EQ(oxl_vek_kernel_reduce_pi04l(1, 0.0L, r), 1);
-  EXPECT_NEAR(static_cast<double>(r[0] + r[1]), -0.7853981633974483, 1e-16);
   EXPECT_EQ(oxl_vek_kernel_reduce_pi04l(0, std::numeric_limits<LD>::infinity(), r), 0);
   EXPECT_TRUE(std::isnan(r[0]));
   EXPECT_EQ(oxl_vek_kernel_reduce_pi04l(1, std::numeric_limits<LD>::quiet_NaN(), r), 0);
