@@ -384,34 +384,49 @@ TEST_F(Events, ComplexSpecialValuesAndBranchCuts) {
   }
 }
 
-// Complex Mul, MulByConj and Div in every slot, with infinities, NaNs, zero divisors and
-// overflowing products in all pairs: the values and statuses of the scalar layer the element loops
-// run (finite results are the accuracy sweep's: the layer rounds them twice).
-enum class Op { kMul, kMulByConj, kDiv };
-
-template <class E>
-E ScalarLayer(Op op, const E& a, const E& b, int32_t& status) {
-  namespace scalar = oxl::vek::scalar;
-  using T = decltype(E::re);
-  const scalar::CLD x = scalar::MakeC(a.re, a.im), y = scalar::MakeC(b.re, b.im);
-  status = 0;
-  const scalar::CLD r = op == Op::kMul         ? scalar::Mul::Eval(x, y, status)
-                        : op == Op::kMulByConj ? scalar::MulByConj::Eval(x, y, status)
-                                               : scalar::Div::Eval(x, y, status);
-  return {static_cast<T>(__real__ r), static_cast<T>(__imag__ r)};
-}
+// Complex arithmetic in every slot, with infinities, NaNs, zero divisors and overflowing results
+// in all pairs. A sum or difference is the format's rounding of each part, and a part's overflow
+// from parts none of which is infinite is reported, but not at EP; products and quotients are what
+// the scalar layer of the element loops gives, an infinite result of finite parts reported (their
+// finite results are the accuracy sweep's: the layer rounds them twice).
+enum class Op { kAdd, kSub, kMul, kMulByConj, kDiv };
 
 template <class E>
 bool Finite(const E& z) {
   return std::isfinite(z.re) && std::isfinite(z.im);
 }
 
+template <class E>
+bool AnyInfinite(const E& z) {
+  return std::isinf(z.re) || std::isinf(z.im);
+}
+
+template <class E>
+E Expected(Op op, const E& a, const E& b, int32_t& status) {
+  using T = decltype(E::re);
+  status = 0;
+  if (op == Op::kAdd || op == Op::kSub) {
+    const T sign = op == Op::kAdd ? T(1) : T(-1);
+    const E r{a.re + sign * b.re, a.im + sign * b.im};
+    if (!AnyInfinite(a) && !AnyInfinite(b) && AnyInfinite(r)) status = 3;
+    return r;
+  }
+  namespace scalar = oxl::vek::scalar;
+  const scalar::CLD x = scalar::MakeC(a.re, a.im), y = scalar::MakeC(b.re, b.im);
+  const scalar::CLD r = op == Op::kMul         ? scalar::Mul::Eval(x, y, status)
+                        : op == Op::kMulByConj ? scalar::MulByConj::Eval(x, y, status)
+                                               : scalar::Div::Eval(x, y, status);
+  const E out{static_cast<T>(__real__ r), static_cast<T>(__imag__ r)};
+  if (status == 0 && Finite(a) && Finite(b) && !Finite(out)) status = 3;
+  return out;
+}
+
 template <class E, class Table>
 void CheckComplexArithmetic(const std::string& name, Op op, Table table) {
   using T = decltype(E::re);
   const T inf = std::numeric_limits<T>::infinity(), nan = std::numeric_limits<T>::quiet_NaN();
-  const T big = std::numeric_limits<T>::max() / 4;
-  const std::vector<T> values = {T(0), -T(0), T(1), T(-2.5), inf, -inf, nan, big, -big};
+  const T max = std::numeric_limits<T>::max(), big = max / 4;
+  const std::vector<T> values = {T(0), -T(0), T(1), T(-2.5), inf, -inf, nan, big, -big, max};
   std::vector<E> a, b;
   for (T p : values) {
     for (T q : values) {
@@ -426,20 +441,20 @@ void CheckComplexArithmetic(const std::string& name, Op op, Table table) {
   const int n = static_cast<int>(a.size());
   for (int slot = 0; slot < 3; ++slot) {
     SCOPED_TRACE(name + " slot " + std::to_string(slot));
+    const bool reports = slot != 2 || (op != Op::kAdd && op != Op::kSub);
     std::vector<E> r(n);
     events.clear();
     table[slot](n, a.data(), b.data(), r.data());
     size_t next_event = 0;
     for (int i = 0; i < n; ++i) {
       int32_t status;
-      const E want = ScalarLayer(op, a[i], b[i], status);
+      const E want = Expected(op, a[i], b[i], status);
       const bool finite_in = Finite(a[i]) && Finite(b[i]);
-      if (status == 0 && finite_in && !Finite(want)) status = 3;
       ASSERT_TRUE((finite_in && Finite(want)) || (Same(r[i].re, want.re) && Same(r[i].im, want.im)))
           << std::hexfloat << i << ": (" << a[i].re << ", " << a[i].im << ") (" << b[i].re << ", "
           << b[i].im << ") gives (" << r[i].re << ", " << r[i].im << ") want (" << want.re << ", "
           << want.im << ")";
-      if (status == 0) continue;
+      if (status == 0 || !reports) continue;
       ASSERT_LT(next_event, events.size()) << i;
       EXPECT_EQ(events[next_event].index, i);
       EXPECT_EQ(events[next_event].code, status);
@@ -454,8 +469,8 @@ TEST_F(Events, ComplexArithmeticAsTheScalarLayer) {
   oxl::test::ForEachTarget([&](const std::string& target) {
     SCOPED_TRACE(target);
     for (const auto& [func, op] :
-         {std::pair{"Mul", Op::kMul}, std::pair{"MulByConj", Op::kMulByConj},
-          std::pair{"Div", Op::kDiv}}) {
+         {std::pair{"Add", Op::kAdd}, std::pair{"Sub", Op::kSub}, std::pair{"Mul", Op::kMul},
+          std::pair{"MulByConj", Op::kMulByConj}, std::pair{"Div", Op::kDiv}}) {
       const Tables& f = Functions().at(func);
       CheckComplexArithmetic<oxl_complex8>(std::string("c") + func, op, f.c2);
       CheckComplexArithmetic<oxl_complex16>(std::string("z") + func, op, f.z2);
@@ -617,24 +632,6 @@ void CheckDenormalsIfSimd(const Tables& f, char type, const std::string& row, Ta
   }
 }
 
-TEST_F(Events, DenormalsReadAsZeroUnderTheMode) {
-  oxl_vek_kernel_SetMode(OXL_VEK_MODE_FTZ_DAZ_ON | OXL_VEK_MODE_ERRMODE_IGNORE);
-  oxl::test::ForEachTarget([&](const std::string& target) {
-    for (const auto& [name, f] : Functions()) {
-      if (name == "Abs" || name == "Conj") continue;
-      const std::string row = name + " " + target;
-      CheckDenormalsIfSimd<float>(f, 's', row, f.s);
-      CheckDenormalsIfSimd<double>(f, 'd', row, f.d);
-      CheckDenormalsIfSimd<float>(f, 's', row, f.s2);
-      CheckDenormalsIfSimd<double>(f, 'd', row, f.d2);
-      CheckDenormalsIfSimd<oxl_complex8>(f, 'c', row, f.c);
-      CheckDenormalsIfSimd<oxl_complex16>(f, 'z', row, f.z);
-      CheckDenormalsIfSimd<oxl_complex8>(f, 'c', row, f.c2);
-      CheckDenormalsIfSimd<oxl_complex16>(f, 'z', row, f.z2);
-    }
-  });
-}
-
 // A NaN comes out quieted with its payload, whatever bits the payload has (low bits must not
 // reach a table index or an exponent), from every kernel of the SIMD rows on every target. The
 // magnitude is a bit operation: it clears the sign and nothing else, a signalling NaN stays one.
@@ -657,60 +654,30 @@ void CheckPayloads(const std::string& name, Table table, std::initializer_list<U
   }
 }
 
-TEST_F(Events, NaNPayloadsTravel) {
+TEST_F(Events, DenormalsAndNaNPayloadsThroughEverySimdKernel) {
+  oxl_vek_kernel_SetMode(OXL_VEK_MODE_FTZ_DAZ_ON | OXL_VEK_MODE_ERRMODE_IGNORE);
   oxl::test::ForEachTarget([&](const std::string& target) {
     for (const auto& [name, f] : Functions()) {
+      const std::string row = name + " " + target;
       if (f.s != nullptr && f.simd.find('s') != std::string::npos) {
-        CheckPayloads<float, uint32_t>("s" + name + " " + target, f.s,
+        CheckPayloads<float, uint32_t>("s" + row, f.s,
                                        {0x7FC12345u, 0x7F800001u, 0xFFFFFFFFu, 0x7FC0001Fu});
       }
       if (f.d != nullptr && f.simd.find('d') != std::string::npos) {
         CheckPayloads<double, uint64_t>(
-            "d" + name + " " + target, f.d,
+            "d" + row, f.d,
             {0x7FF8000000012345u, 0x7FF0000000000001u, 0xFFFFFFFFFFFFFFFFu, 0x7FF800000000FFF3u});
       }
+      if (name == "Abs" || name == "Conj") continue;
+      CheckDenormalsIfSimd<float>(f, 's', row, f.s);
+      CheckDenormalsIfSimd<double>(f, 'd', row, f.d);
+      CheckDenormalsIfSimd<float>(f, 's', row, f.s2);
+      CheckDenormalsIfSimd<double>(f, 'd', row, f.d2);
+      CheckDenormalsIfSimd<oxl_complex8>(f, 'c', row, f.c);
+      CheckDenormalsIfSimd<oxl_complex16>(f, 'z', row, f.z);
+      CheckDenormalsIfSimd<oxl_complex8>(f, 'c', row, f.c2);
+      CheckDenormalsIfSimd<oxl_complex16>(f, 'z', row, f.z2);
     }
-  });
-}
-
-// Complex addition reports a part's overflow from finite parts at HA and LA, and nothing at EP;
-// an infinite or NaN input is no event.
-template <class C, class Table>
-void CheckComplexAddOverflow(const std::string& name, Table table, bool is_add) {
-  using T = decltype(C{}.re);
-  const T big = std::numeric_limits<T>::max(), inf = std::numeric_limits<T>::infinity();
-  const int n = 45;
-  std::vector<C> a(n, C{T(1), T(-1)}), b(n, C{T(2), T(3)}), r(n);
-  a[3] = C{big, 1};
-  b[3] = C{is_add ? big : -big, 1};
-  a[20] = C{1, -big};
-  b[20] = C{1, is_add ? -big : big};
-  a[40] = C{inf, 0};
-  a[41] = C{std::numeric_limits<T>::quiet_NaN(), big};
-  for (int slot = 0; slot < 3; ++slot) {
-    SCOPED_TRACE(name + " slot " + std::to_string(slot));
-    events.clear();
-    oxl_vek_kernel_ClearErrStatus();
-    table[slot](n, a.data(), b.data(), r.data());
-    EXPECT_EQ(r[3].re, inf);
-    EXPECT_EQ(r[20].im, -inf);
-    if (slot == 2) {
-      EXPECT_TRUE(events.empty());
-      continue;
-    }
-    ASSERT_EQ(events.size(), 2u);
-    EXPECT_EQ(events[0].code, 3);
-    EXPECT_EQ(events[0].index, 3);
-    EXPECT_EQ(events[1].index, 20);
-  }
-}
-
-TEST_F(Events, ComplexAddAndSubReportOverflowAboveEP) {
-  oxl::test::ForEachTarget([&](const std::string& target) {
-    CheckComplexAddOverflow<oxl_complex8>("cAdd " + target, oxl_vek_kernel_cAdd_ttab, true);
-    CheckComplexAddOverflow<oxl_complex8>("cSub " + target, oxl_vek_kernel_cSub_ttab, false);
-    CheckComplexAddOverflow<oxl_complex16>("zAdd " + target, oxl_vek_kernel_zAdd_ttab, true);
-    CheckComplexAddOverflow<oxl_complex16>("zSub " + target, oxl_vek_kernel_zSub_ttab, false);
   });
 }
 

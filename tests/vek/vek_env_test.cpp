@@ -33,6 +33,8 @@ TEST(ModeVariable, ParsesKeywordListsAndRefusesAnyFault) {
   const std::string cut = Repeat("VEK_LA,", 34) + "VEK_ERRMODE_STDERR";
   ASSERT_EQ(fits.size(), 255u);
   ASSERT_EQ(cut.size(), 256u);
+  // Keywords are OR-ed without a conflict check; "VEK_HAX" fails since "HA" matched first and no
+  // later keyword is tried; the empty last token of "VEK_EP," lacks the prefix.
   const std::vector<ParseCase> cases = {
       {"VEK_LA", 0x1},
       {"VEK_HA", 0x2},
@@ -47,18 +49,18 @@ TEST(ModeVariable, ParsesKeywordListsAndRefusesAnyFault) {
       {"VEK_ERRMODE_CALLBACK", 0x1000},
       {"VEK_ERRMODE_DEFAULT", 0x1A00},
       {"VEK_EP,VEK_ERRMODE_STDERR", 0x403},
-      {"VEK_LA,VEK_HA", 0x3},  // OR-ed without a conflict check
+      {"VEK_LA,VEK_HA", 0x3},
       {"VEK_ERRMODE_DEFAULT,VEK_FLOAT_CONSISTENT,VEK_RESTORE", 0x1A30},
       {fits, 0x203},
-      {"VEK_EP,", -1},  // the empty last token lacks the prefix
+      {"VEK_EP,", -1},
       {"VEK_DOUBLE_CONSISTENT", -1},
-      {"VEK_HAX", -1},  // "HA" matched first; no later row is tried
+      {"VEK_HAX", -1},
       {"VEK_HA,,VEK_LA", -1},
       {"VEK_ha", -1},
       {" VEK_HA", -1},
       {"", -1},
-      {cut, -1},
-  };
+      {cut, -1}};
+
   for (const ParseCase& c : cases) {
     ScopedModeVariable set(c.value.c_str());
     EXPECT_EQ(oxl_vek_kernel_ReadEnvVarMode(), c.expected) << c.value;
