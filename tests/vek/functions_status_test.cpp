@@ -139,27 +139,20 @@ const RealCase kRealCases[] = {
     {"Exp", 1000, 0, 3, kInf}, {"Exp", -1000, 0, 4, 0}, {"Exp", -kInf, 0, 0, 0},
     {"Exp", kInf, 0, 0, kInf}, {"Exp", kNaN, 0, 0, kNaN}, {"Exp", 709.79, 0, 3, kInf},
     {"Exp", -745.14, 0, 4, 0}, {"Exp", -740, 0, 4, std::exp(-740.0), kLevel},
-    {"Exp", -708, 0, 0, std::exp(-708.0), kLevel, 'd'},
-    {"Exp", 709.78, 0, 0, std::exp(709.78), kLevel, 'd'},
-    // The float thresholds: the rare route's finite results, overflow, denormal results and the
-    // rounding up to the smallest denormal.
-    {"Exp", 87.33654, 0, 0, std::exp(87.33654f), kLevel, 's'},
-    {"Exp", 88.72283172607422, 0, 0, std::exp(88.72283172607422f), kLevel, 's'},
+    // The float thresholds: overflow, denormal results and the rounding up to the smallest
+    // denormal.
     {"Exp", 88.7228394, 0, 3, kInf, kValue, 's'}, {"Exp", -88, 0, 4, std::exp(-88.0f), kLevel, 's'},
     {"Exp", -103.98, 0, 4, 0, kValue, 's'}, {"Exp", -0x1.9fe368p+6, 0, 4, 0x1p-149, kValue, 's'},
     {"Exp", -200, 0, 4, 0, kValue, 's'}, {"Expm1", 1000, 0, 3, kInf}, {"Expm1", -200, 0, 0, -1},
     {"Expm1", -kInf, 0, 0, -1}, {"Expm1", kInf, 0, 0, kInf}, {"Expm1", kNaN, 0, 0, kNaN},
-    {"Expm1", 710, 0, 3, kInf}, {"Expm1", 1e-300, 0, 0, 1e-300, kLevel},
-    {"Expm1", 1e-10, 0, 0, 1e-10, kLevel, 's'}, {"Expm1", 87, 0, 0, std::expm1(87.0f), kLevel, 's'},
-    {"Expm1", 89, 0, 3, kInf, kValue, 's'}, {"Expm1", 709, 0, 0, std::expm1(709.0), kLevel, 'd'},
+    {"Expm1", 710, 0, 3, kInf}, {"Expm1", 89, 0, 3, kInf, kValue, 's'},
     {"Mul", 1e300, 1e300, 0, kInf}, {"Mul", -1e300, 1e300, 0, -kInf}, {"Ln", 0, 0, 2, -kInf},
     {"Ln", -0.0, 0, 2, -kInf}, {"Ln", -1, 0, 1, kNaN}, {"Ln", -kInf, 0, 1, kNaN},
     {"Ln", kInf, 0, 0, kInf}, {"Ln", kNaN, 0, 0, kNaN},
     {"Ln", 4.9406564584124654e-324, 0, 0, -744.44007192138126, kLevel}, {"Log10", 0, 0, 2, -kInf},
     {"Log10", -0.0, 0, 2, -kInf}, {"Log10", -1, 0, 1, kNaN}, {"Log10", kInf, 0, 0, kInf},
     {"Log1p", -1, 0, 2, -kInf}, {"Log1p", -2, 0, 1, kNaN}, {"Log1p", -kInf, 0, 1, kNaN},
-    {"Log1p", kInf, 0, 0, kInf}, {"Log1p", -0.0, 0, 0, -0.0}, {"Log1p", 1e-20, 0, 0, 1e-20, kLevel},
-    {"Log1p", kNaN, 0, 0, kNaN}, {"Log1p", 1e308, 0, 0, 709.1962086421661, kLevel},
+    {"Log1p", kInf, 0, 0, kInf}, {"Log1p", -0.0, 0, 0, -0.0}, {"Log1p", kNaN, 0, 0, kNaN},
     {"Sqrt", -0.0, 0, 0, -0.0}, {"Sqrt", -1, 0, 1, kNaN}, {"Sqrt", -kInf, 0, 1, kNaN},
     {"Sqrt", kInf, 0, 0, kInf}, {"InvSqrt", 0, 0, 2, kInf}, {"InvSqrt", -4, 0, 1, kNaN},
     {"InvCbrt", 0, 0, 2, kInf}, {"InvCbrt", -0.0, 0, 2, -kInf}, {"Inv", -0.0, 0, 2, -kInf},
@@ -179,22 +172,17 @@ const RealCase kRealCases[] = {
     {"Hypot", kInf, kNaN, 0, kInf}, {"Atan2", 0, -0.0, 0, 3.141592653589793},
     {"Atan2", -0.0, 0, 0, -0.0}, {"Atan2", 1e-300, 1e300, 4, 0},
     // Roots, reciprocals and quotients: the rare lanes and the ends of the normal range.
-    {"Sqrt", kNaN, 0, 0, kNaN},
-    {"Sqrt", 4.9406564584124654e-324, 0, 0, 2.2227587494850775e-162, kLevel},
-    {"Sqrt", -4.9406564584124654e-324, 0, 1, kNaN}, {"InvSqrt", -0.0, 0, 2, -kInf},
-    {"InvSqrt", -kInf, 0, 1, kNaN}, {"InvSqrt", kInf, 0, 0, 0}, {"InvSqrt", kNaN, 0, 0, kNaN},
-    {"InvSqrt", 4.9406564584124654e-324, 0, 0, 4.4989137945431964e161, kLevel},
-    {"Inv", 0, 0, 2, kInf}, {"Inv", kInf, 0, 0, 0}, {"Inv", 1e-310, 0, 0, kInf},
-    {"Cbrt", -0.0, 0, 0, -0.0}, {"Cbrt", -kInf, 0, 0, -kInf}, {"Cbrt", kNaN, 0, 0, kNaN},
-    {"Cbrt", -1e-310, 0, 0, -4.641588833612774e-104, kLevel}, {"InvCbrt", -kInf, 0, 0, -0.0},
-    {"InvCbrt", kNaN, 0, 0, kNaN}, {"Pow2o3", -0.0, 0, 0, 0}, {"Pow2o3", -kInf, 0, 0, kInf},
-    {"Pow2o3", kNaN, 0, 0, kNaN}, {"Pow2o3", 1e-310, 0, 0, 2.1544346900318794e-207, kLevel},
+    {"Sqrt", kNaN, 0, 0, kNaN}, {"Sqrt", -4.9406564584124654e-324, 0, 1, kNaN},
+    {"InvSqrt", -0.0, 0, 2, -kInf}, {"InvSqrt", -kInf, 0, 1, kNaN}, {"InvSqrt", kInf, 0, 0, 0},
+    {"InvSqrt", kNaN, 0, 0, kNaN}, {"Inv", 0, 0, 2, kInf}, {"Inv", kInf, 0, 0, 0},
+    {"Inv", 1e-310, 0, 0, kInf}, {"Cbrt", -0.0, 0, 0, -0.0}, {"Cbrt", -kInf, 0, 0, -kInf},
+    {"Cbrt", kNaN, 0, 0, kNaN}, {"InvCbrt", -kInf, 0, 0, -0.0}, {"InvCbrt", kNaN, 0, 0, kNaN},
+    {"Pow2o3", -0.0, 0, 0, 0}, {"Pow2o3", -kInf, 0, 0, kInf}, {"Pow2o3", kNaN, 0, 0, kNaN},
     {"Pow3o2", -kInf, 0, 1, kNaN}, {"Pow3o2", -0.0, 0, 0, 0}, {"Pow3o2", kInf, 0, 0, kInf},
     {"Pow3o2", kNaN, 0, 0, kNaN}, {"Pow3o2", 1e300, 0, 3, kInf},
-    {"Pow3o2", 1e-300, 0, 4, 0, kAnyFinite}, {"Pow3o2", 1e-200, 0, 0, 1e-300, kLevel},
-    {"Div", kNaN, -0.0, 2, kNaN}, {"Div", 1, kNaN, 0, kNaN}, {"Div", kInf, kInf, 0, kNaN},
-    {"Hypot", kNaN, -kInf, 0, kInf}, {"Hypot", kNaN, 0, 0, kNaN}, {"Hypot", 0, kNaN, 0, kNaN},
-    {"Hypot", -0.0, -0.0, 0, 0}, {"Hypot", 3e-320, 4e-320, 0, 5e-320, kLevel},
+    {"Pow3o2", 1e-300, 0, 4, 0, kAnyFinite}, {"Div", kNaN, -0.0, 2, kNaN},
+    {"Div", 1, kNaN, 0, kNaN}, {"Div", kInf, kInf, 0, kNaN}, {"Hypot", kNaN, -kInf, 0, kInf},
+    {"Hypot", kNaN, 0, 0, kNaN}, {"Hypot", 0, kNaN, 0, kNaN}, {"Hypot", -0.0, -0.0, 0, 0},
     // Pow off its fast path: negative bases take the sign of an integer exponent's parity (a
     // huge exponent is even), the special pairs of C99 Annex F, denormal bases, and results at
     // and beyond the ends of the range; on it, w = b ln a near the fast bound and a near 1 with a
@@ -322,35 +310,24 @@ struct ComplexCase {
 };
 
 constexpr double kPi = 3.141592653589793;
-constexpr double kAcosh2 = 1.3169578969248166;
-constexpr double kAtanh2 = 0.5493061443340549;  // Re atanh(2)
 
+// Finite values on the branch cuts are the accuracy sweep's (it takes the finite special values in
+// all pairs); here the infinities, NaNs, poles and overflows, and the cut of Sqrt by a zero's sign.
 // clang-format off
 const ComplexCase kComplexCases[] = {
-    {"Exp", {0, 0}, 0, {1, 0}}, {"Exp", {-0.0, -0.0}, 0, {1, -0.0}},
     {"Exp", {-kInf, 2}, 0, {-0.0, 0}},  // +0 cis(2): cos 2 < 0, sin 2 > 0
     {"Exp", {kInf, 0}, 0, {kInf, 0}}, {"Exp", {kNaN, 0}, 0, {kNaN, 0}},
     {"Exp", {1, kInf}, 0, {kNaN, kNaN}}, {"Exp", {1000, 1}, 3, {kInf, kInf}},
     {"Ln", {0, 0}, 2, {-kInf, 0}}, {"Ln", {-0.0, 0}, 2, {-kInf, kPi}},
-    {"Ln", {-0.0, -0.0}, 2, {-kInf, -kPi}}, {"Ln", {-1, 0}, 0, {0, kPi}},
-    {"Ln", {-1, -0.0}, 0, {0, -kPi}}, {"Ln", {-kInf, 1}, 0, {kInf, kPi}},
+    {"Ln", {-0.0, -0.0}, 2, {-kInf, -kPi}}, {"Ln", {-kInf, 1}, 0, {kInf, kPi}},
     {"Ln", {1, kInf}, 0, {kInf, kPi / 2}}, {"Ln", {kNaN, kInf}, 0, {kInf, kNaN}},
-    {"Sqrt", {-4, 0}, 0, {0, 2}}, {"Sqrt", {-4, -0.0}, 0, {0, -2}}, {"Sqrt", {0, 0}, 0, {0, 0}},
-    {"Sqrt", {-0.0, -0.0}, 0, {0, -0.0}}, {"Sqrt", {1, kInf}, 0, {kInf, kInf}},
-    {"Sqrt", {kNaN, kInf}, 0, {kInf, kInf}}, {"Sqrt", {-kInf, 1}, 0, {0, kInf}},
-    {"Sqrt", {kInf, -1}, 0, {kInf, -0.0}}, {"Acos", {0, 0}, 0, {kPi / 2, -0.0}},
-    {"Acos", {2, 0}, 0, {0, -kAcosh2}}, {"Acos", {2, -0.0}, 0, {0, kAcosh2}},
-    {"Acos", {-2, 0}, 0, {kPi, -kAcosh2}}, {"Acos", {1, kInf}, 0, {kPi / 2, -kInf}},
-    {"Asin", {2, 0}, 0, {kPi / 2, kAcosh2}}, {"Asin", {2, -0.0}, 0, {kPi / 2, -kAcosh2}},
-    {"Asin", {-0.0, 0}, 0, {-0.0, 0}}, {"Atanh", {2, 0}, 0, {kAtanh2, kPi / 2}},
-    {"Atanh", {2, -0.0}, 0, {kAtanh2, -kPi / 2}}, {"Atanh", {1, 0}, 0, {kInf, 0}},
-    {"Atanh", {kInf, 1}, 0, {0, kPi / 2}}, {"Atan", {0, 2}, 0, {kPi / 2, kAtanh2}},
-    {"Atan", {-0.0, 2}, 0, {-kPi / 2, kAtanh2}}, {"Sinh", {0, 0}, 0, {0, 0}},
-    {"Sinh", {1000, 1}, 3, {kInf, kInf}}, {"Cosh", {0, 0}, 0, {1, 0}},
+    {"Sqrt", {-4, -0.0}, 0, {0, -2}}, {"Sqrt", {-0.0, -0.0}, 0, {0, -0.0}},
+    {"Sqrt", {1, kInf}, 0, {kInf, kInf}}, {"Sqrt", {kNaN, kInf}, 0, {kInf, kInf}},
+    {"Sqrt", {-kInf, 1}, 0, {0, kInf}}, {"Sqrt", {kInf, -1}, 0, {kInf, -0.0}},
+    {"Acos", {1, kInf}, 0, {kPi / 2, -kInf}}, {"Atanh", {1, 0}, 0, {kInf, 0}},
+    {"Atanh", {kInf, 1}, 0, {0, kPi / 2}}, {"Sinh", {1000, 1}, 3, {kInf, kInf}},
     {"Cosh", {1000, 0}, 0, {kInf, 0}},  // a zero part: not an overflow of finite non-zero parts
     {"Cosh", {kInf, 0}, 0, {kInf, 0}}, {"Tanh", {kInf, 1}, 0, {1, 0}},
-    {"Tanh", {-0.0, 0}, 0, {-0.0, 0}}, {"Sin", {-0.0, 0}, 0, {-0.0, 0}},
-    {"Log10", {-100, 0}, 0, {2, 1.3643763538418414}},
 };
 // clang-format on
 
@@ -539,8 +516,8 @@ TEST_F(Events, CallersX87ControlWordIsRestoredAndIgnored) {
 }
 
 // Rint raises inexact for a value that is not an integer, as rint does; NearbyInt and the other
-// roundings raise nothing; under a caller's round-down mode they still round to nearest.
-TEST_F(Events, RintAloneRaisesInexactAndTheCallersRoundingIsIgnored) {
+// roundings raise nothing.
+TEST_F(Events, RintAloneRaisesInexact) {
   const double x[3] = {2.5, -0.5, 7};
   double r[3];
   std::feclearexcept(FE_ALL_EXCEPT);
@@ -553,15 +530,6 @@ TEST_F(Events, RintAloneRaisesInexactAndTheCallersRoundingIsIgnored) {
   _vekdRint(3, x, r);
   EXPECT_TRUE(std::fetestexcept(FE_INEXACT));
   EXPECT_TRUE(r[0] == 2 && Same(r[1], -0.0));
-  const int old_rounding = std::fegetround();
-  std::fesetround(FE_DOWNWARD);
-  const float f[2] = {2.5f, -1.5f};
-  float g[2];
-  _veksNearbyInt(2, f, g);
-  const int rounding_after = std::fegetround();
-  std::fesetround(old_rounding);
-  EXPECT_EQ(rounding_after, FE_DOWNWARD);
-  EXPECT_TRUE(g[0] == 2 && g[1] == -2);
 }
 
 template <class E>

@@ -66,7 +66,9 @@ void CheckRecipe(Kernel<T> kernel) {
     for (const auto& c : coefficients) {
       oxl::test::ForEachTarget([&](const std::string&) {
         std::vector<T> r(n);
-        kernel(n, a.data(), b.data(), c[0], c[1], c[2], c[3], r.data());
+        // An array whose scale is 0 is not read.
+        kernel(n, c[0] != 0 ? a.data() : nullptr, c[2] != 0 ? b.data() : nullptr, c[0], c[1], c[2],
+               c[3], r.data());
         for (int i = 0; i < n; ++i) {
           ASSERT_TRUE(Same(r[i], Recipe(a[i], b[i], c[0], c[1], c[2], c[3])))
               << "n " << n << " i " << i << " a " << a[i] << " b " << b[i];
@@ -79,28 +81,6 @@ void CheckRecipe(Kernel<T> kernel) {
 TEST(LinearFrac, KernelsFollowTheRecipeOnEveryTarget) {
   CheckRecipe<float>(oxl_vek_kernel_sLinearFrac_U8HAynn);
   CheckRecipe<double>(oxl_vek_kernel_dLinearFrac_H8HAynn);
-}
-
-TEST(LinearFrac, CasesReadOnlyWhatTheyNeed) {
-  const float a[3] = {1, 2, 3}, b[3] = {2, 4, 8};
-  float r[3];
-  oxl_vek_kernel_sLinearFrac_U8HAynn(3, a, nullptr, 2, 1, 0, 4, r);  // b unread
-  EXPECT_EQ(r[2], 7.0f / 4);
-  oxl_vek_kernel_sLinearFrac_U8HAynn(3, nullptr, b, 0, 3, 1, 0, r);  // a unread
-  EXPECT_NEAR(r[2], 3.0f / 8, 1e-7);
-  double rd[3];
-  const double ad[3] = {1, 2, 3};
-  oxl_vek_kernel_dLinearFrac_H8HAynn(3, ad, nullptr, 1, 0, 0, 2, rd);
-  EXPECT_EQ(rd[1], 1.0);
-  // Both scales 0: neither array is read, and an infinite a cannot make 0 a a NaN.
-  oxl_vek_kernel_sLinearFrac_U8HAynn(3, nullptr, nullptr, 0, 3, 0, 4, r);
-  EXPECT_EQ(r[2], 0.75f);
-  oxl_vek_kernel_dLinearFrac_H8HAynn(3, nullptr, nullptr, 0, 3, 0, 4, rd);
-  EXPECT_EQ(rd[0], 0.75);
-  const double infinite[3] = {INFINITY, -INFINITY, NAN};
-  oxl_vek_kernel_dLinearFrac_H8HAynn(3, infinite, nullptr, 0, 3, 0, 4, rd);
-  EXPECT_EQ(rd[1], 0.75);
-  EXPECT_EQ(rd[2], 0.75);
 }
 
 TEST(LinearFrac, FloatHonoursTheModeAndDoubleIgnoresIt) {
