@@ -131,75 +131,69 @@ TEST_F(ErrorPath, ErrorFieldAndCallbackSteps) {
   }
 }
 
-TEST_F(ErrorPath, ErrnoAndMessageOfEachStatus) {
+// The errno and the messages of each status, the callback seeing every one (the interface statuses
+// too, though they have no elements), and the form of the value lines, which the values choose: a
+// second argument or result counts when it differs from the first (zero counts as absent, and NaN
+// differs from itself).
+TEST_F(ErrorPath, ErrnoMessagesAndValueLinesOfEachStatus) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
   struct Case {
     int32_t status;
     int expected_errno;
     std::vector<int> messages;
+    double arg1 = 3, arg2 = 3, res1 = 8, res2 = 8;
+    std::vector<double> values = {3, 8};
   };
   const std::vector<Case> cases = {
-      {-2, EACCES, {736}},          {-1, EINVAL, {735}},          {0, 0, {}},
-      {1, EDOM, {737, 742, 743}},   {2, ERANGE, {738, 742, 743}}, {3, ERANGE, {739, 742, 743}},
-      {4, ERANGE, {740, 742, 743}}, {7, EFAULT, {741, 742, 743}}, {-3, EFAULT, {741, 742, 743}},
+      {-2, EACCES, {736}, 0, 0, 0, 0, {}},
+      {-1, EINVAL, {735}, 0, 0, 0, 0, {}},
+      {0, 0, {}},
+      {1, EDOM, {737, 742, 743}},
+      {2, ERANGE, {738, 742, 743}},
+      {3, ERANGE, {739, 742, 743}},
+      {4, ERANGE, {740, 742, 743}},
+      {7, EFAULT, {741, 742, 743}},
+      {-3, EFAULT, {741, 742, 743}},
+      {1, EDOM, {737, 742, 743}, 1, 0, 5, 0, {1, 5}},
+      {1, EDOM, {737, 747, 748, 749}, 1, 2, 5, 5, {1, 2, 5}},
+      {1, EDOM, {737, 744, 745, 746}, 1, 1, 5, 6, {1, 5, 6}},
+      {1, EDOM, {737, 750, 751, 752, 753}, 1, 2, 5, 6, {1, 2, 5, 6}},
+      {1, EDOM, {737, 747, 748, 749}, nan, nan, 5, 5, {nan, nan, 5}},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.status);
+    SCOPED_TRACE(::testing::Message()
+                 << c.status << " " << c.arg1 << " " << c.arg2 << " " << c.res1 << " " << c.res2);
     Arrange(0x1600, Scripted);
-    const bool elements = c.status != -1 && c.status != -2;
-    const double a[6] = {0, 0, 0, 0, 3, 0};
-    double r[6] = {0, 0, 0, 0, 8, 0};
+    double a1[6] = {}, a2[6] = {}, r1[6] = {}, r2[6] = {};
+    a1[4] = c.arg1;
+    a2[4] = c.arg2;
+    r1[4] = c.res1;
+    r2[4] = c.res2;
     // The interface statuses must not touch the arrays, which are null here.
-    oxl_vek_kernel_dError(c.status, 4, elements ? a : nullptr, elements ? a : nullptr,
-                          elements ? r : nullptr, elements ? r : nullptr, "vdSqrt");
+    const bool elements = c.status != -1 && c.status != -2;
+    oxl_vek_kernel_dError(c.status, 4, elements ? a1 : nullptr, elements ? a2 : nullptr,
+                          elements ? r1 : nullptr, elements ? r2 : nullptr, "vdPow");
     EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), c.status);
     EXPECT_EQ(errno, c.expected_errno);
-    // The callback sees every status, the interface ones too, though they have no elements.
     EXPECT_EQ(script.calls, 1);
     EXPECT_EQ(script.seen.code, c.status);
     EXPECT_EQ(script.seen.index, 4);
+    EXPECT_EQ(r1[4], c.res1);
     ASSERT_EQ(PrintedNumbers(), c.messages);
-    for (const auto& line : PrintedLines()) {
+    for (size_t k = 0; k < c.messages.size(); ++k) {
+      const auto& line = PrintedLines()[k];
       EXPECT_EQ(line.dest, 1);
       if (line.number <= 741) {
-        EXPECT_EQ(line.name, "vdSqrt");
+        EXPECT_EQ(line.name, "vdPow");
       }
       if (line.number == 735 || line.number >= 742) {
         EXPECT_EQ(line.index, 4);
       }
-    }
-    if (elements) {
-      EXPECT_EQ(r[4], 8);
-    }
-  }
-}
-
-TEST_F(ErrorPath, ValueLinesTakeTheirFormFromTheValues) {
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  struct Case {
-    double arg1, arg2, res1, res2;
-    std::vector<int> messages;
-    std::vector<double> values;
-  };
-  const std::vector<Case> cases = {
-      {1, 1, 5, 5, {742, 743}, {1, 5}},
-      {1, 0, 5, 0, {742, 743}, {1, 5}},  // zero counts as absent
-      {1, 2, 5, 5, {747, 748, 749}, {1, 2, 5}},
-      {1, 1, 5, 6, {744, 745, 746}, {1, 5, 6}},
-      {1, 2, 5, 6, {750, 751, 752, 753}, {1, 2, 5, 6}},
-      {nan, nan, 5, 5, {747, 748, 749}, {nan, nan, 5}},  // NaN is unequal to itself
-  };
-  for (const Case& c : cases) {
-    Arrange(0x400, nullptr);
-    const double a1[1] = {c.arg1}, a2[1] = {c.arg2};
-    double r1[1] = {c.res1}, r2[1] = {c.res2};
-    oxl_vek_kernel_dError(vek_status_domain, 0, a1, a2, r1, r2, "vdPow");
-    ASSERT_EQ(PrintedNumbers().size(), c.messages.size() + 1);
-    for (size_t k = 0; k < c.messages.size(); ++k) {
-      const auto& line = PrintedLines()[k + 1];
-      EXPECT_EQ(line.number, c.messages[k]);
-      EXPECT_EQ(line.count, 2);
-      EXPECT_EQ(line.index, 0);
-      EXPECT_TRUE(line.value == c.values[k] || (std::isnan(line.value) && std::isnan(c.values[k])));
+      if (line.number >= 742) {
+        const double want = c.values[k - 1];
+        EXPECT_EQ(line.count, 2);
+        EXPECT_TRUE(line.value == want || (std::isnan(line.value) && std::isnan(want)));
+      }
     }
   }
 }

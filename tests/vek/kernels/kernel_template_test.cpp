@@ -1,6 +1,6 @@
 // The kernel template with a body of its own: lanes holding a negative value take the rare path,
 // whose routine answers -x with status 1 (and status 0 for -1, which it handles quietly). This
-// shows the event order, callbacks that replace results in blocks and tails, two results, and the
+// shows the event order, callbacks that replace results in blocks and tails, and the
 // floating-point control protocol.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/kernel_template_test.cpp"
@@ -34,34 +34,7 @@ struct NegativeIsRare {
   }
 };
 
-// Two results from one input, both replaced on the rare path.
-struct TwoResults {
-  using In = double;
-  using Out = double;
-  static constexpr size_t kInputs = 1;
-  static constexpr size_t kOutputs = 2;
-  static constexpr size_t kBlock = 16;
-  static constexpr vek::Layout kLayout = vek::Layout::kSplit;
-  static constexpr bool kRare = true;
-  const char* name = "vdTest2";
-
-  template <class D>
-  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
-    out[0] = hn::Mul(in[0], hn::Set(d, 2.0));
-    out[1] = hn::Mul(in[0], hn::Set(d, 3.0));
-    rare[0] = hn::Lt(in[0], hn::Zero(d));
-  }
-  static int32_t Rare(const double* x, double* r1, double* r2) {
-    *r1 = 20.0;
-    *r2 = 30.0;
-    return 4;
-  }
-};
-
 void RunNegativeIsRare(int n, const float* a, float* r) { RunUnary(NegativeIsRare{}, n, a, r); }
-void RunDoubleAndTriple(int n, const double* a, double* r1, double* r2) {
-  RunTwoResults(TwoResults{}, n, a, r1, r2);
-}
 
 }  // namespace oxl::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -79,7 +52,6 @@ HWY_AFTER_NAMESPACE();
 
 namespace oxl {
 HWY_EXPORT(RunNegativeIsRare);
-HWY_EXPORT(RunDoubleAndTriple);
 
 namespace {
 
@@ -122,8 +94,8 @@ class KernelTemplate : public testing::Test {
   oxl_vek_error_callback saved_cb_;
 };
 
-// Rare lanes in blocks and in the tail call back in ascending order, each seeing the elements before
-// it stored, and the callback's replacement stands.
+// Rare lanes in blocks and in the tail call back in ascending order, each seeing the elements
+// before it stored, and the callback's replacement stands.
 TEST_F(KernelTemplate, RareLanesInAscendingOrderWithBlocksNotYetStored) {
   const int n = 70;  // two blocks and a tail of 6
   std::vector<float> a(n), r(n, -7.0f);
@@ -157,24 +129,6 @@ TEST_F(KernelTemplate, RareLanesInAscendingOrderWithBlocksNotYetStored) {
       EXPECT_EQ(r[i], a[i] < -1 ? 123.0f : a[i] < 0 ? -a[i] : a[i] + 1) << i;
     }
     EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), 1);
-  });
-}
-
-TEST_F(KernelTemplate, TwoResultsBothReadBack) {
-  g_replacement = 99.0;
-  g_result_n = 0;
-  std::vector<double> a(20), r1(20), r2(20);
-  for (int i = 0; i < 20; ++i) a[i] = i == 17 ? -1.0 : i;
-  test::ForEachTarget([&](const std::string&) {
-    g_seen.clear();
-    vek::RunUnderMode(OXL_DISPATCH(RunDoubleAndTriple), 20, a.data(), r1.data(), r2.data());
-    ASSERT_EQ(g_seen.size(), 1u);
-    EXPECT_EQ(g_seen[0].index, 17);
-    EXPECT_EQ(r1[17], 99.0);
-    EXPECT_EQ(r2[17], 30.0);
-    EXPECT_EQ(r1[16], 32.0);
-    EXPECT_EQ(r2[16], 48.0);
-    EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), 4);
   });
 }
 
