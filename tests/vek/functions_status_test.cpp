@@ -137,49 +137,46 @@ const RealCase kRealCases[] = {
     {"Tan", kInf, 0, 1, kNaN}, {"Tan", 1.5707963267948966, 0, 0, 0, kAnyFinite},
     {"Cosh", 1000, 0, 3, kInf}, {"Cosh", -kInf, 0, 0, kInf}, {"Sinh", -1000, 0, 3, -kInf},
     {"Exp", 1000, 0, 3, kInf}, {"Exp", -1000, 0, 4, 0}, {"Exp", -kInf, 0, 0, 0},
-    {"Exp", kInf, 0, 0, kInf}, {"Exp", kNaN, 0, 0, kNaN}, {"Exp", 709.79, 0, 3, kInf},
-    {"Exp", -745.14, 0, 4, 0}, {"Exp", -740, 0, 4, std::exp(-740.0), kLevel},
+    {"Exp", kInf, 0, 0, kInf}, {"Exp", 709.79, 0, 3, kInf}, {"Exp", -745.14, 0, 4, 0},
+    {"Exp", -740, 0, 4, std::exp(-740.0), kLevel},
     // The float thresholds: overflow, denormal results and the rounding up to the smallest
     // denormal.
     {"Exp", 88.7228394, 0, 3, kInf, kValue, 's'}, {"Exp", -88, 0, 4, std::exp(-88.0f), kLevel, 's'},
     {"Exp", -103.98, 0, 4, 0, kValue, 's'}, {"Exp", -0x1.9fe368p+6, 0, 4, 0x1p-149, kValue, 's'},
     {"Exp", -200, 0, 4, 0, kValue, 's'}, {"Expm1", 1000, 0, 3, kInf}, {"Expm1", -200, 0, 0, -1},
-    {"Expm1", -kInf, 0, 0, -1}, {"Expm1", kInf, 0, 0, kInf}, {"Expm1", kNaN, 0, 0, kNaN},
-    {"Expm1", 710, 0, 3, kInf}, {"Expm1", 89, 0, 3, kInf, kValue, 's'},
-    {"Mul", 1e300, 1e300, 0, kInf}, {"Mul", -1e300, 1e300, 0, -kInf}, {"Ln", 0, 0, 2, -kInf},
-    {"Ln", -0.0, 0, 2, -kInf}, {"Ln", -1, 0, 1, kNaN}, {"Ln", -kInf, 0, 1, kNaN},
-    {"Ln", kInf, 0, 0, kInf}, {"Ln", kNaN, 0, 0, kNaN},
+    {"Expm1", -kInf, 0, 0, -1}, {"Expm1", kInf, 0, 0, kInf}, {"Expm1", 710, 0, 3, kInf},
+    {"Expm1", 89, 0, 3, kInf, kValue, 's'}, {"Mul", 1e300, 1e300, 0, kInf},
+    {"Mul", -1e300, 1e300, 0, -kInf}, {"Ln", 0, 0, 2, -kInf}, {"Ln", -0.0, 0, 2, -kInf},
+    {"Ln", -1, 0, 1, kNaN}, {"Ln", -kInf, 0, 1, kNaN}, {"Ln", kInf, 0, 0, kInf},
     {"Ln", 4.9406564584124654e-324, 0, 0, -744.44007192138126, kLevel}, {"Log10", 0, 0, 2, -kInf},
     {"Log10", -0.0, 0, 2, -kInf}, {"Log10", -1, 0, 1, kNaN}, {"Log10", kInf, 0, 0, kInf},
     {"Log1p", -1, 0, 2, -kInf}, {"Log1p", -2, 0, 1, kNaN}, {"Log1p", -kInf, 0, 1, kNaN},
-    {"Log1p", kInf, 0, 0, kInf}, {"Log1p", -0.0, 0, 0, -0.0}, {"Log1p", kNaN, 0, 0, kNaN},
-    {"Sqrt", -0.0, 0, 0, -0.0}, {"Sqrt", -1, 0, 1, kNaN}, {"Sqrt", -kInf, 0, 1, kNaN},
-    {"Sqrt", kInf, 0, 0, kInf}, {"InvSqrt", 0, 0, 2, kInf}, {"InvSqrt", -4, 0, 1, kNaN},
-    {"InvCbrt", 0, 0, 2, kInf}, {"InvCbrt", -0.0, 0, 2, -kInf}, {"Inv", -0.0, 0, 2, -kInf},
-    {"Pow3o2", -1, 0, 1, kNaN}, {"LGamma", 0, 0, 2, kInf}, {"LGamma", -3, 0, 2, kInf},
-    {"LGamma", -kInf, 0, 0, kInf}, {"TGamma", 0, 0, 2, kInf}, {"TGamma", -0.0, 0, 2, -kInf},
-    {"TGamma", -2, 0, 1, kNaN}, {"TGamma", -kInf, 0, 1, kNaN}, {"TGamma", 200, 0, 3, kInf},
-    {"TGamma", -200.5, 0, 4, -0.0}, {"Erf", 6, 0, 0, 1}, {"Erfc", 30, 0, 4, 0},
-    {"Erfc", -30, 0, 0, 2}, {"CdfNorm", -40, 0, 4, 0}, {"CdfNorm", kInf, 0, 0, 1},
-    {"ErfInv", 1, 0, 2, kInf}, {"ErfInv", -1, 0, 2, -kInf}, {"ErfInv", 1.5, 0, 1, kNaN},
-    {"ErfcInv", 0, 0, 2, kInf}, {"ErfcInv", 2, 0, 2, -kInf}, {"ErfcInv", -0.5, 0, 1, kNaN},
-    {"ErfcInv", kInf, 0, 1, kNaN}, {"CdfNormInv", 0, 0, 2, -kInf}, {"CdfNormInv", 1, 0, 2, kInf},
-    {"CdfNormInv", 1.5, 0, 1, kNaN}, {"CdfNormInv", 4.9406564584124654e-324, 0, 0, 0, kAnyFinite},
-    {"Div", 1, 0, 2, kInf}, {"Div", 0, 0, 2, kNaN}, {"Div", -1, 0, 2, -kInf},
-    {"Div", 1e300, 1e-300, 0, kInf}, {"Pow", -8, 1.0 / 3, 1, kNaN}, {"Pow", 0, -1, 2, kInf},
-    {"Pow", -0.0, -3, 2, -kInf}, {"Pow", 10, 400, 3, kInf}, {"Pow", 10, -400, 4, 0},
-    {"Pow", 0, -kInf, 0, kInf}, {"Pow", kNaN, 0, 0, 1}, {"Hypot", 1.5e308, 1.5e308, 3, kInf},
-    {"Hypot", kInf, kNaN, 0, kInf}, {"Atan2", 0, -0.0, 0, 3.141592653589793},
-    {"Atan2", -0.0, 0, 0, -0.0}, {"Atan2", 1e-300, 1e300, 4, 0},
+    {"Log1p", kInf, 0, 0, kInf}, {"Log1p", -0.0, 0, 0, -0.0}, {"Sqrt", -0.0, 0, 0, -0.0},
+    {"Sqrt", -1, 0, 1, kNaN}, {"Sqrt", -kInf, 0, 1, kNaN}, {"Sqrt", kInf, 0, 0, kInf},
+    {"InvSqrt", 0, 0, 2, kInf}, {"InvSqrt", -4, 0, 1, kNaN}, {"InvCbrt", 0, 0, 2, kInf},
+    {"InvCbrt", -0.0, 0, 2, -kInf}, {"Inv", -0.0, 0, 2, -kInf}, {"Pow3o2", -1, 0, 1, kNaN},
+    {"LGamma", 0, 0, 2, kInf}, {"LGamma", -3, 0, 2, kInf}, {"LGamma", -kInf, 0, 0, kInf},
+    {"TGamma", 0, 0, 2, kInf}, {"TGamma", -0.0, 0, 2, -kInf}, {"TGamma", -2, 0, 1, kNaN},
+    {"TGamma", -kInf, 0, 1, kNaN}, {"TGamma", 200, 0, 3, kInf}, {"TGamma", -200.5, 0, 4, -0.0},
+    {"Erf", 6, 0, 0, 1}, {"Erfc", 30, 0, 4, 0}, {"Erfc", -30, 0, 0, 2}, {"CdfNorm", -40, 0, 4, 0},
+    {"CdfNorm", kInf, 0, 0, 1}, {"ErfInv", 1, 0, 2, kInf}, {"ErfInv", -1, 0, 2, -kInf},
+    {"ErfInv", 1.5, 0, 1, kNaN}, {"ErfcInv", 0, 0, 2, kInf}, {"ErfcInv", 2, 0, 2, -kInf},
+    {"ErfcInv", -0.5, 0, 1, kNaN}, {"ErfcInv", kInf, 0, 1, kNaN}, {"CdfNormInv", 0, 0, 2, -kInf},
+    {"CdfNormInv", 1, 0, 2, kInf}, {"CdfNormInv", 1.5, 0, 1, kNaN},
+    {"CdfNormInv", 4.9406564584124654e-324, 0, 0, 0, kAnyFinite}, {"Div", 1, 0, 2, kInf},
+    {"Div", 0, 0, 2, kNaN}, {"Div", -1, 0, 2, -kInf}, {"Div", 1e300, 1e-300, 0, kInf},
+    {"Pow", -8, 1.0 / 3, 1, kNaN}, {"Pow", 0, -1, 2, kInf}, {"Pow", -0.0, -3, 2, -kInf},
+    {"Pow", 10, 400, 3, kInf}, {"Pow", 10, -400, 4, 0}, {"Pow", 0, -kInf, 0, kInf},
+    {"Pow", kNaN, 0, 0, 1}, {"Hypot", 1.5e308, 1.5e308, 3, kInf}, {"Hypot", kInf, kNaN, 0, kInf},
+    {"Atan2", 0, -0.0, 0, 3.141592653589793}, {"Atan2", -0.0, 0, 0, -0.0},
+    {"Atan2", 1e-300, 1e300, 4, 0},
     // Roots, reciprocals and quotients: the rare lanes and the ends of the normal range.
-    {"Sqrt", kNaN, 0, 0, kNaN}, {"Sqrt", -4.9406564584124654e-324, 0, 1, kNaN},
-    {"InvSqrt", -0.0, 0, 2, -kInf}, {"InvSqrt", -kInf, 0, 1, kNaN}, {"InvSqrt", kInf, 0, 0, 0},
-    {"InvSqrt", kNaN, 0, 0, kNaN}, {"Inv", 0, 0, 2, kInf}, {"Inv", kInf, 0, 0, 0},
-    {"Inv", 1e-310, 0, 0, kInf}, {"Cbrt", -0.0, 0, 0, -0.0}, {"Cbrt", -kInf, 0, 0, -kInf},
-    {"Cbrt", kNaN, 0, 0, kNaN}, {"InvCbrt", -kInf, 0, 0, -0.0}, {"InvCbrt", kNaN, 0, 0, kNaN},
-    {"Pow2o3", -0.0, 0, 0, 0}, {"Pow2o3", -kInf, 0, 0, kInf}, {"Pow2o3", kNaN, 0, 0, kNaN},
-    {"Pow3o2", -kInf, 0, 1, kNaN}, {"Pow3o2", -0.0, 0, 0, 0}, {"Pow3o2", kInf, 0, 0, kInf},
-    {"Pow3o2", kNaN, 0, 0, kNaN}, {"Pow3o2", 1e300, 0, 3, kInf},
+    {"Sqrt", -4.9406564584124654e-324, 0, 1, kNaN}, {"InvSqrt", -0.0, 0, 2, -kInf},
+    {"InvSqrt", -kInf, 0, 1, kNaN}, {"InvSqrt", kInf, 0, 0, 0}, {"Inv", 0, 0, 2, kInf},
+    {"Inv", kInf, 0, 0, 0}, {"Inv", 1e-310, 0, 0, kInf}, {"Cbrt", -0.0, 0, 0, -0.0},
+    {"Cbrt", -kInf, 0, 0, -kInf}, {"InvCbrt", -kInf, 0, 0, -0.0}, {"Pow2o3", -0.0, 0, 0, 0},
+    {"Pow2o3", -kInf, 0, 0, kInf}, {"Pow3o2", -kInf, 0, 1, kNaN}, {"Pow3o2", -0.0, 0, 0, 0},
+    {"Pow3o2", kInf, 0, 0, kInf}, {"Pow3o2", 1e300, 0, 3, kInf},
     {"Pow3o2", 1e-300, 0, 4, 0, kAnyFinite}, {"Div", kNaN, -0.0, 2, kNaN},
     {"Div", 1, kNaN, 0, kNaN}, {"Div", kInf, kInf, 0, kNaN}, {"Hypot", kNaN, -kInf, 0, kInf},
     {"Hypot", kNaN, 0, 0, kNaN}, {"Hypot", 0, kNaN, 0, kNaN}, {"Hypot", -0.0, -0.0, 0, 0},
@@ -601,7 +598,8 @@ void CheckDenormalsIfSimd(const Tables& f, char type, const std::string& row, Ta
 }
 
 // A NaN comes out quieted with its payload, whatever bits the payload has (low bits must not
-// reach a table index or an exponent), from every kernel of the SIMD rows on every target. The
+// reach a table index or an exponent), from every kernel of the SIMD rows on every target, and
+// raises no status. The
 // magnitude is a bit operation: it clears the sign and nothing else, a signalling NaN stays one.
 template <class T, class U, class Table>
 void CheckPayloads(const std::string& name, Table table, std::initializer_list<U> payloads) {
@@ -615,7 +613,9 @@ void CheckPayloads(const std::string& name, Table table, std::initializer_list<U
       const U want = abs ? bits & (~U{0} >> 1) : bits | kQuiet;
       std::vector<T> a(37, T(0.5)), r(37);
       a[3] = a[35] = std::bit_cast<T>(bits);
+      oxl_vek_kernel_ClearErrStatus();
       table[slot](37, a.data(), r.data());
+      EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), 0);
       EXPECT_EQ(std::bit_cast<U>(r[3]), want);
       EXPECT_EQ(std::bit_cast<U>(r[35]), want);
     }

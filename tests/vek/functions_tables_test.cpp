@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <string>
@@ -79,33 +80,21 @@ const std::vector<std::string> kListed = {
 };
 #undef OXL_VEK_FUNCTION
 
-class SharedLibrary {
- public:
-  SharedLibrary() : handle_(dlopen(OXL_SHARED_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {}
-  ~SharedLibrary() {
-    if (handle_ != nullptr) dlclose(handle_);
-  }
-  void* Find(const std::string& name) const { return dlsym(handle_, name.c_str()); }
-  bool ok() const { return handle_ != nullptr; }
-
- private:
-  void* handle_;
-};
-
 // Each slot of each exported table names the kernel the contract puts there, read back by
 // address from the shared library's own symbols; 361 kernels in all, each in some slot. Every cost
 // is positive, and a slot that repeats a kernel repeats its cost.
 TEST(FunctionTables, SlotsHoldTheContractsKernelsAndTheirCosts) {
-  const SharedLibrary lib;
-  ASSERT_TRUE(lib.ok()) << dlerror();
+  const std::unique_ptr<void, int (*)(void*)> lib(dlopen(OXL_SHARED_LIBRARY, RTLD_NOW | RTLD_LOCAL),
+                                                  dlclose);
+  ASSERT_NE(lib, nullptr) << dlerror();
+  auto find = [&](const std::string& name) { return dlsym(lib.get(), name.c_str()); };
   const std::map<std::string, std::string> pattern_of = PatternOfFunction();
   std::set<std::string> kernels;
   for (const std::string& function : kListed) {
     SCOPED_TRACE(function);
     ASSERT_EQ(pattern_of.count(function), 1u);
-    auto* const* table =
-        static_cast<void* const*>(lib.Find("oxl_vek_kernel_" + function + "_ttab"));
-    const auto* costs = static_cast<const float*>(lib.Find("oxl_vek_kernel_" + function + "_ctab"));
+    auto* const* table = static_cast<void* const*>(find("oxl_vek_kernel_" + function + "_ttab"));
+    const auto* costs = static_cast<const float*>(find("oxl_vek_kernel_" + function + "_ctab"));
     ASSERT_NE(table, nullptr);
     ASSERT_NE(costs, nullptr);
     std::istringstream tags(pattern_of.at(function));
@@ -117,7 +106,7 @@ TEST(FunctionTables, SlotsHoldTheContractsKernelsAndTheirCosts) {
       ASSERT_NE(dladdr(table[slot], &info), 0);
       ASSERT_NE(info.dli_sname, nullptr);
       EXPECT_EQ(std::string(info.dli_sname), expected) << "slot " << slot;
-      EXPECT_EQ(lib.Find(expected), table[slot]);
+      EXPECT_EQ(find(expected), table[slot]);
       kernels.insert(expected);
       EXPECT_GT(costs[slot], 0.0f);
       for (int other = 0; other < 3; ++other) {

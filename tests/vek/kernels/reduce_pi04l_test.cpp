@@ -48,19 +48,16 @@ void Reduce(LD x, int selector, Exact& e) {
 
 // |hi + lo - exact| in units of 2^-110 |exact|, with an absolute floor of 2^-139.
 double Error(const LD reduced[2], const Exact& e) {
-  MpReal got(17000), diff(17000), bound(64);
-  mpfr_set_ld(got.get(), reduced[0], MPFR_RNDN);
-  mpfr_add_d(got.get(), got.get(), 0, MPFR_RNDN);
-  MpReal lo(64);
-  mpfr_set_ld(lo.get(), reduced[1], MPFR_RNDN);
-  mpfr_add(got.get(), got.get(), lo.get(), MPFR_RNDN);
-  mpfr_sub(diff.get(), got.get(), e.reduced.get(), MPFR_RNDN);
+  MpReal diff(17000), part(64), bound(64);
+  mpfr_set_ld(diff.get(), reduced[0], MPFR_RNDN);
+  mpfr_set_ld(part.get(), reduced[1], MPFR_RNDN);
+  mpfr_add(diff.get(), diff.get(), part.get(), MPFR_RNDN);
+  mpfr_sub(diff.get(), diff.get(), e.reduced.get(), MPFR_RNDN);
   mpfr_abs(diff.get(), diff.get(), MPFR_RNDN);
   mpfr_abs(bound.get(), e.reduced.get(), MPFR_RNDN);
   mpfr_mul_2si(bound.get(), bound.get(), -110, MPFR_RNDN);
-  MpReal floor_(64);
-  mpfr_set_ui_2exp(floor_.get(), 1, -139, MPFR_RNDN);
-  if (mpfr_cmp(bound.get(), floor_.get()) < 0) mpfr_set(bound.get(), floor_.get(), MPFR_RNDN);
+  mpfr_set_ui_2exp(part.get(), 1, -139, MPFR_RNDN);
+  mpfr_max(bound.get(), bound.get(), part.get(), MPFR_RNDN);
   mpfr_div(diff.get(), diff.get(), bound.get(), MPFR_RNDN);
   return mpfr_get_d(diff.get(), MPFR_RNDU);
 }
