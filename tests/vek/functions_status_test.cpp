@@ -16,6 +16,7 @@
 #include <string_view>
 #include <type_traits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "oxl/vek.h"

@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <type_traits>
 #include <random>
 #include <string>
@@ -41,14 +40,9 @@ std::vector<E> Random(size_t n, std::mt19937_64& rng) {
     std::memcpy(&e, bytes, sizeof(E));
   }
   if (n > 2) {  // a signalling NaN as the first part of one element
-    using Part = decltype([] {
-      if constexpr (std::is_floating_point_v<E>)
-        return E{};
-      else
-        return E{}.re;
-    }());
-    const Part snan = std::numeric_limits<Part>::signaling_NaN();
-    std::memcpy(&v[n / 2], &snan, sizeof snan);
+    constexpr bool kFloatParts = std::is_same_v<E, float> || std::is_same_v<E, oxl_complex8>;
+    const uint64_t snan = kFloatParts ? 0x7FA00000u : 0x7FF4000000000000u;
+    std::memcpy(&v[n / 2], &snan, kFloatParts ? 4 : 8);
   }
   return v;
 }
