@@ -1,20 +1,107 @@
+// The thread's mode word and its accessors, the mode variable read on a thread's first call, and
+// thread blocks kept apart.
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "oxl/vek.h"
-#include "vek/frame_test_util.h"
 
 namespace {
 
-using oxl::test::OnFreshThread;
-using oxl::test::ScopedModeVariable;
+constexpr const char* kModeVariable = "OXL_VEK_MODE";
+
+// Runs `body` on a new thread and waits for it, so that the body sees a thread block that no call
+// has touched.
+template <class Body>
+void OnFreshThread(Body body) {
+  std::thread thread(body);
+  thread.join();
+}
+
+// Sets (or, for nullptr, removes) the mode variable and puts the old state back on exit. Only for
+// moments when no other thread of the test reads the environment.
+class ScopedModeVariable {
+ public:
+  explicit ScopedModeVariable(const char* value) {
+    if (const char* old = std::getenv(kModeVariable)) saved_ = old;
+    Put(value);
+  }
+  ~ScopedModeVariable() { Put(saved_ ? saved_->c_str() : nullptr); }
+  ScopedModeVariable(const ScopedModeVariable&) = delete;
+  ScopedModeVariable& operator=(const ScopedModeVariable&) = delete;
+
+  static void Put(const char* value) {
+    if (value != nullptr) {
+      setenv(kModeVariable, value, 1);
+    } else {
+      unsetenv(kModeVariable);
+    }
+  }
+
+ private:
+  std::optional<std::string> saved_;
+};
+
+int32_t NoOpCallback(oxl_vek_error_record*) { return 0; }
+
+// Each step: the argument, the old mode it returns, the mode after it and the table slot it
+// selects.
+struct SetModeStep {
+  uint32_t argument;
+  uint32_t returned;
+  uint64_t after;
+  int32_t slot;
+};
+
+TEST(SetMode, ReplacesOnlyTheNonZeroFields) {
+  const std::vector<SetModeStep> steps = {
+      {0x0, 0x1A02, 0x1A02, 1},              // a fresh thread's first read: the default
+      {0xF0, 0x1A02, 0x1A02, 1},             // precision control is not settable
+      {0x200, 0x1A02, 0x202, 1},             // the whole error field is replaced
+      {0x3, 0x202, 0x203, 2},                // accuracy alone
+      {0x140001, 0x203, 0x140201, 0},        // floating-point mode
+      {0x1A02, 0x140201, 0x141A02, 1},       // a restore cannot clear a field it holds as zero
+      {0x280000, 0x141A02, 0x281A02, 1},     // replaced, not OR-ed
+      {0xFFFFFFFF, 0x281A02, 0x3CFF0F, 14},  // bits outside the three fields are dropped
+  };
+  ScopedModeVariable unset(nullptr);
+  OnFreshThread([&] {
+    EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), 0);
+    EXPECT_EQ(oxl_vek_kernel_GetErrorCallBack(), nullptr);
+    for (const SetModeStep& step : steps) {
+      SCOPED_TRACE(::testing::Message() << std::hex << step.argument);
+      EXPECT_EQ(oxl_vek_kernel_SetMode(step.argument), step.returned);
+      EXPECT_EQ(oxl_vek_kernel_GetMode(), step.after);
+      EXPECT_EQ(oxl_vek_kernel_GetTTableIndex(), step.slot);
+    }
+  });
+}
+
+TEST(ErrorCallBack, SettingAndClearingAdjustTheCallbackBit) {
+  ScopedModeVariable unset(nullptr);
+  OnFreshThread([] {
+    EXPECT_EQ(oxl_vek_kernel_SetErrorCallBack(NoOpCallback), nullptr);
+    EXPECT_EQ(oxl_vek_kernel_GetMode(), 0x1A02u);
+    EXPECT_EQ(oxl_vek_kernel_ClearErrorCallBack(), NoOpCallback);
+    EXPECT_EQ(oxl_vek_kernel_GetMode(), 0xA02u);
+    EXPECT_EQ(oxl_vek_kernel_SetErrorCallBack(NoOpCallback), nullptr);
+    EXPECT_EQ(oxl_vek_kernel_GetMode(), 0x1A02u);
+
+    // With CALLBACK the only error bit, clearing computes an empty field, which SetMode skips.
+    oxl_vek_kernel_SetMode(0x1000);
+    EXPECT_EQ(oxl_vek_kernel_SetErrorCallBack(nullptr), NoOpCallback);
+    EXPECT_EQ(oxl_vek_kernel_GetErrorCallBack(), nullptr);
+    EXPECT_EQ(oxl_vek_kernel_GetMode(), 0x1002u);
+  });
+}
 
 std::string Repeat(const std::string& token, int times) {
   std::string s;
@@ -102,7 +189,7 @@ TEST(ModeVariable, NameIsNotPlainTextInTheLibrary) {
   std::ifstream file(OXL_SHARED_LIBRARY, std::ios::binary);
   ASSERT_TRUE(file) << OXL_SHARED_LIBRARY;
   const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  EXPECT_EQ(bytes.find(oxl::test::kModeVariable), std::string::npos);
+  EXPECT_EQ(bytes.find(kModeVariable), std::string::npos);
 }
 
 // Each thread works on its own block while the others change theirs; any sharing would show as a
