@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,29 +25,15 @@ void OnFreshThread(Body body) {
   thread.join();
 }
 
-// Sets (or, for nullptr, removes) the mode variable and puts the old state back on exit. Only for
-// moments when no other thread of the test reads the environment.
-class ScopedModeVariable {
- public:
-  explicit ScopedModeVariable(const char* value) {
-    if (const char* old = std::getenv(kModeVariable)) saved_ = old;
-    Put(value);
+// Sets (or, for nullptr, removes) the mode variable. Each test sets it as it needs it, and only
+// while no other thread of the test reads the environment.
+void PutModeVariable(const char* value) {
+  if (value != nullptr) {
+    setenv(kModeVariable, value, 1);
+  } else {
+    unsetenv(kModeVariable);
   }
-  ~ScopedModeVariable() { Put(saved_ ? saved_->c_str() : nullptr); }
-  ScopedModeVariable(const ScopedModeVariable&) = delete;
-  ScopedModeVariable& operator=(const ScopedModeVariable&) = delete;
-
-  static void Put(const char* value) {
-    if (value != nullptr) {
-      setenv(kModeVariable, value, 1);
-    } else {
-      unsetenv(kModeVariable);
-    }
-  }
-
- private:
-  std::optional<std::string> saved_;
-};
+}
 
 int32_t NoOpCallback(oxl_vek_error_record*) { return 0; }
 
@@ -72,7 +57,7 @@ TEST(SetMode, ReplacesOnlyTheNonZeroFields) {
       {0x280000, 0x141A02, 0x281A02, 1},     // replaced, not OR-ed
       {0xFFFFFFFF, 0x281A02, 0x3CFF0F, 14},  // bits outside the three fields are dropped
   };
-  ScopedModeVariable unset(nullptr);
+  PutModeVariable(nullptr);
   OnFreshThread([&] {
     EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), 0);
     EXPECT_EQ(oxl_vek_kernel_GetErrorCallBack(), nullptr);
@@ -86,7 +71,7 @@ TEST(SetMode, ReplacesOnlyTheNonZeroFields) {
 }
 
 TEST(ErrorCallBack, SettingAndClearingAdjustTheCallbackBit) {
-  ScopedModeVariable unset(nullptr);
+  PutModeVariable(nullptr);
   OnFreshThread([] {
     EXPECT_EQ(oxl_vek_kernel_SetErrorCallBack(NoOpCallback), nullptr);
     EXPECT_EQ(oxl_vek_kernel_GetMode(), 0x1A02u);
@@ -149,10 +134,10 @@ TEST(ModeVariable, ParsesKeywordListsAndRefusesAnyFault) {
       {cut, -1}};
 
   for (const ParseCase& c : cases) {
-    ScopedModeVariable set(c.value.c_str());
+    PutModeVariable(c.value.c_str());
     EXPECT_EQ(oxl_vek_kernel_ReadEnvVarMode(), c.expected) << c.value;
   }
-  ScopedModeVariable unset(nullptr);
+  PutModeVariable(nullptr);
   EXPECT_EQ(oxl_vek_kernel_ReadEnvVarMode(), -1);
 }
 
@@ -168,19 +153,19 @@ TEST(ModeVariable, GivesAFreshThreadItsFirstMode) {
   for (const Case& c :
        {Case{"VEK_EP,VEK_ERRMODE_STDERR", 0x403, 2, 0x403}, Case{"VEK_EP,", 0x1A02, 1, 0x1A02},
         Case{nullptr, 0x1A02, 1, 0x1A02}, Case{"VEK_DEFAULT_PRECISION", 0, -1, 1}}) {
-    ScopedModeVariable set(c.value);
+    PutModeVariable(c.value);
     OnFreshThread([&] {
       SCOPED_TRACE(c.value ? c.value : "unset");
       EXPECT_EQ(oxl_vek_kernel_GetMode(), c.mode);
       EXPECT_EQ(oxl_vek_kernel_GetTTableIndex(), c.slot);
-      ScopedModeVariable::Put("VEK_LA");
+      PutModeVariable("VEK_LA");
       EXPECT_EQ(oxl_vek_kernel_GetMode(), c.mode_later);
     });
   }
-  ScopedModeVariable set("VEK_DEFAULT_PRECISION");
+  PutModeVariable("VEK_DEFAULT_PRECISION");
   OnFreshThread([] {
     EXPECT_EQ(oxl_vek_kernel_SetMode(0x200), 0u);
-    ScopedModeVariable::Put("VEK_LA");
+    PutModeVariable("VEK_LA");
     EXPECT_EQ(oxl_vek_kernel_GetMode(), 0x200u);
   });
 }
@@ -195,7 +180,7 @@ TEST(ModeVariable, NameIsNotPlainTextInTheLibrary) {
 // Each thread works on its own block while the others change theirs; any sharing would show as a
 // foreign value (and as a race under the thread sanitizer).
 TEST(ThreadBlocks, AreSeparate) {
-  ScopedModeVariable set("VEK_LA,VEK_ERRMODE_IGNORE");
+  PutModeVariable("VEK_LA,VEK_ERRMODE_IGNORE");
   oxl_vek_kernel_SetMode(0x280003);
   oxl_vek_kernel_SetErrStatus(3);
   const uint64_t main_mode = oxl_vek_kernel_GetMode();

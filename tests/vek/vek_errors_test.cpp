@@ -8,6 +8,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "oxl/vek.h"
@@ -282,25 +283,24 @@ TEST_F(ErrorPath, LogarithmCallbacksReplacePoleResults) {
   }
 }
 
-// The four element types: how to build an element and read its parts.
-template <class T>
-struct Kind {
-  using Part = T;
-  static T Make(double re, double) { return static_cast<T>(re); }
-  static double Re(T x) { return x; }
-  static constexpr bool kComplex = false;
-};
-template <class C, class P>
-struct ComplexKind {
-  using Part = P;
-  static C Make(double re, double im) { return {static_cast<P>(re), static_cast<P>(im)}; }
-  static double Re(C x) { return x.re; }
-  static constexpr bool kComplex = true;
-};
-template <>
-struct Kind<oxl_complex8> : ComplexKind<oxl_complex8, float> {};
-template <>
-struct Kind<oxl_complex16> : ComplexKind<oxl_complex16, double> {};
+// The four element types: how to build an element and read its real part.
+template <class E>
+E Make(double re, double im) {
+  if constexpr (std::is_floating_point_v<E>) {
+    return static_cast<E>(re);
+  } else {
+    return {static_cast<decltype(E::re)>(re), static_cast<decltype(E::re)>(im)};
+  }
+}
+
+template <class E>
+double Re(E x) {
+  if constexpr (std::is_floating_point_v<E>) {
+    return x;
+  } else {
+    return x.re;
+  }
+}
 
 template <class T>
 class ErrorPathTyped : public ErrorPath {};
@@ -308,11 +308,10 @@ using ElementTypes = ::testing::Types<float, double, oxl_complex8, oxl_complex16
 TYPED_TEST_SUITE(ErrorPathTyped, ElementTypes);
 
 TYPED_TEST(ErrorPathTyped, RecordWidensAndStoreRounds) {
-  using K = Kind<TypeParam>;
-  const TypeParam a[2] = {K::Make(0, 0), K::Make(0.25, -1.5)};
-  const TypeParam b[2] = {K::Make(0, 0), K::Make(3, 4)};
-  TypeParam r1[2] = {K::Make(0, 0), K::Make(1e30, -0.0)};
-  TypeParam r2[2] = {K::Make(0, 0), K::Make(-7, 8)};
+  const TypeParam a[2] = {Make<TypeParam>(0, 0), Make<TypeParam>(0.25, -1.5)};
+  const TypeParam b[2] = {Make<TypeParam>(0, 0), Make<TypeParam>(3, 4)};
+  TypeParam r1[2] = {Make<TypeParam>(0, 0), Make<TypeParam>(1e30, -0.0)};
+  TypeParam r2[2] = {Make<TypeParam>(0, 0), Make<TypeParam>(-7, 8)};
   // A callback that only inspects leaves the results as they were, bit for bit.
   this->Arrange(0x1000, Scripted);
   const TypeParam before[2] = {r1[1], r2[1]};
@@ -329,17 +328,17 @@ TYPED_TEST(ErrorPathTyped, RecordWidensAndStoreRounds) {
   oxl::vek::Error(vek_status_domain, 1, a, b, r1, r2, "vxTest");
 
   const auto& seen = script.seen;
-  EXPECT_EQ(seen.arg1, K::Re(a[1]));
-  EXPECT_EQ(seen.arg2, K::Re(b[1]));
-  EXPECT_EQ(seen.res1, K::Re(K::Make(1e30, 0)));
+  EXPECT_EQ(seen.arg1, Re(a[1]));
+  EXPECT_EQ(seen.arg2, Re(b[1]));
+  EXPECT_EQ(seen.res1, Re(Make<TypeParam>(1e30, 0)));
   EXPECT_EQ(seen.res2, -7);
-  if (K::kComplex) {
+  if constexpr (!std::is_floating_point_v<TypeParam>) {
     EXPECT_EQ(seen.arg1_im, -1.5);
     EXPECT_EQ(seen.arg2_im, 4);
     EXPECT_TRUE(seen.res1_im == 0 && std::signbit(seen.res1_im));
     EXPECT_EQ(seen.res2_im, 8);
   }
-  const TypeParam want1 = K::Make(fine, -fine), want2 = K::Make(0.1, 0.2);
+  const TypeParam want1 = Make<TypeParam>(fine, -fine), want2 = Make<TypeParam>(0.1, 0.2);
   EXPECT_EQ(std::memcmp(&r1[1], &want1, sizeof(TypeParam)), 0);
   EXPECT_EQ(std::memcmp(&r2[1], &want2, sizeof(TypeParam)), 0);
   // Both results in one array: the first wins.
@@ -348,11 +347,10 @@ TYPED_TEST(ErrorPathTyped, RecordWidensAndStoreRounds) {
 }
 
 TYPED_TEST(ErrorPathTyped, IndexCountsFromTheInterfaceVector) {
-  using K = Kind<TypeParam>;
   TypeParam whole[12], r[12];
   for (int i = 0; i < 12; ++i) {
-    whole[i] = K::Make(i, -i);
-    r[i] = K::Make(100 + i, 0);
+    whole[i] = Make<TypeParam>(i, -i);
+    r[i] = Make<TypeParam>(100 + i, 0);
   }
   this->Arrange(0x1400, Scripted);
   oxl_vek_kernel_SetInterfInputVectorPointer(whole);
