@@ -60,17 +60,15 @@ void CheckType(const Kernels<E>& k) {
         // The strided array holds exactly the elements the increment reaches.
         const int64_t span = n == 0 ? 0 : (n - 1) * (inc < 0 ? -inc : inc) + 1;
         const std::vector<E> strided = Random<E>(static_cast<size_t>(span), rng);
-        const E* start = inc < 0 && span > 0 ? strided.data() + span - 1 : strided.data();
+        const int64_t first = inc < 0 && span > 0 ? span - 1 : 0;  // where element 0 stands
         std::vector<E> got(n), want(n);
-        k.pack_i(n, start, inc, got.data(), 1);
-        ref::PackI(n, start, inc, want.data());
+        k.pack_i(n, strided.data() + first, inc, got.data(), 1);
+        ref::PackI(n, strided.data() + first, inc, want.data());
         EXPECT_TRUE(SameBits(got, want)) << "PackI";
         if (inc == 0) continue;  // Unpack with increment 0: covered by the repeated indices
         std::vector<E> out = strided, out_ref = strided;
-        E* out_start = inc < 0 && span > 0 ? out.data() + span - 1 : out.data();
-        E* ref_start = inc < 0 && span > 0 ? out_ref.data() + span - 1 : out_ref.data();
-        k.unpack_i(n, dense.data(), out_start, inc, 1);
-        ref::UnpackI(n, dense.data(), ref_start, inc);
+        k.unpack_i(n, dense.data(), out.data() + first, inc, 1);
+        ref::UnpackI(n, dense.data(), out_ref.data() + first, inc);
         EXPECT_TRUE(SameBits(out, out_ref)) << "UnpackI";
       }
       // Indices into an array of m elements, repeats among them.
