@@ -25,25 +25,21 @@ struct Exact {
 
 void Reduce(LD x, int selector, Exact& e) {
   constexpr mpfr_prec_t kBits = 17000;
-  MpReal pi04(kBits), ax(kBits), q(kBits), j(kBits), rem(kBits);
-  mpfr_const_pi(pi04.get(), MPFR_RNDN);
-  mpfr_div_2ui(pi04.get(), pi04.get(), 2, MPFR_RNDN);
+  MpReal pi02(kBits), pi04(kBits), ax(kBits);
+  mpfr_const_pi(pi02.get(), MPFR_RNDN);
+  mpfr_div_2ui(pi02.get(), pi02.get(), 1, MPFR_RNDN);
+  mpfr_div_2ui(pi04.get(), pi02.get(), 1, MPFR_RNDN);
+  // A count of the selector's parity: |x| (less pi/4 for an odd count) less the nearest multiple
+  // of pi/2, a tie (only at x = 0) going to the even multiple.
   mpfr_set_ld(ax.get(), std::fabs(x), MPFR_RNDN);
-  mpfr_div(q.get(), ax.get(), pi04.get(), MPFR_RNDN);
-  mpfr_floor(j.get(), q.get());
-  MpReal parity(kBits);
-  mpfr_fmod_ui(parity.get(), j.get(), 2, MPFR_RNDN);
-  const int odd = mpfr_get_si(parity.get(), MPFR_RNDN);
-  if (((odd + selector) & 1) != 0) mpfr_add_ui(j.get(), j.get(), 1, MPFR_RNDN);
-  mpfr_fmod_ui(rem.get(), j.get(), 8, MPFR_RNDN);
-  int octant = static_cast<int>(mpfr_get_si(rem.get(), MPFR_RNDN));
-  mpfr_mul(rem.get(), j.get(), pi04.get(), MPFR_RNDN);
-  mpfr_sub(e.reduced.get(), ax.get(), rem.get(), MPFR_RNDN);
+  if (selector & 1) mpfr_sub(ax.get(), ax.get(), pi04.get(), MPFR_RNDN);
+  long n = 0;
+  mpfr_remquo(e.reduced.get(), &n, ax.get(), pi02.get(), MPFR_RNDN);
+  e.octant = static_cast<int>((2 * n + (selector & 1)) & 7);
   if (std::signbit(x)) {
     mpfr_neg(e.reduced.get(), e.reduced.get(), MPFR_RNDN);
-    octant = (8 - octant) & 7;
+    e.octant = (8 - e.octant) & 7;
   }
-  e.octant = octant;
 }
 
 // |hi + lo - exact| in units of 2^-110 |exact|, with an absolute floor of 2^-139.
