@@ -283,22 +283,13 @@ TEST_F(ErrorPath, LogarithmCallbacksReplacePoleResults) {
   }
 }
 
-// The four element types: how to build an element and read its real part.
+// The four element types: how to build an element from its parts.
 template <class E>
 E Make(double re, double im) {
   if constexpr (std::is_floating_point_v<E>) {
     return static_cast<E>(re);
   } else {
     return {static_cast<decltype(E::re)>(re), static_cast<decltype(E::re)>(im)};
-  }
-}
-
-template <class E>
-double Re(E x) {
-  if constexpr (std::is_floating_point_v<E>) {
-    return x;
-  } else {
-    return x.re;
   }
 }
 
@@ -310,7 +301,7 @@ TYPED_TEST_SUITE(ErrorPathTyped, ElementTypes);
 TYPED_TEST(ErrorPathTyped, RecordWidensAndStoreRounds) {
   const TypeParam a[2] = {Make<TypeParam>(0, 0), Make<TypeParam>(0.25, -1.5)};
   const TypeParam b[2] = {Make<TypeParam>(0, 0), Make<TypeParam>(3, 4)};
-  TypeParam r1[2] = {Make<TypeParam>(0, 0), Make<TypeParam>(1e30, -0.0)};
+  TypeParam r1[2] = {Make<TypeParam>(0, 0), Make<TypeParam>(0x1p100, -0.0)};
   TypeParam r2[2] = {Make<TypeParam>(0, 0), Make<TypeParam>(-7, 8)};
   // A callback that only inspects leaves the results as they were, bit for bit.
   this->Arrange(0x1000, Scripted);
@@ -328,9 +319,9 @@ TYPED_TEST(ErrorPathTyped, RecordWidensAndStoreRounds) {
   oxl::vek::Error(vek_status_domain, 1, a, b, r1, r2, "vxTest");
 
   const auto& seen = script.seen;
-  EXPECT_EQ(seen.arg1, Re(a[1]));
-  EXPECT_EQ(seen.arg2, Re(b[1]));
-  EXPECT_EQ(seen.res1, Re(Make<TypeParam>(1e30, 0)));
+  EXPECT_EQ(seen.arg1, 0.25);
+  EXPECT_EQ(seen.arg2, 3);
+  EXPECT_EQ(seen.res1, 0x1p100);
   EXPECT_EQ(seen.res2, -7);
   if constexpr (!std::is_floating_point_v<TypeParam>) {
     EXPECT_EQ(seen.arg1_im, -1.5);

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <limits>
 #include <random>
-#include <string>
 
 #include "oxl/vek_kernels.h"
 #include "support/mp.h"
