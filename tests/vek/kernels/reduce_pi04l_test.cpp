@@ -34,7 +34,8 @@ void Reduce(LD x, int selector, Exact& e) {
   if (selector & 1) mpfr_sub(ax.get(), ax.get(), pi04.get(), MPFR_RNDN);
   long n = 0;
   mpfr_remquo(e.reduced.get(), &n, ax.get(), pi02.get(), MPFR_RNDN);
-  e.octant = static_cast<int>((2 * n + (selector & 1)) & 7);
+  // The quotient's low bits, which is all the count mod 8 needs, in unsigned arithmetic.
+  e.octant = static_cast<int>((2 * static_cast<unsigned long>(n) + (selector & 1)) & 7);
   if (std::signbit(x)) {
     mpfr_neg(e.reduced.get(), e.reduced.get(), MPFR_RNDN);
     e.octant = (8 - e.octant) & 7;
