@@ -380,16 +380,6 @@ TEST(WeightedMedian, Rows) {
     EXPECT_DOUBLE_EQ(out[0], r.want) << r.q;
     EXPECT_DOUBLE_EQ(out[1], 2 * r.want) << r.q;
     __vrsSSDeleteTask(&task);
-    // The float twin in rows.
-    storage = STORAGE_ROWS;
-    std::vector<float> xf(r.x.begin(), r.x.end()), wf(r.w.begin(), r.w.end()), qf = {float(r.q)};
-    std::vector<float> outf(1);
-    p = 1;
-    __vrssSSNewTask(&task, &p, &n, &storage, xf.data(), wf.data(), nullptr, 1);
-    __vrssSSEditQuantiles(task, &count, qf.data(), outf.data(), nullptr, nullptr);
-    EXPECT_EQ(_vrssSSWMedian(task, 0, 0, nullptr), 0);
-    EXPECT_FLOAT_EQ(outf[0], float(r.want));
-    __vrsSSDeleteTask(&task);
   }
 }
 
