@@ -324,17 +324,6 @@ TEST(OrderStats, Statuses) {
   }
 }
 
-// One observation: every quantile is that observation.
-TEST(Quantiles, OneObservation) {
-  Problem<double> one(2, 1, STORAGE_ROWS);
-  one.x = {3.5, -1.0};
-  int64_t count = 3, order_storage = STORAGE_ROWS;
-  std::vector<double> orders = {0.0, 0.3, 1.0}, q(6), stats(2);
-  __vrsdSSEditQuantiles(one.task, &count, orders.data(), q.data(), stats.data(), &order_storage);
-  ASSERT_EQ(_vrsdSSQuantiles(one.task, EST_QUANTILES, METHOD_SUMS, nullptr), 0);
-  EXPECT_EQ(q, (std::vector<double>{3.5, 3.5, 3.5, -1.0, -1.0, -1.0}));
-}
-
 // The sort under the weighted median: keys ascending, each with its own mapped value.
 TEST(WeightedMedian, MapSortMovesTheMapWithTheKeys) {
   std::mt19937_64 rng(9);
