@@ -155,6 +155,17 @@ struct RandomSpline {
                    : x[i];
   }
 
+  // The piece that holds s, the end pieces going on outside.
+  int64_t PieceAt(long double s) const {
+    const int64_t p = std::upper_bound(walls.begin(), walls.end(), s) - walls.begin() - 1;
+    return std::clamp<int64_t>(p, 0, std::ssize(walls) - 2);
+  }
+
+  // Derivative d at s of function f, by its pieces.
+  double At(int64_t f, double s, int d) const {
+    return static_cast<double>(Piece(f, PieceAt(s), s, d));
+  }
+
   // Derivative d at s of the polynomial of function f on piece p, continued past its walls.
   long double Piece(int64_t f, int64_t p, long double s, int d) const {
     const double* c = coeff.data() + (f * (std::ssize(walls) - 1) + p) * kind.order;

@@ -1,7 +1,6 @@
-// Interpolation against scipy/numpy reference data and against direct evaluation of the cell
-// polynomials in every layout; integration of every spline kind against a piece-by-piece
-// Gauss-Legendre oracle in long double; the sign and limit rules, hints, callbacks, look-up and
-// step kinds, blocks and threads, statuses.
+// Interpolation of every kind against direct evaluation of its pieces in every layout; integration
+// of every spline kind against a piece-by-piece Gauss-Legendre oracle in long double; the sign and
+// limit rules, hints, callbacks, look-up and step kinds, blocks and threads, statuses.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -20,93 +19,63 @@ namespace {
 using namespace oxl::test;
 using Ld = long double;
 
-// The linear, standard quadratic and two Subbotin cases of tests/df/data/splines.txt (made by
-// make_df_data.py): roles 0 knots, 1 values, 2 sites, 3-5 value and derivatives, 6 conditions.
-TEST(DfInterpolate, AgreesWithScipyAndNumpy) {
-  auto ref = LoadCases("splines.txt");
-  ASSERT_EQ(ref.size(), 4u);
-  struct Case {
-    int64_t order, type, bc;
-  };
-  const Case cases[4] = {{2, 0, 0},
-                         {3, 0, BC_QUADRATIC_VALUE},
-                         {3, 1, BC_LEFT_FIRST | BC_RIGHT_FIRST},
-                         {3, 1, BC_LEFT_SECOND | BC_RIGHT_SECOND}};
-  for (int c = 0; c < 4; ++c) {
-    auto& r = ref[c];
-    const std::vector<double>&x = r[0], &sites = r[2];
-    const int64_t n = static_cast<int64_t>(x.size()), ns = static_cast<int64_t>(sites.size());
-    TaskHolder t;
-    ASSERT_EQ(NewTask(t, n, x.data(), 0, 1, r[1].data()), 0);
-    std::vector<double> coeff(3 * n);
-    const bool sub = cases[c].type == 1;
-    ASSERT_EQ(EditSpline(t.task, coeff.data(), cases[c].order, cases[c].type, cases[c].bc,
-                         r[6].data(), sub ? IC_SUBGRID : 0, sub ? r[6].data() + 2 : nullptr),
-              0);
-    ASSERT_EQ(Construct<double>(t.task), 0);
-    const int derivs = c == 0 ? 1 : 3;
-    const int32_t dorder[3] = {1, 1, 1};
-    std::vector<double> out(ns * derivs);
-    ASSERT_EQ(Interpolate(t.task, ns, sites.data(), derivs, dorder, out.data()), 0);
-    for (int64_t i = 0; i < ns; ++i) {
-      for (int d = 0; d < derivs; ++d) {
-        const double want = r[3 + d][i];
-        ASSERT_NEAR(out[i * derivs + d], want, 1e-9 * (1 + std::fabs(want)))
-            << "case " << c << " site " << sites[i] << " derivative " << d;
-      }
-    }
-  }
-}
-
-// A cubic with arbitrary coefficients, two functions on 40 knots, against direct evaluation of
-// the cell polynomials (sites outside follow the end polynomials).
+// A cubic with arbitrary coefficients, two functions on 40 knots.
 struct CubicFixture : RandomSpline {
   CubicFixture() : RandomSpline(kCubic, false, 4, 40) {}
-  double Direct(int64_t f, double s, int d) const {
-    return static_cast<double>(Piece(f, std::clamp<int64_t>(BruteCell(x, s) - 1, 0, n - 2), s, d));
-  }
 };
 
-TEST(DfInterpolate, CubicLayoutsAndDerivatives) {
-  CubicFixture fx;
-  const int64_t fc = fx.fc;
-  std::vector<double> sites;
-  for (int i = 0; i < 600; ++i) sites.push_back(-1.0 + 0.025 * i);
-  const int64_t ns = static_cast<int64_t>(sites.size());
+// Every polynomial kind (Subbotin's walls at its subgrid) on uneven and even knots, every layout
+// and choice of derivatives, sites given or evenly spaced between two ends, against direct
+// evaluation of the pieces; sites outside follow the end pieces.
+TEST(DfInterpolate, EveryKindLayoutAndDerivative) {
   const std::vector<std::vector<int64_t>> orders = {
       {}, {0, 0}, {1, 0, 1}, {0, 1, 1, 1}, {1, 1, 1, 1, 1}};
-  for (const auto& dorder : orders) {
-    std::vector<int> which;
-    for (size_t j = 0; j < dorder.size(); ++j) {
-      if (dorder[j] != 0) which.push_back(static_cast<int>(j));
-    }
-    if (which.empty()) which.push_back(0);
-    const int64_t nr = static_cast<int64_t>(which.size()), nd = std::ssize(dorder);
-    for (int64_t hint : {0, 16, 32, 128, 256, 512}) {
-      std::vector<double> out(ns * nr * fc, -1.0);
-      ASSERT_EQ(Interpolate(fx.t.task, ns, sites.data(), nd, dorder.data(), out.data(), hint), 0);
-      for (int64_t f = 0; f < fc; ++f) {
-        for (int64_t i = 0; i < ns; ++i) {
-          for (int64_t k = 0; k < nr; ++k) {
-            const int64_t at = hint == 32    ? (f * nr + k) * ns + i
-                               : hint == 256 ? (i * fc + f) * nr + k
-                               : hint == 512 ? (i * nr + k) * fc + f
-                                             : (f * ns + i) * nr + k;
-            const int d = which[k];
-            const double want = fx.Direct(f, sites[i], d);
-            ASSERT_NEAR(out[at], want, 1e-12 * (1 + std::fabs(want)))
-                << "hint " << hint << " f " << f << " site " << sites[i] << " d " << d;
+  for (const Kind& kind : kKinds) {
+    if (kind.order == 0) continue;  // the step kinds: below
+    for (bool uniform : {false, true}) {
+      const RandomSpline s(kind, uniform, 4, 40);
+      // Evenly spaced sites, formed as the library expands the two ends of SITES_UNIFORM.
+      const int64_t fc = s.fc, ns = 600;
+      const double ends[2] = {s.ends[0] - 1, s.ends[1] + 1}, step = (ends[1] - ends[0]) / (ns - 1);
+      std::vector<double> sites(ns);
+      for (int64_t i = 0; i < ns; ++i) sites[i] = std::fma(static_cast<double>(i), step, ends[0]);
+      for (const auto& dorder : orders) {
+        std::vector<int> which;
+        for (size_t j = 0; j < dorder.size(); ++j) {
+          if (dorder[j] != 0) which.push_back(static_cast<int>(j));
+        }
+        if (which.empty()) which.push_back(0);
+        const int64_t nr = static_cast<int64_t>(which.size()), nd = std::ssize(dorder);
+        for (int64_t hint : {0, 16, 32, 128, 256, 512}) {
+          std::vector<double> out(ns * nr * fc, -1.0);
+          ASSERT_EQ(Interpolate(s.t.task, ns, hint == 0 ? ends : sites.data(), nd, dorder.data(),
+                                out.data(), hint, nullptr, hint == 0 ? SITES_UNIFORM : 0),
+                    0);
+          for (int64_t f = 0; f < fc; ++f) {
+            for (int64_t i = 0; i < ns; ++i) {
+              for (int64_t k = 0; k < nr; ++k) {
+                const int64_t at = hint == 32    ? (f * nr + k) * ns + i
+                                   : hint == 256 ? (i * fc + f) * nr + k
+                                   : hint == 512 ? (i * nr + k) * fc + f
+                                                 : (f * ns + i) * nr + k;
+                const double want = s.At(f, sites[i], which[k]);
+                ASSERT_NEAR(out[at], want, 1e-12 * (1 + std::fabs(want)))
+                    << kind.name << (uniform ? " uniform" : "") << " hint " << hint << " f " << f
+                    << " site " << sites[i] << " d " << which[k];
+              }
+            }
           }
         }
       }
     }
   }
+  CubicFixture fx;
   std::vector<double> out(10);
   const int64_t one[1] = {1};
-  EXPECT_EQ(Interpolate(fx.t.task, 1, sites.data(), 1, one, out.data(), 64),
+  EXPECT_EQ(Interpolate(fx.t.task, 1, out.data(), 1, one, out.data(), 64),
             DF_STATUS_BAD_INTERPOLATE_RESULT_HINT);
   fx.t->spline_type = 1;
-  EXPECT_EQ(Interpolate(fx.t.task, 1, sites.data(), 1, one, out.data(), 16), DF_STATUS_BAD_TYPE);
+  EXPECT_EQ(Interpolate(fx.t.task, 1, out.data(), 1, one, out.data(), 16), DF_STATUS_BAD_TYPE);
 }
 
 // Threads: the parallel path above 4096 sites gives the same bits as the serial one, in a
@@ -177,8 +146,8 @@ TEST(DfInterpolate, CallbacksByGroup) {
   EXPECT_EQ(out[0], 998.0);
   EXPECT_EQ(out[ns + 3], 1998.5);
   EXPECT_EQ(out[5], 1200.0);
-  EXPECT_NEAR(out[1], fx.Direct(0, 1.0, 0), 1e-12);
-  EXPECT_NEAR(out[ns + 4], fx.Direct(1, 2.5, 0), 1e-12);
+  EXPECT_NEAR(out[1], fx.At(0, 1.0, 0), 1e-12);
+  EXPECT_NEAR(out[ns + 4], fx.At(1, 2.5, 0), 1e-12);
   EXPECT_EQ(call(nullptr, &Fail), -77);
 }
 
@@ -293,35 +262,6 @@ TEST(DfInterpolate, StepAndLookUpKinds) {
   EXPECT_EQ(Interpolate(t.task, 1, off, 2, d01, out.data()), DF_STATUS_LOOKUP_DERIVATIVE);
 }
 
-// A linear spline on a uniform partition at uniform sites, in double and in single precision.
-template <class T>
-std::vector<T> UniformLinear(const std::vector<double>& values) {
-  const int64_t n = std::ssize(values);
-  const std::vector<T> y(values.begin(), values.end()), ends = {-1, 1};
-  std::vector<T> coeff(2 * (n - 1)), out(2 * n - 1);
-  TaskHolder t;
-  const int32_t one[1] = {1};
-  EXPECT_EQ(NewTask(t, n, ends.data(), PARTITION_UNIFORM, 1, y.data()), 0);
-  EXPECT_EQ(EditSpline(t.task, coeff.data(), 2, 0), 0);
-  EXPECT_EQ(Construct<T>(t.task), 0);
-  EXPECT_EQ(
-      Interpolate(t.task, 2 * n - 1, ends.data(), 1, one, out.data(), 0, nullptr, SITES_UNIFORM),
-      0);
-  return out;
-}
-
-TEST(DfInterpolate, UniformPartitionAndSites) {
-  std::vector<double> y(101);
-  for (int64_t i = 0; i < 101; ++i) y[i] = std::exp(-0.02 * i);
-  const std::vector<double> out = UniformLinear<double>(y);
-  const std::vector<float> fout = UniformLinear<float>(y);
-  for (int64_t i = 0; i < 201; ++i) {
-    const double want = i % 2 == 0 ? y[i / 2] : 0.5 * (y[i / 2] + y[i / 2 + 1]);
-    ASSERT_NEAR(out[i], want, 1e-14) << i;
-    ASSERT_NEAR(fout[i], out[i], 1e-6) << i;
-  }
-}
-
 // The integral over [a, b] of a function that is one polynomial (or constant) between
 // consecutive breakpoints, the end pieces going on outside: 3-point Gauss-Legendre per piece,
 // exact for degree 5. value(s, m) is the function at s of the piece that holds m.
@@ -344,12 +284,6 @@ Ld Oracle(const std::vector<Ld>& breaks, Ld a, Ld b, const std::function<Ld(Ld, 
   return sign * sum;
 }
 
-// The index of the piece holding m among walls w[0..k], end pieces extended: 0 .. k-1.
-int64_t PieceOf(const std::vector<Ld>& w, Ld m) {
-  int64_t p = std::upper_bound(w.begin(), w.end(), m) - w.begin() - 1;
-  return std::clamp<int64_t>(p, 0, static_cast<int64_t>(w.size()) - 2);
-}
-
 // The exact integral of the spline's function f over [a, b].
 Ld Exact(const RandomSpline& s, int64_t f, double a, double b) {
   const std::vector<Ld>& w = s.walls;
@@ -360,11 +294,11 @@ Ld Exact(const RandomSpline& s, int64_t f, double a, double b) {
     return Oracle(w, a, b, [&](Ld, Ld m) -> Ld {
       if (m < w[0]) return s.y[f * n];
       if (m > w[n - 1]) return s.y[f * n + n - 1];
-      const int64_t i = PieceOf(w, m);
+      const int64_t i = s.PieceAt(m);
       return s.y[f * n + (s.kind.type == 8 ? i + 1 : i)];
     });
   }
-  return Oracle(w, a, b, [&](Ld v, Ld m) { return s.Piece(f, PieceOf(w, m), v, 0); });
+  return Oracle(w, a, b, [&](Ld v, Ld m) { return s.Piece(f, s.PieceAt(m), v, 0); });
 }
 
 // Limit pairs of every kind: random, both outside, one cell, neighbouring cells, at knots, equal.
@@ -478,7 +412,9 @@ int32_t OwnCells(int64_t* n, const double* sites, void* cells, int32_t* flags, v
   return 1000;
 }
 
-// Every way of finding the cells gives the same integrals.
+// Limits given by their ends, a peak hint on both sides and a search callback give the integrals
+// of the default search (the sorted and quasi-uniform methods run through the same frame, and the
+// search tests check their cells).
 TEST(DfIntegrate, LimitHintsAndSearchMethods) {
   RandomSpline s(kCubic, false, 7);
   const int64_t np = 300;
@@ -497,9 +433,6 @@ TEST(DfIntegrate, LimitHintsAndSearchMethods) {
                          SITES_UNIFORM);
       },
       [&] {
-        return Integrate(s.t.task, np, l.data(), r.data(), got.data(), 0, nullptr, SITES_SORTED);
-      },
-      [&] {
         return oxl_df_kernel_dDFIntegrate1D(s.t.task, 0, np, l.data(), 0, r.data(), 0, peak, peak,
                                             got.data(), 0, nullptr, nullptr, nullptr, nullptr,
                                             nullptr, nullptr, nullptr, nullptr, nullptr);
@@ -508,10 +441,6 @@ TEST(DfIntegrate, LimitHintsAndSearchMethods) {
         return oxl_df_kernel_dDFIntegrate1D(s.t.task, 0, np, l.data(), 0, r.data(), 0, nullptr,
                                             nullptr, got.data(), 0, nullptr, nullptr, nullptr,
                                             nullptr, nullptr, nullptr, &OwnCells, &s.x, nullptr);
-      },
-      [&] {
-        s.t->partition_hint = PARTITION_QUASIUNIFORM;
-        return Integrate(s.t.task, np, l.data(), r.data(), got.data());
       },
   };
   for (const auto& way : ways) {

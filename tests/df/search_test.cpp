@@ -148,25 +148,15 @@ void HybridOnEveryTarget() {
   std::vector<T> shuffled = x;  // out of order
   std::shuffle(shuffled.begin() + n / 2, shuffled.end(), rng);
   std::vector<int64_t> first_bad;
+  const T scale = oxl::df::BinScale<T>(t.task);
   ForEachTarget([&](const std::string&) {
     for (int32_t form : {oxl::df::kForm32, oxl::df::kForm64, oxl::df::kForm64Pack}) {
       std::vector<int64_t> c64(ns);
       std::vector<int32_t> c32(ns);
       void* out = form == oxl::df::kForm32 ? static_cast<void*>(c32.data()) : c64.data();
-      const oxl::df::SearchSpan<T> span{n,
-                                        x.data(),
-                                        ns,
-                                        sites.data(),
-                                        nullptr,
-                                        nullptr,
-                                        t->bin_count,
-                                        t->search_table,
-                                        out,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        oxl::df::BinScale<T>(t.task)};
+      const oxl::df::SearchSpan<T> span{
+          n,   x.data(), ns,      sites.data(), nullptr, nullptr, t->bin_count, t->search_table,
+          out, nullptr,  nullptr, nullptr,      nullptr, scale};
       ASSERT_EQ(oxl::df::SearchKernelFor<T>(oxl::df::kHybrid, form)(span), 0);
       if (form == oxl::df::kForm32) std::copy(c32.begin(), c32.end(), c64.begin());
       for (int64_t i = 0; i < ns - 1; ++i) ASSERT_EQ(c64[i], want[i]) << sites[i];

@@ -53,19 +53,9 @@ TEST(DfTask, CreationChecksInOrder) {
   EXPECT_EQ(t->dimension, 1);
 }
 
-// Every bin's window [lower, upper] brackets the knots of that bin: a site s in bin b has
-// x[lower] <= s < x[upper].
-void ExpectTableBrackets(const df_task* task, const std::vector<double>& x) {
-  const int64_t* table = task->search_table;
-  for (int64_t b = 0; b <= task->bin_count; ++b) EXPECT_LE(table[2 * b], table[2 * b + 1]) << b;
-  for (double s = x.front(); s < x.back(); s += (x.back() - x.front()) / 997) {
-    const auto b = static_cast<int64_t>(task->bin_scale.d * (s - x[0]));
-    EXPECT_LE(x[table[2 * b]], s);
-    EXPECT_GT(x[table[2 * b + 1]], s);
-  }
-}
-
-TEST(DfTask, SearchTableBinCountsAndWindows) {
+// The bin count grows with the knots to a cap of 1024; the windows themselves serve the search,
+// whose tests check every cell.
+TEST(DfTask, SearchTableBinCounts) {
   const int64_t sizes[][2] = {{2, 16},       {271, 16},     {272, 17},    {5000, 312},
                               {16383, 1023}, {16384, 1024}, {40000, 1024}};
   for (const auto& s : sizes) {
@@ -73,7 +63,6 @@ TEST(DfTask, SearchTableBinCountsAndWindows) {
     TaskHolder t;
     ASSERT_EQ(NewTask(t, s[0], x.data()), 0);
     EXPECT_EQ(t->bin_count, s[1]) << s[0];
-    ExpectTableBrackets(t.task, x);
   }
   std::vector<float> xf(300);
   for (size_t i = 0; i < xf.size(); ++i) xf[i] = static_cast<float>(i);
@@ -81,27 +70,6 @@ TEST(DfTask, SearchTableBinCountsAndWindows) {
   ASSERT_EQ(NewTask(t, 300, xf.data()), 0);
   EXPECT_EQ(t->bin_count, 18);
   EXPECT_FLOAT_EQ(t->bin_scale.s, 18.0f / 299.0f);
-}
-
-// A uniform partition is two reals: no edit builds the table from them. Hint 1 leaves the table
-// unfilled (the hybrid search then takes the whole partition as one bin); once a whole partition
-// comes, hint 1 builds the table.
-TEST(DfTask, UniformTableIsNeverBuiltFromTheTwoEnds) {
-  const std::vector<double> ends = {0.0, 399.0};  // on the heap, exactly two: ASan watches
-  TaskHolder t;
-  ASSERT_EQ(NewTask(t, 400, ends.data(), PARTITION_UNIFORM, 0, nullptr, 0, 1), 0);
-  ASSERT_NE(t->search_table, nullptr);
-  for (int64_t hint :
-       {PARTITION_NO_HINT, PARTITION_QUASIUNIFORM, PARTITION_UNIFORM, PARTITION_NONUNIFORM}) {
-    EXPECT_EQ(oxl_df_kernel_iEditVal(t.task, VAL_PARTITION_HINT, hint), 0);
-    EXPECT_EQ(t->bin_count, 0);
-  }
-  const std::vector<double> x = Knots(400);
-  ASSERT_EQ(oxl_df_kernel_dEditPtr(t.task, PTR_PARTITION, x.data()), 0);
-  EXPECT_EQ(t->bin_count, 0);
-  EXPECT_EQ(oxl_df_kernel_iEditVal(t.task, VAL_PARTITION_HINT, PARTITION_NONUNIFORM), 0);
-  EXPECT_EQ(t->bin_count, 25);
-  ExpectTableBrackets(t.task, x);
 }
 
 // The editors and queries: tables of calls and their statuses, in order on one task.

@@ -48,22 +48,19 @@ void ApplyPartial(const Args*... in, T* out, size_t n) {
   }
 }
 
-template <typename T, size_t kEntries>
-void LookupArray(const T* table, const oxl::simd::BitsOf<T>* index, T* out, size_t n) {
+// Lookups through a register table of kEntries of T, or of 16 floats widened to T.
+template <typename T, size_t kEntries, bool kFloats = false>
+void LookupArray(const std::conditional_t<kFloats, float, T>* table,
+                 const oxl::simd::BitsOf<T>* index, T* out, size_t n) {
   const hn::ScalableTag<T> d;
   const hn::RebindToUnsigned<decltype(d)> du;
-  const auto t = ox::LoadTable<kEntries>(d, table);
-  for (size_t i = 0; i < n; i += hn::Lanes(d)) {
-    const size_t count = n - i;
-    ox::StorePartial(d, ox::Lookup(d, t, ox::LoadPartial(du, index + i, count)), out + i, count);
-  }
-}
-
-template <typename T>
-void FloatLookupArray(const float* table, const oxl::simd::BitsOf<T>* index, T* out, size_t n) {
-  const hn::ScalableTag<T> d;
-  const hn::RebindToUnsigned<decltype(d)> du;
-  const auto t = ox::LoadFloatTable(d, table);
+  const auto t = [&] {
+    if constexpr (kFloats) {
+      return ox::LoadFloatTable(d, table);
+    } else {
+      return ox::LoadTable<kEntries>(d, table);
+    }
+  }();
   for (size_t i = 0; i < n; i += hn::Lanes(d)) {
     const size_t count = n - i;
     ox::StorePartial(d, ox::Lookup(d, t, ox::LoadPartial(du, index + i, count)), out + i, count);
@@ -157,7 +154,7 @@ HelperTable<T> MakeTable() {
   if constexpr (sizeof(T) == 8) t.lookups.push_back({8, &LookupArray<T, 8>});
   t.lookups.push_back({16, &LookupArray<T, 16>});
   t.lookups.push_back({32, &LookupArray<T, 32>});
-  t.float_lookup = &FloatLookupArray<T>;
+  t.float_lookup = &LookupArray<T, 16, true>;
   t.partial = &Partial<T>;
   return t;
 }

@@ -168,41 +168,31 @@ TYPED_TEST(SimdHelpers, FusedMultiplyAddMatchesDefinition) {
 
 #ifndef OXL_SIMD_LONG_SWEEP
 
-TYPED_TEST(SimdHelpers, LookupReadsTheLowIndexBits) {
+// Register tables against plain indexing, by the low index bits: tables of T moving bits (NaN
+// payloads included), and tables of floats widened exactly (AVX2 reads double lanes with float
+// permutes, the others as a register table).
+TYPED_TEST(SimdHelpers, LookupsReadTheLowIndexBits) {
   using T = TypeParam;
   alignas(64) std::array<T, 32> table;
-  // Random patterns, NaN payloads included: a lookup must move bits, not values.
   const auto entries = RandomBits<T>(table.size(), 13);
   std::copy(entries.begin(), entries.end(), table.begin());
+  alignas(64) std::array<float, 16> floats;
   std::mt19937_64 rng(14);
+  for (auto& v : floats) v = std::ldexp(float(rng() % 1000000) + 1, int(rng() % 60) - 40);
   std::vector<BitsOf<T>> index(1000);
   for (auto& i : index) i = static_cast<BitsOf<T>>(rng());
+  std::vector<T> got(index.size());
   ForEachTarget([&](const std::string& target) {
     for (const auto& lookup : Helpers<T>().lookups) {
-      std::vector<T> got(index.size());
       lookup.vec(table.data(), index.data(), got.data(), index.size());
       for (size_t i = 0; i < index.size(); ++i) {
         ASSERT_EQ(ToBits(got[i]), ToBits(table[index[i] % lookup.entries]))
             << target << " table of " << lookup.entries << ", index " << index[i];
       }
     }
-  });
-}
-
-// Tables of floats read into lanes of either type: the entries widened exactly, by the low four
-// index bits (AVX2 reads double lanes with float permutes, the others as a register table).
-TYPED_TEST(SimdHelpers, FloatTablesWidenTheirEntries) {
-  using T = TypeParam;
-  alignas(64) std::array<float, 16> table;
-  std::mt19937_64 rng(15);
-  for (auto& v : table) v = std::ldexp(float(rng() % 1000000) + 1, int(rng() % 60) - 40);
-  std::vector<BitsOf<T>> index(1000);
-  for (auto& i : index) i = static_cast<BitsOf<T>>(rng());
-  ForEachTarget([&](const std::string& target) {
-    std::vector<T> got(index.size());
-    Helpers<T>().float_lookup(table.data(), index.data(), got.data(), index.size());
+    Helpers<T>().float_lookup(floats.data(), index.data(), got.data(), index.size());
     for (size_t i = 0; i < index.size(); ++i) {
-      ASSERT_EQ(got[i], static_cast<T>(table[index[i] % 16])) << target << ", index " << index[i];
+      ASSERT_EQ(got[i], static_cast<T>(floats[index[i] % 16])) << target << ", index " << index[i];
     }
   });
 }
@@ -242,9 +232,13 @@ class GuardedPage {
 
 TYPED_TEST(SimdHelpers, PartialLoadAndStoreStayInsideTheCount) {
   using T = TypeParam;
+  size_t wider = SIZE_MAX;
   ForEachTarget([&](const std::string& target) {
     const auto& helpers = Helpers<T>();
     const size_t lanes = helpers.lanes;
+    // Dispatch runs the code of the target pinned: each target, best first, has fewer lanes.
+    ASSERT_LT(lanes, wider) << target;
+    wider = lanes;
     for (size_t count = 0; count <= lanes + 1; ++count) {
       SCOPED_TRACE("count " + std::to_string(count));
       // A count beyond the lanes loads a whole vector, which must then exist.

@@ -324,17 +324,6 @@ TEST(OrderStats, Statuses) {
   }
 }
 
-// One observation: every quantile is that observation.
-TEST(Quantiles, OneObservation) {
-  Problem<double> one(2, 1, STORAGE_ROWS);
-  one.x = {3.5, -1.0};
-  int64_t count = 3, order_storage = STORAGE_ROWS;
-  std::vector<double> orders = {0.0, 0.3, 1.0}, q(6), stats(2);
-  __vrsdSSEditQuantiles(one.task, &count, orders.data(), q.data(), stats.data(), &order_storage);
-  ASSERT_EQ(_vrsdSSQuantiles(one.task, EST_QUANTILES, METHOD_SUMS, nullptr), 0);
-  EXPECT_EQ(q, (std::vector<double>{3.5, 3.5, 3.5, -1.0, -1.0, -1.0}));
-}
-
 // The sort under the weighted median: keys ascending, each with its own mapped value.
 TEST(WeightedMedian, MapSortMovesTheMapWithTheKeys) {
   std::mt19937_64 rng(9);
@@ -379,16 +368,6 @@ TEST(WeightedMedian, Rows) {
     EXPECT_EQ(_vrsdSSWMedian(task, 0, 0, nullptr), 0);
     EXPECT_DOUBLE_EQ(out[0], r.want) << r.q;
     EXPECT_DOUBLE_EQ(out[1], 2 * r.want) << r.q;
-    __vrsSSDeleteTask(&task);
-    // The float twin in rows.
-    storage = STORAGE_ROWS;
-    std::vector<float> xf(r.x.begin(), r.x.end()), wf(r.w.begin(), r.w.end()), qf = {float(r.q)};
-    std::vector<float> outf(1);
-    p = 1;
-    __vrssSSNewTask(&task, &p, &n, &storage, xf.data(), wf.data(), nullptr, 1);
-    __vrssSSEditQuantiles(task, &count, qf.data(), outf.data(), nullptr, nullptr);
-    EXPECT_EQ(_vrssSSWMedian(task, 0, 0, nullptr), 0);
-    EXPECT_FLOAT_EQ(outf[0], float(r.want));
     __vrsSSDeleteTask(&task);
   }
 }

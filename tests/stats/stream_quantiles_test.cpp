@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "oxl/ss.h"
+#include "stats/stats_fixture.h"
 #include "support/failing_allocator.h"
 #include "support/fake_threads.h"
 
@@ -29,15 +30,10 @@ struct Stream {
         orders(std::move(orders_)),
         quantiles(p * count, T(-99)),
         params{epsilon} {
-    if constexpr (sizeof(T) == 8) {
-      __vrsdSSNewTask(&task, &p, &n, &storage, x.data(), nullptr, nullptr, 1);
-      __vrsdSSEditStreamQuantiles(task, &count, orders.data(), quantiles.data(), &param_count,
-                                  params.data());
-    } else {
-      __vrssSSNewTask(&task, &p, &n, &storage, x.data(), nullptr, nullptr, 1);
-      __vrssSSEditStreamQuantiles(task, &count, orders.data(), quantiles.data(), &param_count,
-                                  params.data());
-    }
+    oxl::test::Pick<T>(__vrsdSSNewTask, __vrssSSNewTask)(&task, &p, &n, &storage, x.data(), nullptr,
+                                                         nullptr, 1);
+    oxl::test::Pick<T>(__vrsdSSEditStreamQuantiles, __vrssSSEditStreamQuantiles)(
+        task, &count, orders.data(), quantiles.data(), &param_count, params.data());
   }
   ~Stream() { __vrsSSDeleteTask(&task); }
   // Observations [from, from + n) of each dimension's series, then the call.
@@ -48,8 +44,8 @@ struct Stream {
         x[storage == STORAGE_ROWS ? d * n + j : j * p + d] = series[d][from + j];
       }
     }
-    return sizeof(T) == 8 ? _vrsdSSStreamQuantiles(task, 0, method, services)
-                          : _vrssSSStreamQuantiles(task, 0, method, services);
+    return oxl::test::Pick<T>(_vrsdSSStreamQuantiles, _vrssSSStreamQuantiles)(task, 0, method,
+                                                                              services);
   }
 };
 

@@ -22,13 +22,6 @@ std::vector<T> CoreSpecialValues();
 template <class T>
 std::vector<T> PowersOfTwo();
 
-// A value at which a kernel changes its course, named for reports.
-template <class T>
-struct Threshold {
-  const char* name;
-  T value;
-};
-
 // A value and its neighbours up to `ulps` representable values away on each side, increasing.
 template <class T>
 std::vector<T> AroundThreshold(T value, int ulps);

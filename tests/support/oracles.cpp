@@ -3,32 +3,6 @@
 #include "support/oracles_erfc.h"
 
 namespace oxl::test::oracle {
-namespace {
-
-// scale * x + shift, rounded once at the precision of `r`: the product of two doubles is exact at
-// kWorkBits. A zero scale means the term is absent, whatever x is.
-void ScaledShifted(mpfr_ptr r, double scale, mpfr_srcptr x, double shift) {
-  if (scale == 0) {
-    mpfr_set_d(r, shift, MPFR_RNDN);
-    return;
-  }
-  mpfr_mul_d(r, x, scale, MPFR_RNDN);
-  mpfr_add_d(r, r, shift, MPFR_RNDN);
-}
-
-}  // namespace
-
-RealFn2 LinearFrac(double scalea, double shifta, double scaleb, double shiftb) {
-  return [=](mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) {
-    Scratch s;
-    mpfr_ptr num = s.Real();
-    mpfr_ptr den = s.Real();
-    ScaledShifted(num, scalea, a, shifta);
-    ScaledShifted(den, scaleb, b, shiftb);
-    mpfr_div(r, num, den, MPFR_RNDN);
-  };
-}
-
 void Pow2o3(mpfr_ptr r, mpfr_srcptr a) {
   Scratch s;
   mpfr_ptr square = s.Real();  // exact

@@ -30,9 +30,6 @@ inline void Sub(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) { mpfr_sub(r, a, b, MP
 inline void Mul(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) { mpfr_mul(r, a, b, MPFR_RNDN); }
 inline void Sqr(mpfr_ptr r, mpfr_srcptr a) { mpfr_sqr(r, a, MPFR_RNDN); }
 inline void Abs(mpfr_ptr r, mpfr_srcptr a) { mpfr_abs(r, a, MPFR_RNDN); }
-// (scalea * a + shifta) / (scaleb * b + shiftb). A zero scale leaves its argument unread, so a
-// NaN there does not reach the result; a NaN scale is not zero.
-RealFn2 LinearFrac(double scalea, double shifta, double scaleb, double shiftb);
 
 // Exponential family.
 inline void Exp(mpfr_ptr r, mpfr_srcptr a) { mpfr_exp(r, a, MPFR_RNDN); }

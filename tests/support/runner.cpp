@@ -5,11 +5,11 @@
 #include <climits>
 #include <cmath>
 #include <complex>
-#include <map>
+#include <cstdio>
 #include <numeric>
 #include <thread>
 
-#include "support/cases.h"
+#include "support/input_gen.h"
 #include "support/targets.h"
 #include "support/ulp_meter.h"
 
@@ -21,6 +21,55 @@ namespace {
 template <class T>
 constexpr T kUnwritten = FromBits<T>(ToBits(std::numeric_limits<T>::quiet_NaN()) | 0x2bad);
 
+// The seed of one group of cases.
+uint64_t StreamSeed(uint64_t seed, uint64_t group) {
+  return SplitMix64(seed ^ (group * 0x9E3779B97F4A7C15u)).Next();
+}
+
+// The cases of a sweep, `components` values each, case after case: special values, thresholds,
+// extra cases, random cases, and the cases of each binade.
+template <class T>
+std::vector<T> BuildCases(int components, const Sweep<T>& sweep) {
+  std::vector<T> v;
+  const auto random = [&](SplitMix64& gen, int k) {
+    return static_cast<size_t>(k) < sweep.ranges.size() ? RandomIn(gen, sweep.ranges[k])
+                                                        : RandomPattern<T>(gen);
+  };
+  // A case with the first component given and the others drawn from `gen`.
+  const auto add_first = [&](T first, SplitMix64& gen) {
+    v.push_back(first);
+    for (int k = 1; k < components; ++k) v.push_back(random(gen, k));
+  };
+  if (sweep.specials && components == 1) {
+    for (const T x : SpecialValues<T>()) v.push_back(x);
+    for (const T x : PowersOfTwo<T>()) v.push_back(x);
+  } else if (sweep.specials) {
+    // Every tuple of the set, the last component varying fastest.
+    const std::vector<T> set = components == 2 ? SpecialValues<T>() : CoreSpecialValues<T>();
+    std::vector<size_t> index(components, 0);
+    for (int k = 0; k >= 0;) {
+      for (const size_t i : index) v.push_back(set[i]);
+      for (k = components - 1; k >= 0 && ++index[k] == set.size(); --k) index[k] = 0;
+    }
+  }
+  SplitMix64 threshold_gen(StreamSeed(sweep.seed, 3));
+  for (const T t : sweep.thresholds) {
+    for (const T x : AroundThreshold(t, 4)) add_first(x, threshold_gen);
+  }
+  EXPECT_EQ(sweep.extra.size() % components, 0u) << "extra cases need " << components << " each";
+  v.insert(v.end(), sweep.extra.begin(), sweep.extra.end() - sweep.extra.size() % components);
+  SplitMix64 random_gen(StreamSeed(sweep.seed, 1));
+  for (int64_t i = 0; i < sweep.random * components; ++i)
+    v.push_back(random(random_gen, i % components));
+  if (sweep.per_binade > 0) {
+    const uint64_t seed = StreamSeed(sweep.seed, 2);
+    SplitMix64 rest_gen(seed + 1);
+    const Range<T> range = sweep.ranges.empty() ? WholeLine<T>() : sweep.ranges[0];
+    for (const T x : PerBinade(sweep.per_binade, range, seed)) add_first(x, rest_gen);
+  }
+  return v;
+}
+
 // The arrays of one run: arguments laid out from the cases, results prefilled.
 template <class T>
 struct Arrays {
@@ -31,21 +80,27 @@ struct Arrays {
 template <class T>
 class Run {
  public:
-  Run(const KernelShape& shape, const KernelCall<T>& call, const Cases<T>& cases)
-      : shape_(shape), call_(call), cases_(cases) {}
+  Run(const KernelShape& shape, const KernelCall<T>& call, const std::vector<T>& values)
+      : shape_(shape),
+        call_(call),
+        values_(values),
+        components_(std::accumulate(shape.arg_widths.begin(), shape.arg_widths.end(), 0)) {}
+
+  int components() const { return components_; }
+  int64_t size() const { return static_cast<int64_t>(values_.size()) / components_; }
+  T at(int64_t i, int k) const { return values_[i * components_ + k]; }
 
   Arrays<T> Layout() const {
     Arrays<T> a;
     int component = 0;
     for (const int width : shape_.arg_widths) {
-      std::vector<T>& arg = a.args.emplace_back(cases_.size() * width);
-      for (int64_t i = 0; i < cases_.size(); ++i) {
-        for (int k = 0; k < width; ++k) arg[i * width + k] = cases_.at(i, component + k);
+      std::vector<T>& arg = a.args.emplace_back(size() * width);
+      for (int64_t i = 0; i < size(); ++i) {
+        for (int k = 0; k < width; ++k) arg[i * width + k] = at(i, component + k);
       }
       component += width;
     }
-    a.results.assign(shape_.results,
-                     std::vector<T>(cases_.size() * shape_.result_width, kUnwritten<T>));
+    a.results.assign(shape_.results, std::vector<T>(size() * shape_.result_width, kUnwritten<T>));
     return a;
   }
 
@@ -65,9 +120,9 @@ class Run {
   int64_t Mismatches(const Arrays<T>& want, const Arrays<T>& got, const std::string& what,
                      std::string& first) const {
     int64_t count = 0;
-    for (int64_t i = 0; i < cases_.size(); ++i) {
+    for (int64_t i = 0; i < size(); ++i) {
       int nans = 0;
-      for (int k = 0; k < cases_.components; ++k) nans += std::isnan(cases_.at(i, k));
+      for (int k = 0; k < components_; ++k) nans += std::isnan(at(i, k));
       bool same = true;
       for (int j = 0; j < shape_.results; ++j) {
         for (int k = 0; k < shape_.result_width; ++k) {
@@ -89,7 +144,7 @@ class Run {
     int component = 0;
     for (const int width : shape_.arg_widths) {
       if (!text.empty()) text += ", ";
-      text += Element(&cases_.values[i * cases_.components + component], width);
+      text += Element(&values_[i * components_ + component], width);
       component += width;
     }
     return text;
@@ -107,55 +162,57 @@ class Run {
  private:
   static std::string Element(const T* parts, int width) {
     if (width == 1) return FormatValue(parts[0]);
-    std::string text = "(";
-    text += FormatValue(parts[0]);
-    text += ", ";
-    text += FormatValue(parts[1]);
+    std::string text = "(";  // not "(" + ...: GCC 12 warns of an overlap that cannot happen
+    text += FormatValue(parts[0]) + ", " + FormatValue(parts[1]);
     return text + ")";
   }
 
   const KernelShape& shape_;
   const KernelCall<T>& call_;
-  const Cases<T>& cases_;
+  const std::vector<T>& values_;
+  const int components_;
 };
 
-// Evaluates the oracle and the meter for every case, on `threads` threads taking chunks in turn.
+// The MPFR variables of one thread, set up once and reused for every case: the oracle's arguments
+// and results, and the meter of the kernel's results against them.
 template <class T>
-class Evaluation {
+class Judge {
  public:
-  Evaluation(const KernelShape& shape, const ExactCall& exact, const Cases<T>& cases,
-             const Arrays<T>& got)
-      : shape_(shape), exact_(exact), cases_(cases), got_(got) {}
-
-  std::vector<Error> All(int threads) const {
-    std::vector<Error> errors(cases_.size());
-    std::atomic<int64_t> next{0};
-    auto work = [&] {
-      Worker w(*this);
-      for (;;) {
-        const int64_t begin = next.fetch_add(kChunk);
-        if (begin >= cases_.size()) return;
-        for (int64_t i = begin; i < std::min(begin + kChunk, cases_.size()); ++i) {
-          errors[i] = w.Judge(i);
-        }
-      }
-    };
-    // MPFR keeps its exponent range and caches per thread only when built thread-safe.
-    const int count = mpfr_buildopt_tls_p() ? std::max(1, threads) : 1;
-    std::vector<std::thread> pool;
-    for (int t = 0; t < count; ++t) pool.emplace_back(work);
-    for (auto& t : pool) t.join();
-    return errors;
+  Judge(const KernelShape& shape, const ExactCall& exact, const Run<T>& run)
+      : shape_(shape),
+        exact_(exact),
+        run_(run),
+        in_(run.components()),
+        out_(shape.results * shape.result_width) {
+    for (auto& v : in_) in_ptr_.push_back(v.get());
+    for (auto& v : out_) out_ptr_.push_back(v.get());
   }
 
-  // The exact results of case i, each to 20 digits.
-  std::string ExactText(int64_t i) const {
-    Worker w(*this);
-    w.Evaluate(i);
+  void Evaluate(int64_t i) {
+    for (int k = 0; k < run_.components(); ++k) SetExact(in_[k].get(), run_.at(i, k));
+    exact_(in_ptr_.data(), out_ptr_.data());
+  }
+
+  Error Measure(int64_t i, const Arrays<T>& got) {
+    Evaluate(i);
+    const int width = shape_.result_width;
+    Error worst{0.0, std::numeric_limits<double>::infinity()};
+    for (int j = 0; j < shape_.results; ++j) {
+      const T* r = &got.results[j][i * width];
+      const Error err = width == 1 ? meter_.Real(r[0], out_ptr_[j])
+                                   : meter_.Complex(std::complex<T>(r[0], r[1]), out_ptr_[2 * j],
+                                                    out_ptr_[2 * j + 1]);
+      worst = {std::max(worst.ulp, err.ulp), std::min(worst.bits, err.bits)};
+    }
+    return worst;
+  }
+
+  // The exact results of the last case evaluated, each to 20 digits.
+  std::string ExactText() const {
     std::string text;
-    for (size_t j = 0; j < w.out.size(); ++j) {
+    for (size_t j = 0; j < out_.size(); ++j) {
       char digits[64];
-      mpfr_snprintf(digits, sizeof digits, "%.20Rg", w.out[j].get());
+      mpfr_snprintf(digits, sizeof digits, "%.20Rg", out_[j].get());
       text += (j == 0 ? "" : (shape_.result_width == 2 && j % 2 == 1) ? " + i*" : ", ");
       text += digits;
     }
@@ -163,86 +220,57 @@ class Evaluation {
   }
 
  private:
-  static constexpr int64_t kChunk = 64;
-
-  // The MPFR variables of one thread, set up once and reused for every case.
-  struct Worker {
-    explicit Worker(const Evaluation& e)
-        : e(e), in(e.cases_.components), out(e.shape_.results * e.shape_.result_width) {
-      for (auto& v : in) in_ptr.push_back(v.get());
-      for (auto& v : out) out_ptr.push_back(v.get());
-    }
-
-    void Evaluate(int64_t i) {
-      for (int k = 0; k < e.cases_.components; ++k) SetExact(in[k].get(), e.cases_.at(i, k));
-      e.exact_(in_ptr.data(), out_ptr.data());
-    }
-
-    Error Judge(int64_t i) {
-      Evaluate(i);
-      const int width = e.shape_.result_width;
-      Error worst{0.0, std::numeric_limits<double>::infinity()};
-      for (int j = 0; j < e.shape_.results; ++j) {
-        const T* got = &e.got_.results[j][i * width];
-        const Error err = width == 1 ? meter.Real(got[0], out_ptr[j])
-                                     : meter.Complex(std::complex<T>(got[0], got[1]),
-                                                     out_ptr[2 * j], out_ptr[2 * j + 1]);
-        worst = {std::max(worst.ulp, err.ulp), std::min(worst.bits, err.bits)};
-      }
-      return worst;
-    }
-
-    const Evaluation& e;
-    OracleThreadScope scope;  // constructed first: the variables below live inside it
-    UlpMeter meter;
-    std::vector<MpReal> in;
-    std::vector<MpReal> out;
-    std::vector<mpfr_srcptr> in_ptr;
-    std::vector<mpfr_ptr> out_ptr;
-  };
-
   const KernelShape& shape_;
   const ExactCall& exact_;
-  const Cases<T>& cases_;
-  const Arrays<T>& got_;
+  const Run<T>& run_;
+  OracleThreadScope scope_;  // constructed first: the variables below live inside it
+  UlpMeter meter_;
+  std::vector<MpReal> in_;
+  std::vector<MpReal> out_;
+  std::vector<mpfr_srcptr> in_ptr_;
+  std::vector<mpfr_ptr> out_ptr_;
 };
 
-// Binade of the first component, as a key in increasing order of the values and a name.
+// The error of every case, on `threads` threads taking chunks of cases in turn.
 template <class T>
-int64_t BinadeKey(T x) {
-  if (std::isnan(x)) return INT64_MAX;
-  return Ordinal(x) >> FloatTraits<T>::kMantissaBits;
-}
-
-template <class T>
-std::string BinadeName(T x) {
-  constexpr int kInfField = (1 << FloatTraits<T>::kExponentBits) - 1;
-  if (std::isnan(x)) return "nan";
-  const std::string sign = std::signbit(x) ? "-" : "+";
-  const int field = ExponentField(x);
-  if (field == kInfField) return sign + "inf";
-  if (field == 0) return sign + "0 and subnormals";
-  return sign + "2^" + std::to_string(field - (std::numeric_limits<T>::max_exponent - 1));
+std::vector<Error> Errors(const KernelShape& shape, const ExactCall& exact, const Run<T>& run,
+                          const Arrays<T>& got, int threads) {
+  constexpr int64_t kChunk = 64;
+  std::vector<Error> errors(run.size());
+  std::atomic<int64_t> next{0};
+  auto work = [&] {
+    Judge<T> judge(shape, exact, run);
+    for (int64_t begin; (begin = next.fetch_add(kChunk)) < run.size();) {
+      for (int64_t i = begin; i < std::min(begin + kChunk, run.size()); ++i) {
+        errors[i] = judge.Measure(i, got);
+      }
+    }
+  };
+  // MPFR keeps its exponent range and caches per thread only when built thread-safe.
+  const int count = mpfr_buildopt_tls_p() ? std::max(1, threads) : 1;
+  std::vector<std::thread> pool;
+  for (int t = 0; t < count; ++t) pool.emplace_back(work);
+  for (auto& t : pool) t.join();
+  return errors;
 }
 
 // Runs the kernel over the whole array, on every target if asked, and then in cut pieces if asked;
 // returns the results of the first whole run and counts the mismatches into the report.
 template <class T>
-Arrays<T> RunKernel(const Run<T>& run, int64_t n, const Sweep<T>& sweep, Report& report) {
+Arrays<T> RunKernel(const Run<T>& run, const Sweep<T>& sweep, Report& report) {
+  const int64_t n = run.size();
   Arrays<T> whole = run.Layout();
   if (sweep.all_targets) {
     // The first target's results are the reference; each other target must give the same bits.
     bool first = true;
     ForEachTarget([&](const std::string& target) {
-      if (first) {
-        run.Call(whole, 0, n);
-        first = false;
-        return;
-      }
       Arrays<T> other = run.Layout();
-      run.Call(other, 0, n);
-      report.target_mismatches +=
-          run.Mismatches(whole, other, "target " + target, report.first_mismatch);
+      run.Call(first ? whole : other, 0, n);
+      if (!first) {
+        report.target_mismatches +=
+            run.Mismatches(whole, other, "target " + target, report.first_mismatch);
+      }
+      first = false;
     });
   } else {
     run.Call(whole, 0, n);
@@ -261,36 +289,13 @@ Arrays<T> RunKernel(const Run<T>& run, int64_t n, const Sweep<T>& sweep, Report&
   return whole;
 }
 
-// Merges the errors in case order, so that the first case of the largest error is the worst
-// whatever thread measured it; returns that case.
-template <class T>
-int64_t Merge(const std::vector<Error>& errors, const Cases<T>& cases, const Run<T>& run,
-              bool by_binade, Report& report) {
-  int64_t worst_case = 0;
-  std::map<int64_t, std::pair<BinadeStats, int64_t>> binades;  // stats, worst case
-  for (int64_t i = 0; i < cases.size(); ++i) {
-    const Error& e = errors[i];
-    if (i == 0 || e.ulp > report.max_ulp) {
-      report.max_ulp = e.ulp;
-      worst_case = i;
-    }
-    report.min_bits = std::min(report.min_bits, e.bits);
-    if (!by_binade) continue;
-    const T x = cases.at(i, 0);
-    auto [it, fresh] = binades.try_emplace(BinadeKey(x));
-    auto& [stats, worst] = it->second;
-    if (fresh) stats.binade = BinadeName(x);
-    if (stats.cases++ == 0 || e.ulp > stats.max_ulp) {
-      stats.max_ulp = e.ulp;
-      worst = i;
-    }
-  }
-  for (auto& [key, entry] : binades) {
-    entry.first.worst_args = run.Args(entry.second);
-    report.binades.push_back(std::move(entry.first));
-  }
-  return worst_case;
+std::string Number(const char* format, double x) {
+  char text[32];
+  std::snprintf(text, sizeof text, format, x);
+  return text;
 }
+
+std::string Bits(double bits) { return std::isinf(bits) ? "exact" : Number("%.1f", bits); }
 
 }  // namespace
 
@@ -298,23 +303,29 @@ template <class T>
 Report Measure(const KernelShape& shape, const KernelCall<T>& call, const ExactCall& exact,
                const Sweep<T>& sweep) {
   const int components = std::accumulate(shape.arg_widths.begin(), shape.arg_widths.end(), 0);
-  const Cases<T> cases = BuildCases(components, sweep);
-  const int64_t n = cases.size();
+  const std::vector<T> values = BuildCases(components, sweep);
+  const Run<T> run(shape, call, values);
   Report report;
-  report.cases = n;
-  if (n > INT_MAX) {
-    ADD_FAILURE() << n << " cases do not fit the kernel's count";
+  report.cases = run.size();
+  if (run.size() > INT_MAX) {
+    ADD_FAILURE() << run.size() << " cases do not fit the kernel's count";
     return report;
   }
-  const Run<T> run(shape, call, cases);
-  const Arrays<T> got = RunKernel(run, n, sweep, report);
-  const Evaluation<T> evaluation(shape, exact, cases, got);
-  const int64_t worst = Merge(evaluation.All(sweep.threads), cases, run, sweep.by_binade, report);
-  if (n > 0) {
+  const Arrays<T> got = RunKernel(run, sweep, report);
+  // The first case of the largest error is the worst, whatever thread measured it.
+  const std::vector<Error> errors = Errors(shape, exact, run, got, sweep.threads);
+  int64_t worst = 0;
+  for (int64_t i = 0; i < run.size(); ++i) {
+    if (errors[i].ulp > errors[worst].ulp) worst = i;
+    report.min_bits = std::min(report.min_bits, errors[i].bits);
+  }
+  if (run.size() > 0) {
+    report.max_ulp = errors[worst].ulp;
     report.worst_args = run.Args(worst);
-    report.worst_source = cases.labels[cases.source[worst]];
     report.worst_got = run.Results(got, worst);
-    report.worst_exact = evaluation.ExactText(worst);
+    Judge<T> judge(shape, exact, run);
+    judge.Evaluate(worst);
+    report.worst_exact = judge.ExactText();
   }
   return report;
 }
@@ -323,5 +334,32 @@ template Report Measure(const KernelShape&, const KernelCall<float>&, const Exac
                         const Sweep<float>&);
 template Report Measure(const KernelShape&, const KernelCall<double>&, const ExactCall&,
                         const Sweep<double>&);
+
+std::string Report::Describe() const {
+  std::string text = std::to_string(cases) + " cases; max error " + Number("%.4g", max_ulp) +
+                     " ulp; fewest correct bits " + Bits(min_bits);
+  if (!worst_args.empty()) {
+    text += "\n  worst at " + worst_args + ": got " + worst_got + ", exact " + worst_exact;
+  }
+  if (cut_mismatches > 0 || target_mismatches > 0) {
+    text += "\n  mismatches: " + std::to_string(cut_mismatches) + " between whole and cut runs, " +
+            std::to_string(target_mismatches) + " between SIMD targets; first " + first_mismatch;
+  }
+  return text;
+}
+
+std::string Report::TableRow(std::string_view function, Level level, double bound) const {
+  static constexpr const char* kLevels[] = {"LA", "HA", "EP"};
+  return "| " + std::string(function) + " | " + kLevels[static_cast<int>(level)] + " | " +
+         Number("%.3g", max_ulp) + " | " + Number("%.0f", bound) + " | " + Bits(min_bits) + " | " +
+         worst_args + " | " + std::to_string(cases) + " |";
+}
+
+testing::AssertionResult Meets(const Report& report, double ulp_bound) {
+  if (report.max_ulp <= ulp_bound && report.cut_mismatches == 0 && report.target_mismatches == 0) {
+    return testing::AssertionSuccess();
+  }
+  return testing::AssertionFailure() << "bound " << ulp_bound << " ulp; " << report.Describe();
+}
 
 }  // namespace oxl::test

@@ -8,18 +8,85 @@
 // slots are merged in case order, so the report is the same for any number of threads.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <functional>
+#include <limits>
+#include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
+#include "support/edge_values.h"
+#include "support/float_bits.h"
 #include "support/mp.h"
 #include "support/oracles.h"
-#include "support/report.h"
-#include "support/sweep.h"
 
 namespace oxl::test {
+
+// The inputs are made of real components: one per real argument, two (real, imaginary) per
+// complex argument, in the order of the kernel's arguments. Every group of inputs below draws from
+// its own stream of the seed, so adding thresholds or extra cases leaves the random ones alone.
+template <class T>
+struct Sweep {
+  uint64_t seed = 1;
+  // Special values: with one component, all of SpecialValues and PowersOfTwo; with two, all pairs
+  // of SpecialValues; with more, all tuples of CoreSpecialValues.
+  bool specials = true;
+  // Cases with every component random: any bit pattern, or uniform over the representable values
+  // of the component's range.
+  int64_t random = 1 << 14;
+  // Cases in each binade of the first component's range (the whole line without one), with a
+  // uniform mantissa; the other components random.
+  int64_t per_binade = 0;
+  // Ranges of the components in order; components beyond the list take any bit pattern.
+  std::vector<Range<T>> ranges;
+  // Values where a kernel changes course, met with 4 neighbours on each side as the first
+  // component; the other components random.
+  std::vector<T> thresholds;
+  // Further cases, their components one after the other.
+  std::vector<T> extra;
+  // Piece lengths, used in turn, for a second run of the kernel over the same array; its results
+  // must equal those of the whole-array run bit for bit.
+  std::vector<int> cuts;
+  // Runs the kernel on every SIMD target available; the results must agree bit for bit.
+  bool all_targets = false;
+  int threads = 2;
+};
+
+// Accuracy levels, numbered as the slots of a function table.
+enum class Level { kLA = 0, kHA = 1, kEP = 2 };
+
+// The contract in ulp: HA 1, LA 4, EP 2^12 for float and 2^26 for double (11 and 26 correct bits).
+template <class T>
+double UlpBound(Level level) {
+  if (level == Level::kEP) return std::is_same_v<T, float> ? 0x1p12 : 0x1p26;
+  return level == Level::kLA ? 4.0 : 1.0;
+}
+
+struct Report {
+  int64_t cases = 0;
+  double max_ulp = 0;
+  double min_bits = std::numeric_limits<double>::infinity();
+  std::string worst_args;   // the arguments of the worst case, exactly
+  std::string worst_got;    // the kernel's results there
+  std::string worst_exact;  // the oracle's, to 20 digits
+  int64_t cut_mismatches = 0;
+  int64_t target_mismatches = 0;
+  std::string first_mismatch;
+
+  // Several lines for a failure message.
+  std::string Describe() const;
+  // A row of the generated docs/accuracy.md table.
+  std::string TableRow(std::string_view function, Level level, double bound) const;
+};
+
+// Success if the worst error is within `ulp_bound` and every bitwise comparison agreed; the
+// message otherwise is the report's description.
+testing::AssertionResult Meets(const Report& report, double ulp_bound);
 
 // The engine beneath the runners, for any form of kernel: the arrays of each argument hold
 // elements of `arg_widths[j]` components (1 real, 2 complex, interleaved), the results `results`
@@ -93,20 +160,16 @@ auto OracleArg(Scratch& s, const mpfr_srcptr* in) {
   }
 }
 
-// Where the oracle writes a result of type E, and the copy into the components at `out`.
-template <class E>
-auto OracleResult(Scratch& s, const mpfr_ptr* out) {
-  if constexpr (kIsComplex<E>) {
-    return s.Complex(kExactBits);
-  } else {
-    return out[0];
-  }
-}
-template <class E, class V>
-void StoreResult(V r, const mpfr_ptr* out) {
-  if constexpr (kIsComplex<E>) {
+// Calls the oracle with a result of type R, copied into the components at `out`.
+template <class R, class F>
+void OracleResult(Scratch& s, const mpfr_ptr* out, F f) {
+  if constexpr (kIsComplex<R>) {
+    mpc_ptr r = s.Complex(kExactBits);
+    f(r);
     mpfr_set(out[0], mpc_realref(r), MPFR_RNDN);
     mpfr_set(out[1], mpc_imagref(r), MPFR_RNDN);
+  } else {
+    f(out[0]);
   }
 }
 
@@ -130,9 +193,7 @@ Report RunUnary(void (*kernel)(int, const A*, R*), const UnaryOracle<A, R>& exac
       },
       [exact](const mpfr_srcptr* in, const mpfr_ptr* out) {
         Scratch s;
-        auto r = detail::OracleResult<R>(s, out);
-        exact(r, detail::OracleArg<A>(s, in));
-        detail::StoreResult<R>(r, out);
+        detail::OracleResult<R>(s, out, [&](auto r) { exact(r, detail::OracleArg<A>(s, in)); });
       },
       sweep);
 }
@@ -142,7 +203,6 @@ template <class A, class R>
 Report RunBinary(void (*kernel)(int, const A*, const A*, R*), const BinaryOracle<A>& exact,
                  const Sweep<PartOf<A>>& sweep = {}) {
   using T = PartOf<A>;
-  constexpr int kWidth = ElementTraits<A>::kWidth;
   return Measure<T>(
       detail::Shape<A, R>(2),
       [kernel](int n, const T* const* a, T* const* r) {
@@ -150,9 +210,10 @@ Report RunBinary(void (*kernel)(int, const A*, const A*, R*), const BinaryOracle
       },
       [exact](const mpfr_srcptr* in, const mpfr_ptr* out) {
         Scratch s;
-        auto r = detail::OracleResult<R>(s, out);
-        exact(r, detail::OracleArg<A>(s, in), detail::OracleArg<A>(s, in + kWidth));
-        detail::StoreResult<R>(r, out);
+        detail::OracleResult<R>(s, out, [&](auto r) {
+          exact(r, detail::OracleArg<A>(s, in),
+                detail::OracleArg<A>(s, in + ElementTraits<A>::kWidth));
+        });
       },
       sweep);
 }
@@ -178,9 +239,9 @@ Report RunPowx(void (*kernel)(int, const A*, A, R*), A b, const BinaryOracle<A>&
           SetExact(part, b_parts[k]);
           b_in[k] = part;
         }
-        auto r = detail::OracleResult<R>(s, out);
-        exact(r, detail::OracleArg<A>(s, in), detail::OracleArg<A>(s, b_in.data()));
-        detail::StoreResult<R>(r, out);
+        detail::OracleResult<R>(s, out, [&](auto r) {
+          exact(r, detail::OracleArg<A>(s, in), detail::OracleArg<A>(s, b_in.data()));
+        });
       },
       sweep);
 }
@@ -193,28 +254,6 @@ Report RunTwoResults(void (*kernel)(int, const T*, T*, T*), const RealPairFn& ex
       detail::Shape<T, T>(1, 2),
       [kernel](int n, const T* const* a, T* const* r) { kernel(n, a[0], r[0], r[1]); },
       [exact](const mpfr_srcptr* in, const mpfr_ptr* out) { exact(out[0], out[1], in[0]); }, sweep);
-}
-
-template <class T>
-struct LinearFracScalars {
-  T scalea;
-  T shifta;
-  T scaleb;
-  T shiftb;
-};
-
-// LinearFrac kernels, (n, a, b, scalea, shifta, scaleb, shiftb, r).
-template <class T>
-Report RunLinearFrac(void (*kernel)(int, const T*, const T*, T, T, T, T, T*),
-                     LinearFracScalars<T> c, const Sweep<T>& sweep = {}) {
-  return Measure<T>(
-      detail::Shape<T, T>(2),
-      [kernel, c](int n, const T* const* a, T* const* r) {
-        kernel(n, a[0], a[1], c.scalea, c.shifta, c.scaleb, c.shiftb, r[0]);
-      },
-      [exact = oracle::LinearFrac(c.scalea, c.shifta, c.scaleb, c.shiftb)](
-          const mpfr_srcptr* in, const mpfr_ptr* out) { exact(out[0], in[0], in[1]); },
-      sweep);
 }
 
 }  // namespace oxl::test

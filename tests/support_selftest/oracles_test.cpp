@@ -65,21 +65,6 @@ TEST_F(OracleTest, CompositionsKeepTheFunctionsSpecialValues) {
   }
 }
 
-TEST_F(OracleTest, LinearFracLeavesAZeroScalesArgumentUnread) {
-  MpReal a, b, r;
-  auto eval = [&](const RealFn2& f, double x, double y) {
-    SetExact(a.get(), x);
-    SetExact(b.get(), y);
-    f(r.get(), a.get(), b.get());
-    return mpfr_get_d(r.get(), MPFR_RNDN);
-  };
-  EXPECT_TRUE(Same(eval(oracle::LinearFrac(2, 1, 0, 4), 3, kNan), 1.75));
-  // The product is exact inside the oracle: 3 * 0.1 - fl(3 * 0.1) is the rounding error, not 0.
-  const double product = 3 * 0.1;
-  EXPECT_TRUE(
-      Same(eval(oracle::LinearFrac(3, -product, 1, 0), 0.1, 1), std::fma(3, 0.1, -product)));
-}
-
 // Relative difference of two values, as a power of two.
 long Log2RelativeDifference(mpfr_srcptr a, mpfr_srcptr b) {
   MpReal d(64);

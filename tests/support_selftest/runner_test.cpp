@@ -2,13 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <complex>
+#include <limits>
 #include <string>
 
 #include "simd/targets.h"
 #include "support/float_bits.h"
+#include "support/input_gen.h"
 
 namespace oxl::test {
 namespace {
@@ -51,24 +52,19 @@ void AddFaultAtOnePlusTiny(int n, const double* a, const double* b, double* r) {
   }
 }
 
-void PowxDouble(int n, const float* a, float b, float* r) {
-  for (int i = 0; i < n; ++i) r[i] = static_cast<float>(std::pow(double{a[i]}, double{b}));
+// a^b in double is exact for b = 2.
+void PowxFaultAtOneAndAHalf(int n, const float* a, float b, float* r) {
+  for (int i = 0; i < n; ++i) {
+    r[i] = static_cast<float>(std::pow(double{a[i]}, double{b}));
+    if (a[i] == 1.5f) r[i] = StepUlps(r[i], 3);
+  }
 }
 
-void SinCosDoubleFaultAtAHalf(int n, const float* a, float* s, float* c) {
+void SinCosFaultAtAHalf(int n, const float* a, float* s, float* c) {
   for (int i = 0; i < n; ++i) {
     s[i] = static_cast<float>(std::sin(double{a[i]}));
     c[i] = static_cast<float>(std::cos(double{a[i]}));
     if (a[i] == 0.5f) c[i] = StepUlps(c[i], 2);
-  }
-}
-
-void LinearFracDouble(int n, const float* a, const float* b, float sa, float ha, float sb, float hb,
-                      float* r) {
-  for (int i = 0; i < n; ++i) {
-    const double num = sa == 0 ? ha : double{sa} * a[i] + ha;
-    const double den = sb == 0 ? hb : double{sb} * b[i] + hb;
-    r[i] = static_cast<float>(num / den);
   }
 }
 
@@ -81,52 +77,68 @@ void CAddFaultAtOneAndAHalf(int n, const Cf* a, const Cf* b, Cf* r) {
   }
 }
 
-void CConj(int n, const Cf* a, Cf* r) {
-  for (int i = 0; i < n; ++i) r[i] = std::conj(a[i]);
-}
-
-void CAbsDouble(int n, const Cf* a, float* r) {
+void CAbsFaultAtThreeFour(int n, const Cf* a, float* r) {
   for (int i = 0; i < n; ++i) {
     r[i] = static_cast<float>(std::hypot(double{a[i].real()}, double{a[i].imag()}));
+    if (a[i] == Cf(3, 4)) r[i] = StepUlps(r[i], 2);
   }
 }
-
-void CisDouble(int n, const float* a, Cf* r) {
-  for (int i = 0; i < n; ++i) {
-    r[i] =
-        Cf(static_cast<float>(std::cos(double{a[i]})), static_cast<float>(std::sin(double{a[i]})));
-  }
-}
-
-constexpr double kDoubleRounding = 0x1p-28;
 
 template <class T>
-Sweep<T> Small() {
+Sweep<T> Small(std::vector<T> extra) {
   Sweep<T> sweep;
   sweep.random = 4096;
+  sweep.extra = std::move(extra);
   return sweep;
 }
 
-TEST(Runner, FindsAPlantedFaultAndNamesItsArgument) {
-  Sweep<float> sweep = Small<float>();
-  sweep.extra = {1.5f};
-  const Report r = RunUnary(SqrFaultAtOneAndAHalf, oracle::Sqr, sweep);
-  EXPECT_EQ(r.max_ulp, 3);
-  EXPECT_EQ(r.worst_args, "0x1.8p+0");
-  EXPECT_EQ(r.worst_source, "extra");
-  EXPECT_EQ(r.worst_got, "0x1.200006p+1");
-  EXPECT_EQ(r.worst_exact, "2.25");
-  EXPECT_FALSE(Meets(r, 1));
-  EXPECT_EQ(r.cases, static_cast<int64_t>(SpecialValues<float>().size() +
-                                          PowersOfTwo<float>().size() + 1 + 4096));
-
+// Every form of kernel, with a fault planted at one case among the special and random ones: the
+// runner must find it, measure it, and name its arguments.
+TEST(Runner, FindsAPlantedFaultInEveryForm) {
+  const RealFn2 pow = [](mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) {
+    mpfr_pow(r, a, b, MPFR_RNDN);
+  };
+  const RealPairFn sincos = [](mpfr_ptr s, mpfr_ptr c, mpfr_srcptr a) {
+    mpfr_sin_cos(s, c, a, MPFR_RNDN);
+  };
+  const struct {
+    const char* form;
+    Report report;
+    double min_ulp, max_ulp;  // the planted error, within the other part's rounding
+    std::string args;
+  } rows[] = {
+      {"unary", RunUnary(SqrFaultAtOneAndAHalf, oracle::Sqr, Small<float>({1.5f})), 3, 3,
+       "0x1.8p+0"},
+      {"binary", RunBinary(AddFaultAtOnePlusTiny, oracle::Add, Small<double>({1, 0x1p-60})),
+       2 - 0x1p-8, 2 - 0x1p-8, "0x1p+0, 0x1p-60"},
+      {"powx", RunPowx(PowxFaultAtOneAndAHalf, 2.0f, pow, Small<float>({1.5f})), 3, 3, "0x1.8p+0"},
+      {"two results", RunTwoResults(SinCosFaultAtAHalf, sincos, Small<float>({0.5f})), 1.5, 2.5,
+       "0x1p-1"},
+      {"complex binary",
+       RunBinary(CAddFaultAtOneAndAHalf, oracle::CAdd, Small<float>({1.5f, -2, 0, 0})), 2, 2,
+       "(0x1.8p+0, -0x1p+1), (0x0p+0, 0x0p+0)"},
+      {"complex to real", RunUnary(CAbsFaultAtThreeFour, oracle::CAbs, Small<float>({3, 4})), 2, 2,
+       "(0x1.8p+1, 0x1p+2)"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.form);
+    EXPECT_GE(row.report.max_ulp, row.min_ulp) << row.report.Describe();
+    EXPECT_LE(row.report.max_ulp, row.max_ulp) << row.report.Describe();
+    EXPECT_EQ(row.report.worst_args, row.args);
+  }
+  const Report& sqr = rows[0].report;
+  EXPECT_EQ(sqr.worst_got, "0x1.200006p+1");
+  EXPECT_EQ(sqr.worst_exact, "2.25");
+  EXPECT_EQ(rows[4].report.worst_exact, "1.5 + i*-2");
+  EXPECT_FALSE(Meets(sqr, 1));
+  EXPECT_EQ(sqr.cases, static_cast<int64_t>(SpecialValues<float>().size() +
+                                            PowersOfTwo<float>().size() + 1 + 4096));
   // The same kernel without the faulty argument, special values and all: correctly rounded.
-  sweep.extra.clear();
-  EXPECT_TRUE(Meets(RunUnary(SqrFaultAtOneAndAHalf, oracle::Sqr, sweep), 0.5));
+  EXPECT_TRUE(Meets(RunUnary(SqrFaultAtOneAndAHalf, oracle::Sqr, Small<float>({})), 0.5));
 }
 
 TEST(Runner, CutRunsMustMatchTheWholeRun) {
-  Sweep<float> sweep = Small<float>();
+  Sweep<float> sweep = Small<float>({});
   sweep.cuts = {1, 3, 16, 33};
   const Report bad = RunUnary(SqrTailDiffers, oracle::Sqr, sweep);
   EXPECT_GT(bad.cut_mismatches, 100);
@@ -139,7 +151,7 @@ TEST(Runner, EveryTargetMustGiveTheSameBits) {
   const std::vector<simd::Target> targets = simd::AvailableTargets();
   if (targets.size() < 2) GTEST_SKIP() << "one SIMD target only";
   best_target = targets[0];
-  Sweep<float> sweep = Small<float>();
+  Sweep<float> sweep = Small<float>({});
   sweep.all_targets = true;
   const Report bad = RunUnary(SqrDiffersOffTheBestTarget, oracle::Sqr, sweep);
   // Every result but +inf (where the step saturates) differs on every other target.
@@ -150,58 +162,43 @@ TEST(Runner, EveryTargetMustGiveTheSameBits) {
 }
 
 TEST(Runner, UnwrittenResultsAreErrors) {
-  Sweep<float> sweep = Small<float>();
+  Sweep<float> sweep = Small<float>({2.0f});
   sweep.random = 0;
-  sweep.extra = {2.0f};
   const Report r = RunUnary(SqrSkipsLast, oracle::Sqr, sweep);
   EXPECT_EQ(r.max_ulp, std::numeric_limits<double>::infinity());
   EXPECT_EQ(r.worst_args, "0x1p+1");
 }
 
-TEST(Runner, BinaryPowxAndTwoResultForms) {
-  Sweep<double> d = Small<double>();
-  d.extra = {1, 0x1p-60};
-  const Report add = RunBinary(AddFaultAtOnePlusTiny, oracle::Add, d);
-  EXPECT_EQ(add.max_ulp, 2 - 0x1p-8);
-  EXPECT_EQ(add.worst_args, "0x1p+0, 0x1p-60");
+template <class T>
+class Inputs : public testing::Test {};
+using Formats = testing::Types<float, double>;
+TYPED_TEST_SUITE(Inputs, Formats);
 
-  Sweep<float> f = Small<float>();
-  const RealFn2 pow = [](mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) {
-    mpfr_pow(r, a, b, MPFR_RNDN);
-  };
-  EXPECT_TRUE(Meets(RunPowx(PowxDouble, 2.0f, pow, f), 0.5));
-  EXPECT_TRUE(Meets(RunPowx(PowxDouble, -0.75f, pow, f), 0.5 + kDoubleRounding));
-
-  f.extra = {0.5f};
-  const Report sincos = RunTwoResults(
-      SinCosDoubleFaultAtAHalf,
-      [](mpfr_ptr s, mpfr_ptr c, mpfr_srcptr a) { mpfr_sin_cos(s, c, a, MPFR_RNDN); }, f);
-  EXPECT_NEAR(sincos.max_ulp, 2, 0.5);
-  EXPECT_EQ(sincos.worst_args, "0x1p-1");
-
-  f.extra.clear();
-  f.ranges = {{-1e3f, 1e3f}, {-1e3f, 1e3f}};
-  EXPECT_TRUE(
-      Meets(RunLinearFrac(LinearFracDouble, {2.0f, 1.0f, 3.0f, -1.0f}, f), 0.5 + kDoubleRounding));
-  EXPECT_TRUE(Meets(RunLinearFrac(LinearFracDouble, {0.0f, 1.0f, 0.0f, 0.0f}, f), 0));
-}
-
-TEST(Runner, ComplexForms) {
-  Sweep<float> sweep = Small<float>();
-  sweep.extra = {1.5f, -2, 0, 0};
-  const Report add = RunBinary(CAddFaultAtOneAndAHalf, oracle::CAdd, sweep);
-  EXPECT_EQ(add.max_ulp, 2);
-  EXPECT_EQ(add.worst_args, "(0x1.8p+0, -0x1p+1), (0x0p+0, 0x0p+0)");
-  EXPECT_EQ(add.worst_exact, "1.5 + i*-2");
-
-  sweep.extra.clear();
-  EXPECT_TRUE(Meets(RunUnary(CConj, oracle::CConj, sweep), 0));
-  EXPECT_TRUE(Meets(RunUnary(CAbsDouble, oracle::CAbs, sweep), 0.5 + kDoubleRounding));
-  const RealToComplexFn cis = [](mpc_ptr r, mpfr_srcptr a) {
-    mpfr_sin_cos(mpc_imagref(r), mpc_realref(r), a, MPFR_RNDN);
-  };
-  // Parts correctly rounded on the unit circle: up to sqrt(1/2) ulp of a norm just below 1.
-  EXPECT_TRUE(Meets(RunUnary(CisDouble, cis, sweep), std::sqrt(0.5) + kDoubleRounding));
+// The sweeps step by ordinals and draw per binade: both zeros are values, the steps stop at the
+// infinities, and the binades cover a range once, clipped to it.
+TYPED_TEST(Inputs, OrdinalsAndBinades) {
+  using T = TypeParam;
+  using L = std::numeric_limits<T>;
+  EXPECT_EQ(Ordinal(-T{0}), -1);
+  EXPECT_EQ(Ordinal(-L::denorm_min()), -2);
+  EXPECT_EQ(ToBits(StepUlps(-L::denorm_min(), 1)), ToBits(-T{0}));
+  EXPECT_EQ(StepUlps(L::max(), 3), L::infinity());
+  EXPECT_EQ(StepUlps(-L::max(), -3), -L::infinity());
+  // Two signs of every finite exponent field, the subnormals with their zero being one of them.
+  const size_t fields = (size_t{1} << FloatTraits<T>::kExponentBits) - 1;
+  EXPECT_EQ(Binades(WholeLine<T>()).size(), 2 * fields);
+  const std::vector<Range<T>> some = Binades<T>({-1, 16});
+  // -1 alone, the binades below 1 in magnitude on both sides, and five from 1 to 16.
+  ASSERT_EQ(some.size(), 1 + 2 * ((fields - 1) / 2) + 5);
+  EXPECT_EQ(some.front().lo, T{-1});
+  EXPECT_EQ(some.back().hi, T{16});
+  uint64_t covered = 0;  // modulo 2^64: a double range holds nearly that many values
+  for (const Range<T>& b : some) {
+    EXPECT_EQ(ExponentField(b.lo), ExponentField(b.hi));
+    covered += static_cast<uint64_t>(Ordinal(b.hi) - Ordinal(b.lo)) + 1;
+  }
+  EXPECT_EQ(covered,
+            static_cast<uint64_t>(Ordinal(T{16})) - static_cast<uint64_t>(Ordinal(T{-1})) + 1);
 }
 
 }  // namespace

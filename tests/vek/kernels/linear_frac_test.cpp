@@ -1,12 +1,11 @@
-// LinearFrac: the recipe's values (an oracle that follows it in scalar form), the accuracy it
-// yields, the three cases and which arrays they read, and the control each kernel runs under.
+// LinearFrac: the recipe's values (an oracle that follows it in scalar form), the three cases and
+// which arrays they read, and the control each kernel runs under.
 #include <gtest/gtest.h>
 
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <random>
 #include <vector>
 
@@ -52,19 +51,23 @@ template <class T>
 void CheckRecipe(Kernel<T> kernel) {
   std::mt19937_64 rng(42);
   std::uniform_real_distribution<double> u(-4, 4);
-  const T coefficients[][4] = {
-      {2, 1, 3, -0.5}, {0, 7, -1.5, 2}, {1.25, -3, 0, 4}, {-1, 0, 1, 0}, {0, 5, 0, 3}};
+  const T coefficients[][4] = {{2, 1, 3, -0.5}, {0, 7, -1.5, 2}, {1.25, -3, 0, 4},
+                               {-1, 0, 1, 0},   {0, 5, 0, 3},    {1, 0, 0, 0}};
   for (int n : {1, 15, 16, 17, 40, 1000}) {
     std::vector<T> a(n), b(n);
     for (int i = 0; i < n; ++i) {
       a[i] = static_cast<T>(std::ldexp(u(rng), static_cast<int>(rng() % 40) - 20));
       b[i] = static_cast<T>(std::ldexp(u(rng), static_cast<int>(rng() % 40) - 20));
     }
-    if (n > 3) b[2] = 0;  // a zero denominator where shiftb is 0
+    // A zero denominator where shiftb is 0: the double recipe's seed is huge but finite, and a
+    // zero scaleb and shiftb give numerators times 1 / 0.
+    if (n > 3) b[2] = 0;
     for (const auto& c : coefficients) {
       oxl::test::ForEachTarget([&](const std::string&) {
         std::vector<T> r(n);
-        kernel(n, a.data(), b.data(), c[0], c[1], c[2], c[3], r.data());
+        // An array whose scale is 0 is not read.
+        kernel(n, c[0] != 0 ? a.data() : nullptr, c[2] != 0 ? b.data() : nullptr, c[0], c[1], c[2],
+               c[3], r.data());
         for (int i = 0; i < n; ++i) {
           ASSERT_TRUE(Same(r[i], Recipe(a[i], b[i], c[0], c[1], c[2], c[3])))
               << "n " << n << " i " << i << " a " << a[i] << " b " << b[i];
@@ -77,81 +80,6 @@ void CheckRecipe(Kernel<T> kernel) {
 TEST(LinearFrac, KernelsFollowTheRecipeOnEveryTarget) {
   CheckRecipe<float>(oxl_vek_kernel_sLinearFrac_U8HAynn);
   CheckRecipe<double>(oxl_vek_kernel_dLinearFrac_H8HAynn);
-}
-
-// The quotient where neither a * scalea + shifta nor b * scaleb + shiftb cancels: within 4.7 ulp
-// in float and 6.2 in double (the worst of 8 million random cases), against the quotient in long
-// double. Each sum is rounded before the division, so a cancelling one loses its digits.
-template <class T>
-long double WorstQuotientUlps(Kernel<T> kernel) {
-  std::mt19937_64 rng(3);
-  std::uniform_real_distribution<double> u(0.25, 4);
-  constexpr int kN = 4096;
-  constexpr int kMantissa = std::numeric_limits<T>::digits - 1;
-  std::vector<T> a(kN), b(kN), r(kN);
-  long double worst = 0;
-  for (int rep = 0; rep < 200; ++rep) {
-    T c[4];
-    for (T& v : c) v = static_cast<T>(u(rng));
-    for (int i = 0; i < kN; ++i) {
-      a[i] = static_cast<T>(std::ldexp(u(rng), static_cast<int>(rng() % 20) - 10));
-      b[i] = static_cast<T>(std::ldexp(u(rng), static_cast<int>(rng() % 20) - 10));
-    }
-    kernel(kN, a.data(), b.data(), c[0], c[1], c[2], c[3], r.data());
-    for (int i = 0; i < kN; ++i) {
-      const long double exact = (static_cast<long double>(c[0]) * a[i] + c[1]) /
-                                (static_cast<long double>(c[2]) * b[i] + c[3]);
-      int e = 0;
-      std::frexp(static_cast<double>(exact), &e);
-      worst = std::max(worst, fabsl(r[i] - exact) / ldexpl(1.0L, e - 1 - kMantissa));
-    }
-  }
-  return worst;
-}
-
-TEST(LinearFrac, QuotientAccuracyWithoutCancellation) {
-  EXPECT_LE(WorstQuotientUlps<float>(oxl_vek_kernel_sLinearFrac_U8HAynn), 4.7L);
-  EXPECT_LE(WorstQuotientUlps<double>(oxl_vek_kernel_dLinearFrac_H8HAynn), 6.2L);
-}
-
-TEST(LinearFrac, CasesReadOnlyWhatTheyNeed) {
-  const float a[3] = {1, 2, 3}, b[3] = {2, 4, 8};
-  float r[3];
-  oxl_vek_kernel_sLinearFrac_U8HAynn(3, a, nullptr, 2, 1, 0, 4, r);  // b unread
-  EXPECT_EQ(r[2], 7.0f / 4);
-  oxl_vek_kernel_sLinearFrac_U8HAynn(3, nullptr, b, 0, 3, 1, 0, r);  // a unread
-  EXPECT_NEAR(r[2], 3.0f / 8, 1e-7);
-  double rd[3];
-  const double ad[3] = {1, 2, 3};
-  oxl_vek_kernel_dLinearFrac_H8HAynn(3, ad, nullptr, 1, 0, 0, 2, rd);
-  EXPECT_EQ(rd[1], 1.0);
-  // Both scales 0: neither array is read, and an infinite a cannot make 0 a a NaN.
-  oxl_vek_kernel_sLinearFrac_U8HAynn(3, nullptr, nullptr, 0, 3, 0, 4, r);
-  EXPECT_EQ(r[2], 0.75f);
-  oxl_vek_kernel_dLinearFrac_H8HAynn(3, nullptr, nullptr, 0, 3, 0, 4, rd);
-  EXPECT_EQ(rd[0], 0.75);
-  const double infinite[3] = {INFINITY, -INFINITY, NAN};
-  oxl_vek_kernel_dLinearFrac_H8HAynn(3, infinite, nullptr, 0, 3, 0, 4, rd);
-  EXPECT_EQ(rd[1], 0.75);
-  EXPECT_EQ(rd[2], 0.75);
-}
-
-TEST(LinearFrac, ZeroDenominatorsFollowTheArithmetic) {
-  const float inf = std::numeric_limits<float>::infinity();
-  const float a[2] = {1, -1}, b[2] = {0, 0};
-  float r[2];
-  oxl_vek_kernel_ClearErrStatus();
-  // scaleb and shiftb both 0: q = 1/0 = inf, and each element is its numerator times inf.
-  oxl_vek_kernel_sLinearFrac_U8HAynn(2, a, b, 1, 0, 0, 0, r);
-  EXPECT_EQ(r[0], inf);
-  EXPECT_EQ(r[1], -inf);
-  // The double recipe builds a huge but finite seed for a zero denominator, with no division.
-  const double den = 0.0;
-  const double ad[1] = {2.0}, bd[1] = {den};
-  double rd[1];
-  oxl_vek_kernel_dLinearFrac_H8HAynn(1, ad, bd, 1, 0, 1, 0, rd);
-  EXPECT_TRUE(Same(rd[0], 2.0 * RecipeRcp(den)));
-  EXPECT_EQ(oxl_vek_kernel_GetErrStatus(), 0);
 }
 
 TEST(LinearFrac, FloatHonoursTheModeAndDoubleIgnoresIt) {

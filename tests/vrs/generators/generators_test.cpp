@@ -26,7 +26,6 @@
 #include "support/targets.h"
 #include "vrs/generators/congruential.h"
 #include "vrs/generators/counter.h"
-#include "vrs/generators/skipahead_poly.h"
 #include "vrs/generators/twister.h"
 #include "vrs/streams/gf2_poly.h"
 #include "vrs/streams/stream_record.h"
@@ -460,31 +459,6 @@ TEST(Twister, SeedingEdgeCases) {
   }
 }
 
-TEST(Twister, SkipAheadDriversAgreeOnLongSkips) {
-  struct Gen {
-    int32_t id;
-    const SkipCallbacks& cb;
-    int bytes, degree, words, count;
-    const uint32_t* exps;
-  };
-  const Gen gens[] = {{OXL_BRNG_MT19937, Mt19937SkipCallbacks(), sizeof(Mt19937State), 19937, kMtN,
-                       kMt19937PolyCount, _vrs_mt19937_poly},
-                      {OXL_BRNG_SFMT19937, Sfmt19937SkipCallbacks(), sizeof(Sfmt19937State), 19968,
-                       kSfmtWords, kSfmt19937PolyCount, _vrs_sfmt19937_poly}};
-  for (const Gen& g : gens) {
-    for (uint64_t skip : {20000ull, 1000000000000ull, 1ull << 62}) {
-      Stream h(g.id, {9}), w(g.id, {9});
-      h.Words(5);
-      w.Words(5);
-      ASSERT_EQ(__vrs_SkipAheadHorner(h.s, g.cb, skip, g.words, g.degree, g.bytes, g.count, g.exps),
-                0);
-      ASSERT_EQ(__vrs_SkipAheadSWin(w.s, g.cb, skip, g.words, g.degree, g.bytes, g.count, g.exps),
-                0);
-      EXPECT_EQ(h.Words(30), w.Words(30)) << std::hex << g.id << std::dec << " " << skip;
-    }
-  }
-}
-
 // A skip-ahead whose memory fails leaves the stream where it was.
 TEST(Twister, SkipAheadOutOfMemoryOnEveryAllocationAndNoLeak) {
   for (int32_t id : {OXL_BRNG_MT19937, OXL_BRNG_SFMT19937}) {
@@ -541,12 +515,6 @@ TEST(Gf2Poly, MultiplicationLadderMatchesPlainProduct) {
       EXPECT_EQ(r2, NaiveMul(a, c)) << "mul n=" << n;
     }
     SetUseClmulInstruction(previous);
-  }
-  for (int i = 0; i < 200; ++i) {
-    const uint64_t a = rng(), b = rng();
-    uint64_t lo, hi;
-    ClMulPortable(a, b, &lo, &hi);
-    EXPECT_EQ((std::vector<uint64_t>{lo, hi}), NaiveMul({a}, {b}));
   }
 }
 
