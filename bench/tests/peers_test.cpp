@@ -58,6 +58,7 @@ long double Log10(long double x) { return std::log10(x); }
 long double Log1p(long double x) { return std::log1p(x); }
 long double Sin(long double x) { return std::sin(x); }
 long double Cos(long double x) { return std::cos(x); }
+long double Tan(long double x) { return std::tan(x); }
 long double Pow(long double x, long double y) { return std::pow(x, y); }
 long double Sqrt(long double x) { return std::sqrt(x); }
 long double Inv(long double x) { return 1 / x; }
@@ -94,6 +95,7 @@ const UnaryPeer kUnaryPeers[] = {
     {"LibmvecSinAvx2", p::LibmvecSinAvx2, p::LibmvecSinAvx2, Sin, kTrig, 4, p::kAvx2},
     {"LibmvecSinAvx512", p::LibmvecSinAvx512, p::LibmvecSinAvx512, Sin, kTrig, 4, p::kAvx512},
     {"LibmvecCosAvx2", p::LibmvecCosAvx2, p::LibmvecCosAvx2, Cos, kTrig, 4, p::kAvx2},
+    {"LibmvecTanAvx2", p::LibmvecTanAvx2, p::LibmvecTanAvx2, Tan, kTrig, 4, p::kAvx2},
     {"LibmvecCosAvx512", p::LibmvecCosAvx512, p::LibmvecCosAvx512, Cos, kTrig, 4, p::kAvx512},
     {"SleefExpU10Avx2", p::SleefExpU10Avx2, p::SleefExpU10Avx2, Exp, kExpS, 1.5, p::kAvx2},
     {"SleefExpU10Avx512", p::SleefExpU10Avx512, p::SleefExpU10Avx512, Exp, kExpS, 1.5, p::kAvx512},
@@ -113,6 +115,8 @@ const UnaryPeer kUnaryPeers[] = {
     {"SleefSinU10Avx2", p::SleefSinU10Avx2, p::SleefSinU10Avx2, Sin, kTrig, 1.5, p::kAvx2},
     {"SleefSinU10Avx512", p::SleefSinU10Avx512, p::SleefSinU10Avx512, Sin, kTrig, 1.5, p::kAvx512},
     {"SleefSinU35Avx2", p::SleefSinU35Avx2, p::SleefSinU35Avx2, Sin, kTrig, 4, p::kAvx2},
+    {"SleefTanU10Avx2", p::SleefTanU10Avx2, p::SleefTanU10Avx2, Tan, kTrig, 1.5, p::kAvx2},
+    {"SleefTanU35Avx2", p::SleefTanU35Avx2, p::SleefTanU35Avx2, Tan, kTrig, 4, p::kAvx2},
     {"SleefSinU35Avx512", p::SleefSinU35Avx512, p::SleefSinU35Avx512, Sin, kTrig, 4, p::kAvx512},
     {"SleefCosU10Avx2", p::SleefCosU10Avx2, p::SleefCosU10Avx2, Cos, kTrig, 1.5, p::kAvx2},
     {"SleefCosU10Avx512", p::SleefCosU10Avx512, p::SleefCosU10Avx512, Cos, kTrig, 1.5, p::kAvx512},
