@@ -19,11 +19,6 @@ namespace {
 using namespace oxl::test;
 using Ld = long double;
 
-// A cubic with arbitrary coefficients, two functions on 40 knots.
-struct CubicFixture : RandomSpline {
-  CubicFixture() : RandomSpline(kCubic, false, 4, 40) {}
-};
-
 // Every polynomial kind (Subbotin's walls at its subgrid) on uneven and even knots, every layout
 // and choice of derivatives, sites given or evenly spaced between two ends, against direct
 // evaluation of the pieces; sites outside follow the end pieces.
@@ -69,7 +64,7 @@ TEST(DfInterpolate, EveryKindLayoutAndDerivative) {
       }
     }
   }
-  CubicFixture fx;
+  const RandomSpline fx(kCubic, false, 4, 40);  // two functions
   std::vector<double> out(10);
   const int64_t one[1] = {1};
   EXPECT_EQ(Interpolate(fx.t.task, 1, out.data(), 1, one, out.data(), 64),
@@ -81,7 +76,7 @@ TEST(DfInterpolate, EveryKindLayoutAndDerivative) {
 // Threads: the parallel path above 4096 sites gives the same bits as the serial one, in a
 // staged layout too; cells come back when asked for; given cells skip the search.
 TEST(DfInterpolate, ParallelCellsAndGivenCells) {
-  CubicFixture fx;
+  RandomSpline fx(kCubic, false, 4, 40);
   const int64_t dorder[2] = {1, 1};
   for (int64_t ns : {4096, 4097, 9000}) {
     std::vector<double> sites(ns);
@@ -127,7 +122,7 @@ int32_t Record(int64_t* n, int64_t* cells, double* sites, double* results, void*
 int32_t Fail(int64_t*, int64_t*, double*, double*, void*, void*) { return -77; }
 
 TEST(DfInterpolate, CallbacksByGroup) {
-  CubicFixture fx;
+  RandomSpline fx(kCubic, false, 4, 40);
   std::vector<double> sites = {-2.0, 1.0, 100.0, -1.5, 2.5, 200.0};
   const int64_t ns = static_cast<int64_t>(sites.size());
   std::vector<double> out(ns * 2);
@@ -167,7 +162,7 @@ int32_t OnesIntegral(int64_t* n, const double* lower, const double* upper, doubl
 // callbacks, whose blocks are cleared before their buffers come) the caller's arrays are as they
 // were.
 TEST(DfEntries, EveryAllocationFailsOnceCleanly) {
-  CubicFixture fx;
+  RandomSpline fx(kCubic, false, 4, 40);
   int64_t fc = fx.fc;
   const int64_t many = 5000, nsite = 300;
   const double ends[2] = {-1.0, 12.0};
@@ -361,25 +356,21 @@ TEST(DfIntegrate, FrontStatuses) {
   RandomSpline s(kCubic, false, 3);
   const double l[2] = {0, 1}, r[2] = {1, 2};
   double out[4];
-  struct Case {
-    int64_t order, type, result_hint;
-    int32_t status;
-  };
-  const Case cases[] = {{0, 6, 0, DF_STATUS_BAD_TYPE},
-                        {1, 0, 0, DF_STATUS_BAD_TYPE},
-                        {3, 2, 0, DF_STATUS_BAD_TYPE},
-                        {4, 1, 0, DF_STATUS_BAD_TYPE},
-                        {4, 64, 0, DF_STATUS_BAD_TYPE},
-                        {0, 0, 0, DF_STATUS_BAD_TYPE},
-                        {4, 9, 0, 0},
-                        {0, 7, 0, 0},
-                        {4, 2, 64, DF_STATUS_BAD_INTEGRATE_RESULT_HINT},
-                        {4, 2, 256, DF_STATUS_BAD_INTEGRATE_RESULT_HINT}};
-  for (const Case& c : cases) {
-    s.t->spline_order = c.order;
-    s.t->spline_type = c.type;
-    EXPECT_EQ(Integrate(s.t.task, 2, l, r, out, c.result_hint), c.status)
-        << c.order << " " << c.type;
+  // Order, type, result hint, status.
+  const int64_t cases[][4] = {{0, 6, 0, DF_STATUS_BAD_TYPE},
+                              {1, 0, 0, DF_STATUS_BAD_TYPE},
+                              {3, 2, 0, DF_STATUS_BAD_TYPE},
+                              {4, 1, 0, DF_STATUS_BAD_TYPE},
+                              {4, 64, 0, DF_STATUS_BAD_TYPE},
+                              {0, 0, 0, DF_STATUS_BAD_TYPE},
+                              {4, 9, 0, 0},
+                              {0, 7, 0, 0},
+                              {4, 2, 64, DF_STATUS_BAD_INTEGRATE_RESULT_HINT},
+                              {4, 2, 256, DF_STATUS_BAD_INTEGRATE_RESULT_HINT}};
+  for (const auto& [order, type, result_hint, status] : cases) {
+    s.t->spline_order = order;
+    s.t->spline_type = type;
+    EXPECT_EQ(Integrate(s.t.task, 2, l, r, out, result_hint), status) << order << " " << type;
   }
   const double bad_hint[5] = {0, 0.5, 0, 0, 3};
   const double peak_far[5] = {0, 1, 0, 0, 12};  // partition_size + 1

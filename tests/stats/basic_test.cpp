@@ -118,18 +118,11 @@ void Accuracy(const AccuracyRow& row, const std::string& target) {
 // storage keep their sums in memory rather than registers; the power-sum method cancels on the far
 // data by design and is only reported there.
 TEST(BasicAccuracy, AgainstLongDoubleReference) {
+  constexpr uint64_t kMatrices = EST_COV | EST_CROSS_PRODUCT;
   const AccuracyRow rows[] = {
       {"random", false, 5, 7001, 1.0, true, kAllBasic, {1e-13, 1e-7, 1e-13}, 1e-11},
       {"far from zero", false, 5, 7001, 1e8, true, kAllBasic, {1e-6, -1, 2e-6}, -1},
-      {"large matrix",
-       false,
-       40,
-       1500,
-       1.0,
-       false,
-       EST_COV | EST_CROSS_PRODUCT,
-       {1e-11, 1e-11, 1e-11},
-       1e-11},
+      {"large matrix", false, 40, 1500, 1.0, false, kMatrices, {1e-11, 1e-11, 1e-11}, 1e-11},
       {"single", true, 4, 2000, 1.0, false, kAllBasic, {2e-4, 2e-4, 2e-4}, 2e-4},
   };
   ForEachTarget([&](const std::string& target) {
