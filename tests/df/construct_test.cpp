@@ -32,28 +32,26 @@ std::vector<double> Knots(int64_t n, uint64_t seed) {
 // Secants in rows and columns, serial below 128 knot-functions or 5 items, through the services
 // above.
 TEST(DfLinear, SecantsSerialItemsAndThreads) {
-  struct Case {
-    int64_t n, fc;
-  };
-  for (const Case c : {Case{127, 1}, Case{64, 2}, Case{1025, 13}, Case{4097, 4}, Case{2, 1}}) {
-    const std::vector<double> x = Knots(c.n, 3);
-    std::vector<double> y(c.n * c.fc);
+  const int64_t cases[][2] = {{127, 1}, {64, 2}, {1025, 13}, {4097, 4}, {2, 1}};
+  for (const auto& [n, fc] : cases) {
+    const std::vector<double> x = Knots(n, 3);
+    std::vector<double> y(n * fc);
     for (size_t i = 0; i < y.size(); ++i) y[i] = std::sin(0.37 * static_cast<double>(i));
     for (int64_t values_hint : {VALUES_ROWS, VALUES_COLUMNS}) {
       TaskHolder t;
-      ASSERT_EQ(NewTask(t, c.n, x.data(), 0, c.fc, y.data(), values_hint), 0);
-      std::vector<double> coeff(2 * (c.n - 1) * c.fc, -99);
+      ASSERT_EQ(NewTask(t, n, x.data(), 0, fc, y.data(), values_hint), 0);
+      std::vector<double> coeff(2 * (n - 1) * fc, -99);
       ASSERT_EQ(EditSpline(t.task, coeff.data(), 2, 0), 0);
       const int64_t calls = FakeThreads::calls;
       ASSERT_EQ(Construct<double>(t.task, FakeThreads::Table()), 0);
-      const int64_t items = ((c.n - 2) / 1024 + 1) * ((c.fc + 3) / 4);
-      EXPECT_EQ(FakeThreads::calls - calls, c.n * c.fc >= 128 && items >= 5 ? 1 : 0);
-      for (int64_t f = 0; f < c.fc; ++f) {
+      const int64_t items = ((n - 2) / 1024 + 1) * ((fc + 3) / 4);
+      EXPECT_EQ(FakeThreads::calls - calls, n * fc >= 128 && items >= 5 ? 1 : 0);
+      for (int64_t f = 0; f < fc; ++f) {
         const auto yv = [&](int64_t k) {
-          return values_hint == VALUES_COLUMNS ? y[k * c.fc + f] : y[f * c.n + k];
+          return values_hint == VALUES_COLUMNS ? y[k * fc + f] : y[f * n + k];
         };
-        for (int64_t i = 0; i + 1 < c.n; ++i) {
-          const double* cf = coeff.data() + f * 2 * (c.n - 1) + 2 * i;
+        for (int64_t i = 0; i + 1 < n; ++i) {
+          const double* cf = coeff.data() + f * 2 * (n - 1) + 2 * i;
           ASSERT_EQ(cf[0], yv(i));
           ASSERT_EQ(cf[1], (yv(i + 1) - yv(i)) / (x[i + 1] - x[i]));
         }
@@ -287,33 +285,29 @@ TEST(DfNaturalCubic, FewAndCoincidentKnots) {
 // Parallel when the function count is not 1, t is not 1, and n >= 600, or n >= 300 with t >= 8;
 // the split gives the bits of the serial solve.
 TEST(DfNaturalCubic, ThreadingRuleAndSameBits) {
-  struct Case {
-    int64_t n, fc;
-    int32_t threads;
-    bool parallel;
-  };
-  const Case cases[] = {{300, 9, 8, true},  {300, 9, 7, false}, {299, 9, 8, false},
-                        {600, 2, 2, true},  {599, 4, 4, false}, {600, 1, 8, false},
-                        {300, 7, 8, false},  // t = min(threads, functions) = 7
-                        {1000, 5, 1, false}};
-  for (const Case& c : cases) {
-    std::vector<double> x(c.n), y(c.n * c.fc);
-    for (int64_t i = 0; i < c.n; ++i) x[i] = i + 0.4 * std::sin(1.7 * i);
-    for (int64_t i = 0; i < c.n * c.fc; ++i) y[i] = std::sin(0.05 * i) + 0.01 * (i % 7);
-    for (int64_t f = 0; f < c.fc; ++f) y[(c.n - 1) * c.fc + f] = y[f];  // columns
+  // Knots, functions, threads, whether parallel.
+  const int64_t cases[][4] = {
+      {300, 9, 8, 1}, {300, 9, 7, 0}, {299, 9, 8, 0}, {600, 2, 2, 1},
+      {599, 4, 4, 0}, {600, 1, 8, 0}, {300, 7, 8, 0},  // t = min(threads, functions) = 7
+      {1000, 5, 1, 0}};
+  for (const auto& [n, fc, threads, parallel] : cases) {
+    std::vector<double> x(n), y(n * fc);
+    for (int64_t i = 0; i < n; ++i) x[i] = i + 0.4 * std::sin(1.7 * i);
+    for (int64_t i = 0; i < n * fc; ++i) y[i] = std::sin(0.05 * i) + 0.01 * (i % 7);
+    for (int64_t f = 0; f < fc; ++f) y[(n - 1) * fc + f] = y[f];  // columns
     for (int64_t bc : {BC_FREE_END, BC_PERIODIC, BC_NOT_A_KNOT}) {
-      std::vector<double> serial(4 * (c.n - 1) * c.fc), split(serial.size());
+      std::vector<double> serial(4 * (n - 1) * fc), split(serial.size());
       TaskHolder t;
-      ASSERT_EQ(NewTask(t, c.n, x.data(), 0, c.fc, y.data(), 32), 0);
+      ASSERT_EQ(NewTask(t, n, x.data(), 0, fc, y.data(), 32), 0);
       ASSERT_EQ(EditSpline(t.task, serial.data(), 4, 2, bc), 0);
       ASSERT_EQ(Construct<double>(t.task), 0);
       ASSERT_EQ(oxl_df_kernel_dEditPtr(t.task, PTR_COEFFICIENTS, split.data()), 0);
-      FakeThreads::threads = c.threads;
+      FakeThreads::threads = static_cast<int32_t>(threads);
       const int64_t calls = FakeThreads::calls;
       ASSERT_EQ(Construct<double>(t.task, FakeThreads::Table()), 0);
       FakeThreads::threads = 8;
-      EXPECT_EQ(FakeThreads::calls - calls, c.parallel ? 1 : 0) << c.n << " " << c.fc;
-      EXPECT_EQ(serial, split) << c.n << " " << c.fc << " bc " << bc;
+      EXPECT_EQ(FakeThreads::calls - calls, parallel ? 1 : 0) << n << " " << fc;
+      EXPECT_EQ(serial, split) << n << " " << fc << " bc " << bc;
     }
   }
 }

@@ -104,16 +104,12 @@ TEST(DfInterpolate, ParallelCellsAndGivenCells) {
 }
 
 // Callbacks by group: the left callback sees only the sites left of the partition, the right
-// one only those right of it; inner sites without a callback use the polynomials.
-struct Seen {
-  std::vector<double> sites;
-  std::vector<int64_t> cells;
-};
+// one only those right of it; inner sites without a callback use the polynomials. The callback
+// records each site with its cell.
 int32_t Record(int64_t* n, int64_t* cells, double* sites, double* results, void* params, void*) {
-  auto* seen = static_cast<Seen*>(params);
+  auto* seen = static_cast<std::vector<double>*>(params);
   for (int64_t i = 0; i < *n; ++i) {
-    seen->sites.push_back(sites[i]);
-    seen->cells.push_back(cells[i]);
+    seen->insert(seen->end(), {sites[i], static_cast<double>(cells[i])});
     results[i] = 1000.0 + sites[i];       // function 0
     results[*n + i] = 2000.0 + sites[i];  // function 1
   }
@@ -126,7 +122,7 @@ TEST(DfInterpolate, CallbacksByGroup) {
   std::vector<double> sites = {-2.0, 1.0, 100.0, -1.5, 2.5, 200.0};
   const int64_t ns = static_cast<int64_t>(sites.size());
   std::vector<double> out(ns * 2);
-  Seen left, right;
+  std::vector<double> left, right;
   const int64_t dorder[1] = {1};
   const auto call = [&](oxl_df_dinterp_callback side, oxl_df_dinterp_callback inner) {
     return oxl_df_kernel_dDFInterpolate1D(fx.t.task, 0, 0, ns, sites.data(), 0, 1, dorder, nullptr,
@@ -134,10 +130,8 @@ TEST(DfInterpolate, CallbacksByGroup) {
                                           nullptr, nullptr, nullptr, nullptr);
   };
   ASSERT_EQ(call(&Record, nullptr), 0);
-  EXPECT_EQ(left.sites, (std::vector<double>{-2.0, -1.5}));
-  EXPECT_EQ(left.cells, (std::vector<int64_t>{0, 0}));
-  EXPECT_EQ(right.sites, (std::vector<double>{100.0, 200.0}));
-  EXPECT_EQ(right.cells, (std::vector<int64_t>{40, 40}));
+  EXPECT_EQ(left, (std::vector<double>{-2.0, 0, -1.5, 0}));
+  EXPECT_EQ(right, (std::vector<double>{100.0, 40, 200.0, 40}));
   EXPECT_EQ(out[0], 998.0);
   EXPECT_EQ(out[ns + 3], 1998.5);
   EXPECT_EQ(out[5], 1200.0);
@@ -535,41 +529,36 @@ TEST(DfIntegrate, BlocksAndThreads) {
 }
 
 // The whole-cell sums are the same bits on every SIMD target, for every start and length (their
-// values are checked through the oracle above).
-TEST(DfIntegrate, WholeCellsSameOnEveryTarget) {
+// values are checked through the oracle above), in both precisions.
+template <class T>
+void WholeCellsSameOnEveryTarget() {
   std::mt19937_64 rng(21);
   std::uniform_real_distribution<double> u(-2, 2);
-  std::vector<double> x(64), c(4 * 64);
-  for (size_t i = 0; i < x.size(); ++i) x[i] = 0.3 * i + 0.1 * u(rng);
-  for (double& v : c) v = u(rng);
-  const std::vector<float> xf(x.begin(), x.end()), cf(c.begin(), c.end());
-  std::vector<double> first;
-  std::vector<float> first_f;
+  std::vector<T> x(64), c(4 * 64), first;
+  for (size_t i = 0; i < x.size(); ++i) x[i] = static_cast<T>(0.3 * i + 0.1 * u(rng));
+  for (T& v : c) v = static_cast<T>(u(rng));
   ForEachTarget([&](const std::string& target) {
-    std::vector<double> all;
-    std::vector<float> all_f;
+    std::vector<T> all;
     for (int degree = 1; degree <= 3; ++degree) {
       for (bool uniform : {false, true}) {
         for (int64_t begin : {0, 1, 3, 6}) {
           for (int64_t groups : {1, 2, 5, 13}) {
-            double got[4];
-            float got_f[4];
-            oxl::df::WholeCellSums(degree, uniform, c.data(), x.data(), 0.25, begin, groups, got);
-            oxl::df::WholeCellSums(degree, uniform, cf.data(), xf.data(), 0.25f, begin, groups,
-                                   got_f);
+            T got[4];
+            oxl::df::WholeCellSums(degree, uniform, c.data(), x.data(), T(0.25), begin, groups,
+                                   got);
             all.insert(all.end(), got, got + 4);
-            all_f.insert(all_f.end(), got_f, got_f + 4);
           }
         }
       }
     }
-    if (first.empty()) {
-      first = all;
-      first_f = all_f;
-    }
+    if (first.empty()) first = all;
     EXPECT_EQ(all, first) << target;
-    EXPECT_EQ(all_f, first_f) << target;
   });
+}
+
+TEST(DfIntegrate, WholeCellsSameOnEveryTarget) {
+  WholeCellsSameOnEveryTarget<double>();
+  WholeCellsSameOnEveryTarget<float>();
 }
 
 }  // namespace
