@@ -17,18 +17,6 @@ namespace {
 
 using namespace oxl::test;
 
-std::vector<double> Knots(int64_t n, uint64_t seed) {
-  std::mt19937_64 rng(seed);
-  std::uniform_real_distribution<double> gap(0.1, 1.0);
-  std::vector<double> x(n);
-  double v = -1.0;
-  for (double& k : x) {
-    k = v;
-    v += gap(rng);
-  }
-  return x;
-}
-
 // Secants in rows and columns, serial below 128 knot-functions or 5 items, through the services
 // above.
 TEST(DfLinear, SecantsSerialItemsAndThreads) {

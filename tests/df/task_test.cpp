@@ -13,12 +13,6 @@ namespace {
 
 using namespace oxl::test;
 
-std::vector<double> Knots(int64_t n) {
-  std::vector<double> x(n);
-  for (int64_t i = 0; i < n; ++i) x[i] = i * 0.5 + 0.001 * (i % 7);
-  return x;
-}
-
 TEST(DfTask, CreationChecksInOrder) {
   const double x[3] = {0, 1, 2}, y[3] = {1, 2, 3};
   const std::tuple<int64_t, const double*, int64_t, int64_t, const double*, int64_t, int32_t>
@@ -53,7 +47,7 @@ TEST(DfTask, SearchTableBinCounts) {
   const int64_t sizes[][2] = {{2, 16},       {271, 16},     {272, 17},    {5000, 312},
                               {16383, 1023}, {16384, 1024}, {40000, 1024}};
   for (const auto& s : sizes) {
-    const std::vector<double> x = Knots(s[0]);
+    const std::vector<double> x = Knots(s[0], 1);
     TaskHolder t;
     ASSERT_EQ(NewTask(t, s[0], x.data()), 0);
     EXPECT_EQ(t->bin_count, s[1]) << s[0];
@@ -68,7 +62,7 @@ TEST(DfTask, SearchTableBinCounts) {
 
 // The editors and queries: tables of calls and their statuses, in order on one task.
 TEST(DfTask, EditAndQueryStatuses) {
-  const std::vector<double> x = Knots(4);
+  const std::vector<double> x = Knots(4, 1);
   std::vector<double> y(8), c(100), ic(5);
   TaskHolder t;
   ASSERT_EQ(NewTask(t, 4, x.data(), 0, 2, y.data()), 0);
@@ -168,7 +162,7 @@ TEST(DfTask, EditAndQueryStatuses) {
 // turned to row pointers: the slots of the other functions do not exist, and no edit, query or
 // compute entry reaches for them.
 TEST(DfTask, RowsAttachedForFewerFunctionsAreNeverReadPast) {
-  const std::vector<double> x = Knots(6);
+  const std::vector<double> x = Knots(6, 1);
   std::vector<double> y(18, 1.0), c(60, 0.0), r(6, -1.0);
   TaskHolder t;
   ASSERT_EQ(NewTask(t, 6, x.data(), 0, 1, y.data(), VALUES_COLUMNS), 0);
@@ -190,7 +184,7 @@ TEST(DfTask, RowsAttachedForFewerFunctionsAreNeverReadPast) {
 TEST(DfTask, DeleteAndAllocationFailures) {
   df_task* none = nullptr;
   EXPECT_EQ(oxl_df_kernel_DeleteTask(&none), DF_STATUS_NO_TASK);
-  const std::vector<double> x = Knots(40);
+  const std::vector<double> x = Knots(40, 1);
   std::vector<double> y(80), c(200);
   ForEachAllocationFailure(
       [&] {

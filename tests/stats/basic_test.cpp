@@ -387,18 +387,14 @@ TEST(BasicEdges, ConversionsFromSums) {
   ASSERT_EQ(direct.Run(kAllBasic, METHOD_ONE_PASS, nullptr), 0);
   ASSERT_EQ(sums.Run(kAllSums, METHOD_ONE_PASS, nullptr), 0);
   ASSERT_EQ(sums.Run(kAllBasic & ~kAllSums, METHOD_CONVERT_A, nullptr), 0);
-  for (auto [got, want] : {std::pair{&sums.mean, &direct.mean},
-                           {&sums.raw[0], &direct.raw[0]},
-                           {&sums.raw[1], &direct.raw[1]},
-                           {&sums.raw[2], &direct.raw[2]},
-                           {&sums.cm[0], &direct.cm[0]},
-                           {&sums.cm[1], &direct.cm[1]},
-                           {&sums.cm[2], &direct.cm[2]},
-                           {&sums.kurt, &direct.kurt},
-                           {&sums.cov, &direct.cov},
-                           {&sums.cor, &direct.cor}}) {
-    for (size_t i = 0; i < got->size(); ++i) {
-      EXPECT_LE(Rel((*got)[i], (*want)[i]), got == &sums.kurt ? 1e-13 : 1e-14) << i;
+  const auto converted = [](Problem<double>& pb) {
+    return std::vector{&pb.mean,  &pb.raw[0], &pb.raw[1], &pb.raw[2], &pb.cm[0],
+                       &pb.cm[1], &pb.cm[2],  &pb.kurt,   &pb.cov,    &pb.cor};
+  };
+  const auto got = converted(sums), want = converted(direct);
+  for (size_t k = 0; k < got.size(); ++k) {
+    for (size_t i = 0; i < got[k]->size(); ++i) {
+      EXPECT_LE(Rel((*got[k])[i], (*want[k])[i]), got[k] == &sums.kurt ? 1e-13 : 1e-14) << k;
     }
   }
   sums.accum = {0, 0};
