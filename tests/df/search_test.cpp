@@ -251,16 +251,12 @@ void ExpectRefused(int entry, bool wrap) {
   std::vector<unsigned char> out(256, 0xA5);
   T* r = reinterpret_cast<T*>(out.data());
   AllocationScope scope;
-  int32_t status;
-  if (entry == 0) {
-    status = Search(s.t.task, count, e, r, hint);
-  } else if (entry == 1) {
-    status = wrap ? Interpolate(s.t.task, count, e, 0, nullptr, r, 0, nullptr, hint)
-                  : Interpolate(s.t.task, 4, e, 0, nullptr, r, 0, nullptr, 0, INTERP_CELLS_WANTED,
-                                r + 8);
-  } else {
-    status = Integrate(s.t.task, count, e, e, r, 0, nullptr, hint, hint);
-  }
+  const int32_t status =
+      entry == 0   ? Search(s.t.task, count, e, r, hint)
+      : entry == 2 ? Integrate(s.t.task, count, e, e, r, 0, nullptr, hint, hint)
+                   : (wrap ? Interpolate(s.t.task, count, e, 0, nullptr, r, 0, nullptr, hint)
+                           : Interpolate(s.t.task, 4, e, 0, nullptr, r, 0, nullptr, 0,
+                                         INTERP_CELLS_WANTED, r + 8));
   EXPECT_EQ(status, wrap ? DF_STATUS_NO_MEMORY : DF_STATUS_BAD_PARTITION_SIZE);
   EXPECT_EQ(scope.allocations(), 0);
   EXPECT_EQ(std::count(out.begin(), out.end(), 0xA5), 256);
