@@ -99,6 +99,19 @@ int32_t Integrate(df_task* task, int64_t nlim, const T* left, Same<const T*> rig
                                 nullptr, nullptr, nullptr, services);
 }
 
+// n knots from -1 on, spaced at random between 0.1 and 1.
+inline std::vector<double> Knots(int64_t n, uint64_t seed) {
+  std::mt19937_64 rng(seed);
+  std::uniform_real_distribution<double> gap(0.1, 1.0);
+  std::vector<double> x(n);
+  double v = -1.0;
+  for (double& k : x) {
+    k = v;
+    v += gap(rng);
+  }
+  return x;
+}
+
 // The spline kinds by order and type.
 struct Kind {
   const char* name;

@@ -19,17 +19,17 @@ namespace {
 using namespace oxl::test;
 using Ld = long double;
 
-// A cubic with arbitrary coefficients, two functions on 40 knots.
-struct CubicFixture : RandomSpline {
-  CubicFixture() : RandomSpline(kCubic, false, 4, 40) {}
-};
-
 // Every polynomial kind (Subbotin's walls at its subgrid) on uneven and even knots, every layout
 // and choice of derivatives, sites given or evenly spaced between two ends, against direct
 // evaluation of the pieces; sites outside follow the end pieces.
 TEST(DfInterpolate, EveryKindLayoutAndDerivative) {
-  const std::vector<std::vector<int64_t>> orders = {
-      {}, {0, 0}, {1, 0, 1}, {0, 1, 1, 1}, {1, 1, 1, 1, 1}};
+  // The derivative orders asked for, and the derivatives that come out (none asked: the values).
+  const std::pair<std::vector<int64_t>, std::vector<int>> orders[] = {
+      {{}, {0}},
+      {{0, 0}, {0}},
+      {{1, 0, 1}, {0, 2}},
+      {{0, 1, 1, 1}, {1, 2, 3}},
+      {{1, 1, 1, 1, 1}, {0, 1, 2, 3, 4}}};
   for (const Kind& kind : kKinds) {
     if (kind.order == 0) continue;  // the step kinds: below
     for (bool uniform : {false, true}) {
@@ -39,12 +39,7 @@ TEST(DfInterpolate, EveryKindLayoutAndDerivative) {
       const double ends[2] = {s.ends[0] - 1, s.ends[1] + 1}, step = (ends[1] - ends[0]) / (ns - 1);
       std::vector<double> sites(ns);
       for (int64_t i = 0; i < ns; ++i) sites[i] = std::fma(static_cast<double>(i), step, ends[0]);
-      for (const auto& dorder : orders) {
-        std::vector<int> which;
-        for (size_t j = 0; j < dorder.size(); ++j) {
-          if (dorder[j] != 0) which.push_back(static_cast<int>(j));
-        }
-        if (which.empty()) which.push_back(0);
+      for (const auto& [dorder, which] : orders) {
         const int64_t nr = static_cast<int64_t>(which.size()), nd = std::ssize(dorder);
         for (int64_t hint : {0, 16, 32, 128, 256, 512}) {
           std::vector<double> out(ns * nr * fc, -1.0);
@@ -69,7 +64,7 @@ TEST(DfInterpolate, EveryKindLayoutAndDerivative) {
       }
     }
   }
-  CubicFixture fx;
+  const RandomSpline fx(kCubic, false, 4, 40);  // two functions
   std::vector<double> out(10);
   const int64_t one[1] = {1};
   EXPECT_EQ(Interpolate(fx.t.task, 1, out.data(), 1, one, out.data(), 64),
@@ -81,7 +76,7 @@ TEST(DfInterpolate, EveryKindLayoutAndDerivative) {
 // Threads: the parallel path above 4096 sites gives the same bits as the serial one, in a
 // staged layout too; cells come back when asked for; given cells skip the search.
 TEST(DfInterpolate, ParallelCellsAndGivenCells) {
-  CubicFixture fx;
+  RandomSpline fx(kCubic, false, 4, 40);
   const int64_t dorder[2] = {1, 1};
   for (int64_t ns : {4096, 4097, 9000}) {
     std::vector<double> sites(ns);
@@ -109,16 +104,12 @@ TEST(DfInterpolate, ParallelCellsAndGivenCells) {
 }
 
 // Callbacks by group: the left callback sees only the sites left of the partition, the right
-// one only those right of it; inner sites without a callback use the polynomials.
-struct Seen {
-  std::vector<double> sites;
-  std::vector<int64_t> cells;
-};
+// one only those right of it; inner sites without a callback use the polynomials. The callback
+// records each site with its cell.
 int32_t Record(int64_t* n, int64_t* cells, double* sites, double* results, void* params, void*) {
-  auto* seen = static_cast<Seen*>(params);
+  auto* seen = static_cast<std::vector<double>*>(params);
   for (int64_t i = 0; i < *n; ++i) {
-    seen->sites.push_back(sites[i]);
-    seen->cells.push_back(cells[i]);
+    seen->insert(seen->end(), {sites[i], static_cast<double>(cells[i])});
     results[i] = 1000.0 + sites[i];       // function 0
     results[*n + i] = 2000.0 + sites[i];  // function 1
   }
@@ -127,11 +118,11 @@ int32_t Record(int64_t* n, int64_t* cells, double* sites, double* results, void*
 int32_t Fail(int64_t*, int64_t*, double*, double*, void*, void*) { return -77; }
 
 TEST(DfInterpolate, CallbacksByGroup) {
-  CubicFixture fx;
+  RandomSpline fx(kCubic, false, 4, 40);
   std::vector<double> sites = {-2.0, 1.0, 100.0, -1.5, 2.5, 200.0};
   const int64_t ns = static_cast<int64_t>(sites.size());
   std::vector<double> out(ns * 2);
-  Seen left, right;
+  std::vector<double> left, right;
   const int64_t dorder[1] = {1};
   const auto call = [&](oxl_df_dinterp_callback side, oxl_df_dinterp_callback inner) {
     return oxl_df_kernel_dDFInterpolate1D(fx.t.task, 0, 0, ns, sites.data(), 0, 1, dorder, nullptr,
@@ -139,10 +130,8 @@ TEST(DfInterpolate, CallbacksByGroup) {
                                           nullptr, nullptr, nullptr, nullptr);
   };
   ASSERT_EQ(call(&Record, nullptr), 0);
-  EXPECT_EQ(left.sites, (std::vector<double>{-2.0, -1.5}));
-  EXPECT_EQ(left.cells, (std::vector<int64_t>{0, 0}));
-  EXPECT_EQ(right.sites, (std::vector<double>{100.0, 200.0}));
-  EXPECT_EQ(right.cells, (std::vector<int64_t>{40, 40}));
+  EXPECT_EQ(left, (std::vector<double>{-2.0, 0, -1.5, 0}));
+  EXPECT_EQ(right, (std::vector<double>{100.0, 40, 200.0, 40}));
   EXPECT_EQ(out[0], 998.0);
   EXPECT_EQ(out[ns + 3], 1998.5);
   EXPECT_EQ(out[5], 1200.0);
@@ -167,7 +156,7 @@ int32_t OnesIntegral(int64_t* n, const double* lower, const double* upper, doubl
 // callbacks, whose blocks are cleared before their buffers come) the caller's arrays are as they
 // were.
 TEST(DfEntries, EveryAllocationFailsOnceCleanly) {
-  CubicFixture fx;
+  RandomSpline fx(kCubic, false, 4, 40);
   int64_t fc = fx.fc;
   const int64_t many = 5000, nsite = 300;
   const double ends[2] = {-1.0, 12.0};
@@ -361,25 +350,21 @@ TEST(DfIntegrate, FrontStatuses) {
   RandomSpline s(kCubic, false, 3);
   const double l[2] = {0, 1}, r[2] = {1, 2};
   double out[4];
-  struct Case {
-    int64_t order, type, result_hint;
-    int32_t status;
-  };
-  const Case cases[] = {{0, 6, 0, DF_STATUS_BAD_TYPE},
-                        {1, 0, 0, DF_STATUS_BAD_TYPE},
-                        {3, 2, 0, DF_STATUS_BAD_TYPE},
-                        {4, 1, 0, DF_STATUS_BAD_TYPE},
-                        {4, 64, 0, DF_STATUS_BAD_TYPE},
-                        {0, 0, 0, DF_STATUS_BAD_TYPE},
-                        {4, 9, 0, 0},
-                        {0, 7, 0, 0},
-                        {4, 2, 64, DF_STATUS_BAD_INTEGRATE_RESULT_HINT},
-                        {4, 2, 256, DF_STATUS_BAD_INTEGRATE_RESULT_HINT}};
-  for (const Case& c : cases) {
-    s.t->spline_order = c.order;
-    s.t->spline_type = c.type;
-    EXPECT_EQ(Integrate(s.t.task, 2, l, r, out, c.result_hint), c.status)
-        << c.order << " " << c.type;
+  // Order, type, result hint, status.
+  const int64_t cases[][4] = {{0, 6, 0, DF_STATUS_BAD_TYPE},
+                              {1, 0, 0, DF_STATUS_BAD_TYPE},
+                              {3, 2, 0, DF_STATUS_BAD_TYPE},
+                              {4, 1, 0, DF_STATUS_BAD_TYPE},
+                              {4, 64, 0, DF_STATUS_BAD_TYPE},
+                              {0, 0, 0, DF_STATUS_BAD_TYPE},
+                              {4, 9, 0, 0},
+                              {0, 7, 0, 0},
+                              {4, 2, 64, DF_STATUS_BAD_INTEGRATE_RESULT_HINT},
+                              {4, 2, 256, DF_STATUS_BAD_INTEGRATE_RESULT_HINT}};
+  for (const auto& [order, type, result_hint, status] : cases) {
+    s.t->spline_order = order;
+    s.t->spline_type = type;
+    EXPECT_EQ(Integrate(s.t.task, 2, l, r, out, result_hint), status) << order << " " << type;
   }
   const double bad_hint[5] = {0, 0.5, 0, 0, 3};
   const double peak_far[5] = {0, 1, 0, 0, 12};  // partition_size + 1
@@ -544,41 +529,36 @@ TEST(DfIntegrate, BlocksAndThreads) {
 }
 
 // The whole-cell sums are the same bits on every SIMD target, for every start and length (their
-// values are checked through the oracle above).
-TEST(DfIntegrate, WholeCellsSameOnEveryTarget) {
+// values are checked through the oracle above), in both precisions.
+template <class T>
+void WholeCellsSameOnEveryTarget() {
   std::mt19937_64 rng(21);
   std::uniform_real_distribution<double> u(-2, 2);
-  std::vector<double> x(64), c(4 * 64);
-  for (size_t i = 0; i < x.size(); ++i) x[i] = 0.3 * i + 0.1 * u(rng);
-  for (double& v : c) v = u(rng);
-  const std::vector<float> xf(x.begin(), x.end()), cf(c.begin(), c.end());
-  std::vector<double> first;
-  std::vector<float> first_f;
+  std::vector<T> x(64), c(4 * 64), first;
+  for (size_t i = 0; i < x.size(); ++i) x[i] = static_cast<T>(0.3 * i + 0.1 * u(rng));
+  for (T& v : c) v = static_cast<T>(u(rng));
   ForEachTarget([&](const std::string& target) {
-    std::vector<double> all;
-    std::vector<float> all_f;
+    std::vector<T> all;
     for (int degree = 1; degree <= 3; ++degree) {
       for (bool uniform : {false, true}) {
         for (int64_t begin : {0, 1, 3, 6}) {
           for (int64_t groups : {1, 2, 5, 13}) {
-            double got[4];
-            float got_f[4];
-            oxl::df::WholeCellSums(degree, uniform, c.data(), x.data(), 0.25, begin, groups, got);
-            oxl::df::WholeCellSums(degree, uniform, cf.data(), xf.data(), 0.25f, begin, groups,
-                                   got_f);
+            T got[4];
+            oxl::df::WholeCellSums(degree, uniform, c.data(), x.data(), T(0.25), begin, groups,
+                                   got);
             all.insert(all.end(), got, got + 4);
-            all_f.insert(all_f.end(), got_f, got_f + 4);
           }
         }
       }
     }
-    if (first.empty()) {
-      first = all;
-      first_f = all_f;
-    }
+    if (first.empty()) first = all;
     EXPECT_EQ(all, first) << target;
-    EXPECT_EQ(all_f, first_f) << target;
   });
+}
+
+TEST(DfIntegrate, WholeCellsSameOnEveryTarget) {
+  WholeCellsSameOnEveryTarget<double>();
+  WholeCellsSameOnEveryTarget<float>();
 }
 
 }  // namespace

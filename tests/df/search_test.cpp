@@ -5,6 +5,7 @@
 #include <cmath>
 #include <functional>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include "df/df_test_util.h"
@@ -191,13 +192,8 @@ TEST(DfSearch, MethodChoiceDataHintAndCallback) {
   const double x[5] = {0, 1, 2, 3, 4};
   TaskHolder t;
   ASSERT_EQ(NewTask(t, 5, x, PARTITION_QUASIUNIFORM), 0);
-  struct Row {
-    int64_t partition_hint, site_hint;
-    double peak_flag, peak;
-    bool callback;
-    int32_t want;  // a method, or a status
-  };
-  const Row rows[] = {
+  // Partition hint, site hint, the peak's flag and place, a callback, the method or a status.
+  const std::tuple<int64_t, int64_t, double, double, bool, int32_t> rows[] = {
       {PARTITION_QUASIUNIFORM, SITES_SORTED, 0, 0, false, oxl::df::kQuasiUniform},
       {PARTITION_QUASIUNIFORM, SITES_SORTED, 0, 0, true, oxl::df::kUserDef},
       {PARTITION_NO_HINT, SITES_SORTED, 0, 0, false, oxl::df::kSorted},
@@ -206,12 +202,12 @@ TEST(DfSearch, MethodChoiceDataHintAndCallback) {
       {PARTITION_NO_HINT, 0, 1, 6, false, DF_STATUS_BAD_DATA_HINT},
       {PARTITION_NO_HINT, 0, 0, 6, false, oxl::df::kHybrid},
   };
-  for (const Row& row : rows) {
-    t->partition_hint = row.partition_hint;
-    const double dh[5] = {0, row.peak_flag, 0, 0, row.peak};
+  for (const auto& [partition_hint, site_hint, peak_flag, peak, callback, want] : rows) {
+    t->partition_hint = partition_hint;
+    const double dh[5] = {0, peak_flag, 0, 0, peak};
     int32_t method = -1;
-    const int32_t s = oxl::df::ChooseSearchMethod(t.task, row.site_hint, dh, row.callback, &method);
-    EXPECT_EQ(s != 0 ? s : method, row.want) << row.peak_flag << " " << row.peak;
+    const int32_t s = oxl::df::ChooseSearchMethod(t.task, site_hint, dh, callback, &method);
+    EXPECT_EQ(s != 0 ? s : method, want) << peak_flag << " " << peak;
   }
   std::vector<int32_t> cells(3, -9);
   const double sites[3] = {-1, 4, 5}, peak[5] = {0, 1, 0, 0, 5}, far[5] = {0, 1, 0, 0, 6};
@@ -255,16 +251,12 @@ void ExpectRefused(int entry, bool wrap) {
   std::vector<unsigned char> out(256, 0xA5);
   T* r = reinterpret_cast<T*>(out.data());
   AllocationScope scope;
-  int32_t status;
-  if (entry == 0) {
-    status = Search(s.t.task, count, e, r, hint);
-  } else if (entry == 1) {
-    status = wrap ? Interpolate(s.t.task, count, e, 0, nullptr, r, 0, nullptr, hint)
-                  : Interpolate(s.t.task, 4, e, 0, nullptr, r, 0, nullptr, 0, INTERP_CELLS_WANTED,
-                                r + 8);
-  } else {
-    status = Integrate(s.t.task, count, e, e, r, 0, nullptr, hint, hint);
-  }
+  const int32_t status =
+      entry == 0   ? Search(s.t.task, count, e, r, hint)
+      : entry == 2 ? Integrate(s.t.task, count, e, e, r, 0, nullptr, hint, hint)
+                   : (wrap ? Interpolate(s.t.task, count, e, 0, nullptr, r, 0, nullptr, hint)
+                           : Interpolate(s.t.task, 4, e, 0, nullptr, r, 0, nullptr, 0,
+                                         INTERP_CELLS_WANTED, r + 8));
   EXPECT_EQ(status, wrap ? DF_STATUS_NO_MEMORY : DF_STATUS_BAD_PARTITION_SIZE);
   EXPECT_EQ(scope.allocations(), 0);
   EXPECT_EQ(std::count(out.begin(), out.end(), 0xA5), 256);
@@ -317,32 +309,26 @@ TEST(DfSearch, EditsOfThePartitionNeverLeaveAStaleTable) {
   const auto hint = [](df_task* t) {
     return oxl_df_kernel_iEditVal(t, VAL_PARTITION_HINT, PARTITION_NONUNIFORM);
   };
-  struct Row {
-    const char* what;
-    int64_t hint;
-    const double* knots;
-    std::function<int32_t(df_task*)> edit;
-    int64_t n;
-  };
-  const Row rows[] = {
-      {"new partition", PARTITION_NO_HINT, first.data(), knots, 40},
-      {"new size", PARTITION_NONUNIFORM, second.data(),
-       [&](df_task* t) { return oxl_df_kernel_iEditVal(t, VAL_PARTITION_SIZE, 80); }, 80},
-      {"hint, then knots", PARTITION_UNIFORM, ends, [&](df_task* t) { return hint(t) | knots(t); },
-       40},
-      {"knots, then hint", PARTITION_UNIFORM, ends, [&](df_task* t) { return knots(t) | hint(t); },
-       40},
-  };
-  for (const Row& row : rows) {
+  const std::tuple<const char*, int64_t, const double*, std::function<int32_t(df_task*)>, int64_t>
+      rows[] = {
+          {"new partition", PARTITION_NO_HINT, first.data(), knots, 40},
+          {"new size", PARTITION_NONUNIFORM, second.data(),
+           [&](df_task* t) { return oxl_df_kernel_iEditVal(t, VAL_PARTITION_SIZE, 80); }, 80},
+          {"hint, then knots", PARTITION_UNIFORM, ends,
+           [&](df_task* t) { return hint(t) | knots(t); }, 40},
+          {"knots, then hint", PARTITION_UNIFORM, ends,
+           [&](df_task* t) { return knots(t) | hint(t); }, 40},
+      };
+  for (const auto& [what, partition_hint, partition, edit, n] : rows) {
     TaskHolder t;
-    ASSERT_EQ(NewTask(t, 40, row.knots, row.hint, 0, nullptr, 0, 1), 0);
-    ASSERT_EQ(row.edit(t.task), 0);
-    const std::vector<double> x(second.begin(), second.begin() + row.n);
+    ASSERT_EQ(NewTask(t, 40, partition, partition_hint, 0, nullptr, 0, 1), 0);
+    ASSERT_EQ(edit(t.task), 0);
+    const std::vector<double> x(second.begin(), second.begin() + n);
     std::vector<double> sites;
     for (int i = 0; i < 97; ++i) sites.push_back(-1.0 + (x.back() + 2.0) * i / 96.0);
     std::vector<int64_t> cells(sites.size());
     ASSERT_EQ(Search(t.task, static_cast<int64_t>(sites.size()), sites.data(), cells.data()), 0);
-    ExpectBruteCells(x, sites, cells, row.what);
+    ExpectBruteCells(x, sites, cells, what);
   }
 }
 

@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <functional>
+#include <tuple>
 #include <vector>
 
 #include "df/df_test_util.h"
@@ -12,37 +13,24 @@ namespace {
 
 using namespace oxl::test;
 
-std::vector<double> Knots(int64_t n) {
-  std::vector<double> x(n);
-  for (int64_t i = 0; i < n; ++i) x[i] = i * 0.5 + 0.001 * (i % 7);
-  return x;
-}
-
 TEST(DfTask, CreationChecksInOrder) {
   const double x[3] = {0, 1, 2}, y[3] = {1, 2, 3};
-  struct Case {
-    int64_t n;
-    const double* x;
-    int64_t hint, fc;
-    const double* y;
-    int64_t yhint;
-    int32_t status;
-  };
-  const Case cases[] = {
-      {1, nullptr, 99, 1, nullptr, 99, DF_STATUS_BAD_PARTITION_SIZE},
-      {3, nullptr, 99, 1, nullptr, 99, DF_STATUS_NO_PARTITION},
-      {3, x, 3, 1, nullptr, 99, DF_STATUS_BAD_PARTITION_HINT},
-      {3, x, 1, 1, nullptr, 99, DF_STATUS_NO_VALUES},
-      {3, x, 1, 0, y, 99, DF_STATUS_BAD_FUNCTION_COUNT},
-      {3, x, 1, 1, y, 99, DF_STATUS_BAD_VALUES_HINT},
-      {3, x, 1, 0, nullptr, 64, DF_STATUS_BAD_VALUES_HINT},
-      // Counts the 32-bit slot count of the value rows cannot hold.
-      {3, x, 1, int64_t{1} << 31, y, 0, DF_STATUS_BAD_FUNCTION_COUNT},
-      {3, x, 1, (int64_t{1} << 61) + 1, y, 32, DF_STATUS_BAD_FUNCTION_COUNT},
-  };
-  for (const Case& c : cases) {
+  const std::tuple<int64_t, const double*, int64_t, int64_t, const double*, int64_t, int32_t>
+      cases[] = {
+          {1, nullptr, 99, 1, nullptr, 99, DF_STATUS_BAD_PARTITION_SIZE},
+          {3, nullptr, 99, 1, nullptr, 99, DF_STATUS_NO_PARTITION},
+          {3, x, 3, 1, nullptr, 99, DF_STATUS_BAD_PARTITION_HINT},
+          {3, x, 1, 1, nullptr, 99, DF_STATUS_NO_VALUES},
+          {3, x, 1, 0, y, 99, DF_STATUS_BAD_FUNCTION_COUNT},
+          {3, x, 1, 1, y, 99, DF_STATUS_BAD_VALUES_HINT},
+          {3, x, 1, 0, nullptr, 64, DF_STATUS_BAD_VALUES_HINT},
+          // Counts the 32-bit slot count of the value rows cannot hold.
+          {3, x, 1, int64_t{1} << 31, y, 0, DF_STATUS_BAD_FUNCTION_COUNT},
+          {3, x, 1, (int64_t{1} << 61) + 1, y, 32, DF_STATUS_BAD_FUNCTION_COUNT},
+      };
+  for (const auto& [n, xs, hint, fc, ys, yhint, status] : cases) {
     TaskHolder t;
-    EXPECT_EQ(NewTask(t, c.n, c.x, c.hint, c.fc, c.y, c.yhint), c.status);
+    EXPECT_EQ(NewTask(t, n, xs, hint, fc, ys, yhint), status);
     EXPECT_EQ(t.task, nullptr);
   }
   TaskHolder t;
@@ -59,7 +47,7 @@ TEST(DfTask, SearchTableBinCounts) {
   const int64_t sizes[][2] = {{2, 16},       {271, 16},     {272, 17},    {5000, 312},
                               {16383, 1023}, {16384, 1024}, {40000, 1024}};
   for (const auto& s : sizes) {
-    const std::vector<double> x = Knots(s[0]);
+    const std::vector<double> x = Knots(s[0], 1);
     TaskHolder t;
     ASSERT_EQ(NewTask(t, s[0], x.data()), 0);
     EXPECT_EQ(t->bin_count, s[1]) << s[0];
@@ -74,39 +62,28 @@ TEST(DfTask, SearchTableBinCounts) {
 
 // The editors and queries: tables of calls and their statuses, in order on one task.
 TEST(DfTask, EditAndQueryStatuses) {
-  const std::vector<double> x = Knots(4);
+  const std::vector<double> x = Knots(4, 1);
   std::vector<double> y(8), c(100), ic(5);
   TaskHolder t;
   ASSERT_EQ(NewTask(t, 4, x.data(), 0, 2, y.data()), 0);
   df_task* task = t.task;
   // The spline editor checks in order; fields that passed stay stored.
-  struct Spline {
-    int64_t order, type, bc, ic_type;
-    const double* id;
-    int32_t status;
-  };
-  const Spline splines[] = {{-1, 0, 0, 0, nullptr, DF_STATUS_BAD_ORDER},
-                            {2, -1, 0, 0, nullptr, DF_STATUS_BAD_TYPE},
-                            {4, 2, 4, 0, nullptr, DF_STATUS_NO_BOUNDARY},
-                            {4, 2, 64, 1, nullptr, DF_STATUS_NO_INTERNAL},
-                            {4, 2, 2, 0, ic.data(), DF_STATUS_BAD_INTERNAL_TYPE}};
-  for (const Spline& r : splines) {
-    EXPECT_EQ(EditSpline<double>(task, nullptr, r.order, r.type, r.bc, nullptr, r.ic_type, r.id),
-              r.status)
-        << r.order << " " << r.type << " " << r.bc;
+  const std::tuple<int64_t, int64_t, int64_t, int64_t, const double*, int32_t> splines[] = {
+      {-1, 0, 0, 0, nullptr, DF_STATUS_BAD_ORDER},
+      {2, -1, 0, 0, nullptr, DF_STATUS_BAD_TYPE},
+      {4, 2, 4, 0, nullptr, DF_STATUS_NO_BOUNDARY},
+      {4, 2, 64, 1, nullptr, DF_STATUS_NO_INTERNAL},
+      {4, 2, 2, 0, ic.data(), DF_STATUS_BAD_INTERNAL_TYPE}};
+  for (const auto& [order, type, bc, ic_type, id, status] : splines) {
+    EXPECT_EQ(EditSpline<double>(task, nullptr, order, type, bc, nullptr, ic_type, id), status)
+        << order << " " << type << " " << bc;
   }
   EXPECT_EQ(t->spline_order, 4);
   EXPECT_EQ(t->boundary_type, 2);
   EXPECT_EQ(EditSpline<double>(nullptr, nullptr, 2, 0), DF_STATUS_NO_TASK);
   ASSERT_EQ(EditSpline(task, c.data(), 2, 0), 0);  // row pointers: only slot 0
   // Pointer edits and queries, plain (index -1) or indexed; a query reads back `p` if given.
-  struct Pointer {
-    bool query;
-    int64_t code, index;
-    const double* p;
-    int32_t status;
-  };
-  const Pointer pointers[] = {
+  const std::tuple<bool, int64_t, int64_t, const double*, int32_t> pointers[] = {
       {false, PTR_VALUES, 1, y.data() + 1, 0},
       {true, PTR_VALUES, 1, y.data() + 1, 0},
       {false, PTR_VALUES, 2, y.data(), DF_STATUS_BAD_INDEX},
@@ -123,18 +100,14 @@ TEST(DfTask, EditAndQueryStatuses) {
       {false, 6, -1, x.data(), DF_STATUS_BAD_CODE},
       {true, PTR_PARTITION, -1, x.data(), 0},
   };
-  for (const Pointer& r : pointers) {
+  for (const auto& [query, code, index, p, status] : pointers) {
     const double* out = nullptr;
-    int32_t status;
-    if (r.query) {
-      status = r.index < 0 ? oxl_df_kernel_dQueryPtr(task, r.code, &out)
-                           : oxl_df_kernel_dQueryIdxPtr(task, r.code, r.index, &out);
-    } else {
-      status = r.index < 0 ? oxl_df_kernel_dEditPtr(task, r.code, r.p)
-                           : oxl_df_kernel_dEditIdxPtr(task, r.code, r.index, r.p);
-    }
-    EXPECT_EQ(status, r.status) << r.query << " " << r.code << " " << r.index;
-    if (r.query && r.p != nullptr) EXPECT_EQ(out, r.p) << r.code << " " << r.index;
+    const int32_t got = query ? (index < 0 ? oxl_df_kernel_dQueryPtr(task, code, &out)
+                                           : oxl_df_kernel_dQueryIdxPtr(task, code, index, &out))
+                              : (index < 0 ? oxl_df_kernel_dEditPtr(task, code, p)
+                                           : oxl_df_kernel_dEditIdxPtr(task, code, index, p));
+    EXPECT_EQ(got, status) << query << " " << code << " " << index;
+    EXPECT_TRUE(!query || p == nullptr || out == p) << code << " " << index;
   }
   EXPECT_EQ(oxl_df_kernel_iEditVal(task, 13, 0), DF_STATUS_BAD_CODE);
   EXPECT_EQ(oxl_df_kernel_iEditVal(task, 24, 0), DF_STATUS_BAD_CODE);
@@ -147,11 +120,7 @@ TEST(DfTask, EditAndQueryStatuses) {
   EXPECT_EQ(oxl_df_kernel_dQueryIdxPtr(task, PTR_VALUES, 0, &out), DF_STATUS_BAD_VALUES_HINT);
   const auto edit = [&](int64_t code, int64_t v) { return oxl_df_kernel_iEditVal(task, code, v); };
   // Value fields: a good value is stored and read back in either width; a bad one is refused.
-  struct Value {
-    int64_t code, good, bad;
-    int32_t status;
-  };
-  const Value values[] = {
+  const int64_t values[][4] = {
       {VAL_PARTITION_SIZE, 2, 1, DF_STATUS_BAD_PARTITION_SIZE},
       {VAL_PARTITION_HINT, 2, 3, DF_STATUS_BAD_PARTITION_HINT},
       {VAL_FUNCTION_COUNT, 1, 0, DF_STATUS_BAD_FUNCTION_COUNT},
@@ -165,17 +134,17 @@ TEST(DfTask, EditAndQueryStatuses) {
       {VAL_COEFFICIENTS_HINT, 32, 8, DF_STATUS_BAD_COEFFICIENTS_HINT},
       {VAL_AUXILIARY_SWITCH, 1, 2, DF_STATUS_BAD_SWITCH},
   };
-  for (const Value& v : values) {
-    EXPECT_EQ(edit(v.code, v.good), 0) << v.code;
-    EXPECT_EQ(edit(v.code, v.bad), v.status) << v.code;
+  for (const auto& [code, good, bad, status] : values) {
+    EXPECT_EQ(edit(code, good), 0) << code;
+    EXPECT_EQ(edit(code, bad), status) << code;
     int64_t wide = -7;
     int32_t narrow = -7;
-    EXPECT_EQ(oxl_df_kernel_iQueryVal(task, v.code, &narrow), 0);
+    EXPECT_EQ(oxl_df_kernel_iQueryVal(task, code, &narrow), 0);
     t->int_flag = 1;
-    EXPECT_EQ(oxl_df_kernel_iQueryVal(task, v.code, &wide), 0);
+    EXPECT_EQ(oxl_df_kernel_iQueryVal(task, code, &wide), 0);
     t->int_flag = 0;
-    EXPECT_EQ(narrow, v.good) << v.code;
-    EXPECT_EQ(wide, v.good) << v.code;
+    EXPECT_EQ(narrow, good) << code;
+    EXPECT_EQ(wide, good) << code;
   }
   // A task of another dimension answers every edit and query with 0 and changes nothing.
   t->dimension = 2;
@@ -193,7 +162,7 @@ TEST(DfTask, EditAndQueryStatuses) {
 // turned to row pointers: the slots of the other functions do not exist, and no edit, query or
 // compute entry reaches for them.
 TEST(DfTask, RowsAttachedForFewerFunctionsAreNeverReadPast) {
-  const std::vector<double> x = Knots(6);
+  const std::vector<double> x = Knots(6, 1);
   std::vector<double> y(18, 1.0), c(60, 0.0), r(6, -1.0);
   TaskHolder t;
   ASSERT_EQ(NewTask(t, 6, x.data(), 0, 1, y.data(), VALUES_COLUMNS), 0);
@@ -215,7 +184,7 @@ TEST(DfTask, RowsAttachedForFewerFunctionsAreNeverReadPast) {
 TEST(DfTask, DeleteAndAllocationFailures) {
   df_task* none = nullptr;
   EXPECT_EQ(oxl_df_kernel_DeleteTask(&none), DF_STATUS_NO_TASK);
-  const std::vector<double> x = Knots(40);
+  const std::vector<double> x = Knots(40, 1);
   std::vector<double> y(80), c(200);
   ForEachAllocationFailure(
       [&] {

@@ -12,6 +12,7 @@
 
 #include "df/task.h"
 #include "oxl/df.h"
+#include "support/fake_threads.h"
 
 namespace {
 
@@ -34,22 +35,11 @@ class Input {
   }
   // A value as an attacker would pick it: small, at a boundary, or any 64 bits.
   int64_t Value() {
-    static constexpr int64_t kEdges[] = {0,
-                                         -1,
-                                         1,
-                                         2,
-                                         4,
-                                         16,
-                                         32,
-                                         64,
-                                         128,
-                                         256,
-                                         INT32_MAX,
-                                         int64_t{1} << 31,
-                                         (int64_t{1} << 61) + 1,
-                                         (int64_t{1} << 62) + 1,
-                                         INT64_MAX,
-                                         INT64_MIN};
+    static constexpr int64_t kBit31 = int64_t{1} << 31, kBit61 = int64_t{1} << 61;
+    static constexpr int64_t kEdges[] = {
+        0,         -1,       1,   2,         4,      16,         32,
+        64,        128,      256, INT32_MAX, kBit31, kBit61 + 1, 2 * kBit61 + 1,
+        INT64_MAX, INT64_MIN};
     const uint8_t kind = Byte();
     if (kind < 128) return static_cast<int8_t>(Byte());
     if (kind < 224) return kEdges[Byte() % (sizeof kEdges / sizeof kEdges[0])];
@@ -156,22 +146,12 @@ bool MayAttach(const df_task* t, int64_t order) {
   return fc <= kFunctions && t->partition_size <= kKnots && order >= 0 && order <= kMaxOrder;
 }
 
-int32_t MaxThreads() { return 3; }
-int32_t RunSerially(int64_t items, int32_t threads, void* context, oxl_item_worker worker) {
-  int32_t status = 0;
-  for (int64_t i = items - 1; i >= 0; --i) {
-    const int32_t s = worker(i, static_cast<int32_t>(i % threads), nullptr, context);
-    if (s < 0) status = s;
-  }
-  return status;
-}
-const thread_services kThreeThreads{&RunSerially, nullptr, nullptr, nullptr, &MaxThreads};
-
 void Compute(df_task* task, const Arrays& a, int32_t int_flag, Input& in) {
   const uint8_t entry = in.Byte() % 6;
   if (entry == 0 ? !PartitionHonoured(task, a) : !Honoured(task, a)) return;
   const int64_t n = task->partition_size;
-  const thread_services* services = (in.Byte() & 1) != 0 ? &kThreeThreads : nullptr;
+  const thread_services* services =
+      (in.Byte() & 1) != 0 ? oxl::test::FakeThreads::Table() : nullptr;
   const int64_t nsite = in.Byte() % (kMaxSites + 1);
   std::vector<double> sites(kMaxSites);
   for (double& s : sites) s = a.knots[0] - 1.0 + static_cast<int8_t>(in.Byte()) / 16.0 + 4.0;

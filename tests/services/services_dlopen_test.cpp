@@ -1,10 +1,12 @@
 // The core library finds the threader functions by name once liboxl_services is loaded, also when
-// it is loaded at run time; before that, the serial versions answer.
+// it is loaded at run time; before that, the serial versions answer, and a name it does not know
+// finds nothing.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdint>
+#include <vector>
 
 #include "oxl/platform.h"
 #include "oxl/threading.h"
@@ -20,6 +22,15 @@ TEST(ServicesLibrary, ThreaderFunctionsFoundOnceLoaded) {
       reinterpret_cast<oxl_threader_get_num_threads_limit_fn>(oxl_serv_load_thread_fun(kLimitName));
   ASSERT_NE(serial_limit, nullptr);
   EXPECT_EQ(serial_limit(), 1);
+  std::vector<int32_t> seen;
+  reinterpret_cast<oxl_threader_for_fn>(oxl_serv_load_thread_fun(kForName))(
+      5, &seen, [](int32_t i, int32_t thread, int32_t threads, void* context) {
+        EXPECT_TRUE(thread == 0 && threads == 1);
+        static_cast<std::vector<int32_t>*>(context)->push_back(i);
+      });
+  EXPECT_EQ(seen, (std::vector<int32_t>{0, 1, 2, 3, 4}));
+  EXPECT_EQ(oxl_serv_load_thread_fun("no_such_function"), nullptr);
+  EXPECT_EQ(oxl_serv_load_thread_fun(nullptr), nullptr);
 
   void* library = dlopen(OXL_SERVICES_LIBRARY, RTLD_NOW | RTLD_GLOBAL);
   ASSERT_NE(library, nullptr) << dlerror();

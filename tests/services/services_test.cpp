@@ -5,7 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <memory>
 #include <thread>
 #include <vector>
 
@@ -18,8 +17,7 @@ namespace {
 constexpr int32_t kLimit = 4;  // above the core count of small machines: oversubscription is fine
 
 // Sets the process-wide limit for one test and restores the default afterwards.
-class LimitScope {
- public:
+struct LimitScope {
   explicit LimitScope(int32_t limit) { oxl_services_set_num_threads(limit); }
   ~LimitScope() { oxl_services_set_num_threads(0); }
 };
@@ -29,8 +27,7 @@ using ItemService = int32_t (*)(int64_t, int32_t, void*, oxl_item_worker);
 struct ItemForm {
   const char* name;
   ItemService run;
-  bool contiguous;
-  bool parallel;
+  bool contiguous, parallel;
 };
 
 std::vector<ItemForm> ItemForms() {
@@ -46,42 +43,17 @@ std::vector<ItemForm> ItemForms() {
   };
 }
 
-// Which thread ran each item, and how often each item ran.
-struct Visits {
-  explicit Visits(int64_t count)
-      : times(std::make_unique<std::atomic<int32_t>[]>(count)), thread(count, -1) {}
-  std::unique_ptr<std::atomic<int32_t>[]> times;
-  std::vector<int32_t> thread;   // each item's slot is written by the one worker that runs it
-  std::atomic<int32_t> team{0};  // the thread count a worker was told, for the threader
+// Per item or thread: how often it ran, plus 256 times what it was told (the thread, the team).
+using Runs = std::vector<std::atomic<int32_t>>;
 
-  static int32_t Record(int64_t item, int32_t thread, void*, void* context) {
-    auto* self = static_cast<Visits*>(context);
-    self->times[item].fetch_add(1, std::memory_order_relaxed);
-    self->thread[item] = thread;
-    return 0;
-  }
+int32_t RecordVisit(int64_t item, int32_t thread, void*, void* context) {
+  (*static_cast<Runs*>(context))[item].fetch_add(1 + 256 * thread);
+  return 0;
+}
 
-  // Every item once, on a thread of the team; with `contiguous`, thread t holds the t-th range: ids
-  // start at 0 and step by one at each range boundary, and every thread of the team gets a range
-  // of about count / team items.
-  void Expect(int64_t count, int64_t team, bool contiguous) const {
-    std::vector<int64_t> per_thread(team, 0);
-    for (int64_t i = 0; i < count; ++i) {
-      ASSERT_EQ(times[i].load(), 1) << "item " << i;
-      ASSERT_TRUE(thread[i] >= 0 && thread[i] < team) << "item " << i;
-      ++per_thread[thread[i]];
-      ASSERT_TRUE(!contiguous || i == 0 || thread[i] - thread[i - 1] == 0 ||
-                  thread[i] - thread[i - 1] == 1)
-          << "item " << i;
-    }
-    if (!contiguous) return;
-    EXPECT_EQ(thread[0], 0);
-    const auto [fewest, most] = std::minmax_element(per_thread.begin(), per_thread.end());
-    EXPECT_GE(*fewest, 1);
-    EXPECT_LE(*most - *fewest, 1);
-  }
-};
-
+// Every item once, on a thread of the team; in the contiguous forms thread t holds the t-th range:
+// ids start at 0 and step by one at each range boundary, and every thread of the team gets a range
+// of about count / team items.
 TEST(ItemServices, EveryItemOnceOnThreadsInRange) {
   LimitScope limit(kLimit);
   for (const ItemForm& form : ItemForms()) {
@@ -89,12 +61,26 @@ TEST(ItemServices, EveryItemOnceOnThreadsInRange) {
       for (int32_t requested : {-3, 0, 1, 3, kLimit, 9}) {
         SCOPED_TRACE(testing::Message()
                      << form.name << " count " << count << " threads " << requested);
-        Visits visits(std::max<int64_t>(count, 0));
-        ASSERT_EQ(form.run(count, requested, &visits, &Visits::Record), 0);
+        Runs visits(std::max<int64_t>(count, 0));
+        ASSERT_EQ(form.run(count, requested, &visits, &RecordVisit), 0);
         if (count <= 0) continue;
-        visits.Expect(
-            count, form.parallel ? std::min<int64_t>(std::clamp(requested, 1, kLimit), count) : 1,
-            form.contiguous);
+        const int64_t team =
+            form.parallel ? std::min<int64_t>(std::clamp(requested, 1, kLimit), count) : 1;
+        std::vector<int64_t> per_thread(team, 0);
+        for (int64_t i = 0; i < count; ++i) {
+          const int32_t thread = visits[i] / 256;
+          ASSERT_EQ(visits[i] % 256, 1) << "item " << i;
+          ASSERT_LT(thread, team) << "item " << i;
+          ++per_thread[thread];
+          ASSERT_TRUE(!form.contiguous || i == 0 || thread - visits[i - 1] / 256 == 0 ||
+                      thread - visits[i - 1] / 256 == 1)
+              << "item " << i;
+        }
+        if (!form.contiguous) continue;
+        EXPECT_EQ(visits[0] / 256, 0);
+        const auto [fewest, most] = std::minmax_element(per_thread.begin(), per_thread.end());
+        EXPECT_GE(*fewest, 1);
+        EXPECT_LE(*most - *fewest, 1);
       }
     }
   }
@@ -129,15 +115,8 @@ TEST(ItemServices, StatusOfLowestFailingItemAndNoItemSkipped) {
   }
 }
 
-struct ThreadRecord {
-  std::atomic<int32_t> runs[16] = {};
-  std::atomic<int32_t> reported_team{0};
-};
-
 int32_t RecordThread(int32_t thread, void*, int32_t thread_count, void* context) {
-  auto* record = static_cast<ThreadRecord*>(context);
-  record->runs[thread].fetch_add(1);
-  record->reported_team.store(thread_count);
+  (*static_cast<Runs*>(context))[thread].fetch_add(1 + 256 * thread_count);
   // Thread 1 fails late, thread 3 early: thread 1's status must win.
   if (thread == 1) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -160,11 +139,10 @@ TEST(RunOnEachThread, EachThreadOnceUnderTheLimitAndLowestFailingThread) {
       for (int32_t requested : {-1, 0, 1, 2, kLimit, 9, 16}) {
         SCOPED_TRACE(testing::Message() << (parallel ? "omp" : "serial") << " limit " << limit
                                         << " threads " << requested);
-        ThreadRecord record;
-        const int32_t status = table->run_on_each_thread(requested, &record, &RecordThread);
+        Runs runs(16);
+        const int32_t status = table->run_on_each_thread(requested, &runs, &RecordThread);
         const int32_t team = parallel ? std::clamp(requested, 1, limit) : 1;
-        EXPECT_EQ(record.reported_team.load(), team);
-        for (int32_t t = 0; t < 16; ++t) EXPECT_EQ(record.runs[t].load(), t < team ? 1 : 0);
+        for (int32_t t = 0; t < 16; ++t) EXPECT_EQ(runs[t], t < team ? 1 + 256 * team : 0) << t;
         EXPECT_EQ(status, team > 1 ? -11 : 0);
       }
       EXPECT_EQ(table->run_on_each_thread(2, nullptr, nullptr), 0);
@@ -179,24 +157,19 @@ TEST(RunOnEachThread, EachThreadOnceUnderTheLimitAndLowestFailingThread) {
   EXPECT_EQ(oxl_services_serial_df()->max_threads(), 1);
 }
 
-// A worker that calls the services again: each outer item sums [0, 100) through the inner form
-// and runs a nested run_on_each_thread.
+// A worker that calls the services again: each outer item adds [0, 100) through the inner form,
+// whose item 50 fails, and runs a nested run_on_each_thread.
 struct NestedRun {
   ItemService inner;
-  std::atomic<int64_t> sums[8] = {};
+  std::atomic<int64_t> sum{0};
   std::atomic<int32_t> threads_seen{0};     // OR of (1 << thread) over nested workers
   std::atomic<int32_t> counts_reported{0};  // OR of the thread counts seen inside outer workers
 
-  struct InnerContext {
-    NestedRun* run;
-    int64_t outer;
-  };
-
   static int32_t Inner(int64_t i, int32_t thread, void*, void* context) {
-    auto* in = static_cast<InnerContext*>(context);
-    in->run->sums[in->outer].fetch_add(i);
-    in->run->threads_seen.fetch_or(1 << thread);
-    return in->outer == 5 && i == 50 ? -5 : 0;
+    auto* run = static_cast<NestedRun*>(context);
+    run->sum.fetch_add(i);
+    run->threads_seen.fetch_or(1 << thread);
+    return i == 50 ? -5 : 0;
   }
 
   static int32_t Team(int32_t thread, void*, int32_t thread_count, void* context) {
@@ -206,13 +179,12 @@ struct NestedRun {
     return 0;
   }
 
-  static int32_t Outer(int64_t item, int32_t, void*, void* context) {
+  static int32_t Outer(int64_t, int32_t, void*, void* context) {
     auto* run = static_cast<NestedRun*>(context);
     const SSThreadServices* ss = oxl_services_omp_ss();
     run->counts_reported.fetch_or(ss->thread_count() | oxl_services_omp_df()->max_threads() |
                                   oxl_vrs_serv_threader_get_num_threads_limit());
-    InnerContext inner{run, item};
-    const int32_t status = run->inner(100, kLimit, &inner, &Inner);
+    const int32_t status = run->inner(100, kLimit, run, &Inner);
     return status != 0 ? status : ss->run_on_each_thread(kLimit, run, &Team);
   }
 };
@@ -225,7 +197,7 @@ TEST(NestedCalls, WorkerCallingTheServicesRunsSeriallyOnItsThread) {
       NestedRun run;
       run.inner = inner.run;
       EXPECT_EQ(outer.run(8, kLimit, &run, &NestedRun::Outer), -5);
-      for (const auto& sum : run.sums) EXPECT_EQ(sum.load(), 4950);
+      EXPECT_EQ(run.sum.load(), 8 * 4950);
       if (outer.parallel) {
         EXPECT_EQ(run.threads_seen.load(), 1) << "nested work left the worker's thread";
         EXPECT_EQ(run.counts_reported.load(), 1) << "nested call offered more than one thread";
@@ -304,12 +276,10 @@ TEST(FloatingPointControl, WorkersFollowTheCaller) {
   for (uint32_t mode :
        {saved | kMxcsrRounding | kMxcsrFtz, saved & ~(kMxcsrRounding | kMxcsrFtz)}) {
     oxl_dft_ps_set_mxcsr(mode);
-    struct Seen {
-      uint32_t control[kLimit];
-    } seen{};
+    uint32_t seen[kLimit] = {};
     const int32_t status = oxl_services_omp_ss()->run_on_each_thread(
-        kLimit, &seen, [](int32_t thread, void*, int32_t, void* context) -> int32_t {
-          static_cast<Seen*>(context)->control[thread] = oxl_dft_ps_get_mxcsr() & kMxcsrControl;
+        kLimit, seen, [](int32_t thread, void*, int32_t, void* context) -> int32_t {
+          static_cast<uint32_t*>(context)[thread] = oxl_dft_ps_get_mxcsr() & kMxcsrControl;
           if (thread == kLimit - 1) {
             volatile double zero = 0.0;
             volatile double inf = 1.0 / zero;
@@ -320,28 +290,10 @@ TEST(FloatingPointControl, WorkersFollowTheCaller) {
     const uint32_t after = oxl_dft_ps_get_mxcsr();
     oxl_dft_ps_set_mxcsr(saved);
     EXPECT_EQ(status, 0);
-    for (uint32_t control : seen.control) EXPECT_EQ(control, mode & kMxcsrControl);
+    for (uint32_t control : seen) EXPECT_EQ(control, mode & kMxcsrControl);
     EXPECT_EQ(after & 0x4, 0x4u) << "divide-by-zero flag raised by a worker";
     ReadPoolControl();
     for (int32_t t = 0; t < kLimit; ++t) EXPECT_EQ(g_pool_control[t].load(), pool_before[t]);
-  }
-}
-
-TEST(Threader, FoundByNameAndRunsContiguousRanges) {
-  EXPECT_EQ(oxl_serv_load_thread_fun("oxl_vrs_serv_threader_for"),
-            reinterpret_cast<void*>(&oxl_vrs_serv_threader_for));
-  EXPECT_EQ(oxl_serv_load_thread_fun("oxl_vrs_serv_threader_get_num_threads_limit"),
-            reinterpret_cast<void*>(&oxl_vrs_serv_threader_get_num_threads_limit));
-  LimitScope limit(kLimit);
-  for (int32_t count : {-1, 0, 1, kLimit - 1, kLimit, kLimit + 1, 1000}) {
-    SCOPED_TRACE(count);
-    Visits visits(std::max(count, 0));
-    oxl_vrs_serv_threader_for(count, &visits, [](int32_t i, int32_t thread, int32_t team, void* v) {
-      Visits::Record(i, thread, nullptr, v);
-      static_cast<Visits*>(v)->team.store(team);
-    });
-    EXPECT_EQ(visits.team.load(), std::clamp(count, 0, kLimit));
-    if (count > 0) visits.Expect(count, std::min(count, kLimit), true);
   }
 }
 

@@ -118,18 +118,11 @@ void Accuracy(const AccuracyRow& row, const std::string& target) {
 // storage keep their sums in memory rather than registers; the power-sum method cancels on the far
 // data by design and is only reported there.
 TEST(BasicAccuracy, AgainstLongDoubleReference) {
+  constexpr uint64_t kMatrices = EST_COV | EST_CROSS_PRODUCT;
   const AccuracyRow rows[] = {
       {"random", false, 5, 7001, 1.0, true, kAllBasic, {1e-13, 1e-7, 1e-13}, 1e-11},
       {"far from zero", false, 5, 7001, 1e8, true, kAllBasic, {1e-6, -1, 2e-6}, -1},
-      {"large matrix",
-       false,
-       40,
-       1500,
-       1.0,
-       false,
-       EST_COV | EST_CROSS_PRODUCT,
-       {1e-11, 1e-11, 1e-11},
-       1e-11},
+      {"large matrix", false, 40, 1500, 1.0, false, kMatrices, {1e-11, 1e-11, 1e-11}, 1e-11},
       {"single", true, 4, 2000, 1.0, false, kAllBasic, {2e-4, 2e-4, 2e-4}, 2e-4},
   };
   ForEachTarget([&](const std::string& target) {
@@ -394,18 +387,14 @@ TEST(BasicEdges, ConversionsFromSums) {
   ASSERT_EQ(direct.Run(kAllBasic, METHOD_ONE_PASS, nullptr), 0);
   ASSERT_EQ(sums.Run(kAllSums, METHOD_ONE_PASS, nullptr), 0);
   ASSERT_EQ(sums.Run(kAllBasic & ~kAllSums, METHOD_CONVERT_A, nullptr), 0);
-  for (auto [got, want] : {std::pair{&sums.mean, &direct.mean},
-                           {&sums.raw[0], &direct.raw[0]},
-                           {&sums.raw[1], &direct.raw[1]},
-                           {&sums.raw[2], &direct.raw[2]},
-                           {&sums.cm[0], &direct.cm[0]},
-                           {&sums.cm[1], &direct.cm[1]},
-                           {&sums.cm[2], &direct.cm[2]},
-                           {&sums.kurt, &direct.kurt},
-                           {&sums.cov, &direct.cov},
-                           {&sums.cor, &direct.cor}}) {
-    for (size_t i = 0; i < got->size(); ++i) {
-      EXPECT_LE(Rel((*got)[i], (*want)[i]), got == &sums.kurt ? 1e-13 : 1e-14) << i;
+  const auto converted = [](Problem<double>& pb) {
+    return std::vector{&pb.mean,  &pb.raw[0], &pb.raw[1], &pb.raw[2], &pb.cm[0],
+                       &pb.cm[1], &pb.cm[2],  &pb.kurt,   &pb.cov,    &pb.cor};
+  };
+  const auto got = converted(sums), want = converted(direct);
+  for (size_t k = 0; k < got.size(); ++k) {
+    for (size_t i = 0; i < got[k]->size(); ++i) {
+      EXPECT_LE(Rel((*got[k])[i], (*want[k])[i]), got[k] == &sums.kurt ? 1e-13 : 1e-14) << k;
     }
   }
   sums.accum = {0, 0};

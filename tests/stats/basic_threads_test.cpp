@@ -19,8 +19,7 @@ void ExpectSameBitsOnThreads() {
       std::vector<T> one;
       for (int32_t t = 1; t <= 4; ++t) {
         Problem<T> pb(7, 20011, storage);
-        pb.Fill(31, 1.0,
-                method != METHOD_SUMS);  // power sums cancel on mixed scales
+        pb.Fill(31, 1.0, method != METHOD_SUMS);  // power sums cancel on mixed scales
         std::vector<T> w(pb.n);
         for (int64_t j = 0; j < pb.n; ++j) w[j] = T(0.5 + (j % 7) * 0.25);
         pb.SetWeights(w);

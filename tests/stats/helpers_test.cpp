@@ -9,6 +9,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include "oxl/platform.h"
@@ -79,15 +80,12 @@ TEST(LGamma, AgainstMpfr) {
       },
       std::ldexp(1.0, -60));
   RecordProperty("worst_ulp", std::to_string(worst));
-  const struct {
-    double x, value;
-    int32_t sign;
-  } specials[] = {
+  const std::tuple<double, double, int32_t> specials[] = {
       {0.0, kInf, 1}, {-0.0, kInf, -1}, {-3.0, kInf, 1}, {kInf, kInf, 1}, {-kInf, kInf, 1}};
-  for (const auto& s : specials) {
+  for (const auto& [x, value, want_sign] : specials) {
     int32_t sign;
-    EXPECT_EQ(_vrs_px_lgamma(&sign, s.x), s.value) << s.x;
-    EXPECT_EQ(sign, s.sign) << s.x;
+    EXPECT_EQ(_vrs_px_lgamma(&sign, x), value) << x;
+    EXPECT_EQ(sign, want_sign) << x;
   }
   EXPECT_TRUE(std::isnan(__vrsdLGamma(std::nan(""))));
 }
@@ -227,12 +225,8 @@ template <class T>
 void CheckRankRepair(const Helpers<T>& cov) {
   const T threshold = sizeof(T) == 8 ? T(std::bit_cast<double>(uint64_t{1000}))
                                      : T(std::bit_cast<float>(uint32_t{1000}));
-  const struct {
-    int p;
-    std::vector<T> diagonal;
-    int32_t status;
-    std::vector<T> after;
-  } rows[] = {
+  // p, the diagonal, the status and the diagonal after.
+  const std::tuple<int, std::vector<T>, int32_t, std::vector<T>> rows[] = {
       {1, {2}, 0, {2}},
       {1, {0}, 0, {threshold}},
       {1, {-threshold}, 0, {threshold}},
@@ -242,15 +236,15 @@ void CheckRankRepair(const Helpers<T>& cov) {
       {3, {0, 0, 0}, -4033, {0, 0, 0}},
       {3, {1, 2, 3}, 0, {1, 2, 3}},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE("p " + std::to_string(row.p) + ", a00 " + std::to_string(row.diagonal[0]));
-    std::vector<T> a(row.p * row.p, T(0)), after(row.p * row.p, T(0));
-    for (int i = 0; i < row.p; ++i) {
-      a[i * row.p + i] = row.diagonal[i];
-      after[i * row.p + i] = row.after[i];
+  for (const auto& [p, diagonal, status, diagonal_after] : rows) {
+    SCOPED_TRACE("p " + std::to_string(p) + ", a00 " + std::to_string(diagonal[0]));
+    std::vector<T> a(p * p, T(0)), after(p * p, T(0));
+    for (int i = 0; i < p; ++i) {
+      a[i * p + i] = diagonal[i];
+      after[i * p + i] = diagonal_after[i];
     }
     oxl::test::AllocationScope scope;
-    EXPECT_EQ(cov.rank(row.p, a.data()), row.status);
+    EXPECT_EQ(cov.rank(p, a.data()), status);
     EXPECT_EQ(scope.live(), 0);
     EXPECT_EQ(a, after);
   }

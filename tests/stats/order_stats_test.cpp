@@ -10,6 +10,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <tuple>
 
 #include "stats/numeric_helpers.h"
 #include "stats/stats_fixture.h"
@@ -247,12 +248,7 @@ TEST(OrderStats, Statuses) {
   using Case = StatusCase;
   constexpr uint64_t kOnePass = METHOD_ONE_PASS, kSums = METHOD_SUMS, kGiven = METHOD_GIVEN_MEAN,
                      kRadix = METHOD_RADIX;
-  const struct {
-    Entry entry;
-    uint64_t estimates, method;
-    void (*edit)(Case&);
-    int status;
-  } rows[] = {
+  const std::tuple<Entry, uint64_t, uint64_t, void (*)(Case&), int> rows[] = {
       {kMinmax, EST_MIN | EST_MAX, kOnePass, nullptr, 0},
       {kMinmax, EST_MIN, kOnePass, [](Case& c) { c.t.minimum = nullptr; }, OXL_SS_ERROR_MIN},
       {kMinmax, EST_MIN | EST_MAX, kOnePass, [](Case& c) { c.t.maximum = nullptr; },
@@ -306,10 +302,10 @@ TEST(OrderStats, Statuses) {
       {kMad, EST_MEAN_ABS_DEV, kGiven, [](Case& c) { c.t.mean = nullptr; }, OXL_SS_ERROR_MEAN},
   };
   for (size_t r = 0; r < std::size(rows); ++r) {
+    const auto& [entry, estimates, method, edit, status] = rows[r];
     Case c;
-    if (rows[r].edit != nullptr) rows[r].edit(c);
-    EXPECT_EQ(rows[r].entry(c.pb.task, rows[r].estimates, rows[r].method, nullptr), rows[r].status)
-        << "row " << r;
+    if (edit != nullptr) edit(c);
+    EXPECT_EQ(entry(c.pb.task, estimates, method, nullptr), status) << "row " << r;
   }
   for (Entry entry : {kMinmax, kQuantiles, kMad}) {
     EXPECT_EQ(entry(nullptr, EST_MIN, kSums, nullptr), OXL_SS_ERROR_NULL_TASK);
@@ -347,27 +343,24 @@ TEST(WeightedMedian, MapSortMovesTheMapWithTheKeys) {
 // The weighted median's rule, row by row: unit weights give the median, a target met exactly the
 // midpoint for even n, straddling values an interpolation in the weight, zero weights no value.
 TEST(WeightedMedian, Rows) {
-  struct Row {
-    std::vector<double> x, w;
-    double q, want;
-  };
-  const Row rows[] = {
+  // Values, weights, the order and the median.
+  const std::tuple<std::vector<double>, std::vector<double>, double, double> rows[] = {
       {{5, 1, 3}, {1, 1, 1}, 0.5, 3},     {{4, 1, 3, 2}, {1, 1, 1, 1}, 0.5, 2.5},
       {{1, 2, 3}, {1, 1, 2}, 0.5, 2},     {{10, 20}, {1, 3}, 0.5, 10 + 10.0 / 3},
       {{7, 1, 9}, {0, 1, 1}, 0.5, 1},     {{7, 1, 9, 4}, {1, 1, 1, 1}, 0, 1},
       {{7, 1, 9, 4}, {1, 1, 1, 1}, 1, 9}, {{3, 8, 1, 6}, {2, 0, 1, 1}, 0.75, 4.5},
   };
-  for (const Row& r : rows) {
+  for (const auto& [values, weights, order, want] : rows) {
     // Two dimensions in columns: the row's values, and the same values doubled.
-    int64_t p = 2, n = static_cast<int64_t>(r.x.size()), storage = STORAGE_COLS, count = 1;
-    std::vector<double> x, w = r.w, q = {r.q}, out(2);
-    for (const double v : r.x) x.insert(x.end(), {v, 2 * v});
+    int64_t p = 2, n = static_cast<int64_t>(values.size()), storage = STORAGE_COLS, count = 1;
+    std::vector<double> x, w = weights, q = {order}, out(2);
+    for (const double v : values) x.insert(x.end(), {v, 2 * v});
     SSTask* task = nullptr;
     __vrsdSSNewTask(&task, &p, &n, &storage, x.data(), w.data(), nullptr, 1);
     __vrsdSSEditQuantiles(task, &count, q.data(), out.data(), nullptr, nullptr);
     EXPECT_EQ(_vrsdSSWMedian(task, 0, 0, nullptr), 0);
-    EXPECT_DOUBLE_EQ(out[0], r.want) << r.q;
-    EXPECT_DOUBLE_EQ(out[1], 2 * r.want) << r.q;
+    EXPECT_DOUBLE_EQ(out[0], want) << order;
+    EXPECT_DOUBLE_EQ(out[1], 2 * want) << order;
     __vrsSSDeleteTask(&task);
   }
 }

@@ -22,14 +22,9 @@ struct Stream {
   std::vector<T> x, orders, quantiles, params;
   SSTask* task = nullptr;
   Stream(int64_t p_, int64_t n_, int64_t storage_, std::vector<T> orders_, T epsilon)
-      : p(p_),
-        n(n_),
-        storage(storage_),
-        count(static_cast<int64_t>(orders_.size())),
-        x(p * n),
-        orders(std::move(orders_)),
-        quantiles(p * count, T(-99)),
-        params{epsilon} {
+      : p(p_), n(n_), storage(storage_), count(std::ssize(orders_)), x(p * n), orders(orders_) {
+    quantiles.assign(p * count, T(-99));
+    params = {epsilon};
     oxl::test::Pick<T>(__vrsdSSNewTask, __vrssSSNewTask)(&task, &p, &n, &storage, x.data(), nullptr,
                                                          nullptr, 1);
     oxl::test::Pick<T>(__vrsdSSEditStreamQuantiles, __vrssSSEditStreamQuantiles)(

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <tuple>
 #include <vector>
 
 #include "oxl/ss.h"
@@ -14,15 +15,12 @@ namespace {
 TEST(SSTask, CreationChecks) {
   int32_t p = 3, n = 10, rows = STORAGE_ROWS, bad = 5, zero = 0;
   double x[30] = {};
-  const struct {
-    const int32_t *p, *n, *storage;
-    int status;
-  } checks[] = {{nullptr, &n, &rows, -4001}, {&zero, &n, &rows, -4001},
-                {&p, &n, nullptr, -4044},    {&p, &n, &bad, -4003},
-                {&p, nullptr, &rows, -4002}, {&p, &zero, &rows, -4002}};
+  const std::tuple<const int32_t*, const int32_t*, const int32_t*, int> checks[] = {
+      {nullptr, &n, &rows, -4001}, {&zero, &n, &rows, -4001},   {&p, &n, nullptr, -4044},
+      {&p, &n, &bad, -4003},       {&p, nullptr, &rows, -4002}, {&p, &zero, &rows, -4002}};
   SSTask* task = reinterpret_cast<SSTask*>(1);
-  for (const auto& c : checks) {
-    EXPECT_EQ(__vrsdSSNewTask(&task, c.p, c.n, c.storage, x, nullptr, nullptr, 0), c.status);
+  for (const auto& [dims, count, storage, status] : checks) {
+    EXPECT_EQ(__vrsdSSNewTask(&task, dims, count, storage, x, nullptr, nullptr, 0), status);
   }
   // Without x, n and the storage are not looked at.
   ASSERT_EQ(__vrsdSSNewTask(&task, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0), 0);
@@ -48,35 +46,32 @@ TEST(SSTask, EditorCodesAndNullStatuses) {
   int32_t p = 2;
   SSTask* task = nullptr;
   ASSERT_EQ(__vrsdSSNewTask(&task, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0), 0);
-  const struct {
-    int64_t code;
-    bool integer;
-    int status;
-  } codes[] = {{1, true, -4001},   {2, true, -4002},   {3, false, -4032},  {4, true, -4044},
-               {5, true, -4004},   {6, false, -4005},  {7, false, -4006},  {10, false, -4009},
-               {13, false, -4012}, {16, false, -4015}, {18, false, -4017}, {19, false, -4018},
-               {20, true, -4044},  {23, false, -4020}, {24, true, -4022},  {28, true, -4038},
-               {32, true, -4038},  {39, false, -4028}, {40, false, -4027}, {45, true, -4045},
-               {58, true, -4061},  {60, false, -4071}, {62, true, -4066},  {66, false, -4070},
-               {67, false, -4006}, {68, false, -4075}, {73, false, -4080}, {74, false, -4081},
-               {75, true, -4044},  {77, false, -4083}, {78, false, -4084}, {79, true, -4044}};
+  const std::tuple<int64_t, bool, int> codes[] = {
+      {1, true, -4001},   {2, true, -4002},   {3, false, -4032},  {4, true, -4044},
+      {5, true, -4004},   {6, false, -4005},  {7, false, -4006},  {10, false, -4009},
+      {13, false, -4012}, {16, false, -4015}, {18, false, -4017}, {19, false, -4018},
+      {20, true, -4044},  {23, false, -4020}, {24, true, -4022},  {28, true, -4038},
+      {32, true, -4038},  {39, false, -4028}, {40, false, -4027}, {45, true, -4045},
+      {58, true, -4061},  {60, false, -4071}, {62, true, -4066},  {66, false, -4070},
+      {67, false, -4006}, {68, false, -4075}, {73, false, -4080}, {74, false, -4081},
+      {75, true, -4044},  {77, false, -4083}, {78, false, -4084}, {79, true, -4044}};
   double d[4] = {};
   float f[4] = {};
   int64_t ints[4] = {};
-  for (const auto& c : codes) {
-    SCOPED_TRACE(c.code);
-    if (c.integer) {
-      EXPECT_EQ(__vrsiSSEditTask(task, c.code, nullptr), c.status);
-      EXPECT_EQ(__vrsiSSEditTask(task, c.code, ints), 0);
-      EXPECT_EQ(__vrsiSSEditTask(task, c.code, nullptr), c.status);
-      EXPECT_EQ(__vrsdSSEditTask(task, c.code, d), -3);
-      EXPECT_EQ(__vrssSSEditTask(task, c.code, f), -3);
+  for (const auto& [code, integer, status] : codes) {
+    SCOPED_TRACE(code);
+    if (integer) {
+      EXPECT_EQ(__vrsiSSEditTask(task, code, nullptr), status);
+      EXPECT_EQ(__vrsiSSEditTask(task, code, ints), 0);
+      EXPECT_EQ(__vrsiSSEditTask(task, code, nullptr), status);
+      EXPECT_EQ(__vrsdSSEditTask(task, code, d), -3);
+      EXPECT_EQ(__vrssSSEditTask(task, code, f), -3);
     } else {
-      EXPECT_EQ(__vrsdSSEditTask(task, c.code, nullptr), c.status);
-      EXPECT_EQ(__vrssSSEditTask(task, c.code, f), 0);
-      EXPECT_EQ(__vrsdSSEditTask(task, c.code, d), 0);
-      EXPECT_EQ(__vrsdSSEditTask(task, c.code, nullptr), c.status);
-      EXPECT_EQ(__vrsiSSEditTask(task, c.code, ints), -3);
+      EXPECT_EQ(__vrsdSSEditTask(task, code, nullptr), status);
+      EXPECT_EQ(__vrssSSEditTask(task, code, f), 0);
+      EXPECT_EQ(__vrsdSSEditTask(task, code, d), 0);
+      EXPECT_EQ(__vrsdSSEditTask(task, code, nullptr), status);
+      EXPECT_EQ(__vrsiSSEditTask(task, code, ints), -3);
     }
   }
   for (int64_t code : {0, -1, 80, 1000}) {

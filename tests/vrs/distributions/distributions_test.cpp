@@ -15,6 +15,7 @@
 #include "oxl/vek.h"
 #include "oxl/vrs.h"
 #include "support/failing_allocator.h"
+#include "support/float_bits.h"
 #include "support/stream_guard.h"
 #include "support/targets.h"
 #include "vrs/distributions/frame.h"
@@ -25,14 +26,15 @@ namespace {
 
 using oxl::test::kLaws;
 using oxl::test::Law;
+using oxl::test::SameBits;
 using oxl::test::Script;
 using oxl::test::ScriptedBrng;
 using oxl::test::ScriptedDraws;
 using oxl::test::StreamGuard;
 
 constexpr double kLnMin = -744.4400719213812;
-constexpr double kErfInvEnd = 5.8635847487551676;
-constexpr float kErfInvEndS = 3.8325068950653076f;
+constexpr double kErfInvEnd = std::bit_cast<double>(0x4017744F8F74E94Aull);  // 5.8635847487551676
+constexpr float kErfInvEndS = std::bit_cast<float>(0x407547CBu);             // 3.8325068950653076
 
 int g_caller_events = 0;
 int32_t CallerCallBack(oxl_vek_error_record*) {
@@ -153,8 +155,6 @@ TEST(Distributions, GaussianCallbackTable) {
     _vdCallBack(&rec);
     EXPECT_EQ(rec.res1, name[2] == 'L' ? kLnMin : -kErfInvEnd) << name;
   }
-  EXPECT_EQ(std::bit_cast<uint64_t>(-kErfInvEnd), 0xC017744F8F74E94Aull);
-  EXPECT_EQ(std::bit_cast<uint32_t>(kErfInvEndS), 0x407547CBu);
   for (const Row& row : rows) {
     for (int single = 0; single < 2; ++single) {
       oxl_vek_error_record rec{};
@@ -171,23 +171,21 @@ TEST(Distributions, GaussianCallbackTable) {
 
 // Weibull with alpha 1 skips Powx and is Exponential on the same uniforms, bit for bit.
 TEST(Distributions, WeibullOfShapeOneIsExponential) {
-  StreamGuard a(OXL_BRNG_MCG59, {11});
-  StreamGuard b(OXL_BRNG_MCG59, {11});
+  StreamGuard a(OXL_BRNG_MCG59, {11}), b(OXL_BRNG_MCG59, {11});
   std::vector<double> x(3000), y(3000);
+  std::vector<float> xs(3000), ys(3000);
   ASSERT_EQ(_vrsdRngWeibull(0, a.s, 3000, x.data(), 1.0, 0.5, 2.0), 0);
   ASSERT_EQ(_vrsdRngExponential(0, b.s, 3000, y.data(), 0.5, 2.0), 0);
-  EXPECT_EQ(std::memcmp(x.data(), y.data(), x.size() * sizeof(double)), 0);
-  std::vector<float> xs(3000), ys(3000);
   ASSERT_EQ(_vrssRngWeibull(0, a.s, 3000, xs.data(), 1.0f, 0.5f, 2.0f), 0);
   ASSERT_EQ(_vrssRngExponential(0, b.s, 3000, ys.data(), 0.5f, 2.0f), 0);
-  EXPECT_EQ(std::memcmp(xs.data(), ys.data(), xs.size() * sizeof(float)), 0);
+  EXPECT_TRUE(SameBits(x, y));
+  EXPECT_TRUE(SameBits(xs, ys));
 }
 
 // Lognormal's method 0 is Gaussian BoxMuller2 and any other ICDF; b + beta exp(g).
 TEST(Distributions, LognormalMethods) {
   for (const int method : {0, 1, 7}) {
-    StreamGuard a(OXL_BRNG_MT19937, {3});
-    StreamGuard b(OXL_BRNG_MT19937, {3});
+    StreamGuard a(OXL_BRNG_MT19937, {3}), b(OXL_BRNG_MT19937, {3});
     std::vector<double> x(501), g(501);
     ASSERT_EQ(_vrsdRngLognormal(method, a.s, 501, x.data(), 0.5, 0.25, 1.0, 2.0), 0);
     ASSERT_EQ(_vrsdRngGaussian(method == 0 ? 1 : 2, b.s, 501, g.data(), 0.5, 0.25), 0);
@@ -206,8 +204,7 @@ TEST(Distributions, CutsOfARequestGiveTheSameNumbers) {
   for (const int32_t c : cuts) total += c;
   for (const Law& e : kLaws) {
     SCOPED_TRACE(e.name);
-    StreamGuard whole(OXL_BRNG_MRG32K3A, {9});
-    StreamGuard parts(OXL_BRNG_MRG32K3A, {9});
+    StreamGuard whole(OXL_BRNG_MRG32K3A, {9}), parts(OXL_BRNG_MRG32K3A, {9});
     std::vector<double> x(total), y(total);
     ASSERT_EQ(e.d(whole.s, total, x.data()), 0);
     int32_t done = 0;
@@ -216,14 +213,13 @@ TEST(Distributions, CutsOfARequestGiveTheSameNumbers) {
       done += c;
     }
     // A Gaussian of one element by Sin and then Cos, against SinCos for the others.
-    EXPECT_EQ(std::memcmp(x.data(), y.data(), x.size() * sizeof(double)), 0);
+    EXPECT_TRUE(SameBits(x, y));
   }
 }
 
 TEST(Distributions, BoxMuller2CarriesAPairOnTheStream) {
   Script() = {0.3, 0.1, 0.6, 0.7};
-  StreamGuard s(ScriptedBrng(), {7});
-  StreamGuard twice(ScriptedBrng(), {7});
+  StreamGuard s(ScriptedBrng(), {7}), twice(ScriptedBrng(), {7});
   double one[2], two[2];
   ScriptedDraws() = 0;
   ASSERT_EQ(_vrsdRngGaussian(1, s.s, 1, one, 0.5, 3.0), 0);
@@ -238,8 +234,7 @@ TEST(Distributions, BoxMuller2CarriesAPairOnTheStream) {
   EXPECT_EQ(ScriptedDraws(), 2);  // the second call draws nothing
   EXPECT_EQ(from_copy, one[1]);
   ASSERT_EQ(_vrsdRngGaussian(1, twice.s, 2, two, 0.5, 3.0), 0);
-  EXPECT_EQ(one[0], two[0]);
-  EXPECT_EQ(one[1], two[1]);
+  EXPECT_TRUE(std::equal(one, one + 2, two));
   // The double forms take Ln from its EP slot: 26 correct bits of ln 0.3, half as many ulps in
   // the radius.
   const double radius = std::sqrt(-2 * std::log(0.3));
@@ -274,42 +269,33 @@ TEST(Distributions, BoxMuller2ChunkAllocationFails) {
 // double array that is only 4-byte aligned, which the sanitizer builds run too: every store into
 // the caller's array is alignment-safe) and every length around the vector and line sizes.
 TEST(Distributions, TargetsAndAlignmentsAgree) {
-  const int kOffsets[] = {0, 4, 8, 24, 56};
   constexpr int32_t kMax = 83;
+  // Every law on MCG59, and each generator's own doubles, vector paths and tails alike.
+  std::vector<std::pair<Law, int32_t>> calls;
+  for (const Law& e : kLaws) calls.emplace_back(e, OXL_BRNG_MCG59);
+  for (const int32_t brng : {OXL_BRNG_MCG31, OXL_BRNG_MCG59, OXL_BRNG_MRG32K3A, OXL_BRNG_MT19937,
+                             OXL_BRNG_SFMT19937, OXL_BRNG_MT2203}) {
+    const auto uniform = [](StreamRecord* s, int32_t n, double* r) {
+      return _vrsdRngUniform(0, s, n, r, -1.0, 3.0);
+    };
+    calls.emplace_back(Law{"Uniform", nullptr, uniform, nullptr}, brng);
+  }
   std::vector<std::vector<double>> reference;
   oxl::test::ForEachTarget([&](const std::string&) {
     std::vector<std::vector<double>> got;
-    for (const Law& e : kLaws) {
-      for (const int offset_bytes : kOffsets) {
-        for (const int32_t n : {1, 5, 8, 16, 17, 33, kMax}) {
+    for (const auto& [e, brng] : calls) {
+      for (const int offset_bytes : {0, 4, 8, 24, 56}) {
+        for (const int32_t n : {1, 5, 8, 16, 17, 33, 70, kMax}) {
           alignas(64) unsigned char storage[(kMax + 16) * sizeof(double)];
           auto* r = reinterpret_cast<double*>(storage + offset_bytes);
-          StreamGuard s(OXL_BRNG_MCG59, {21});
-          EXPECT_EQ(e.d(s.s, n, r), 0);
-          std::vector<double> out(n);
-          std::memcpy(out.data(), r, n * sizeof(double));
-          got.push_back(out);
-          if (offset_bytes == 0) continue;
-          StreamGuard aligned(OXL_BRNG_MCG59, {21});
+          StreamGuard s(brng, {21}), aligned(brng, {21});
           std::vector<double> base(n);
+          EXPECT_EQ(e.d(s.s, n, r), 0);
           EXPECT_EQ(e.d(aligned.s, n, base.data()), 0);
-          EXPECT_EQ(std::memcmp(base.data(), out.data(), n * sizeof(double)), 0)
-              << e.name << " offset " << offset_bytes << " n " << n;
+          EXPECT_EQ(std::memcmp(base.data(), r, n * sizeof(double)), 0)
+              << e.name << " on " << brng << " offset " << offset_bytes << " n " << n;
+          got.push_back(base);
         }
-      }
-    }
-    // Each generator's own doubles into an array 4 bytes off, vector paths and tails alike.
-    for (const int32_t brng : {OXL_BRNG_MCG31, OXL_BRNG_MCG59, OXL_BRNG_MRG32K3A, OXL_BRNG_MT19937,
-                               OXL_BRNG_SFMT19937, OXL_BRNG_MT2203}) {
-      for (const int32_t n : {1, 5, 33, 70, kMax}) {
-        alignas(64) unsigned char storage[(kMax + 1) * sizeof(double)];
-        auto* r = reinterpret_cast<double*>(storage + 4);
-        StreamGuard s(brng, {21}), aligned(brng, {21});
-        std::vector<double> base(n);
-        ASSERT_EQ(_vrsdRngUniform(0, s.s, n, r, -1.0, 3.0), 0);
-        ASSERT_EQ(_vrsdRngUniform(0, aligned.s, n, base.data(), -1.0, 3.0), 0);
-        EXPECT_EQ(std::memcmp(base.data(), r, n * sizeof(double)), 0) << brng << " n " << n;
-        got.push_back(base);
       }
     }
     if (reference.empty()) {

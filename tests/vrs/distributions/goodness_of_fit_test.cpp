@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "oxl/vrs.h"
+#include "support/stream_guard.h"
 #include "vrs/distributions/laws.h"
 
 namespace {
@@ -32,16 +33,14 @@ double KsDistance(std::vector<double> x, double (*cdf)(double)) {
 TEST(GoodnessOfFit, KolmogorovSmirnov) {
   for (const oxl::test::Law& law : oxl::test::kLaws) {
     SCOPED_TRACE(law.name);
-    StreamRecord* s = nullptr;
-    const uint32_t seed = 20240601;
-    ASSERT_EQ(__vrsNewStreamEx(&s, OXL_BRNG_MT19937, 1, &seed), 0);
+    oxl::test::StreamGuard guard(OXL_BRNG_MT19937, {20240601});
+    StreamRecord* s = guard.s;
     std::vector<double> x(kDraws);
     ASSERT_EQ(law.d(s, kDraws, x.data()), 0);
     const double dd = KsDistance(x, law.cdf);
     std::vector<float> f(kDraws);
     ASSERT_EQ(law.s(s, kDraws, f.data()), 0);
     const double ds = KsDistance(std::vector<double>(f.begin(), f.end()), law.cdf);
-    __vrsDeleteStream(&s);
     EXPECT_LT(dd, kCritical) << "double";
     EXPECT_LT(ds, kCritical) << "float";
     RecordProperty(std::string(law.name) + "_ks_double", std::to_string(dd));

@@ -17,10 +17,6 @@ inline std::vector<double>& Script() {
   return script;
 }
 
-struct ScriptState {
-  int64_t next;
-};
-
 // Outputs drawn from scripted streams so far, in all.
 inline int64_t& ScriptedDraws() {
   static int64_t draws = 0;
@@ -29,10 +25,10 @@ inline int64_t& ScriptedDraws() {
 
 template <class T>
 int32_t ScriptedOutput(StreamRecord* s, int32_t n, T* r, T a, T b) {
-  auto* state = vrs::StateOf<ScriptState>(s);
+  int64_t& next = *vrs::StateOf<int64_t>(s);  // the script's next output
   const auto& script = Script();
   for (int32_t i = 0; i < n; ++i) {
-    const double u = script[static_cast<size_t>(state->next++) % script.size()];
+    const double u = script[static_cast<size_t>(next++) % script.size()];
     r[i] = u == 1.0 ? b : static_cast<T>(a + (b - a) * u);
   }
   if (n > 0) ScriptedDraws() += n;
@@ -40,7 +36,7 @@ int32_t ScriptedOutput(StreamRecord* s, int32_t n, T* r, T a, T b) {
 }
 
 inline int32_t ScriptedInit(int32_t, StreamRecord* s, int32_t, const uint32_t*) {
-  vrs::StateOf<ScriptState>(s)->next = 0;
+  *vrs::StateOf<int64_t>(s) = 0;
   return 0;
 }
 inline int32_t ScriptedI(StreamRecord*, int32_t, uint32_t*) { return 0; }
@@ -52,8 +48,7 @@ int32_t Failing(StreamRecord*, int32_t, T*, T, T) {
 }
 
 inline int32_t RegisterScripted(BrngSFn s, BrngDFn d) {
-  const BrngRecord row = {
-      vrs::kStateSizeOf<ScriptState>, 1, 1, 4, 32, ScriptedInit, s, d, ScriptedI};
+  const BrngRecord row = {vrs::kStateSizeOf<int64_t>, 1, 1, 4, 32, ScriptedInit, s, d, ScriptedI};
   return __vrsRegisterBrng(&row);
 }
 

@@ -1,6 +1,7 @@
 // Registry, stream records, chunks and the read-only table.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <vector>
 
@@ -15,15 +16,15 @@
 namespace oxl::vrs {
 namespace {
 
-struct IdCase {
-  int32_t id;
-  bool new_table;
-  int32_t row, offset;
-  bool valid;
-};
+using Stream = test::StreamGuard;
 
 TEST(Registry, IdArithmeticAndValidity) {
-  const IdCase cases[] = {
+  const struct {
+    int32_t id;
+    bool new_table;
+    int32_t row, offset;
+    bool valid;
+  } cases[] = {
       {0x100000, true, 0, 0, true},
       {0x500000 + 272, true, 4, 272, true},
       {0x500000 + 273, true, 4, 273, false},
@@ -40,7 +41,7 @@ TEST(Registry, IdArithmeticAndValidity) {
       {281, false, 281, 0, false},
       {-1, false, -1, 0, true},  // signed comparison: a negative id passes
   };
-  for (const IdCase& c : cases) {
+  for (const auto& c : cases) {
     int32_t row = -7;
     int32_t offset = -7;
     const BrngRecord* table = __vrsGetBrngBaseOffset(c.id, &row, &offset);
@@ -57,17 +58,13 @@ TEST(Registry, IdArithmeticAndValidity) {
 }
 
 TEST(Registry, OlderTableRows) {
-  for (int row = 0; row < 4; ++row) {
-    EXPECT_EQ(std::memcmp(&__RegBrngs[row], &__RegBrngsNew[row], sizeof(BrngRecord)), 0) << row;
-  }
-  for (int row = 4; row <= 276; ++row) {
-    EXPECT_EQ(std::memcmp(&__RegBrngs[row], &__RegBrngsNew[4], sizeof(BrngRecord)), 0) << row;
-  }
-  EXPECT_EQ(std::memcmp(&__RegBrngs[277], &__RegBrngsNew[5], sizeof(BrngRecord)), 0);
-  EXPECT_EQ(std::memcmp(&__RegBrngs[278], &__RegBrngsNew[6], sizeof(BrngRecord)), 0);
+  // Rows 0-3 are the new table's, 4-276 the MT2203 family's row, 277 and 278 the next two; the rest
+  // are zero.
   const BrngRecord zero{};
-  for (int row : {279, 280, 281, 511}) {
-    EXPECT_EQ(std::memcmp(&__RegBrngs[row], &zero, sizeof zero), 0) << row;
+  for (int row = 0; row < 512; ++row) {
+    const int same = row < 4 ? row : row <= 276 ? 4 : row <= 278 ? row - 272 : -1;
+    const BrngRecord* want = same < 0 ? &zero : &__RegBrngsNew[same];
+    EXPECT_EQ(std::memcmp(&__RegBrngs[row], want, sizeof(BrngRecord)), 0) << row;
   }
   // The abstract generators exist, with creators of their own.
   for (int32_t id : {0xA00000, 0xB00000, 0xC00000}) {
@@ -96,13 +93,8 @@ TEST(Streams, StatusesOfBadCalls) {
   const uint64_t zero_key[2] = {0, 0};
   EXPECT_EQ(__vrsFindGlobRODataTableEntry(&e, nullptr), StatusRONotFound);
   EXPECT_EQ(__vrsFindGlobRODataTableEntry(&e, zero_key), StatusRONotFound);
-}
-
-// A row whose generator is not built yet: the stream is made, seeding fails, the caller deletes
-// it.
-TEST(Registry, PendingGenerator) {
-  StreamRecord* s = nullptr;
-  const uint32_t seed = 1;
+  // A row whose generator is not built yet: the stream is made, seeding fails, the caller deletes
+  // it.
   EXPECT_EQ(__vrsNewStreamEx(&s, OXL_BRNG_WH, 1, &seed), StatusInvalidBrng);
   ASSERT_NE(s, nullptr);
   EXPECT_EQ(__vrsGetStreamStateBrng(s), OXL_BRNG_WH);
@@ -137,30 +129,17 @@ TEST(Registry, RegistrationChecksInOrder) {
   ASSERT_EQ(__vrsGetBrngProperties(0x1200000, &p), 0);
   EXPECT_EQ(p.InitStream, &DummyInit);
   EXPECT_EQ(__vrsGetBrngProperties(0x1200001, &p), StatusInvalidBrng);
-  StreamRecord* s = nullptr;
-  ASSERT_EQ(__vrsNewStreamEx(&s, 0x1100000, 0, nullptr), 0);
-  __vrsDeleteStream(&s);
+  Stream made(0x1100000, {});
 
   // WH's shape: 4 seed words of 16 bytes, 64 bytes, against a 32-byte state. Copying the seed
   // words stays inside both records (the sanitizers watch).
   const BrngRecord wh_like = {48, 4, 1, 16, 24, DummyInit, DummyS, DummyD, DummyI};
   const int32_t id = __vrsRegisterBrng(&wh_like);
   ASSERT_EQ(id, 0x1300000);
-  StreamRecord* from = nullptr;
-  StreamRecord* to = nullptr;
-  ASSERT_EQ(__vrsNewStreamEx(&from, id, 0, nullptr), 0);
-  ASSERT_EQ(__vrsNewStreamEx(&to, id, 0, nullptr), 0);
-  std::memset(StateOf<unsigned char>(from), 0x3C, 32);
-  EXPECT_EQ(__vrsCopyStreamState(to, from), 0);
-  EXPECT_EQ(StateOf<unsigned char>(to)[31], 0x3C);
-  __vrsDeleteStream(&from);
-  __vrsDeleteStream(&to);
-}
-
-StreamRecord* NewMcg31(uint32_t seed) {
-  StreamRecord* s = nullptr;
-  EXPECT_EQ(__vrsNewStreamEx(&s, OXL_BRNG_MCG31, 1, &seed), 0);
-  return s;
+  Stream from(id, {}), to(id, {});
+  std::memset(StateOf<unsigned char>(from.s), 0x3C, 32);
+  EXPECT_EQ(__vrsCopyStreamState(to.s, from.s), 0);
+  EXPECT_EQ(StateOf<unsigned char>(to.s)[31], 0x3C);
 }
 
 void* Block(int32_t size, unsigned char fill) {
@@ -170,7 +149,8 @@ void* Block(int32_t size, unsigned char fill) {
 }
 
 TEST(Streams, HeaderAndCopies) {
-  StreamRecord* s = NewMcg31(99);
+  Stream st(OXL_BRNG_MCG31, {99});
+  StreamRecord* s = st.s;
   EXPECT_EQ(s->Brng, OXL_BRNG_MCG31);
   EXPECT_EQ(s->Format, 1);
   EXPECT_EQ(s->Reserved[0] | s->Reserved[1] | s->Reserved[2], 0);
@@ -178,52 +158,44 @@ TEST(Streams, HeaderAndCopies) {
   EXPECT_EQ(reinterpret_cast<uintptr_t>(s) % 128, 0u);
   ASSERT_EQ(__vrsAddChunk(s, 5, nullptr, Block(64, 0xAB), 64), 0);
 
-  StreamRecord* copy = nullptr;
-  ASSERT_EQ(__vrsCopyStream(&copy, s), 0);
-  EXPECT_EQ(std::memcmp(copy, s, 8), 0);
-  EXPECT_EQ(std::memcmp(reinterpret_cast<char*>(copy) + 16, reinterpret_cast<char*>(s) + 16, 8), 0);
+  Stream copy(st);
+  EXPECT_EQ(std::memcmp(copy.s, s, 8), 0);
+  EXPECT_EQ(std::memcmp(reinterpret_cast<char*>(copy.s) + 16, reinterpret_cast<char*>(s) + 16, 8),
+            0);
   // Private chunk data is copied, not shared.
-  auto* data = static_cast<unsigned char*>(__vrsSearchChunk(copy, 5));
+  auto* data = static_cast<unsigned char*>(__vrsSearchChunk(copy.s, 5));
   ASSERT_NE(data, nullptr);
   EXPECT_NE(data, __vrsSearchChunk(s, 5));
   EXPECT_EQ(data[63], 0xAB);
 
   // Only the seed words move: MCG31's X, not its multiplier.
-  StreamRecord* other = NewMcg31(12345);
-  ASSERT_EQ(__vrsLeapfrogStream(other, 0, 3), 0);
-  const uint32_t other_a = StateOf<Mcg31State>(other)->A;
-  ASSERT_EQ(__vrsCopyStreamState(other, s), 0);
-  EXPECT_EQ(StateOf<Mcg31State>(other)->X, StateOf<Mcg31State>(s)->X);
-  EXPECT_EQ(StateOf<Mcg31State>(other)->A, other_a);
-  EXPECT_EQ(__vrsGetNumChunks(other), 1);
+  Stream other(OXL_BRNG_MCG31, {12345});
+  ASSERT_EQ(__vrsLeapfrogStream(other.s, 0, 3), 0);
+  const uint32_t other_a = StateOf<Mcg31State>(other.s)->A;
+  ASSERT_EQ(__vrsCopyStreamState(other.s, s), 0);
+  EXPECT_EQ(StateOf<Mcg31State>(other.s)->X, StateOf<Mcg31State>(s)->X);
+  EXPECT_EQ(StateOf<Mcg31State>(other.s)->A, other_a);
+  EXPECT_EQ(__vrsGetNumChunks(other.s), 1);
   // On itself it does nothing, chunks included.
   ChunkNode* head = s->Chunks;
   EXPECT_EQ(__vrsCopyStreamState(s, s), 0);
   EXPECT_EQ(s->Chunks, head);
-
-  for (StreamRecord* p : {s, copy, other}) {
-    StreamRecord* q = p;
-    EXPECT_EQ(__vrsDeleteStream(&q), 0);
-    EXPECT_EQ(q, nullptr);
-  }
 }
 
 // The seed words of one generator are not laid over a smaller state of another: a status, and
 // nothing changed.
 TEST(Streams, OverlongStateCopiesAreRefused) {
-  struct Pair {
-    int32_t destination, source;
-    int32_t status;
-  };
-  const Pair pairs[] = {
+  const struct {
+    int32_t destination, source, status;
+  } pairs[] = {
       {OXL_BRNG_MCG31, OXL_BRNG_MT19937, StatusInvalidBrng},  // 2500 seed bytes into 8
       {OXL_BRNG_MCG59, OXL_BRNG_MRG32K3A, StatusInvalidBrng},
       {OXL_BRNG_MT19937, OXL_BRNG_MCG31, 0},             // the copy does not compare generators
       {OXL_BRNG_MT2203 + 5, OXL_BRNG_MT2203 + 4000, 0},  // members of one family
       {0, OXL_BRNG_MCG31, 0},                            // MCG31 in the older numbering
   };
-  for (const Pair& p : pairs) {
-    test::StreamGuard destination(p.destination, {7}), source(p.source, {7});
+  for (const auto& p : pairs) {
+    Stream destination(p.destination, {7}), source(p.source, {7});
     StreamRecord* to = destination.s;
     ASSERT_EQ(__vrsAddChunk(to, 5, nullptr, Block(16, 0x11), 16), 0);
     BrngRecord row{};
@@ -239,25 +211,23 @@ TEST(Streams, OverlongStateCopiesAreRefused) {
 }
 
 TEST(Chunks, ListOrderSearchAndDeleteById) {
-  StreamRecord* s = NewMcg31(1);
-  ASSERT_EQ(__vrsAddChunk(s, 1, nullptr, Block(8, 1), 8), 0);
-  ASSERT_EQ(__vrsAddChunk(s, 2, nullptr, Block(8, 2), 8), 0);
-  ASSERT_EQ(__vrsAddChunk(s, 2, nullptr, Block(8, 3), 8), 0);
+  Stream st(OXL_BRNG_MCG31, {1}), lone(OXL_BRNG_MCG31, {2});
+  StreamRecord* s = st.s;
+  // Ids 1, 2, 2 holding 1, 2, 3.
+  for (int k : {1, 2, 3}) ASSERT_EQ(__vrsAddChunk(s, std::min(k, 2), nullptr, Block(8, k), 8), 0);
   EXPECT_EQ(__vrsGetNumChunks(s), 3);
   EXPECT_EQ(*static_cast<unsigned char*>(__vrsSearchChunk(s, 2)), 3);  // newest first
   EXPECT_EQ(__vrsSearchChunk(s, 9), nullptr);
 
   // The copy's list is reversed.
-  StreamRecord* copy = nullptr;
-  ASSERT_EQ(__vrsCopyStream(&copy, s), 0);
-  EXPECT_EQ(copy->Chunks->Id, 1u);
-  EXPECT_EQ(*static_cast<unsigned char*>(__vrsSearchChunk(copy, 2)), 2);
+  Stream copy(st);
+  EXPECT_EQ(copy.s->Chunks->Id, 1u);
+  EXPECT_EQ(*static_cast<unsigned char*>(__vrsSearchChunk(copy.s, 2)), 2);
 
   // The one chunk of an id, alone in the list: the list ends empty.
-  StreamRecord* lone = NewMcg31(2);
-  ASSERT_EQ(__vrsAddChunk(lone, 6, nullptr, Block(8, 6), 8), 0);
-  __vrsDeleteChunksById(lone, 6);
-  EXPECT_EQ(lone->Chunks, nullptr);
+  ASSERT_EQ(__vrsAddChunk(lone.s, 6, nullptr, Block(8, 6), 8), 0);
+  __vrsDeleteChunksById(lone.s, 6);
+  EXPECT_EQ(lone.s->Chunks, nullptr);
   // Matching nodes in front of every kept one are released; the kept node becomes the head.
   __vrsDeleteChunksById(s, 2);
   ASSERT_EQ(__vrsGetNumChunks(s), 1);
@@ -265,20 +235,16 @@ TEST(Chunks, ListOrderSearchAndDeleteById) {
 
   // Deleting the last id of a list keeps only the node before it: node 3 leaves the list
   // unfreed, and is the caller's to release here.
-  ASSERT_EQ(__vrsAddChunk(lone, 6, nullptr, Block(8, 6), 8), 0);
-  ASSERT_EQ(__vrsAddChunk(lone, 4, nullptr, Block(8, 4), 8), 0);
-  ASSERT_EQ(__vrsAddChunk(lone, 3, nullptr, Block(8, 3), 8), 0);  // list: 3, 4, 6
-  ChunkNode* first = lone->Chunks;
-  __vrsDeleteChunksById(lone, 6);
-  ASSERT_EQ(__vrsGetNumChunks(lone), 1);
-  EXPECT_EQ(lone->Chunks->Id, 4u);
+  for (int id : {6, 4, 3}) ASSERT_EQ(__vrsAddChunk(lone.s, id, nullptr, Block(8, id), 8), 0);
+  ChunkNode* first = lone.s->Chunks;
+  __vrsDeleteChunksById(lone.s, 6);
+  ASSERT_EQ(__vrsGetNumChunks(lone.s), 1);
+  EXPECT_EQ(lone.s->Chunks->Id, 4u);
   ASSERT_EQ(first->Id, 3u);
   first->Next = nullptr;
   StreamRecord holder{};
   holder.Chunks = first;
   __vrsDeleteChunks(&holder);
-  StreamRecord* ptrs[] = {s, copy, lone};
-  for (StreamRecord*& p : ptrs) __vrsDeleteStream(&p);
 }
 
 // The table is process-wide: every test leaves it as it found it.
@@ -294,31 +260,30 @@ TEST_F(ROTable, SharingReferenceCountsAndCompaction) {
   EXPECT_EQ(k1[1], 1u);
   __vrsGenerateNewGlobalRODataTableEntryId(k2, 2);
   __vrsGenerateNewGlobalRODataTableEntryId(k3, 3);
-  StreamRecord* a = NewMcg31(1);
-  StreamRecord* b = NewMcg31(2);
+  Stream sa(OXL_BRNG_MCG31, {1}), b(OXL_BRNG_MCG31, {2});
+  StreamRecord*& a = sa.s;
   void* block1 = Block(256, 1);
   ASSERT_EQ(__vrsAddChunk(a, 9, k1, block1, 256), 0);
   ASSERT_EQ(__vrsAddChunk(a, 10, k2, Block(256, 2), 256), 0);
-  ASSERT_EQ(__vrsAddChunk(b, 13, k3, Block(256, 3), 256), 0);
+  ASSERT_EQ(__vrsAddChunk(b.s, 13, k3, Block(256, 3), 256), 0);
   EXPECT_EQ(_GlobRODataTableCount.load(), 3);
 
   // A second chunk of a known key takes the table's block; the caller keeps its own.
   void* mine = Block(256, 7);
-  ASSERT_EQ(__vrsAddChunk(b, 9, k1, mine, 256), 0);
-  EXPECT_EQ(__vrsSearchChunk(b, 9), block1);
+  ASSERT_EQ(__vrsAddChunk(b.s, 9, k1, mine, 256), 0);
+  EXPECT_EQ(__vrsSearchChunk(b.s, 9), block1);
   oxl_serv_deallocate(mine);
   GlobRODataEntry* e = nullptr;
   ASSERT_EQ(__vrsFindGlobRODataTableEntry(&e, k1), 0);
   EXPECT_EQ(e->RefCount, 2);
 
   // Copies share and count.
-  StreamRecord* c = nullptr;
-  ASSERT_EQ(__vrsCopyStream(&c, a), 0);
-  EXPECT_EQ(__vrsSearchChunk(c, 9), block1);
+  Stream c(sa);
+  EXPECT_EQ(__vrsSearchChunk(c.s, 9), block1);
   EXPECT_EQ(e->RefCount, 3);
 
   // Deleting the last holder of k1's row... a and c hold k1 and k2, b holds k1 and k3.
-  __vrsDeleteStream(&c);
+  __vrsDeleteStream(&c.s);
   __vrsDeleteStream(&a);
   ASSERT_EQ(__vrsFindGlobRODataTableEntry(&e, k2), StatusRONotFound);
   // ... frees k2's block and moves the last row (k3) into its hole.
@@ -326,32 +291,25 @@ TEST_F(ROTable, SharingReferenceCountsAndCompaction) {
   EXPECT_EQ(_GlobRODataTable[1].Key[1], 3u);
   ASSERT_EQ(__vrsFindGlobRODataTableEntry(&e, k1), 0);
   EXPECT_EQ(e->RefCount, 1);
-  __vrsDeleteStream(&b);
 }
 
 TEST_F(ROTable, FullTableLeavesChunksPrivate) {
   // Fill rows directly up to the sharing limit of 127.
-  std::vector<void*> held;
-  for (uint64_t i = 0; i < kROTableShareLimit; ++i) {
-    const uint64_t key[2] = {0xF00D, i + 1};
-    GlobRODataEntry* e = nullptr;
-    ASSERT_EQ(__vrsCreateGlobRODataTableEntry(&e, key, nullptr), 0);
-  }
-  StreamRecord* s = NewMcg31(1);
+  GlobRODataEntry* e = nullptr;
+  for (uint64_t i = 1; i <= kROTableShareLimit; ++i)
+    ASSERT_EQ(
+        __vrsCreateGlobRODataTableEntry(&e, std::array<uint64_t, 2>{0xF00D, i}.data(), nullptr), 0);
+  Stream s(OXL_BRNG_MCG31, {1});
   const uint64_t fresh[2] = {0xBEEF, 1};
-  ASSERT_EQ(__vrsAddChunk(s, 9, fresh, Block(16, 9), 16), 0);
-  EXPECT_EQ(s->Chunks->Key[0] | s->Chunks->Key[1], 0u);
+  ASSERT_EQ(__vrsAddChunk(s.s, 9, fresh, Block(16, 9), 16), 0);
+  EXPECT_EQ(s.s->Chunks->Key[0] | s.s->Chunks->Key[1], 0u);
   EXPECT_EQ(_GlobRODataTableCount.load(), kROTableShareLimit);
   // The table's own limit is one row more.
-  GlobRODataEntry* e = nullptr;
   ASSERT_EQ(__vrsCreateGlobRODataTableEntry(&e, fresh, nullptr), 0);
   EXPECT_EQ(__vrsCreateGlobRODataTableEntry(&e, fresh, nullptr), StatusROTableFull);
-  __vrsDeleteStream(&s);
   __vrsUnregisterGlobRODataReference(fresh);
-  for (uint64_t i = 0; i < kROTableShareLimit; ++i) {
-    const uint64_t key[2] = {0xF00D, i + 1};
-    __vrsUnregisterGlobRODataReference(key);
-  }
+  for (uint64_t i = 1; i <= kROTableShareLimit; ++i)
+    __vrsUnregisterGlobRODataReference(std::array<uint64_t, 2>{0xF00D, i}.data());
 }
 
 // Every allocation of every stream entry fails in turn: StatusNoMemory, nothing left allocated,
@@ -361,10 +319,11 @@ TEST_F(ROTable, EveryAllocationFailureIsCleanAndReported) {
   // A stream with a private and a shared chunk, copied while each allocation in turn fails.
   uint64_t key[2];
   __vrsGenerateNewGlobalRODataTableEntryId(key, 77);
-  StreamRecord* s = NewMcg31(5);
+  Stream st(OXL_BRNG_MCG31, {5}), other_stream(OXL_BRNG_MCG31, {6});
+  StreamRecord* s = st.s;
   ASSERT_EQ(__vrsAddChunk(s, 9, key, Block(64, 9), 64), 0);
   ASSERT_EQ(__vrsAddChunk(s, 5, nullptr, Block(64, 5), 64), 0);
-  StreamRecord* other = NewMcg31(6);
+  StreamRecord* other = other_stream.s;
   const std::pair<const void*, size_t> source(s, 24), heads(other, 24);
   const std::vector<test::FailureSweepRow> rows = {
       {"copy",
@@ -409,8 +368,6 @@ TEST_F(ROTable, EveryAllocationFailureIsCleanAndReported) {
   GlobRODataEntry* e = nullptr;
   ASSERT_EQ(__vrsFindGlobRODataTableEntry(&e, key), 0);
   EXPECT_EQ(e->RefCount, 1);
-  __vrsDeleteStream(&other);
-  __vrsDeleteStream(&s);
 }
 
 }  // namespace
