@@ -81,10 +81,10 @@ inline Poly Gcd(Poly a, Poly b) {
 namespace detail {
 #if defined(__x86_64__)
 __attribute__((target("pclmul,sse4.1"))) inline void MulWordsClmul(const std::uint64_t* a,
-                                                                   std::size_t na,
-                                                                   const std::uint64_t* b,
-                                                                   std::size_t nb,
-                                                                   std::uint64_t* r) {
+                                                                  std::size_t na,
+                                                                  const std::uint64_t* b,
+                                                                  std::size_t nb,
+                                                                  std::uint64_t* r) {
   for (std::size_t i = 0; i < na; ++i) {
     if (a[i] == 0) continue;
     const __m128i ai = _mm_cvtsi64_si128(static_cast<long long>(a[i]));
@@ -244,8 +244,7 @@ inline int BerlekampMassey(const std::vector<std::uint8_t>& s, Poly& c_out) {
   // backwards is a contiguous run of r.
   Poly r(static_cast<std::size_t>(n) / 64 + 2, 0);
   for (int k = 0; k < n; ++k)
-    if (s[static_cast<std::size_t>(n - 1 - k)])
-      r[static_cast<std::size_t>(k) >> 6] |= std::uint64_t{1} << (k & 63);
+    if (s[static_cast<std::size_t>(n - 1 - k)]) r[static_cast<std::size_t>(k) >> 6] |= std::uint64_t{1} << (k & 63);
   Poly c{1}, b{1};
   int len = 0, m = 1;
   for (int i = 0; i < n; ++i) {

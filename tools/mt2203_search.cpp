@@ -126,8 +126,7 @@ int EquidistributionDimension(const Poly& p, const std::vector<Poly>& hs, int v)
         r = static_cast<std::size_t>(q);
       }
       for (int j = 0; j < v; ++j) {
-        AddShifted(rows[hi][static_cast<std::size_t>(j)], rows[lo][static_cast<std::size_t>(j)],
-                   shift);
+        AddShifted(rows[hi][static_cast<std::size_t>(j)], rows[lo][static_cast<std::size_t>(j)], shift);
         oxl::tools::Trim(rows[hi][static_cast<std::size_t>(j)]);
       }
       // hi is r (the row being placed) from here on
@@ -136,8 +135,7 @@ int EquidistributionDimension(const Poly& p, const std::vector<Poly>& hs, int v)
   int maxdeg = 0;
   for (int j = 0; j < v; ++j) {
     int piv;
-    maxdeg = std::max(maxdeg,
-                      row_deg(static_cast<std::size_t>(owner[static_cast<std::size_t>(j)]), &piv));
+    maxdeg = std::max(maxdeg, row_deg(static_cast<std::size_t>(owner[static_cast<std::size_t>(j)]), &piv));
   }
   return kP - maxdeg;
 }
@@ -151,8 +149,7 @@ std::vector<std::uint32_t> TemperedWords(const std::vector<std::uint32_t>& raw, 
 
 std::vector<std::uint32_t> RawWords(std::uint32_t a) {
   std::uint32_t init[Mt2203Shape::kN];
-  for (int i = 0; i < Mt2203Shape::kN; ++i)
-    init[i] = 0x9E3779B9u * static_cast<std::uint32_t>(i + 1);
+  for (int i = 0; i < Mt2203Shape::kN; ++i) init[i] = 0x9E3779B9u * static_cast<std::uint32_t>(i + 1);
   oxl::tools::Mt2203Raw g(a, init);
   std::vector<std::uint32_t> raw(kP);
   for (auto& w : raw) w = g.Next();
@@ -184,8 +181,7 @@ Row SearchMember(int id) {
   SplitMix rng{kSeed ^ (0xD1B54A32D192ED03ull * static_cast<std::uint64_t>(id + 1))};
   std::uint32_t init[Mt2203Shape::kN];
   for (;;) {
-    const std::uint32_t a =
-        0x80000000u | (rng.Next32() & 0x7FFF0000u) | static_cast<std::uint32_t>(id);
+    const std::uint32_t a = 0x80000000u | (rng.Next32() & 0x7FFF0000u) | static_cast<std::uint32_t>(id);
     for (auto& w : init) w = rng.Next32();
     if (a == kFixedRows[0][0] || a == kFixedRows[1][0]) continue;
     int degree = 0;
@@ -216,8 +212,7 @@ Row SearchMember(int id) {
       int def_v[8];
       int best_def = kP;
       for (int k = 0; k < nopt; ++k) {
-        const int opt = static_cast<int>((static_cast<std::uint32_t>(k) + start) %
-                                         static_cast<std::uint32_t>(nopt));
+        const int opt = static_cast<int>((static_cast<std::uint32_t>(k) + start) % static_cast<std::uint32_t>(nopt));
         std::uint32_t tb = b, tc = c;
         int bitpos = 0;
         if (c_free && ((opt >> bitpos++) & 1)) tc |= place(v);
@@ -272,8 +267,7 @@ int Search(const char* path, int first, int last) {
     if (done.count(id)) continue;
     const auto t0 = std::chrono::steady_clock::now();
     const Row r = SearchMember(id);
-    const double secs =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+    const double secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
     std::fprintf(f, "%d %08X %08X %08X %d %.2f\n", id, r.a, r.b, r.c, r.deficiency, secs);
     std::fflush(f);
   }
@@ -311,8 +305,7 @@ int Profile(std::uint32_t a, std::uint32_t b, std::uint32_t c) {
   if (!irr) return 1;
   std::vector<int> ks;
   const int total = TotalDeficiency(p, RawWords(a), b, c, &ks);
-  for (int v = 1; v <= 32; ++v)
-    std::printf("v=%d k=%d bound=%d\n", v, ks[static_cast<std::size_t>(v - 1)], kP / v);
+  for (int v = 1; v <= 32; ++v) std::printf("v=%d k=%d bound=%d\n", v, ks[static_cast<std::size_t>(v - 1)], kP / v);
   std::printf("total deficiency %d\n", total);
   return 0;
 }

@@ -25,12 +25,10 @@ std::vector<int> Exponents(const std::vector<std::uint8_t>& bits) {
 }
 
 void Write(FILE* f, const char* name, const std::vector<int>& e) {
-  std::fprintf(f,
-               "// %s: %zu exponents, degree %d\n#define %s_COUNT %zu\n#define %s_EXPONENTS \\\n",
+  std::fprintf(f, "// %s: %zu exponents, degree %d\n#define %s_COUNT %zu\n#define %s_EXPONENTS \\\n",
                name, e.size(), e.back(), name, e.size(), name);
   for (std::size_t i = 0; i < e.size(); ++i)
-    std::fprintf(f, "%s%d,%s", (i % 12 == 0) ? "  " : " ", e[i],
-                 (i % 12 == 11 || i + 1 == e.size()) ? " \\\n" : "");
+    std::fprintf(f, "%s%d,%s", (i % 12 == 0) ? "  " : " ", e[i], (i % 12 == 11 || i + 1 == e.size()) ? " \\\n" : "");
   std::fprintf(f, "\n");
 }
 
@@ -70,15 +68,12 @@ int main(int argc, char** argv) {
   const auto sf = Exponents(sbits);
   FILE* f = std::fopen(argv[1], "w");
   if (!f) return 1;
-  std::fprintf(f,
-               "// Characteristic polynomials of the twisters over GF(2), rising exponents.\n"
-               "// Written by tools/twister_poly; do not edit by hand.\n");
+  std::fprintf(f, "// Characteristic polynomials of the twisters over GF(2), rising exponents.\n"
+                  "// Written by tools/twister_poly; do not edit by hand.\n");
   Write(f, "OXL_MT19937_POLY", mt);
   Write(f, "OXL_SFMT19937_POLY", sf);
   std::fclose(f);
-  std::printf("mt19937 %zu exps deg %d: %d %d %d %d\n", mt.size(), mt.back(), mt[0], mt[1], mt[2],
-              mt[3]);
-  std::printf("sfmt19937 %zu exps deg %d: %d %d %d %d\n", sf.size(), sf.back(), sf[0], sf[1], sf[2],
-              sf[3]);
+  std::printf("mt19937 %zu exps deg %d: %d %d %d %d\n", mt.size(), mt.back(), mt[0], mt[1], mt[2], mt[3]);
+  std::printf("sfmt19937 %zu exps deg %d: %d %d %d %d\n", sf.size(), sf.back(), sf[0], sf[1], sf[2], sf[3]);
   return 0;
 }

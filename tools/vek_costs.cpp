@@ -95,8 +95,8 @@ std::function<void()> Timed(const std::string& f,
   };
 }
 template <class A, class R>
-requires(!std::is_same_v<A, R>) std::function<void()> Timed(const std::string& f,
-                                                            void (*k)(int, const A*, R*)) {
+  requires(!std::is_same_v<A, R>)
+std::function<void()> Timed(const std::string& f, void (*k)(int, const A*, R*)) {
   return [k, a = Arguments<A>(f), r = std::vector<R>(kN)]() mutable { k(kN, a.data(), r.data()); };
 }
 template <class K>
@@ -111,7 +111,7 @@ struct Kernel {
   std::function<void()> run;
 };
 
-#define OXL_VEK_COST_KERNEL(t, F, form, suffix)                                            \
+#define OXL_VEK_COST_KERNEL(t, F, form, suffix)                                       \
   Kernel{#t #F, #suffix, reinterpret_cast<const void*>(&oxl_vek_kernel_##t##F##_##suffix), \
          Timed(#F, &oxl_vek_kernel_##t##F##_##suffix)},
 #define OXL_VEK_FUNCTION(t, F, form, slots, impl, cost_la, cost_ha, cost_ep) \
@@ -124,18 +124,17 @@ std::vector<Kernel> Kernels() {
 #undef OXL_VEK_FUNCTION
 
 #define OXL_VEK_FUNCTION(t, F, form, slots, impl, cost_la, cost_ha, cost_ep) \
-  {#t #F,                                                                    \
-   {reinterpret_cast<const void*>(oxl_vek_kernel_##t##F##_ttab[0]),          \
-    reinterpret_cast<const void*>(oxl_vek_kernel_##t##F##_ttab[1]),          \
-    reinterpret_cast<const void*>(oxl_vek_kernel_##t##F##_ttab[2])}},
+  {#t #F, {reinterpret_cast<const void*>(oxl_vek_kernel_##t##F##_ttab[0]),   \
+           reinterpret_cast<const void*>(oxl_vek_kernel_##t##F##_ttab[1]),   \
+           reinterpret_cast<const void*>(oxl_vek_kernel_##t##F##_ttab[2])}},
 const std::map<std::string, std::vector<const void*>> kSlots = {
 #include "oxl/vek_functions.def"
 };
 #undef OXL_VEK_FUNCTION
 
 bool Fixed(const std::string& function) {
-  static const std::set<std::string> fixed = {"sAdd", "sMul",    "sSub",    "dAdd",    "sExp",
-                                              "dExp", "dPow",    "zExp",    "zLn",     "cSin",
+  static const std::set<std::string> fixed = {"sAdd", "sMul",   "sSub",   "dAdd",   "sExp",
+                                              "dExp", "dPow",   "zExp",   "zLn",    "cSin",
                                               "zPow", "sLGamma", "dLGamma", "sTGamma", "dTGamma"};
   return fixed.count(function) != 0 || function.find("ack") != std::string::npos;
 }
