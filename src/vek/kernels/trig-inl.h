@@ -148,10 +148,13 @@ HWY_NOINLINE Reduced<D> ReduceLarge(D d, hn::VFromD<D> y) {
 template <Level kLevel, class D>
 HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> y) {
   Reduced<D> red = ReduceSmall<kLevel>(d, y);
-  const auto large = hn::Not(hn::Le(y, hn::Set(d, 0x1p24)));
+  // Unordered or greater, in one integer compare of the bits (y is not negative): NaNs count.
+  const hn::RebindToSigned<D> di;
+  const auto large =
+      hn::RebindMask(d, hn::Gt(hn::BitCast(di, y), hn::Set(di, int64_t{0x4170000000000000})));
   if (!hn::AllFalse(d, large)) [[unlikely]] {
     const Reduced<D> big = ReduceLarge(d, y);
-    red.q = hn::IfThenElse(hn::RebindMask(hn::RebindToSigned<D>(), large), big.q, red.q);
+    red.q = hn::IfThenElse(hn::RebindMask(di, large), big.q, red.q);
     red.rh = hn::IfThenElse(large, big.rh, red.rh);
     red.rl = hn::IfThenElse(large, big.rl, red.rl);
   }
