@@ -295,6 +295,29 @@ OXL_BENCH(kDTan, "libmvec_avx2", peers::LibmvecTanAvx2, kAvx2);
 OXL_BENCH(kDTan, "sleef_u10_avx2", peers::SleefTanU10Avx2, kAvx2);
 OXL_BENCH(kDTan, "sleef_u35_avx2", peers::SleefTanU35Avx2, kAvx2);
 
+// The float kernels (one in every slot) on the same two sets, the large one up to 1e38.
+constexpr UnaryFunction<float> kSSin{"sSin", {-10.0f, 10.0f}};
+constexpr UnaryFunction<float> kSSinLarge{"sSinLarge", {1.0f, 1e38f, true}};
+constexpr UnaryFunction<float> kSCos{"sCos", {-10.0f, 10.0f}};
+constexpr UnaryFunction<float> kSTan{"sTan", {-10.0f, 10.0f}};
+
+OXL_BENCH(kSSin, "oxl", oxl_vek_kernel_sSin_B3HAynn);
+OXL_BENCH(kSSin, "libmvec_avx2", peers::LibmvecSinAvx2, kAvx2);
+OXL_BENCH(kSSin, "sleef_u10_avx2", peers::SleefSinU10Avx2, kAvx2);
+OXL_BENCH(kSSin, "sleef_u35_avx2", peers::SleefSinU35Avx2, kAvx2);
+OXL_BENCH(kSSinLarge, "oxl", oxl_vek_kernel_sSin_B3HAynn);
+OXL_BENCH(kSSinLarge, "libmvec_avx2", peers::LibmvecSinAvx2, kAvx2);
+OXL_BENCH(kSSinLarge, "sleef_u10_avx2", peers::SleefSinU10Avx2, kAvx2);
+OXL_BENCH(kSSinLarge, "sleef_u35_avx2", peers::SleefSinU35Avx2, kAvx2);
+OXL_BENCH(kSCos, "oxl", oxl_vek_kernel_sCos_B3HAynn);
+OXL_BENCH(kSCos, "libmvec_avx2", peers::LibmvecCosAvx2, kAvx2);
+OXL_BENCH(kSCos, "sleef_u10_avx2", peers::SleefCosU10Avx2, kAvx2);
+OXL_BENCH(kSCos, "sleef_u35_avx2", peers::SleefCosU35Avx2, kAvx2);
+OXL_BENCH(kSTan, "oxl", oxl_vek_kernel_sTan_B3HAynn);
+OXL_BENCH(kSTan, "libmvec_avx2", peers::LibmvecTanAvx2, kAvx2);
+OXL_BENCH(kSTan, "sleef_u10_avx2", peers::SleefTanU10Avx2, kAvx2);
+OXL_BENCH(kSTan, "sleef_u35_avx2", peers::SleefTanU35Avx2, kAvx2);
+
 // cbrt over the log-spaced range, both signs alike for every contestant.
 constexpr UnaryFunction<double> kDCbrt{"dCbrt", kLogRangeD};
 constexpr UnaryFunction<float> kSCbrt{"sCbrt", kLogRangeS};

@@ -303,6 +303,56 @@ struct TrigBody : UnaryRealBody<double> {
   }
 };
 
+// The float kernels run the double EP body on each half of the vector, widened, and round its
+// result once to float: its 26 correct bits are a quarter of a float ulp, so one kernel is within
+// 0.56 ulp at every level. Every float is exact in double, so the double body's reduction serves
+// all finite floats alike; infinities and NaNs are rare lanes.
+template <TrigFunction kFunc>
+struct TrigFloatBody : UnaryRealBody<float> {
+  static constexpr size_t kOutputs = kFunc == TrigFunction::kSinCos ? 2 : 1;
+  const char* name = kFunc == TrigFunction::kSin   ? vek::names::sSin
+                     : kFunc == TrigFunction::kCos ? vek::names::sCos
+                     : kFunc == TrigFunction::kTan ? vek::names::sTan
+                                                   : vek::names::sSinCos;
+  TrigBody<kFunc, trig_detail::Level::kEP> wide;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    const hn::RebindToSigned<D> di;
+#if HWY_TARGET == HWY_SCALAR
+    const hn::Rebind<double, D> dd;
+    const hn::VFromD<decltype(dd)> x = hn::PromoteTo(dd, in[0]);
+    hn::VFromD<decltype(dd)> r[kOutputs];
+    hn::Mask<decltype(dd)> unused[1];
+    wide(dd, &x, r, unused);
+    // Highway's one-lane DemoteTo saturates; the conversion keeps a NaN and an infinity.
+    for (size_t k = 0; k < kOutputs; ++k) out[k] = V(static_cast<float>(r[k].raw));
+#else
+    const hn::Half<D> dh;
+    const hn::Repartition<double, D> dd;
+    const hn::VFromD<decltype(dd)> lower = hn::PromoteTo(dd, hn::LowerHalf(dh, in[0]));
+    const hn::VFromD<decltype(dd)> upper = hn::PromoteTo(dd, hn::UpperHalf(dh, in[0]));
+    hn::VFromD<decltype(dd)> r_lower[kOutputs], r_upper[kOutputs];
+    hn::Mask<decltype(dd)> unused[1];
+    wide(dd, &lower, r_lower, unused);
+    wide(dd, &upper, r_upper, unused);
+    for (size_t k = 0; k < kOutputs; ++k) {
+      out[k] = hn::Combine(d, hn::DemoteTo(dh, r_upper[k]), hn::DemoteTo(dh, r_lower[k]));
+    }
+#endif
+    rare[0] = hn::RebindMask(d, hn::Gt(hn::BitCast(di, hn::Abs(in[0])), hn::Set(di, 0x7F7FFFFF)));
+  }
+
+  static int32_t Rare(const float* a, float* r) {
+    return kFunc == TrigFunction::kSin   ? vek::vssin_cout_rare(a, r)
+           : kFunc == TrigFunction::kTan ? vek::vstan_cout_rare(a, r)
+                                         : vek::vscos_cout_rare(a, r);
+  }
+  static int32_t Rare(const float* a, float* r1, float* r2) {
+    return vek::vssincos_cout_rare(a, r1, r2);
+  }
+};
+
 }  // namespace oxl::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 

@@ -10,12 +10,14 @@ namespace oxl::vek {
 namespace {
 
 // The compiler would fold inf - inf, and the flag would be lost.
-double Force(double v) {
-  volatile double f = v;
+template <class T>
+T Force(T v) {
+  volatile T f = v;
   return f;
 }
 
-int32_t Rare(double x, double* r) {
+template <class T>
+int32_t Rare(T x, T* r) {
   if (std::isinf(x)) {
     *r = Force(Force(x) - x);
     return 1;
@@ -30,11 +32,21 @@ int32_t vdsin_cout_rare(const double* a, double* r) { return Rare(*a, r); }
 int32_t vdcos_cout_rare(const double* a, double* r) { return Rare(*a, r); }
 int32_t vdtan_cout_rare(const double* a, double* r) { return Rare(*a, r); }
 
+int32_t vssin_cout_rare(const float* a, float* r) { return Rare(*a, r); }
+int32_t vscos_cout_rare(const float* a, float* r) { return Rare(*a, r); }
+int32_t vstan_cout_rare(const float* a, float* r) { return Rare(*a, r); }
+
 // One event for both results.
-int32_t vdsincos_cout_rare(const double* a, double* r1, double* r2) {
+template <class T>
+int32_t SinCosRare(const T* a, T* r1, T* r2) {
   const int32_t status = Rare(*a, r1);
   *r2 = *r1;
   return status;
 }
+
+int32_t vdsincos_cout_rare(const double* a, double* r1, double* r2) {
+  return SinCosRare(a, r1, r2);
+}
+int32_t vssincos_cout_rare(const float* a, float* r1, float* r2) { return SinCosRare(a, r1, r2); }
 
 }  // namespace oxl::vek
