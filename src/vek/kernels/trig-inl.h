@@ -288,7 +288,14 @@ struct TrigBody : UnaryRealBody<double> {
       out[0] = Pick<1>(d, red, v, no_sign);
     } else {
       out[0] = Pick<0>(d, red, v, sign);
-      out[1] = Pick<1>(d, red, v, no_sign);
+      if constexpr (kLevel == Level::kEP) {
+        // Cos has no EP kernel of its own (its EP slot holds LA's), and SinCos gives the bits of
+        // Sin and Cos of its level: the cosine takes LA's reduction and polynomials.
+        const Reduced<D> red_la = Reduce<Level::kLA>(d, y);
+        out[1] = Pick<1>(d, red_la, Polynomials<Level::kLA>(d, red_la), no_sign);
+      } else {
+        out[1] = Pick<1>(d, red, v, no_sign);
+      }
     }
     rare[0] = hn::RebindMask(d, hn::Gt(hn::BitCast(di, y), hn::Set(di, 0x7FEFFFFFFFFFFFFFll)));
   }

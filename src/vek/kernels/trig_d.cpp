@@ -3,7 +3,7 @@
 // code; infinities and NaNs go to the rare routines. Measured against MPFR over every binade, next
 // to multiples of pi/2 and on 2^18 random arguments of [-20, 20] and 2^18 next to multiples of
 // pi/2 below 2^24: Sin HA 0.77 ulp, LA 1.52 ulp, EP 28.0 bits; Cos HA 0.78 ulp, LA 1.56 ulp;
-// SinCos bit for bit Sin and Cos of its level (EP: Sin EP and an EP cosine, 28 bits); Tan HA
+// SinCos bit for bit Sin and Cos of its level (at EP, Sin EP and Cos LA); Tan HA
 // 0.86 ulp, LA 1.92 ulp, EP 27.9 bits.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/trig_d.cpp"
