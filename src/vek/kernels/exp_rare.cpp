@@ -2,7 +2,9 @@
 // the ends come from real multiplications (FLT_MAX * FLT_MAX, the smallest denormal squared), so
 // that the overflow and underflow flags are raised as the operations say.
 #include "vek/kernels/exp_rare.h"
+
 #include "vek/kernels/exp_tables.h"
+#include "vek/kernels/force.h"
 
 #include <cfloat>
 #include <cmath>
@@ -25,17 +27,6 @@ U ToBits(T v) {
   U u;
   std::memcpy(&u, &v, sizeof u);
   return u;
-}
-
-// The ends of the range multiply constants whose product the compiler would otherwise fold, and
-// the flags of the multiplication would be lost.
-float Force(float v) {
-  volatile float f = v;
-  return f;
-}
-double Force(double v) {
-  volatile double f = v;
-  return f;
 }
 
 // e^x for double x in [-745.13, 709.78] with the 64-entry table, status 4 for denormal results.

@@ -8,16 +8,11 @@
 #include <cstring>
 #include <type_traits>
 
+#include "vek/kernels/force.h"
+
 namespace oxl::vek {
 
 namespace {
-
-// The divisions are of constants, which the compiler would fold, and the flags would be lost.
-template <class T>
-T Force(T v) {
-  volatile T f = v;
-  return f;
-}
 
 template <class T>
 bool ExponentAllOnes(T x) {

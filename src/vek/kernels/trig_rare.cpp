@@ -5,16 +5,11 @@
 
 #include <cmath>
 
+#include "vek/kernels/force.h"
+
 namespace oxl::vek {
 
 namespace {
-
-// The compiler would fold inf - inf, and the flag would be lost.
-template <class T>
-T Force(T v) {
-  volatile T f = v;
-  return f;
-}
 
 template <class T>
 int32_t Rare(T x, T* r) {
