@@ -32,6 +32,12 @@ struct Mp {
   ~Mp() { mpfr_clear(v); }
 };
 
+const Mp& Sqrt2() {
+  static Mp r;
+  mpfr_sqrt_ui(r.v, 2, MPFR_RNDN);
+  return r;
+}
+
 enum class Kind { kErf, kErfc, kErfcNegative };
 
 void Row(Kind kind, int j, std::vector<double>* rows) {
@@ -70,16 +76,19 @@ void Row(Kind kind, int j, std::vector<double>* rows) {
   rows->push_back(std::ldexp(1.0, static_cast<int>(e) - 1));
 }
 
-// The least x of the type whose erfc, rounded to the type, is below its smallest normal number:
-// bisection on the bit patterns of positive x, where erfc decreases.
+// The least x of the type whose erfc (with `normal`, the normal distribution function at -x,
+// erfc(x/sqrt 2)/2), rounded to the type, is below its smallest normal number: bisection on the
+// bit patterns of positive x, where both decrease.
 template <class T>
-T UnderflowThreshold() {
+T UnderflowThreshold(bool normal) {
   using Bits = std::conditional_t<sizeof(T) == 8, unsigned long long, unsigned>;
   const T smallest_normal = std::numeric_limits<T>::min();
   auto underflows = [&](T x) {
     Mp mx, fx;
     mpfr_set_d(mx.v, x, MPFR_RNDN);
+    if (normal) mpfr_div(mx.v, mx.v, Sqrt2().v, MPFR_RNDN);
     mpfr_erfc(fx.v, mx.v, MPFR_RNDN);
+    if (normal) mpfr_div_2ui(fx.v, fx.v, 1, MPFR_RNDN);
     // Round to the type's precision and exponent range by hand: below the normal range the
     // last place is fixed, so f rounds at that place.
     Mp ulp;
@@ -91,7 +100,7 @@ T UnderflowThreshold() {
     return mpfr_cmp_d(fx.v, static_cast<double>(smallest_normal)) < 0;
   };
   Bits lo, hi;
-  T a = 1, b = 40;
+  T a = 1, b = 60;
   std::memcpy(&lo, &a, sizeof a);
   std::memcpy(&hi, &b, sizeof b);
   while (hi - lo > 1) {
@@ -113,11 +122,23 @@ int main(int argc, char** argv) {
   std::fprintf(out,
                "// The tables of the error-function kernels. Written by tools/erf_tables.cpp; do "
                "not edit.\n\n");
-  const double threshold = UnderflowThreshold<double>();
-  const float threshold_float = UnderflowThreshold<float>();
+  const double threshold = UnderflowThreshold<double>(false);
   std::fprintf(out, "inline constexpr double kErfcUnderflow = %s;\n", Literal(threshold).c_str());
   std::fprintf(out, "inline constexpr float kErfcUnderflowFloat = %s;\n",
-               Literal(threshold_float).c_str());
+               Literal(UnderflowThreshold<float>(false)).c_str());
+  // CdfNorm underflows from minus these on.
+  std::fprintf(out, "inline constexpr double kCdfNormUnderflow = %s;\n",
+               Literal(UnderflowThreshold<double>(true)).c_str());
+  std::fprintf(out, "inline constexpr float kCdfNormUnderflowFloat = %s;\n",
+               Literal(UnderflowThreshold<float>(true)).c_str());
+  {
+    Mp r;
+    mpfr_ui_div(r.v, 1, Sqrt2().v, MPFR_RNDN);
+    const double hi = mpfr_get_d(r.v, MPFR_RNDN);
+    mpfr_sub_d(r.v, r.v, hi, MPFR_RNDN);
+    std::fprintf(out, "inline constexpr double kSqrtHalf[2] = {%s, %s};\n", Literal(hi).c_str(),
+                 Literal(mpfr_get_d(r.v, MPFR_RNDN)).c_str());
+  }
 
   // erf x = x + x (2/sqrt(pi) - 1 + x^2 P(x^2)) for |x| below the first midpoint 2^-8: the
   // Maclaurin series, whose terms 2/sqrt(pi) (-1)^n x^(2n+1) / (n! (2n+1)) fall below 2^-70 of x

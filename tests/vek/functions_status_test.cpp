@@ -225,7 +225,13 @@ const RealCase kRealCases[] = {
     {"Erfc", kNaN, 0, 0, kNaN}, {"Erfc", 27.3, 0, 4, 0},
     {"Erfc", 0x1.a8b12fc6e4891p+4, 0, 0, 0, kAnyFinite, 'd'},
     {"Erfc", 0x1.a8b12fc6e4892p+4, 0, 4, 0, kAnyFinite, 'd'},
-    {"Erfc", 0x1.2639ap+3, 0, 0, 0, kAnyFinite, 's'}, {"Erfc", 0x1.2639cp+3, 0, 4, 0, kAnyFinite, 's'},
+    {"Erfc", 0x1.2639ap+3, 0, 0, 0, kAnyFinite, 's'},
+    {"Erfc", 0x1.2639cp+3, 0, 4, 0, kAnyFinite, 's'},
+    {"CdfNorm", -kInf, 0, 0, 0}, {"CdfNorm", kNaN, 0, 0, kNaN}, {"CdfNorm", -0.0, 0, 0, 0.5},
+    {"CdfNorm", -0x1.2c27b05bf1a0ap+5, 0, 0, 0, kAnyFinite, 'd'},
+    {"CdfNorm", -0x1.2c27b05bf1a0bp+5, 0, 4, 0, kAnyFinite, 'd'},
+    {"CdfNorm", -0x1.9e6602p+3, 0, 0, 0, kAnyFinite, 's'},
+    {"CdfNorm", -0x1.9e6604p+3, 0, 4, 0, kAnyFinite, 's'},
 };
 // clang-format on
 

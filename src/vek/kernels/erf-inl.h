@@ -53,29 +53,48 @@ HWY_INLINE V Series(D d, V g, V dd) {
 
 }  // namespace erf_detail
 
+enum class ErfFunction { kErf, kErfc, kCdfNorm };
+
 // kTerms of the series: enough for the level's accuracy over the function's grid.
-template <bool kErfc, int kTerms>
+template <ErfFunction kFunc, int kTerms>
 struct ErfBody : UnaryRealBody<double> {
-  const char* name = kErfc ? vek::names::dErfc : vek::names::dErf;
+  static constexpr bool kErf = kFunc == ErfFunction::kErf;
+  const char* name = kErf                          ? vek::names::dErf
+                     : kFunc == ErfFunction::kErfc ? vek::names::dErfc
+                                                   : vek::names::dCdfNorm;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     namespace et = vek::erf_tables;
     const hn::RebindToSigned<D> di;
     const V x = in[0];
-    const V y = hn::Abs(x);
-    const M negative = hn::Lt(x, hn::Zero(d));
+    // CdfNorm(x) = erfc(t)/2 with t = -x/sqrt 2 carried as t + t_lo: erfc magnifies a relative
+    // error of t by 2 t^2, up to 1400 near the underflow, so t_lo goes into the series' step.
+    V t = x, t_lo = hn::Zero(d);
+    if constexpr (kFunc == ErfFunction::kCdfNorm) {
+      const V c = hn::Set(d, -et::kSqrtHalf[0]);
+      t = hn::Mul(x, c);
+      t_lo = Fma(d, x, hn::Set(d, -et::kSqrtHalf[1]), Fma(d, x, c, hn::Neg(t)));
+    }
+    const V y = hn::Abs(t);
+    const M negative = hn::Lt(t, hn::Zero(d));
     const V clamp =
-        kErfc ? hn::IfThenElse(negative, hn::Set(d, et::kErfClamp), hn::Set(d, et::kErfcUnderflow))
-              : hn::Set(d, et::kErfClamp);
-    const V yc = hn::IfThenElse(hn::Lt(y, clamp), y, clamp);
+        kErf ? hn::Set(d, et::kErfClamp)
+             : hn::IfThenElse(negative, hn::Set(d, et::kErfClamp), hn::Set(d, et::kErfcUnderflow));
+    const M inside = hn::Lt(y, clamp);
+    const V yc = hn::IfThenElse(inside, y, clamp);
     const V shifter = hn::Set(d, 35184372088832.0);
     const V z = hn::Add(yc, shifter);
     const V g = hn::Sub(z, shifter);
-    const V dd = hn::Sub(yc, g);
+    V dd = hn::Sub(yc, g);
+    if constexpr (kFunc == ErfFunction::kCdfNorm) {
+      // The low part of |t|, nothing on the clamp.
+      const V y_lo = hn::IfThenElse(negative, hn::Neg(t_lo), t_lo);
+      dd = hn::Add(dd, hn::IfThenElseZero(inside, y_lo));
+    }
     auto row = hn::And(hn::BitCast(di, z), hn::Set(di, 0xFFFF));
     const double* table = et::kErfRows;
-    if constexpr (kErfc) {
+    if constexpr (!kErf) {
       table = et::kErfcRows;
       row = hn::Add(
           row, hn::IfThenElseZero(hn::RebindMask(di, negative), hn::Set(di, et::kErfcNegativeRow)));
@@ -86,9 +105,14 @@ struct ErfBody : UnaryRealBody<double> {
     const V der = hn::GatherIndex(d, table + 2, idx);
     const V s = erf_detail::Series<kTerms>(d, g, dd);
     V r = hn::Add(hi, Fma(d, der, s, lo));
-    if constexpr (kErfc) {
+    if constexpr (kFunc == ErfFunction::kErfc) {
       out[0] = hn::Mul(r, hn::GatherIndex(d, table + 3, idx));
       rare[0] = hn::Not(hn::Lt(x, hn::Set(d, et::kErfcUnderflow)));
+    } else if constexpr (kFunc == ErfFunction::kCdfNorm) {
+      // Halving the scale is exact: the results that reach here are normal.
+      const V half_scale = hn::Mul(hn::GatherIndex(d, table + 3, idx), hn::Set(d, 0.5));
+      out[0] = hn::Mul(r, half_scale);
+      rare[0] = hn::Not(hn::Gt(x, hn::Set(d, -et::kCdfNormUnderflow)));
     } else {
       const V y2 = hn::Mul(yc, yc);
       const double* c = et::kErfSmall;
@@ -100,27 +124,39 @@ struct ErfBody : UnaryRealBody<double> {
     }
   }
 
-  static int32_t Rare(const double* a, double* r) { return vek::vderfc_cout_rare(a, r); }
+  static int32_t Rare(const double* a, double* r) {
+    return kFunc == ErfFunction::kErfc ? vek::vderfc_cout_rare(a, r)
+                                       : vek::vdcdfnorm_cout_rare(a, r);
+  }
 };
 
 // The float kernels run a double body on each half of the vector, widened, and round its result
-// once to float; the rare lanes are Erfc's from the float threshold on, +inf and NaN.
-template <bool kErfc, int kTerms>
+// once to float; the rare lanes are Erfc's and CdfNorm's from the float thresholds on, the
+// infinities whose result is 0, and NaN.
+template <ErfFunction kFunc, int kTerms>
 struct ErfFloatBody : UnaryRealBody<float> {
-  const char* name = kErfc ? vek::names::sErfc : vek::names::sErf;
-  ErfBody<kErfc, kTerms> wide;
+  const char* name = kFunc == ErfFunction::kErf    ? vek::names::sErf
+                     : kFunc == ErfFunction::kErfc ? vek::names::sErfc
+                                                   : vek::names::sCdfNorm;
+  ErfBody<kFunc, kTerms> wide;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    namespace et = vek::erf_tables;
     RunWidened<1>(wide, d, in, out);
-    if constexpr (kErfc) {
-      rare[0] = hn::Not(hn::Lt(in[0], hn::Set(d, vek::erf_tables::kErfcUnderflowFloat)));
+    if constexpr (kFunc == ErfFunction::kErfc) {
+      rare[0] = hn::Not(hn::Lt(in[0], hn::Set(d, et::kErfcUnderflowFloat)));
+    } else if constexpr (kFunc == ErfFunction::kCdfNorm) {
+      rare[0] = hn::Not(hn::Gt(in[0], hn::Set(d, -et::kCdfNormUnderflowFloat)));
     } else {
       rare[0] = hn::FirstN(d, 0);
     }
   }
 
-  static int32_t Rare(const float* a, float* r) { return vek::vserfc_cout_rare(a, r); }
+  static int32_t Rare(const float* a, float* r) {
+    return kFunc == ErfFunction::kErfc ? vek::vserfc_cout_rare(a, r)
+                                       : vek::vscdfnorm_cout_rare(a, r);
+  }
 };
 
 }  // namespace oxl::HWY_NAMESPACE
