@@ -318,6 +318,30 @@ OXL_BENCH(kSTan, "libmvec_avx2", peers::LibmvecTanAvx2, kAvx2);
 OXL_BENCH(kSTan, "sleef_u10_avx2", peers::SleefTanU10Avx2, kAvx2);
 OXL_BENCH(kSTan, "sleef_u35_avx2", peers::SleefTanU35Avx2, kAvx2);
 
+// erf on [-6, 6], where every contestant computes (beyond it erf is +-1); erfc on [-6, 26.5] for
+// doubles and [-6, 9] for floats: the far tail up to where results leave the normal range, since
+// beyond it oxl reports an underflow per element, which the peers do not.
+constexpr UnaryFunction<double> kDErf{"dErf", {-6.0, 6.0}};
+constexpr UnaryFunction<double> kDErfc{"dErfc", {-6.0, 26.5}};
+constexpr UnaryFunction<float> kSErf{"sErf", {-6.0f, 6.0f}};
+constexpr UnaryFunction<float> kSErfc{"sErfc", {-6.0f, 9.0f}};
+
+OXL_BENCH(kDErf, "oxl_HA", oxl_vek_kernel_dErf_B3HAynn);
+OXL_BENCH(kDErf, "oxl_LA", oxl_vek_kernel_dErf_B3LAynn);
+OXL_BENCH(kDErf, "oxl_EP", oxl_vek_kernel_dErf_B3EPnnn);
+OXL_BENCH(kDErf, "libmvec_avx2", peers::LibmvecErfAvx2, kAvx2);
+OXL_BENCH(kDErf, "sleef_u10_avx2", peers::SleefErfU10Avx2, kAvx2);
+OXL_BENCH(kDErfc, "oxl_HA", oxl_vek_kernel_dErfc_B3HAynn);
+OXL_BENCH(kDErfc, "oxl_EP", oxl_vek_kernel_dErfc_B3EPnnn);
+OXL_BENCH(kDErfc, "libmvec_avx2", peers::LibmvecErfcAvx2, kAvx2);
+OXL_BENCH(kDErfc, "sleef_u15_avx2", peers::SleefErfcU15Avx2, kAvx2);
+OXL_BENCH(kSErf, "oxl", oxl_vek_kernel_sErf_B3HAynn);
+OXL_BENCH(kSErf, "libmvec_avx2", peers::LibmvecErfAvx2, kAvx2);
+OXL_BENCH(kSErf, "sleef_u10_avx2", peers::SleefErfU10Avx2, kAvx2);
+OXL_BENCH(kSErfc, "oxl", oxl_vek_kernel_sErfc_B3HAynn);
+OXL_BENCH(kSErfc, "libmvec_avx2", peers::LibmvecErfcAvx2, kAvx2);
+OXL_BENCH(kSErfc, "sleef_u15_avx2", peers::SleefErfcU15Avx2, kAvx2);
+
 // cbrt over the log-spaced range, both signs alike for every contestant.
 constexpr UnaryFunction<double> kDCbrt{"dCbrt", kLogRangeD};
 constexpr UnaryFunction<float> kSCbrt{"sCbrt", kLogRangeS};

@@ -61,6 +61,10 @@ void LibmvecCbrtAvx2(int n, const double* a, double* r);
 void LibmvecCbrtAvx2(int n, const float* a, float* r);
 void LibmvecCbrtAvx512(int n, const double* a, double* r);
 void LibmvecCbrtAvx512(int n, const float* a, float* r);
+void LibmvecErfAvx2(int n, const double* a, double* r);
+void LibmvecErfAvx2(int n, const float* a, float* r);
+void LibmvecErfcAvx2(int n, const double* a, double* r);
+void LibmvecErfcAvx2(int n, const float* a, float* r);
 
 // SLEEF: U10 is its 1.0-ulp family (the HA-like peer), U35 its 3.5-ulp family (the LA-like peer,
 // which SLEEF offers for log, sin and cos only: log10 and log1p have U10 alone):
@@ -122,6 +126,11 @@ void SleefCbrtU10Avx2(int n, const double* a, double* r);
 void SleefCbrtU10Avx2(int n, const float* a, float* r);
 void SleefCbrtU10Avx512(int n, const double* a, double* r);
 void SleefCbrtU10Avx512(int n, const float* a, float* r);
+// SLEEF's erfc comes at 1.5 ulp only.
+void SleefErfU10Avx2(int n, const double* a, double* r);
+void SleefErfU10Avx2(int n, const float* a, float* r);
+void SleefErfcU15Avx2(int n, const double* a, double* r);
+void SleefErfcU15Avx2(int n, const float* a, float* r);
 
 // Plain loops over the C++ standard library, compiled for the baseline x86-64 target: scalar calls
 // of libm for the transcendentals, whatever the compiler makes of a + b and a * b.

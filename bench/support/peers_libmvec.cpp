@@ -32,6 +32,10 @@ __m256d _ZGVdN4vv_hypot(__m256d, __m256d);
 __m256 _ZGVdN8vv_hypotf(__m256, __m256);
 __m256d _ZGVdN4v_cbrt(__m256d);
 __m256 _ZGVdN8v_cbrtf(__m256);
+__m256d _ZGVdN4v_erf(__m256d);
+__m256 _ZGVdN8v_erff(__m256);
+__m256d _ZGVdN4v_erfc(__m256d);
+__m256 _ZGVdN8v_erfcf(__m256);
 }
 
 namespace oxl::bench::peers {
@@ -69,6 +73,10 @@ void LibmvecHypotAvx2(int n, const float* a, const float* b, float* r) {
 }
 void LibmvecCbrtAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_cbrt>(n, a, r); }
 void LibmvecCbrtAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_cbrtf>(n, a, r); }
+void LibmvecErfAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_erf>(n, a, r); }
+void LibmvecErfAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_erff>(n, a, r); }
+void LibmvecErfcAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_erfc>(n, a, r); }
+void LibmvecErfcAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_erfcf>(n, a, r); }
 
 }  // namespace oxl::bench::peers
 

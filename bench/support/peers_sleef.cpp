@@ -40,6 +40,10 @@ __m256d Sleef_hypotd4_u05avx2(__m256d, __m256d);
 __m256 Sleef_hypotf8_u05avx2(__m256, __m256);
 __m256d Sleef_cbrtd4_u10avx2(__m256d);
 __m256 Sleef_cbrtf8_u10avx2(__m256);
+__m256d Sleef_erfd4_u10avx2(__m256d);
+__m256 Sleef_erff8_u10avx2(__m256);
+__m256d Sleef_erfcd4_u15avx2(__m256d);
+__m256 Sleef_erfcf8_u15avx2(__m256);
 }
 
 namespace oxl::bench::peers {
@@ -99,6 +103,12 @@ void SleefCbrtU10Avx2(int n, const double* a, double* r) {
   avx2::Map<Sleef_cbrtd4_u10avx2>(n, a, r);
 }
 void SleefCbrtU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_cbrtf8_u10avx2>(n, a, r); }
+void SleefErfU10Avx2(int n, const double* a, double* r) { avx2::Map<Sleef_erfd4_u10avx2>(n, a, r); }
+void SleefErfU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_erff8_u10avx2>(n, a, r); }
+void SleefErfcU15Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_erfcd4_u15avx2>(n, a, r);
+}
+void SleefErfcU15Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_erfcf8_u15avx2>(n, a, r); }
 
 }  // namespace oxl::bench::peers
 

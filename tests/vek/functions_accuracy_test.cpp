@@ -222,12 +222,24 @@ const std::map<std::string, HardCase>& HardCases() {
     const HardCase trig = {{0x1.921fb54442d18p-1, 0x1.921fb54442d18p+0, 10000.0, 0x1p24, 1e22,
                             0x1.6ac5b262ca1ffp+849, 0x1.fffffffffffffp+1023},
                            {{-10.0, 10.0}, {1e6, 1e9}, {1e300, 1.7e308}}};
+    // Erf, Erfc: the midpoints where the grid j/128 switches rows, the clamp of erf's table
+    // (5.9921875), where erfc rounds below the normal range (double and float), and the far tail
+    // that still reaches the table.
+    const HardCase erf = {{0x1p-8, 0x1.8p-7, 0x1p-7, 0.5, 1.0, 0x1.7f8p+2, 6.0, 9.194549560546875,
+                           0x1.a8b12fc6e4892p+4, 27.3},
+                          {{-6.5, 6.5}, {-0x1p-7, 0x1p-7}, {8.0, 10.1}, {20.0, 26.6}}};
+    // CdfNorm: erfc at -x/sqrt 2 carried in two parts, so the same switches scaled by sqrt 2,
+    // and the underflow thresholds at -37.54 (double) and -12.95 (float).
+    const HardCase cdfnorm = {{-0x1.2c27b05bf1a0bp+5, -37.5, -0x1.9e6604p+3, -0x1.a8b12fc6e4892p+4,
+                               -8.474, 8.474, 0x1.6a09e667f3bcdp-8, -1.0},
+                              {{-10.0, 10.0}, {-37.6, -30.0}, {-13.0, -12.0}, {-0x1p-6, 0x1p-6}}};
     return std::map<std::string, HardCase>{
-        {"Sin", trig},     {"Cos", trig},      {"SinCos", trig},  {"Tan", trig},
-        {"Pow", pow},      {"Powx", powx},     {"Cbrt", cube},    {"InvCbrt", cube},
-        {"Pow2o3", cube},  {"Pow3o2", pow3o2}, {"Ln", log},       {"Log10", log},
-        {"Log1p", log1p},  {"Exp", exp},       {"Expm1", expm1},  {"Sqrt", root},
-        {"InvSqrt", root}, {"Inv", quotient},  {"Div", quotient}, {"Hypot", hypot}};
+        {"Erf", erf},       {"Erfc", erf},     {"CdfNorm", cdfnorm}, {"Sin", trig},
+        {"Cos", trig},      {"SinCos", trig},  {"Tan", trig},        {"Pow", pow},
+        {"Powx", powx},     {"Cbrt", cube},    {"InvCbrt", cube},    {"Pow2o3", cube},
+        {"Pow3o2", pow3o2}, {"Ln", log},       {"Log10", log},       {"Log1p", log1p},
+        {"Exp", exp},       {"Expm1", expm1},  {"Sqrt", root},       {"InvSqrt", root},
+        {"Inv", quotient},  {"Div", quotient}, {"Hypot", hypot}};
   }();
   return m;
 }

@@ -218,6 +218,20 @@ const RealCase kRealCases[] = {
     {"Sin", -0x1p-1022, 0, 0, -0x1p-1022}, {"Cos", -0.0, 0, 0, 1}, {"Cos", kNaN, 0, 0, kNaN},
     {"Cos", -kInf, 0, 1, kNaN}, {"Sin", 1e300, 0, 0, -0.8178819121159085, kLevel, 'd'},
     {"Cos", 0x1.fffffffffffffp+1023, 0, 0, -0.99998768942655991, kLevel, 'd'},
+    // Error functions: signed zeros and limits, NaN without a status, and Erfc's underflow from
+    // the first argument whose result rounds below the normal range (double, then float).
+    {"Erf", -0.0, 0, 0, -0.0}, {"Erf", -kInf, 0, 0, -1}, {"Erf", kInf, 0, 0, 1},
+    {"Erf", kNaN, 0, 0, kNaN}, {"Erfc", -kInf, 0, 0, 2}, {"Erfc", kInf, 0, 0, 0},
+    {"Erfc", kNaN, 0, 0, kNaN}, {"Erfc", 27.3, 0, 4, 0},
+    {"Erfc", 0x1.a8b12fc6e4891p+4, 0, 0, 0, kAnyFinite, 'd'},
+    {"Erfc", 0x1.a8b12fc6e4892p+4, 0, 4, 0, kAnyFinite, 'd'},
+    {"Erfc", 0x1.2639ap+3, 0, 0, 0, kAnyFinite, 's'},
+    {"Erfc", 0x1.2639cp+3, 0, 4, 0, kAnyFinite, 's'},
+    {"CdfNorm", -kInf, 0, 0, 0}, {"CdfNorm", kNaN, 0, 0, kNaN}, {"CdfNorm", -0.0, 0, 0, 0.5},
+    {"CdfNorm", -0x1.2c27b05bf1a0ap+5, 0, 0, 0, kAnyFinite, 'd'},
+    {"CdfNorm", -0x1.2c27b05bf1a0bp+5, 0, 4, 0, kAnyFinite, 'd'},
+    {"CdfNorm", -0x1.9e6602p+3, 0, 0, 0, kAnyFinite, 's'},
+    {"CdfNorm", -0x1.9e6604p+3, 0, 4, 0, kAnyFinite, 's'},
 };
 // clang-format on
 

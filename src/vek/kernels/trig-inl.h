@@ -25,6 +25,7 @@
 #include "simd/int_lanes-inl.h"
 #include "simd/poly-inl.h"
 #include "vek/frame/kernel-inl.h"
+#include "vek/kernels/widen-inl.h"
 #include "vek/kernels/trig_rare.h"
 #include "vek/kernels/trig_tables.h"
 
@@ -326,27 +327,7 @@ struct TrigFloatBody : UnaryRealBody<float> {
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     const hn::RebindToSigned<D> di;
-#if HWY_TARGET == HWY_SCALAR
-    const hn::Rebind<double, D> dd;
-    const hn::VFromD<decltype(dd)> x = hn::PromoteTo(dd, in[0]);
-    hn::VFromD<decltype(dd)> r[kOutputs];
-    hn::Mask<decltype(dd)> unused[1];
-    wide(dd, &x, r, unused);
-    // Highway's one-lane DemoteTo saturates; the conversion keeps a NaN and an infinity.
-    for (size_t k = 0; k < kOutputs; ++k) out[k] = V(static_cast<float>(r[k].raw));
-#else
-    const hn::Half<D> dh;
-    const hn::Repartition<double, D> dd;
-    const hn::VFromD<decltype(dd)> lower = hn::PromoteTo(dd, hn::LowerHalf(dh, in[0]));
-    const hn::VFromD<decltype(dd)> upper = hn::PromoteTo(dd, hn::UpperHalf(dh, in[0]));
-    hn::VFromD<decltype(dd)> r_lower[kOutputs], r_upper[kOutputs];
-    hn::Mask<decltype(dd)> unused[1];
-    wide(dd, &lower, r_lower, unused);
-    wide(dd, &upper, r_upper, unused);
-    for (size_t k = 0; k < kOutputs; ++k) {
-      out[k] = hn::Combine(d, hn::DemoteTo(dh, r_upper[k]), hn::DemoteTo(dh, r_lower[k]));
-    }
-#endif
+    RunWidened<kOutputs>(wide, d, in, out);
     rare[0] = hn::RebindMask(d, hn::Gt(hn::BitCast(di, hn::Abs(in[0])), hn::Set(di, 0x7F7FFFFF)));
   }
 

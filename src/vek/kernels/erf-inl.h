@@ -1,0 +1,165 @@
+// Bodies of the Erf and Erfc kernels. Re-included once per SIMD target.
+//
+// y = |x| is rounded to the grid g = j/128 by the shifter 2^45 (whose last place is 2^-7, so the
+// sum's low bits are j), and f(g + d), |d| <= 1/256, is the table's row for g plus its Taylor
+// series. Every derivative of erf is the first one, D = 2/sqrt(pi) exp(-g^2), times a polynomial
+// in g: erf^(n+1)(g) = D (-1)^n H_n(g) with Hermite's H_n. So the series is
+//   f(g + d) = f(g) + D d (b_0 + b_1 d + b_2 d^2 + ...),  b_n = (-1)^n H_n(g) / (n+1)!,
+// and Hermite's recurrence gives b_0 = 1, b_1 = -g, b_(n+1) = -2/(n+2) g b_n
+// - 2n/((n+1)(n+2)) b_(n-1): the coefficients cost a few operations each, and no table holds them.
+// The terms fall like (2 g d)^n / n!, at most 0.21^n / n! at Erfc's threshold, so the levels
+// differ only in how many are summed. The same series serves erfc (D negated) and
+// erfc(-y) = 1 + erf(y); the rows hold f(g) as hi + lo, and Erfc's far-tail rows are scaled by a
+// power of two that the result is multiplied by, exactly, at the end.
+//
+// Erf has no rare lanes. Erfc's rare lanes are the arguments from the underflow threshold on, +inf
+// and NaN; the other lanes' indices are clamped to the table, NaNs included (a compare that fails
+// picks the clamp), so no gather reads outside it.
+
+#if defined(OXL_VEK_KERNELS_ERF_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef OXL_VEK_KERNELS_ERF_INL_H_
+#undef OXL_VEK_KERNELS_ERF_INL_H_
+#else
+#define OXL_VEK_KERNELS_ERF_INL_H_
+#endif
+
+#include "simd/fma-inl.h"
+#include "simd/poly-inl.h"
+#include "vek/frame/kernel-inl.h"
+#include "vek/kernels/widen-inl.h"
+#include "vek/kernels/erf_rare.h"
+#include "vek/kernels/erf_tables.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace oxl::HWY_NAMESPACE {
+namespace erf_detail {
+
+// sum b_n d^n for n < kTerms, times d.
+template <int kTerms, class D, class V = hn::VFromD<D>>
+HWY_INLINE V Series(D d, V g, V dd) {
+  static_assert(kTerms >= 2);
+  V b[kTerms];
+  b[0] = hn::Set(d, 1.0);
+  b[1] = hn::Neg(g);
+  for (int n = 1; n + 1 < kTerms; ++n) {
+    const double p = -2.0 / (n + 2);
+    const double q = -2.0 * n / ((n + 1) * (n + 2));
+    b[n + 1] = Fma(d, hn::Mul(hn::Set(d, p), g), b[n], hn::Mul(hn::Set(d, q), b[n - 1]));
+  }
+  V acc = b[kTerms - 1];
+  for (int n = kTerms - 2; n >= 0; --n) acc = Fma(d, acc, dd, b[n]);
+  return hn::Mul(acc, dd);
+}
+
+}  // namespace erf_detail
+
+enum class ErfFunction { kErf, kErfc, kCdfNorm };
+
+// kTerms of the series: enough for the level's accuracy over the function's grid.
+template <ErfFunction kFunc, int kTerms>
+struct ErfBody : UnaryRealBody<double> {
+  static constexpr bool kErf = kFunc == ErfFunction::kErf;
+  const char* name = kErf                          ? vek::names::dErf
+                     : kFunc == ErfFunction::kErfc ? vek::names::dErfc
+                                                   : vek::names::dCdfNorm;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    namespace et = vek::erf_tables;
+    const hn::RebindToSigned<D> di;
+    const V x = in[0];
+    // CdfNorm(x) = erfc(t)/2 with t = -x/sqrt 2 carried as t + t_lo: erfc magnifies a relative
+    // error of t by 2 t^2, up to 1400 near the underflow, so t_lo goes into the series' step.
+    V t = x, t_lo = hn::Zero(d);
+    if constexpr (kFunc == ErfFunction::kCdfNorm) {
+      const V c = hn::Set(d, -et::kSqrtHalf[0]);
+      t = hn::Mul(x, c);
+      t_lo = Fma(d, x, hn::Set(d, -et::kSqrtHalf[1]), Fma(d, x, c, hn::Neg(t)));
+    }
+    const V y = hn::Abs(t);
+    const M negative = hn::Lt(t, hn::Zero(d));
+    const V clamp =
+        kErf ? hn::Set(d, et::kErfClamp)
+             : hn::IfThenElse(negative, hn::Set(d, et::kErfClamp), hn::Set(d, et::kErfcUnderflow));
+    const M inside = hn::Lt(y, clamp);
+    const V yc = hn::IfThenElse(inside, y, clamp);
+    const V shifter = hn::Set(d, 35184372088832.0);
+    const V z = hn::Add(yc, shifter);
+    const V g = hn::Sub(z, shifter);
+    V dd = hn::Sub(yc, g);
+    if constexpr (kFunc == ErfFunction::kCdfNorm) {
+      // The low part of |t|, nothing on the clamp.
+      const V y_lo = hn::IfThenElse(negative, hn::Neg(t_lo), t_lo);
+      dd = hn::Add(dd, hn::IfThenElseZero(inside, y_lo));
+    }
+    auto row = hn::And(hn::BitCast(di, z), hn::Set(di, 0xFFFF));
+    const double* table = et::kErfRows;
+    if constexpr (!kErf) {
+      table = et::kErfcRows;
+      row = hn::Add(
+          row, hn::IfThenElseZero(hn::RebindMask(di, negative), hn::Set(di, et::kErfcNegativeRow)));
+    }
+    const auto idx = hn::ShiftLeft<2>(row);
+    const V hi = hn::GatherIndex(d, table, idx);
+    const V lo = hn::GatherIndex(d, table + 1, idx);
+    const V der = hn::GatherIndex(d, table + 2, idx);
+    const V s = erf_detail::Series<kTerms>(d, g, dd);
+    V r = hn::Add(hi, Fma(d, der, s, lo));
+    if constexpr (kFunc == ErfFunction::kErfc) {
+      out[0] = hn::Mul(r, hn::GatherIndex(d, table + 3, idx));
+      rare[0] = hn::Not(hn::Lt(x, hn::Set(d, et::kErfcUnderflow)));
+    } else if constexpr (kFunc == ErfFunction::kCdfNorm) {
+      // Halving the scale is exact: the results that reach here are normal.
+      const V half_scale = hn::Mul(hn::GatherIndex(d, table + 3, idx), hn::Set(d, 0.5));
+      out[0] = hn::Mul(r, half_scale);
+      rare[0] = hn::Not(hn::Gt(x, hn::Set(d, -et::kCdfNormUnderflow)));
+    } else {
+      const V y2 = hn::Mul(yc, yc);
+      const double* c = et::kErfSmall;
+      const V small = Fma(d, yc, Horner(d, y2, c[0], c[1], c[2], c[3], c[4]), yc);
+      r = hn::IfThenElse(hn::Eq(g, hn::Zero(d)), small, r);
+      r = hn::Or(r, hn::And(x, hn::Set(d, -0.0)));
+      out[0] = hn::IfThenElse(hn::IsNaN(x), hn::Add(x, x), r);
+      rare[0] = hn::FirstN(d, 0);
+    }
+  }
+
+  static int32_t Rare(const double* a, double* r) {
+    return kFunc == ErfFunction::kErfc ? vek::vderfc_cout_rare(a, r)
+                                       : vek::vdcdfnorm_cout_rare(a, r);
+  }
+};
+
+// The float kernels run a double body on each half of the vector, widened, and round its result
+// once to float; the rare lanes are Erfc's and CdfNorm's from the float thresholds on, the
+// infinities whose result is 0, and NaN.
+template <ErfFunction kFunc, int kTerms>
+struct ErfFloatBody : UnaryRealBody<float> {
+  const char* name = kFunc == ErfFunction::kErf    ? vek::names::sErf
+                     : kFunc == ErfFunction::kErfc ? vek::names::sErfc
+                                                   : vek::names::sCdfNorm;
+  ErfBody<kFunc, kTerms> wide;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    namespace et = vek::erf_tables;
+    RunWidened<1>(wide, d, in, out);
+    if constexpr (kFunc == ErfFunction::kErfc) {
+      rare[0] = hn::Not(hn::Lt(in[0], hn::Set(d, et::kErfcUnderflowFloat)));
+    } else if constexpr (kFunc == ErfFunction::kCdfNorm) {
+      rare[0] = hn::Not(hn::Gt(in[0], hn::Set(d, -et::kCdfNormUnderflowFloat)));
+    } else {
+      rare[0] = hn::FirstN(d, 0);
+    }
+  }
+
+  static int32_t Rare(const float* a, float* r) {
+    return kFunc == ErfFunction::kErfc ? vek::vserfc_cout_rare(a, r)
+                                       : vek::vscdfnorm_cout_rare(a, r);
+  }
+};
+
+}  // namespace oxl::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // OXL_VEK_KERNELS_ERF_INL_H_
