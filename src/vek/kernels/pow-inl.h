@@ -28,6 +28,7 @@
 #include "vek/kernels/exp-inl.h"
 #include "vek/kernels/log-inl.h"
 #include "vek/kernels/pow_rare.h"
+#include "vek/kernels/widen-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
@@ -139,25 +140,6 @@ HWY_INLINE hn::VFromD<D> PowFloatInDouble(D dd, const LnTables& ln, const ExpTab
   return hn::IfThenElse(fast, result, hn::Set(dd, std::numeric_limits<double>::quiet_NaN()));
 }
 
-// f(dd, a, b) over the float vectors a and b in double: each half widened to a full vector of
-// doubles (the scalar target's one lane as it is), the results narrowed.
-template <class D, class F>
-HWY_INLINE hn::VFromD<D> InDouble(D d, hn::VFromD<D> a, hn::VFromD<D> b, F f) {
-#if HWY_TARGET == HWY_SCALAR
-  const hn::Rebind<double, D> dd;
-  // Highway's one-lane DemoteTo saturates; the conversion keeps a NaN and an infinity.
-  return hn::VFromD<D>(static_cast<float>(f(dd, hn::PromoteTo(dd, a), hn::PromoteTo(dd, b)).raw));
-#else
-  const hn::Half<D> dh;
-  const hn::Repartition<double, D> dd;
-  const auto lower =
-      f(dd, hn::PromoteTo(dd, hn::LowerHalf(dh, a)), hn::PromoteTo(dd, hn::LowerHalf(dh, b)));
-  const auto upper =
-      f(dd, hn::PromoteTo(dd, hn::UpperHalf(dh, a)), hn::PromoteTo(dd, hn::UpperHalf(dh, b)));
-  return hn::Combine(d, hn::DemoteTo(dh, upper), hn::DemoteTo(dh, lower));
-#endif
-}
-
 // The tables of each type and level, members of the bodies (loaded once per call of a kernel).
 template <class T, PowLevel kLevel>
 struct TablesOf {
@@ -176,9 +158,11 @@ HWY_INLINE hn::VFromD<D> Pow(D d, const Ln& ln, const Exp& exp, hn::VFromD<D> a,
   if constexpr (sizeof(T) == 8) {
     return PowDouble(d, ln, exp, a, b, rare);
   } else {
-    const auto r = InDouble(d, a, b, [&](auto dd, auto wa, auto wb) {
-      return PowFloatInDouble<kLevel>(dd, ln, exp, wa, wb);
-    });
+    const hn::VFromD<D> args[2] = {a, b};
+    hn::VFromD<D> r;
+    RunWidened<1, 2>([&](auto dd, const auto* w, auto* out,
+                         auto*) { out[0] = PowFloatInDouble<kLevel>(dd, ln, exp, w[0], w[1]); },
+                     d, args, &r);
     rare = hn::IsNaN(r);
     return r;
   }
