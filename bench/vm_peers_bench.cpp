@@ -357,6 +357,67 @@ OXL_BENCH(kSCbrt, "libmvec_avx512", peers::LibmvecCbrtAvx512, kAvx512);
 OXL_BENCH(kSCbrt, "sleef_u10_avx2", peers::SleefCbrtU10Avx2, kAvx2);
 OXL_BENCH(kSCbrt, "sleef_u10_avx512", peers::SleefCbrtU10Avx512, kAvx512);
 
+// The inverse trigonometric functions: atan log-spaced from 1e-10 to 1e10 (its sign is a bit for
+// every contestant), atan2 with y so spaced and x uniform in [-1e10, 1e10] (both half-planes,
+// |y/x| from 1e-20 up), asin and acos over their whole domain.
+constexpr Range kAtanRange{1e-10, 1e10, true};
+constexpr UnaryFunction<double> kDAtan{"dAtan", kAtanRange};
+constexpr UnaryFunction<float> kSAtan{"sAtan", kAtanRange};
+constexpr BinaryFunction<double> kDAtan2{"dAtan2", kAtanRange, {-1e10, 1e10}};
+constexpr BinaryFunction<float> kSAtan2{"sAtan2", kAtanRange, {-1e10f, 1e10f}};
+constexpr UnaryFunction<double> kDAsin{"dAsin", {-1.0, 1.0}};
+constexpr UnaryFunction<float> kSAsin{"sAsin", {-1.0f, 1.0f}};
+constexpr UnaryFunction<double> kDAcos{"dAcos", {-1.0, 1.0}};
+constexpr UnaryFunction<float> kSAcos{"sAcos", {-1.0f, 1.0f}};
+
+OXL_BENCH(kDAtan, "oxl_HA", oxl_vek_kernel_dAtan_B3HAynn);
+OXL_BENCH(kDAtan, "oxl_LA", oxl_vek_kernel_dAtan_B3LAynn);
+OXL_BENCH(kDAtan, "libmvec_avx2", peers::LibmvecAtanAvx2, kAvx2);
+OXL_BENCH(kDAtan, "sleef_u10_avx2", peers::SleefAtanU10Avx2, kAvx2);
+OXL_BENCH(kDAtan, "sleef_u35_avx2", peers::SleefAtanU35Avx2, kAvx2);
+OXL_BENCH(kSAtan, "oxl_HA", oxl_vek_kernel_sAtan_B3HAynn);
+OXL_BENCH(kSAtan, "oxl_LA", oxl_vek_kernel_sAtan_B3LAynn);
+OXL_BENCH(kSAtan, "oxl_EP", oxl_vek_kernel_sAtan_B3EPnnn);
+OXL_BENCH(kSAtan, "libmvec_avx2", peers::LibmvecAtanAvx2, kAvx2);
+OXL_BENCH(kSAtan, "sleef_u10_avx2", peers::SleefAtanU10Avx2, kAvx2);
+OXL_BENCH(kSAtan, "sleef_u35_avx2", peers::SleefAtanU35Avx2, kAvx2);
+OXL_BENCH(kDAtan2, "oxl_HA", oxl_vek_kernel_dAtan2_B3HAynn);
+OXL_BENCH(kDAtan2, "oxl_LA", oxl_vek_kernel_dAtan2_B3LAynn);
+OXL_BENCH(kDAtan2, "oxl_EP", oxl_vek_kernel_dAtan2_B3EPnnn);
+OXL_BENCH(kDAtan2, "libmvec_avx2", peers::LibmvecAtan2Avx2, kAvx2);
+OXL_BENCH(kDAtan2, "sleef_u10_avx2", peers::SleefAtan2U10Avx2, kAvx2);
+OXL_BENCH(kDAtan2, "sleef_u35_avx2", peers::SleefAtan2U35Avx2, kAvx2);
+OXL_BENCH(kSAtan2, "oxl_HA", oxl_vek_kernel_sAtan2_B3HAynn);
+OXL_BENCH(kSAtan2, "oxl_LA", oxl_vek_kernel_sAtan2_B3LAynn);
+OXL_BENCH(kSAtan2, "oxl_EP", oxl_vek_kernel_sAtan2_B3EPnnn);
+OXL_BENCH(kSAtan2, "libmvec_avx2", peers::LibmvecAtan2Avx2, kAvx2);
+OXL_BENCH(kSAtan2, "sleef_u10_avx2", peers::SleefAtan2U10Avx2, kAvx2);
+OXL_BENCH(kSAtan2, "sleef_u35_avx2", peers::SleefAtan2U35Avx2, kAvx2);
+OXL_BENCH(kDAsin, "oxl_HA", oxl_vek_kernel_dAsin_B3HAynn);
+OXL_BENCH(kDAsin, "oxl_LA", oxl_vek_kernel_dAsin_B3LAynn);
+OXL_BENCH(kDAsin, "oxl_EP", oxl_vek_kernel_dAsin_B3EPnnn);
+OXL_BENCH(kDAsin, "libmvec_avx2", peers::LibmvecAsinAvx2, kAvx2);
+OXL_BENCH(kDAsin, "sleef_u10_avx2", peers::SleefAsinU10Avx2, kAvx2);
+OXL_BENCH(kDAsin, "sleef_u35_avx2", peers::SleefAsinU35Avx2, kAvx2);
+OXL_BENCH(kSAsin, "oxl_HA", oxl_vek_kernel_sAsin_B3HAynn);
+OXL_BENCH(kSAsin, "oxl_LA", oxl_vek_kernel_sAsin_B3LAynn);
+OXL_BENCH(kSAsin, "oxl_EP", oxl_vek_kernel_sAsin_B3EPnnn);
+OXL_BENCH(kSAsin, "libmvec_avx2", peers::LibmvecAsinAvx2, kAvx2);
+OXL_BENCH(kSAsin, "sleef_u10_avx2", peers::SleefAsinU10Avx2, kAvx2);
+OXL_BENCH(kSAsin, "sleef_u35_avx2", peers::SleefAsinU35Avx2, kAvx2);
+OXL_BENCH(kDAcos, "oxl_HA", oxl_vek_kernel_dAcos_B3HAynn);
+OXL_BENCH(kDAcos, "oxl_LA", oxl_vek_kernel_dAcos_B3LAynn);
+OXL_BENCH(kDAcos, "oxl_EP", oxl_vek_kernel_dAcos_B3EPnnn);
+OXL_BENCH(kDAcos, "libmvec_avx2", peers::LibmvecAcosAvx2, kAvx2);
+OXL_BENCH(kDAcos, "sleef_u10_avx2", peers::SleefAcosU10Avx2, kAvx2);
+OXL_BENCH(kDAcos, "sleef_u35_avx2", peers::SleefAcosU35Avx2, kAvx2);
+OXL_BENCH(kSAcos, "oxl_HA", oxl_vek_kernel_sAcos_B3HAynn);
+OXL_BENCH(kSAcos, "oxl_LA", oxl_vek_kernel_sAcos_B3LAynn);
+OXL_BENCH(kSAcos, "oxl_EP", oxl_vek_kernel_sAcos_B3EPnnn);
+OXL_BENCH(kSAcos, "libmvec_avx2", peers::LibmvecAcosAvx2, kAvx2);
+OXL_BENCH(kSAcos, "sleef_u10_avx2", peers::SleefAcosU10Avx2, kAvx2);
+OXL_BENCH(kSAcos, "sleef_u35_avx2", peers::SleefAcosU35Avx2, kAvx2);
+
 // Rounding, complex arithmetic and Pack, beside plain loops and the copy bound. Complex kernels
 // run on the parts of the arrays as pairs, so their time is per part (half a complex element) and
 // the copy bound of two double arrays in and one out is theirs. dPackI gathers every second

@@ -65,6 +65,15 @@ void LibmvecErfAvx2(int n, const double* a, double* r);
 void LibmvecErfAvx2(int n, const float* a, float* r);
 void LibmvecErfcAvx2(int n, const double* a, double* r);
 void LibmvecErfcAvx2(int n, const float* a, float* r);
+// The inverse trigonometric functions; atan2 takes (y, x) as (a, b).
+void LibmvecAtanAvx2(int n, const double* a, double* r);
+void LibmvecAtanAvx2(int n, const float* a, float* r);
+void LibmvecAtan2Avx2(int n, const double* a, const double* b, double* r);
+void LibmvecAtan2Avx2(int n, const float* a, const float* b, float* r);
+void LibmvecAsinAvx2(int n, const double* a, double* r);
+void LibmvecAsinAvx2(int n, const float* a, float* r);
+void LibmvecAcosAvx2(int n, const double* a, double* r);
+void LibmvecAcosAvx2(int n, const float* a, float* r);
 
 // SLEEF: U10 is its 1.0-ulp family (the HA-like peer), U35 its 3.5-ulp family (the LA-like peer,
 // which SLEEF offers for log, sin and cos only: log10 and log1p have U10 alone):
@@ -131,6 +140,23 @@ void SleefErfU10Avx2(int n, const double* a, double* r);
 void SleefErfU10Avx2(int n, const float* a, float* r);
 void SleefErfcU15Avx2(int n, const double* a, double* r);
 void SleefErfcU15Avx2(int n, const float* a, float* r);
+// The inverse trigonometric functions, in both of SLEEF's accuracies.
+void SleefAtanU10Avx2(int n, const double* a, double* r);
+void SleefAtanU10Avx2(int n, const float* a, float* r);
+void SleefAtanU35Avx2(int n, const double* a, double* r);
+void SleefAtanU35Avx2(int n, const float* a, float* r);
+void SleefAtan2U10Avx2(int n, const double* a, const double* b, double* r);
+void SleefAtan2U10Avx2(int n, const float* a, const float* b, float* r);
+void SleefAtan2U35Avx2(int n, const double* a, const double* b, double* r);
+void SleefAtan2U35Avx2(int n, const float* a, const float* b, float* r);
+void SleefAsinU10Avx2(int n, const double* a, double* r);
+void SleefAsinU10Avx2(int n, const float* a, float* r);
+void SleefAsinU35Avx2(int n, const double* a, double* r);
+void SleefAsinU35Avx2(int n, const float* a, float* r);
+void SleefAcosU10Avx2(int n, const double* a, double* r);
+void SleefAcosU10Avx2(int n, const float* a, float* r);
+void SleefAcosU35Avx2(int n, const double* a, double* r);
+void SleefAcosU35Avx2(int n, const float* a, float* r);
 
 // Plain loops over the C++ standard library, compiled for the baseline x86-64 target: scalar calls
 // of libm for the transcendentals, whatever the compiler makes of a + b and a * b.

@@ -36,6 +36,14 @@ __m256d _ZGVdN4v_erf(__m256d);
 __m256 _ZGVdN8v_erff(__m256);
 __m256d _ZGVdN4v_erfc(__m256d);
 __m256 _ZGVdN8v_erfcf(__m256);
+__m256d _ZGVdN4v_atan(__m256d);
+__m256 _ZGVdN8v_atanf(__m256);
+__m256d _ZGVdN4vv_atan2(__m256d, __m256d);
+__m256 _ZGVdN8vv_atan2f(__m256, __m256);
+__m256d _ZGVdN4v_asin(__m256d);
+__m256 _ZGVdN8v_asinf(__m256);
+__m256d _ZGVdN4v_acos(__m256d);
+__m256 _ZGVdN8v_acosf(__m256);
 }
 
 namespace oxl::bench::peers {
@@ -77,6 +85,18 @@ void LibmvecErfAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_erf>
 void LibmvecErfAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_erff>(n, a, r); }
 void LibmvecErfcAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_erfc>(n, a, r); }
 void LibmvecErfcAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_erfcf>(n, a, r); }
+void LibmvecAtanAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_atan>(n, a, r); }
+void LibmvecAtanAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_atanf>(n, a, r); }
+void LibmvecAtan2Avx2(int n, const double* a, const double* b, double* r) {
+  avx2::Map<_ZGVdN4vv_atan2>(n, a, b, r);
+}
+void LibmvecAtan2Avx2(int n, const float* a, const float* b, float* r) {
+  avx2::Map<_ZGVdN8vv_atan2f>(n, a, b, r);
+}
+void LibmvecAsinAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_asin>(n, a, r); }
+void LibmvecAsinAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_asinf>(n, a, r); }
+void LibmvecAcosAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_acos>(n, a, r); }
+void LibmvecAcosAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_acosf>(n, a, r); }
 
 }  // namespace oxl::bench::peers
 

@@ -44,6 +44,22 @@ __m256d Sleef_erfd4_u10avx2(__m256d);
 __m256 Sleef_erff8_u10avx2(__m256);
 __m256d Sleef_erfcd4_u15avx2(__m256d);
 __m256 Sleef_erfcf8_u15avx2(__m256);
+__m256d Sleef_atand4_u10avx2(__m256d);
+__m256 Sleef_atanf8_u10avx2(__m256);
+__m256d Sleef_atand4_u35avx2(__m256d);
+__m256 Sleef_atanf8_u35avx2(__m256);
+__m256d Sleef_asind4_u10avx2(__m256d);
+__m256 Sleef_asinf8_u10avx2(__m256);
+__m256d Sleef_asind4_u35avx2(__m256d);
+__m256 Sleef_asinf8_u35avx2(__m256);
+__m256d Sleef_acosd4_u10avx2(__m256d);
+__m256 Sleef_acosf8_u10avx2(__m256);
+__m256d Sleef_acosd4_u35avx2(__m256d);
+__m256 Sleef_acosf8_u35avx2(__m256);
+__m256d Sleef_atan2d4_u10avx2(__m256d, __m256d);
+__m256 Sleef_atan2f8_u10avx2(__m256, __m256);
+__m256d Sleef_atan2d4_u35avx2(__m256d, __m256d);
+__m256 Sleef_atan2f8_u35avx2(__m256, __m256);
 }
 
 namespace oxl::bench::peers {
@@ -109,6 +125,42 @@ void SleefErfcU15Avx2(int n, const double* a, double* r) {
   avx2::Map<Sleef_erfcd4_u15avx2>(n, a, r);
 }
 void SleefErfcU15Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_erfcf8_u15avx2>(n, a, r); }
+void SleefAtanU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_atand4_u10avx2>(n, a, r);
+}
+void SleefAtanU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_atanf8_u10avx2>(n, a, r); }
+void SleefAtanU35Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_atand4_u35avx2>(n, a, r);
+}
+void SleefAtanU35Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_atanf8_u35avx2>(n, a, r); }
+void SleefAsinU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_asind4_u10avx2>(n, a, r);
+}
+void SleefAsinU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_asinf8_u10avx2>(n, a, r); }
+void SleefAsinU35Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_asind4_u35avx2>(n, a, r);
+}
+void SleefAsinU35Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_asinf8_u35avx2>(n, a, r); }
+void SleefAcosU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_acosd4_u10avx2>(n, a, r);
+}
+void SleefAcosU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_acosf8_u10avx2>(n, a, r); }
+void SleefAcosU35Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_acosd4_u35avx2>(n, a, r);
+}
+void SleefAcosU35Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_acosf8_u35avx2>(n, a, r); }
+void SleefAtan2U10Avx2(int n, const double* a, const double* b, double* r) {
+  avx2::Map<Sleef_atan2d4_u10avx2>(n, a, b, r);
+}
+void SleefAtan2U10Avx2(int n, const float* a, const float* b, float* r) {
+  avx2::Map<Sleef_atan2f8_u10avx2>(n, a, b, r);
+}
+void SleefAtan2U35Avx2(int n, const double* a, const double* b, double* r) {
+  avx2::Map<Sleef_atan2d4_u35avx2>(n, a, b, r);
+}
+void SleefAtan2U35Avx2(int n, const float* a, const float* b, float* r) {
+  avx2::Map<Sleef_atan2f8_u35avx2>(n, a, b, r);
+}
 
 }  // namespace oxl::bench::peers
 

@@ -65,6 +65,10 @@ long double Inv(long double x) { return 1 / x; }
 long double InvSqrt(long double x) { return 1 / std::sqrt(x); }
 long double Cbrt(long double x) { return std::cbrt(x); }
 long double Hypot(long double x, long double y) { return std::hypot(x, y); }
+long double Atan(long double x) { return std::atan(x); }
+long double Asin(long double x) { return std::asin(x); }
+long double Acos(long double x) { return std::acos(x); }
+long double Atan2(long double y, long double x) { return std::atan2(y, x); }
 
 struct UnaryPeer {
   const char* name;
@@ -77,6 +81,7 @@ struct UnaryPeer {
 };
 
 constexpr Range kExpD{-700, 700}, kExpS{-87, 88}, kTrig{-20, 20}, kLog{1e-30, 1e30, true};
+constexpr Range kUnit{-1, 1};
 
 const UnaryPeer kUnaryPeers[] = {
     {"LibmvecExpAvx2", p::LibmvecExpAvx2, p::LibmvecExpAvx2, Exp, kExpS, 4, p::kAvx2},
@@ -133,6 +138,15 @@ const UnaryPeer kUnaryPeers[] = {
     {"LibmvecCbrtAvx2", p::LibmvecCbrtAvx2, p::LibmvecCbrtAvx2, Cbrt, kLog, 4, p::kAvx2},
     {"LibmvecCbrtAvx512", p::LibmvecCbrtAvx512, p::LibmvecCbrtAvx512, Cbrt, kLog, 4, p::kAvx512},
     {"SleefCbrtU10Avx2", p::SleefCbrtU10Avx2, p::SleefCbrtU10Avx2, Cbrt, kLog, 1.5, p::kAvx2},
+    {"LibmvecAtanAvx2", p::LibmvecAtanAvx2, p::LibmvecAtanAvx2, Atan, kLog, 4, p::kAvx2},
+    {"SleefAtanU10Avx2", p::SleefAtanU10Avx2, p::SleefAtanU10Avx2, Atan, kLog, 1.5, p::kAvx2},
+    {"SleefAtanU35Avx2", p::SleefAtanU35Avx2, p::SleefAtanU35Avx2, Atan, kLog, 4, p::kAvx2},
+    {"LibmvecAsinAvx2", p::LibmvecAsinAvx2, p::LibmvecAsinAvx2, Asin, kUnit, 4, p::kAvx2},
+    {"SleefAsinU10Avx2", p::SleefAsinU10Avx2, p::SleefAsinU10Avx2, Asin, kUnit, 1.5, p::kAvx2},
+    {"SleefAsinU35Avx2", p::SleefAsinU35Avx2, p::SleefAsinU35Avx2, Asin, kUnit, 4, p::kAvx2},
+    {"LibmvecAcosAvx2", p::LibmvecAcosAvx2, p::LibmvecAcosAvx2, Acos, kUnit, 4, p::kAvx2},
+    {"SleefAcosU10Avx2", p::SleefAcosU10Avx2, p::SleefAcosU10Avx2, Acos, kUnit, 1.5, p::kAvx2},
+    {"SleefAcosU35Avx2", p::SleefAcosU35Avx2, p::SleefAcosU35Avx2, Acos, kUnit, 4, p::kAvx2},
     {"SleefCbrtU10Avx512", p::SleefCbrtU10Avx512, p::SleefCbrtU10Avx512, Cbrt, kLog, 1.5,
      p::kAvx512},
     {"StdSin", p::StdSin, p::StdSin, Sin, kTrig, 1, 0},
@@ -193,6 +207,9 @@ const BinaryPeer kBinaryPeers[] = {
     {"LibmvecHypotAvx512", p::LibmvecHypotAvx512, p::LibmvecHypotAvx512, Hypot, 4, p::kAvx512},
     {"SleefHypotU05Avx2", p::SleefHypotU05Avx2, p::SleefHypotU05Avx2, Hypot, 1, p::kAvx2},
     {"SleefHypotU05Avx512", p::SleefHypotU05Avx512, p::SleefHypotU05Avx512, Hypot, 1, p::kAvx512},
+    {"LibmvecAtan2Avx2", p::LibmvecAtan2Avx2, p::LibmvecAtan2Avx2, Atan2, 4, p::kAvx2},
+    {"SleefAtan2U10Avx2", p::SleefAtan2U10Avx2, p::SleefAtan2U10Avx2, Atan2, 1.5, p::kAvx2},
+    {"SleefAtan2U35Avx2", p::SleefAtan2U35Avx2, p::SleefAtan2U35Avx2, Atan2, 4, p::kAvx2},
 };
 
 template <class T>

@@ -233,13 +233,35 @@ const std::map<std::string, HardCase>& HardCases() {
     const HardCase cdfnorm = {{-0x1.2c27b05bf1a0bp+5, -37.5, -0x1.9e6604p+3, -0x1.a8b12fc6e4892p+4,
                                -8.474, 8.474, 0x1.6a09e667f3bcdp-8, -1.0},
                               {{-10.0, 10.0}, {-37.6, -30.0}, {-13.0, -12.0}, {-0x1p-6, 0x1p-6}}};
+    // Atan and Atan2: the ends of the table (2^-5, 2^5), a row's edges and middle near 1, the
+    // quotient's underflow and overflow; Asin and Acos: the split at 1/2 and the ends, where
+    // acos(x) near 1 and asin(x) near 1 come from sqrt((1 - |x|)/2).
+    HardCase atan = {{0x1p-5, 0x1p5, 1.0, 1.0625, 1.125, 0.5, 0x1p-27, 0x1p27, 1e300},
+                     {{-1.0, 1.0}, {-40.0, 40.0}, {0.03, 0.033}, {30.0, 34.0}}};
+    atan.regions = {{{{-1.0, 1.0}, {-1.0, 1.0}}},
+                    {{{1e-300, 1e-200}, {1e10, 1e300}}},
+                    {{{-1e-30, 1e-30}, {1e8, 1e30}}},
+                    {{{1e100, 1e300}, {-1e-300, 1e-100}}},
+                    {{{0.9, 1.1}, {-34.0, -30.0}}}};
+    for (const double x : {1.0, -1.0, 0x1p-1022, -0x1p-1022, 3.0, -3.0}) {
+      atan.pairs.insert(atan.pairs.end(), {x, x, x, 2 * x, 1e-310, x, x, 1e-310});
+    }
+    const HardCase asin = {{0.5, -0.5, 1.0, -1.0, 0x1p-27, 0x1p-1022},
+                           {{-1.0, 1.0},
+                            {0.999, 1.0},
+                            {-1.0, -0.999},
+                            {1 - 1e-12, 1.0},
+                            {-1.0, -1 + 1e-12},
+                            {0.49, 0.51},
+                            {-0.51, -0.49}}};
     return std::map<std::string, HardCase>{
         {"Erf", erf},       {"Erfc", erf},     {"CdfNorm", cdfnorm}, {"Sin", trig},
         {"Cos", trig},      {"SinCos", trig},  {"Tan", trig},        {"Pow", pow},
         {"Powx", powx},     {"Cbrt", cube},    {"InvCbrt", cube},    {"Pow2o3", cube},
         {"Pow3o2", pow3o2}, {"Ln", log},       {"Log10", log},       {"Log1p", log1p},
         {"Exp", exp},       {"Expm1", expm1},  {"Sqrt", root},       {"InvSqrt", root},
-        {"Inv", quotient},  {"Div", quotient}, {"Hypot", hypot}};
+        {"Inv", quotient},  {"Div", quotient}, {"Hypot", hypot},     {"Atan", atan},
+        {"Atan2", atan},    {"Asin", asin},    {"Acos", asin}};
   }();
   return m;
 }

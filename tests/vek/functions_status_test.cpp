@@ -28,6 +28,7 @@ namespace {
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kPi = 3.141592653589793;
 
 // Every event of a call: code, index, name, first argument and result.
 struct Event {
@@ -232,6 +233,25 @@ const RealCase kRealCases[] = {
     {"CdfNorm", -0x1.2c27b05bf1a0bp+5, 0, 4, 0, kAnyFinite, 'd'},
     {"CdfNorm", -0x1.9e6602p+3, 0, 0, 0, kAnyFinite, 's'},
     {"CdfNorm", -0x1.9e6604p+3, 0, 4, 0, kAnyFinite, 's'},
+    // Inverse trigonometric functions: the ends of the domains and beyond, signed zeros, a
+    // denormal through Atan, and Atan2 on the signed zeros and infinities of C99 Annex F, with
+    // results below the normal range (status 4 unless an argument is itself denormal).
+    {"Asin", -0.0, 0, 0, -0.0}, {"Asin", 1, 0, 0, kPi / 2}, {"Asin", -1, 0, 0, -kPi / 2},
+    {"Asin", kInf, 0, 1, kNaN}, {"Asin", kNaN, 0, 0, kNaN}, {"Acos", 1, 0, 0, 0},
+    {"Acos", -1, 0, 0, kPi}, {"Acos", -0.0, 0, 0, kPi / 2}, {"Acos", 1.0000001, 0, 1, kNaN},
+    {"Atan", -0.0, 0, 0, -0.0}, {"Atan", -4.9406564584124654e-324, 0, 0, -4.9406564584124654e-324},
+    {"Atan", kInf, 0, 0, kPi / 2}, {"Atan", -kInf, 0, 0, -kPi / 2}, {"Atan", kNaN, 0, 0, kNaN},
+    {"Atan2", 0, 0, 0, 0}, {"Atan2", -0.0, -0.0, 0, -kPi}, {"Atan2", 0, -3, 0, kPi},
+    {"Atan2", -0.0, -3, 0, -kPi}, {"Atan2", -0.0, 3, 0, -0.0}, {"Atan2", 2, 0, 0, kPi / 2},
+    {"Atan2", -2, -0.0, 0, -kPi / 2}, {"Atan2", 2, kInf, 0, 0}, {"Atan2", -2, kInf, 0, -0.0},
+    {"Atan2", 2, -kInf, 0, kPi}, {"Atan2", -2, -kInf, 0, -kPi}, {"Atan2", kInf, -2, 0, kPi / 2},
+    {"Atan2", -kInf, 2, 0, -kPi / 2}, {"Atan2", kInf, kInf, 0, kPi / 4},
+    {"Atan2", kInf, -kInf, 0, 3 * kPi / 4, kLevel}, {"Atan2", -kInf, -kInf, 0, -3 * kPi / 4, kLevel},
+    {"Atan2", kNaN, 1, 0, kNaN}, {"Atan2", 1, kNaN, 0, kNaN}, {"Atan2", -1e-300, 1e300, 4, -0.0},
+    {"Atan2", 1e-300, 1e10, 4, 1e-310, kLevel, 'd'}, {"Atan2", 1e-300, -1e10, 0, kPi},
+    {"Atan2", 4.9406564584124654e-324, 2, 0, 0, kValue, 'd'},
+    {"Atan2", 4.9406564584124654e-324, 0.5, 0, 9.8813129168249309e-324, kValue, 'd'},
+    {"Atan2", 1e-30, 1e10, 4, 1e-40, kLevel, 's'}, {"Atan2", 1e-30, 1e20, 4, 0, kValue, 's'},
 };
 // clang-format on
 
@@ -326,8 +346,6 @@ struct ComplexCase {
   int32_t status;
   oxl_complex16 result;
 };
-
-constexpr double kPi = 3.141592653589793;
 
 // Finite values on the branch cuts are the accuracy sweep's (it takes the finite special values in
 // all pairs); here the infinities, NaNs, poles and overflows, and the cut of Sqrt by a zero's sign.

@@ -274,6 +274,25 @@ struct LoopBody {
   }
 };
 
+// One element as the B3 element loop computes and judges it, denormals read and written as
+// MXCSR's DAZ and FTZ say: the rare routine of a vector kernel reads no mode, but its kernel's
+// frame has set MXCSR from it. So a vector kernel's rare lanes give the element loop's results and
+// statuses, lane for lane.
+template <class F, class E>
+int32_t ElementRare(const E* a, E* r) {
+  const X87Scope x87;
+  LoopBody<F, Build::kB3, E, E, 1, 1> body{nullptr};
+  body.flush = (platform::ReadMxcsr() & platform::kMxcsrDaz) != 0;
+  return body.Rare(a, r);
+}
+template <class F, class E>
+int32_t ElementRare(const E* a, const E* b, E* r) {
+  const X87Scope x87;
+  LoopBody<F, Build::kB3, E, E, 2, 1> body{nullptr};
+  body.flush = (platform::ReadMxcsr() & platform::kMxcsrDaz) != 0;
+  return body.Rare(a, b, r);
+}
+
 // Runs a body under its build's frame.
 template <Build kBuild, class Body, class Run>
 inline void Framed(Body body, Run run) {
