@@ -232,6 +232,16 @@ const RealCase kRealCases[] = {
     {"CdfNorm", -0x1.2c27b05bf1a0bp+5, 0, 4, 0, kAnyFinite, 'd'},
     {"CdfNorm", -0x1.9e6602p+3, 0, 0, 0, kAnyFinite, 's'},
     {"CdfNorm", -0x1.9e6604p+3, 0, 4, 0, kAnyFinite, 's'},
+    // The inverse error functions: zeros keep their sign, a zero p is a pole, the ends of the
+    // vector path's tail (q = 2^-62) on both sides, p near 1 by its exact complement.
+    {"ErfInv", -0.0, 0, 0, -0.0}, {"ErfInv", -kInf, 0, 1, kNaN}, {"ErfInv", kNaN, 0, 0, kNaN},
+    {"ErfcInv", 1, 0, 0, 0}, {"ErfcInv", 2.5, 0, 1, kNaN}, {"ErfcInv", -kInf, 0, 1, kNaN},
+    {"CdfNormInv", -0.0, 0, 2, -kInf}, {"CdfNormInv", 0.5, 0, 0, 0},
+    {"CdfNormInv", -kInf, 0, 1, kNaN}, {"CdfNormInv", kNaN, 0, 0, kNaN},
+    {"ErfcInv", 0x1p-62, 0, 0, 6.3670751087853672, kLevel, 'd'},
+    {"ErfcInv", 0x1.fffffffffffffp-63, 0, 0, 6.3670751087853672, kLevel, 'd'},
+    {"CdfNormInv", 0x1p-1074, 0, 0, -38.467405617144344, kLevel, 'd'},
+    {"CdfNormInv", 1 - 0x1p-53, 0, 0, 8.2095361516013874, kLevel, 'd'},
 };
 // clang-format on
 
