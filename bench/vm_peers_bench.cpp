@@ -342,6 +342,31 @@ OXL_BENCH(kSErfc, "oxl", oxl_vek_kernel_sErfc_B3HAynn);
 OXL_BENCH(kSErfc, "libmvec_avx2", peers::LibmvecErfcAvx2, kAvx2);
 OXL_BENCH(kSErfc, "sleef_u15_avx2", peers::SleefErfcU15Avx2, kAvx2);
 
+// The inverse error functions over their open domains, where no contestant reports; neither
+// libmvec nor SLEEF has them. Boost.Math's loops are the peers here, and scipy's ndtri, erfinv
+// and erfcinv over numpy arrays in bench/erfinv_vs_scipy.py.
+constexpr UnaryFunction<double> kDErfInv{"dErfInv", {-1 + 0x1p-30, 1 - 0x1p-30}};
+constexpr UnaryFunction<double> kDErfcInv{"dErfcInv", {0x1p-30, 2 - 0x1p-30}};
+constexpr UnaryFunction<double> kDCdfNormInv{"dCdfNormInv", {0x1p-30, 1 - 0x1p-30}};
+constexpr UnaryFunction<float> kSErfInv{"sErfInv", {-1 + 0x1p-20, 1 - 0x1p-20}};
+constexpr UnaryFunction<float> kSErfcInv{"sErfcInv", {0x1p-20, 2 - 0x1p-20}};
+constexpr UnaryFunction<float> kSCdfNormInv{"sCdfNormInv", {0x1p-20, 1 - 0x1p-20}};
+
+OXL_BENCH(kDErfInv, "oxl_HA", oxl_vek_kernel_dErfInv_B3HAynn);
+OXL_BENCH(kDErfcInv, "oxl_HA", oxl_vek_kernel_dErfcInv_B3HAynn);
+OXL_BENCH(kDCdfNormInv, "oxl_HA", oxl_vek_kernel_dCdfNormInv_B3HAynn);
+OXL_BENCH(kSErfInv, "oxl", oxl_vek_kernel_sErfInv_B3HAynn);
+OXL_BENCH(kSErfcInv, "oxl", oxl_vek_kernel_sErfcInv_B3HAynn);
+OXL_BENCH(kSCdfNormInv, "oxl", oxl_vek_kernel_sCdfNormInv_B3HAynn);
+#ifdef OXL_BENCH_BOOST_MATH
+OXL_BENCH(kDErfInv, "boost_loop", peers::BoostErfInv);
+OXL_BENCH(kDErfcInv, "boost_loop", peers::BoostErfcInv);
+OXL_BENCH(kDCdfNormInv, "boost_loop", peers::BoostCdfNormInv);
+OXL_BENCH(kSErfInv, "boost_loop", peers::BoostErfInv);
+OXL_BENCH(kSErfcInv, "boost_loop", peers::BoostErfcInv);
+OXL_BENCH(kSCdfNormInv, "boost_loop", peers::BoostCdfNormInv);
+#endif
+
 // cbrt over the log-spaced range, both signs alike for every contestant.
 constexpr UnaryFunction<double> kDCbrt{"dCbrt", kLogRangeD};
 constexpr UnaryFunction<float> kSCbrt{"sCbrt", kLogRangeS};

@@ -14,6 +14,7 @@ packages=(
   libsleef-dev                    # vector-math peer in benchmarks
   libgsl-dev librandom123-dev     # peers for data fitting and counter-based generators
   python3 python3-numpy python3-scipy # reference data and Python peers
+  libboost-dev                    # Boost.Math's inverse error functions, a benchmark peer
   clang-14 libclang-rt-14-dev     # libFuzzer and its sanitizer runtimes for tests/fuzz
 )
 

@@ -75,6 +75,15 @@ void LibmvecAsinAvx2(int n, const float* a, float* r);
 void LibmvecAcosAvx2(int n, const double* a, double* r);
 void LibmvecAcosAvx2(int n, const float* a, float* r);
 
+// Boost.Math's erf_inv, erfc_inv and -sqrt 2 erfc_inv(2p) in plain loops (with
+// OXL_BENCH_BOOST_MATH, where the header is installed).
+void BoostErfInv(int n, const double* a, double* r);
+void BoostErfInv(int n, const float* a, float* r);
+void BoostErfcInv(int n, const double* a, double* r);
+void BoostErfcInv(int n, const float* a, float* r);
+void BoostCdfNormInv(int n, const double* a, double* r);
+void BoostCdfNormInv(int n, const float* a, float* r);
+
 // SLEEF: U10 is its 1.0-ulp family (the HA-like peer), U35 its 3.5-ulp family (the LA-like peer,
 // which SLEEF offers for log, sin and cos only: log10 and log1p have U10 alone):
 // Sleef_expd4_u10avx2, Sleef_expf16_u10avx512f, ...

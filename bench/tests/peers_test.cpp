@@ -13,6 +13,7 @@
 #include "support/array_bench.h"
 #include "support/inputs.h"
 #include "support/peers.h"
+#include "vek/frame/scalar_layer.h"
 
 namespace oxl::bench {
 namespace {
@@ -69,6 +70,13 @@ long double Atan(long double x) { return std::atan(x); }
 long double Asin(long double x) { return std::asin(x); }
 long double Acos(long double x) { return std::acos(x); }
 long double Atan2(long double y, long double x) { return std::atan2(y, x); }
+// The inverse error functions of the library's extended-precision layer (Newton's method on erf
+// and erfc).
+long double ErfInv(long double x) { return vek::scalar::InverseErf(x); }
+long double ErfcInv(long double x) { return vek::scalar::InverseErfc(x); }
+long double CdfNormInv(long double p) {
+  return -vek::scalar::kSqrt2 * vek::scalar::InverseErfc(2 * p);
+}
 
 struct UnaryPeer {
   const char* name;
@@ -82,6 +90,7 @@ struct UnaryPeer {
 
 constexpr Range kExpD{-700, 700}, kExpS{-87, 88}, kTrig{-20, 20}, kLog{1e-30, 1e30, true};
 constexpr Range kUnit{-1, 1};
+constexpr Range kErfInv{-0.999, 0.999}, kErfcInv{1e-10, 1.999}, kCdfNormInv{1e-10, 0.999};
 
 const UnaryPeer kUnaryPeers[] = {
     {"LibmvecExpAvx2", p::LibmvecExpAvx2, p::LibmvecExpAvx2, Exp, kExpS, 4, p::kAvx2},
@@ -151,6 +160,11 @@ const UnaryPeer kUnaryPeers[] = {
      p::kAvx512},
     {"StdSin", p::StdSin, p::StdSin, Sin, kTrig, 1, 0},
     {"StdCos", p::StdCos, p::StdCos, Cos, kTrig, 1, 0},
+#ifdef OXL_BENCH_BOOST_MATH
+    {"BoostErfInv", p::BoostErfInv, p::BoostErfInv, ErfInv, kErfInv, 2, 0},
+    {"BoostErfcInv", p::BoostErfcInv, p::BoostErfcInv, ErfcInv, kErfcInv, 2, 0},
+    {"BoostCdfNormInv", p::BoostCdfNormInv, p::BoostCdfNormInv, CdfNormInv, kCdfNormInv, 2, 0},
+#endif
 };
 
 template <class T>

@@ -254,7 +254,7 @@ const std::map<std::string, HardCase>& HardCases() {
                             {-1.0, -1 + 1e-12},
                             {0.49, 0.51},
                             {-0.51, -0.49}}};
-    return std::map<std::string, HardCase>{
+    std::map<std::string, HardCase> cases{
         {"Erf", erf},       {"Erfc", erf},     {"CdfNorm", cdfnorm}, {"Sin", trig},
         {"Cos", trig},      {"SinCos", trig},  {"Tan", trig},        {"Pow", pow},
         {"Powx", powx},     {"Cbrt", cube},    {"InvCbrt", cube},    {"Pow2o3", cube},
@@ -262,6 +262,23 @@ const std::map<std::string, HardCase>& HardCases() {
         {"Exp", exp},       {"Expm1", expm1},  {"Sqrt", root},       {"InvSqrt", root},
         {"Inv", quotient},  {"Div", quotient}, {"Hypot", hypot},     {"Atan", atan},
         {"Atan2", atan},    {"Asin", asin},    {"Acos", asin}};
+
+    // The inverse error functions by their tail quantity q = 1 - |erf x|: the switch from the
+    // central polynomial at q = 1/2, the ends of the tail pieces at t = sqrt(-ln q) = (2k+1)/8,
+    // the least q of the vector path (2^-62), the denormals and the values next to the poles.
+    HardCase erfinv, erfcinv, cdfnorminv;
+    std::vector<double> tail_q = {0.5, 0x1p-62, 0x1p-53, 0x1p-52, 0x1p-1022, 0x1p-1074};
+    for (int k = 3; k <= 26; ++k) tail_q.push_back(std::exp(-(2 * k + 1) * (2 * k + 1) / 64.0));
+    for (const double q : tail_q) {
+      erfinv.thresholds.insert(erfinv.thresholds.end(), {1 - q, q - 1});
+      erfcinv.thresholds.insert(erfcinv.thresholds.end(), {q, 2 - q});
+      cdfnorminv.thresholds.insert(cdfnorminv.thresholds.end(), {q / 2, 1 - q / 2});
+    }
+    erfinv.near = {{-1.0, 1.0}, {0.99, 1.0}, {-0x1p-20, 0x1p-20}};
+    erfcinv.near = {{0.0, 2.0}, {1.99, 2.0}, {0.0, 0.01}, {0.4, 0.6}};
+    cdfnorminv.near = {{0.0, 1.0}, {0.999, 1.0}, {0.0, 0.001}, {0.2, 0.3}};
+    cases.insert({{"ErfInv", erfinv}, {"ErfcInv", erfcinv}, {"CdfNormInv", cdfnorminv}});
+    return cases;
   }();
   return m;
 }

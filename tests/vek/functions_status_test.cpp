@@ -252,6 +252,16 @@ const RealCase kRealCases[] = {
     {"Atan2", 4.9406564584124654e-324, 2, 0, 0, kValue, 'd'},
     {"Atan2", 4.9406564584124654e-324, 0.5, 0, 9.8813129168249309e-324, kValue, 'd'},
     {"Atan2", 1e-30, 1e10, 4, 1e-40, kLevel, 's'}, {"Atan2", 1e-30, 1e20, 4, 0, kValue, 's'},
+    // The inverse error functions: zeros keep their sign, a zero p is a pole, the ends of the
+    // vector path's tail (q = 2^-62) on both sides, p near 1 by its exact complement.
+    {"ErfInv", -0.0, 0, 0, -0.0}, {"ErfInv", -kInf, 0, 1, kNaN}, {"ErfInv", kNaN, 0, 0, kNaN},
+    {"ErfcInv", 1, 0, 0, 0}, {"ErfcInv", 2.5, 0, 1, kNaN}, {"ErfcInv", -kInf, 0, 1, kNaN},
+    {"CdfNormInv", -0.0, 0, 2, -kInf}, {"CdfNormInv", 0.5, 0, 0, 0},
+    {"CdfNormInv", -kInf, 0, 1, kNaN}, {"CdfNormInv", kNaN, 0, 0, kNaN},
+    {"ErfcInv", 0x1p-62, 0, 0, 6.3670751087853672, kLevel, 'd'},
+    {"ErfcInv", 0x1.fffffffffffffp-63, 0, 0, 6.3670751087853672, kLevel, 'd'},
+    {"CdfNormInv", 0x1p-1074, 0, 0, -38.467405617144344, kLevel, 'd'},
+    {"CdfNormInv", 1 - 0x1p-53, 0, 0, 8.2095361516013874, kLevel, 'd'},
 };
 // clang-format on
 

@@ -264,6 +264,22 @@ HWY_INLINE PairTerms<D> ReducePair(D d, const RcpTables<T, kLevel>& tables, cons
   return out;
 }
 
+// ln v for positive normal v = 2^split.e split.m as an unevaluated pair hi + lo, |lo| below a few
+// units of hi's last place, the sum good to about twice the precision (HA's terms).
+template <class D>
+struct LnPairOf {
+  hn::VFromD<D> hi, lo;
+};
+
+template <bool kExtra, class T, LogFunction kFunc, LogLevel kLevel, class P = Tail<T, kLevel>,
+          class D>
+HWY_INLINE LnPairOf<D> LnPair(D d, const RcpTables<T, kLevel>& tables, const Split<D>& split,
+                              hn::VFromD<D> c, hn::VFromD<D> extra) {
+  const auto red = ReducePair<kExtra>(d, tables, split, c, extra);
+  const auto low = hn::Add(red.table_lo, hn::Add(red.t, red.r_lo));
+  return {red.s, hn::Add(low, TailOf<T, kFunc, kLevel, P>(d, red.r))};
+}
+
 // ln(v) (log10) for v = 2^split.e split.m, with lo an addend to v (Log1p's rounding error of
 // 1 + x, zero otherwise) that enters as lo / v. The fast two-sums below need the larger term
 // first; where r_rough is 0 or far from the low parts that holds, and elsewhere the entry
@@ -292,11 +308,10 @@ HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const
     lo_over_v = hn::Mul(hn::Mul(lo, scale), c);
   }
   if constexpr (kLevel == LogLevel::kHA) {
-    const auto red = ReducePair<kFunc == LogFunction::kLog1p>(d, tables, split, c, lo_over_v);
-    const auto r = red.r;
-    const auto s = red.s;
-    const auto low = hn::Add(red.table_lo, hn::Add(red.t, red.r_lo));
-    const auto lo_sum = hn::Add(low, TailOf<T, kFunc, kLevel, P>(d, r));
+    const auto pair =
+        LnPair<kFunc == LogFunction::kLog1p, T, kFunc, kLevel, P>(d, tables, split, c, lo_over_v);
+    const auto s = pair.hi;
+    const auto lo_sum = pair.lo;
     if constexpr (kFunc != LogFunction::kLog10) {
       return hn::Add(s, lo_sum);
     } else {

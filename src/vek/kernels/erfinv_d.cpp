@@ -1,0 +1,45 @@
+// ErfInv, ErfcInv and CdfNormInv kernels of double arrays by the central polynomial and the tail
+// pieces of erfinv-inl.h. One kernel serves every slot for now: it meets HA's bound, and the
+// levels below have no cheaper body yet.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "vek/kernels/erfinv_d.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include "vek/kernels/erfinv-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace oxl::HWY_NAMESPACE {
+
+void dErfInv(int n, const double* a, double* r) {
+  RunUnary(ErfInvBody<InverseErfFunction::kErfInv>{}, n, a, r);
+}
+void dErfcInv(int n, const double* a, double* r) {
+  RunUnary(ErfInvBody<InverseErfFunction::kErfcInv>{}, n, a, r);
+}
+void dCdfNormInv(int n, const double* a, double* r) {
+  RunUnary(ErfInvBody<InverseErfFunction::kCdfNormInv>{}, n, a, r);
+}
+
+}  // namespace oxl::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+#include "vek/frame/kernel_entry.h"
+
+namespace oxl {
+HWY_EXPORT(dErfInv);
+HWY_EXPORT(dErfcInv);
+HWY_EXPORT(dCdfNormInv);
+
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dErfInv_B3HAynn, dErfInv, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dErfInv_B3LAynn, dErfInv, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dErfInv_B3EPnnn, dErfInv, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dErfcInv_B3HAynn, dErfcInv, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dErfcInv_B3LAynn, dErfcInv, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dErfcInv_B3EPnnn, dErfcInv, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dCdfNormInv_B3HAynn, dCdfNormInv, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dCdfNormInv_B3LAynn, dCdfNormInv, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dCdfNormInv_B3EPnnn, dCdfNormInv, double)
+}  // namespace oxl
+#endif
