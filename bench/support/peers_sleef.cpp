@@ -44,6 +44,11 @@ __m256d Sleef_erfd4_u10avx2(__m256d);
 __m256 Sleef_erff8_u10avx2(__m256);
 __m256d Sleef_erfcd4_u15avx2(__m256d);
 __m256 Sleef_erfcf8_u15avx2(__m256);
+// Gamma family.
+__m256d Sleef_lgammad4_u10avx2(__m256d);
+__m256 Sleef_lgammaf8_u10avx2(__m256);
+__m256d Sleef_tgammad4_u10avx2(__m256d);
+__m256 Sleef_tgammaf8_u10avx2(__m256);
 }
 
 namespace oxl::bench::peers {
@@ -109,6 +114,19 @@ void SleefErfcU15Avx2(int n, const double* a, double* r) {
   avx2::Map<Sleef_erfcd4_u15avx2>(n, a, r);
 }
 void SleefErfcU15Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_erfcf8_u15avx2>(n, a, r); }
+// Gamma family.
+void SleefLGammaU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_lgammad4_u10avx2>(n, a, r);
+}
+void SleefLGammaU10Avx2(int n, const float* a, float* r) {
+  avx2::Map<Sleef_lgammaf8_u10avx2>(n, a, r);
+}
+void SleefTGammaU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_tgammad4_u10avx2>(n, a, r);
+}
+void SleefTGammaU10Avx2(int n, const float* a, float* r) {
+  avx2::Map<Sleef_tgammaf8_u10avx2>(n, a, r);
+}
 
 }  // namespace oxl::bench::peers
 
