@@ -343,8 +343,7 @@ OXL_BENCH(kSErfc, "libmvec_avx2", peers::LibmvecErfcAvx2, kAvx2);
 OXL_BENCH(kSErfc, "sleef_u15_avx2", peers::SleefErfcU15Avx2, kAvx2);
 
 // Gamma family: positive arguments up to where TGamma overflows (171.6 double, 35 float), the
-// shifted range below 8 and Stirling's above it both met; negative arguments are not yet on
-// the vector path.
+// shifted range below 8 and Stirling's above it both met.
 constexpr UnaryFunction<double> kDLGamma{"dLGamma", {0.01, 171.0}};
 constexpr UnaryFunction<double> kDTGamma{"dTGamma", {0.01, 171.0}};
 constexpr UnaryFunction<float> kSLGamma{"sLGamma", {0.01f, 35.0f}};

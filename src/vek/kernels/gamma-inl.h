@@ -89,28 +89,34 @@ struct Shifted {
 // The factors x + k for k in [kFrom, kTo) while x + k < 8 (the sums grow with k, so the first n
 // are taken). Each factor is an exact two-part sum; near a pole -m the factor x + m is exact and
 // small, and P keeps its relative precision.
-template <int kFrom, int kTo, class D, class V = hn::VFromD<D>>
+// With kPairs false (a float argument widened to double, whose sums x + k are exact and whose
+// product may take a rounding per factor) the low parts stay zero.
+template <bool kPairs, int kFrom, int kTo, class D, class V = hn::VFromD<D>>
 HWY_INLINE void Factors(D d, V x, Shifted<D>& out) {
   const V from = hn::Set(d, gt::kStirlingFrom);
   for (int k = kFrom; k < kTo; ++k) {
-    const Pair<D> f = TwoSum(d, x, hn::Set(d, static_cast<double>(k)));
+    const V kv = hn::Set(d, static_cast<double>(k));
+    const Pair<D> f = kPairs ? TwoSum(d, x, kv) : Pair<D>{hn::Add(x, kv), hn::Zero(d)};
     const auto take = hn::Lt(f.hi, from);
-    const Pair<D> factor{hn::IfThenElse(take, f.hi, hn::Set(d, 1.0)),
-                         hn::IfThenElseZero(take, f.lo)};
-    out.p = MulPair(d, out.p, factor);
+    const V factor = hn::IfThenElse(take, f.hi, hn::Set(d, 1.0));
+    if constexpr (kPairs) {
+      out.p = MulPair(d, out.p, Pair<D>{factor, hn::IfThenElseZero(take, f.lo)});
+    } else {
+      out.p.hi = hn::Mul(out.p.hi, factor);
+    }
     out.n = hn::IfThenElse(take, hn::Set(d, k + 1.0), out.n);
   }
 }
 
-template <class D, class V = hn::VFromD<D>>
+template <bool kPairs = true, class D, class V = hn::VFromD<D>>
 HWY_INLINE Shifted<D> Shift(D d, V x) {
   constexpr int kFrom = static_cast<int>(gt::kStirlingFrom);
   Shifted<D> out{{x, hn::Zero(d)}, {hn::Set(d, 1.0), hn::Zero(d)}, hn::Zero(d)};
   if (hn::AllFalse(d, hn::Lt(x, hn::Set(d, gt::kStirlingFrom)))) return out;
-  Factors<0, kFrom>(d, x, out);
+  Factors<kPairs, 0, kFrom>(d, x, out);
   // Negative arguments take up to 8 factors more.
-  if (!hn::AllFalse(d, hn::Lt(x, hn::Zero(d)))) Factors<kFrom, 2 * kFrom>(d, x, out);
-  out.z = TwoSum(d, x, out.n);
+  if (!hn::AllFalse(d, hn::Lt(x, hn::Zero(d)))) Factors<kPairs, kFrom, 2 * kFrom>(d, x, out);
+  out.z = kPairs ? TwoSum(d, x, out.n) : Pair<D>{hn::Add(x, out.n), hn::Zero(d)};
   return out;
 }
 
@@ -194,6 +200,32 @@ HWY_INLINE V Evaluate(D d, const Ln& ln, const Exp& exp, V x, hn::Mask<D> fast) 
   }
 }
 
+// The float kernels' results in double, to 2^-44 relative or 2^-48 absolute: the same steps in
+// one part each (x + n exact for a float x, the product, the logarithm and the exponential each
+// within a few ulps of double), Stirling's correction by its first four terms (2^-37 at 8), the
+// windows at 1 and 2 as for double.
+template <GammaFunction kFunc, class D, class Ln, class Exp, class V = hn::VFromD<D>>
+HWY_INLINE V EvaluateForFloat(D d, const Ln& ln, const Exp& exp, V x, hn::Mask<D> fast) {
+  const V xs = hn::IfThenElse(fast, x, hn::Set(d, gt::kStirlingFrom));
+  const Shifted<D> sh = Shift<false>(d, xs);
+  const V z = sh.z.hi;
+  const V lz = log_detail::Evaluate<double, LogFunction::kLn, LogLevel::kHA>(
+      d, ln, log_detail::SplitOf(d, z), hn::Zero(d));
+  const V rz = hn::Div(hn::Set(d, 1.0), z);
+  const V s =
+      hn::Mul(rz, HornerOf(d, hn::Mul(rz, rz), gt::kStirling, std::make_index_sequence<4>()));
+  const V base = hn::Add(hn::Sub(hn::Set(d, gt::kHalfLn2Pi[0]), z), s);
+  const V lg = Fma(d, hn::Sub(z, hn::Set(d, 0.5)), lz, base);
+  if constexpr (kFunc == GammaFunction::kLGamma) {
+    const V lp = log_detail::Evaluate<double, LogFunction::kLn, LogLevel::kHA>(
+        d, ln, log_detail::SplitOf(d, hn::Abs(sh.p.hi)), hn::Zero(d));
+    return NearZeros(d, xs, hn::Sub(lg, lp));
+  } else {
+    const auto e = exp_detail::OfPair(d, exp, lg, hn::Zero(d));
+    return hn::Div(Fma(d, e.e, e.s, e.s), sh.p.hi);
+  }
+}
+
 }  // namespace gamma_detail
 
 template <GammaFunction kFunc>
@@ -222,21 +254,35 @@ struct GammaBody : UnaryRealBody<double> {
   }
 };
 
-// The float kernels run the double body on each half of the vector, widened, and round once; the
-// rare lanes are those of the float limits. The double body's 2^-60 absolute near the negative
-// zeros of ln gamma is far below a float ulp of any result there, so those lanes stay.
+// The float kernels compute in double on each half of the vector, widened, in one part each
+// (EvaluateForFloat), and round once; the rare lanes are those of the float limits, and LGamma's
+// within 2^-10 of a negative zero.
 template <GammaFunction kFunc>
 struct GammaFloatBody : UnaryRealBody<float> {
   static constexpr bool kLGamma = kFunc == GammaFunction::kLGamma;
   const char* name = kLGamma ? vek::names::sLGamma : vek::names::sTGamma;
-  GammaBody<kFunc> wide;
+  pow_detail::LnTablesD ln;
+  exp_detail::Tables<double, 8, true> exp;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     namespace gd = gamma_detail;
-    RunWidened<1>(wide, d, in, out);
     const float limit = kLGamma ? gd::kLGammaLimitFloat : gd::kTGammaLimitFloat;
-    rare[0] = hn::Not(gd::OnVectorPath(d, in[0], limit));
+    const M fast = gd::OnVectorPath(d, in[0], limit);
+    RunWidened<1>(
+        [&](auto dd, const auto* x, auto* r, auto*) {
+          r[0] = gd::EvaluateForFloat<kFunc>(dd, ln, exp, x[0],
+                                             gd::OnVectorPath(dd, x[0], double{limit}));
+        },
+        d, in, out);
+    rare[0] = hn::Not(fast);
+    if constexpr (kLGamma) {
+      // Next to the negative zeros the 2^-48 absolute error is more than 2^-30 of a result below
+      // 2^-10.
+      const M near =
+          hn::And(hn::Lt(in[0], hn::Zero(d)), hn::Lt(hn::Abs(out[0]), hn::Set(d, 0x1p-10f)));
+      rare[0] = hn::Or(rare[0], near);
+    }
   }
 
   static int32_t Rare(const float* a, float* r) {
