@@ -366,6 +366,25 @@ OXL_BENCH(kSErfInv, "boost_loop", peers::BoostErfInv);
 OXL_BENCH(kSErfcInv, "boost_loop", peers::BoostErfcInv);
 OXL_BENCH(kSCdfNormInv, "boost_loop", peers::BoostCdfNormInv);
 #endif
+// Gamma family: positive arguments up to where TGamma overflows (171.6 double, 35 float), the
+// shifted range below 8 and Stirling's above it both met.
+constexpr UnaryFunction<double> kDLGamma{"dLGamma", {0.01, 171.0}};
+constexpr UnaryFunction<double> kDTGamma{"dTGamma", {0.01, 171.0}};
+constexpr UnaryFunction<float> kSLGamma{"sLGamma", {0.01f, 35.0f}};
+constexpr UnaryFunction<float> kSTGamma{"sTGamma", {0.01f, 35.0f}};
+
+OXL_BENCH(kDLGamma, "oxl_HA", oxl_vek_kernel_dLGamma_B3HAynn);
+OXL_BENCH(kDLGamma, "sleef_u10_avx2", peers::SleefLGammaU10Avx2, kAvx2);
+OXL_BENCH(kDLGamma, "std_loop", peers::StdLGamma);
+OXL_BENCH(kDTGamma, "oxl_HA", oxl_vek_kernel_dTGamma_B3HAynn);
+OXL_BENCH(kDTGamma, "sleef_u10_avx2", peers::SleefTGammaU10Avx2, kAvx2);
+OXL_BENCH(kDTGamma, "std_loop", peers::StdTGamma);
+OXL_BENCH(kSLGamma, "oxl", oxl_vek_kernel_sLGamma_B3HAynn);
+OXL_BENCH(kSLGamma, "sleef_u10_avx2", peers::SleefLGammaU10Avx2, kAvx2);
+OXL_BENCH(kSLGamma, "std_loop", peers::StdLGamma);
+OXL_BENCH(kSTGamma, "oxl", oxl_vek_kernel_sTGamma_B3HAynn);
+OXL_BENCH(kSTGamma, "sleef_u10_avx2", peers::SleefTGammaU10Avx2, kAvx2);
+OXL_BENCH(kSTGamma, "std_loop", peers::StdTGamma);
 
 // cbrt over the log-spaced range, both signs alike for every contestant.
 constexpr UnaryFunction<double> kDCbrt{"dCbrt", kLogRangeD};

@@ -166,10 +166,20 @@ void SleefAcosU10Avx2(int n, const double* a, double* r);
 void SleefAcosU10Avx2(int n, const float* a, float* r);
 void SleefAcosU35Avx2(int n, const double* a, double* r);
 void SleefAcosU35Avx2(int n, const float* a, float* r);
+// Gamma family: SLEEF's 1.0-ulp lgamma and tgamma.
+void SleefLGammaU10Avx2(int n, const double* a, double* r);
+void SleefLGammaU10Avx2(int n, const float* a, float* r);
+void SleefTGammaU10Avx2(int n, const double* a, double* r);
+void SleefTGammaU10Avx2(int n, const float* a, float* r);
 
 // Plain loops over the C++ standard library, compiled for the baseline x86-64 target: scalar calls
 // of libm for the transcendentals, whatever the compiler makes of a + b and a * b.
 void StdExp(int n, const double* a, double* r);
+// Gamma family (libmvec has no gamma functions).
+void StdLGamma(int n, const double* a, double* r);
+void StdLGamma(int n, const float* a, float* r);
+void StdTGamma(int n, const double* a, double* r);
+void StdTGamma(int n, const float* a, float* r);
 void StdExp(int n, const float* a, float* r);
 void StdExpm1(int n, const double* a, double* r);
 void StdExpm1(int n, const float* a, float* r);

@@ -60,6 +60,11 @@ __m256d Sleef_atan2d4_u10avx2(__m256d, __m256d);
 __m256 Sleef_atan2f8_u10avx2(__m256, __m256);
 __m256d Sleef_atan2d4_u35avx2(__m256d, __m256d);
 __m256 Sleef_atan2f8_u35avx2(__m256, __m256);
+// Gamma family.
+__m256d Sleef_lgammad4_u10avx2(__m256d);
+__m256 Sleef_lgammaf8_u10avx2(__m256);
+__m256d Sleef_tgammad4_u10avx2(__m256d);
+__m256 Sleef_tgammaf8_u10avx2(__m256);
 }
 
 namespace oxl::bench::peers {
@@ -160,6 +165,19 @@ void SleefAtan2U35Avx2(int n, const double* a, const double* b, double* r) {
 }
 void SleefAtan2U35Avx2(int n, const float* a, const float* b, float* r) {
   avx2::Map<Sleef_atan2f8_u35avx2>(n, a, b, r);
+}
+// Gamma family.
+void SleefLGammaU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_lgammad4_u10avx2>(n, a, r);
+}
+void SleefLGammaU10Avx2(int n, const float* a, float* r) {
+  avx2::Map<Sleef_lgammaf8_u10avx2>(n, a, r);
+}
+void SleefTGammaU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_tgammad4_u10avx2>(n, a, r);
+}
+void SleefTGammaU10Avx2(int n, const float* a, float* r) {
+  avx2::Map<Sleef_tgammaf8_u10avx2>(n, a, r);
 }
 
 }  // namespace oxl::bench::peers

@@ -79,5 +79,18 @@ void StdMul(int n, const double* a, const double* b, double* r) {
 void StdMul(int n, const float* a, const float* b, float* r) {
   Loop(n, a, b, r, [](float x, float y) { return x * y; });
 }
+// Gamma family.
+void StdLGamma(int n, const double* a, double* r) {
+  Loop(n, a, r, [](double x) { return std::lgamma(x); });
+}
+void StdLGamma(int n, const float* a, float* r) {
+  Loop(n, a, r, [](float x) { return std::lgamma(x); });
+}
+void StdTGamma(int n, const double* a, double* r) {
+  Loop(n, a, r, [](double x) { return std::tgamma(x); });
+}
+void StdTGamma(int n, const float* a, float* r) {
+  Loop(n, a, r, [](float x) { return std::tgamma(x); });
+}
 
 }  // namespace oxl::bench::peers

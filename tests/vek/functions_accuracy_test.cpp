@@ -254,14 +254,24 @@ const std::map<std::string, HardCase>& HardCases() {
                             {-1.0, -1 + 1e-12},
                             {0.49, 0.51},
                             {-0.51, -0.49}}};
+    // Gamma family: the zeros of ln gamma at 1 and 2 and the ends of their windows (1/16), the
+    // shift to Stirling's formula at 8, the tiny arguments, TGamma's overflow (171.62 double,
+    // 35.04 float) and LGamma's (2.55e305, 4.08e36 float), the negative zeros of ln gamma
+    // (-2.457, -2.747, -3.144, -3.956) and the poles between them.
+    const HardCase gamma = {
+        {1.0, 2.0, 0.9375, 1.0625, 1.9375, 2.0625, 8.0, 0x1p-54, 171.0, 171.62437695630271,
+         35.04010009765625, 2.5563e305, 4.0852e36, -2.4570247382208006, -2.7476826467274127,
+         -3.1435808883499799, -3.9552942848585785, -1.5, -0.5},
+        {{0.9, 1.1}, {1.9, 2.1}, {0.0, 10.0}, {-5.0, 0.0}, {-180.0, -170.0}, {160.0, 172.0}}};
     std::map<std::string, HardCase> cases{
-        {"Erf", erf},       {"Erfc", erf},     {"CdfNorm", cdfnorm}, {"Sin", trig},
-        {"Cos", trig},      {"SinCos", trig},  {"Tan", trig},        {"Pow", pow},
-        {"Powx", powx},     {"Cbrt", cube},    {"InvCbrt", cube},    {"Pow2o3", cube},
-        {"Pow3o2", pow3o2}, {"Ln", log},       {"Log10", log},       {"Log1p", log1p},
-        {"Exp", exp},       {"Expm1", expm1},  {"Sqrt", root},       {"InvSqrt", root},
-        {"Inv", quotient},  {"Div", quotient}, {"Hypot", hypot},     {"Atan", atan},
-        {"Atan2", atan},    {"Asin", asin},    {"Acos", asin}};
+        {"LGamma", gamma},    {"TGamma", gamma}, {"Erf", erf},       {"Erfc", erf},
+        {"CdfNorm", cdfnorm}, {"Sin", trig},     {"Cos", trig},      {"SinCos", trig},
+        {"Tan", trig},        {"Pow", pow},      {"Powx", powx},     {"Cbrt", cube},
+        {"InvCbrt", cube},    {"Pow2o3", cube},  {"Pow3o2", pow3o2}, {"Ln", log},
+        {"Log10", log},       {"Log1p", log1p},  {"Exp", exp},       {"Expm1", expm1},
+        {"Sqrt", root},       {"InvSqrt", root}, {"Inv", quotient},  {"Div", quotient},
+        {"Hypot", hypot},     {"Atan", atan},    {"Atan2", atan},    {"Asin", asin},
+        {"Acos", asin}};
 
     // The inverse error functions by their tail quantity q = 1 - |erf x|: the switch from the
     // central polynomial at q = 1/2, the ends of the tail pieces at t = sqrt(-ln q) = (2k+1)/8,

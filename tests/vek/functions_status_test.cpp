@@ -262,6 +262,17 @@ const RealCase kRealCases[] = {
     {"ErfcInv", 0x1.fffffffffffffp-63, 0, 0, 6.3670751087853672, kLevel, 'd'},
     {"CdfNormInv", 0x1p-1074, 0, 0, -38.467405617144344, kLevel, 'd'},
     {"CdfNormInv", 1 - 0x1p-53, 0, 0, 8.2095361516013874, kLevel, 'd'},
+    // Gamma family: each side of where the vector lanes end (TGamma from 171 on, overflowing from
+    // 171.62; float 35.04; LGamma from 2^1000 on, overflowing from 2.55e305; arguments below
+    // 2^-54, whose TGamma overflows below 5.6e-309), +inf and a denormal pole under DAZ.
+    {"TGamma", 170.5, 0, 0, static_cast<double>(std::tgamma(170.5L)), kLevel, 'd'},
+    {"TGamma", 171.5, 0, 0, static_cast<double>(std::tgamma(171.5L)), kLevel, 'd'},
+    {"TGamma", 171.7, 0, 3, kInf, kValue, 'd'}, {"TGamma", 35.1, 0, 3, kInf, kValue, 's'},
+    {"TGamma", 1e-310, 0, 3, kInf, kValue, 'd'}, {"TGamma", -1e-310, 0, 3, -kInf, kValue, 'd'},
+    {"TGamma", kInf, 0, 0, kInf}, {"LGamma", kInf, 0, 0, kInf},
+    {"LGamma", 1e305, 0, 0, static_cast<double>(std::lgamma(1e305L)), kLevel, 'd'},
+    {"LGamma", 3e305, 0, 3, kInf, kValue, 'd'}, {"LGamma", 5e36, 0, 3, kInf, kValue, 's'},
+    {"TGamma", -4.9406564584124654e-324, 0, 2, -kInf, kValue, 'd', OXL_VEK_MODE_FTZ_DAZ_ON},
 };
 // clang-format on
 

@@ -172,15 +172,34 @@ struct Tables<T, kEntries, false> {
 // kernels are bound by throughput, not by the chain's latency (the blocks are independent).
 // Without T_lo in the tables (LA) the result is within 2^-53 relative more: half an ulp at most.
 template <class D, class Tables>
-HWY_INLINE hn::VFromD<D> OfReducedD(D d, const Tables& tables, hn::VFromD<D> r, hn::VFromD<D> s,
-                                    hn::VFromD<hn::RebindToSigned<D>> z) {
+HWY_INLINE hn::VFromD<D> ExcessD(D d, const Tables& tables, hn::VFromD<D> r,
+                                 hn::VFromD<hn::RebindToSigned<D>> z) {
   const double* c = vek::exp_tables::kExpPolyD;
   const auto poly = Horner(d, r, c[0], c[1], c[2], c[3], c[4], c[5], c[6]);
   if constexpr (requires { tables.lo; }) {
-    return Fma(d, Fma(d, r, poly, Lookup(d, tables.lo, z)), s, s);
+    return Fma(d, r, poly, Lookup(d, tables.lo, z));
   } else {
-    return Fma(d, hn::Mul(r, poly), s, s);
+    return hn::Mul(r, poly);
   }
+}
+template <class D, class Tables>
+HWY_INLINE hn::VFromD<D> OfReducedD(D d, const Tables& tables, hn::VFromD<D> r, hn::VFromD<D> s,
+                                    hn::VFromD<hn::RebindToSigned<D>> z) {
+  return Fma(d, ExcessD(d, tables, r, z), s, s);
+}
+
+// e^(hi + lo) = s (1 + e) for |hi| below kExpBound and |lo| within a few ulps of hi, by the
+// 8-entry table with T_lo: lo joins the reduced argument. The caller rounds s + s e once, or
+// scales the pair first (TGamma divides by a product kept in two parts).
+template <class D>
+struct ScaledExcess {
+  hn::VFromD<D> s, e;
+};
+template <class D, class Tables>
+HWY_INLINE ScaledExcess<D> OfPair(D d, const Tables& tables, hn::VFromD<D> hi, hn::VFromD<D> lo) {
+  const auto red = Reduce<8, true>(d, hi);
+  const auto r = hn::Add(red.r, lo);
+  return {ScaledHi<8>(d, tables.hi, red.z), ExcessD(d, tables, r, red.z)};
 }
 
 }  // namespace exp_detail

@@ -24,6 +24,7 @@
 
 #include "vek/frame/kernel-inl.h"
 #include "simd/fma-inl.h"
+#include "simd/pair-inl.h"
 #include "simd/poly-inl.h"
 #include "vek/kernels/exp-inl.h"
 #include "vek/kernels/log-inl.h"
@@ -36,11 +37,6 @@ namespace oxl::HWY_NAMESPACE {
 enum class PowLevel { kHA, kEP };
 
 namespace pow_detail {
-
-template <class D>
-struct Pair {
-  hn::VFromD<D> hi, lo;
-};
 
 // The HA logarithm's tables, and -ln c beyond Hi + Lo: with Lo alone the table's rounding,
 // 2^-67, is 2^-62 of a logarithm near 0.03 (a next to 1 + 2^-5 or to 1 - 2^-5), which a
@@ -98,10 +94,9 @@ HWY_INLINE hn::VFromD<D> PowDouble(D d, const LnTables& ln, const ExpTables& exp
   rare = hn::Not(fast);
   // Rare lanes compute on zero: their results are replaced, and large values would only raise
   // flags on the way.
-  const auto red = exp_detail::Reduce<8, true>(d, hn::IfThenElseZero(fast, w_hi));
-  const auto r = hn::Add(red.r, hn::IfThenElseZero(fast, w_lo));
-  const auto s = exp_detail::ScaledHi<8>(d, exp.hi, red.z);
-  return exp_detail::OfReducedD(d, exp, r, s, red.z);
+  const auto e =
+      exp_detail::OfPair(d, exp, hn::IfThenElseZero(fast, w_hi), hn::IfThenElseZero(fast, w_lo));
+  return Fma(d, e.e, e.s, e.s);
 }
 
 // Float results are normal for |w| below this: e^-87 and e^87 lie inside the float range with a
