@@ -357,6 +357,46 @@ OXL_BENCH(kSCbrt, "libmvec_avx512", peers::LibmvecCbrtAvx512, kAvx512);
 OXL_BENCH(kSCbrt, "sleef_u10_avx2", peers::SleefCbrtU10Avx2, kAvx2);
 OXL_BENCH(kSCbrt, "sleef_u10_avx512", peers::SleefCbrtU10Avx512, kAvx512);
 
+// sinh, cosh and tanh on [-20, 20]: every contestant's ordinary path, both sides of sinh's switch
+// to its series at 1/2 and tanh's saturation from 19.06 (9.01 for floats).
+constexpr Range kHypRange{-20.0, 20.0};
+constexpr UnaryFunction<double> kDSinh{"dSinh", kHypRange};
+constexpr UnaryFunction<double> kDCosh{"dCosh", kHypRange};
+constexpr UnaryFunction<double> kDTanh{"dTanh", kHypRange};
+constexpr UnaryFunction<float> kSSinh{"sSinh", kHypRange};
+constexpr UnaryFunction<float> kSCosh{"sCosh", kHypRange};
+constexpr UnaryFunction<float> kSTanh{"sTanh", kHypRange};
+
+OXL_BENCH(kDSinh, "oxl_HA", oxl_vek_kernel_dSinh_B3HAynn);
+OXL_BENCH(kDSinh, "oxl_LA", oxl_vek_kernel_dSinh_B3LAynn);
+OXL_BENCH(kDSinh, "libmvec_avx2", peers::LibmvecSinhAvx2, kAvx2);
+OXL_BENCH(kDSinh, "sleef_u10_avx2", peers::SleefSinhU10Avx2, kAvx2);
+OXL_BENCH(kDSinh, "sleef_u35_avx2", peers::SleefSinhU35Avx2, kAvx2);
+OXL_BENCH(kDCosh, "oxl_HA", oxl_vek_kernel_dCosh_B3HAynn);
+OXL_BENCH(kDCosh, "oxl_LA", oxl_vek_kernel_dCosh_B3LAynn);
+OXL_BENCH(kDCosh, "oxl_EP", oxl_vek_kernel_dCosh_B3EPnnn);
+OXL_BENCH(kDCosh, "libmvec_avx2", peers::LibmvecCoshAvx2, kAvx2);
+OXL_BENCH(kDCosh, "sleef_u10_avx2", peers::SleefCoshU10Avx2, kAvx2);
+OXL_BENCH(kDCosh, "sleef_u35_avx2", peers::SleefCoshU35Avx2, kAvx2);
+OXL_BENCH(kDTanh, "oxl_HA", oxl_vek_kernel_dTanh_B3HAynn);
+OXL_BENCH(kDTanh, "oxl_LA", oxl_vek_kernel_dTanh_B3LAynn);
+OXL_BENCH(kDTanh, "oxl_EP", oxl_vek_kernel_dTanh_B3EPnnn);
+OXL_BENCH(kDTanh, "libmvec_avx2", peers::LibmvecTanhAvx2, kAvx2);
+OXL_BENCH(kDTanh, "sleef_u10_avx2", peers::SleefTanhU10Avx2, kAvx2);
+OXL_BENCH(kDTanh, "sleef_u35_avx2", peers::SleefTanhU35Avx2, kAvx2);
+OXL_BENCH(kSSinh, "oxl", oxl_vek_kernel_sSinh_B3HAynn);
+OXL_BENCH(kSSinh, "libmvec_avx2", peers::LibmvecSinhAvx2, kAvx2);
+OXL_BENCH(kSSinh, "sleef_u10_avx2", peers::SleefSinhU10Avx2, kAvx2);
+OXL_BENCH(kSSinh, "sleef_u35_avx2", peers::SleefSinhU35Avx2, kAvx2);
+OXL_BENCH(kSCosh, "oxl", oxl_vek_kernel_sCosh_B3HAynn);
+OXL_BENCH(kSCosh, "libmvec_avx2", peers::LibmvecCoshAvx2, kAvx2);
+OXL_BENCH(kSCosh, "sleef_u10_avx2", peers::SleefCoshU10Avx2, kAvx2);
+OXL_BENCH(kSCosh, "sleef_u35_avx2", peers::SleefCoshU35Avx2, kAvx2);
+OXL_BENCH(kSTanh, "oxl", oxl_vek_kernel_sTanh_B3HAynn);
+OXL_BENCH(kSTanh, "libmvec_avx2", peers::LibmvecTanhAvx2, kAvx2);
+OXL_BENCH(kSTanh, "sleef_u10_avx2", peers::SleefTanhU10Avx2, kAvx2);
+OXL_BENCH(kSTanh, "sleef_u35_avx2", peers::SleefTanhU35Avx2, kAvx2);
+
 // Rounding, complex arithmetic and Pack, beside plain loops and the copy bound. Complex kernels
 // run on the parts of the arrays as pairs, so their time is per part (half a complex element) and
 // the copy bound of two double arrays in and one out is theirs. dPackI gathers every second

@@ -233,7 +233,17 @@ const std::map<std::string, HardCase>& HardCases() {
     const HardCase cdfnorm = {{-0x1.2c27b05bf1a0bp+5, -37.5, -0x1.9e6604p+3, -0x1.a8b12fc6e4892p+4,
                                -8.474, 8.474, 0x1.6a09e667f3bcdp-8, -1.0},
                               {{-10.0, 10.0}, {-37.6, -30.0}, {-13.0, -12.0}, {-0x1p-6, 0x1p-6}}};
+    // Hyperbolic functions: sinh's switch from its series to the exponential at 1/2, where
+    // e^|x| and e^-|x| cancel most; the last arguments before the fast paths' bounds and the
+    // overflow thresholds (float 89 and 89.4159851, double 710 and 710.4758600739439); tanh where
+    // it starts to round to 1 (float 9.01, double 19.06) and the cap at 22; the table switch of
+    // the reduction at ln 2 / 16.
+    const HardCase hyp = {{0.5, 0x1.fffffffffffffp-2, 0.0433216, 89.0, 0x1.65a9f8p+6, 710.0,
+                           0x1.633ce8fb9f87dp+9, 9.010913, 19.06154746539849, 22.0, 0x1p-26,
+                           0x1p-54},
+                          {{-1.0, 1.0}, {-0.6, 0.6}, {85.0, 89.5}, {700.0, 710.5}, {8.0, 23.0}}};
     return std::map<std::string, HardCase>{
+        {"Sinh", hyp},      {"Cosh", hyp},     {"Tanh", hyp},
         {"Erf", erf},       {"Erfc", erf},     {"CdfNorm", cdfnorm}, {"Sin", trig},
         {"Cos", trig},      {"SinCos", trig},  {"Tan", trig},        {"Pow", pow},
         {"Powx", powx},     {"Cbrt", cube},    {"InvCbrt", cube},    {"Pow2o3", cube},

@@ -232,6 +232,21 @@ const RealCase kRealCases[] = {
     {"CdfNorm", -0x1.2c27b05bf1a0bp+5, 0, 4, 0, kAnyFinite, 'd'},
     {"CdfNorm", -0x1.9e6602p+3, 0, 0, 0, kAnyFinite, 's'},
     {"CdfNorm", -0x1.9e6604p+3, 0, 4, 0, kAnyFinite, 's'},
+    // Hyperbolic functions: signed zeros and limits, NaN without a status, and overflow from
+    // the first argument whose result rounds beyond the largest value (double, then float),
+    // with the last one before it finite.
+    {"Sinh", -0.0, 0, 0, -0.0}, {"Sinh", kInf, 0, 0, kInf}, {"Sinh", -kInf, 0, 0, -kInf},
+    {"Sinh", kNaN, 0, 0, kNaN}, {"Cosh", -0.0, 0, 0, 1}, {"Cosh", kInf, 0, 0, kInf},
+    {"Cosh", kNaN, 0, 0, kNaN}, {"Tanh", -0.0, 0, 0, -0.0}, {"Tanh", kInf, 0, 0, 1},
+    {"Tanh", -kInf, 0, 0, -1}, {"Tanh", kNaN, 0, 0, kNaN}, {"Tanh", -30, 0, 0, -1},
+    {"Sinh", 0x1.633ce8fb9f87dp+9, 0, 0, 0, kAnyFinite, 'd'},
+    {"Sinh", -0x1.633ce8fb9f87ep+9, 0, 3, -kInf, kValue, 'd'},
+    {"Cosh", 0x1.633ce8fb9f87dp+9, 0, 0, 0, kAnyFinite, 'd'},
+    {"Cosh", -0x1.633ce8fb9f87ep+9, 0, 3, kInf, kValue, 'd'},
+    {"Sinh", 0x1.65a9f8p+6, 0, 0, 0, kAnyFinite, 's'},
+    {"Sinh", 0x1.65a9fap+6, 0, 3, kInf, kValue, 's'},
+    {"Cosh", -0x1.65a9f8p+6, 0, 0, 0, kAnyFinite, 's'},
+    {"Cosh", -0x1.65a9fap+6, 0, 3, kInf, kValue, 's'},
 };
 // clang-format on
 

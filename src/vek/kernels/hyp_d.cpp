@@ -1,0 +1,47 @@
+// Sinh, Cosh and Tanh kernels of double arrays, one per accuracy level (Sinh's EP slot holds
+// its LA kernel).
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "vek/kernels/hyp_d.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include "vek/kernels/hyp-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace oxl::HWY_NAMESPACE {
+
+void dSinhHA(int n, const double* a, double* r) { RunUnary(SinhBody<HypLevel::kHA>{}, n, a, r); }
+void dSinhLA(int n, const double* a, double* r) { RunUnary(SinhBody<HypLevel::kLA>{}, n, a, r); }
+void dCoshHA(int n, const double* a, double* r) { RunUnary(CoshBody<HypLevel::kHA>{}, n, a, r); }
+void dCoshLA(int n, const double* a, double* r) { RunUnary(CoshBody<HypLevel::kLA>{}, n, a, r); }
+void dCoshEP(int n, const double* a, double* r) { RunUnary(CoshBody<HypLevel::kEP>{}, n, a, r); }
+void dTanhHA(int n, const double* a, double* r) { RunUnary(TanhBody<HypLevel::kHA>{}, n, a, r); }
+void dTanhLA(int n, const double* a, double* r) { RunUnary(TanhBody<HypLevel::kLA>{}, n, a, r); }
+void dTanhEP(int n, const double* a, double* r) { RunUnary(TanhBody<HypLevel::kEP>{}, n, a, r); }
+
+}  // namespace oxl::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+#include "vek/frame/kernel_entry.h"
+
+namespace oxl {
+HWY_EXPORT(dSinhHA);
+HWY_EXPORT(dSinhLA);
+HWY_EXPORT(dCoshHA);
+HWY_EXPORT(dCoshLA);
+HWY_EXPORT(dCoshEP);
+HWY_EXPORT(dTanhHA);
+HWY_EXPORT(dTanhLA);
+HWY_EXPORT(dTanhEP);
+
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dSinh_B3HAynn, dSinhHA, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dSinh_B3LAynn, dSinhLA, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dCosh_B3HAynn, dCoshHA, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dCosh_B3LAynn, dCoshLA, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dCosh_B3EPnnn, dCoshEP, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dTanh_B3HAynn, dTanhHA, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dTanh_B3LAynn, dTanhLA, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dTanh_B3EPnnn, dTanhEP, double)
+}  // namespace oxl
+#endif
