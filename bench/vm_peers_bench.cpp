@@ -397,6 +397,37 @@ OXL_BENCH(kSTanh, "libmvec_avx2", peers::LibmvecTanhAvx2, kAvx2);
 OXL_BENCH(kSTanh, "sleef_u10_avx2", peers::SleefTanhU10Avx2, kAvx2);
 OXL_BENCH(kSTanh, "sleef_u35_avx2", peers::SleefTanhU35Avx2, kAvx2);
 
+// The inverses over their domains: asinh and acosh log-spaced up to 1e15 (beyond the square root
+// of the largest float SLEEF's float entries overflow), atanh on (-1, 1).
+constexpr Range kAsinhRange{1e-15, 1e15, true};
+constexpr Range kAcoshRange{1.0, 1e15, true};
+constexpr Range kAtanhRange{-0.999, 0.999};
+constexpr UnaryFunction<double> kDAsinh{"dAsinh", kAsinhRange};
+constexpr UnaryFunction<double> kDAcosh{"dAcosh", kAcoshRange};
+constexpr UnaryFunction<double> kDAtanh{"dAtanh", kAtanhRange};
+constexpr UnaryFunction<float> kSAsinh{"sAsinh", kAsinhRange};
+constexpr UnaryFunction<float> kSAcosh{"sAcosh", kAcoshRange};
+constexpr UnaryFunction<float> kSAtanh{"sAtanh", kAtanhRange};
+
+OXL_BENCH(kDAsinh, "oxl_HA", oxl_vek_kernel_dAsinh_B3HAynn);
+OXL_BENCH(kDAsinh, "libmvec_avx2", peers::LibmvecAsinhAvx2, kAvx2);
+OXL_BENCH(kDAsinh, "sleef_u10_avx2", peers::SleefAsinhU10Avx2, kAvx2);
+OXL_BENCH(kDAcosh, "oxl_HA", oxl_vek_kernel_dAcosh_B3HAynn);
+OXL_BENCH(kDAcosh, "libmvec_avx2", peers::LibmvecAcoshAvx2, kAvx2);
+OXL_BENCH(kDAcosh, "sleef_u10_avx2", peers::SleefAcoshU10Avx2, kAvx2);
+OXL_BENCH(kDAtanh, "oxl_HA", oxl_vek_kernel_dAtanh_B3HAynn);
+OXL_BENCH(kDAtanh, "libmvec_avx2", peers::LibmvecAtanhAvx2, kAvx2);
+OXL_BENCH(kDAtanh, "sleef_u10_avx2", peers::SleefAtanhU10Avx2, kAvx2);
+OXL_BENCH(kSAsinh, "oxl", oxl_vek_kernel_sAsinh_B3HAynn);
+OXL_BENCH(kSAsinh, "libmvec_avx2", peers::LibmvecAsinhAvx2, kAvx2);
+OXL_BENCH(kSAsinh, "sleef_u10_avx2", peers::SleefAsinhU10Avx2, kAvx2);
+OXL_BENCH(kSAcosh, "oxl", oxl_vek_kernel_sAcosh_B3HAynn);
+OXL_BENCH(kSAcosh, "libmvec_avx2", peers::LibmvecAcoshAvx2, kAvx2);
+OXL_BENCH(kSAcosh, "sleef_u10_avx2", peers::SleefAcoshU10Avx2, kAvx2);
+OXL_BENCH(kSAtanh, "oxl", oxl_vek_kernel_sAtanh_B3HAynn);
+OXL_BENCH(kSAtanh, "libmvec_avx2", peers::LibmvecAtanhAvx2, kAvx2);
+OXL_BENCH(kSAtanh, "sleef_u10_avx2", peers::SleefAtanhU10Avx2, kAvx2);
+
 // Rounding, complex arithmetic and Pack, beside plain loops and the copy bound. Complex kernels
 // run on the parts of the arrays as pairs, so their time is per part (half a complex element) and
 // the copy bound of two double arrays in and one out is theirs. dPackI gathers every second

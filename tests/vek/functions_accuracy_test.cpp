@@ -238,18 +238,33 @@ const std::map<std::string, HardCase>& HardCases() {
     // overflow thresholds (float 89 and 89.4159851, double 710 and 710.4758600739439); tanh where
     // it starts to round to 1 (float 9.01, double 19.06) and the cap at 22; the table switch of
     // the reduction at ln 2 / 16.
-    const HardCase hyp = {{0.5, 0x1.fffffffffffffp-2, 0.0433216, 89.0, 0x1.65a9f8p+6, 710.0,
-                           0x1.633ce8fb9f87dp+9, 9.010913, 19.06154746539849, 22.0, 0x1p-26,
-                           0x1p-54},
-                          {{-1.0, 1.0}, {-0.6, 0.6}, {85.0, 89.5}, {700.0, 710.5}, {8.0, 23.0}}};
-    return std::map<std::string, HardCase>{
-        {"Sinh", hyp},      {"Cosh", hyp},     {"Tanh", hyp},
+    const HardCase hyp = {
+        {0.5, 0x1.fffffffffffffp-2, 0.0433216, 89.0, 0x1.65a9f8p+6, 710.0, 0x1.633ce8fb9f87dp+9,
+         9.010913, 19.06154746539849, 22.0, 0x1p-26, 0x1p-54},
+        {{-1.0, 1.0}, {-0.6, 0.6}, {85.0, 89.5}, {700.0, 710.5}, {8.0, 23.0}}};
+    // The inverses: the switch to the series at 2^-26 and to ln 2a at 2^28, atanh next to +-1
+    // (1 - a exact, v up to 2^54), acosh next to 1 (x^2 - 1 cancels), and where a^2 would
+    // overflow.
+    const HardCase inverse = {
+        {0x1p-26, 0x1.fffffffffffffp-27, 0x1p-46, 0x1p28, 0x1.fffffffffffffp+27, 1.0,
+         0x1.0000000000001p+0, 0x1.fffffffffffffp-1, 0x1p-53, 0x1p512, 1.4142135623730951},
+        {{-1.0, 1.0},
+         {0.999, 1.0},
+         {-1.0, -0.999},
+         {1.0, 1.001},
+         {1.0, 1.0000001},
+         {-1e-6, 1e-6},
+         {1e8, 1e9}}};
+    std::map<std::string, HardCase> all{
         {"Erf", erf},       {"Erfc", erf},     {"CdfNorm", cdfnorm}, {"Sin", trig},
         {"Cos", trig},      {"SinCos", trig},  {"Tan", trig},        {"Pow", pow},
         {"Powx", powx},     {"Cbrt", cube},    {"InvCbrt", cube},    {"Pow2o3", cube},
         {"Pow3o2", pow3o2}, {"Ln", log},       {"Log10", log},       {"Log1p", log1p},
         {"Exp", exp},       {"Expm1", expm1},  {"Sqrt", root},       {"InvSqrt", root},
         {"Inv", quotient},  {"Div", quotient}, {"Hypot", hypot}};
+    for (const char* f : {"Sinh", "Cosh", "Tanh"}) all[f] = hyp;
+    for (const char* f : {"Asinh", "Acosh", "Atanh"}) all[f] = inverse;
+    return all;
   }();
   return m;
 }

@@ -1,4 +1,4 @@
-// Bodies of the Sinh, Cosh and Tanh kernels. Re-included once per SIMD target.
+// Bodies of the hyperbolic kernels and their inverses. Re-included once per SIMD target.
 //
 // Sinh and Cosh take H = e^|x| / 2 from the exponential kernels' reduction and 8-entry table, with
 // the power of two lowered by one in the integer that scales the table value, so that H stays
@@ -19,6 +19,7 @@
 
 #include <bit>
 #include <cstdint>
+#include <limits>
 
 #if defined(OXL_VEK_KERNELS_HYP_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef OXL_VEK_KERNELS_HYP_INL_H_
@@ -31,6 +32,7 @@
 #include "simd/fma-inl.h"
 #include "simd/poly-inl.h"
 #include "vek/kernels/exp-inl.h"
+#include "vek/kernels/log-inl.h"
 #include "vek/kernels/hyp_rare.h"
 #include "vek/kernels/widen-inl.h"
 
@@ -131,10 +133,16 @@ struct SinhCoshBody : UnaryRealBody<double> {
   const char* name = kSinh ? vek::names::dSinh : vek::names::dCosh;
   hyp_detail::ExpTables<kLevel> tables;
 
+  // Arguments whose results overflow or come near it, infinities and NaNs.
+  template <class D>
+  static HWY_INLINE hn::Mask<D> RareOf(D d, hn::VFromD<D> x) {
+    return hyp_detail::AtOrBeyond(d, x, hyp_detail::kBound<hn::TFromD<D>>);
+  }
+
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
     const auto x = in[0];
-    rare[0] = hyp_detail::AtOrBeyond(d, x, hyp_detail::kBound<double>);
+    rare[0] = RareOf(d, x);
     // Rare lanes compute on zero: their results are replaced, and large values would only raise
     // flags on the way.
     const auto a = hn::IfThenZeroElse(rare[0], hn::Abs(x));
@@ -142,9 +150,14 @@ struct SinhCoshBody : UnaryRealBody<double> {
     const auto q = hyp_detail::QuarterReciprocal<kLevel>(d, h);
     const auto result = hyp_detail::Combine<kLevel>(d, h, q, kSinh);
     if constexpr (kSinh) {
-      const auto small = hyp_detail::SinhSmall<kLevel>(d, a);
+      // The series only where a lane needs it: most vectors of most arrays hold none.
+      const auto small = hn::Lt(a, hn::Set(d, 0.5));
+      auto sinh = result;
+      if (!hn::AllFalse(d, small)) {
+        sinh = hn::IfThenElse(small, hyp_detail::SinhSmall<kLevel>(d, a), result);
+      }
       // sinh is odd, and -0 and the denormals keep their sign and value.
-      out[0] = hn::CopySign(hn::IfThenElse(hn::Lt(a, hn::Set(d, 0.5)), small, result), x);
+      out[0] = hn::CopySign(sinh, x);
     } else {
       out[0] = result;
     }
@@ -166,11 +179,16 @@ struct TanhBody : UnaryRealBody<double> {
   const char* name = vek::names::dTanh;
   exp_detail::Tables<double, 8, kLevel != HypLevel::kEP> tables;
 
+  // NaNs leave through the rare routine quieted with their payload; infinities are capped.
+  template <class D>
+  static HWY_INLINE hn::Mask<D> RareOf(D, hn::VFromD<D> x) {
+    return hn::IsNaN(x);
+  }
+
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
     const auto x = in[0];
-    // NaNs leave through the rare routine quieted with their payload; infinities are capped.
-    rare[0] = hn::IsNaN(x);
+    rare[0] = RareOf(d, x);
     const auto a = hn::IfThenZeroElse(rare[0], hn::Min(hn::Abs(x), hn::Set(d, 22.0)));
     const auto e = Expm1Parts<8, kExpLevel>(d, tables, hn::Add(a, a));
     const auto two = hn::Set(d, 2.0);
@@ -197,24 +215,172 @@ struct TanhBody : UnaryRealBody<double> {
 };
 
 // ---------------------------------------------------------------------------------------------
+// The inverse functions: the logarithm of v, v carried as a pair, by the HA logarithm's reduction
+// to about 2^-65 (LnPair, which takes v's low part into its reduced argument):
+//   asinh a = ln(a + sqrt(a^2 + 1)),  acosh x = ln(x + sqrt(x^2 - 1)),  atanh a = ln(v) / 2 with
+//   v = (1 + a) / (1 - a),
+// a = |x|. The pairs make every cancellation exact: near 0, where v is 1 + 2a or 1 + a and the
+// logarithm of 1 plus the pair's low part is the result; and for acosh near 1, where x^2 - 1 is
+// exact and the square root carries its residual. The pairs hold v to about 2^-106, which is
+// 2^-60 of the result down to a = 2^-46; below 2^-26 the series' second term is all that is left,
+// a -+ a^3 c, and is taken instead. From 2^28 on, sqrt(a^2 -+ 1) rounds to a: the
+// logarithm is of a with its exponent counted one higher, ln 2a, and a^2 is never formed.
+
+namespace hyp_detail {
+
+// sqrt(t_hi + t_lo) as a pair: the root and its residual over twice the root (the divisor kept
+// above 0 for t = 0).
+template <class D>
+HWY_INLINE Pair<D> SqrtPair(D d, hn::VFromD<D> t_hi, hn::VFromD<D> t_lo) {
+  const auto root = hn::Sqrt(t_hi);
+  const auto residual = hn::Add(Fnma(d, root, root, t_hi), t_lo);
+  const auto twice = hn::Max(hn::Add(root, root), hn::Set(d, 0x1p-1000));
+  return {root, hn::Div(residual, twice)};
+}
+
+// ln(hi + lo), or ln(2 hi) where `doubled` (lo 0 there), as one value.
+template <class D>
+HWY_INLINE hn::VFromD<D> LnOf(D d, const log_detail::LnTablesD& tables, const Pair<D>& v,
+                              hn::Mask<D> doubled) {
+  auto split = log_detail::SplitOf(d, v.hi);
+  split.e = hn::Add(split.e, hn::IfThenElseZero(doubled, hn::Set(d, 1.0)));
+  const auto ln = log_detail::LnPair<true>(d, tables, split, hn::IfThenZeroElse(doubled, v.lo));
+  return hn::Add(ln.hi, ln.lo);
+}
+
+// large + small + lo as a pair: the fast two-sum (|large| >= |small|), lo added to its low part.
+template <class D>
+HWY_INLINE Pair<D> SumPair(hn::VFromD<D> large, hn::VFromD<D> small, hn::VFromD<D> lo) {
+  const auto sum = hn::Add(large, small);
+  return {sum, hn::Add(hn::Sub(small, hn::Sub(sum, large)), lo)};
+}
+
+inline constexpr double kDoubled = 0x1p28;
+
+// ln(a + sqrt(a^2 + 1)) (kPlus, a >= 0) or ln(a + sqrt(a^2 - 1)) (a >= 1). a^2 -+ 1 as a pair:
+// the square exact by Fms, the sum by the fast two-sum of the larger first (for a^2 - 1 exact
+// below sqrt 2, where it cancels); then a + the root, whose larger term is the root for kPlus
+// and a otherwise.
+template <bool kPlus, class D>
+HWY_INLINE hn::VFromD<D> LnRootSum(D d, const log_detail::LnTablesD& tables, hn::VFromD<D> a) {
+  const auto doubled = hn::Ge(a, hn::Set(d, kDoubled));
+  const auto ac = hn::Min(a, hn::Set(d, kDoubled));
+  const auto sq = hn::Mul(ac, ac);
+  const auto sq_lo = Fms(d, ac, ac, sq);
+  const auto one = hn::Set(d, kPlus ? 1.0 : -1.0);
+  const auto t =
+      kPlus ? SumPair<D>(hn::Max(sq, one), hn::Min(sq, one), sq_lo) : SumPair<D>(sq, one, sq_lo);
+  const auto s = SqrtPair(d, t.hi, t.lo);
+  const auto v = kPlus ? SumPair<D>(s.hi, ac, s.lo) : SumPair<D>(ac, s.hi, s.lo);
+  return LnOf(d, tables, {hn::IfThenElse(doubled, a, v.hi), v.lo}, doubled);
+}
+
+// a + c a^3 where a < 2^-26, else `ln`.
+template <class D>
+HWY_INLINE hn::VFromD<D> SeriesBelow(D d, hn::VFromD<D> a, double c, hn::VFromD<D> ln) {
+  const auto series = Fma(d, hn::Mul(a, hn::Mul(a, a)), hn::Set(d, c), a);
+  return hn::IfThenElse(hn::Lt(a, hn::Set(d, 0x1p-26)), series, ln);
+}
+
+}  // namespace hyp_detail
+
+struct AsinhBody : UnaryRealBody<double> {
+  static constexpr HypFunction kFunc = HypFunction::kAsinh;
+  const char* name = vek::names::dAsinh;
+  log_detail::LnTablesD tables;
+
+  // Infinities and NaNs.
+  template <class D>
+  static HWY_INLINE hn::Mask<D> RareOf(D d, hn::VFromD<D> x) {
+    return hyp_detail::AtOrBeyond(d, x, std::numeric_limits<hn::TFromD<D>>::infinity());
+  }
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    const auto x = in[0];
+    rare[0] = RareOf(d, x);
+    const auto a = hn::IfThenZeroElse(rare[0], hn::Abs(x));
+    const auto ln = hyp_detail::LnRootSum<true>(d, tables, a);
+    // asinh is odd, and -0 and the denormals keep their sign and value.
+    out[0] = hn::CopySign(hyp_detail::SeriesBelow(d, a, -1.0 / 6, ln), x);
+  }
+
+  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+};
+
+struct AcoshBody : UnaryRealBody<double> {
+  static constexpr HypFunction kFunc = HypFunction::kAcosh;
+  const char* name = vek::names::dAcosh;
+  log_detail::LnTablesD tables;
+
+  // Arguments below 1 (status 1), +inf and NaNs: all but [1, largest].
+  template <class D>
+  static HWY_INLINE hn::Mask<D> RareOf(D d, hn::VFromD<D> x) {
+    using T = hn::TFromD<D>;
+    return hn::Not(
+        hn::And(hn::Ge(x, hn::Set(d, T(1))), hn::Le(x, hn::Set(d, std::numeric_limits<T>::max()))));
+  }
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    const auto x = in[0];
+    rare[0] = RareOf(d, x);
+    // Rare lanes compute on 1.
+    const auto a = hn::IfThenElse(rare[0], hn::Set(d, 1.0), x);
+    out[0] = hyp_detail::LnRootSum<false>(d, tables, a);
+  }
+
+  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+};
+
+struct AtanhBody : UnaryRealBody<double> {
+  static constexpr HypFunction kFunc = HypFunction::kAtanh;
+  const char* name = vek::names::dAtanh;
+  log_detail::LnTablesD tables;
+
+  // |x| >= 1 (status 2 at 1, 1 beyond) and NaNs.
+  template <class D>
+  static HWY_INLINE hn::Mask<D> RareOf(D d, hn::VFromD<D> x) {
+    return hyp_detail::AtOrBeyond(d, x, hn::TFromD<D>(1));
+  }
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    const auto x = in[0];
+    rare[0] = RareOf(d, x);
+    const auto a = hn::IfThenZeroElse(rare[0], hn::Abs(x));
+    const auto one = hn::Set(d, 1.0);
+    // 1 + a and 1 - a as pairs (1 >= a), their quotient v by one reciprocal, corrected by its
+    // residual.
+    const auto num = hyp_detail::SumPair<D>(one, a, hn::Zero(d));
+    const auto den = hyp_detail::SumPair<D>(one, hn::Neg(a), hn::Zero(d));
+    const auto inv = hn::Div(one, den.hi);
+    const auto q = hn::Mul(num.hi, inv);
+    const auto residual = Fnma(d, q, den.lo, hn::Add(Fnma(d, q, den.hi, num.hi), num.lo));
+    const hyp_detail::Pair<D> v = {q, hn::Mul(residual, inv)};
+    const auto ln = hyp_detail::LnOf(d, tables, v, hn::MaskFromVec(hn::Zero(d)));
+    const auto half_ln = hn::Mul(ln, hn::Set(d, 0.5));
+    out[0] = hn::CopySign(hyp_detail::SeriesBelow(d, a, 1.0 / 3, half_ln), x);
+  }
+
+  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+};
+
+// ---------------------------------------------------------------------------------------------
 // Float bodies: the double body of `Wide` on each half, rounded once. Rare lanes are marked on
-// the float arguments: NaNs, and for Sinh and Cosh the arguments whose float results overflow or
-// come near it.
+// the float arguments, by the double body's rule with the float bounds.
 template <class Wide>
 struct HypFloatBody : UnaryRealBody<float> {
   static constexpr HypFunction kFunc = Wide::kFunc;
-  const char* name = kFunc == HypFunction::kSinh   ? vek::names::sSinh
-                     : kFunc == HypFunction::kCosh ? vek::names::sCosh
-                                                   : vek::names::sTanh;
+  static constexpr const char* kNames[] = {vek::names::sSinh,  vek::names::sCosh,
+                                           vek::names::sTanh,  vek::names::sAsinh,
+                                           vek::names::sAcosh, vek::names::sAtanh};
+  const char* name = kNames[static_cast<int>(kFunc)];
   Wide wide;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
-    if constexpr (kFunc == HypFunction::kTanh) {
-      rare[0] = hn::IsNaN(in[0]);
-    } else {
-      rare[0] = hyp_detail::AtOrBeyond(d, in[0], hyp_detail::kBound<float>);
-    }
+    rare[0] = Wide::RareOf(d, in[0]);
     RunWidened<1>(wide, d, in, out);
   }
 

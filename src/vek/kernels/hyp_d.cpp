@@ -1,5 +1,5 @@
-// Sinh, Cosh and Tanh kernels of double arrays, one per accuracy level (Sinh's EP slot holds
-// its LA kernel).
+// Hyperbolic kernels of double arrays: Sinh, Cosh and Tanh one per accuracy level (Sinh's EP slot
+// holds its LA kernel); Asinh, Acosh and Atanh one kernel, within HA, in every slot.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/hyp_d.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -18,6 +18,9 @@ void dCoshEP(int n, const double* a, double* r) { RunUnary(CoshBody<HypLevel::kE
 void dTanhHA(int n, const double* a, double* r) { RunUnary(TanhBody<HypLevel::kHA>{}, n, a, r); }
 void dTanhLA(int n, const double* a, double* r) { RunUnary(TanhBody<HypLevel::kLA>{}, n, a, r); }
 void dTanhEP(int n, const double* a, double* r) { RunUnary(TanhBody<HypLevel::kEP>{}, n, a, r); }
+void dAsinh(int n, const double* a, double* r) { RunUnary(AsinhBody{}, n, a, r); }
+void dAcosh(int n, const double* a, double* r) { RunUnary(AcoshBody{}, n, a, r); }
+void dAtanh(int n, const double* a, double* r) { RunUnary(AtanhBody{}, n, a, r); }
 
 }  // namespace oxl::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -34,6 +37,9 @@ HWY_EXPORT(dCoshEP);
 HWY_EXPORT(dTanhHA);
 HWY_EXPORT(dTanhLA);
 HWY_EXPORT(dTanhEP);
+HWY_EXPORT(dAsinh);
+HWY_EXPORT(dAcosh);
+HWY_EXPORT(dAtanh);
 
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dSinh_B3HAynn, dSinhHA, double)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dSinh_B3LAynn, dSinhLA, double)
@@ -43,5 +49,14 @@ OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dCosh_B3EPnnn, dCoshEP, double)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dTanh_B3HAynn, dTanhHA, double)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dTanh_B3LAynn, dTanhLA, double)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dTanh_B3EPnnn, dTanhEP, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dAsinh_B3HAynn, dAsinh, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dAsinh_B3LAynn, dAsinh, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dAsinh_B3EPnnn, dAsinh, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dAcosh_B3HAynn, dAcosh, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dAcosh_B3LAynn, dAcosh, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dAcosh_B3EPnnn, dAcosh, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dAtanh_B3HAynn, dAtanh, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dAtanh_B3LAynn, dAtanh, double)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_dAtanh_B3EPnnn, dAtanh, double)
 }  // namespace oxl
 #endif

@@ -1,6 +1,6 @@
-// Sinh, Cosh and Tanh kernels of float arrays, computed in double and rounded once (see
-// HypFloatBody). The double EP bodies are within 2^-29 of the result, so the rounding to float
-// leaves at most 0.53 ulp and one kernel serves every slot.
+// Hyperbolic kernels of float arrays, computed in double and rounded once (see HypFloatBody), one
+// kernel in every slot: Sinh, Cosh and Tanh by the double EP bodies, within 2^-29 of the result,
+// so that the rounding to float leaves at most 0.53 ulp; the inverses by the double kernels.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/hyp_s.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -20,6 +20,9 @@ void sCosh(int n, const float* a, float* r) {
 void sTanh(int n, const float* a, float* r) {
   RunUnary(HypFloatBody<TanhBody<HypLevel::kEP>>{}, n, a, r);
 }
+void sAsinh(int n, const float* a, float* r) { RunUnary(HypFloatBody<AsinhBody>{}, n, a, r); }
+void sAcosh(int n, const float* a, float* r) { RunUnary(HypFloatBody<AcoshBody>{}, n, a, r); }
+void sAtanh(int n, const float* a, float* r) { RunUnary(HypFloatBody<AtanhBody>{}, n, a, r); }
 
 }  // namespace oxl::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -31,6 +34,9 @@ namespace oxl {
 HWY_EXPORT(sSinh);
 HWY_EXPORT(sCosh);
 HWY_EXPORT(sTanh);
+HWY_EXPORT(sAsinh);
+HWY_EXPORT(sAcosh);
+HWY_EXPORT(sAtanh);
 
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sSinh_B3HAynn, sSinh, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sSinh_B3LAynn, sSinh, float)
@@ -40,5 +46,14 @@ OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCosh_B3EPnnn, sCosh, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTanh_B3HAynn, sTanh, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTanh_B3LAynn, sTanh, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTanh_B3EPnnn, sTanh, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAsinh_B3HAynn, sAsinh, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAsinh_B3LAynn, sAsinh, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAsinh_B3EPnnn, sAsinh, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAcosh_B3HAynn, sAcosh, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAcosh_B3LAynn, sAcosh, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAcosh_B3EPnnn, sAcosh, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAtanh_B3HAynn, sAtanh, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAtanh_B3LAynn, sAtanh, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAtanh_B3EPnnn, sAtanh, float)
 }  // namespace oxl
 #endif
