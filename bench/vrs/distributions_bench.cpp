@@ -1,29 +1,34 @@
-// Gaussian (each method) and Exponential numbers, double and float, beside std::normal_distribution
-// and std::exponential_distribution over std::mt19937, all on MT19937 uniforms, at an L1-sized and
-// a memory-sized request. numpy's standard_normal and standard_exponential run beside these
-// through bench/vrs_vs_numpy.py. Compare items_per_second within a group: dist/oxl_<...> against
-// dist/std_<...>.
+// Every continuous law and Gaussian method, double and float, on three generators (MT19937,
+// MCG59, Philox4x32-10), beside the C++ standard library's distributions over std::mt19937_64, at
+// an L1-sized and a memory-sized request. numpy's Generator and RandomState run beside these
+// through bench/vrs_vs_numpy.py, which prints the ratios. Names:
+// dist/<side>_<law>_<type>_<generator>/<count>, the law with its method where it has several.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
 #include <random>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "oxl/vrs.h"
 
 namespace {
 
-void DistSizes(benchmark::internal::Benchmark* b) { b->Arg(1000)->Arg(1000000); }
+void DistSizes(benchmark::internal::Benchmark* b) { b->Arg(1000)->Arg(10000000); }
 
 template <class T>
-void Oxl(benchmark::State& state, int32_t (*gen)(StreamRecord*, int32_t, T*)) {
+using Law = int32_t (*)(StreamRecord*, int32_t, T*);
+
+template <class T>
+void Oxl(benchmark::State& state, int32_t brng, Law<T> law, int32_t per_item) {
   const auto n = static_cast<int32_t>(state.range(0));
   StreamRecord* s = nullptr;
   const uint32_t seed = 777;
-  __vrsNewStreamEx(&s, OXL_BRNG_MT19937, 1, &seed);
-  std::vector<T> r(n);
+  __vrsNewStreamEx(&s, brng, 1, &seed);
+  std::vector<T> r(static_cast<size_t>(n) * per_item);
   for (auto _ : state) {
-    gen(s, n, r.data());
+    law(s, n, r.data());
     benchmark::DoNotOptimize(r.data());
     benchmark::ClobberMemory();
   }
@@ -32,11 +37,10 @@ void Oxl(benchmark::State& state, int32_t (*gen)(StreamRecord*, int32_t, T*)) {
 }
 
 template <class Dist>
-void Std(benchmark::State& state) {
+void Std(benchmark::State& state, Dist dist) {
   using T = typename Dist::result_type;
   const auto n = static_cast<size_t>(state.range(0));
-  std::mt19937 engine(777);
-  Dist dist;
+  std::mt19937_64 engine(777);
   std::vector<T> r(n);
   for (auto _ : state) {
     for (size_t i = 0; i < n; ++i) r[i] = dist(engine);
@@ -46,38 +50,124 @@ void Std(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(n));
 }
 
-template <int kMethod>
-int32_t GaussianD(StreamRecord* s, int32_t n, double* r) {
-  return _vrsdRngGaussian(kMethod, s, n, r, 0.0, 1.0);
-}
-template <int kMethod>
-int32_t GaussianS(StreamRecord* s, int32_t n, float* r) {
-  return _vrssRngGaussian(kMethod, s, n, r, 0.0f, 1.0f);
-}
-int32_t ExponentialD(StreamRecord* s, int32_t n, double* r) {
-  return _vrsdRngExponential(0, s, n, r, 0.0, 1.0);
-}
-int32_t ExponentialS(StreamRecord* s, int32_t n, float* r) {
-  return _vrssRngExponential(0, s, n, r, 0.0f, 1.0f);
+// The entries of each precision, by one list.
+template <class T>
+struct Entries;
+#define OXL_DIST_ENTRIES(T, p)                                   \
+  template <>                                                    \
+  struct Entries<T> {                                            \
+    static constexpr auto uniform = _vrs##p##RngUniform;         \
+    static constexpr auto gaussian = _vrs##p##RngGaussian;       \
+    static constexpr auto exponential = _vrs##p##RngExponential; \
+    static constexpr auto laplace = _vrs##p##RngLaplace;         \
+    static constexpr auto weibull = _vrs##p##RngWeibull;         \
+    static constexpr auto cauchy = _vrs##p##RngCauchy;           \
+    static constexpr auto rayleigh = _vrs##p##RngRayleigh;       \
+    static constexpr auto lognormal = _vrs##p##RngLognormal;     \
+    static constexpr auto gumbel = _vrs##p##RngGumbel;           \
+  };
+OXL_DIST_ENTRIES(double, d)
+OXL_DIST_ENTRIES(float, s)
+#undef OXL_DIST_ENTRIES
+
+// The parameters of each law are the ones numpy's calls take in bench/vrs_vs_numpy.py: unit
+// scales, shape 2 for Weibull.
+template <class T>
+struct Laws {
+  using E = Entries<T>;
+  static int32_t Uniform(StreamRecord* s, int32_t n, T* r) { return E::uniform(0, s, n, r, 0, 1); }
+  template <int kMethod>
+  static int32_t Gaussian(StreamRecord* s, int32_t n, T* r) {
+    return E::gaussian(kMethod, s, n, r, 0, 1);
+  }
+  static int32_t Exponential(StreamRecord* s, int32_t n, T* r) {
+    return E::exponential(0, s, n, r, 0, 1);
+  }
+  static int32_t Laplace(StreamRecord* s, int32_t n, T* r) { return E::laplace(0, s, n, r, 0, 1); }
+  static int32_t Weibull(StreamRecord* s, int32_t n, T* r) {
+    return E::weibull(0, s, n, r, 2, 0, 1);
+  }
+  static int32_t Cauchy(StreamRecord* s, int32_t n, T* r) { return E::cauchy(0, s, n, r, 0, 1); }
+  static int32_t Rayleigh(StreamRecord* s, int32_t n, T* r) {
+    return E::rayleigh(0, s, n, r, 0, 1);
+  }
+  static int32_t Lognormal(StreamRecord* s, int32_t n, T* r) {
+    return E::lognormal(0, s, n, r, 0, 1, 0, 1);
+  }
+  static int32_t Gumbel(StreamRecord* s, int32_t n, T* r) { return E::gumbel(0, s, n, r, 0, 1); }
+};
+
+// Ten components per item, a full lower factor with ones on the diagonal and halves below.
+int32_t GaussianMV10(StreamRecord* s, int32_t n, double* r) {
+  static const std::vector<double> mean(10, 0.0);
+  static const std::vector<double> factor = [] {
+    std::vector<double> t(100, 0.0);
+    for (int i = 0; i < 10; ++i)
+      for (int j = 0; j <= i; ++j) t[i * 10 + j] = i == j ? 1.0 : 0.5;
+    return t;
+  }();
+  return _vrsdRngGaussianMV(OXL_RNG_GAUSSIAN_BOXMULLER2, s, n, r, 10, MatrixFull, mean.data(),
+                            factor.data());
 }
 
-// Names dist/<side>_<law>[_<method>]_<type>/<count>, which bench/vrs_vs_numpy.py reads.
+template <class T>
+void RegisterType(const char* type) {
+  using L = Laws<T>;
+  struct Row {
+    const char* law;
+    Law<T> fn;
+  };
+  const Row rows[] = {
+      {"uniform", &L::Uniform},
+      {"gaussian-boxmuller", &L::template Gaussian<OXL_RNG_GAUSSIAN_BOXMULLER>},
+      {"gaussian-boxmuller2", &L::template Gaussian<OXL_RNG_GAUSSIAN_BOXMULLER2>},
+      {"gaussian-icdf", &L::template Gaussian<OXL_RNG_GAUSSIAN_ICDF>},
+      {"exponential", &L::Exponential},
+      {"laplace", &L::Laplace},
+      {"weibull", &L::Weibull},
+      {"cauchy", &L::Cauchy},
+      {"rayleigh", &L::Rayleigh},
+      {"lognormal", &L::Lognormal},
+      {"gumbel", &L::Gumbel},
+  };
+  const struct {
+    const char* name;
+    int32_t brng;
+  } generators[] = {
+      {"mt19937", OXL_BRNG_MT19937}, {"mcg59", OXL_BRNG_MCG59}, {"philox", OXL_BRNG_PHILOX4X32X10}};
+  for (const auto& g : generators) {
+    for (const Row& row : rows) {
+      const std::string name = std::string("dist/oxl_") + row.law + "_" + type + "_" + g.name;
+      benchmark::RegisterBenchmark(name.c_str(), Oxl<T>, g.brng, row.fn, 1)->Apply(DistSizes);
+    }
+  }
+  const std::string tail = std::string("_") + type + "_mt19937-64";
+  auto std_row = [&](const char* law, auto dist) {
+    benchmark::RegisterBenchmark(("dist/std_" + std::string(law) + tail).c_str(),
+                                 Std<decltype(dist)>, dist)
+        ->Apply(DistSizes);
+  };
+  std_row("uniform", std::uniform_real_distribution<T>());
+  std_row("gaussian", std::normal_distribution<T>());
+  std_row("exponential", std::exponential_distribution<T>());
+  std_row("weibull", std::weibull_distribution<T>(T(2), T(1)));
+  std_row("cauchy", std::cauchy_distribution<T>());
+  std_row("lognormal", std::lognormal_distribution<T>());
+  // The largest-extreme law: the mirror of ours, drawn by the same arithmetic.
+  std_row("gumbel", std::extreme_value_distribution<T>());
+}
+
 const bool kRegistered = [] {
-  using benchmark::RegisterBenchmark;
-  RegisterBenchmark("dist/oxl_gaussian_boxmuller_d", Oxl<double>, &GaussianD<0>)->Apply(DistSizes);
-  RegisterBenchmark("dist/oxl_gaussian_boxmuller2_d", Oxl<double>, &GaussianD<1>)->Apply(DistSizes);
-  RegisterBenchmark("dist/oxl_gaussian_icdf_d", Oxl<double>, &GaussianD<2>)->Apply(DistSizes);
-  RegisterBenchmark("dist/std_gaussian_d", Std<std::normal_distribution<double>>)->Apply(DistSizes);
-  RegisterBenchmark("dist/oxl_gaussian_boxmuller_s", Oxl<float>, &GaussianS<0>)->Apply(DistSizes);
-  RegisterBenchmark("dist/oxl_gaussian_boxmuller2_s", Oxl<float>, &GaussianS<1>)->Apply(DistSizes);
-  RegisterBenchmark("dist/oxl_gaussian_icdf_s", Oxl<float>, &GaussianS<2>)->Apply(DistSizes);
-  RegisterBenchmark("dist/std_gaussian_s", Std<std::normal_distribution<float>>)->Apply(DistSizes);
-  RegisterBenchmark("dist/oxl_exponential_d", Oxl<double>, &ExponentialD)->Apply(DistSizes);
-  RegisterBenchmark("dist/std_exponential_d", Std<std::exponential_distribution<double>>)
-      ->Apply(DistSizes);
-  RegisterBenchmark("dist/oxl_exponential_s", Oxl<float>, &ExponentialS)->Apply(DistSizes);
-  RegisterBenchmark("dist/std_exponential_s", Std<std::exponential_distribution<float>>)
-      ->Apply(DistSizes);
+  RegisterType<double>("d");
+  RegisterType<float>("s");
+  for (const auto& [name, brng] :
+       {std::pair{"mt19937", OXL_BRNG_MT19937}, std::pair{"mcg59", OXL_BRNG_MCG59},
+        std::pair{"philox", OXL_BRNG_PHILOX4X32X10}}) {
+    benchmark::RegisterBenchmark((std::string("dist/oxl_gaussianmv10_d_") + name).c_str(),
+                                 Oxl<double>, brng, &GaussianMV10, 10)
+        ->Arg(1000)
+        ->Arg(1000000);
+  }
   return true;
 }();
 

@@ -77,25 +77,26 @@ struct FloatTail {
   }
 };
 
-// a^b for floats, in double: one-part ln a from the logarithm kernels (-ln c to 40 bits, 2^-41:
-// below 2^-36 of any logarithm whose table entry is not 0, so 2^-29.5 of the result at
-// |w| < 87; EP with their short polynomial), w rounded once, e^w by the exponential's table without
-// T_lo and Taylor's terms of e^r to r^4 (HA: r^5 / 120 is below 2^-29.5 on |r| <= ln 2 / 16) or r^3
-// (EP: 2^-22.7), and the result rounded once to float. Lanes off the fast path come out as NaN,
-// which no fast lane gives.
-template <PowLevel kLevel, class D, class LnTables, class ExpTables>
-HWY_INLINE hn::VFromD<D> PowFloatInDouble(D dd, const LnTables& ln, const ExpTables& exp,
-                                          hn::VFromD<D> a, hn::VFromD<D> b) {
-  constexpr bool kHA = kLevel == PowLevel::kHA;
-  using Tail = std::conditional_t<kHA, FloatTail, log_detail::Tail<double, LogLevel::kEP>>;
-  const auto lg = log_detail::Evaluate<double, LogFunction::kLn, LogLevel::kEP, Tail>(
+// a^b in double with one-part terms: ln a from the logarithm kernels with the tail P, w = b ln a
+// rounded once, e^w by the exponential's table without T_lo and Taylor's terms of e^r to r^4
+// (kLong: r^5 / 120 is below 2^-29.5 on |r| <= ln 2 / 16) or r^3 (2^-22.7). Lanes off the fast
+// path (a not positive normal, |w| not below `bound`) come out as NaN, which no fast lane gives.
+//   Float HA and EP: ln a at EP (-ln c to 40 bits, 2^-41: below 2^-36 of any logarithm whose
+//   table entry is not 0, so 2^-29.5 of the result at |w| < 87), HA with Taylor's tail to r^7,
+//   EP with the logarithm's short polynomial and r^3; the result is rounded once to float.
+//   Double EP: ln a at LA, within about an ulp, so that w's error stays near 2^-43 of 1 up to
+//   |w| = 745 and Taylor's r^5 term is most of the result's error.
+template <LogLevel kLnLevel, class P, bool kLong, class D, class LnTables, class ExpTables>
+HWY_INLINE hn::VFromD<D> PowOnePart(D dd, const LnTables& ln, const ExpTables& exp, hn::VFromD<D> a,
+                                    hn::VFromD<D> b, double bound) {
+  const auto lg = log_detail::Evaluate<double, LogFunction::kLn, kLnLevel, P>(
       dd, ln, log_detail::SplitOf(dd, a), hn::Zero(dd));
   const auto w = hn::Mul(b, lg);
-  const auto fast = hn::And(PositiveNormal(dd, a), hn::Lt(hn::Abs(w), hn::Set(dd, kFloatBound)));
-  const auto red = exp_detail::Reduce<8, kHA>(dd, hn::IfThenElseZero(fast, w));
+  const auto fast = hn::And(PositiveNormal(dd, a), hn::Lt(hn::Abs(w), hn::Set(dd, bound)));
+  const auto red = exp_detail::Reduce<8, kLong>(dd, hn::IfThenElseZero(fast, w));
   const auto s = exp_detail::ScaledHi<8>(dd, exp.hi, red.z);
   const auto q =
-      kHA ? Horner(dd, red.r, 1.0, 0.5, 1.0 / 6, 1.0 / 24) : Horner(dd, red.r, 1.0, 0.5, 1.0 / 6);
+      kLong ? Horner(dd, red.r, 1.0, 0.5, 1.0 / 6, 1.0 / 24) : Horner(dd, red.r, 1.0, 0.5, 1.0 / 6);
   const auto result = Fma(dd, hn::Mul(red.r, q), s, s);
   return hn::IfThenElse(fast, result, hn::Set(dd, std::numeric_limits<double>::quiet_NaN()));
 }
@@ -106,6 +107,11 @@ struct TablesOf {
   using Ln = LnTablesD;
   using Exp = exp_detail::Tables<double, 8, true>;
 };
+template <>
+struct TablesOf<double, PowLevel::kEP> {
+  using Ln = log_detail::RcpTables<double, LogLevel::kLA>;
+  using Exp = exp_detail::Tables<double, 8, false>;
+};
 template <PowLevel kLevel>
 struct TablesOf<float, kLevel> {
   using Ln = log_detail::RcpTables<double, LogLevel::kEP>;
@@ -115,14 +121,23 @@ struct TablesOf<float, kLevel> {
 template <class T, PowLevel kLevel, class D, class Ln, class Exp>
 HWY_INLINE hn::VFromD<D> Pow(D d, const Ln& ln, const Exp& exp, hn::VFromD<D> a, hn::VFromD<D> b,
                              hn::Mask<D>& rare) {
-  if constexpr (sizeof(T) == 8) {
+  constexpr bool kHA = kLevel == PowLevel::kHA;
+  if constexpr (sizeof(T) == 8 && kHA) {
     return PowDouble(d, ln, exp, a, b, rare);
+  } else if constexpr (sizeof(T) == 8) {
+    const auto r = PowOnePart<LogLevel::kLA, log_detail::Tail<double, LogLevel::kLA>, true>(
+        d, ln, exp, a, b, exp_detail::Consts<double>::kExpBound);
+    rare = hn::IsNaN(r);
+    return r;
   } else {
+    using Tail = std::conditional_t<kHA, FloatTail, log_detail::Tail<double, LogLevel::kEP>>;
     const hn::VFromD<D> args[2] = {a, b};
     hn::VFromD<D> r;
-    RunWidened<1, 2>([&](auto dd, const auto* w, auto* out,
-                         auto*) { out[0] = PowFloatInDouble<kLevel>(dd, ln, exp, w[0], w[1]); },
-                     d, args, &r);
+    RunWidened<1, 2>(
+        [&](auto dd, const auto* w, auto* out, auto*) {
+          out[0] = PowOnePart<LogLevel::kEP, Tail, kHA>(dd, ln, exp, w[0], w[1], kFloatBound);
+        },
+        d, args, &r);
     rare = hn::IsNaN(r);
     return r;
   }
@@ -130,9 +145,9 @@ HWY_INLINE hn::VFromD<D> Pow(D d, const Ln& ln, const Exp& exp, hn::VFromD<D> a,
 
 }  // namespace pow_detail
 
-// Pow: a^b of two arrays. The double kernels are HA in every slot (the pair arithmetic is what
-// keeps any level's bound near the ends of the range); float HA and LA share one kernel, EP has
-// the logarithm's shorter polynomial.
+// Pow: a^b of two arrays. Double HA and LA share the pair arithmetic (below it, the error of ln a
+// times |w| near the ends of the range exceeds LA's bound); double EP has one-part terms. Float HA
+// and LA share one kernel, EP has the logarithm's shorter polynomial.
 template <class T, PowLevel kLevel>
 struct PowBody : BinaryRealBody<T> {
   const char* name = OXL_VEK_REAL_NAME(T, Pow);

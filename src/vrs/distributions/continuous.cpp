@@ -36,68 +36,95 @@ void Negate(T* r, int32_t n) {
     oxl::platform::StoreElement<T>(r, i, -oxl::platform::LoadElement(r, i));
 }
 
-template <class T>
-int32_t Exponential(StreamRecord* s, int32_t n, T* r, T a, T beta) {
-  const CallbackScope scope(&LnCallBackAny<T>);
-  const int32_t status = Uniform(s, n, r, T(0), T(1));
-  if (status < 0) return status;
-  Vm<T>::Ln(n, r);
-  PassesFor<T>().affine_floor(r, n, -beta, a);
+// Blocks of this many outputs keep the uniforms and every pass over them in the first cache level.
+constexpr int32_t kBlock = 1024;
+
+// Draws n uniforms on [lo, hi) into r a block at a time and runs `transform(m, block)` over each
+// block as soon as it is drawn. Every generator gives the same sequence however a request is
+// split, so the outputs are those of one pass over the whole array, at a fraction of the memory
+// traffic.
+template <class T, class Transform>
+int32_t Blocked(StreamRecord* s, int32_t n, T* r, T lo, T hi, const Transform& transform) {
+  // No outputs: the generator still sees the count, and does for it what it does.
+  if (n <= 0) return Uniform(s, n, r, lo, hi);
+  int32_t status = 0;
+  for (int32_t done = 0; done < n; done += kBlock) {
+    const int32_t m = std::min(kBlock, n - done);
+    status = Uniform(s, m, r + done, lo, hi);
+    if (status < 0) return status;
+    transform(m, r + done);
+  }
   return status;
 }
 
 template <class T>
+int32_t Exponential(StreamRecord* s, int32_t n, T* r, T a, T beta) {
+  const CallbackScope scope(&LnCallBackAny<T>);
+  return Blocked(s, n, r, T(0), T(1), [&](int32_t m, T* x) {
+    Vm<T>::Ln(m, x);
+    PassesFor<T>().affine_floor(x, m, -beta, a);
+  });
+}
+
+// ln of a unit exponential, which is -ln(u) at least 0.
+template <class T>
 int32_t Gumbel(StreamRecord* s, int32_t n, T* r, T a, T beta) {
   const CallbackScope scope(&LnCallBackAny<T>);
-  const int32_t status = Exponential(s, n, r, T(0), T(1));
-  if (status < 0) return status;
-  Vm<T>::Ln(n, r);
-  PassesFor<T>().affine(r, n, beta, a);
-  return status;
+  return Blocked(s, n, r, T(0), T(1), [&](int32_t m, T* x) {
+    Vm<T>::Ln(m, x);
+    PassesFor<T>().affine_floor(x, m, T(-1), T(0));
+    Vm<T>::Ln(m, x);
+    PassesFor<T>().affine(x, m, beta, a);
+  });
 }
 
 template <class T>
 int32_t Rayleigh(StreamRecord* s, int32_t n, T* r, T a, T beta) {
   const CallbackScope scope(&LnCallBackPole<T>);
-  const int32_t status = Uniform(s, n, r, T(0), T(1));
-  if (status < 0) return status;
-  Vm<T>::Ln(n, r);
-  Negate(r, n);
-  Vm<T>::Sqrt(n, r);
-  PassesFor<T>().affine_floor(r, n, beta, a);
-  return status;
+  return Blocked(s, n, r, T(0), T(1), [&](int32_t m, T* x) {
+    Vm<T>::Ln(m, x);
+    Negate(x, m);
+    Vm<T>::Sqrt(m, x);
+    PassesFor<T>().affine_floor(x, m, beta, a);
+  });
 }
 
 template <class T>
 int32_t Weibull(StreamRecord* s, int32_t n, T* r, T alpha, T a, T beta) {
   const CallbackScope scope(&LnCallBackPole<T>);
-  const int32_t status = Uniform(s, n, r, T(0), T(1));
-  if (status < 0) return status;
-  Vm<T>::Ln(n, r);
-  Negate(r, n);
-  if (alpha != T(1)) Vm<T>::Powx(n, r, T(1) / alpha);
-  PassesFor<T>().affine_floor(r, n, beta, a);
-  return status;
+  return Blocked(s, n, r, T(0), T(1), [&](int32_t m, T* x) {
+    Vm<T>::Ln(m, x);
+    Negate(x, m);
+    if (alpha != T(1)) Vm<T>::Powx(m, x, T(1) / alpha);
+    PassesFor<T>().affine_floor(x, m, beta, a);
+  });
 }
 
 // Tan of the ends of (-pi/2, pi/2) is large but finite, so no callback is needed.
 template <class T>
 int32_t Cauchy(StreamRecord* s, int32_t n, T* r, T a, T beta) {
   constexpr T kHalfPi = T(1.5707963267948966);
-  const int32_t status = Uniform(s, n, r, -kHalfPi, kHalfPi);
-  if (status < 0) return status;
-  Vm<T>::Tan(n, r);
-  PassesFor<T>().affine(r, n, beta, a);
-  return status;
+  return Blocked(s, n, r, -kHalfPi, kHalfPi, [&](int32_t m, T* x) {
+    Vm<T>::Tan(m, x);
+    PassesFor<T>().affine(x, m, beta, a);
+  });
 }
 
+// The Gaussian methods, too, give the same sequence however a request is split (BoxMuller2 carries
+// an odd output's partner on the stream), so blocks of the Gaussian keep the exponential's pass in
+// the cache.
 template <class T>
 int32_t Lognormal(int32_t method, StreamRecord* s, int32_t n, T* r, T a, T sigma, T b, T beta) {
   const int32_t gaussian_method = method == 0 ? OXL_RNG_GAUSSIAN_BOXMULLER2 : OXL_RNG_GAUSSIAN_ICDF;
-  const int32_t status = Gaussian(gaussian_method, s, n, r, a, sigma);
-  if (status < 0) return status;
-  Vm<T>::Exp(n, r);
-  PassesFor<T>().affine_floor(r, n, beta, b);
+  if (n <= 0) return Gaussian(gaussian_method, s, n, r, a, sigma);
+  int32_t status = 0;
+  for (int32_t done = 0; done < n; done += kBlock) {
+    const int32_t m = std::min(kBlock, n - done);
+    status = Gaussian(gaussian_method, s, m, r + done, a, sigma);
+    if (status < 0) return status;
+    Vm<T>::Exp(m, r + done);
+    PassesFor<T>().affine_floor(r + done, m, beta, b);
+  }
   return status;
 }
 
@@ -106,7 +133,6 @@ int32_t Lognormal(int32_t method, StreamRecord* s, int32_t n, T* r, T a, T sigma
 // in the first cache level.
 template <class T>
 int32_t Laplace(StreamRecord* s, int32_t n, T* r, T a, T beta) {
-  constexpr int32_t kBlock = 1024;
   const CallbackScope scope(&LnCallBackAny<T>);
   alignas(64) T buffer[2 * kBlock];
   // No outputs: the generator still sees the count, and does for it what it does.

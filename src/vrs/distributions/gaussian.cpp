@@ -78,8 +78,8 @@ void Radius(int32_t n, T* u) {
 }
 
 // Blocks of up to 1024 outputs. The 2m uniforms of a block fill `buffer`; the even ones (radius)
-// move to their own array and the odd ones (angle) are compacted at the buffer's front: three
-// arrays of 1024 numbers in all.
+// move to their own array and the odd ones (angle), times 2 pi, are compacted at the buffer's
+// front: three arrays of 1024 numbers in all.
 template <class T>
 int32_t BoxMuller(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
   constexpr int32_t kBlock = 1024;
@@ -92,9 +92,8 @@ int32_t BoxMuller(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
     if (status < 0) return status;
     for (int32_t i = 0; i < m; ++i) {
       radius[i] = buffer[2 * i];
-      buffer[i] = buffer[2 * i + 1];
+      buffer[i] = buffer[2 * i + 1] * Constants<T>::kTwoPi;
     }
-    for (int32_t i = 0; i < m; ++i) buffer[i] *= Constants<T>::kTwoPi;
     Vm<T>::Sin(m, buffer);
     Radius(m, radius);
     PassesFor<T>().scaled_product(r + done, radius, buffer, m, sigma, a);

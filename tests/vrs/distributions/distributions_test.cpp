@@ -196,8 +196,8 @@ TEST(Distributions, LognormalMethods) {
 }
 
 // Every output depends only on the outputs before it: one call equals calls of any lengths.
-// BoxMuller2 carries its odd pair across calls and through a stream copy; Laplace's blocks and
-// BoxMuller's blocks do not show.
+// BoxMuller2 carries its odd pair across calls and through a stream copy; the blocks in which
+// every law works do not show.
 TEST(Distributions, CutsOfARequestGiveTheSameNumbers) {
   const int32_t cuts[] = {1, 1, 3, 1024, 1025, 2, 7, 2047, 1, 513, 600};
   int32_t total = 0;
