@@ -410,12 +410,18 @@ constexpr UnaryFunction<float> kSAcosh{"sAcosh", kAcoshRange};
 constexpr UnaryFunction<float> kSAtanh{"sAtanh", kAtanhRange};
 
 OXL_BENCH(kDAsinh, "oxl_HA", oxl_vek_kernel_dAsinh_B3HAynn);
+OXL_BENCH(kDAsinh, "oxl_LA", oxl_vek_kernel_dAsinh_B3LAynn);
+OXL_BENCH(kDAsinh, "oxl_EP", oxl_vek_kernel_dAsinh_B3EPnnn);
 OXL_BENCH(kDAsinh, "libmvec_avx2", peers::LibmvecAsinhAvx2, kAvx2);
 OXL_BENCH(kDAsinh, "sleef_u10_avx2", peers::SleefAsinhU10Avx2, kAvx2);
 OXL_BENCH(kDAcosh, "oxl_HA", oxl_vek_kernel_dAcosh_B3HAynn);
+OXL_BENCH(kDAcosh, "oxl_LA", oxl_vek_kernel_dAcosh_B3LAynn);
+OXL_BENCH(kDAcosh, "oxl_EP", oxl_vek_kernel_dAcosh_B3EPnnn);
 OXL_BENCH(kDAcosh, "libmvec_avx2", peers::LibmvecAcoshAvx2, kAvx2);
 OXL_BENCH(kDAcosh, "sleef_u10_avx2", peers::SleefAcoshU10Avx2, kAvx2);
 OXL_BENCH(kDAtanh, "oxl_HA", oxl_vek_kernel_dAtanh_B3HAynn);
+OXL_BENCH(kDAtanh, "oxl_LA", oxl_vek_kernel_dAtanh_B3LAynn);
+OXL_BENCH(kDAtanh, "oxl_EP", oxl_vek_kernel_dAtanh_B3EPnnn);
 OXL_BENCH(kDAtanh, "libmvec_avx2", peers::LibmvecAtanhAvx2, kAvx2);
 OXL_BENCH(kDAtanh, "sleef_u10_avx2", peers::SleefAtanhU10Avx2, kAvx2);
 OXL_BENCH(kSAsinh, "oxl", oxl_vek_kernel_sAsinh_B3HAynn);

@@ -366,6 +366,58 @@ struct AtanhBody : UnaryRealBody<double> {
   static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
 };
 
+// LA and EP of the inverses: log1p(u) by the logarithm kernels' one-part evaluation of the level,
+// 1 + u's rounding error its addend, with u free of cancellation:
+//   asinh a = log1p(a + a^2 / (1 + sqrt(a^2 + 1))),  acosh x = log1p(t + sqrt(t (t + 2))),
+//   t = x - 1 (exact from 1 to 2, and where x^2 - 1 cancels),  atanh a = log1p(2a / (1 - a)) / 2.
+// From 2^28 on, ln 2a as at HA.
+template <class Ha, HypLevel kLevel>
+struct InverseOnePartBody : UnaryRealBody<double> {
+  static constexpr HypFunction kFunc = Ha::kFunc;
+  static constexpr LogLevel kLogLevel = kLevel == HypLevel::kLA ? LogLevel::kLA : LogLevel::kEP;
+  const char* name = Ha{}.name;
+  log_detail::RcpTables<double, kLogLevel> tables;
+
+  template <class D>
+  static HWY_INLINE hn::Mask<D> RareOf(D d, hn::VFromD<D> x) {
+    return Ha::RareOf(d, x);
+  }
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    const auto x = in[0];
+    rare[0] = RareOf(d, x);
+    const auto one = hn::Set(d, 1.0);
+    const bool acosh = kFunc == HypFunction::kAcosh;
+    // Rare lanes compute on 0 (acosh: on 1).
+    const auto a =
+        acosh ? hn::IfThenElse(rare[0], one, x) : hn::IfThenZeroElse(rare[0], hn::Abs(x));
+    const auto doubled = hn::Ge(a, hn::Set(d, hyp_detail::kDoubled));
+    const auto ac = hn::Min(a, hn::Set(d, hyp_detail::kDoubled));
+    hn::Vec<D> u;
+    if constexpr (kFunc == HypFunction::kAsinh) {
+      const auto sq = hn::Mul(ac, ac);
+      u = hn::Add(ac, hn::Div(sq, hn::Add(one, hn::Sqrt(hn::Add(sq, one)))));
+    } else if constexpr (kFunc == HypFunction::kAcosh) {
+      const auto t = hn::Sub(ac, one);
+      u = hn::Add(t, hn::Sqrt(hn::Mul(t, hn::Add(t, hn::Set(d, 2.0)))));
+    } else {
+      u = hn::Div(hn::Add(ac, ac), hn::Sub(one, ac));
+    }
+    const auto v = hn::Add(one, u);
+    const auto lo = hn::Sub(hn::Min(u, one), hn::Sub(v, hn::Max(u, one)));
+    auto split = log_detail::SplitOf(d, hn::IfThenElse(doubled, a, v));
+    split.e = hn::Add(split.e, hn::IfThenElseZero(doubled, one));
+    auto result = log_detail::Evaluate<double, LogFunction::kLog1p, kLogLevel>(
+        d, tables, split, hn::IfThenZeroElse(doubled, lo));
+    if constexpr (kFunc == HypFunction::kAtanh) result = hn::Mul(result, hn::Set(d, 0.5));
+    // asinh and atanh are odd, and -0 and the denormals keep their sign and value.
+    out[0] = acosh ? result : hn::CopySign(result, x);
+  }
+
+  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+};
+
 // ---------------------------------------------------------------------------------------------
 // Float bodies: the double body of `Wide` on each half, rounded once. Rare lanes are marked on
 // the float arguments, by the double body's rule with the float bounds.

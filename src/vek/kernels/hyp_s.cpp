@@ -1,6 +1,6 @@
 // Hyperbolic kernels of float arrays, computed in double and rounded once (see HypFloatBody), one
-// kernel in every slot: Sinh, Cosh and Tanh by the double EP bodies, within 2^-29 of the result,
-// so that the rounding to float leaves at most 0.53 ulp; the inverses by the double kernels.
+// kernel in every slot: the double EP bodies, within 2^-29 of the result, so that the rounding to
+// float leaves at most 0.53 ulp.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/hyp_s.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -20,9 +20,11 @@ void sCosh(int n, const float* a, float* r) {
 void sTanh(int n, const float* a, float* r) {
   RunUnary(HypFloatBody<TanhBody<HypLevel::kEP>>{}, n, a, r);
 }
-void sAsinh(int n, const float* a, float* r) { RunUnary(HypFloatBody<AsinhBody>{}, n, a, r); }
-void sAcosh(int n, const float* a, float* r) { RunUnary(HypFloatBody<AcoshBody>{}, n, a, r); }
-void sAtanh(int n, const float* a, float* r) { RunUnary(HypFloatBody<AtanhBody>{}, n, a, r); }
+template <class Ha>
+using InverseEP = HypFloatBody<InverseOnePartBody<Ha, HypLevel::kEP>>;
+void sAsinh(int n, const float* a, float* r) { RunUnary(InverseEP<AsinhBody>{}, n, a, r); }
+void sAcosh(int n, const float* a, float* r) { RunUnary(InverseEP<AcoshBody>{}, n, a, r); }
+void sAtanh(int n, const float* a, float* r) { RunUnary(InverseEP<AtanhBody>{}, n, a, r); }
 
 }  // namespace oxl::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
