@@ -461,6 +461,82 @@ OXL_BENCH(kSAcos, "oxl_EP", oxl_vek_kernel_sAcos_B3EPnnn);
 OXL_BENCH(kSAcos, "libmvec_avx2", peers::LibmvecAcosAvx2, kAvx2);
 OXL_BENCH(kSAcos, "sleef_u10_avx2", peers::SleefAcosU10Avx2, kAvx2);
 OXL_BENCH(kSAcos, "sleef_u35_avx2", peers::SleefAcosU35Avx2, kAvx2);
+// sinh, cosh and tanh on [-20, 20]: every contestant's ordinary path, both sides of sinh's switch
+// to its series at 1/2 and tanh's saturation from 19.06 (9.01 for floats).
+constexpr Range kHypRange{-20.0, 20.0};
+constexpr UnaryFunction<double> kDSinh{"dSinh", kHypRange};
+constexpr UnaryFunction<double> kDCosh{"dCosh", kHypRange};
+constexpr UnaryFunction<double> kDTanh{"dTanh", kHypRange};
+constexpr UnaryFunction<float> kSSinh{"sSinh", kHypRange};
+constexpr UnaryFunction<float> kSCosh{"sCosh", kHypRange};
+constexpr UnaryFunction<float> kSTanh{"sTanh", kHypRange};
+
+OXL_BENCH(kDSinh, "oxl_HA", oxl_vek_kernel_dSinh_B3HAynn);
+OXL_BENCH(kDSinh, "oxl_LA", oxl_vek_kernel_dSinh_B3LAynn);
+OXL_BENCH(kDSinh, "libmvec_avx2", peers::LibmvecSinhAvx2, kAvx2);
+OXL_BENCH(kDSinh, "sleef_u10_avx2", peers::SleefSinhU10Avx2, kAvx2);
+OXL_BENCH(kDSinh, "sleef_u35_avx2", peers::SleefSinhU35Avx2, kAvx2);
+OXL_BENCH(kDCosh, "oxl_HA", oxl_vek_kernel_dCosh_B3HAynn);
+OXL_BENCH(kDCosh, "oxl_LA", oxl_vek_kernel_dCosh_B3LAynn);
+OXL_BENCH(kDCosh, "oxl_EP", oxl_vek_kernel_dCosh_B3EPnnn);
+OXL_BENCH(kDCosh, "libmvec_avx2", peers::LibmvecCoshAvx2, kAvx2);
+OXL_BENCH(kDCosh, "sleef_u10_avx2", peers::SleefCoshU10Avx2, kAvx2);
+OXL_BENCH(kDCosh, "sleef_u35_avx2", peers::SleefCoshU35Avx2, kAvx2);
+OXL_BENCH(kDTanh, "oxl_HA", oxl_vek_kernel_dTanh_B3HAynn);
+OXL_BENCH(kDTanh, "oxl_LA", oxl_vek_kernel_dTanh_B3LAynn);
+OXL_BENCH(kDTanh, "oxl_EP", oxl_vek_kernel_dTanh_B3EPnnn);
+OXL_BENCH(kDTanh, "libmvec_avx2", peers::LibmvecTanhAvx2, kAvx2);
+OXL_BENCH(kDTanh, "sleef_u10_avx2", peers::SleefTanhU10Avx2, kAvx2);
+OXL_BENCH(kDTanh, "sleef_u35_avx2", peers::SleefTanhU35Avx2, kAvx2);
+OXL_BENCH(kSSinh, "oxl_HA", oxl_vek_kernel_sSinh_B3HAynn);
+OXL_BENCH(kSSinh, "libmvec_avx2", peers::LibmvecSinhAvx2, kAvx2);
+OXL_BENCH(kSSinh, "sleef_u10_avx2", peers::SleefSinhU10Avx2, kAvx2);
+OXL_BENCH(kSSinh, "sleef_u35_avx2", peers::SleefSinhU35Avx2, kAvx2);
+OXL_BENCH(kSCosh, "oxl_HA", oxl_vek_kernel_sCosh_B3HAynn);
+OXL_BENCH(kSCosh, "libmvec_avx2", peers::LibmvecCoshAvx2, kAvx2);
+OXL_BENCH(kSCosh, "sleef_u10_avx2", peers::SleefCoshU10Avx2, kAvx2);
+OXL_BENCH(kSCosh, "sleef_u35_avx2", peers::SleefCoshU35Avx2, kAvx2);
+OXL_BENCH(kSTanh, "oxl_HA", oxl_vek_kernel_sTanh_B3HAynn);
+OXL_BENCH(kSTanh, "libmvec_avx2", peers::LibmvecTanhAvx2, kAvx2);
+OXL_BENCH(kSTanh, "sleef_u10_avx2", peers::SleefTanhU10Avx2, kAvx2);
+OXL_BENCH(kSTanh, "sleef_u35_avx2", peers::SleefTanhU35Avx2, kAvx2);
+
+// The inverses over their domains: asinh and acosh log-spaced up to 1e15 (beyond the square root
+// of the largest float SLEEF's float entries overflow), atanh on (-1, 1).
+constexpr Range kAsinhRange{1e-15, 1e15, true};
+constexpr Range kAcoshRange{1.0, 1e15, true};
+constexpr Range kAtanhRange{-0.999, 0.999};
+constexpr UnaryFunction<double> kDAsinh{"dAsinh", kAsinhRange};
+constexpr UnaryFunction<double> kDAcosh{"dAcosh", kAcoshRange};
+constexpr UnaryFunction<double> kDAtanh{"dAtanh", kAtanhRange};
+constexpr UnaryFunction<float> kSAsinh{"sAsinh", kAsinhRange};
+constexpr UnaryFunction<float> kSAcosh{"sAcosh", kAcoshRange};
+constexpr UnaryFunction<float> kSAtanh{"sAtanh", kAtanhRange};
+
+OXL_BENCH(kDAsinh, "oxl_HA", oxl_vek_kernel_dAsinh_B3HAynn);
+OXL_BENCH(kDAsinh, "oxl_LA", oxl_vek_kernel_dAsinh_B3LAynn);
+OXL_BENCH(kDAsinh, "oxl_EP", oxl_vek_kernel_dAsinh_B3EPnnn);
+OXL_BENCH(kDAsinh, "libmvec_avx2", peers::LibmvecAsinhAvx2, kAvx2);
+OXL_BENCH(kDAsinh, "sleef_u10_avx2", peers::SleefAsinhU10Avx2, kAvx2);
+OXL_BENCH(kDAcosh, "oxl_HA", oxl_vek_kernel_dAcosh_B3HAynn);
+OXL_BENCH(kDAcosh, "oxl_LA", oxl_vek_kernel_dAcosh_B3LAynn);
+OXL_BENCH(kDAcosh, "oxl_EP", oxl_vek_kernel_dAcosh_B3EPnnn);
+OXL_BENCH(kDAcosh, "libmvec_avx2", peers::LibmvecAcoshAvx2, kAvx2);
+OXL_BENCH(kDAcosh, "sleef_u10_avx2", peers::SleefAcoshU10Avx2, kAvx2);
+OXL_BENCH(kDAtanh, "oxl_HA", oxl_vek_kernel_dAtanh_B3HAynn);
+OXL_BENCH(kDAtanh, "oxl_LA", oxl_vek_kernel_dAtanh_B3LAynn);
+OXL_BENCH(kDAtanh, "oxl_EP", oxl_vek_kernel_dAtanh_B3EPnnn);
+OXL_BENCH(kDAtanh, "libmvec_avx2", peers::LibmvecAtanhAvx2, kAvx2);
+OXL_BENCH(kDAtanh, "sleef_u10_avx2", peers::SleefAtanhU10Avx2, kAvx2);
+OXL_BENCH(kSAsinh, "oxl_HA", oxl_vek_kernel_sAsinh_B3HAynn);
+OXL_BENCH(kSAsinh, "libmvec_avx2", peers::LibmvecAsinhAvx2, kAvx2);
+OXL_BENCH(kSAsinh, "sleef_u10_avx2", peers::SleefAsinhU10Avx2, kAvx2);
+OXL_BENCH(kSAcosh, "oxl_HA", oxl_vek_kernel_sAcosh_B3HAynn);
+OXL_BENCH(kSAcosh, "libmvec_avx2", peers::LibmvecAcoshAvx2, kAvx2);
+OXL_BENCH(kSAcosh, "sleef_u10_avx2", peers::SleefAcoshU10Avx2, kAvx2);
+OXL_BENCH(kSAtanh, "oxl_HA", oxl_vek_kernel_sAtanh_B3HAynn);
+OXL_BENCH(kSAtanh, "libmvec_avx2", peers::LibmvecAtanhAvx2, kAvx2);
+OXL_BENCH(kSAtanh, "sleef_u10_avx2", peers::SleefAtanhU10Avx2, kAvx2);
 
 // Rounding, complex arithmetic and Pack, beside plain loops and the copy bound. Complex kernels
 // run on the parts of the arrays as pairs, so their time is per part (half a complex element) and

@@ -83,6 +83,19 @@ void BoostErfcInv(int n, const double* a, double* r);
 void BoostErfcInv(int n, const float* a, float* r);
 void BoostCdfNormInv(int n, const double* a, double* r);
 void BoostCdfNormInv(int n, const float* a, float* r);
+// The hyperbolic functions and their inverses.
+void LibmvecSinhAvx2(int n, const double* a, double* r);
+void LibmvecSinhAvx2(int n, const float* a, float* r);
+void LibmvecCoshAvx2(int n, const double* a, double* r);
+void LibmvecCoshAvx2(int n, const float* a, float* r);
+void LibmvecTanhAvx2(int n, const double* a, double* r);
+void LibmvecTanhAvx2(int n, const float* a, float* r);
+void LibmvecAsinhAvx2(int n, const double* a, double* r);
+void LibmvecAsinhAvx2(int n, const float* a, float* r);
+void LibmvecAcoshAvx2(int n, const double* a, double* r);
+void LibmvecAcoshAvx2(int n, const float* a, float* r);
+void LibmvecAtanhAvx2(int n, const double* a, double* r);
+void LibmvecAtanhAvx2(int n, const float* a, float* r);
 
 // SLEEF: U10 is its 1.0-ulp family (the HA-like peer), U35 its 3.5-ulp family (the LA-like peer,
 // which SLEEF offers for log, sin and cos only: log10 and log1p have U10 alone):
@@ -171,6 +184,25 @@ void SleefLGammaU10Avx2(int n, const double* a, double* r);
 void SleefLGammaU10Avx2(int n, const float* a, float* r);
 void SleefTGammaU10Avx2(int n, const double* a, double* r);
 void SleefTGammaU10Avx2(int n, const float* a, float* r);
+// The hyperbolic functions (U35 for sinh, cosh and tanh only) and their inverses.
+void SleefSinhU10Avx2(int n, const double* a, double* r);
+void SleefSinhU10Avx2(int n, const float* a, float* r);
+void SleefCoshU10Avx2(int n, const double* a, double* r);
+void SleefCoshU10Avx2(int n, const float* a, float* r);
+void SleefTanhU10Avx2(int n, const double* a, double* r);
+void SleefTanhU10Avx2(int n, const float* a, float* r);
+void SleefAsinhU10Avx2(int n, const double* a, double* r);
+void SleefAsinhU10Avx2(int n, const float* a, float* r);
+void SleefAcoshU10Avx2(int n, const double* a, double* r);
+void SleefAcoshU10Avx2(int n, const float* a, float* r);
+void SleefAtanhU10Avx2(int n, const double* a, double* r);
+void SleefAtanhU10Avx2(int n, const float* a, float* r);
+void SleefSinhU35Avx2(int n, const double* a, double* r);
+void SleefSinhU35Avx2(int n, const float* a, float* r);
+void SleefCoshU35Avx2(int n, const double* a, double* r);
+void SleefCoshU35Avx2(int n, const float* a, float* r);
+void SleefTanhU35Avx2(int n, const double* a, double* r);
+void SleefTanhU35Avx2(int n, const float* a, float* r);
 
 // Plain loops over the C++ standard library, compiled for the baseline x86-64 target: scalar calls
 // of libm for the transcendentals, whatever the compiler makes of a + b and a * b.

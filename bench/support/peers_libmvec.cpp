@@ -44,6 +44,18 @@ __m256d _ZGVdN4v_asin(__m256d);
 __m256 _ZGVdN8v_asinf(__m256);
 __m256d _ZGVdN4v_acos(__m256d);
 __m256 _ZGVdN8v_acosf(__m256);
+__m256d _ZGVdN4v_sinh(__m256d);
+__m256 _ZGVdN8v_sinhf(__m256);
+__m256d _ZGVdN4v_cosh(__m256d);
+__m256 _ZGVdN8v_coshf(__m256);
+__m256d _ZGVdN4v_tanh(__m256d);
+__m256 _ZGVdN8v_tanhf(__m256);
+__m256d _ZGVdN4v_asinh(__m256d);
+__m256 _ZGVdN8v_asinhf(__m256);
+__m256d _ZGVdN4v_acosh(__m256d);
+__m256 _ZGVdN8v_acoshf(__m256);
+__m256d _ZGVdN4v_atanh(__m256d);
+__m256 _ZGVdN8v_atanhf(__m256);
 }
 
 namespace oxl::bench::peers {
@@ -97,6 +109,18 @@ void LibmvecAsinAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_asi
 void LibmvecAsinAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_asinf>(n, a, r); }
 void LibmvecAcosAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_acos>(n, a, r); }
 void LibmvecAcosAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_acosf>(n, a, r); }
+void LibmvecSinhAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_sinh>(n, a, r); }
+void LibmvecSinhAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_sinhf>(n, a, r); }
+void LibmvecCoshAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_cosh>(n, a, r); }
+void LibmvecCoshAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_coshf>(n, a, r); }
+void LibmvecTanhAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_tanh>(n, a, r); }
+void LibmvecTanhAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_tanhf>(n, a, r); }
+void LibmvecAsinhAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_asinh>(n, a, r); }
+void LibmvecAsinhAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_asinhf>(n, a, r); }
+void LibmvecAcoshAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_acosh>(n, a, r); }
+void LibmvecAcoshAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_acoshf>(n, a, r); }
+void LibmvecAtanhAvx2(int n, const double* a, double* r) { avx2::Map<_ZGVdN4v_atanh>(n, a, r); }
+void LibmvecAtanhAvx2(int n, const float* a, float* r) { avx2::Map<_ZGVdN8v_atanhf>(n, a, r); }
 
 }  // namespace oxl::bench::peers
 

@@ -65,6 +65,24 @@ __m256d Sleef_lgammad4_u10avx2(__m256d);
 __m256 Sleef_lgammaf8_u10avx2(__m256);
 __m256d Sleef_tgammad4_u10avx2(__m256d);
 __m256 Sleef_tgammaf8_u10avx2(__m256);
+__m256d Sleef_sinhd4_u10avx2(__m256d);
+__m256 Sleef_sinhf8_u10avx2(__m256);
+__m256d Sleef_coshd4_u10avx2(__m256d);
+__m256 Sleef_coshf8_u10avx2(__m256);
+__m256d Sleef_tanhd4_u10avx2(__m256d);
+__m256 Sleef_tanhf8_u10avx2(__m256);
+__m256d Sleef_asinhd4_u10avx2(__m256d);
+__m256 Sleef_asinhf8_u10avx2(__m256);
+__m256d Sleef_acoshd4_u10avx2(__m256d);
+__m256 Sleef_acoshf8_u10avx2(__m256);
+__m256d Sleef_atanhd4_u10avx2(__m256d);
+__m256 Sleef_atanhf8_u10avx2(__m256);
+__m256d Sleef_sinhd4_u35avx2(__m256d);
+__m256 Sleef_sinhf8_u35avx2(__m256);
+__m256d Sleef_coshd4_u35avx2(__m256d);
+__m256 Sleef_coshf8_u35avx2(__m256);
+__m256d Sleef_tanhd4_u35avx2(__m256d);
+__m256 Sleef_tanhf8_u35avx2(__m256);
 }
 
 namespace oxl::bench::peers {
@@ -179,6 +197,48 @@ void SleefTGammaU10Avx2(int n, const double* a, double* r) {
 void SleefTGammaU10Avx2(int n, const float* a, float* r) {
   avx2::Map<Sleef_tgammaf8_u10avx2>(n, a, r);
 }
+void SleefSinhU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_sinhd4_u10avx2>(n, a, r);
+}
+void SleefSinhU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_sinhf8_u10avx2>(n, a, r); }
+void SleefCoshU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_coshd4_u10avx2>(n, a, r);
+}
+void SleefCoshU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_coshf8_u10avx2>(n, a, r); }
+void SleefTanhU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_tanhd4_u10avx2>(n, a, r);
+}
+void SleefTanhU10Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_tanhf8_u10avx2>(n, a, r); }
+void SleefAsinhU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_asinhd4_u10avx2>(n, a, r);
+}
+void SleefAsinhU10Avx2(int n, const float* a, float* r) {
+  avx2::Map<Sleef_asinhf8_u10avx2>(n, a, r);
+}
+void SleefAcoshU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_acoshd4_u10avx2>(n, a, r);
+}
+void SleefAcoshU10Avx2(int n, const float* a, float* r) {
+  avx2::Map<Sleef_acoshf8_u10avx2>(n, a, r);
+}
+void SleefAtanhU10Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_atanhd4_u10avx2>(n, a, r);
+}
+void SleefAtanhU10Avx2(int n, const float* a, float* r) {
+  avx2::Map<Sleef_atanhf8_u10avx2>(n, a, r);
+}
+void SleefSinhU35Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_sinhd4_u35avx2>(n, a, r);
+}
+void SleefSinhU35Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_sinhf8_u35avx2>(n, a, r); }
+void SleefCoshU35Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_coshd4_u35avx2>(n, a, r);
+}
+void SleefCoshU35Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_coshf8_u35avx2>(n, a, r); }
+void SleefTanhU35Avx2(int n, const double* a, double* r) {
+  avx2::Map<Sleef_tanhd4_u35avx2>(n, a, r);
+}
+void SleefTanhU35Avx2(int n, const float* a, float* r) { avx2::Map<Sleef_tanhf8_u35avx2>(n, a, r); }
 
 }  // namespace oxl::bench::peers
 

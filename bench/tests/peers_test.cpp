@@ -77,6 +77,12 @@ long double ErfcInv(long double x) { return vek::scalar::InverseErfc(x); }
 long double CdfNormInv(long double p) {
   return -vek::scalar::kSqrt2 * vek::scalar::InverseErfc(2 * p);
 }
+long double Sinh(long double x) { return std::sinh(x); }
+long double Cosh(long double x) { return std::cosh(x); }
+long double Tanh(long double x) { return std::tanh(x); }
+long double Asinh(long double x) { return std::asinh(x); }
+long double Acosh(long double x) { return std::acosh(x); }
+long double Atanh(long double x) { return std::atanh(x); }
 
 struct UnaryPeer {
   const char* name;
@@ -91,6 +97,9 @@ struct UnaryPeer {
 constexpr Range kExpD{-700, 700}, kExpS{-87, 88}, kTrig{-20, 20}, kLog{1e-30, 1e30, true};
 constexpr Range kUnit{-1, 1};
 constexpr Range kErfInv{-0.999, 0.999}, kErfcInv{1e-10, 1.999}, kCdfNormInv{1e-10, 0.999};
+// SLEEF's float asinh and acosh overflow beyond the square root of the largest float.
+constexpr Range kHyp{-80, 80}, kAsinh{1e-30, 1e15, true}, kAcosh{1, 1e15, true},
+    kAtanh{-0.999, 0.999};
 
 const UnaryPeer kUnaryPeers[] = {
     {"LibmvecExpAvx2", p::LibmvecExpAvx2, p::LibmvecExpAvx2, Exp, kExpS, 4, p::kAvx2},
@@ -165,6 +174,22 @@ const UnaryPeer kUnaryPeers[] = {
     {"BoostErfcInv", p::BoostErfcInv, p::BoostErfcInv, ErfcInv, kErfcInv, 2, 0},
     {"BoostCdfNormInv", p::BoostCdfNormInv, p::BoostCdfNormInv, CdfNormInv, kCdfNormInv, 2, 0},
 #endif
+    // The hyperbolic functions and their inverses.
+    {"LibmvecSinhAvx2", p::LibmvecSinhAvx2, p::LibmvecSinhAvx2, Sinh, kHyp, 4, p::kAvx2},
+    {"LibmvecCoshAvx2", p::LibmvecCoshAvx2, p::LibmvecCoshAvx2, Cosh, kHyp, 4, p::kAvx2},
+    {"LibmvecTanhAvx2", p::LibmvecTanhAvx2, p::LibmvecTanhAvx2, Tanh, kHyp, 4, p::kAvx2},
+    {"LibmvecAsinhAvx2", p::LibmvecAsinhAvx2, p::LibmvecAsinhAvx2, Asinh, kAsinh, 4, p::kAvx2},
+    {"LibmvecAcoshAvx2", p::LibmvecAcoshAvx2, p::LibmvecAcoshAvx2, Acosh, kAcosh, 4, p::kAvx2},
+    {"LibmvecAtanhAvx2", p::LibmvecAtanhAvx2, p::LibmvecAtanhAvx2, Atanh, kAtanh, 4, p::kAvx2},
+    {"SleefSinhU10Avx2", p::SleefSinhU10Avx2, p::SleefSinhU10Avx2, Sinh, kHyp, 1.5, p::kAvx2},
+    {"SleefCoshU10Avx2", p::SleefCoshU10Avx2, p::SleefCoshU10Avx2, Cosh, kHyp, 1.5, p::kAvx2},
+    {"SleefTanhU10Avx2", p::SleefTanhU10Avx2, p::SleefTanhU10Avx2, Tanh, kHyp, 1.5, p::kAvx2},
+    {"SleefAsinhU10Avx2", p::SleefAsinhU10Avx2, p::SleefAsinhU10Avx2, Asinh, kAsinh, 1.5, p::kAvx2},
+    {"SleefAcoshU10Avx2", p::SleefAcoshU10Avx2, p::SleefAcoshU10Avx2, Acosh, kAcosh, 1.5, p::kAvx2},
+    {"SleefAtanhU10Avx2", p::SleefAtanhU10Avx2, p::SleefAtanhU10Avx2, Atanh, kAtanh, 1.5, p::kAvx2},
+    {"SleefSinhU35Avx2", p::SleefSinhU35Avx2, p::SleefSinhU35Avx2, Sinh, kHyp, 4, p::kAvx2},
+    {"SleefCoshU35Avx2", p::SleefCoshU35Avx2, p::SleefCoshU35Avx2, Cosh, kHyp, 4, p::kAvx2},
+    {"SleefTanhU35Avx2", p::SleefTanhU35Avx2, p::SleefTanhU35Avx2, Tanh, kHyp, 4, p::kAvx2},
 };
 
 template <class T>

@@ -1,6 +1,7 @@
-// Cbrt, InvCbrt and Pow2o3 kernels, one each in every slot: measured against MPFR over every binade,
-// around the residues of the exponent mod 3 and at the ends of the range (functions_accuracy_test),
-// all within 0.5 ulp as printed (0.5 ulp and a hair by the error analysis of cbrt-inl.h).
+// Cbrt, InvCbrt and Pow2o3 kernels, one each in every slot: measured against MPFR over every
+// binade, around the residues of the exponent mod 3 and at the ends of the range
+// (functions_accuracy_test), all within 0.5 ulp as printed (0.5 ulp and a hair by the error
+// analysis of cbrt-inl.h).
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/cbrt_d.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep

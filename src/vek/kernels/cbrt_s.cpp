@@ -1,6 +1,7 @@
-// Cbrt, InvCbrt and Pow2o3 kernels, one each in every slot: measured against MPFR over every binade,
-// around the residues of the exponent mod 3 and at the ends of the range (functions_accuracy_test):
-// Cbrt 0.68 ulp (0.686 over all positive normal floats), InvCbrt 0.54 ulp, Pow2o3 0.5 ulp.
+// Cbrt, InvCbrt and Pow2o3 kernels, one each in every slot: measured against MPFR over every
+// binade, around the residues of the exponent mod 3 and at the ends of the range
+// (functions_accuracy_test): Cbrt 0.68 ulp (0.686 over all positive normal floats), InvCbrt 0.54
+// ulp, Pow2o3 0.5 ulp.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/cbrt_s.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep

@@ -7,14 +7,13 @@
 //   CdfNormInv(p): a = 2p - 1, q = 2 min(p, 1 - p), s = sqrt 2
 // a is exact where q >= 1/2 (Sterbenz) and q where q <= 1/2, and the result has a's sign.
 //
-// Central lanes, q >= 1/2 (|a| <= 1/2): s erfinv(a) = a (c0 + S(a^2)), the product with c0 by a fused
-// multiply-add, so that the rounded part a S is at most 7% of the result.
-// Tail lanes, q < 1/2: s erfcinv(q) is smooth in t = sqrt(-ln q) (it tends to s t), and a
-// polynomial P_k(t - k/4) of degree 13 on each piece |t - k/4| <= 1/8 serves t up to 6.625, that
-// is q down to 2^-63. ln q comes from the logarithm kernel's terms as a pair, t from the hardware
-// square root with its residual t_lo = (-ln q - t^2) / 2t, and P_k(0) is stored in two parts, so
-// that the result is P_k(0) plus a small sum of rounded terms. The tail runs only in blocks that
-// hold a tail lane.
+// Central lanes, q >= 1/2 (|a| <= 1/2): s erfinv(a) = a (c0 + S(a^2)), the product with c0 by a
+// fused multiply-add, so that the rounded part a S is at most 7% of the result. Tail lanes, q <
+// 1/2: s erfcinv(q) is smooth in t = sqrt(-ln q) (it tends to s t), and a polynomial P_k(t - k/4)
+// of degree 13 on each piece |t - k/4| <= 1/8 serves t up to 6.625, that is q down to 2^-63. ln q
+// comes from the logarithm kernel's terms as a pair, t from the hardware square root with its
+// residual t_lo = (-ln q - t^2) / 2t, and P_k(0) is stored in two parts, so that the result is
+// P_k(0) plus a small sum of rounded terms. The tail runs only in blocks that hold a tail lane.
 //
 // Rare lanes: q below 2^-62 (denormals included), q <= 0 (the poles and the arguments outside the
 // domain), infinities and NaNs. The scalar routines give them as the element loops do.
@@ -60,7 +59,7 @@ HWY_INLINE V Tail(D d, const log_detail::RcpTables<double, LogLevel::kHA>& log_t
   const V qc = hn::Min(hn::Max(q, hn::Set(d, kTailMin)), hn::Set(d, 0.5));
   const auto split = log_detail::SplitOf(d, qc);
   const V c = Lookup(d, log_tables.reciprocal, split.index);
-  const auto ln = log_detail::LnPair<false, double, LogFunction::kLn, LogLevel::kHA>(
+  const auto ln = log_detail::LnTerms<false, double, LogFunction::kLn, LogLevel::kHA>(
       d, log_tables, split, c, hn::Zero(d));
   // -ln q = l_hi + l_lo, renormalised (ln q <= -ln 2 dominates the low part).
   const V ln_hi = hn::Add(ln.hi, ln.lo);

@@ -171,6 +171,7 @@ struct Tables<T, kEntries, false> {
 // the fitted degree-7 polynomial (3.3e-18 relative): one operation fewer than pairs, and the
 // kernels are bound by throughput, not by the chain's latency (the blocks are independent).
 // Without T_lo in the tables (LA) the result is within 2^-53 relative more: half an ulp at most.
+// ExcessD gives the part relative to s, e^x / s - 1, for callers that keep e^x as s + s p.
 template <class D, class Tables>
 HWY_INLINE hn::VFromD<D> ExcessD(D d, const Tables& tables, hn::VFromD<D> r,
                                  hn::VFromD<hn::RebindToSigned<D>> z) {
@@ -307,6 +308,72 @@ HWY_INLINE hn::VFromD<D> Expm1TailD(D d, hn::VFromD<D> r) {
                 0.0013888888868262008, 0.00019842304240775933, 2.4802880303830418e-05);
 }
 
+// e^x - 1 for x below the bound of Expm1 and not below its clamp, as hi + lo: the HA kernel's
+// two terms before their last addition (lo is 0 at LA and EP), for callers that go on with them.
+// lo is not below an ulp of hi: it holds the r^2 terms. kEntries and kLevel as the Expm1 kernels
+// choose them.
+template <class D>
+struct Expm1Pair {
+  hn::VFromD<D> hi, lo;
+};
+
+template <int kEntries, ExpLevel kLevel, class D, class Tables>
+HWY_INLINE Expm1Pair<D> Expm1Parts(D d, const Tables& tables, hn::VFromD<D> xc) {
+  using T = hn::TFromD<D>;
+  using C = exp_detail::Consts<T>;
+  const auto red = exp_detail::Reduce<kEntries, true>(d, xc);
+  const auto s = exp_detail::ScaledHi<kEntries>(d, tables.hi, red.z);
+  const auto one = hn::Set(d, T(1));
+  const auto r = red.r;
+  if constexpr (kLevel == ExpLevel::kHA) {
+    // Everything but the leading terms is small, so it is summed plainly and added last:
+    //   e^x - 1 = (s - 1) + s r + [s rr + s r^2 P(r) + s T_lo (1 + r)],
+    // with s - 1 and s r and their sum kept to twice the precision.
+    const auto rr = Fnma(d, red.n, hn::Set(d, C::kLn2Lo), hn::Sub(red.r_hi, r));
+    hn::VFromD<D> tail;
+    if constexpr (sizeof(T) == 4) {
+      tail = Horner(d, r, 0.5f, 0.16668230295181274f, 0.041670575737953186f);
+    } else {
+      tail = Expm1TailD(d, r);
+    }
+    const auto t_lo = Lookup(d, tables.lo, red.z);
+    // low = rr + r^2 P + T_lo (1 + r), all relative to s
+    auto low = Fma(d, hn::Mul(r, r), tail, rr);
+    low = hn::Add(low, Fma(d, t_lo, r, t_lo));
+    // u = s - 1 as a pair, by the fast two-sum with the larger term first: s - u - 1 for s >= 1,
+    // s - (u + 1) below (where u + 1 is exact).
+    const auto u = hn::Sub(s, one);
+    const auto u_err =
+        hn::IfThenElse(hn::Lt(s, one), hn::Sub(s, hn::Add(u, one)), hn::Sub(hn::Sub(s, u), one));
+    // v = s r exactly as a pair.
+    const auto v = hn::Mul(s, r);
+    const auto v_err = Fms(d, s, r, v);
+    // w = u + v as a pair. |u| >= |v| whenever u is not 0: the nearest table entries below and
+    // above 1 (s = 2^((N-1)/N) / 2 and 2^(1/N)) are farther from 1 than ln 2 / 2N times s.
+    const auto w = hn::Add(u, v);
+    const auto w_err = hn::Sub(v, hn::Sub(w, u));
+    const auto lows = hn::Add(hn::Add(u_err, v_err), Fma(d, s, low, w_err));
+    return {w, lows};
+  } else {
+    hn::VFromD<D> p;
+    if constexpr (sizeof(T) == 4 && kLevel == ExpLevel::kLA) {
+      // Fitted for |r| <= ln 2 / 64 (0.36 ulp); the Exp kernel's pair, fitted for [0, ln 2 / 32),
+      // would leave 1.8 ulp here.
+      const auto c = Horner(d, r, 0.500002920627594f, 0.16666680574417114f);
+      p = Fma(d, hn::Mul(r, r), c, hn::Add(Lookup(d, tables.lo, red.z), r));
+    } else if constexpr (sizeof(T) == 4) {
+      p = Fma(d, hn::Mul(r, r), hn::Set(d, 0.5000195503234863f), r);
+    } else if constexpr (kLevel == ExpLevel::kLA) {
+      p = Fma(d, hn::Mul(r, r), Expm1TailD(d, r), hn::Add(Lookup(d, tables.lo, red.z), r));
+    } else {
+      const auto q = Horner(d, r, 0.49999999847116894, 0.16666666609881575, 0.04166992506106506,
+                            0.008333985011595046);
+      p = Fma(d, hn::Mul(r, r), q, r);
+    }
+    return {Fma(d, s, p, hn::Sub(s, one)), hn::Zero(d)};
+  }
+}
+
 template <class T, ExpLevel kLevel>
 struct Expm1Body : UnaryRealBody<T> {
   // Doubles on the 8-entry table of Exp; floats on 16 (HA) or 32 entries.
@@ -324,58 +391,8 @@ struct Expm1Body : UnaryRealBody<T> {
     rare[0] = hn::Not(hn::Lt(x, hn::Set(d, C::kExpm1Bound)));
     const auto below = hn::Set(d, C::kClampBelow);
     const auto xc = hn::IfThenZeroElse(rare[0], hn::Max(x, below));
-    const auto red = exp_detail::Reduce<kEntries, true>(d, xc);
-    const auto s = exp_detail::ScaledHi<kEntries>(d, tables.hi, red.z);
-    const auto one = hn::Set(d, T(1));
-    const auto r = red.r;
-    hn::Vec<D> result;
-    if constexpr (kLevel == ExpLevel::kHA) {
-      // Everything but the leading terms is small, so it is summed plainly and added last:
-      //   e^x - 1 = (s - 1) + s r + [s rr + s r^2 P(r) + s T_lo (1 + r)],
-      // with s - 1 and s r and their sum kept to twice the precision.
-      const auto rr = Fnma(d, red.n, hn::Set(d, C::kLn2Lo), hn::Sub(red.r_hi, r));
-      hn::Vec<D> tail;
-      if constexpr (sizeof(T) == 4) {
-        tail = Horner(d, r, 0.5f, 0.16668230295181274f, 0.041670575737953186f);
-      } else {
-        tail = Expm1TailD(d, r);
-      }
-      const auto t_lo = Lookup(d, tables.lo, red.z);
-      // low = rr + r^2 P + T_lo (1 + r), all relative to s
-      auto low = Fma(d, hn::Mul(r, r), tail, rr);
-      low = hn::Add(low, Fma(d, t_lo, r, t_lo));
-      // u = s - 1 as a pair, by the fast two-sum with the larger term first: s - u - 1 for s >= 1,
-      // s - (u + 1) below (where u + 1 is exact).
-      const auto u = hn::Sub(s, one);
-      const auto u_err =
-          hn::IfThenElse(hn::Lt(s, one), hn::Sub(s, hn::Add(u, one)), hn::Sub(hn::Sub(s, u), one));
-      // v = s r exactly as a pair.
-      const auto v = hn::Mul(s, r);
-      const auto v_err = Fms(d, s, r, v);
-      // w = u + v as a pair. |u| >= |v| whenever u is not 0: the nearest table entries below and
-      // above 1 (s = 2^((N-1)/N) / 2 and 2^(1/N)) are farther from 1 than ln 2 / 2N times s.
-      const auto w = hn::Add(u, v);
-      const auto w_err = hn::Sub(v, hn::Sub(w, u));
-      const auto lows = hn::Add(hn::Add(u_err, v_err), Fma(d, s, low, w_err));
-      result = hn::Add(w, lows);
-    } else {
-      hn::Vec<D> p;
-      if constexpr (sizeof(T) == 4 && kLevel == ExpLevel::kLA) {
-        // Fitted for |r| <= ln 2 / 64 (0.36 ulp); the Exp kernel's pair, fitted for [0, ln 2 / 32),
-        // would leave 1.8 ulp here.
-        const auto c = Horner(d, r, 0.500002920627594f, 0.16666680574417114f);
-        p = Fma(d, hn::Mul(r, r), c, hn::Add(Lookup(d, tables.lo, red.z), r));
-      } else if constexpr (sizeof(T) == 4) {
-        p = Fma(d, hn::Mul(r, r), hn::Set(d, 0.5000195503234863f), r);
-      } else if constexpr (kLevel == ExpLevel::kLA) {
-        p = Fma(d, hn::Mul(r, r), Expm1TailD(d, r), hn::Add(Lookup(d, tables.lo, red.z), r));
-      } else {
-        const auto q = Horner(d, r, 0.49999999847116894, 0.16666666609881575, 0.04166992506106506,
-                              0.008333985011595046);
-        p = Fma(d, hn::Mul(r, r), q, r);
-      }
-      result = Fma(d, s, p, hn::Sub(s, one));
-    }
+    const auto parts = Expm1Parts<kEntries, kLevel>(d, tables, xc);
+    const auto result = kLevel == ExpLevel::kHA ? hn::Add(parts.hi, parts.lo) : parts.hi;
     // e^x - 1 has the sign of x, and a zero keeps its own: the fast formula gives +0 for -0.
     out[0] = hn::CopySign(result, x);
   }

@@ -9,12 +9,24 @@
 HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 
-void dExpHA(int n, const double* a, double* r) { RunUnary(ExpTableBody<double, ExpLevel::kHA>{}, n, a, r); }
-void dExpLA(int n, const double* a, double* r) { RunUnary(ExpTableBody<double, ExpLevel::kLA>{}, n, a, r); }
-void dExpEP(int n, const double* a, double* r) { RunUnary(ExpTableBody<double, ExpLevel::kEP>{}, n, a, r); }
-void dExpm1HA(int n, const double* a, double* r) { RunUnary(Expm1Body<double, ExpLevel::kHA>{}, n, a, r); }
-void dExpm1LA(int n, const double* a, double* r) { RunUnary(Expm1Body<double, ExpLevel::kLA>{}, n, a, r); }
-void dExpm1EP(int n, const double* a, double* r) { RunUnary(Expm1Body<double, ExpLevel::kEP>{}, n, a, r); }
+void dExpHA(int n, const double* a, double* r) {
+  RunUnary(ExpTableBody<double, ExpLevel::kHA>{}, n, a, r);
+}
+void dExpLA(int n, const double* a, double* r) {
+  RunUnary(ExpTableBody<double, ExpLevel::kLA>{}, n, a, r);
+}
+void dExpEP(int n, const double* a, double* r) {
+  RunUnary(ExpTableBody<double, ExpLevel::kEP>{}, n, a, r);
+}
+void dExpm1HA(int n, const double* a, double* r) {
+  RunUnary(Expm1Body<double, ExpLevel::kHA>{}, n, a, r);
+}
+void dExpm1LA(int n, const double* a, double* r) {
+  RunUnary(Expm1Body<double, ExpLevel::kLA>{}, n, a, r);
+}
+void dExpm1EP(int n, const double* a, double* r) {
+  RunUnary(Expm1Body<double, ExpLevel::kEP>{}, n, a, r);
+}
 
 }  // namespace oxl::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

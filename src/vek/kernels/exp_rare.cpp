@@ -31,7 +31,7 @@ U ToBits(T v) {
 
 // e^x for double x in [-745.13, 709.78] with the 64-entry table, status 4 for denormal results.
 int32_t ExpDoubleInRange(double x, double* r) {
-  const double shifter = 6755399441055744.0;  // 1.5 * 2^52
+  const double shifter = 6755399441055744.0;         // 1.5 * 2^52
   const double z = x * 92.33248261689366 + shifter;  // 64 log2(e)
   const int64_t n = static_cast<int64_t>(ToBits<uint64_t>(z) << 32) >> 32;
   const double nf = z - shifter;

@@ -9,12 +9,20 @@
 HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 
-void sExpHA(int n, const float* a, float* r) { RunUnary(ExpTableBody<float, ExpLevel::kHA>{}, n, a, r); }
+void sExpHA(int n, const float* a, float* r) {
+  RunUnary(ExpTableBody<float, ExpLevel::kHA>{}, n, a, r);
+}
 void sExpLA(int n, const float* a, float* r) { RunUnary(ExpFloatLowBody{}, n, a, r); }
 void sExpEP(int n, const float* a, float* r) { RunUnary(ExpFloatFastBody{}, n, a, r); }
-void sExpm1HA(int n, const float* a, float* r) { RunUnary(Expm1Body<float, ExpLevel::kHA>{}, n, a, r); }
-void sExpm1LA(int n, const float* a, float* r) { RunUnary(Expm1Body<float, ExpLevel::kLA>{}, n, a, r); }
-void sExpm1EP(int n, const float* a, float* r) { RunUnary(Expm1Body<float, ExpLevel::kEP>{}, n, a, r); }
+void sExpm1HA(int n, const float* a, float* r) {
+  RunUnary(Expm1Body<float, ExpLevel::kHA>{}, n, a, r);
+}
+void sExpm1LA(int n, const float* a, float* r) {
+  RunUnary(Expm1Body<float, ExpLevel::kLA>{}, n, a, r);
+}
+void sExpm1EP(int n, const float* a, float* r) {
+  RunUnary(Expm1Body<float, ExpLevel::kEP>{}, n, a, r);
+}
 
 }  // namespace oxl::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

@@ -124,7 +124,7 @@ HWY_INLINE Shifted<D> Shift(D d, V x) {
 template <class D, class V = hn::VFromD<D>>
 HWY_INLINE Pair<D> Stirling(D d, const pow_detail::LnTablesD& ln, const Pair<D>& z) {
   const V rz = hn::Div(hn::Set(d, 1.0), z.hi);
-  Pair<D> lz = pow_detail::LnPair(d, ln, log_detail::SplitOf(d, z.hi));
+  Pair<D> lz = pow_detail::LnPair<false>(d, ln, log_detail::SplitOf(d, z.hi), hn::Zero(d));
   lz.lo = Fma(d, z.lo, rz, lz.lo);
   // (z - 1/2) ln z with z - 1/2 as a pair: it is inexact from 2^52 on, and z.lo is zero from 9 on.
   const Pair<D> y = FastTwoSum(d, z.hi, hn::Set(d, -0.5));
@@ -184,7 +184,8 @@ HWY_INLINE V Evaluate(D d, const Ln& ln, const Exp& exp, V x, hn::Mask<D> fast) 
   if constexpr (kFunc == GammaFunction::kLGamma) {
     // ln |P| where x was shifted: P's low part by its first-order term lo / hi.
     const auto shifted = hn::Lt(xs, hn::Set(d, gt::kStirlingFrom));
-    Pair<D> lp = pow_detail::LnPair(d, ln, log_detail::SplitOf(d, hn::Abs(sh.p.hi)));
+    Pair<D> lp =
+        pow_detail::LnPair<false>(d, ln, log_detail::SplitOf(d, hn::Abs(sh.p.hi)), hn::Zero(d));
     lp.lo = hn::Add(lp.lo, hn::Div(sh.p.lo, sh.p.hi));
     const Pair<D> diff = TwoSum(d, lg.hi, hn::IfThenElseZero(shifted, hn::Neg(lp.hi)));
     const V lo = hn::Sub(hn::Add(lg.lo, diff.lo), hn::IfThenElseZero(shifted, lp.lo));

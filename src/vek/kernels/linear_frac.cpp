@@ -32,9 +32,9 @@ HWY_EXPORT(dLinearFrac);
 extern "C" {
 
 // The float kernel takes flush-to-zero from the mode like every kernel.
-OXL_API void oxl_vek_kernel_sLinearFrac_U8HAynn(int n, const float* a, const float* b,
-                                                float scalea, float shifta, float scaleb,
-                                                float shiftb, float* r) {
+OXL_API void oxl_vek_kernel_sLinearFrac_U8HAynn(int n, const float* a, const float* b, float scalea,
+                                                float shifta, float scaleb, float shiftb,
+                                                float* r) {
   vek::RunUnderMode(OXL_DISPATCH(sLinearFrac), n, a, b, scalea, shifta, scaleb, shiftb, r);
 }
 
@@ -42,8 +42,8 @@ OXL_API void oxl_vek_kernel_sLinearFrac_U8HAynn(int n, const float* a, const flo
 OXL_API void oxl_vek_kernel_dLinearFrac_H8HAynn(int n, const double* a, const double* b,
                                                 double scalea, double shifta, double scaleb,
                                                 double shiftb, double* r) {
-  vek::RunUnderDefaultControl(OXL_DISPATCH(dLinearFrac), n, a, b, scalea, shifta, scaleb,
-                              shiftb, r);
+  vek::RunUnderDefaultControl(OXL_DISPATCH(dLinearFrac), n, a, b, scalea, shifta, scaleb, shiftb,
+                              r);
 }
 
 }  // extern "C"

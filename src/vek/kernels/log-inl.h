@@ -37,6 +37,7 @@
 #include "simd/fma-inl.h"
 #include "simd/exponent-inl.h"
 #include "simd/float_bits.h"
+#include "simd/pair-inl.h"
 #include "simd/poly-inl.h"
 #include "simd/table-inl.h"
 #include "vek/kernels/log_rare.h"
@@ -264,17 +265,32 @@ HWY_INLINE PairTerms<D> ReducePair(D d, const RcpTables<T, kLevel>& tables, cons
   return out;
 }
 
+// lo / v for an addend lo to v = 2^split.e split.m, as the reduction's r takes it: lo c 2^-e,
+// which added to r = m c - 1 gives (v + lo) c 2^-e - 1 (lo is below half an ulp of v, so the
+// missing 1 / (1 + r) is far below r's last place). 2^-e from the biased exponent; beyond 2^64
+// (2^512) lo / v is far below the last place of ln v and counts as 0, since lo c 2^-e would leave
+// the normal range there (lo is up to 1), and arithmetic on denormals is slow.
+template <class D>
+HWY_INLINE hn::VFromD<D> LowOverV(D d, const Split<D>& split, hn::VFromD<D> c, hn::VFromD<D> lo) {
+  using T = hn::TFromD<D>;
+  using F = simd::FloatBits<T>;
+  const hn::RebindToSigned<D> di;
+  using S = hn::TFromD<decltype(di)>;
+  constexpr S kCut = sizeof(T) == 4 ? 64 : 512;
+  const auto biased = hn::BitCast(di, split.biased);
+  const auto scale = hn::IfThenElseZero(
+      hn::RebindMask(d, hn::Lt(biased, hn::Set(di, S{F::kBias + kCut + 1}))),
+      hn::BitCast(d,
+                  hn::ShiftLeft<F::kMantissaBits>(hn::Sub(hn::Set(di, S{2 * F::kBias}), biased))));
+  return hn::Mul(hn::Mul(lo, scale), c);
+}
+
 // ln v for positive normal v = 2^split.e split.m as an unevaluated pair hi + lo, |lo| below a few
 // units of hi's last place, the sum good to about twice the precision (HA's terms).
-template <class D>
-struct LnPairOf {
-  hn::VFromD<D> hi, lo;
-};
-
 template <bool kExtra, class T, LogFunction kFunc, LogLevel kLevel, class P = Tail<T, kLevel>,
           class D>
-HWY_INLINE LnPairOf<D> LnPair(D d, const RcpTables<T, kLevel>& tables, const Split<D>& split,
-                              hn::VFromD<D> c, hn::VFromD<D> extra) {
+HWY_INLINE Pair<D> LnTerms(D d, const RcpTables<T, kLevel>& tables, const Split<D>& split,
+                           hn::VFromD<D> c, hn::VFromD<D> extra) {
   const auto red = ReducePair<kExtra>(d, tables, split, c, extra);
   const auto low = hn::Add(red.table_lo, hn::Add(red.t, red.r_lo));
   return {red.s, hn::Add(low, TailOf<T, kFunc, kLevel, P>(d, red.r))};
@@ -288,28 +304,13 @@ template <class T, LogFunction kFunc, LogLevel kLevel, class P = Tail<T, kLevel>
 HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const Split<D>& split,
                                   hn::VFromD<D> lo) {
   using C = Consts<T>;
-  using F = simd::FloatBits<T>;
-  const hn::RebindToSigned<D> di;
   const auto one = hn::Set(d, T(1));
   const auto c = Lookup(d, tables.reciprocal, split.index);
   auto lo_over_v = hn::Zero(d);
-  if constexpr (kFunc == LogFunction::kLog1p) {
-    // lo / v = lo c 2^-e / (1 + r), close enough: lo is below half an ulp of v. 2^-e from the
-    // biased exponent; beyond 2^64 (2^512) lo / v is far below the last place of ln v and counts
-    // as 0, since lo c 2^-e would leave the normal range there (lo is up to 1), and arithmetic on
-    // denormals is slow.
-    using S = hn::TFromD<decltype(di)>;
-    constexpr S kCut = sizeof(T) == 4 ? 64 : 512;
-    const auto biased = hn::BitCast(di, split.biased);
-    const auto scale = hn::IfThenElseZero(
-        hn::RebindMask(d, hn::Lt(biased, hn::Set(di, S{F::kBias + kCut + 1}))),
-        hn::BitCast(
-            d, hn::ShiftLeft<F::kMantissaBits>(hn::Sub(hn::Set(di, S{2 * F::kBias}), biased))));
-    lo_over_v = hn::Mul(hn::Mul(lo, scale), c);
-  }
+  if constexpr (kFunc == LogFunction::kLog1p) lo_over_v = LowOverV(d, split, c, lo);
   if constexpr (kLevel == LogLevel::kHA) {
     const auto pair =
-        LnPair<kFunc == LogFunction::kLog1p, T, kFunc, kLevel, P>(d, tables, split, c, lo_over_v);
+        LnTerms<kFunc == LogFunction::kLog1p, T, kFunc, kLevel, P>(d, tables, split, c, lo_over_v);
     const auto s = pair.hi;
     const auto lo_sum = pair.lo;
     if constexpr (kFunc != LogFunction::kLog10) {
@@ -341,6 +342,47 @@ HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const
       return Fma(d, q, lg, hn::Mul(p, lg));
     }
   }
+}
+
+// The HA logarithm's tables, and -ln c beyond Hi + Lo: with Lo alone the table's rounding,
+// 2^-67, is 2^-62 of a logarithm near 0.03 (a next to 1 + 2^-5 or to 1 - 2^-5), which a
+// result near overflow multiplies into several ulps.
+struct LnTablesD : RcpTables<double, LogLevel::kHA> {
+  FloatTable<D> lo_lo = LoadFloatTable(D(), vek::log_tables::kLnDLoLo);
+};
+
+// ln a for positive normal a (with kExtra, ln(a + addend) for an addend below half an ulp of a),
+// as hi + lo to about 2^-65 relative. The HA logarithm's terms, with
+// -r^2 / 2 split off exactly (r / 2 is exact, r (-r / 2) a product kept as a pair) and
+//   (ln(1 + r) - r + r^2 / 2) / r^3
+// by a degree-8 polynomial, fitted by Chebyshev interpolation on |r| <= 0.0315 (every
+// interval's r lies inside): its error, 2.9e-17, is below 2^-65 of ln(1 + r) there. The r_lo
+// term counts with the slope 1 - r + r^2 of ln(1 + r).
+template <bool kExtra, class D>
+HWY_INLINE Pair<D> LnPair(D d, const LnTablesD& tables, const Split<D>& split,
+                          hn::VFromD<D> addend) {
+  const auto c = Lookup(d, tables.reciprocal, split.index);
+  const auto extra = kExtra ? LowOverV(d, split, c, addend) : hn::Zero(d);
+  const auto red = ReducePair<kExtra>(d, tables, split, c, extra);
+  const auto r = red.r;
+  const auto half = hn::Mul(r, hn::Set(d, -0.5));
+  const auto sq = hn::Mul(r, half);
+  const auto sq_lo = Fms(d, r, half, sq);
+  // s + sq by the fast two-sum: |s| >= |r| > r^2 / 2.
+  const auto hi = hn::Add(red.s, sq);
+  const auto hi_err = hn::Sub(sq, hn::Sub(hi, red.s));
+  const auto r2 = hn::Mul(r, r);
+  const auto q = Horner(d, r, 0.3333333333333333, -0.24999999999999714, 0.19999999999999737,
+                        -0.16666666670489866, 0.14285714289243465, -0.12499986131371875,
+                        0.11111098309061827, -0.1001862844850171, 0.09108104825740974);
+  auto lo = hn::Add(hn::Add(red.table_lo, red.t), hn::Add(hi_err, sq_lo));
+  lo = hn::Add(lo, Lookup(d, tables.lo_lo, split.index));
+  lo = hn::Add(lo, Fma(d, red.r_lo, hn::Sub(r2, r), red.r_lo));
+  lo = Fma(d, hn::Mul(r2, r), q, lo);
+  // Renormalised, so that a multiple of the pair (Pow's b lo) stays below an ulp of its high part
+  // and the exponential's reduced argument within its polynomial's interval.
+  const auto sum = hn::Add(hi, lo);
+  return {sum, hn::Sub(lo, hn::Sub(sum, hi))};
 }
 
 }  // namespace log_detail

@@ -37,7 +37,7 @@ namespace oxl {
   HWY_EXPORT(t##F);                                                                       \
   extern "C" OXL_API void oxl_vek_kernel_##t##F##_B3HAynn(int64_t n, const E* a, Third x, \
                                                           Fourth y, int) {                \
-    OXL_DISPATCH(t##F)(n, a, x, y);                                               \
+    OXL_DISPATCH(t##F)(n, a, x, y);                                                       \
   }
 #define OXL_PACK_ENTRIES(t, E)                      \
   OXL_PACK_ENTRY(t, PackI, E, int64_t, E*)          \

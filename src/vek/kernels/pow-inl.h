@@ -38,43 +38,8 @@ enum class PowLevel { kHA, kEP };
 
 namespace pow_detail {
 
-// The HA logarithm's tables, and -ln c beyond Hi + Lo: with Lo alone the table's rounding,
-// 2^-67, is 2^-62 of a logarithm near 0.03 (a next to 1 + 2^-5 or to 1 - 2^-5), which a
-// result near overflow multiplies into several ulps.
-struct LnTablesD : log_detail::RcpTables<double, LogLevel::kHA> {
-  FloatTable<D> lo_lo = LoadFloatTable(D(), vek::log_tables::kLnDLoLo);
-};
-
-// ln a for positive normal a, as hi + lo to about 2^-65 relative. The HA logarithm's terms, with
-// -r^2 / 2 split off exactly (r / 2 is exact, r (-r / 2) a product kept as a pair) and
-//   (ln(1 + r) - r + r^2 / 2) / r^3
-// by a degree-8 polynomial, fitted by Chebyshev interpolation on |r| <= 0.0315 (every
-// interval's r lies inside): its error, 2.9e-17, is below 2^-65 of ln(1 + r) there. The r_lo
-// term counts with the slope 1 - r + r^2 of ln(1 + r).
-template <class D>
-HWY_INLINE Pair<D> LnPair(D d, const LnTablesD& tables, const log_detail::Split<D>& split) {
-  const auto c = Lookup(d, tables.reciprocal, split.index);
-  const auto red = log_detail::ReducePair<false>(d, tables, split, c, hn::Zero(d));
-  const auto r = red.r;
-  const auto half = hn::Mul(r, hn::Set(d, -0.5));
-  const auto sq = hn::Mul(r, half);
-  const auto sq_lo = Fms(d, r, half, sq);
-  // s + sq by the fast two-sum: |s| >= |r| > r^2 / 2.
-  const auto hi = hn::Add(red.s, sq);
-  const auto hi_err = hn::Sub(sq, hn::Sub(hi, red.s));
-  const auto r2 = hn::Mul(r, r);
-  const auto q = Horner(d, r, 0.3333333333333333, -0.24999999999999714, 0.19999999999999737,
-                        -0.16666666670489866, 0.14285714289243465, -0.12499986131371875,
-                        0.11111098309061827, -0.1001862844850171, 0.09108104825740974);
-  auto lo = hn::Add(hn::Add(red.table_lo, red.t), hn::Add(hi_err, sq_lo));
-  lo = hn::Add(lo, Lookup(d, tables.lo_lo, split.index));
-  lo = hn::Add(lo, Fma(d, red.r_lo, hn::Sub(r2, r), red.r_lo));
-  lo = Fma(d, hn::Mul(r2, r), q, lo);
-  // Renormalised, so that b lo stays below an ulp of b hi and the exponential's reduced argument
-  // within its polynomial's interval.
-  const auto sum = hn::Add(hi, lo);
-  return {sum, hn::Sub(lo, hn::Sub(sum, hi))};
-}
+using log_detail::LnPair;
+using log_detail::LnTablesD;
 
 // Lanes of positive normal numbers.
 using log_detail::PositiveNormal;
@@ -84,7 +49,7 @@ using log_detail::PositiveNormal;
 template <class D, class LnTables, class ExpTables>
 HWY_INLINE hn::VFromD<D> PowDouble(D d, const LnTables& ln, const ExpTables& exp, hn::VFromD<D> a,
                                    hn::VFromD<D> b, hn::Mask<D>& rare) {
-  const auto lg = LnPair(d, ln, log_detail::SplitOf(d, a));
+  const auto lg = LnPair<false>(d, ln, log_detail::SplitOf(d, a), hn::Zero(d));
   const auto w_hi = hn::Mul(b, lg.hi);
   const auto w_lo = Fma(d, b, lg.lo, Fms(d, b, lg.hi, w_hi));
   // NaN w (an infinite b against ln a = 0, a NaN b) fails the compare as well.

@@ -1,0 +1,445 @@
+// Bodies of the hyperbolic kernels and their inverses. Re-included once per SIMD target.
+//
+// Sinh and Cosh take H = e^|x| / 2 from the exponential kernels' reduction and 8-entry table, with
+// the power of two lowered by one in the integer that scales the table value, so that H stays
+// finite up to the fast path's bound (|x| < 710, where sinh and cosh are below the largest
+// double) although e^|x| is not. Then
+//   cosh x = H + 1 / (4H),   sinh |x| = H - 1 / (4H),
+// with one division. At HA, H is the pair s + s p (s = T_hi 2^(k-1), p = e^r (1 + T_lo) - 1), the
+// reciprocal carries its residual, and s -+ 1/(4H) is a fast two-sum (s >= 1/2 >= 1/(4H)), so the
+// cancellation of sinh near 0 costs nothing but the rounding of the small terms; below |x| = 1/2,
+// where those terms would show, sinh is x + x^3 P(x^2) with Taylor's coefficients.
+//
+// Tanh |x| = E / (E + 2) with E = e^(2|x|) - 1 from the Expm1 kernels' reduction, which has no
+// cancellation at any |x|: at HA E is the pair of the Expm1 HA kernel, E + 2 a pair by the fast
+// two-sum, and the quotient corrected by its residual. Beyond |x| = 22 tanh rounds to 1: |x| is
+// capped there, and the formula gives 1.
+//
+// Float kernels run the double EP bodies on each half widened, rounded once.
+
+#include <bit>
+#include <cstdint>
+#include <limits>
+
+#if defined(OXL_VEK_KERNELS_HYP_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef OXL_VEK_KERNELS_HYP_INL_H_
+#undef OXL_VEK_KERNELS_HYP_INL_H_
+#else
+#define OXL_VEK_KERNELS_HYP_INL_H_
+#endif
+
+#include "vek/frame/kernel-inl.h"
+#include "simd/fma-inl.h"
+#include "simd/poly-inl.h"
+#include "vek/kernels/exp-inl.h"
+#include "vek/kernels/log-inl.h"
+#include "vek/kernels/hyp_rare.h"
+#include "vek/kernels/widen-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace oxl::HWY_NAMESPACE {
+
+using vek::HypFunction;
+enum class HypLevel { kHA, kLA, kEP };
+
+namespace hyp_detail {
+
+// Sinh and Cosh below this stay under the largest double (sinh 710 = 1.12e308) with a margin for
+// the rounding of the reduction; in float, 89 (sinh 89 = 2.2e38).
+template <class T>
+inline constexpr T kBound = sizeof(T) == 4 ? T(89) : T(710);
+
+// |x| >= bound, or NaN, by an integer compare of the magnitude's bits.
+template <class D>
+HWY_INLINE hn::Mask<D> AtOrBeyond(D d, hn::VFromD<D> x, hn::TFromD<D> bound) {
+  const hn::RebindToSigned<D> di;
+  using I = hn::TFromD<decltype(di)>;
+  const auto abs_bits = hn::BitCast(di, hn::Abs(x));
+  return hn::RebindMask(d, hn::Gt(abs_bits, hn::Set(di, std::bit_cast<I>(bound) - 1)));
+}
+
+template <class D>
+struct Pair {
+  hn::VFromD<D> hi, lo;
+};
+
+// The exponential's tables of each level: EP has no T_lo.
+template <HypLevel kLevel>
+using ExpTables = exp_detail::Tables<double, 8, kLevel != HypLevel::kEP>;
+
+// H = e^a / 2 for 0 <= a < 710: s + lo at HA, where lo = s p is up to 0.045 s and is not added
+// in; in one part (lo zero) at LA and EP. EP's e^r is Taylor's to r^4 without T_lo (r^5 / 120 is
+// 1.3e-9 relative on |r| <= ln 2 / 16).
+template <HypLevel kLevel, class D>
+HWY_INLINE Pair<D> HalfExp(D d, const ExpTables<kLevel>& tables, hn::VFromD<D> a) {
+  const hn::RebindToSigned<D> di;
+  const auto red = exp_detail::Reduce<8, kLevel != HypLevel::kEP>(d, a);
+  // The table index is in the three low bits of z, the power of two above them: 8 less is 2^(k-1).
+  const auto s = exp_detail::ScaledHi<8>(d, tables.hi, hn::Sub(red.z, hn::Set(di, 8)));
+  if constexpr (kLevel == HypLevel::kHA) {
+    return {s, hn::Mul(s, exp_detail::ExcessD(d, tables, red.r, red.z))};
+  } else if constexpr (kLevel == HypLevel::kLA) {
+    return {exp_detail::OfReducedD(d, tables, red.r, s, red.z), hn::Zero(d)};
+  } else {
+    const auto poly = Horner(d, red.r, 1.0, 0.5, 1.0 / 6, 1.0 / 24);
+    return {Fma(d, hn::Mul(s, red.r), poly, s), hn::Zero(d)};
+  }
+}
+
+// 1 / (4H) for H = hi + lo >= 1/2, as a pair at HA. Beyond 2^64 it is below 2^-128 of H and needs
+// no accuracy: H is capped there, so that the quotient stays a normal number.
+template <HypLevel kLevel, class D>
+HWY_INLINE Pair<D> QuarterReciprocal(D d, const Pair<D>& h) {
+  const auto quarter = hn::Set(d, 0.25);
+  const auto sum = kLevel == HypLevel::kHA ? hn::Add(h.hi, h.lo) : h.hi;
+  const auto q = hn::Div(quarter, hn::Min(sum, hn::Set(d, 0x1p64)));
+  if constexpr (kLevel != HypLevel::kHA) return {q, hn::Zero(d)};
+  // (1/4 - q H) / H, with 1/H taken as 4q.
+  const auto residual = Fnma(d, q, h.lo, Fnma(d, q, h.hi, quarter));
+  return {q, hn::Mul(residual, hn::Mul(q, hn::Set(d, 4.0)))};
+}
+
+// H + sign / (4H): the fast two-sum of s and the quotient, then the small terms.
+template <HypLevel kLevel, class D>
+HWY_INLINE hn::VFromD<D> Combine(D d, const Pair<D>& h, Pair<D> q, bool minus) {
+  if (minus) q = {hn::Neg(q.hi), hn::Neg(q.lo)};
+  const auto sum = hn::Add(h.hi, q.hi);
+  if constexpr (kLevel != HypLevel::kHA) return sum;
+  const auto err = hn::Sub(q.hi, hn::Sub(sum, h.hi));
+  return hn::Add(sum, hn::Add(hn::Add(err, h.lo), q.lo));
+}
+
+// sinh x - x = x^3 P(x^2) for |x| < 1/2 with Taylor's coefficients: to x^17 at HA (the first term
+// left out is 4e-20 of x), to x^13 at LA and EP (4.7e-17).
+template <HypLevel kLevel, class D>
+HWY_INLINE hn::VFromD<D> SinhSmall(D d, hn::VFromD<D> x) {
+  const auto x2 = hn::Mul(x, x);
+  constexpr double c3 = 1.0 / 6, c5 = c3 / 20, c7 = c5 / 42, c9 = c7 / 72, c11 = c9 / 110,
+                   c13 = c11 / 156, c15 = c13 / 210, c17 = c15 / 272;
+  const auto p = kLevel == HypLevel::kHA ? Horner(d, x2, c3, c5, c7, c9, c11, c13, c15, c17)
+                                         : Horner(d, x2, c3, c5, c7, c9, c11, c13);
+  return Fma(d, hn::Mul(x2, x), p, x);
+}
+
+}  // namespace hyp_detail
+
+// ---------------------------------------------------------------------------------------------
+// Double bodies.
+
+template <HypFunction kFunction, HypLevel kLevel>
+struct SinhCoshBody : UnaryRealBody<double> {
+  static constexpr HypFunction kFunc = kFunction;
+  static constexpr bool kSinh = kFunc == HypFunction::kSinh;
+  const char* name = kSinh ? vek::names::dSinh : vek::names::dCosh;
+  hyp_detail::ExpTables<kLevel> tables;
+
+  // Arguments whose results overflow or come near it, infinities and NaNs.
+  template <class D>
+  static HWY_INLINE hn::Mask<D> RareOf(D d, hn::VFromD<D> x) {
+    return hyp_detail::AtOrBeyond(d, x, hyp_detail::kBound<hn::TFromD<D>>);
+  }
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    const auto x = in[0];
+    rare[0] = RareOf(d, x);
+    // Rare lanes compute on zero: their results are replaced, and large values would only raise
+    // flags on the way.
+    const auto a = hn::IfThenZeroElse(rare[0], hn::Abs(x));
+    const auto h = hyp_detail::HalfExp<kLevel>(d, tables, a);
+    const auto q = hyp_detail::QuarterReciprocal<kLevel>(d, h);
+    const auto result = hyp_detail::Combine<kLevel>(d, h, q, kSinh);
+    if constexpr (kSinh) {
+      // The series only where a lane needs it: most vectors of most arrays hold none.
+      const auto small = hn::Lt(a, hn::Set(d, 0.5));
+      auto sinh = result;
+      if (!hn::AllFalse(d, small)) {
+        sinh = hn::IfThenElse(small, hyp_detail::SinhSmall<kLevel>(d, a), result);
+      }
+      // sinh is odd, and -0 and the denormals keep their sign and value.
+      out[0] = hn::CopySign(sinh, x);
+    } else {
+      out[0] = result;
+    }
+  }
+
+  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+};
+template <HypLevel kLevel>
+using SinhBody = SinhCoshBody<HypFunction::kSinh, kLevel>;
+template <HypLevel kLevel>
+using CoshBody = SinhCoshBody<HypFunction::kCosh, kLevel>;
+
+template <HypLevel kLevel>
+struct TanhBody : UnaryRealBody<double> {
+  static constexpr HypFunction kFunc = HypFunction::kTanh;
+  static constexpr ExpLevel kExpLevel = kLevel == HypLevel::kHA   ? ExpLevel::kHA
+                                        : kLevel == HypLevel::kLA ? ExpLevel::kLA
+                                                                  : ExpLevel::kEP;
+  const char* name = vek::names::dTanh;
+  exp_detail::Tables<double, 8, kLevel != HypLevel::kEP> tables;
+
+  // NaNs leave through the rare routine quieted with their payload; infinities are capped.
+  template <class D>
+  static HWY_INLINE hn::Mask<D> RareOf(D, hn::VFromD<D> x) {
+    return hn::IsNaN(x);
+  }
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    const auto x = in[0];
+    rare[0] = RareOf(d, x);
+    const auto a = hn::IfThenZeroElse(rare[0], hn::Min(hn::Abs(x), hn::Set(d, 22.0)));
+    const auto e = Expm1Parts<8, kExpLevel>(d, tables, hn::Add(a, a));
+    const auto two = hn::Set(d, 2.0);
+    hn::Vec<D> result;
+    if constexpr (kLevel == HypLevel::kHA) {
+      // E renormalised (Expm1's low part holds its r^2 terms), E + 2 as a pair, the larger
+      // term first; the quotient's residual E - q (E + 2) by Fma.
+      const auto e_hi = hn::Add(e.hi, e.lo);
+      const auto e_lo = hn::Sub(e.lo, hn::Sub(e_hi, e.hi));
+      const auto large = hn::Max(e_hi, two);
+      const auto den = hn::Add(e_hi, two);
+      const auto den_lo = hn::Add(hn::Sub(hn::Min(e_hi, two), hn::Sub(den, large)), e_lo);
+      const auto inv = hn::Div(hn::Set(d, 1.0), den);
+      const auto q = hn::Mul(e_hi, inv);
+      const auto residual = Fnma(d, q, den_lo, hn::Add(Fnma(d, q, den, e_hi), e_lo));
+      result = Fma(d, residual, inv, q);
+    } else {
+      result = hn::Div(e.hi, hn::Add(e.hi, two));
+    }
+    out[0] = hn::CopySign(result, x);
+  }
+
+  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+};
+
+// ---------------------------------------------------------------------------------------------
+// The inverse functions: the logarithm of v, v carried as a pair, by the HA logarithm's reduction
+// to about 2^-65 (LnPair, which takes v's low part into its reduced argument):
+//   asinh a = ln(a + sqrt(a^2 + 1)),  acosh x = ln(x + sqrt(x^2 - 1)),  atanh a = ln(v) / 2 with
+//   v = (1 + a) / (1 - a),
+// a = |x|. The pairs make every cancellation exact: near 0, where v is 1 + 2a or 1 + a and the
+// logarithm of 1 plus the pair's low part is the result; and for acosh near 1, where x^2 - 1 is
+// exact and the square root carries its residual. The pairs hold v to about 2^-106, which is
+// 2^-60 of the result down to a = 2^-46; below 2^-26 the series' second term is all that is left,
+// a -+ a^3 c, and is taken instead. From 2^28 on, sqrt(a^2 -+ 1) rounds to a: the
+// logarithm is of a with its exponent counted one higher, ln 2a, and a^2 is never formed.
+
+namespace hyp_detail {
+
+// sqrt(t_hi + t_lo) as a pair: the root and its residual over twice the root (the divisor kept
+// above 0 for t = 0).
+template <class D>
+HWY_INLINE Pair<D> SqrtPair(D d, hn::VFromD<D> t_hi, hn::VFromD<D> t_lo) {
+  const auto root = hn::Sqrt(t_hi);
+  const auto residual = hn::Add(Fnma(d, root, root, t_hi), t_lo);
+  const auto twice = hn::Max(hn::Add(root, root), hn::Set(d, 0x1p-1000));
+  return {root, hn::Div(residual, twice)};
+}
+
+// ln(hi + lo), or ln(2 hi) where `doubled` (lo 0 there), as one value.
+template <class D>
+HWY_INLINE hn::VFromD<D> LnOf(D d, const log_detail::LnTablesD& tables, const Pair<D>& v,
+                              hn::Mask<D> doubled) {
+  auto split = log_detail::SplitOf(d, v.hi);
+  split.e = hn::Add(split.e, hn::IfThenElseZero(doubled, hn::Set(d, 1.0)));
+  const auto ln = log_detail::LnPair<true>(d, tables, split, hn::IfThenZeroElse(doubled, v.lo));
+  return hn::Add(ln.hi, ln.lo);
+}
+
+// large + small + lo as a pair: the fast two-sum (|large| >= |small|), lo added to its low part.
+template <class D>
+HWY_INLINE Pair<D> SumPair(hn::VFromD<D> large, hn::VFromD<D> small, hn::VFromD<D> lo) {
+  const auto sum = hn::Add(large, small);
+  return {sum, hn::Add(hn::Sub(small, hn::Sub(sum, large)), lo)};
+}
+
+inline constexpr double kDoubled = 0x1p28;
+
+// ln(a + sqrt(a^2 + 1)) (kPlus, a >= 0) or ln(a + sqrt(a^2 - 1)) (a >= 1). a^2 -+ 1 as a pair:
+// the square exact by Fms, the sum by the fast two-sum of the larger first (for a^2 - 1 exact
+// below sqrt 2, where it cancels); then a + the root, whose larger term is the root for kPlus
+// and a otherwise.
+template <bool kPlus, class D>
+HWY_INLINE hn::VFromD<D> LnRootSum(D d, const log_detail::LnTablesD& tables, hn::VFromD<D> a) {
+  const auto doubled = hn::Ge(a, hn::Set(d, kDoubled));
+  const auto ac = hn::Min(a, hn::Set(d, kDoubled));
+  const auto sq = hn::Mul(ac, ac);
+  const auto sq_lo = Fms(d, ac, ac, sq);
+  const auto one = hn::Set(d, kPlus ? 1.0 : -1.0);
+  const auto t =
+      kPlus ? SumPair<D>(hn::Max(sq, one), hn::Min(sq, one), sq_lo) : SumPair<D>(sq, one, sq_lo);
+  const auto s = SqrtPair(d, t.hi, t.lo);
+  const auto v = kPlus ? SumPair<D>(s.hi, ac, s.lo) : SumPair<D>(ac, s.hi, s.lo);
+  return LnOf(d, tables, {hn::IfThenElse(doubled, a, v.hi), v.lo}, doubled);
+}
+
+// a + c a^3 where a < 2^-26, else `ln`.
+template <class D>
+HWY_INLINE hn::VFromD<D> SeriesBelow(D d, hn::VFromD<D> a, double c, hn::VFromD<D> ln) {
+  const auto series = Fma(d, hn::Mul(a, hn::Mul(a, a)), hn::Set(d, c), a);
+  return hn::IfThenElse(hn::Lt(a, hn::Set(d, 0x1p-26)), series, ln);
+}
+
+}  // namespace hyp_detail
+
+struct AsinhBody : UnaryRealBody<double> {
+  static constexpr HypFunction kFunc = HypFunction::kAsinh;
+  const char* name = vek::names::dAsinh;
+  log_detail::LnTablesD tables;
+
+  // Infinities and NaNs.
+  template <class D>
+  static HWY_INLINE hn::Mask<D> RareOf(D d, hn::VFromD<D> x) {
+    return hyp_detail::AtOrBeyond(d, x, std::numeric_limits<hn::TFromD<D>>::infinity());
+  }
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    const auto x = in[0];
+    rare[0] = RareOf(d, x);
+    const auto a = hn::IfThenZeroElse(rare[0], hn::Abs(x));
+    const auto ln = hyp_detail::LnRootSum<true>(d, tables, a);
+    // asinh is odd, and -0 and the denormals keep their sign and value.
+    out[0] = hn::CopySign(hyp_detail::SeriesBelow(d, a, -1.0 / 6, ln), x);
+  }
+
+  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+};
+
+struct AcoshBody : UnaryRealBody<double> {
+  static constexpr HypFunction kFunc = HypFunction::kAcosh;
+  const char* name = vek::names::dAcosh;
+  log_detail::LnTablesD tables;
+
+  // Arguments below 1 (status 1), +inf and NaNs: all but [1, largest].
+  template <class D>
+  static HWY_INLINE hn::Mask<D> RareOf(D d, hn::VFromD<D> x) {
+    using T = hn::TFromD<D>;
+    return hn::Not(
+        hn::And(hn::Ge(x, hn::Set(d, T(1))), hn::Le(x, hn::Set(d, std::numeric_limits<T>::max()))));
+  }
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    const auto x = in[0];
+    rare[0] = RareOf(d, x);
+    // Rare lanes compute on 1.
+    const auto a = hn::IfThenElse(rare[0], hn::Set(d, 1.0), x);
+    out[0] = hyp_detail::LnRootSum<false>(d, tables, a);
+  }
+
+  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+};
+
+struct AtanhBody : UnaryRealBody<double> {
+  static constexpr HypFunction kFunc = HypFunction::kAtanh;
+  const char* name = vek::names::dAtanh;
+  log_detail::LnTablesD tables;
+
+  // |x| >= 1 (status 2 at 1, 1 beyond) and NaNs.
+  template <class D>
+  static HWY_INLINE hn::Mask<D> RareOf(D d, hn::VFromD<D> x) {
+    return hyp_detail::AtOrBeyond(d, x, hn::TFromD<D>(1));
+  }
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    const auto x = in[0];
+    rare[0] = RareOf(d, x);
+    const auto a = hn::IfThenZeroElse(rare[0], hn::Abs(x));
+    const auto one = hn::Set(d, 1.0);
+    // 1 + a and 1 - a as pairs (1 >= a), their quotient v by one reciprocal, corrected by its
+    // residual.
+    const auto num = hyp_detail::SumPair<D>(one, a, hn::Zero(d));
+    const auto den = hyp_detail::SumPair<D>(one, hn::Neg(a), hn::Zero(d));
+    const auto inv = hn::Div(one, den.hi);
+    const auto q = hn::Mul(num.hi, inv);
+    const auto residual = Fnma(d, q, den.lo, hn::Add(Fnma(d, q, den.hi, num.hi), num.lo));
+    const hyp_detail::Pair<D> v = {q, hn::Mul(residual, inv)};
+    const auto ln = hyp_detail::LnOf(d, tables, v, hn::MaskFromVec(hn::Zero(d)));
+    const auto half_ln = hn::Mul(ln, hn::Set(d, 0.5));
+    out[0] = hn::CopySign(hyp_detail::SeriesBelow(d, a, 1.0 / 3, half_ln), x);
+  }
+
+  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+};
+
+// LA and EP of the inverses: log1p(u) by the logarithm kernels' one-part evaluation of the level,
+// 1 + u's rounding error its addend, with u free of cancellation:
+//   asinh a = log1p(a + a^2 / (1 + sqrt(a^2 + 1))),  acosh x = log1p(t + sqrt(t (t + 2))),
+//   t = x - 1 (exact from 1 to 2, and where x^2 - 1 cancels),  atanh a = log1p(2a / (1 - a)) / 2.
+// From 2^28 on, ln 2a as at HA.
+template <class Ha, HypLevel kLevel>
+struct InverseOnePartBody : UnaryRealBody<double> {
+  static constexpr HypFunction kFunc = Ha::kFunc;
+  static constexpr LogLevel kLogLevel = kLevel == HypLevel::kLA ? LogLevel::kLA : LogLevel::kEP;
+  const char* name = Ha{}.name;
+  log_detail::RcpTables<double, kLogLevel> tables;
+
+  template <class D>
+  static HWY_INLINE hn::Mask<D> RareOf(D d, hn::VFromD<D> x) {
+    return Ha::RareOf(d, x);
+  }
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    const auto x = in[0];
+    rare[0] = RareOf(d, x);
+    const auto one = hn::Set(d, 1.0);
+    const bool acosh = kFunc == HypFunction::kAcosh;
+    // Rare lanes compute on 0 (acosh: on 1).
+    const auto a =
+        acosh ? hn::IfThenElse(rare[0], one, x) : hn::IfThenZeroElse(rare[0], hn::Abs(x));
+    const auto doubled = hn::Ge(a, hn::Set(d, hyp_detail::kDoubled));
+    const auto ac = hn::Min(a, hn::Set(d, hyp_detail::kDoubled));
+    hn::Vec<D> u;
+    if constexpr (kFunc == HypFunction::kAsinh) {
+      const auto sq = hn::Mul(ac, ac);
+      u = hn::Add(ac, hn::Div(sq, hn::Add(one, hn::Sqrt(hn::Add(sq, one)))));
+    } else if constexpr (kFunc == HypFunction::kAcosh) {
+      const auto t = hn::Sub(ac, one);
+      u = hn::Add(t, hn::Sqrt(hn::Mul(t, hn::Add(t, hn::Set(d, 2.0)))));
+    } else {
+      u = hn::Div(hn::Add(ac, ac), hn::Sub(one, ac));
+    }
+    const auto v = hn::Add(one, u);
+    const auto lo = hn::Sub(hn::Min(u, one), hn::Sub(v, hn::Max(u, one)));
+    auto split = log_detail::SplitOf(d, hn::IfThenElse(doubled, a, v));
+    split.e = hn::Add(split.e, hn::IfThenElseZero(doubled, one));
+    auto result = log_detail::Evaluate<double, LogFunction::kLog1p, kLogLevel>(
+        d, tables, split, hn::IfThenZeroElse(doubled, lo));
+    if constexpr (kFunc == HypFunction::kAtanh) result = hn::Mul(result, hn::Set(d, 0.5));
+    // asinh and atanh are odd, and -0 and the denormals keep their sign and value.
+    out[0] = acosh ? result : hn::CopySign(result, x);
+  }
+
+  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+};
+
+// ---------------------------------------------------------------------------------------------
+// Float bodies: the double body of `Wide` on each half, rounded once. Rare lanes are marked on
+// the float arguments, by the double body's rule with the float bounds.
+template <class Wide>
+struct HypFloatBody : UnaryRealBody<float> {
+  static constexpr HypFunction kFunc = Wide::kFunc;
+  static constexpr const char* kNames[] = {vek::names::sSinh,  vek::names::sCosh,
+                                           vek::names::sTanh,  vek::names::sAsinh,
+                                           vek::names::sAcosh, vek::names::sAtanh};
+  const char* name = kNames[static_cast<int>(kFunc)];
+  Wide wide;
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    rare[0] = Wide::RareOf(d, in[0]);
+    RunWidened<1>(wide, d, in, out);
+  }
+
+  static int32_t Rare(const float* a, float* r) { return vek::HypRare<kFunc>(a, r); }
+};
+
+}  // namespace oxl::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // OXL_VEK_KERNELS_HYP_INL_H_
