@@ -27,6 +27,7 @@
 
 #include "vek/frame/kernel-inl.h"
 #include "simd/fma-inl.h"
+#include "simd/pair-inl.h"
 #include "vek/kernels/complex_arith_rare.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -41,14 +42,6 @@ struct Parts {
   V re, im;
 };
 
-// s + e = a + b exactly (Knuth's TwoSum: no assumption on the order of magnitudes).
-template <class V>
-HWY_INLINE void TwoSum(V a, V b, V& s, V& e) {
-  s = hn::Add(a, b);
-  const V bb = hn::Sub(s, a);
-  e = hn::Add(hn::Sub(a, hn::Sub(s, bb)), hn::Sub(b, bb));
-}
-
 // x1 y1 + x2 y2 as hi + tail: the four doubles p1 + e1 + p2 + e2 are exactly the value, and
 // error-free sums leave only the tail's two small additions inexact. `naive` is p1 + p2 rounded,
 // whose sign of zero is that of the textbook formula.
@@ -56,13 +49,12 @@ template <class D, class V>
 HWY_INLINE void Dot2(D d, V x1, V y1, V x2, V y2, V& hi, V& tail, V& naive) {
   const V p1 = hn::Mul(x1, y1), p2 = hn::Mul(x2, y2);
   const V e1 = Fms(d, x1, y1, p1), e2 = Fms(d, x2, y2, p2);
-  V h, l, f, g, big, low;
-  TwoSum(p1, p2, h, l);
-  TwoSum(e1, e2, f, g);
-  TwoSum(h, f, big, low);
-  hi = big;
-  tail = hn::Add(hn::Add(low, l), g);
-  naive = h;
+  const auto p = TwoSum(d, p1, p2);
+  const auto e = TwoSum(d, e1, e2);
+  const auto sum = TwoSum(d, p.hi, e.hi);
+  hi = sum.hi;
+  tail = hn::Add(hn::Add(sum.lo, p.lo), e.lo);
+  naive = p.hi;
 }
 
 // The rounded sum, with the textbook formula's signed zero where the value is zero.
@@ -158,9 +150,9 @@ template <class D, class V>
 HWY_INLINE Parts<V> AccurateQuotient(D d, V ar, V ai, V br, V bi, hn::Mask<D>& rare) {
   // |b|^2 = dh + dl, the squares' errors folded into the low part.
   const V s1 = hn::Mul(br, br), s2 = hn::Mul(bi, bi);
-  V dh, t;
-  TwoSum(s1, s2, dh, t);
-  const V dl = hn::Add(t, hn::Add(Fms(d, br, br, s1), Fms(d, bi, bi, s2)));
+  const auto squares = TwoSum(d, s1, s2);
+  const V dh = squares.hi;
+  const V dl = hn::Add(squares.lo, hn::Add(Fms(d, br, br, s1), Fms(d, bi, bi, s2)));
   const V inv = hn::Div(hn::Set(d, 1.0), dh);
   V h[2], tail[2], naive[2];
   Dot2(d, ar, br, ai, bi, h[0], tail[0], naive[0]);
