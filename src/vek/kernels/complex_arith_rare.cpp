@@ -11,14 +11,6 @@ namespace {
 
 using Quad = __float128;
 
-template <class F, class E>
-int32_t ElementLoopRare(const E* a, const E* b, E* r, bool flush) {
-  const loop::X87Scope x87;
-  loop::LoopBody<F, loop::Build::kB3, E, E, 2, 1> body{nullptr};
-  body.flush = flush;
-  return body.Rare(a, b, r);
-}
-
 enum class Op { kMul, kMulByConj, kDiv };
 
 template <Op kOp>
@@ -42,7 +34,7 @@ int32_t ExactRare(const oxl_complex16* a, const oxl_complex16* b, oxl_complex16*
   const bool finite =
       std::isfinite(a->re) && std::isfinite(a->im) && std::isfinite(b->re) && std::isfinite(b->im);
   if (!finite || (kOp == Op::kDiv && br == 0 && bi == 0)) {
-    return ElementLoopRare<ScalarFunction<kOp>>(a, b, r, flush);
+    return loop::ElementRare<ScalarFunction<kOp>>(a, b, r);
   }
   Quad re, im;
   if constexpr (kOp == Op::kMul) {
@@ -65,8 +57,7 @@ int32_t ExactRare(const oxl_complex16* a, const oxl_complex16* b, oxl_complex16*
 // Float elements: the element loop's extended precision is ample for every finite case.
 template <Op kOp>
 int32_t FloatRare(const oxl_complex8* a, const oxl_complex8* b, oxl_complex8* r) {
-  const bool flush = (platform::ReadMxcsr() & platform::kMxcsrDaz) != 0;
-  return ElementLoopRare<ScalarFunction<kOp>>(a, b, r, flush);
+  return loop::ElementRare<ScalarFunction<kOp>>(a, b, r);
 }
 
 }  // namespace
