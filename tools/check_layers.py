@@ -21,9 +21,10 @@ LAYERS = {
     "vek": {"oxl", "platform", "simd"},
     "vrs/streams": {"oxl", "platform", "simd"},
     "vrs/generators": {"oxl", "platform", "simd", "vrs/streams"},
-    "vrs/distributions": {"oxl", "platform", "simd", "vek", "vrs/streams"},
+    "numeric": {"oxl", "platform"},
+    "vrs/distributions": {"oxl", "platform", "simd", "vek", "numeric", "vrs/streams"},
     "primitives": {"oxl", "platform", "simd"},
-    "stats": {"oxl", "platform", "simd", "vek", "primitives"},
+    "stats": {"oxl", "platform", "simd", "vek", "numeric", "primitives"},
     "df": {"oxl", "platform", "simd"},
     "services": {"oxl", "platform"},  # the MXCSR helpers, header-only
 }

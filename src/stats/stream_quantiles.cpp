@@ -24,7 +24,7 @@
 #include "oxl/ss.h"
 #include "platform/checked_size.h"
 #include "platform/scratch.h"
-#include "stats/numeric_helpers.h"
+#include "numeric/helpers.h"
 #include "stats/task.h"
 
 namespace oxl::stats {

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "oxl/platform.h"
-#include "stats/numeric_helpers.h"
+#include "numeric/helpers.h"
 #include "support/failing_allocator.h"
 #include "support/mp.h"
 #include "support/ref_data.h"

@@ -12,7 +12,7 @@
 #include <random>
 #include <tuple>
 
-#include "stats/numeric_helpers.h"
+#include "numeric/helpers.h"
 #include "stats/stats_fixture.h"
 #include "stats/task.h"
 #include "support/failing_allocator.h"

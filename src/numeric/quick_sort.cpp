@@ -12,7 +12,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "stats/numeric_helpers.h"
+#include "numeric/helpers.h"
 
 namespace oxl::stats {
 namespace {

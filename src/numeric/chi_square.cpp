@@ -12,7 +12,7 @@
 
 #include "oxl/vek.h"
 #include "oxl/vek_functions.h"
-#include "stats/numeric_helpers.h"
+#include "numeric/helpers.h"
 
 extern "C" {
 

@@ -11,11 +11,11 @@
 #include <cstdint>
 #include <limits>
 
-#include "stats/numeric_helpers.h"
+#include "numeric/helpers.h"
 
 namespace {
 
-#include "stats/ln_tables.inc"
+#include "numeric/ln_tables.inc"
 
 constexpr uint64_t hi_mask = 0xFFFFFFFFFF000000;  // the sign, exponent and top 28 fraction bits
 

@@ -8,8 +8,8 @@
 #include <cstdint>
 
 #include "oxl/platform.h"
-#include "stats/lapack.h"
-#include "stats/numeric_helpers.h"
+#include "numeric/lapack.h"
+#include "numeric/helpers.h"
 
 extern "C" {
 // 0.01, the repair threshold (the 64-bit pattern 1000: the denormal 4.94e-321), 1.

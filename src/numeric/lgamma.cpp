@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "stats/numeric_helpers.h"
+#include "numeric/helpers.h"
 
 namespace {
 constexpr long double kPi = 3.141592653589793238462643383279502884L;
