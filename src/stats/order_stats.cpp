@@ -1,10 +1,11 @@
 // Quantiles, order statistics and sorted copies of each included dimension. A dimension is sorted
 // into its place among the order statistics or in the sorted copy; quantiles without order
-// statistics sort a scratch copy for two orders or more and select the two neighbouring order
-// statistics of a single order. The quantile of order b is s[i] + f (s[j] - s[i]) with t = (n - 1)
-// b, i = floor(t), f = t - i and j = min(i + 1, n - 1). Dimensions are the items of the caller's
-// for-each-item service; each depends on its own data alone, so every thread count gives the same
-// bits.
+// statistics select the order statistics they need by brackets (bracket_select.h) when the
+// dimension is long and the orders few, else sort a scratch copy for two orders or more and select
+// the two neighbouring order statistics of a single order. The quantile of order b is s[i] + f
+// (s[j] - s[i]) with t = (n - 1) b, i = floor(t), f = t - i and j = min(i + 1, n - 1). Dimensions
+// are the items of the caller's for-each-item service; each depends on its own data alone, so every
+// thread count gives the same bits.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -15,6 +16,7 @@
 #include "platform/checked_size.h"
 #include "platform/scratch.h"
 #include "numeric/helpers.h"
+#include "stats/bracket_select.h"
 #include "stats/task.h"
 
 namespace oxl::stats {
@@ -109,6 +111,33 @@ T SelectQuantile(int64_t n, T* a, double b) {
   return Between(lo, hi, at.f);
 }
 
+// The quantiles of the n values at src (stride) from the order statistics they need, selected by
+// brackets; false, with nothing written, when the brackets do not serve.
+template <class T>
+bool BracketQuantiles(const Job<T>& job, const T* src, int64_t stride, int64_t n, T* scratch,
+                      T* result) {
+  if (job.count > kMaxRanks / 2 || n < kBracketMinCount) return false;
+  int64_t ranks[kMaxRanks];
+  int count = 0;
+  for (int64_t q = 0; q < job.count; ++q) {
+    const Place at = PlaceOf(n, static_cast<double>(job.orders[q]));
+    ranks[count++] = at.i;
+    ranks[count++] = at.j;
+  }
+  std::sort(ranks, ranks + count);
+  count = static_cast<int>(std::unique(ranks, ranks + count) - ranks);
+  T values[kMaxRanks];
+  if (!SelectRanks(src, stride, n, ranks, count, scratch, values)) return false;
+  const auto value = [&](int64_t rank) {
+    return values[std::lower_bound(ranks, ranks + count, rank) - ranks];
+  };
+  for (int64_t q = 0; q < job.count; ++q) {
+    const Place at = PlaceOf(n, static_cast<double>(job.orders[q]));
+    result[q] = Between(value(at.i), value(at.j), at.f);
+  }
+  return true;
+}
+
 template <class T>
 int32_t Dimension(int64_t item, int32_t thread, void* /*reserved*/, void* context) {
   const Job<T>& job = *static_cast<const Job<T>*>(context);
@@ -127,6 +156,7 @@ int32_t Dimension(int64_t item, int32_t thread, void* /*reserved*/, void* contex
     }
     return 0;
   }
+  if (BracketQuantiles(job, src, x_stride, n, scratch, job.quantiles + d * job.count)) return 0;
   if (job.count >= kSortFromOrders && n <= INT32_MAX) {
     // Several orders: one radix sort of a copy costs less than their selections.
     SortedCopy(src, x_stride, scratch, 1, n, scratch + n);
@@ -168,7 +198,7 @@ int Run(SSTask* task, Job<T>& job, int64_t (*budget)(int64_t), const SSThreadSer
   // The mean deviation reads the data where they are; the rest work on a copy.
   const bool copies = job.sorted != nullptr || job.count > 0 || job.median;
   const bool two = (job.sorted != nullptr && !job.sorted_rows) ||
-                   (job.sorted == nullptr && !job.median && job.count >= kSortFromOrders);
+                   (job.sorted == nullptr && !job.median && job.count > 0);
   job.scratch_stride = copies ? (two ? 2 : 1) * job.n : 0;
   const bool threaded = services != nullptr && services->for_each_item != nullptr &&
                         services->thread_count != nullptr;
