@@ -342,11 +342,25 @@ OXL_API int32_t _vrsiRngGeometric(int32_t method, StreamRecord* stream, int32_t 
 /* Successes in ntrial trials of probability p. */
 OXL_API int32_t _vrsiRngBinomial(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
                                  int32_t ntrial, double p);
-/* Poisson numbers of mean lambda, 0 <= lambda <= 2e9, by method OXL_RNG_POISSON_PTPE (0); any
- * other method gives StatusBadMethod. */
+/* Marked items among s drawn without replacement from a lot of l with m marked: 0 <= s, m <= l. */
+OXL_API int32_t _vrsiRngHypergeometric(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
+                                       int32_t l, int32_t s, int32_t m);
+/* Failures before the a-th success of trials of probability p: a > 0, 0 < p <= 1, and the law
+ * inside the int32 range (its mean plus ten standard deviations below 2^31). */
+OXL_API int32_t _vrsiRngNegbinomial(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
+                                    double a, double p);
+/* Poisson numbers of mean lambda, 0 <= lambda <= 2e9, by method OXL_RNG_POISSON_PTPE (0) or
+ * OXL_RNG_POISSON_POISNORM (1); any other method gives StatusBadMethod. PoissonV takes one mean
+ * per output, each checked before anything is drawn. */
 #define OXL_RNG_POISSON_PTPE 0
+#define OXL_RNG_POISSON_POISNORM 1
 OXL_API int32_t _vrsiRngPoisson(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
                                 double lambda);
+OXL_API int32_t _vrsiRngPoissonV(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
+                                 const double* lambda);
+/* The two methods of _vrsiRngPoisson, without its checks. */
+OXL_API int32_t _viRngPoissonPtpe(StreamRecord* stream, int32_t n, int32_t* r, double lambda);
+OXL_API int32_t _viRngPoissonPoisNorm(StreamRecord* stream, int32_t n, int32_t* r, double lambda);
 
 /* ---------------------------------------------------------------------------------------------
  * Continuous distributions by transformation. Each turns uniforms into its law in place in r:

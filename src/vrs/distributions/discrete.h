@@ -18,15 +18,16 @@ namespace oxl::vrs::dist {
 // Outputs of the integer laws per block: 4 KiB of int32 and at most 8 KiB of uniforms on the stack.
 inline constexpr int32_t kIntBlock = 1024;
 
-// Uniforms on [0, 1) for methods that take a varying number per output. Each refill asks the
-// generator for what the outputs still to come are expected to need, at most a block, so that a
-// short request does not throw away a block of draws. After a failed refill ok() is false and
-// the buffer holds 0.5, which every caller's loop tests before it goes round again.
-template <class T>
-class UniformSource {
+// Numbers for methods that take a varying count per output, drawn by `Fill(stream, count, out)`
+// a block at a time. Each refill asks for what the outputs still to come are expected to need, at
+// most a block, so that a short request does not throw away a block of draws. After a failed
+// refill ok() is false and the buffer holds 0.5, and every caller's loop tests ok() before it
+// goes round again.
+template <class T, int32_t (*Fill)(StreamRecord*, int32_t, T*)>
+class BlockSource {
  public:
-  // `expected` is the number of uniforms the whole request is expected to take.
-  UniformSource(StreamRecord* s, int64_t expected) : s_(s), expected_(expected) {}
+  // `expected` is the count the whole request is expected to take.
+  BlockSource(StreamRecord* s, int64_t expected) : s_(s), expected_(expected) {}
 
   T Next() {
     if (pos_ == size_) Refill();
@@ -41,7 +42,7 @@ class UniformSource {
     size_ = static_cast<int32_t>(std::clamp<int64_t>(expected_, kMinRefill, kIntBlock));
     expected_ -= size_;
     pos_ = 0;
-    const int32_t status = Uniform(s_, size_, buffer_, T(0), T(1));
+    const int32_t status = Fill(s_, size_, buffer_);
     if (status < 0) {
       status_ = status;
       std::fill(buffer_, buffer_ + size_, T(0.5));
@@ -55,6 +56,14 @@ class UniformSource {
   int32_t status_ = 0;
   alignas(64) T buffer_[kIntBlock];
 };
+
+template <class T>
+inline int32_t UnitUniforms(StreamRecord* s, int32_t n, T* r) {
+  return Uniform(s, n, r, T(0), T(1));
+}
+// Uniforms on [0, 1).
+template <class T>
+using UniformSource = BlockSource<T, UnitUniforms<T>>;
 
 // The set-up of a law, held in chunk `Setup::kChunkId` of the stream and made again only when the
 // parameters change. `Setup` is trivially copyable (the chunk is copied with the stream as bytes)
@@ -95,6 +104,7 @@ struct CdfTable {
   double cdf[kSize];
   int32_t last;   // index of the last entry
   int32_t start;  // where a search starts: the mode, so that the walk is short either way
+  bool complete;  // false when the law's tail does not fit: the table must not serve it
 
   // `ratio(k)` is P(k + 1) / P(k) in long double; `p0` is P(0); `top` the largest value the law
   // can take.
@@ -111,6 +121,7 @@ struct CdfTable {
       cdf[++k] = static_cast<double>(sum);
     }
     last = k;
+    complete = k == top || 1.0L - sum <= 0x1p-60L;
     cdf[last] = 2.0;
     start = std::min(static_cast<int32_t>(mean), last);
   }
@@ -195,6 +206,81 @@ struct TpeHat {
       }
       if (y < 0 || y > top) continue;
       if (__vrsdLn(v) <= log_ratio(y)) return y;
+    }
+  }
+};
+
+}  // namespace oxl::vrs::dist
+
+namespace oxl::vrs::dist {
+
+// exp in x87 extended precision, rounded once: set-ups take it from the one libm routine that no
+// processor feature selects, so that tables are the same on every machine.
+inline double ExpL(double x) { return static_cast<double>(std::exp(static_cast<long double>(x))); }
+
+// A hat over a log-concave pmf scaled to 1 at its mode: a rectangle of height 1 over the values
+// jl to jr, and beyond them exponential tails through the pmf at jl - 1 (jr + 1) whose rates are
+// the pmf's log-slope there. Log-concavity makes the slopes grow in magnitude outwards, so the
+// tails stay above the pmf. Where a tail would start within two values of the support's end, the
+// rectangle runs to the end instead and that tail is empty.
+struct RectHat {
+  double lo, hi;  // the support
+  double jl, jr;
+  double lam_l, lam_r;
+  double p1, p2, p3;
+
+  // `log_ratio(y)` is ln(f(y) / f(mode)).
+  template <class LogRatio>
+  void Set(double mode, double half_width, double low, double high, const LogRatio& log_ratio) {
+    lo = low;
+    hi = high;
+    jl = std::max(lo, std::floor(mode - half_width));
+    jr = std::min(hi, std::ceil(mode + half_width));
+    double area_l = 0;
+    double area_r = 0;
+    lam_l = jl - 2 >= lo ? log_ratio(jl - 1) - log_ratio(jl - 2) : 0;
+    if (lam_l > 0) {
+      area_l = ExpL(log_ratio(jl - 1) + lam_l) / lam_l;
+    } else {
+      jl = lo;
+    }
+    lam_r = jr + 2 <= hi ? log_ratio(jr + 1) - log_ratio(jr + 2) : 0;
+    if (lam_r > 0) {
+      area_r = ExpL(log_ratio(jr + 1) + lam_r) / lam_r;
+    } else {
+      jr = hi;
+    }
+    p1 = jr - jl + 1;
+    p2 = p1 + area_l;
+    p3 = p2 + area_r;
+  }
+
+  // One draw; -1 when the source failed.
+  template <class LogRatio>
+  double Draw(UniformSource<double>& src, const LogRatio& log_ratio) const {
+    for (;;) {
+      const double u = src.Next() * p3;
+      const double v = src.Next();
+      if (!src.ok()) return -1;
+      double y;
+      double ordinate;
+      if (u < p1) {
+        y = std::floor(jl + u);
+        ordinate = v;
+      } else {
+        if (v == 0) continue;
+        // The tail's abscissa from v, where the hat is v times its height at the start, and the
+        // ordinate under it from u's place in the tail's share.
+        if (u < p2) {
+          y = std::floor(jl + __vrsdLn(v) / lam_l);
+          ordinate = v * (u - p1) * lam_l;
+        } else {
+          y = std::floor(jr + 1 - __vrsdLn(v) / lam_r);
+          ordinate = v * (u - p2) * lam_r;
+        }
+        if (y < lo || y > hi) continue;
+      }
+      if (__vrsdLn(ordinate) <= log_ratio(y)) return y;
     }
   }
 };

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -100,15 +101,61 @@ DiscreteLaw GeometricRow(double p) {
           [pl](int64_t k) { return pl * std::pow(1 - pl, static_cast<long double>(k)); }};
 }
 
+DiscreteLaw HypergeometricRow(int32_t l, int32_t ss, int32_t m) {
+  return {
+      "Hypergeometric/" + std::to_string(l) + "/" + std::to_string(ss) + "/" + std::to_string(m),
+      [=](StreamRecord* s, int32_t n, int32_t* r) {
+        return _vrsiRngHypergeometric(0, s, n, r, l, ss, m);
+      },
+      [=](int64_t k) {
+        if (k > std::min(ss, m) || k < ss + m - l) return 0.0L;
+        return std::exp(LnChoose(m, k) + LnChoose(l - m, ss - k) - LnChoose(l, ss));
+      }};
+}
+
+DiscreteLaw NegbinomialRow(double a, double p) {
+  const long double al = a;
+  const long double pl = p;
+  return {
+      "Negbinomial/" + std::to_string(a) + "/" + std::to_string(p),
+      [=](StreamRecord* s, int32_t n, int32_t* r) { return _vrsiRngNegbinomial(0, s, n, r, a, p); },
+      [=](int64_t k) {
+        return std::exp(std::lgamma(al + k) - std::lgamma(al) - std::lgamma(k + 1.0L) +
+                        al * std::log(pl) + k * std::log1p(-pl));
+      }};
+}
+
 std::vector<DiscreteLaw> DiscreteLaws() {
   std::vector<DiscreteLaw> rows;
-  for (int32_t method : {OXL_RNG_POISSON_PTPE}) {
+  for (int32_t method : {OXL_RNG_POISSON_PTPE, OXL_RNG_POISSON_POISNORM}) {
     for (double mu : {0.5, 5.0, 26.9, 27.0, 500.0}) rows.push_back(PoissonRow(method, mu));
   }
+  // PoissonV over a cycle of means on both sides of its switch: the counts follow the mixture.
+  const std::vector<double> means = {0.5, 5.0, 9.99, 10.0, 150.0};
+  rows.push_back({"PoissonV",
+                  [means](StreamRecord* s, int32_t n, int32_t* r) {
+                    std::vector<double> lambda(n);
+                    for (int32_t i = 0; i < n; ++i) lambda[i] = means[i % means.size()];
+                    return _vrsiRngPoissonV(0, s, n, r, lambda.data());
+                  },
+                  [means](int64_t k) {
+                    long double sum = 0;
+                    for (double mu : means) sum += PoissonRow(0, mu).pmf(k);
+                    return sum / means.size();
+                  }});
   for (auto [ntrial, p] : {std::pair{100, 0.1}, {100, 0.3}, {1000, 0.7}, {20, 0.5}, {60, 0.6}}) {
     rows.push_back(BinomialRow(ntrial, p));
   }
   for (double p : {0.1, 0.9}) rows.push_back(GeometricRow(p));
+  // A table from 0, a table from s + m - l, and the acceptance method from 0 and from above it.
+  for (auto [l, ss, m] :
+       {std::tuple{1000, 50, 100}, {1000, 900, 800}, {10000, 5000, 3000}, {2000, 1500, 1200}}) {
+    rows.push_back(HypergeometricRow(l, ss, m));
+  }
+  // A table, the log-concave acceptance (a >= 1) and the geometric candidates (a < 1).
+  for (auto [a, p] : {std::pair{2.5, 0.5}, {10.0, 0.05}, {0.5, 0.01}}) {
+    rows.push_back(NegbinomialRow(a, p));
+  }
   rows.push_back(
       {"Bernoulli",
        [](StreamRecord* s, int32_t n, int32_t* r) { return _vrsiRngBernoulli(0, s, n, r, 0.3); },
