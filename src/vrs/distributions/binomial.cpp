@@ -49,9 +49,8 @@ struct BinomialSetup {
     } else {
       const long double rl = r;
       const long double odds = rl / (1.0L - rl);
-      table.Fill(
-          std::pow(1.0L - rl, static_cast<long double>(n)), n,
-          [n, odds](int32_t j) { return odds * (n - j) / (j + 1); }, n * r);
+      table.Fill(std::pow(1.0L - rl, static_cast<long double>(n)), n,
+                 [n, odds](int32_t j) { return odds * (n - j) / (j + 1); });
     }
   }
 };

@@ -98,19 +98,20 @@ Setup* SetUp(StreamRecord* s, const typename Setup::Key& key, bool replace, int3
 // Cumulative probabilities of a law of small mean from k = 0, searched by inversion. The table
 // ends where the upper tail falls below the double's resolution (the means served stay below 30,
 // so 128 entries leave a tail under 1e-30); its last entry is raised past 1 so that every uniform
-// finds its place.
+// finds its place. A guide of 256 starting points, the first k whose entry passes j / 256, puts
+// the search one step or none from its end, so that its branch is nearly always predicted.
 struct CdfTable {
   static constexpr int32_t kSize = 128;
+  static constexpr int32_t kGuide = 256;
   double cdf[kSize];
+  uint8_t guide[kGuide];
   int32_t last;   // index of the last entry
-  int32_t start;  // where a search starts: the mode, so that the walk is short either way
   bool complete;  // false when the law's tail does not fit: the table must not serve it
 
   // `ratio(k)` is P(k + 1) / P(k) in long double; `p0` is P(0); `top` the largest value the law
-  // can take.
-  // The sums run in extended precision, so that each entry is the rounded exact value.
+  // can take. The sums run in extended precision, so that each entry is the rounded exact value.
   template <class Ratio>
-  void Fill(long double p0, int64_t top, const Ratio& ratio, double mean) {
+  void Fill(long double p0, int64_t top, const Ratio& ratio) {
     long double p = p0;
     long double sum = p0;
     int32_t k = 0;
@@ -123,16 +124,17 @@ struct CdfTable {
     last = k;
     complete = k == top || 1.0L - sum <= 0x1p-60L;
     cdf[last] = 2.0;
-    start = std::min(static_cast<int32_t>(mean), last);
+    int32_t first = 0;
+    for (int32_t j = 0; j < kGuide; ++j) {
+      while (cdf[first] <= static_cast<double>(j) / kGuide) ++first;
+      guide[j] = static_cast<uint8_t>(first);
+    }
   }
 
+  // u in [0, 1]; a generator whose largest output is 1 itself (MRG32K3A) lands in the last bucket.
   int32_t Search(double u) const {
-    int32_t k = start;
-    if (u < cdf[k]) {
-      while (k > 0 && u < cdf[k - 1]) --k;
-    } else {
-      while (u >= cdf[k]) ++k;
-    }
+    int32_t k = guide[std::min(static_cast<int32_t>(u * kGuide), kGuide - 1)];
+    while (u >= cdf[k]) ++k;
     return k;
   }
 };

@@ -43,13 +43,10 @@ struct HypergeometricSetup {
     const auto lf = [](int64_t j) { return lgamma_pos(j + 1.0L); };
     const long double ln_p0 = lf(k.m) + lf(l - k.m) + lf(k.s) + lf(l - k.s) - lf(l) - lf(lo) -
                               lf(k.m - lo) - lf(k.s - lo) - lf(l - k.m - k.s + lo);
-    table.Fill(
-        std::exp(ln_p0), hi - lo,
-        [&](int32_t j) {
-          const long double y = lo + j;
-          return (k.m - y) * (k.s - y) / ((y + 1) * (l - k.m - k.s + y + 1));
-        },
-        mode - lo);
+    table.Fill(std::exp(ln_p0), hi - lo, [&](int32_t j) {
+      const long double y = lo + j;
+      return (k.m - y) * (k.s - y) / ((y + 1) * (l - k.m - k.s + y + 1));
+    });
     tabulated = table.complete;
     if (tabulated) return;
     const double fraction = static_cast<double>(k.m) / l;

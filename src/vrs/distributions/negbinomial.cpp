@@ -38,9 +38,8 @@ struct NegbinomialSetup {
     ln_q = __vrsdLn(q);
     const double mean = k.a * q / k.p;
     const long double al = k.a;
-    table.Fill(
-        std::pow(static_cast<long double>(k.p), al), CdfTable::kSize,
-        [al, q](int32_t j) { return (al + j) * q / (j + 1); }, mean);
+    table.Fill(std::pow(static_cast<long double>(k.p), al), CdfTable::kSize,
+               [al, q](int32_t j) { return (al + j) * q / (j + 1); });
     if (table.complete) {
       path = Path::kTable;
     } else if (k.a >= 1) {

@@ -44,9 +44,8 @@ struct PoissonSetup {
       ln_lambda = __vrsdLn(mu);
       ln_factorial_mode = ln_factorial(static_cast<int64_t>(mode));
     } else {
-      table.Fill(
-          std::exp(-static_cast<long double>(mu)), CdfTable::kSize,
-          [mu](int32_t j) { return static_cast<long double>(mu) / (j + 1); }, mu);
+      table.Fill(std::exp(-static_cast<long double>(mu)), CdfTable::kSize,
+                 [mu](int32_t j) { return static_cast<long double>(mu) / (j + 1); });
     }
   }
 };
