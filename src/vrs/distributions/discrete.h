@@ -156,6 +156,13 @@ int32_t UniformBlocks(StreamRecord* s, int32_t n, int32_t* r, const Transform& t
   return status;
 }
 
+// ln v <= bound, for v > 0: 1 - 1/v <= ln v <= v - 1 settle most cases without the logarithm.
+inline bool LnAtMost(double v, double bound) {
+  if (v - 1.0 <= bound) return true;
+  if (1.0 - 1.0 / v > bound) return false;
+  return __vrsdLn(v) <= bound;
+}
+
 // The hat of the triangle-parallelogram-exponential methods of Kachitvichyanukul and Schmeiser
 // (BTPE for the binomial, PTPE for the Poisson law), over the pmf scaled to 1 at its mode m: a
 // triangle of half-width p1 centred on xm = m + 1/2 (regions up to p1, accepted at once), two
@@ -207,7 +214,7 @@ struct TpeHat {
         v *= (u - p3) * lamr;
       }
       if (y < 0 || y > top) continue;
-      if (__vrsdLn(v) <= log_ratio(y)) return y;
+      if (LnAtMost(v, log_ratio(y))) return y;
     }
   }
 };
@@ -282,7 +289,7 @@ struct RectHat {
         }
         if (y < lo || y > hi) continue;
       }
-      if (__vrsdLn(ordinate) <= log_ratio(y)) return y;
+      if (LnAtMost(ordinate, log_ratio(y))) return y;
     }
   }
 };

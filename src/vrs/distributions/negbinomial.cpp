@@ -87,8 +87,8 @@ OXL_API int32_t _vrsiRngNegbinomial(int32_t, StreamRecord* stream, int32_t n, in
         const double v = src.Next();
         y = u > 0 ? std::floor(__vrsdLn(u) / setup->ln_q) : 2147483648.0;
         if (y > 2147483647.0) continue;
-        if (__vrsdLn(v) <=
-            __vrsdLGamma(a + y) - setup->ln_mass_mode - ln_factorial(static_cast<int64_t>(y)))
+        if (LnAtMost(v, __vrsdLGamma(a + y) - setup->ln_mass_mode -
+                            ln_factorial(static_cast<int64_t>(y))))
           break;
       } while (src.ok());
     }
