@@ -29,6 +29,12 @@ struct BinomialSetup {
   double ln_factorial_mode;  // ln m! + ln (ntrial - m)!
   CdfTable table;
 
+  double LogRatio(double y) const {
+    const auto j = static_cast<int64_t>(y);
+    return ln_factorial_mode - ln_factorial(j) - ln_factorial(key.ntrial - j) +
+           (y - hat.m) * ln_odds;
+  }
+
   void Prepare(const Key& k) {
     key = k;
     const int64_t n = k.ntrial;
@@ -46,6 +52,7 @@ struct BinomialSetup {
       ln_odds = __vrsdLn(r / q);
       const auto m = static_cast<int64_t>(mode);
       ln_factorial_mode = ln_factorial(m) + ln_factorial(n - m);
+      hat.Tabulate([this](double y) { return LogRatio(y); });
     } else {
       const long double rl = r;
       const long double odds = rl / (1.0L - rl);
@@ -73,15 +80,10 @@ OXL_API int32_t _vrsiRngBinomial(int32_t, StreamRecord* stream, int32_t n, int32
       for (int32_t i = 0; i < m; ++i) out[i] = base + sign * setup->table.Search(u[i]);
     });
   }
-  const TpeHat& hat = setup->hat;
-  const auto log_ratio = [setup, &hat, ntrial](double y) {
-    const auto k = static_cast<int64_t>(y);
-    return setup->ln_factorial_mode - ln_factorial(k) - ln_factorial(ntrial - k) +
-           (y - hat.m) * setup->ln_odds;
-  };
+  const auto log_ratio = [setup](double y) { return setup->LogRatio(y); };
   UniformSource<double> src(stream, 5 * static_cast<int64_t>(n) / 2);
   for (int32_t i = 0; i < n; ++i) {
-    const double y = hat.Draw(src, log_ratio);
+    const double y = setup->hat.Draw(src, log_ratio);
     if (!src.ok()) return src.status();
     r[i] = base + sign * static_cast<int32_t>(y);
   }

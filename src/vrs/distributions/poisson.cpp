@@ -31,6 +31,10 @@ struct PoissonSetup {
   double ln_factorial_mode;
   CdfTable table;
 
+  double LogRatio(double y) const {
+    return (y - hat.m) * ln_lambda - ln_factorial(static_cast<int64_t>(y)) + ln_factorial_mode;
+  }
+
   void Prepare(const Key& k) {
     key = k;
     const double mu = k.lambda;
@@ -43,6 +47,7 @@ struct PoissonSetup {
       hat.top = 2147483647.0;
       ln_lambda = __vrsdLn(mu);
       ln_factorial_mode = ln_factorial(static_cast<int64_t>(mode));
+      hat.Tabulate([this](double y) { return LogRatio(y); });
     } else {
       table.Fill(std::exp(-static_cast<long double>(mu)), CdfTable::kSize,
                  [mu](int32_t j) { return static_cast<long double>(mu) / (j + 1); });
@@ -59,15 +64,11 @@ int32_t Ptpe(StreamRecord* s, int32_t n, int32_t* r, double lambda) {
       for (int32_t i = 0; i < m; ++i) out[i] = setup->table.Search(u[i]);
     });
   }
-  const TpeHat& hat = setup->hat;
-  const auto log_ratio = [setup, &hat](double y) {
-    return (y - hat.m) * setup->ln_lambda - ln_factorial(static_cast<int64_t>(y)) +
-           setup->ln_factorial_mode;
-  };
+  const auto log_ratio = [setup](double y) { return setup->LogRatio(y); };
   // About 2.3 uniforms an output at the switch, fewer above.
   UniformSource<double> src(s, 5 * static_cast<int64_t>(n) / 2);
   for (int32_t i = 0; i < n; ++i) {
-    const double y = hat.Draw(src, log_ratio);
+    const double y = setup->hat.Draw(src, log_ratio);
     if (!src.ok()) return src.status();
     r[i] = static_cast<int32_t>(y);
   }
