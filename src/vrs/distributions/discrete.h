@@ -4,6 +4,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -138,6 +139,33 @@ struct CdfTable {
     return k;
   }
 };
+
+// 1/k for the first steps of the walk below, so that its chain of dependent operations holds a
+// multiplication where a division would take four times as long.
+inline constexpr int32_t kInverses = 64;
+inline constexpr auto kInverse = [] {
+  std::array<double, kInverses> t{};
+  for (int32_t k = 1; k < kInverses; ++k) t[k] = 1.0 / k;
+  return t;
+}();
+
+// Poisson numbers of small mean by inversion from 0: the mass at 0 given, each next one by the
+// ratio mu / (k + 1).
+inline int32_t PoissonInversion(double mu, double p0, double u) {
+  double p = p0;
+  double sum = p0;
+  int32_t k = 0;
+  // The sum can stop short of 1 by rounding; the walk then ends where the mass has run out.
+  while (u >= sum && p > 0) {
+    ++k;
+    p *= k < kInverses ? mu * kInverse[k] : mu / k;
+    sum += p;
+  }
+  return k;
+}
+
+// The largest output, as a double.
+inline constexpr double kIntTop = 2147483647.0;
 
 // Largest float below 2^31: a float output clamped to it converts to int32 without overflow.
 inline constexpr float kIntCeilingS = 2147483520.0f;

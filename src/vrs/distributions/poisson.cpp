@@ -5,7 +5,6 @@
 // algorithm PD (1982) from means of 10 on, a truncated normal deviate accepted at once in most
 // cases and corrected by a rare acceptance test, and sequential inversion below.
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
 
@@ -45,7 +44,7 @@ struct PoissonSetup {
       // The hat's constants are those of the published method.
       hat.Set(mode, mu, 1.0, std::floor(2.195 * __vrsdSqrt(mu) - 2.2) + 0.5,
               0.133 + 8.56 / (6.83 + mu));
-      hat.top = 2147483647.0;
+      hat.top = kIntTop;
       ln_lambda = __vrsdLn(mu);
       ln_factorial_mode = ln_factorial(static_cast<int64_t>(mode));
       hat.Tabulate([this](double y) { return LogRatio(y); });
@@ -167,29 +166,6 @@ struct Pd {
   }
 };
 
-// 1/k for the first steps of the walk below, so that its chain of dependent operations holds a
-// multiplication where a division would take four times as long.
-constexpr int32_t kInverses = 64;
-constexpr auto kInverse = [] {
-  std::array<double, kInverses> t{};
-  for (int32_t k = 1; k < kInverses; ++k) t[k] = 1.0 / k;
-  return t;
-}();
-
-// Inversion from 0: the mass at 0 given, each next one by the ratio mu / (k + 1).
-int32_t Inversion(double mu, double p0, float u) {
-  double p = p0;
-  double sum = p0;
-  int32_t k = 0;
-  // The sum can stop short of 1 by rounding; the walk then ends where the mass has run out.
-  while (u >= sum && p > 0) {
-    ++k;
-    p *= k < kInverses ? mu * kInverse[k] : mu / k;
-    sum += p;
-  }
-  return k;
-}
-
 // `mean(i)` is output i's mean; `p0(i)` its e^-mean, wanted below kPdFrom only.
 template <class Mean, class P0>
 int32_t PoissonNormal(StreamRecord* s, int32_t n, int32_t* r, const Mean& mean, const P0& p0) {
@@ -201,7 +177,7 @@ int32_t PoissonNormal(StreamRecord* s, int32_t n, int32_t* r, const Mean& mean, 
     if (mu >= kPdFrom) {
       k = Pd(mu).Draw(z.Next(), u);
     } else {
-      k = Inversion(mu, p0(i), u.Next());
+      k = PoissonInversion(mu, p0(i), u.Next());
     }
     if (!z.ok()) return z.status();
     if (!u.ok()) return u.status();

@@ -152,8 +152,9 @@ std::vector<DiscreteLaw> DiscreteLaws() {
        {std::tuple{1000, 50, 100}, {1000, 900, 800}, {10000, 5000, 3000}, {2000, 1500, 1200}}) {
     rows.push_back(HypergeometricRow(l, ss, m));
   }
-  // A table, the log-concave acceptance (a >= 1) and the geometric candidates (a < 1).
-  for (auto [a, p] : {std::pair{2.5, 0.5}, {10.0, 0.05}, {0.5, 0.01}}) {
+  // A table, the log-concave acceptance (a >= 1) and the Poisson sum of logarithmic numbers
+  // (a < 1), the last also with a long tail.
+  for (auto [a, p] : {std::pair{2.5, 0.5}, {10.0, 0.05}, {0.5, 0.01}, {0.05, 1e-4}}) {
     rows.push_back(NegbinomialRow(a, p));
   }
   rows.push_back(
