@@ -336,7 +336,8 @@ OXL_API int32_t _vrsiRngUniformBits64(int32_t method, StreamRecord* stream, int3
 /* 1 with probability p (p rounded to float), else 0. */
 OXL_API int32_t _vrsiRngBernoulli(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
                                   double p);
-/* Failures before the first success of trials of probability p, 0 < p <= 1. */
+/* Failures before the first success of trials of probability p, 0 < p <= 1; an output past the
+ * int32 range (p below about 1e-8) is held at 2^31 - 128. */
 OXL_API int32_t _vrsiRngGeometric(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
                                   double p);
 /* Successes in ntrial trials of probability p. */
