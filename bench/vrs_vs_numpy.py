@@ -36,6 +36,12 @@ def numpy_calls(gen, law, dtype):
         "lognormal": lambda n: gen.lognormal(0.0, 1.0, n),
         "gumbel": lambda n: gen.gumbel(0.0, 1.0, n),
         "gaussianmv10": lambda n: gen.multivariate_normal(MEAN10, COV10, n),
+        # Integer laws, at the parameters of the oxl rows.
+        "poisson5": lambda n: gen.poisson(5.0, n),
+        "poisson500": lambda n: gen.poisson(500.0, n),
+        "binomial": lambda n: gen.binomial(100, 0.3, n),
+        "geometric": lambda n: gen.geometric(0.1, n),
+        "hypergeometric": lambda n: gen.hypergeometric(100, 900, 50, n),
     }
     return calls.get(law)
 

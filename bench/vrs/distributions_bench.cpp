@@ -157,9 +157,50 @@ void RegisterType(const char* type) {
   std_row("gumbel", std::extreme_value_distribution<T>());
 }
 
+// ---- Integer laws, at the parameters of numpy's calls in bench/vrs_vs_numpy.py; the standard
+// library's Poisson, binomial and geometric distributions beside them.
+void RegisterIntegers() {
+  const struct {
+    const char* law;
+    Law<int32_t> fn;
+  } rows[] = {
+      {"poisson5-ptpe",
+       [](StreamRecord* s, int32_t n, int32_t* r) { return _vrsiRngPoisson(0, s, n, r, 5.0); }},
+      {"poisson5-poisnorm",
+       [](StreamRecord* s, int32_t n, int32_t* r) { return _vrsiRngPoisson(1, s, n, r, 5.0); }},
+      {"poisson500-ptpe",
+       [](StreamRecord* s, int32_t n, int32_t* r) { return _vrsiRngPoisson(0, s, n, r, 500.0); }},
+      {"poisson500-poisnorm",
+       [](StreamRecord* s, int32_t n, int32_t* r) { return _vrsiRngPoisson(1, s, n, r, 500.0); }},
+      {"binomial", [](StreamRecord* s, int32_t n,
+                      int32_t* r) { return _vrsiRngBinomial(0, s, n, r, 100, 0.3); }},
+      {"geometric",
+       [](StreamRecord* s, int32_t n, int32_t* r) { return _vrsiRngGeometric(0, s, n, r, 0.1); }},
+      {"hypergeometric",
+       [](StreamRecord* s, int32_t n, int32_t* r) {
+         return _vrsiRngHypergeometric(0, s, n, r, 1000, 50, 100);
+       }},
+  };
+  for (const auto& row : rows) {
+    const std::string name = std::string("dist/oxl_") + row.law + "_i_mt19937";
+    benchmark::RegisterBenchmark(name.c_str(), Oxl<int32_t>, OXL_BRNG_MT19937, row.fn, 1)
+        ->Apply(DistSizes);
+  }
+  auto std_row = [](const char* law, auto dist) {
+    benchmark::RegisterBenchmark(("dist/std_" + std::string(law) + "_i_mt19937-64").c_str(),
+                                 Std<decltype(dist)>, dist)
+        ->Apply(DistSizes);
+  };
+  std_row("poisson5", std::poisson_distribution<int32_t>(5.0));
+  std_row("poisson500", std::poisson_distribution<int32_t>(500.0));
+  std_row("binomial", std::binomial_distribution<int32_t>(100, 0.3));
+  std_row("geometric", std::geometric_distribution<int32_t>(0.1));
+}
+
 const bool kRegistered = [] {
   RegisterType<double>("d");
   RegisterType<float>("s");
+  RegisterIntegers();
   for (const auto& [name, brng] :
        {std::pair{"mt19937", OXL_BRNG_MT19937}, std::pair{"mcg59", OXL_BRNG_MCG59},
         std::pair{"philox", OXL_BRNG_PHILOX4X32X10}}) {

@@ -322,6 +322,48 @@ OXL_API int32_t _vrsiRngUniform(int32_t method, StreamRecord* stream, int32_t n,
 OXL_API int32_t _vrsiRngUniformBits(int32_t method, StreamRecord* stream, int32_t n, uint32_t* r);
 
 /* ---------------------------------------------------------------------------------------------
+ * Discrete distributions: 32-bit signed outputs (except the bit words). Bad parameters (p outside
+ * [0, 1], a negative count, a negative or non-finite mean, ...) give StatusBadArgs and draw and
+ * write nothing; a negative status of the generator ends the call. Laws whose set-up is costly
+ * keep it in a chunk of the stream, made again only when the parameters change. */
+/* 32 uniform bits per output, or 64 (two words of the generator, the first low). MT19937, MT2203,
+ * SFMT19937, NONDETERM, ARS5 and PHILOX4X32X10 give their words; MCG59 the top 32 of its 59 bits;
+ * any other generator StatusBitsUnsupported. */
+OXL_API int32_t _vrsiRngUniformBits32(int32_t method, StreamRecord* stream, int32_t n,
+                                      uint32_t* r);
+OXL_API int32_t _vrsiRngUniformBits64(int32_t method, StreamRecord* stream, int32_t n,
+                                      uint64_t* r);
+/* 1 with probability p (p rounded to float), else 0. */
+OXL_API int32_t _vrsiRngBernoulli(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
+                                  double p);
+/* Failures before the first success of trials of probability p, 0 < p <= 1; an output past the
+ * int32 range (p below about 1e-8) is held at 2^31 - 128. */
+OXL_API int32_t _vrsiRngGeometric(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
+                                  double p);
+/* Successes in ntrial trials of probability p. */
+OXL_API int32_t _vrsiRngBinomial(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
+                                 int32_t ntrial, double p);
+/* Marked items among s drawn without replacement from a lot of l with m marked: 0 <= s, m <= l. */
+OXL_API int32_t _vrsiRngHypergeometric(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
+                                       int32_t l, int32_t s, int32_t m);
+/* Failures before the a-th success of trials of probability p: a > 0, 0 < p <= 1, and the law
+ * inside the int32 range (its mean plus ten standard deviations below 2^31). */
+OXL_API int32_t _vrsiRngNegbinomial(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
+                                    double a, double p);
+/* Poisson numbers of mean lambda, 0 <= lambda <= 2e9, by method OXL_RNG_POISSON_PTPE (0) or
+ * OXL_RNG_POISSON_POISNORM (1); any other method gives StatusBadMethod. PoissonV takes one mean
+ * per output, each checked before anything is drawn. */
+#define OXL_RNG_POISSON_PTPE 0
+#define OXL_RNG_POISSON_POISNORM 1
+OXL_API int32_t _vrsiRngPoisson(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
+                                double lambda);
+OXL_API int32_t _vrsiRngPoissonV(int32_t method, StreamRecord* stream, int32_t n, int32_t* r,
+                                 const double* lambda);
+/* The two methods of _vrsiRngPoisson, without its checks. */
+OXL_API int32_t _viRngPoissonPtpe(StreamRecord* stream, int32_t n, int32_t* r, double lambda);
+OXL_API int32_t _viRngPoissonPoisNorm(StreamRecord* stream, int32_t n, int32_t* r, double lambda);
+
+/* ---------------------------------------------------------------------------------------------
  * Continuous distributions by transformation. Each turns uniforms into its law in place in r:
  * the uniforms come from _vrsdRngUniform (method 0) of the stream, a vector kernel of a fixed
  * accuracy (EP for double, LA for float) runs over r, and a last pass scales and displaces. They

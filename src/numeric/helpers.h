@@ -63,6 +63,9 @@ double __vrsdLn(double x);
 double __vrsdFloor(double x);
 double __vrsdSqrt(double x);
 
+// ln k! for k >= 0: a table below 128, Stirling's series above (relative error below 1e-15).
+double ln_factorial(int64_t k);
+
 }  // extern "C"
 
 namespace oxl::stats {

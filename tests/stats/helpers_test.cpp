@@ -90,6 +90,29 @@ TEST(LGamma, AgainstMpfr) {
   EXPECT_TRUE(std::isnan(__vrsdLGamma(std::nan(""))));
 }
 
+// ln k! of the integer laws: the table below 128 (correctly rounded) and Stirling's series above
+// it, whose truncation and the rounding of its terms stay within a few ulps, against MPFR.
+TEST(ScalarHelpers, LnFactorialAgainstMpfr) {
+  std::mt19937_64 rng(31);
+  std::vector<int64_t> ks;
+  for (int64_t k = 0; k < 400; ++k) ks.push_back(k);
+  for (int i = 0; i < 2000; ++i) ks.push_back(static_cast<int64_t>(rng() % (uint64_t{1} << 31)));
+  oxl::test::MpReal exact, arg;
+  double worst = 0;
+  for (int64_t k : ks) {
+    mpfr_set_d(arg.get(), static_cast<double>(k + 1), MPFR_RNDN);
+    int sign;
+    mpfr_lgamma(exact.get(), &sign, arg.get(), MPFR_RNDN);
+    const double want = mpfr_get_d(exact.get(), MPFR_RNDN);
+    const double ulp = want == 0 ? DBL_TRUE_MIN : std::nextafter(want, kInf) - want;
+    const double error = std::fabs(ln_factorial(k) - want) / ulp;
+    if (k < 128) EXPECT_EQ(error, 0) << k;
+    worst = std::max(worst, error);
+  }
+  RecordProperty("worst_ulp", std::to_string(worst));
+  EXPECT_LE(worst, 4.0);
+}
+
 // Random positive doubles of every binade (subnormals included) and the neighbourhood of 1.
 TEST(ScalarHelpers, LnAgainstMpfr) {
   std::mt19937_64 rng(23);

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <random>
 #include <vector>
 
@@ -456,6 +457,232 @@ TEST(GaussianMV, TriangularMultiplies) {
   oxl_blas4vek_dptrmm("L", "Q", "N", "N", &two, &two, &alpha, a, b.data(), &two);
   oxl_blas4vek_dtrmm("L", "U", "N", "N", &two, &two, &alpha, a, &one, b.data(), &two);
   EXPECT_EQ(b, std::vector<double>(10, 1.0));
+}
+
+// ---- Integer laws ------------------------------------------------------------------------------
+
+// One call of an integer law with fixed parameters.
+using IntLaw = std::function<int32_t(StreamRecord*, int32_t, int32_t*)>;
+
+// Parameters at the ends of their ranges give the one value the law then has.
+TEST(IntegerLaws, DegenerateParameters) {
+  const struct {
+    const char* name;
+    IntLaw law;
+    int32_t value;
+  } rows[] = {
+      {"Bernoulli p 0", [](auto s, auto n, auto r) { return _vrsiRngBernoulli(0, s, n, r, 0.0); },
+       0},
+      {"Bernoulli p 1", [](auto s, auto n, auto r) { return _vrsiRngBernoulli(0, s, n, r, 1.0); },
+       1},
+      {"Binomial p 0",
+       [](auto s, auto n, auto r) { return _vrsiRngBinomial(0, s, n, r, 500, 0.0); }, 0},
+      {"Binomial p 1",
+       [](auto s, auto n, auto r) { return _vrsiRngBinomial(0, s, n, r, 500, 1.0); }, 500},
+      {"Binomial ntrial 0",
+       [](auto s, auto n, auto r) { return _vrsiRngBinomial(0, s, n, r, 0, 0.5); }, 0},
+      {"Poisson PTPE mean 0",
+       [](auto s, auto n, auto r) { return _vrsiRngPoisson(0, s, n, r, 0.0); }, 0},
+      {"Poisson PoisNorm mean 0",
+       [](auto s, auto n, auto r) { return _vrsiRngPoisson(1, s, n, r, 0.0); }, 0},
+      {"Geometric p 1", [](auto s, auto n, auto r) { return _vrsiRngGeometric(0, s, n, r, 1.0); },
+       0},
+      {"Hypergeometric s 0",
+       [](auto s, auto n, auto r) { return _vrsiRngHypergeometric(0, s, n, r, 10, 0, 5); }, 0},
+      {"Hypergeometric all marked",
+       [](auto s, auto n, auto r) { return _vrsiRngHypergeometric(0, s, n, r, 10, 4, 10); }, 4},
+      {"Negbinomial p 1",
+       [](auto s, auto n, auto r) { return _vrsiRngNegbinomial(0, s, n, r, 3.5, 1.0); }, 0},
+  };
+  for (const auto& row : rows) {
+    // MCG59's uniforms include 0, the smallest a law can meet.
+    for (int32_t brng : {OXL_BRNG_MT19937, OXL_BRNG_MCG59}) {
+      StreamGuard g(brng, {5});
+      std::vector<int32_t> r(5000, -7);
+      ASSERT_EQ(row.law(g.s, 5000, r.data()), 0) << row.name;
+      EXPECT_EQ(std::count(r.begin(), r.end(), row.value), 5000) << row.name << " " << brng;
+    }
+  }
+}
+
+// A mean of 1e9 by both methods: every draw within 10 standard deviations, the sample mean within
+// 5 standard errors.
+TEST(IntegerLaws, PoissonOfHugeMean) {
+  constexpr double kMean = 1e9;
+  constexpr int32_t kN = 20000;
+  for (int32_t method : {OXL_RNG_POISSON_PTPE, OXL_RNG_POISSON_POISNORM}) {
+    StreamGuard g(OXL_BRNG_MT19937, {9});
+    std::vector<int32_t> r(kN);
+    ASSERT_EQ(_vrsiRngPoisson(method, g.s, kN, r.data(), kMean), 0);
+    double sum = 0;
+    for (int32_t k : r) {
+      ASSERT_LT(std::fabs(k - kMean), 10 * std::sqrt(kMean)) << method;
+      sum += k;
+    }
+    EXPECT_LT(std::fabs(sum / kN - kMean), 5 * std::sqrt(kMean / kN)) << method;
+  }
+}
+
+// The bits entries against the generator's own words, drawn from a copy of the stream: 32-bit
+// generators give their words, two to a 64-bit output (first low); MCG59 the top 32 of its 59
+// bits; the raw UniformBits of MCG59 writes whole 64-bit words; other generators refuse and draw
+// nothing.
+TEST(IntegerLaws, UniformBitsByGenerator) {
+  constexpr int32_t kN = 1500;  // past one internal block
+  for (int32_t brng : {OXL_BRNG_MT19937, OXL_BRNG_SFMT19937, OXL_BRNG_PHILOX4X32X10}) {
+    StreamGuard a(brng, {17});
+    StreamGuard b(a);
+    const std::vector<uint32_t> words = b.Words(3 * kN);
+    std::vector<uint32_t> r32(kN);
+    std::vector<uint64_t> r64(kN + 1, 0x5EED);
+    ASSERT_EQ(_vrsiRngUniformBits32(0, a.s, kN, r32.data()), 0);
+    ASSERT_EQ(_vrsiRngUniformBits64(0, a.s, kN, r64.data()), 0);
+    EXPECT_TRUE(std::equal(r32.begin(), r32.end(), words.begin())) << brng;
+    for (int32_t i = 0; i < kN; ++i) {
+      ASSERT_EQ(r64[i], words[kN + 2 * i] | uint64_t{words[kN + 2 * i + 1]} << 32) << brng << i;
+    }
+    EXPECT_EQ(r64[kN], 0x5EEDu);
+  }
+  StreamGuard a(OXL_BRNG_MCG59, {17});
+  StreamGuard b(a);
+  std::vector<uint64_t> raw(3 * kN + 1, 0x5EED);
+  ASSERT_EQ(_vrsiRngUniformBits(0, b.s, 3 * kN, reinterpret_cast<uint32_t*>(raw.data())), 0);
+  EXPECT_EQ(raw[3 * kN], 0x5EEDu);
+  EXPECT_GT(*std::max_element(raw.begin(), raw.end() - 1), uint64_t{1} << 58);
+  std::vector<uint32_t> r32(kN);
+  std::vector<uint64_t> r64(kN);
+  ASSERT_EQ(_vrsiRngUniformBits32(0, a.s, kN, r32.data()), 0);
+  ASSERT_EQ(_vrsiRngUniformBits64(0, a.s, kN, r64.data()), 0);
+  for (int32_t i = 0; i < kN; ++i) {
+    ASSERT_EQ(r32[i], raw[i] >> 27) << i;
+    ASSERT_EQ(r64[i], raw[kN + 2 * i] >> 27 | (raw[kN + 2 * i + 1] >> 27) << 32) << i;
+  }
+  for (int32_t brng : {OXL_BRNG_MCG31, OXL_BRNG_R250, OXL_BRNG_MRG32K3A, ScriptedBrng()}) {
+    StreamGuard g(brng, {17});
+    StreamGuard copy(g);
+    uint32_t r32s[4] = {1, 2, 3, 4};
+    uint64_t r64s[4] = {1, 2, 3, 4};
+    EXPECT_EQ(_vrsiRngUniformBits32(0, g.s, 4, r32s), StatusBitsUnsupported) << brng;
+    EXPECT_EQ(_vrsiRngUniformBits64(0, g.s, 4, r64s), StatusBitsUnsupported) << brng;
+    EXPECT_EQ(r32s[3], 4u);
+    EXPECT_EQ(r64s[3], 4u);
+    if (brng != ScriptedBrng()) EXPECT_EQ(g.Words(8), copy.Words(8)) << brng;
+  }
+}
+
+// The laws with a set-up, each at two parameter sets that take different paths (or none).
+struct SetUpRow {
+  const char* name;
+  uint32_t chunk;
+  IntLaw first;
+  IntLaw second;
+};
+
+std::vector<SetUpRow> SetUpRows() {
+  return {
+      {"Poisson", 3, [](auto s, auto n, auto r) { return _vrsiRngPoisson(0, s, n, r, 3.5); },
+       [](auto s, auto n, auto r) { return _vrsiRngPoisson(0, s, n, r, 400.0); }},
+      {"Binomial", 5, [](auto s, auto n, auto r) { return _vrsiRngBinomial(0, s, n, r, 40, 0.2); },
+       [](auto s, auto n, auto r) { return _vrsiRngBinomial(0, s, n, r, 400, 0.8); }},
+      {"Hypergeometric", 6,
+       [](auto s, auto n, auto r) { return _vrsiRngHypergeometric(0, s, n, r, 1000, 50, 100); },
+       [](auto s, auto n, auto r) { return _vrsiRngHypergeometric(0, s, n, r, 9000, 3000, 4000); }},
+      {"Negbinomial", 4,
+       [](auto s, auto n, auto r) { return _vrsiRngNegbinomial(0, s, n, r, 2.0, 0.4); },
+       [](auto s, auto n, auto r) { return _vrsiRngNegbinomial(0, s, n, r, 20.0, 0.05); }},
+  };
+}
+
+// A kept set-up gives the numbers that a fresh one gives: a stream that goes first, second, first
+// matches one whose chunks are dropped before each call. Unchanged parameters reuse the chunk; a
+// change rewrites it in place, except Hypergeometric's, which is replaced; one chunk per law.
+TEST(IntegerLaws, SetUpChunks) {
+  for (const SetUpRow& row : SetUpRows()) {
+    SCOPED_TRACE(row.name);
+    StreamGuard kept(OXL_BRNG_MT19937, {23});
+    StreamGuard fresh(OXL_BRNG_MT19937, {23});
+    std::vector<int32_t> x(700), y(700);
+    for (const IntLaw* law : {&row.first, &row.first, &row.second, &row.first}) {
+      const void* before = __vrsSearchChunk(kept.s, row.chunk);
+      ASSERT_EQ((*law)(kept.s, 700, x.data()), 0);
+      __vrsDeleteChunks(fresh.s);
+      ASSERT_EQ((*law)(fresh.s, 700, y.data()), 0);
+      EXPECT_EQ(x, y);
+      EXPECT_EQ(__vrsGetNumChunks(kept.s), 1);
+      const void* after = __vrsSearchChunk(kept.s, row.chunk);
+      ASSERT_NE(after, nullptr);
+      if (before && row.chunk != 6) EXPECT_EQ(after, before);
+    }
+  }
+  // The replacement is seen from outside as a new chunk: a copy taken before keeps the old one.
+  StreamGuard s(OXL_BRNG_MT19937, {23});
+  int32_t r[4];
+  ASSERT_EQ(_vrsiRngHypergeometric(0, s.s, 4, r, 1000, 50, 100), 0);
+  const void* old_chunk = __vrsSearchChunk(s.s, 6);
+  ASSERT_EQ(_vrsiRngHypergeometric(0, s.s, 4, r, 1000, 50, 100), 0);
+  EXPECT_EQ(__vrsSearchChunk(s.s, 6), old_chunk);
+  ASSERT_EQ(_vrsiRngHypergeometric(0, s.s, 4, r, 1000, 60, 100), 0);
+  EXPECT_EQ(__vrsGetNumChunks(s.s), 1);
+}
+
+// Bad parameters give StatusBadArgs (a bad Poisson method StatusBadMethod), draw nothing and
+// write nothing; a failing generator's status ends every law.
+TEST(IntegerLaws, BadParametersAndFailingSource) {
+  const double bad_means[3] = {1.0, -1.0, 2.0};
+  const double nan = std::nan("");
+  const struct {
+    IntLaw law;
+    int32_t status;
+  } bad[] = {
+      {[](auto s, auto n, auto r) { return _vrsiRngBernoulli(0, s, n, r, 1.5); }, StatusBadArgs},
+      {[&](auto s, auto n, auto r) { return _vrsiRngBernoulli(0, s, n, r, nan); }, StatusBadArgs},
+      {[](auto s, auto n, auto r) { return _vrsiRngGeometric(0, s, n, r, 0.0); }, StatusBadArgs},
+      {[](auto s, auto n, auto r) { return _vrsiRngGeometric(0, s, n, r, -0.5); }, StatusBadArgs},
+      {[](auto s, auto n, auto r) { return _vrsiRngBinomial(0, s, n, r, -1, 0.5); }, StatusBadArgs},
+      {[](auto s, auto n, auto r) { return _vrsiRngBinomial(0, s, n, r, 10, -0.1); },
+       StatusBadArgs},
+      {[](auto s, auto n, auto r) { return _vrsiRngPoisson(0, s, n, r, -1.0); }, StatusBadArgs},
+      {[&](auto s, auto n, auto r) { return _vrsiRngPoisson(1, s, n, r, nan); }, StatusBadArgs},
+      {[](auto s, auto n, auto r) { return _vrsiRngPoisson(0, s, n, r, 3e9); }, StatusBadArgs},
+      {[](auto s, auto n, auto r) { return _vrsiRngPoisson(2, s, n, r, 1.0); }, StatusBadMethod},
+      {[&](auto s, auto n, auto r) { return _vrsiRngPoissonV(0, s, n, r, bad_means); },
+       StatusBadArgs},
+      {[](auto s, auto n, auto r) { return _vrsiRngHypergeometric(0, s, n, r, 10, 11, 5); },
+       StatusBadArgs},
+      {[](auto s, auto n, auto r) { return _vrsiRngHypergeometric(0, s, n, r, 10, 5, -1); },
+       StatusBadArgs},
+      {[](auto s, auto n, auto r) { return _vrsiRngNegbinomial(0, s, n, r, 0.0, 0.5); },
+       StatusBadArgs},
+      {[](auto s, auto n, auto r) { return _vrsiRngNegbinomial(0, s, n, r, 2.0, 0.0); },
+       StatusBadArgs},
+      {[](auto s, auto n, auto r) { return _vrsiRngNegbinomial(0, s, n, r, 1e3, 1e-9); },
+       StatusBadArgs},
+  };
+  for (size_t i = 0; i < std::size(bad); ++i) {
+    StreamGuard g(OXL_BRNG_MT19937, {29});
+    StreamGuard copy(g);
+    std::vector<int32_t> r(3, -7);
+    EXPECT_EQ(bad[i].law(g.s, 3, r.data()), bad[i].status) << i;
+    EXPECT_EQ(r, std::vector<int32_t>(3, -7)) << i;
+    EXPECT_EQ(g.Words(4), copy.Words(4)) << i;
+    EXPECT_EQ(__vrsGetNumChunks(g.s), 0) << i;
+  }
+  const double means[4] = {0.5, 20.0, 3.0, 700.0};
+  std::vector<IntLaw> laws = {
+      [](auto s, auto n, auto r) { return _vrsiRngBernoulli(0, s, n, r, 0.5); },
+      [](auto s, auto n, auto r) { return _vrsiRngGeometric(0, s, n, r, 0.5); },
+      [&](auto s, auto n, auto r) { return _vrsiRngPoissonV(0, s, n, r, means); },
+      [](auto s, auto n, auto r) { return _vrsiRngPoisson(1, s, n, r, 50.0); },
+  };
+  for (const SetUpRow& row : SetUpRows()) {
+    laws.push_back(row.first);
+    laws.push_back(row.second);
+  }
+  StreamGuard failing(oxl::test::FailingBrng(), {7});
+  for (size_t i = 0; i < laws.size(); ++i) {
+    int32_t r[4];
+    EXPECT_EQ(laws[i](failing.s, 4, r), oxl::test::kFailingStatus) << i;
+  }
 }
 
 }  // namespace
