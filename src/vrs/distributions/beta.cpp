@@ -11,17 +11,11 @@
 #include <cmath>
 #include <cstdint>
 
-#include "numeric/helpers.h"
 #include "vrs/distributions/rejection.h"
 
 using namespace oxl::vrs::dist;
 
 namespace {
-
-template <class T>
-T Ln(T x) {
-  return static_cast<T>(__vrsdLn(x));
-}
 
 // Both shapes below 1, unscaled. X = U^(1/p), Y = V^(1/q), kept when X + Y <= 1, gives X / (X + Y).
 // With lx = ln(U) / p, ly = ln(V) / q and m their larger one, X + Y = e^m (e^(lx - m) + e^(ly - m))
@@ -65,9 +59,11 @@ int32_t Johnk(StreamRecord* s, int32_t n, T* r, T p, T q) {
 }
 
 // Both shapes above 1, unscaled: Cheng's BB with a = min(p, q), b = max(p, q). A candidate
-// v = beta ln(u1 / (1 - u1)), w = a e^v is kept by the quick test s + 1 + ln 5 >= 5 z, else by
-// s > ln z, else by r + alpha ln(alpha / (b + w)) >= ln z, where z = u1^2 u2,
-// r = gamma v - ln 4 and s = a + r - w; it gives w / (b + w), or b / (b + w) when p is the larger.
+// v = beta ln(u1 / (1 - u1)), w = a e^v is kept when s + 1 + ln 5 >= 5 z, or s > ln z, or
+// r + alpha ln(alpha / (b + w)) >= ln z, where z = u1^2 u2, r = gamma v - ln 4 and s = a + r - w
+// (the first two are squeezes of the third); it gives w / (b + w), or b / (b + w) when p is the
+// larger. The logarithms of the last two tests run as kernels over the whole round: cheaper than
+// a scalar logarithm and a mispredicted branch for the third of the candidates that needs them.
 template <class T>
 int32_t ChengBB(StreamRecord* s, int32_t n, T* r, T p, T q) {
   const T a = std::min(p, q);
@@ -88,20 +84,27 @@ int32_t ChengBB(StreamRecord* s, int32_t n, T* r, T p, T q) {
     Vm<T>::Ln(m, v);
     for (int32_t j = 0; j < m; ++j) w[j] = v[j] = beta * v[j];
     Vm<T>::Exp(m, w);
+    // Rows of m: z, then alpha / (b + w), and their logarithms in place.
+    alignas(64) T logs[2 * kRound];
+    for (int32_t j = 0; j < m; ++j) {
+      const T u1 = u[2 * j];
+      w[j] *= a;
+      logs[j] = u1 * u1 * u[2 * j + 1];
+      logs[m + j] = alpha / (b + w[j]);
+    }
+    Vm<T>::Ln(2 * m, logs);
     int32_t kept = 0;
     for (int32_t j = 0; j < m; ++j) {
       const T u1 = u[2 * j];
-      const T wj = a * w[j];
       const T z = u1 * u1 * u[2 * j + 1];
       const T rj = gamma * v[j] - kLn4;
-      const T sj = a + rj - wj;
+      const T sj = a + rj - w[j];
+      const T t = logs[j];
       // u1 of exactly 1 (a generator whose largest output rounds up) has no finite candidate.
-      bool accepted = u1 < T(1) && sj + kOnePlusLn5 >= T(5) * z;
-      if (!accepted && u1 < T(1)) {
-        const T t = Ln(z);
-        accepted = sj > t || rj + alpha * Ln(alpha / (b + wj)) >= t;
-      }
-      Keep(out, kept, (p_smaller ? wj : b) / (b + wj), accepted);
+      // Bitwise, not short-circuit: the verdicts come in no order a branch predictor could learn.
+      const bool accepted = (u1 < T(1)) & ((sj + kOnePlusLn5 >= T(5) * z) | (sj > t) |
+                                           (rj + alpha * logs[m + j] >= t));
+      Keep(out, kept, (p_smaller ? w[j] : b) / (b + w[j]), accepted);
     }
     return kept;
   });

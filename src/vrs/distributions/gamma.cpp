@@ -37,19 +37,6 @@ struct Squeeze {
       : d(alpha - T(1) / T(3)), c(T(1) / static_cast<T>(__vrsdSqrt(T(9) * alpha - T(3)))) {}
 };
 
-// The Gamma value d v of the candidate (normal x, uniform u), or -1 when it is rejected.
-template <class T>
-T MarsagliaTsang(const Squeeze<T>& k, T x, T u) {
-  const T t = T(1) + k.c * x;
-  if (t <= T(0)) return T(-1);
-  const T v = t * t * t;
-  const T x2 = x * x;
-  if (u < T(1) - T(kSqueeze) * (x2 * x2)) return k.d * v;
-  // The exact test, for the few that the squeeze leaves: ln u < x^2/2 + d - d v + d ln v.
-  const T bound = T(0.5) * x2 + k.d - k.d * v + k.d * static_cast<T>(__vrsdLn(v));
-  return static_cast<T>(__vrsdLn(u)) < bound ? k.d * v : T(-1);
-}
-
 // A round's candidates: a normal each and kWidth uniforms.
 template <class T, int kWidth>
 struct Candidates {
@@ -109,6 +96,39 @@ int32_t DrawCandidates(StreamRecord* s, int32_t m, T* held, Candidates<T, kWidth
   return status;
 }
 
+// The cubes v of m candidates (normal x[j], uniform u[j]), whose Gamma value is d v, and whether
+// each is kept: when
+// t = 1 + c x is positive, v = t^3, and u < 1 - 0.0331 x^4 (the squeeze) or
+// ln u < x^2 / 2 + d - d v + d ln v (the exact test). The squeeze settles all but a few in a
+// hundred; those few are packed, and their logarithms run as one kernel call: cheaper than a
+// scalar logarithm and a mispredicted branch each.
+template <class T>
+void Verdicts(const Squeeze<T>& k, int32_t m, const T* x, const T* u, T* cube, bool* kept) {
+  alignas(64) int32_t exact[kRound];
+  int32_t f = 0;
+  for (int32_t j = 0; j < m; ++j) {
+    const T t = T(1) + k.c * x[j];
+    const T x2 = x[j] * x[j];
+    const bool squeezed = u[j] < T(1) - T(kSqueeze) * (x2 * x2);
+    cube[j] = t * t * t;
+    kept[j] = (t > T(0)) & squeezed;
+    exact[f] = j;
+    f += (t > T(0)) & !squeezed ? 1 : 0;
+  }
+  // Rows of f: u, then v.
+  alignas(64) T logs[2 * kRound];
+  for (int32_t i = 0; i < f; ++i) {
+    logs[i] = u[exact[i]];
+    logs[f + i] = cube[exact[i]];
+  }
+  Vm<T>::Ln(2 * f, logs);
+  for (int32_t i = 0; i < f; ++i) {
+    const int32_t j = exact[i];
+    const T x2 = x[j] * x[j];
+    kept[j] = logs[i] < T(0.5) * x2 + k.d - k.d * cube[j] + k.d * logs[f + i];
+  }
+}
+
 // Shape above 1, unscaled.
 template <class T>
 int32_t Squeezed(StreamRecord* s, int32_t n, T* r, T alpha, T* held) {
@@ -117,11 +137,11 @@ int32_t Squeezed(StreamRecord* s, int32_t n, T* r, T alpha, T* held) {
     Candidates<T, 1> c;
     status = DrawCandidates(s, m, held, c);
     if (status < 0) return 0;
+    alignas(64) T g[kRound];
+    bool verdict[kRound];
+    Verdicts(k, m, c.normal, c.uniform[0], g, verdict);
     int32_t kept = 0;
-    for (int32_t j = 0; j < m; ++j) {
-      const T g = MarsagliaTsang(k, c.normal[j], c.uniform[0][j]);
-      Keep(out, kept, g, g >= T(0));
-    }
+    for (int32_t j = 0; j < m; ++j) Keep(out, kept, k.d * g[j], verdict[j]);
     return kept;
   });
 }
@@ -137,11 +157,13 @@ int32_t Boosted(StreamRecord* s, int32_t n, T* r, T alpha, T* held) {
     if (status < 0) return 0;
     alignas(64) T g[kRound];
     alignas(64) T u[kRound];
+    bool verdict[kRound];
+    Verdicts(k, m, c.normal, c.uniform[0], g, verdict);
     int32_t kept = 0;
     for (int32_t j = 0; j < m; ++j) {
-      g[kept] = MarsagliaTsang(k, c.normal[j], c.uniform[0][j]);
+      g[kept] = k.d * g[j];
       u[kept] = c.uniform[1][j];
-      kept += g[kept] >= T(0) ? 1 : 0;
+      kept += verdict[j] ? 1 : 0;
     }
     Vm<T>::Ln(kept, g);
     Vm<T>::Ln(kept, u);
