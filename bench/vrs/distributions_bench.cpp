@@ -65,6 +65,8 @@ struct Entries;
     static constexpr auto rayleigh = _vrs##p##RngRayleigh;       \
     static constexpr auto lognormal = _vrs##p##RngLognormal;     \
     static constexpr auto gumbel = _vrs##p##RngGumbel;           \
+    static constexpr auto gamma = _vrs##p##RngGamma;             \
+    static constexpr auto beta = _vrs##p##RngBeta;               \
   };
 OXL_DIST_ENTRIES(double, d)
 OXL_DIST_ENTRIES(float, s)
@@ -95,6 +97,14 @@ struct Laws {
     return E::lognormal(0, s, n, r, 0, 1, 0, 1);
   }
   static int32_t Gumbel(StreamRecord* s, int32_t n, T* r) { return E::gumbel(0, s, n, r, 0, 1); }
+  // Gamma of a shape above 1 and below 0.6 (two of its four methods), Beta of both shapes above 1.
+  template <int kTenths>
+  static int32_t Gamma(StreamRecord* s, int32_t n, T* r) {
+    return E::gamma(0, s, n, r, T(kTenths) / 10, 0, 1);
+  }
+  static int32_t Beta23(StreamRecord* s, int32_t n, T* r) {
+    return E::beta(0, s, n, r, 2, 3, 0, 1);
+  }
 };
 
 // Ten components per item, a full lower factor with ones on the diagonal and halves below.
@@ -129,6 +139,9 @@ void RegisterType(const char* type) {
       {"rayleigh", &L::Rayleigh},
       {"lognormal", &L::Lognormal},
       {"gumbel", &L::Gumbel},
+      {"gamma2.5", &L::template Gamma<25>},
+      {"gamma0.5", &L::template Gamma<5>},
+      {"beta2,3", &L::Beta23},
   };
   const struct {
     const char* name;
@@ -155,6 +168,8 @@ void RegisterType(const char* type) {
   std_row("lognormal", std::lognormal_distribution<T>());
   // The largest-extreme law: the mirror of ours, drawn by the same arithmetic.
   std_row("gumbel", std::extreme_value_distribution<T>());
+  std_row("gamma2.5", std::gamma_distribution<T>(T(2.5)));
+  std_row("gamma0.5", std::gamma_distribution<T>(T(0.5)));
 }
 
 // ---- Integer laws, at the parameters of numpy's calls in bench/vrs_vs_numpy.py; the standard

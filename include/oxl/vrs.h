@@ -410,6 +410,30 @@ OXL_API int32_t _vrssRngGumbel(int32_t method, StreamRecord* stream, int32_t n, 
                                float beta);
 
 /* ---------------------------------------------------------------------------------------------
+ * Gamma and Beta, by acceptance-rejection in rounds of at most 512 candidates, with the kernels
+ * and the callback framing of the laws above. A shape, or beta, that is not positive and finite
+ * gives StatusBadArgs and nothing is drawn or written. Each candidate takes its uniforms in a
+ * fixed pattern, so a request split into calls gives the numbers of one call. `method` is not read.
+ *   Gamma  a + beta g, g of shape alpha: alpha > 1 Marsaglia-Tsang on Box-Muller normals, whose
+ *          unused second normal is held on the stream (chunk id 7 for double, 8 for float);
+ *          alpha = 1 Exponential(a, beta) itself; 0.6 <= alpha < 1 rejection from a Weibull
+ *          envelope; alpha < 0.6 exp(ln G + ln(U) / alpha), G of shape alpha + 1.
+ *   Beta   a + beta x, x of shapes p and q: both below 1 Johnk's method; one below and one above
+ *          _Atkinson2; both above Cheng's BB; a shape of exactly 1 by inversion. */
+OXL_API int32_t _vrsdRngGamma(int32_t method, StreamRecord* stream, int32_t n, double* r,
+                              double alpha, double a, double beta);
+OXL_API int32_t _vrssRngGamma(int32_t method, StreamRecord* stream, int32_t n, float* r,
+                              float alpha, float a, float beta);
+OXL_API int32_t _vrsdRngBeta(int32_t method, StreamRecord* stream, int32_t n, double* r, double p,
+                             double q, double a, double beta);
+OXL_API int32_t _vrssRngBeta(int32_t method, StreamRecord* stream, int32_t n, float* r, float p,
+                             float q, float a, float beta);
+/* Beta's worker for one shape below 1 and the other above (Atkinson and Whittaker's switching
+ * method), with its own callback framing; other shapes give StatusBadArgs. */
+OXL_API int32_t _Atkinson2(StreamRecord* stream, int32_t n, double* r, double p, double q,
+                           double a, double beta);
+
+/* ---------------------------------------------------------------------------------------------
  * Gaussian family. Methods of _vrsdRngGaussian and _vrssRngGaussian:
  *   BOXMULLER   one output per pair of uniforms: sqrt(-2 ln u1) sin(2 pi u2)
  *   BOXMULLER2  two outputs per pair, sine then cosine; an odd count keeps the pair's uniforms on

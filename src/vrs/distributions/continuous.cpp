@@ -23,38 +23,10 @@ int32_t LnCallBackAny(oxl_vek_error_record* record) {
   return 0;
 }
 
-// Rayleigh and Weibull: only the pole; a NaN from a domain event stays a NaN.
-template <class T>
-int32_t LnCallBackPole(oxl_vek_error_record* record) {
-  if (record->code != vek_status_singularity) return 0;
-  return LnCallBackAny<T>(record);
-}
-
 template <class T>
 void Negate(T* r, int32_t n) {
   for (int32_t i = 0; i < n; ++i)
     oxl::platform::StoreElement<T>(r, i, -oxl::platform::LoadElement(r, i));
-}
-
-// Blocks of this many outputs keep the uniforms and every pass over them in the first cache level.
-constexpr int32_t kBlock = 1024;
-
-// Draws n uniforms on [lo, hi) into r a block at a time and runs `transform(m, block)` over each
-// block as soon as it is drawn. Every generator gives the same sequence however a request is
-// split, so the outputs are those of one pass over the whole array, at a fraction of the memory
-// traffic.
-template <class T, class Transform>
-int32_t Blocked(StreamRecord* s, int32_t n, T* r, T lo, T hi, const Transform& transform) {
-  // No outputs: the generator still sees the count, and does for it what it does.
-  if (n <= 0) return Uniform(s, n, r, lo, hi);
-  int32_t status = 0;
-  for (int32_t done = 0; done < n; done += kBlock) {
-    const int32_t m = std::min(kBlock, n - done);
-    status = Uniform(s, m, r + done, lo, hi);
-    if (status < 0) return status;
-    transform(m, r + done);
-  }
-  return status;
 }
 
 template <class T>

@@ -10,10 +10,12 @@
 // up without a change here.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
 
+#include "oxl/platform.h"
 #include "oxl/vek.h"
 #include "oxl/vek_functions.h"
 #include "oxl/vrs.h"
@@ -29,6 +31,16 @@ inline constexpr float kLnMinDenormS = std::bit_cast<float>(uint32_t{0xC2CE8ED0}
 
 template <class T>
 inline constexpr T kLnMinDenorm = sizeof(T) == 8 ? T(kLnMinDenormD) : T(kLnMinDenormS);
+
+// The callback of the laws that take only the pole of the logarithm (Rayleigh, Weibull, Gamma,
+// Beta): ln(0) becomes ln of the smallest denormal; a NaN from a domain event stays a NaN.
+template <class T>
+int32_t LnCallBackPole(oxl_vek_error_record* record) {
+  if (record->code != vek_status_singularity) return 0;
+  record->res1 = kLnMinDenorm<T>;
+  record->res2 = kLnMinDenorm<T>;
+  return 0;
+}
 
 // Installs `callback` in callback-only error mode for the lifetime of the scope; the old callback,
 // the old mode and the old vector status come back on destruction, on every path out of a
@@ -72,6 +84,7 @@ struct Vm<double> {
   static void Ln(int n, double* x) { Framed(oxl_vek_kernel_dLn_ttab[kSlot], n, x, x); }
   static void Sqrt(int n, double* x) { Framed(oxl_vek_kernel_dSqrt_ttab[kSlot], n, x, x); }
   static void Exp(int n, double* x) { Framed(oxl_vek_kernel_dExp_ttab[kSlot], n, x, x); }
+  static void Expm1(int n, double* x) { Framed(oxl_vek_kernel_dExpm1_ttab[kSlot], n, x, x); }
   static void Sin(int n, double* x) { Framed(oxl_vek_kernel_dSin_ttab[kSlot], n, x, x); }
   static void Cos(int n, double* x) { Framed(oxl_vek_kernel_dCos_ttab[kSlot], n, x, x); }
   static void Tan(int n, double* x) { Framed(oxl_vek_kernel_dTan_ttab[kSlot], n, x, x); }
@@ -90,6 +103,7 @@ struct Vm<float> {
   static void Ln(int n, float* x) { Framed(oxl_vek_kernel_sLn_ttab[kSlot], n, x, x); }
   static void Sqrt(int n, float* x) { Framed(oxl_vek_kernel_sSqrt_ttab[kSlot], n, x, x); }
   static void Exp(int n, float* x) { Framed(oxl_vek_kernel_sExp_ttab[kSlot], n, x, x); }
+  static void Expm1(int n, float* x) { Framed(oxl_vek_kernel_sExpm1_ttab[kSlot], n, x, x); }
   static void Sin(int n, float* x) { Framed(oxl_vek_kernel_sSin_ttab[kSlot], n, x, x); }
   static void Cos(int n, float* x) { Framed(oxl_vek_kernel_sCos_ttab[kSlot], n, x, x); }
   static void Tan(int n, float* x) { Framed(oxl_vek_kernel_sTan_ttab[kSlot], n, x, x); }
@@ -108,6 +122,49 @@ inline int32_t Uniform(StreamRecord* s, int32_t n, double* r, double a, double b
 }
 inline int32_t Uniform(StreamRecord* s, int32_t n, float* r, float a, float b) {
   return _vrssRngUniform(0, s, n, r, a, b);
+}
+
+// Blocks of this many outputs keep the uniforms and every pass over them in the first cache level.
+inline constexpr int32_t kBlock = 1024;
+
+// Draws n uniforms on [lo, hi) into r a block at a time and runs `transform(m, block)` over each
+// block as soon as it is drawn. Every generator gives the same sequence however a request is
+// split, so the outputs are those of one pass over the whole array, at a fraction of the memory
+// traffic.
+template <class T, class Transform>
+int32_t Blocked(StreamRecord* s, int32_t n, T* r, T lo, T hi, const Transform& transform) {
+  // No outputs: the generator still sees the count, and does for it what it does.
+  if (n <= 0) return Uniform(s, n, r, lo, hi);
+  int32_t status = 0;
+  for (int32_t done = 0; done < n; done += kBlock) {
+    const int32_t m = std::min(kBlock, n - done);
+    status = Uniform(s, m, r + done, lo, hi);
+    if (status < 0) return status;
+    transform(m, r + done);
+  }
+  return status;
+}
+
+// The stream's chunk `id` of two numbers of type T, made on first use with both at -1 (nothing
+// held). Null when it cannot be made, with the status in *status: StatusNoMemory, or what
+// __vrsAddChunk gave.
+template <class T>
+T* HeldPair(StreamRecord* s, uint32_t id, int32_t* status) {
+  auto* held = static_cast<T*>(__vrsSearchChunk(s, id));
+  if (held) return held;
+  held = static_cast<T*>(oxl_serv_allocate(2 * sizeof(T), 128));
+  if (!held) {
+    *status = StatusNoMemory;
+    return nullptr;
+  }
+  held[0] = held[1] = T(-1);
+  const int32_t added = __vrsAddChunk(s, id, nullptr, held, 2 * sizeof(T));
+  if (added != 0) {
+    oxl_serv_deallocate(held);
+    *status = added;
+    return nullptr;
+  }
+  return held;
 }
 
 inline int32_t Gaussian(int32_t method, StreamRecord* s, int32_t n, double* r, double a,

@@ -129,17 +129,9 @@ int32_t Pairs(StreamRecord* s, int32_t pairs, T* out) {
 template <class T>
 int32_t BoxMuller2(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
   constexpr uint32_t kId = Constants<T>::kChunkId;
-  auto* held = static_cast<T*>(__vrsSearchChunk(s, kId));
-  if (!held) {
-    held = static_cast<T*>(oxl_serv_allocate(2 * sizeof(T), 128));
-    if (!held) return StatusNoMemory;
-    held[0] = held[1] = T(-1);
-    const int32_t added = __vrsAddChunk(s, kId, nullptr, held, 2 * sizeof(T));
-    if (added != 0) {
-      oxl_serv_deallocate(held);
-      return added;
-    }
-  }
+  int32_t made = 0;
+  T* held = HeldPair<T>(s, kId, &made);
+  if (!held) return made;
   // No outputs: nothing is drawn and a pending pair stays pending.
   if (n <= 0) return 0;
 

@@ -1,6 +1,7 @@
-// Continuous distributions and the Gaussian family: exact uniforms through the callbacks, the
-// mode and callback framing, the carried BoxMuller2 pair, cuts and targets, the multivariate form
-// and its triangular multiplies. The laws themselves are tested in goodness_of_fit_test.cpp.
+// Continuous distributions, the Gaussian family, Gamma and Beta: exact uniforms through the
+// callbacks, the mode and callback framing, the carried BoxMuller2 pair and Gamma's spare normal,
+// the branch each shape takes, cuts and targets, bad parameters, the multivariate form and its
+// triangular multiplies. The laws themselves are tested in goodness_of_fit_test.cpp.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -47,7 +49,9 @@ int32_t CallerCallBack(oxl_vek_error_record*) {
 // vector status come back after every call, also when the generator fails; the caller's callback
 // and status see none of the events of the zero uniforms' logarithms or of erfinv at 1.
 TEST(Distributions, CallerModeAndCallbackSurvive) {
-  Script() = {0.0, 1.0, 0.0, 0.5, 0.0, 0.999};
+  // Exact ends among values that every rejection method accepts now and then (a script of prime
+  // length, so that a candidate of two uniforms meets every pairing).
+  Script() = {0.0, 1.0, 0.0, 0.5, 0.0, 0.999, 0.3, 0.7, 0.2, 0.6, 0.45};
   StreamGuard scripted(ScriptedBrng(), {7});
   StreamGuard failing(oxl::test::FailingBrng(), {7});
   const uint32_t caller_mode = OXL_VEK_MODE_FTZ_DAZ_ON | OXL_VEK_MODE_ERRMODE_STDERR |
@@ -345,6 +349,147 @@ TEST(Distributions, EmptyAndBadRequestsChangeNothing) {
     ASSERT_EQ(_vrsdRngUniform(0, fresh.s, 1, &first, 0.0, 1.0), 0);
     EXPECT_EQ(next, first);
   }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Gamma and Beta: the branch each shape takes, the spare normal, extreme shapes, bad parameters.
+
+// Gamma of shape 1 is Exponential on the same uniforms, one each, with no normal and no chunk; a
+// shape of exactly 0.6 takes the Weibull envelope, two uniforms a candidate and no chunk, and
+// below it the branch through the squeeze holds its spare normal in chunk 7 (double) or 8 (float).
+// With u1 = 0.5 and u2 = 0.1 every Weibull candidate is kept: x = ln(2)^(1/0.6).
+template <class T>
+void ExpectGammaBranches(int32_t (*gamma)(int32_t, StreamRecord*, int32_t, T*, T, T, T),
+                         int32_t (*exponential)(int32_t, StreamRecord*, int32_t, T*, T, T),
+                         uint32_t chunk, double tolerance) {
+  Script() = {0.3, 0.6, 0.9, 0.2, 0.5};
+  StreamGuard s(ScriptedBrng(), {7}), e(ScriptedBrng(), {7});
+  std::vector<T> x(7), y(7);
+  ScriptedDraws() = 0;
+  ASSERT_EQ(gamma(0, s.s, 7, x.data(), T(1), T(0.5), T(2)), 0);
+  EXPECT_EQ(ScriptedDraws(), 7);
+  ASSERT_EQ(exponential(0, e.s, 7, y.data(), T(0.5), T(2)), 0);
+  EXPECT_TRUE(SameBits(x, y));
+
+  Script() = {0.5, 0.1};
+  StreamGuard w(ScriptedBrng(), {7});
+  ScriptedDraws() = 0;
+  ASSERT_EQ(gamma(0, w.s, 7, x.data(), T(0.6), T(0.5), T(2)), 0);
+  EXPECT_EQ(ScriptedDraws(), 14);
+  for (const T v : x) EXPECT_NEAR(v, 0.5 + 2 * std::pow(std::log(2.0), 1 / 0.6), tolerance);
+  EXPECT_EQ(__vrsSearchChunk(s.s, chunk), nullptr);
+  EXPECT_EQ(__vrsSearchChunk(w.s, chunk), nullptr);
+  ASSERT_EQ(gamma(0, w.s, 7, x.data(), std::nextafter(T(0.6), T(0)), T(0.5), T(2)), 0);
+  EXPECT_NE(__vrsSearchChunk(w.s, chunk), nullptr);
+}
+
+TEST(GammaBeta, GammaBranchesByShape) {
+  ExpectGammaBranches<double>(_vrsdRngGamma, _vrsdRngExponential, 7, 1e-7);
+  ExpectGammaBranches<float>(_vrssRngGamma, _vrssRngExponential, 8, 1e-5);
+}
+
+// The second normal of a Box-Muller pair waits on the stream for the next call, also in a copy of
+// the stream: calls of 1 and 1 give the numbers of one call of 2, and the second call draws only
+// its candidate's uniform. The script's candidates are all kept (radius uniform 0.3, angle 0.1,
+// then the two squeeze uniforms 0.2 and 0.4).
+TEST(GammaBeta, SpareNormalSurvivesBetweenCalls) {
+  Script() = {0.3, 0.1, 0.2, 0.4};
+  StreamGuard s(ScriptedBrng(), {7}), whole(ScriptedBrng(), {7});
+  double split[2], one[2], from_copy;
+  ScriptedDraws() = 0;
+  ASSERT_EQ(_vrsdRngGamma(0, s.s, 1, split, 2.5, 1.0, 2.0), 0);
+  EXPECT_EQ(ScriptedDraws(), 3);
+  const auto* held = static_cast<const double*>(__vrsSearchChunk(s.s, 7));
+  ASSERT_NE(held, nullptr);
+  EXPECT_NEAR(held[0], std::sqrt(-2 * std::log(0.3)), 1e-7);
+  StreamGuard copy(s);
+  ASSERT_EQ(_vrsdRngGamma(0, copy.s, 1, &from_copy, 2.5, 1.0, 2.0), 0);
+  ASSERT_EQ(_vrsdRngGamma(0, s.s, 1, split + 1, 2.5, 1.0, 2.0), 0);
+  EXPECT_EQ(ScriptedDraws(), 5);  // the copy's uniform and the stream's
+  EXPECT_EQ(held[0], -1.0);
+  EXPECT_EQ(from_copy, split[1]);
+  ASSERT_EQ(_vrsdRngGamma(0, whole.s, 2, one, 2.5, 1.0, 2.0), 0);
+  EXPECT_EQ(split[0], one[0]);
+  EXPECT_EQ(split[1], one[1]);
+  // Float holds its own, in chunk 8; the shapes below 0.6 share the spare through shape + 1.
+  float f;
+  ASSERT_EQ(_vrssRngGamma(0, s.s, 1, &f, 0.3f, 0.0f, 1.0f), 0);
+  ASSERT_NE(__vrsSearchChunk(s.s, 8), nullptr);
+  EXPECT_GE(static_cast<const float*>(__vrsSearchChunk(s.s, 8))[0], 0.0f);
+}
+
+// Shapes at the ends of the range: every result finite and inside the support, a + beta times
+// [0, inf) for Gamma and [0, 1] for Beta, where tiny shapes put most of the mass on 0 (and 1).
+TEST(GammaBeta, ExtremeShapesStayInTheSupport) {
+  const struct {
+    double p, q;  // q 0: Gamma of shape p
+  } rows[] = {{1e-3, 0},     {1e-30, 0},       {1e-300, 0},    {5e-324, 0},
+              {1e8, 0},      {1e-3, 1e-3},     {1e-30, 1e-30}, {1e-300, 1e-3},
+              {5e-324, 0.5}, {1e-320, 1e-320}, {1e-3, 5},      {7, 1e-30},
+              {1, 1e-30},    {1e-30, 1},       {1e6, 1e6},     {1.0000001, 1e8}};
+  constexpr int32_t n = 2000;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.p << " " << row.q);
+    StreamGuard s(OXL_BRNG_MRG32K3A, {5});
+    std::vector<double> d(n);
+    std::vector<float> f(n);
+    const bool gamma = row.q == 0;
+    const auto fp = static_cast<float>(row.p), fq = static_cast<float>(row.q);
+    ASSERT_EQ(gamma ? _vrsdRngGamma(0, s.s, n, d.data(), row.p, 0.0, 1.0)
+                    : _vrsdRngBeta(0, s.s, n, d.data(), row.p, row.q, 0.0, 1.0),
+              0);
+    const bool float_shapes = fp > 0 && (gamma || fq > 0);
+    if (float_shapes) {
+      ASSERT_EQ(gamma ? _vrssRngGamma(0, s.s, n, f.data(), fp, 0.0f, 1.0f)
+                      : _vrssRngBeta(0, s.s, n, f.data(), fp, fq, 0.0f, 1.0f),
+                0);
+    }
+    const double top = gamma ? INFINITY : 1.0;
+    for (int32_t i = 0; i < n; ++i) {
+      ASSERT_TRUE(d[i] >= 0 && d[i] <= top && std::isfinite(d[i])) << i << " " << d[i];
+      if (float_shapes) ASSERT_TRUE(f[i] >= 0 && f[i] <= top && std::isfinite(f[i])) << f[i];
+    }
+  }
+}
+
+// A shape or a scale that is not positive and finite: StatusBadArgs, nothing written, nothing
+// drawn. _Atkinson2 takes only one shape below 1 with the other above, and gives then Beta's
+// numbers.
+TEST(GammaBeta, BadParametersChangeNothing) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const struct {
+    double p, q, beta;  // q 0: Gamma of shape p
+  } rows[] = {{0, 0, 1},  {-1, 0, 1},    {nan, 0, 1},   {INFINITY, 0, 1},
+              {2, 0, 0},  {2, 0, -1},    {0.5, 0, nan}, {0, 2, 1},
+              {2, -1, 1}, {nan, 0.5, 1}, {0.5, 0.5, 0}, {2, INFINITY, 1}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.p << " " << row.q << " " << row.beta);
+    StreamGuard used(OXL_BRNG_MCG59, {3}), fresh(OXL_BRNG_MCG59, {3});
+    std::vector<double> d(8, -7.0);
+    std::vector<float> f(8, -7.0f);
+    const auto fp = static_cast<float>(row.p), fq = static_cast<float>(row.q),
+               fb = static_cast<float>(row.beta);
+    if (row.q == 0) {
+      EXPECT_EQ(_vrsdRngGamma(0, used.s, 8, d.data(), row.p, 1.0, row.beta), StatusBadArgs);
+      EXPECT_EQ(_vrssRngGamma(0, used.s, 8, f.data(), fp, 1.0f, fb), StatusBadArgs);
+    } else {
+      EXPECT_EQ(_vrsdRngBeta(0, used.s, 8, d.data(), row.p, row.q, 1.0, row.beta), StatusBadArgs);
+      EXPECT_EQ(_vrssRngBeta(0, used.s, 8, f.data(), fp, fq, 1.0f, fb), StatusBadArgs);
+    }
+    EXPECT_EQ(std::count(d.begin(), d.end(), -7.0), 8);
+    EXPECT_EQ(std::count(f.begin(), f.end(), -7.0f), 8);
+    double next = 0, first = 0;
+    ASSERT_EQ(_vrsdRngUniform(0, used.s, 1, &next, 0.0, 1.0), 0);
+    ASSERT_EQ(_vrsdRngUniform(0, fresh.s, 1, &first, 0.0, 1.0), 0);
+    EXPECT_EQ(next, first);
+  }
+  StreamGuard a(OXL_BRNG_MCG59, {3}), b(OXL_BRNG_MCG59, {3});
+  std::vector<double> x(600), y(600);
+  EXPECT_EQ(_Atkinson2(a.s, 600, x.data(), 2.0, 3.0, 0.0, 1.0), StatusBadArgs);
+  EXPECT_EQ(_Atkinson2(a.s, 600, x.data(), 0.5, 0.5, 0.0, 1.0), StatusBadArgs);
+  ASSERT_EQ(_Atkinson2(a.s, 600, x.data(), 3.0, 0.4, 1.0, 2.0), 0);
+  ASSERT_EQ(_vrsdRngBeta(0, b.s, 600, y.data(), 3.0, 0.4, 1.0, 2.0), 0);
+  EXPECT_TRUE(SameBits(x, y));
 }
 
 // ---------------------------------------------------------------------------------------------
