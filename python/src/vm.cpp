@@ -590,11 +590,12 @@ std::string Doc(const Function& fn, const char* summary, const char* body) {
 }
 
 constexpr const char* kCommonDoc =
-    "Arrays of float32, float64, complex64 or complex128 are read in place when C-contiguous and\n"
-    "copied once otherwise; integers compute in float64. accuracy: 'ha' (at most 1 ulp), 'la'\n"
-    "(4 ulp), 'ep' (half the bits), or None for the thread's mode (oxl.vm.frame). out: an array\n"
-    "of the result's shape, written in place when it is C-contiguous of the result's dtype.\n"
-    "Faults of elements are warned about, raised or ignored as oxl.vm.frame says.";
+    "Arrays of float32, float64, complex64 or complex128 are read in place when C-contiguous\n"
+    "and copied once otherwise; integers compute in float64. accuracy: 'ha' (at most 1 ulp),\n"
+    "'la' (4 ulp), 'ep' (11 bits in float, 26 in double), or None for the thread's mode\n"
+    "(oxl.vm.frame). out: an array of the result's shape, written in place when it is\n"
+    "C-contiguous of the result's dtype. Faults of elements are warned about, raised or\n"
+    "ignored as oxl.vm.frame says.";
 
 void Define(py::module_& m, const Function& fn) {
   const Form form = fn.rows.front()->form;
