@@ -5,7 +5,8 @@
 
 Prints medians of repeated runs (ns per element) and ratios:
   - binding overhead: oxl.vm.exp on 10^6 doubles from Python against the same kernel called
-    directly (ctypes on liboxl.so, whose own call cost, about a microsecond, lies on the C side);
+    directly (ctypes on liboxl.so, whose own call cost, about a microsecond, lies on the C side),
+    timed in alternation;
   - oxl.vm.exp, ln and sin (HA, and EP) against numpy's exp, log and sin on 10^5 and 10^7 doubles;
   - oxl.random normals (Box-Muller on MT19937, MCG59 and Philox4x32-10) against numpy's default
     Generator (PCG64) standard_normal, 10^6 doubles.
@@ -22,11 +23,19 @@ import numpy as np
 import oxl
 
 
-def median_ns(call, n, repeat=7):
-    """Median time per element over `repeat` runs, each of enough calls for about 0.05 s."""
-    calls = max(1, int(0.05 / max(timeit.timeit(call, number=1), 1e-7)))
-    runs = timeit.repeat(call, number=calls, repeat=repeat)
-    return statistics.median(runs) / calls / n * 1e9
+def paired(calls, n, rounds=15):
+    """Times the calls in alternation, `rounds` times, each round long enough for about 0.02 s
+    a call: on a shared machine a core's speed swings between runs, and alternation puts every
+    call under the same swings. Returns the median ns per element of each call and the median
+    over rounds of each call's time over the first call's."""
+    batches = [max(1, int(0.02 / max(timeit.timeit(c, number=1), 1e-7))) for c in calls]
+    times = [[] for _ in calls]
+    for _ in range(rounds):
+        for k, (call, batch) in enumerate(zip(calls, batches)):
+            times[k].append(timeit.timeit(call, number=batch) / batch / n * 1e9)
+    medians = [statistics.median(t) for t in times]
+    ratios = [statistics.median(a / b for a, b in zip(t, times[0])) for t in times]
+    return medians, ratios
 
 
 def overhead(library):
@@ -37,11 +46,11 @@ def overhead(library):
     kernel.argtypes = [ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p]
     kernel.restype = None
     px, pout = x.ctypes.data, out.ctypes.data
-    c = median_ns(lambda: kernel(n, px, pout), n)
-    py = median_ns(lambda: oxl.vm.exp(x, out=out, accuracy="ha"), n)
-    py_new = median_ns(lambda: oxl.vm.exp(x, accuracy="ha"), n)
-    print(f"exp on 10^6 doubles: C {c:.3f} ns, Python out= {py:.3f} ns ({py / c:.3f}x of C), "
-          f"Python allocating {py_new:.3f} ns ({py_new / c:.3f}x)")
+    (c, py, py_new), (_, r, r_new) = paired(
+        [lambda: kernel(n, px, pout), lambda: oxl.vm.exp(x, out=out, accuracy="ha"),
+         lambda: oxl.vm.exp(x, accuracy="ha")], n, rounds=21)
+    print(f"exp on 10^6 doubles: C {c:.3f} ns, Python out= {py:.3f} ns ({r:.3f}x of C), "
+          f"Python allocating {py_new:.3f} ns ({r_new:.3f}x)")
 
 
 def versus_numpy():
@@ -52,23 +61,26 @@ def versus_numpy():
                                           ("sin", oxl.vm.sin, np.sin, -100, 100)):
         for n in (10**5, 10**7):
             x = np.random.default_rng(1).uniform(low, high, n)
-            t_np = median_ns(lambda: theirs(x), n)
-            t_ha = median_ns(lambda: ours(x, accuracy="ha"), n)
-            t_ep = median_ns(lambda: ours(x, accuracy="ep"), n)
-            print(f"{name:10} {n:>9} {t_np:9.3f} {t_ha:10.3f} {t_np / t_ha:6.2f} "
-                  f"{t_ep:10.3f} {t_np / t_ep:6.2f}")
+            (t_np, t_ha, t_ep), (_, r_ha, r_ep) = paired(
+                [lambda: theirs(x), lambda: ours(x, accuracy="ha"),
+                 lambda: ours(x, accuracy="ep")], n, rounds=5 if n > 10**6 else 15)
+            print(f"{name:10} {n:>9} {t_np:9.3f} {t_ha:10.3f} {1 / r_ha:6.2f} "
+                  f"{t_ep:10.3f} {1 / r_ep:6.2f}")
 
 
 def normals():
     n = 10**6
     gen = np.random.default_rng(5)
-    t_np = median_ns(lambda: gen.standard_normal(n), n)
-    print(f"normals, 10^6 doubles: numpy Generator(PCG64) {t_np:.3f} ns")
+    calls, names = [lambda: gen.standard_normal(n)], []
     for name in ("mt19937", "mcg59", "philox4x32x10"):
         stream = oxl.random.Stream(name, 5)
         for method in ("boxmuller2", "icdf"):
-            t = median_ns(lambda: stream.gaussian(size=n, method=method), n)
-            print(f"  oxl {name:14} {method:10} {t:7.3f} ns ({t_np / t:5.2f}x numpy's speed)")
+            calls.append(lambda s=stream, m=method: s.gaussian(size=n, method=m))
+            names.append(f"{name:14} {method:10}")
+    times, ratios = paired(calls, n)
+    print(f"normals, 10^6 doubles: numpy Generator(PCG64) {times[0]:.3f} ns")
+    for name, t, r in zip(names, times[1:], ratios[1:]):
+        print(f"  oxl {name} {t:7.3f} ns ({1 / r:5.2f}x numpy's speed)")
 
 
 def main():
