@@ -276,7 +276,8 @@ Accumulator(p, dtype=None)
 
 update(block, axis=0, weights=None) adds a block of observations of p dimensions; the estimates
 (moments(), cov(), count) are those of all observations so far, the same as one call over their
-concatenation gives, to rounding.)")
+concatenation gives, to rounding. A first block of a single observation leaves NaN estimates
+behind (its variance is 0/0), so begin with at least two.)")
       .def(py::init([](int64_t p, const py::object& dtype) {
              return Accumulator(p, DtypeOf(dtype).equal(py::dtype::of<float>()));
            }),
