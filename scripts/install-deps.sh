@@ -16,6 +16,10 @@ packages=(
   python3 python3-numpy python3-scipy # reference data and Python peers
   libboost-dev                    # Boost.Math's inverse error functions, a benchmark peer
   clang-14 libclang-rt-14-dev     # libFuzzer and its sanitizer runtimes for tests/fuzz
+  # Python package (pybind11 over the system python3) and its tests
+  pybind11-dev python3-pybind11 python3-dev python3-pytest python3-numpy
+  # distributed Monte Carlo example (C and mpi4py)
+  libopenmpi-dev openmpi-bin python3-mpi4py
 )
 
 missing=()
