@@ -178,7 +178,9 @@ void LoadMatrix(const Call<T>& c, double* S) {
         v *= std::sqrt(double(from->data[MatrixPos(from->form, p, r, r)]) *
                        double(from->data[MatrixPos(from->form, p, k, k)]));
       }
-      if (from != &c.cp) v *= scale;
+      // With all the weight on one observation the stored matrices are 0/0, but the sums of
+      // deviations from the data's own mean that they stand for are exactly 0.
+      if (from != &c.cp) v = scale == 0 && c.method != Method::kGivenMean ? 0.0 : v * scale;
       S[r * p + k] = v;
     }
   }
@@ -199,7 +201,9 @@ void LoadSlot(const Call<T>& c, int k, double* slot) {
   } else {
     const double scale = k == kCen2 ? (c.W * c.W - c.W2) / c.W : c.W;
     if (moment != nullptr) {
-      for (int64_t i = 0; i < p; ++i) slot[i] = double(moment[i]) * scale;
+      // A variance of one observation is 0/0; its squared deviation from itself is 0.
+      const bool zero = scale == 0 && c.method != Method::kGivenMean;
+      for (int64_t i = 0; i < p; ++i) slot[i] = zero ? 0.0 : double(moment[i]) * scale;
     } else if (sum != nullptr) {
       std::copy(sum, sum + p, slot);
     }
