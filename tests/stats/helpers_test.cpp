@@ -106,7 +106,9 @@ TEST(ScalarHelpers, LnFactorialAgainstMpfr) {
     const double want = mpfr_get_d(exact.get(), MPFR_RNDN);
     const double ulp = want == 0 ? DBL_TRUE_MIN : std::nextafter(want, kInf) - want;
     const double error = std::fabs(ln_factorial(k) - want) / ulp;
-    if (k < 128) EXPECT_EQ(error, 0) << k;
+    if (k < 128) {
+      EXPECT_EQ(error, 0) << k;
+    }
     worst = std::max(worst, error);
   }
   RecordProperty("worst_ulp", std::to_string(worst));

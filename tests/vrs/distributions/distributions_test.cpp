@@ -447,7 +447,9 @@ TEST(GammaBeta, ExtremeShapesStayInTheSupport) {
     const double top = gamma ? INFINITY : 1.0;
     for (int32_t i = 0; i < n; ++i) {
       ASSERT_TRUE(d[i] >= 0 && d[i] <= top && std::isfinite(d[i])) << i << " " << d[i];
-      if (float_shapes) ASSERT_TRUE(f[i] >= 0 && f[i] <= top && std::isfinite(f[i])) << f[i];
+      if (float_shapes) {
+        ASSERT_TRUE(f[i] >= 0 && f[i] <= top && std::isfinite(f[i])) << f[i];
+      }
     }
   }
 }
@@ -711,7 +713,9 @@ TEST(IntegerLaws, UniformBitsByGenerator) {
     EXPECT_EQ(_vrsiRngUniformBits64(0, g.s, 4, r64s), StatusBitsUnsupported) << brng;
     EXPECT_EQ(r32s[3], 4u);
     EXPECT_EQ(r64s[3], 4u);
-    if (brng != ScriptedBrng()) EXPECT_EQ(g.Words(8), copy.Words(8)) << brng;
+    if (brng != ScriptedBrng()) {
+      EXPECT_EQ(g.Words(8), copy.Words(8)) << brng;
+    }
   }
 }
 
@@ -756,7 +760,9 @@ TEST(IntegerLaws, SetUpChunks) {
       EXPECT_EQ(__vrsGetNumChunks(kept.s), 1);
       const void* after = __vrsSearchChunk(kept.s, row.chunk);
       ASSERT_NE(after, nullptr);
-      if (before && row.chunk != 6) EXPECT_EQ(after, before);
+      if (before && row.chunk != 6) {
+        EXPECT_EQ(after, before);
+      }
     }
   }
   // The replacement is seen from outside as a new chunk: a copy taken before keeps the old one.
