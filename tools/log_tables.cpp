@@ -9,26 +9,18 @@
 // two, so that no entry comes near ln 2 and a v just below a power of two does not cancel an
 // entry against ln 2) in two parts: Hi rounded to a multiple of 2^-17 (float) or 2^-40 (double), so
 // that e ln2hi + Hi is exact for every power e of the type, and Lo the rest rounded to float, and
-// in one part rounded to float for the float LA and EP kernels. For double a third part, LoLo,
+// in one part rounded to float for the float EP kernels. For double a third part, LoLo,
 // the rest after Lo rounded to float, carries -ln(c) to about 2^-90 for Pow, whose result
 // multiplies the logarithm's error by up to 745. The double Hi has at most 40
 // significant bits, the sum of two floats, and every other entry is a float: AVX2 reads them with
 // float permutes.
-//
-// Interval coefficients. For m in [3/4, 3/2) cut into 16 intervals by the four leading fraction
-// bits of m (eight of width 1/16 above 1, eight of width 1/32 below), the rows C0..C3 of a cubic
-// (LA) and C0..C2 of a quadratic (EP) q(r), r = m - 1, with r q(r) close to ln(1 + r) (and to
-// log10(1 + r)) in relative error over the interval: q interpolates ln(1 + r) / r at the Chebyshev
-// points of the interval, which is within a small factor of the minimax fit. Values come from
-// MPFR at 256 bits, so the output depends on nothing but these rules.
+// Values come from MPFR at 256 bits, so the output depends on nothing but these rules.
 // Usage: log_tables <output file>.
 #include <mpfr.h>
 
 #include "table_output.h"
 
-#include <cmath>
 #include <cstdio>
-#include <numbers>
 #include <string>
 #include <vector>
 
@@ -122,90 +114,18 @@ void LogTables(FILE* out, const char* type, const std::string& name, int grid) {
   }
 }
 
-// ln(1 + r) / r (or log10(1 + r) / r) at r.
-void Quotient(mpfr_ptr out, mpfr_srcptr r, bool base10) {
-  mpfr_log1p(out, r, MPFR_RNDN);
-  if (base10) {
-    Mp ln10;
-    mpfr_set_ui(ln10.get(), 10, MPFR_RNDN);
-    mpfr_log(ln10.get(), ln10.get(), MPFR_RNDN);
-    mpfr_div(out, out, ln10.get(), MPFR_RNDN);
-  }
-  mpfr_div(out, out, r, MPFR_RNDN);
-}
-
-// Coefficients, constant term first, of the polynomial of degree `degree` that interpolates the
-// quotient at the Chebyshev points of [a, b]: a Vandermonde system solved by Gaussian elimination
-// at 256 bits.
-std::vector<float> Fit(double a, double b, int degree, bool base10) {
-  const int n = degree + 1;
-  std::vector<Mp> matrix(static_cast<size_t>(n * (n + 1)));
-  auto at = [&](int row, int col) {
-    return matrix[static_cast<size_t>(row * (n + 1) + col)].get();
-  };
-  for (int i = 0; i < n; ++i) {
-    Mp node;
-    const double angle = std::numbers::pi * (2 * i + 1) / (2 * n);
-    mpfr_set_d(node.get(), 0.5 * (a + b) + 0.5 * (b - a) * std::cos(angle), MPFR_RNDN);
-    mpfr_set_ui(at(i, 0), 1, MPFR_RNDN);
-    for (int j = 1; j < n; ++j) mpfr_mul(at(i, j), at(i, j - 1), node.get(), MPFR_RNDN);
-    Quotient(at(i, n), node.get(), base10);
-  }
-  Mp factor, product;
-  for (int col = 0; col < n; ++col) {
-    for (int row = col + 1; row < n; ++row) {
-      mpfr_div(factor.get(), at(row, col), at(col, col), MPFR_RNDN);
-      for (int j = col; j <= n; ++j) {
-        mpfr_mul(product.get(), factor.get(), at(col, j), MPFR_RNDN);
-        mpfr_sub(at(row, j), at(row, j), product.get(), MPFR_RNDN);
-      }
-    }
-  }
-  // Back substitution leaves coefficient j in column n of row j.
-  std::vector<float> coefficients(n);
-  for (int row = n - 1; row >= 0; --row) {
-    for (int j = row + 1; j < n; ++j) {
-      mpfr_mul(product.get(), at(row, j), at(j, n), MPFR_RNDN);
-      mpfr_sub(at(row, n), at(row, n), product.get(), MPFR_RNDN);
-    }
-    mpfr_div(at(row, n), at(row, n), at(row, row), MPFR_RNDN);
-    coefficients[row] = Round<float>(at(row, n));
-  }
-  return coefficients;
-}
-
-// Rows C0..C<degree> over the 16 intervals, in the order of the index: the four leading fraction
-// bits of m, so intervals 0..7 are [1 + i/16, 1 + (i+1)/16) and 8..15 are half of [1 + i/16,
-// 1 + (i+1)/16).
-void IntervalRows(FILE* out, const std::string& name, int degree, bool base10) {
-  std::vector<std::vector<float>> rows(degree + 1);
-  for (int i = 0; i < 16; ++i) {
-    const double scale = i < 8 ? 1.0 : 0.5;
-    const double a = (1 + i / 16.0) * scale - 1, b = (1 + (i + 1) / 16.0) * scale - 1;
-    const std::vector<float> c = Fit(a, b, degree, base10);
-    for (int k = 0; k <= degree; ++k) rows[k].push_back(c[k]);
-  }
-  for (int k = 0; k <= degree; ++k) Array(out, "float", name + "C" + std::to_string(k), rows[k]);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   FILE* out = OpenTableOutput(argc, argv);
   if (out == nullptr) return 1;
-  std::fprintf(
-      out,
-      "// Reciprocals and their -ln (Hi, Lo and one-part) over the 16 intervals of the "
-      "mantissa, and\n// the 16-interval coefficients of the logarithm kernels. Written by "
-      "tools/log_tables.cpp; do\n// not edit.\n\n");
+  std::fprintf(out,
+               "// Reciprocals and their -ln (Hi, Lo and one-part) over the 16 intervals of the "
+               "mantissa. Written\n// by tools/log_tables.cpp; do not edit.\n\n");
   std::vector<float> reciprocals;
   for (int i = 0; i < 16; ++i) reciprocals.push_back(Reciprocal(i));
   Array(out, "float", "kLnRcp", reciprocals);
   LogTables<float>(out, "float", "kLnF", 17);
   LogTables<double>(out, "double", "kLnD", 40);
-  IntervalRows(out, "kLnLA", 3, false);
-  IntervalRows(out, "kLnEP", 2, false);
-  IntervalRows(out, "kLog10LA", 3, true);
-  IntervalRows(out, "kLog10EP", 2, true);
   return std::fclose(out) == 0 ? 0 : 1;
 }

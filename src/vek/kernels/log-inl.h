@@ -1,10 +1,10 @@
 // Bodies of the Ln, Log10 and Log1p kernels. Re-included once per SIMD target.
 //
-// The reciprocal kernels (every double kernel, the float HA kernels and float Log1p) write
-// v = 2^k m with m in [A, 2A), A = 1 - 2^-6, by integer arithmetic on the bits of v, and read the
-// interval of m from the four bits below the exponent of bits(m) - bits(A): interval 0 is
-// [A, 1 + 2^-5), around 1, the others have width 1/16. With c the reciprocal of the interval's
-// midpoint (1 for interval 0) and r = m c - 1, |r| <= 2^-5 and
+// The reciprocal kernels (the HA kernels and every Log1p kernel)
+// write v = 2^k m with m in [A, 2A), A = 1 - 2^-6, by integer arithmetic on the bits of v, and read
+// the interval of m from the four bits below the exponent of bits(m) - bits(A): interval 0 is [A, 1
+// + 2^-5), around 1, the others have width 1/16. With c the reciprocal of the interval's midpoint
+// (1 for interval 0) and r = m c - 1, |r| <= 2^-5 and
 //   ln v = k ln 2 - ln c + ln(1 + r),
 // -ln c from a table in registers, ln(1 + r) a short polynomial. The upper eight intervals hold
 // -ln(2c) and count k one larger, so that no entry comes near ln 2: a v just below a power of two
@@ -19,8 +19,8 @@
 // make the exponent or the mantissa not finite, which shows up as a NaN in a quantity that pass
 // forms anyway (the signal), and the signal marks the lane rare.
 //
-// Float Ln and Log10 at LA and EP have no reciprocal: m in [3/4, 3/2) is cut into 16 intervals by
-// its leading fraction bits, and a cubic (LA) or quadratic (EP) per interval gives ln(m) / (m - 1).
+// Ln and Log10 at LA and EP have no reciprocal: one division gives s = (m - 1) / (m + 1) and
+// ln m = 2 atanh(s) a series in s^2 (LogQuotientBody).
 
 #include <array>
 #include <limits>
@@ -81,6 +81,10 @@ struct Consts<double> {
   static constexpr double kLn2 = 0x1.62e42fefa39efp-1;
   static constexpr double kLog10OfEHi = 0x1.bcb7b1526e50ep-2;
   static constexpr double kLog10OfELo = 0x1.95355baaafad3p-57;
+  static constexpr double kLog10Of2 = 0x1.34413509f79ffp-2;
+  // log10(2) in two parts, e log10(2)hi exact for |e| < 2^12.
+  static constexpr double kLog10Of2Hi = 0x1.34413509f8000p-2;
+  static constexpr double kLog10Of2Lo = -0x1.80433b83b532ap-44;
   // Hi is the sum of two float tables. There is no one-part table: Hi holds 40 bits, enough for
   // EP.
   static constexpr const float* kHi = vek::log_tables::kLnDHiFirst;
@@ -435,30 +439,30 @@ struct LogRcpBody : UnaryRealBody<T> {
   static int32_t Rare(const T* a, T* r) { return vek::LogRare<kFunc>(a, r); }
 };
 
-// Float Ln and Log10, LA and EP: ln m / (m - 1) by a cubic or a quadratic over 16 intervals of m.
-template <LogFunction kFunc, LogLevel kLevel>
-struct LogIntervalBody : UnaryRealBody<float> {
-  static constexpr int kDegree = kLevel == LogLevel::kLA ? 3 : 2;
-  using D = hn::ScalableTag<float>;
-  const char* name = kFunc == LogFunction::kLn ? vek::names::sLn : vek::names::sLog10;
-  struct Rows {
-    RegisterTable<D, 16> row[kDegree + 1];
-    Rows() {
-      for (int k = 0; k <= kDegree; ++k) row[k] = LoadTable<16>(D(), Row(k));
-    }
-  } rows;
+// Ln and Log10 by a quotient at LA and EP. x = 2^e m with m in [3/4, 3/2),
+// s = (m - 1) / (m + 1) and
+//   ln m = 2 atanh(s) = 2s (1 + s^2 / 3 + s^4 / 5 + ...).
+// |s| <= 1/5: the terms to s^23 leave s^24 / 25, below 2^-55 of the sum (double LA), the terms to
+// s^11 leave s^12 / 13, below 2^-31 (double EP, float LA), the terms to s^5 leave s^6 / 7, below
+// 2^-16 (float EP). m - 1 is exact, and the roundings of m + 1 and of the quotient cost two units
+// of s's last place (EP). One division (correctly rounded, so the same on every target) takes the
+// place of the table reads and the reciprocal's reduction, which on targets without wide register
+// permutes cost more than the divider. LA carries s to twice the precision by a second division
+// and adds e ln 2 (e log10 2) in two parts: near x = 3/4 and 3/2 the result cancels against it.
+template <class T, LogFunction kFunc, LogLevel kLevel>
+struct LogQuotientBody : UnaryRealBody<T> {
+  const char* name =
+      kFunc == LogFunction::kLn ? (OXL_VEK_REAL_NAME(T, Ln)) : (OXL_VEK_REAL_NAME(T, Log10));
 
-  template <class DD>
-  HWY_INLINE void operator()(DD d, const hn::Vec<DD>* in, hn::Vec<DD>* out,
-                             hn::Mask<DD>* rare) const {
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
     using log_detail::MantissaInterval;
     using log_detail::MantissaSign;
+    using C = log_detail::Consts<T>;
     const auto x = in[0];
-    // x = 2^e m, m in [3/4, 3/2): by integer arithmetic for positive normal x, and for the
-    // others (blocks holding them only) by the exponent and mantissa helpers, which also give
-    // the denormals and make e infinite or NaN where the rare routine must decide.
+    // As the float interval kernels split x, denormals and rare lanes included.
     const auto fast = log_detail::PositiveNormal(d, x);
-    const auto split = log_detail::SplitOf<false>(d, x, 0.75f);
+    const auto split = log_detail::SplitOf<false>(d, x, T(0.75));
     auto m = split.m;
     auto e = split.e;
     if (!hn::AllTrue(d, fast)) [[unlikely]] {
@@ -468,42 +472,55 @@ struct LogIntervalBody : UnaryRealBody<float> {
       m = hn::IfThenElse(fast, m, m2);
       e = hn::IfThenElse(fast, e, hn::Sub(GetExp(d, x), GetExp(d, m2)));
     }
-    const auto r = hn::Sub(m, hn::Set(d, 1.0f));
-    // The four leading fraction bits of m pick the interval; Lookup reads the low four.
-    const auto index = hn::ShiftRight<19>(hn::BitCast(hn::RebindToUnsigned<DD>(), m));
-    auto p = Lookup(d, rows.row[kDegree], index);
-    for (int k = kDegree - 1; k >= 0; --k) p = Fma(d, p, r, Lookup(d, rows.row[k], index));
-    using C = log_detail::Consts<float>;
-    constexpr bool kTwoPart = kFunc == LogFunction::kLog10 && kLevel == LogLevel::kLA;
-    const float scale = kFunc == LogFunction::kLn ? C::kLn2
-                        : kTwoPart                ? C::kLog10Of2Hi
-                                                  : C::kLog10Of2;
-    const auto q = hn::Mul(e, hn::Set(d, scale));
-    // q - q is NaN where e is not finite: zeros, infinities, NaNs, and negative x (m is a NaN).
-    rare[0] = hn::IsNaN(hn::Sub(q, q));
-    out[0] = Fma(d, p, r, q);
-    if constexpr (kTwoPart) out[0] = Fma(d, e, hn::Set(d, C::kLog10Of2Lo), out[0]);
-  }
-
-  static int32_t Rare(const float* a, float* r) { return vek::LogRare<kFunc>(a, r); }
-
- private:
-  static constexpr const float* Row(int k) {
-    using namespace vek::log_tables;
-    if constexpr (kFunc == LogFunction::kLn && kLevel == LogLevel::kLA) {
-      constexpr const float* kRows[] = {kLnLAC0, kLnLAC1, kLnLAC2, kLnLAC3};
-      return kRows[k];
-    } else if constexpr (kFunc == LogFunction::kLn) {
-      constexpr const float* kRows[] = {kLnEPC0, kLnEPC1, kLnEPC2};
-      return kRows[k];
-    } else if constexpr (kLevel == LogLevel::kLA) {
-      constexpr const float* kRows[] = {kLog10LAC0, kLog10LAC1, kLog10LAC2, kLog10LAC3};
-      return kRows[k];
+    const auto one = hn::Set(d, T(1));
+    const auto f = hn::Sub(m, one);
+    const auto g = hn::Add(m, one);
+    const auto s = hn::Div(f, g);
+    const auto z = hn::Mul(s, s);
+    const auto t = hn::Add(s, s);
+    hn::VFromD<D> p;
+    if constexpr (sizeof(T) == 4 && kLevel == LogLevel::kEP) {
+      p = Horner(d, z, T(1) / 3, T(1) / 5);
+    } else if constexpr (sizeof(T) == 8 && kLevel == LogLevel::kLA) {
+      p = Estrin(d, z, hn::Mul(z, z), 1.0 / 3, 1.0 / 5, 1.0 / 7, 1.0 / 9, 1.0 / 11, 1.0 / 13,
+                 1.0 / 15, 1.0 / 17, 1.0 / 19, 1.0 / 21);
     } else {
-      constexpr const float* kRows[] = {kLog10EPC0, kLog10EPC1, kLog10EPC2};
-      return kRows[k];
+      p = Horner(d, z, T(1) / 3, T(1) / 5, T(1) / 7, T(1) / 9, T(1) / 11);
+    }
+    constexpr bool kLn = kFunc == LogFunction::kLn;
+    if constexpr (kLevel == LogLevel::kLA) {
+      // 2s to twice the precision: the rounding error of m + 1 (exact, g - 1 being exact) and the
+      // quotient's remainder (exact by the fused operation), over g. Then ln x = q + t + tail
+      // with q = e ln2hi exact, and q + t by the fast two-sum (|q| > |t| wherever q is not 0).
+      const auto g_lo = hn::Sub(m, hn::Sub(g, one));
+      const auto rem = Fma(d, hn::Neg(s), g_lo, Fma(d, hn::Neg(s), g, f));
+      const auto tail = Fma(d, hn::Mul(t, z), p, hn::Div(hn::Add(rem, rem), g));
+      const auto q = hn::Mul(e, hn::Set(d, kLn ? C::kLn2Hi : C::kLog10Of2Hi));
+      rare[0] = hn::IsNaN(hn::Sub(q, q));
+      if constexpr (kLn) {
+        const auto hi = hn::Add(q, t);
+        const auto err = hn::Add(hn::Sub(q, hi), t);
+        out[0] = hn::Add(hi, hn::Add(err, Fma(d, e, hn::Set(d, C::kLn2Lo), tail)));
+      } else {
+        // t log10(e) as an exact product pair, the rest scaled in one rounding each.
+        const auto lg = hn::Set(d, C::kLog10OfEHi);
+        const auto th = hn::Mul(t, lg);
+        const auto th_err = Fms(d, t, lg, th);
+        const auto hi = hn::Add(q, th);
+        const auto err = hn::Add(hn::Sub(q, hi), th);
+        const auto small = Fma(d, e, hn::Set(d, C::kLog10Of2Lo), hn::Add(err, th_err));
+        out[0] = hn::Add(hi, Fma(d, tail, lg, Fma(d, t, hn::Set(d, C::kLog10OfELo), small)));
+      }
+    } else {
+      const auto ln_m = Fma(d, hn::Mul(t, z), p, t);
+      const auto q = hn::Mul(e, hn::Set(d, kLn ? C::kLn2 : C::kLog10Of2));
+      // q - q is NaN where e is not finite: zeros, infinities, NaNs, and negative x (m is a NaN).
+      rare[0] = hn::IsNaN(hn::Sub(q, q));
+      out[0] = kLn ? hn::Add(q, ln_m) : Fma(d, ln_m, hn::Set(d, C::kLog10OfEHi), q);
     }
   }
+
+  static int32_t Rare(const T* a, T* r) { return vek::LogRare<kFunc>(a, r); }
 };
 
 }  // namespace oxl::HWY_NAMESPACE
