@@ -1,0 +1,267 @@
+// Bodies of the complex Abs, Arg, CIS, Exp, Ln and Sqrt kernels, on the real kernels' bodies.
+// Re-included once per SIMD target.
+//
+// The parts arrive split (the template deinterleaves them): in[0] holds the real parts, in[1] the
+// imaginary ones, and a complex result goes out the same way.
+//   Abs   the Hypot body on (re, im): its scaling keeps the squares in range.
+//   Arg   the Atan2 body on (im, re).
+//   CIS   the SinCos body: (cos x, sin x).
+//   Exp   e^re by the Exp body times (cos im, sin im) by the SinCos body; |re| beyond the Exp
+//         body's bound (707.7, where e^re leaves the normal range) is a rare lane.
+//   Ln    (ln |z|, atan2(im, re)). ln |z| = ln(s) / 2 with s = re^2 + im^2 carried as a pair: the
+//         two squares exactly (fused), their four doubles summed by error-free additions, so that
+//         near |z| = 1, where ln |z| is s - 1 to first order, the cancellation against 1 costs
+//         nothing; the logarithm of the pair is the two-part body of the logarithms (LnPair).
+//   Sqrt  Kahan's method (also Hull, Fairgrieve and Tang): t = sqrt((|re| + |z|) / 2) and
+//         im / 2t, no cancellation anywhere; for re < 0 the parts trade places, the root's sign is
+//         that of im (so the cut on the negative real axis is decided by the sign of a zero).
+// The double kernels send lanes whose larger part lies outside [2^-500, 2^500] (zero aside) to the
+// rare routine, where the squares would leave the exponent range; Arg and Ln also the zero parts
+// the Atan2 body leaves to its own rare routine. The float kernels compute in double over each
+// half of the vector and round once (where float squares and exponentials cannot overflow), and
+// mark infinite and NaN parts and the parts below the normal range. Rare lanes are the element
+// loop's, so special values (C99 Annex G) and statuses are the loop's.
+
+#if defined(OXL_VEK_KERNELS_COMPLEX_FUNC_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef OXL_VEK_KERNELS_COMPLEX_FUNC_INL_H_
+#undef OXL_VEK_KERNELS_COMPLEX_FUNC_INL_H_
+#else
+#define OXL_VEK_KERNELS_COMPLEX_FUNC_INL_H_
+#endif
+
+#include <limits>
+
+#include "simd/fma-inl.h"
+#include "simd/pair-inl.h"
+#include "vek/frame/kernel-inl.h"
+#include "vek/kernels/atrig-inl.h"
+#include "vek/kernels/complex_arith-inl.h"
+#include "vek/kernels/complex_func_rare.h"
+#include "vek/kernels/exp-inl.h"
+#include "vek/kernels/log-inl.h"
+#include "vek/kernels/roots-inl.h"
+#include "vek/kernels/trig-inl.h"
+#include "vek/kernels/widen-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace oxl::HWY_NAMESPACE {
+
+// One complex (or real, for CIS) element in, one out.
+template <class InT, class OutT>
+struct ComplexFuncShape {
+  using In = InT;
+  using Out = OutT;
+  static constexpr size_t kInputs = 1;
+  static constexpr size_t kOutputs = 1;
+  static constexpr size_t kBlock = 64 / sizeof(vek::ScalarOf<InT>) * 2;
+  static constexpr vek::Layout kLayout = vek::Layout::kSplit;
+  static constexpr bool kRare = true;
+};
+
+template <class T>
+using ComplexOf = std::conditional_t<sizeof(T) == 4, oxl_complex8, oxl_complex16>;
+
+namespace complex_func {
+
+// Lanes whose larger part lies outside [2^-500, 2^500], zero aside, or is infinite or NaN.
+template <class D, class V>
+HWY_INLINE hn::Mask<D> OutsideSquareRange(D d, V re, V im) {
+  using complex_arith::AnyTiny;
+  const V huge = hn::Set(d, 0x1p500);
+  const auto inside = hn::And(hn::Le(hn::Abs(re), huge), hn::Le(hn::Abs(im), huge));
+  return hn::Or(hn::Not(inside), AnyTiny(d, re, im, re, im, 0x1p-500));
+}
+
+// Float lanes that the double bodies do not settle alike under every mode: an infinite or NaN
+// part, and a part below the normal range (read as zero under DAZ, which the widening would not
+// do: the rare routine does).
+template <class D, class V>
+HWY_INLINE hn::Mask<D> NotNormalOrZero(D d, V re, V im) {
+  return hn::Or(complex_arith::NotFinite(d, re, im),
+                complex_arith::AnyTiny(d, re, im, re, im, std::numeric_limits<float>::min()));
+}
+
+}  // namespace complex_func
+
+// |z| by the Hypot body.
+template <class T, RootLevel kLevel>
+struct ComplexAbsBody : ComplexFuncShape<ComplexOf<T>, T> {
+  const char* name = sizeof(T) == 4 ? vek::names::cAbs : vek::names::zAbs;
+  HypotBody<T, kLevel> hypot;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    hypot(d, in, out, rare);
+  }
+
+  static int32_t Rare(const ComplexOf<T>* a, T* r) {
+    if constexpr (sizeof(T) == 4) {
+      return vek::vcabs_cout_rare(a, r);
+    } else {
+      return vek::vzabs_cout_rare(a, r);
+    }
+  }
+};
+
+// arg z by the Atan2 body (its rare lanes: zero, tiny, huge, infinite and NaN parts).
+template <class Atan2>
+struct ComplexArgBody : ComplexFuncShape<ComplexOf<typename Atan2::In>, typename Atan2::In> {
+  using T = typename Atan2::In;
+  const char* name = sizeof(T) == 4 ? vek::names::cArg : vek::names::zArg;
+  Atan2 atan2;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    const V yx[2] = {in[1], in[0]};
+    atan2(d, yx, out, rare);
+  }
+
+  static int32_t Rare(const ComplexOf<T>* a, T* r) {
+    if constexpr (sizeof(T) == 4) {
+      return vek::vcarg_cout_rare(a, r);
+    } else {
+      return vek::vzarg_cout_rare(a, r);
+    }
+  }
+};
+
+// cos x + i sin x by the SinCos body (its rare lanes: infinities and NaNs).
+template <class SinCos>
+struct ComplexCisBody : ComplexFuncShape<typename SinCos::In, ComplexOf<typename SinCos::In>> {
+  using T = typename SinCos::In;
+  const char* name = sizeof(T) == 4 ? vek::names::cCIS : vek::names::zCIS;
+  SinCos sincos;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    V sc[2];
+    sincos(d, in, sc, rare);
+    out[0] = sc[1];
+    out[1] = sc[0];
+  }
+
+  static int32_t Rare(const T* a, ComplexOf<T>* r) {
+    if constexpr (sizeof(T) == 4) {
+      return vek::vccis_cout_rare(a, r);
+    } else {
+      return vek::vzcis_cout_rare(a, r);
+    }
+  }
+};
+
+// Double Exp: e^re (cos im, sin im). Each factor is within its level's bound and the product
+// rounds once more: LA within 2.6 ulp normwise, EP 26 bits.
+template <ExpLevel kExp, trig_detail::Level kTrig>
+struct ZExpBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
+  const char* name = vek::names::zExp;
+  ExpTableBody<double, kExp> exp;
+  TrigBody<TrigFunction::kSinCos, kTrig> sincos;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    V scale, sc[2];
+    M exp_rare, trig_rare;
+    exp(d, &in[0], &scale, &exp_rare);
+    sincos(d, &in[1], sc, &trig_rare);
+    out[0] = hn::Mul(scale, sc[1]);
+    out[1] = hn::Mul(scale, sc[0]);
+    rare[0] = hn::Or(exp_rare, trig_rare);
+  }
+
+  static int32_t Rare(const oxl_complex16* a, oxl_complex16* r) {
+    return vek::vzexp_cout_rare(a, r);
+  }
+};
+
+// Double Ln: ln |z| as described at the top, within 0.5 ulp and a hair of its own value, and
+// atan2(im, re) at the level's accuracy.
+template <AtanLevel kLevel>
+struct ZLnBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
+  const char* name = vek::names::zLn;
+  log_detail::LnTablesD tables;
+  Atan2Body<kLevel> atan2;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    const V re = in[0], im = in[1];
+    // re^2 + im^2 as hi + tail, the tail's additions the only rounding: 2^-105 of s at most.
+    V hi, tail, naive;
+    complex_arith::Dot2(d, re, re, im, im, hi, tail, naive);
+    const auto s = FastTwoSum(d, hi, tail);
+    const auto ln = log_detail::LnPair<true>(d, tables, log_detail::SplitOf(d, s.hi), s.lo);
+    out[0] = hn::Mul(hn::Add(ln.hi, ln.lo), hn::Set(d, 0.5));
+    const V yx[2] = {im, re};
+    M atan2_rare;
+    atan2(d, yx, &out[1], &atan2_rare);
+    rare[0] = hn::Or(atan2_rare, complex_func::OutsideSquareRange(d, re, im));
+  }
+
+  static int32_t Rare(const oxl_complex16* a, oxl_complex16* r) {
+    return vek::vzln_cout_rare(a, r);
+  }
+};
+
+// Double Sqrt by Kahan's method, within 2 ulp normwise: |z| within an ulp (one rounded fused
+// sum of squares and the root), the sum |re| + |z| without cancellation, two roots and a quotient.
+struct ZSqrtBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
+  const char* name = vek::names::zSqrt;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    const V re = in[0], im = in[1];
+    const V a = hn::Abs(re), b = hn::Abs(im);
+    const V big = hn::Max(a, b), small = hn::Min(a, b);
+    const V modulus = hn::Sqrt(Fma(d, big, big, hn::Mul(small, small)));
+    const V t = hn::Sqrt(hn::Mul(hn::Add(a, modulus), hn::Set(d, 0.5)));
+    // t is 0 only for z = 0, whose root is +0 with the sign of im on the imaginary part.
+    const auto zero = hn::Eq(t, hn::Zero(d));
+    const V q = hn::IfThenElse(zero, hn::CopySign(hn::Zero(d), im), hn::Div(im, hn::Add(t, t)));
+    const auto negative = hn::Lt(re, hn::Zero(d));
+    out[0] = hn::IfThenElse(negative, hn::Abs(q), t);
+    out[1] = hn::IfThenElse(negative, hn::CopySign(t, im), q);
+    rare[0] = complex_func::OutsideSquareRange(d, re, im);
+  }
+
+  static int32_t Rare(const oxl_complex16* a, oxl_complex16* r) {
+    return vek::vzsqrt_cout_rare(a, r);
+  }
+};
+
+// Float Exp, Ln and Sqrt: a double body on each half of the vector, rounded once. The double
+// bodies are within 2^-50 of the result, so the float results are within 0.5 ulp and a hair.
+// Float parts keep the double bodies far from their rare ranges, but for Exp an re beyond +-88
+// (where e^re leaves float's range) and Ln's zero parts.
+enum class FloatComplexFunc { kExp, kLn, kSqrt };
+
+template <FloatComplexFunc kFunc>
+struct CFloatBody : ComplexFuncShape<oxl_complex8, oxl_complex8> {
+  const char* name = kFunc == FloatComplexFunc::kExp  ? vek::names::cExp
+                     : kFunc == FloatComplexFunc::kLn ? vek::names::cLn
+                                                      : vek::names::cSqrt;
+  using Wide = std::conditional_t<
+      kFunc == FloatComplexFunc::kExp, ZExpBody<ExpLevel::kLA, trig_detail::Level::kLA>,
+      std::conditional_t<kFunc == FloatComplexFunc::kLn, ZLnBody<kAtanEP>, ZSqrtBody>>;
+  Wide wide;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    RunWidened<2, 2>(wide, d, in, out);
+    rare[0] = complex_func::NotNormalOrZero(d, in[0], in[1]);
+    if constexpr (kFunc == FloatComplexFunc::kExp) {
+      rare[0] = hn::Or(rare[0], hn::Not(hn::Le(hn::Abs(in[0]), hn::Set(d, 88.0f))));
+    } else if constexpr (kFunc == FloatComplexFunc::kLn) {
+      rare[0] = hn::Or(rare[0], hn::Or(hn::Eq(in[0], hn::Zero(d)), hn::Eq(in[1], hn::Zero(d))));
+    }
+  }
+
+  static int32_t Rare(const oxl_complex8* a, oxl_complex8* r) {
+    if constexpr (kFunc == FloatComplexFunc::kExp) return vek::vcexp_cout_rare(a, r);
+    if constexpr (kFunc == FloatComplexFunc::kLn) return vek::vcln_cout_rare(a, r);
+    if constexpr (kFunc == FloatComplexFunc::kSqrt) return vek::vcsqrt_cout_rare(a, r);
+  }
+};
+
+}  // namespace oxl::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // OXL_VEK_KERNELS_COMPLEX_FUNC_INL_H_
