@@ -81,17 +81,48 @@ HWY_INLINE hn::Mask<D> NotNormalOrZero(D d, V re, V im) {
                 complex_arith::AnyTiny(d, re, im, re, im, std::numeric_limits<float>::min()));
 }
 
+// sqrt(x^2 + y^2) unscaled, for float parts widened to double.
+struct RootOfSquares {
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M*) const {
+    out[0] = hn::Sqrt(Fma(d, in[0], in[0], hn::Mul(in[1], in[1])));
+  }
+};
+
 }  // namespace complex_func
 
-// |z| by the Hypot body.
+// |z|. Double LA and EP: the LA Hypot body, sqrt(fma(x, x, y^2)) with its scaling, within 1.25
+// ulp. Double HA: the squares' sum s as a pair (the products exactly, one error-free addition, the
+// errors added), h = sqrt(s_hi) and one Newton step on the pair, h + (s_hi - h^2 + s_lo) / 2h
+// (s_hi - h^2 exact in a fused operation): within 0.5 ulp and 2^-100 relative; the parts outside
+// [2^-500, 2^500] go to the rare routine instead of being scaled. Float: sqrt(x^2 + y^2) in double,
+// the squares exact and the sum rounded once, so one rounding to float is within 0.5 ulp and
+// 2^-29, at every level; lanes with an infinite or NaN part or an infinite result are rare.
 template <class T, RootLevel kLevel>
 struct ComplexAbsBody : ComplexFuncShape<ComplexOf<T>, T> {
   const char* name = sizeof(T) == 4 ? vek::names::cAbs : vek::names::zAbs;
-  HypotBody<T, kLevel> hypot;
+  HypotBody<T, RootLevel::kLA> hypot;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
-    hypot(d, in, out, rare);
+    if constexpr (sizeof(T) == 4) {
+      RunWidened<1, 2>(complex_func::RootOfSquares{}, d, in, out);
+      rare[0] = hn::Or(complex_arith::NotFinite(d, in[0], in[1]), hn::IsInf(out[0]));
+    } else if constexpr (kLevel == RootLevel::kLA) {
+      hypot(d, in, out, rare);
+    } else {
+      const V x = in[0], y = in[1];
+      const V p1 = hn::Mul(x, x), p2 = hn::Mul(y, y);
+      const auto s = TwoSum(d, p1, p2);
+      const V s_lo = hn::Add(s.lo, hn::Add(Fms(d, x, x, p1), Fms(d, y, y, p2)));
+      const V h = hn::Sqrt(s.hi);
+      // The step is within an ulp of h, so the 2^-17 of Rcp14 costs nothing visible and saves a
+      // division. h is 0 (z = 0, and the step 0) or at least 2^-500: the floor keeps the
+      // reciprocal finite.
+      const V twice = hn::Max(hn::Add(h, h), hn::Set(d, std::numeric_limits<T>::min()));
+      out[0] = Fma(d, hn::Add(Fnma(d, h, h, s.hi), s_lo), Rcp14(d, twice), h);
+      rare[0] = complex_func::OutsideSquareRange(d, x, y);
+    }
   }
 
   static int32_t Rare(const ComplexOf<T>* a, T* r) {
@@ -173,13 +204,14 @@ struct ZExpBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
   }
 };
 
-// Double Ln: ln |z| as described at the top, within 0.5 ulp and a hair of its own value, and
-// atan2(im, re) at the level's accuracy.
-template <AtanLevel kLevel>
+// Double Ln: ln |z| as described at the top, the logarithm of the pair s_hi + s_lo by the Log1p
+// evaluation of the level (which takes an addend to its argument), and atan2(im, re) at the
+// level's accuracy.
+template <AtanLevel kAtan, LogLevel kLog>
 struct ZLnBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
   const char* name = vek::names::zLn;
-  log_detail::LnTablesD tables;
-  Atan2Body<kLevel> atan2;
+  log_detail::RcpTables<double, kLog> tables;
+  Atan2Body<kAtan> atan2;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
@@ -188,8 +220,9 @@ struct ZLnBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
     V hi, tail, naive;
     complex_arith::Dot2(d, re, re, im, im, hi, tail, naive);
     const auto s = FastTwoSum(d, hi, tail);
-    const auto ln = log_detail::LnPair<true>(d, tables, log_detail::SplitOf(d, s.hi), s.lo);
-    out[0] = hn::Mul(hn::Add(ln.hi, ln.lo), hn::Set(d, 0.5));
+    const V ln = log_detail::Evaluate<double, LogFunction::kLog1p, kLog>(
+        d, tables, log_detail::SplitOf(d, s.hi), s.lo);
+    out[0] = hn::Mul(ln, hn::Set(d, 0.5));
     const V yx[2] = {im, re};
     M atan2_rare;
     atan2(d, yx, &out[1], &atan2_rare);
@@ -198,6 +231,24 @@ struct ZLnBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
 
   static int32_t Rare(const oxl_complex16* a, oxl_complex16* r) {
     return vek::vzln_cout_rare(a, r);
+  }
+};
+
+// Float Ln in double: re^2 + im^2 rounded once (float squares are exact in double) is within
+// 2^-53 of s, which near |z| = 1 is 2^-28 of the smallest ln |z| a float z other than 1 has; the
+// LA logarithm and the EP Atan2 body (2^-31).
+struct CLnWide {
+  log_detail::RcpTables<double, LogLevel::kLA> tables;
+  Atan2Body<kAtanEP> atan2;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    const V s = Fma(d, in[0], in[0], hn::Mul(in[1], in[1]));
+    const V ln = log_detail::Evaluate<double, LogFunction::kLn, LogLevel::kLA>(
+        d, tables, log_detail::SplitOf(d, s), hn::Zero(d));
+    out[0] = hn::Mul(ln, hn::Set(d, 0.5));
+    const V yx[2] = {in[1], in[0]};
+    atan2(d, yx, &out[1], rare);
   }
 };
 
@@ -238,9 +289,10 @@ struct CFloatBody : ComplexFuncShape<oxl_complex8, oxl_complex8> {
   const char* name = kFunc == FloatComplexFunc::kExp  ? vek::names::cExp
                      : kFunc == FloatComplexFunc::kLn ? vek::names::cLn
                                                       : vek::names::cSqrt;
-  using Wide = std::conditional_t<
-      kFunc == FloatComplexFunc::kExp, ZExpBody<ExpLevel::kLA, trig_detail::Level::kLA>,
-      std::conditional_t<kFunc == FloatComplexFunc::kLn, ZLnBody<kAtanEP>, ZSqrtBody>>;
+  using Wide =
+      std::conditional_t<kFunc == FloatComplexFunc::kExp,
+                         ZExpBody<ExpLevel::kLA, trig_detail::Level::kLA>,
+                         std::conditional_t<kFunc == FloatComplexFunc::kLn, CLnWide, ZSqrtBody>>;
   Wide wide;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>

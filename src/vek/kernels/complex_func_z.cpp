@@ -29,7 +29,7 @@ void zAbsLA(int n, const oxl_complex16* a, double* r) {
              a, r);                                                                              \
   }                                                                                              \
   void zLn##level(int n, const oxl_complex16* a, oxl_complex16* r) {                             \
-    RunUnary(ZLnBody<kAtan##level>{}, n, a, r);                                                  \
+    RunUnary(ZLnBody<kAtan##level, LogLevel::k##level>{}, n, a, r);                              \
   }
 OXL_Z_LEVELS(OXL_Z_ARG)
 #undef OXL_Z_ARG
