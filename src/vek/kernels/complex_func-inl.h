@@ -15,8 +15,9 @@
 //   Sqrt  Kahan's method (also Hull, Fairgrieve and Tang): t = sqrt((|re| + |z|) / 2) and
 //         im / 2t, no cancellation anywhere; for re < 0 the parts trade places, the root's sign is
 //         that of im (so the cut on the negative real axis is decided by the sign of a zero).
-// The double kernels send lanes whose larger part lies outside [2^-500, 2^500] (zero aside) to the
-// rare routine, where the squares would leave the exponent range; Arg and Ln also the zero parts
+// The double kernels (and float Abs, computed in float) send lanes whose larger part lies outside
+// [2^-500, 2^500] (float Abs: [2^-60, 2^60]), zero aside, to the rare routine, where the squares
+// would leave the exponent range; Arg and Ln also the zero parts
 // the Atan2 body leaves to its own rare routine. The float kernels compute in double over each
 // half of the vector and round once (where float squares and exponentials cannot overflow), and
 // mark infinite and NaN parts and the parts below the normal range. Rare lanes are the element
@@ -63,13 +64,31 @@ using ComplexOf = std::conditional_t<sizeof(T) == 4, oxl_complex8, oxl_complex16
 
 namespace complex_func {
 
-// Lanes whose larger part lies outside [2^-500, 2^500], zero aside, or is infinite or NaN.
+// Where squares and their sums stay in the exponent range: parts within [kLow, kHigh] in magnitude
+// (zeros too) have a sum of squares of at least kLow^2, a normal number, and what the smaller
+// part's square loses to underflow is below 2^-29 (float) or 2^-74 (double) of it. kSeed: the
+// power of two whose bits, less those of x, approximate 1 / x.
+template <class T>
+struct SquareRange {
+  static constexpr double kLow = sizeof(T) == 4 ? 0x1p-60 : 0x1p-500;
+  static constexpr double kHigh = sizeof(T) == 4 ? 0x1p60 : 0x1p500;
+  static constexpr double kSeed = sizeof(T) == 4 ? 0x1p127 : 0x1p1023;
+};
+
+// Lanes whose larger part lies outside SquareRange, zero aside, or is infinite or NaN. By the
+// parts' bits, so that a denormal (which a compare reads as zero under DAZ) is judged as the
+// number it is.
 template <class D, class V>
 HWY_INLINE hn::Mask<D> OutsideSquareRange(D d, V re, V im) {
-  using complex_arith::AnyTiny;
-  const V huge = hn::Set(d, 0x1p500);
-  const auto inside = hn::And(hn::Le(hn::Abs(re), huge), hn::Le(hn::Abs(im), huge));
-  return hn::Or(hn::Not(inside), AnyTiny(d, re, im, re, im, 0x1p-500));
+  using complex_arith::BitsOf;
+  using complex_arith::MagnitudeBits;
+  using Range = SquareRange<hn::TFromD<D>>;
+  const hn::RebindToSigned<D> di;
+  const auto larger = hn::Max(MagnitudeBits(d, re), MagnitudeBits(d, im));
+  const auto huge = hn::Gt(larger, hn::Set(di, BitsOf(d, Range::kHigh)));
+  const auto tiny =
+      hn::AndNot(hn::Eq(larger, hn::Zero(di)), hn::Lt(larger, hn::Set(di, BitsOf(d, Range::kLow))));
+  return hn::RebindMask(d, hn::Or(huge, tiny));
 }
 
 // Float lanes that the double bodies do not settle alike under every mode: an infinite or NaN
@@ -81,48 +100,33 @@ HWY_INLINE hn::Mask<D> NotNormalOrZero(D d, V re, V im) {
                 complex_arith::AnyTiny(d, re, im, re, im, std::numeric_limits<float>::min()));
 }
 
-// sqrt(x^2 + y^2) unscaled, for float parts widened to double.
-struct RootOfSquares {
-  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
-  HWY_INLINE void operator()(D d, const V* in, V* out, M*) const {
-    out[0] = hn::Sqrt(Fma(d, in[0], in[0], hn::Mul(in[1], in[1])));
-  }
-};
-
 }  // namespace complex_func
 
-// |z|. Double LA and EP: the LA Hypot body, sqrt(fma(x, x, y^2)) with its scaling, within 1.25
-// ulp. Double HA: the squares' sum s as a pair (the products exactly, one error-free addition, the
-// errors added), h = sqrt(s_hi) and one Newton step on the pair, h + (s_hi - h^2 + s_lo) / 2h
-// (s_hi - h^2 exact in a fused operation): within 0.5 ulp and 2^-100 relative; the parts outside
-// [2^-500, 2^500] go to the rare routine instead of being scaled. Float: sqrt(x^2 + y^2) in double,
-// the squares exact and the sum rounded once, so one rounding to float is within 0.5 ulp and
-// 2^-29, at every level; lanes with an infinite or NaN part or an infinite result are rare.
-template <class T, RootLevel kLevel>
+// |z| at every level: the squares' sum s as a pair (the products exactly, one error-free addition,
+// the errors added), h = sqrt(s_hi) and one Newton step on the pair, h + (s_hi - h^2 + s_lo) / 2h,
+// with s_hi - h^2 exact in a fused operation and 1 / 2h good to 12.5% (one integer subtraction
+// from the bits of 2^(bias): 2^-e (1 - f/2) for 2^e (1 + f), never below the reciprocal). The
+// step is within an ulp of h, so the seed adds at most 0.125 ulp: within 0.63 ulp. For z = 0 the
+// step's numerator and h are 0 and the seed finite. Parts outside SquareRange go to the rare
+// routine instead of being scaled. Faster than the LA Hypot body with its scaling, so LA and EP
+// take it too.
+template <class T>
 struct ComplexAbsBody : ComplexFuncShape<ComplexOf<T>, T> {
   const char* name = sizeof(T) == 4 ? vek::names::cAbs : vek::names::zAbs;
-  HypotBody<T, RootLevel::kLA> hypot;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
-    if constexpr (sizeof(T) == 4) {
-      RunWidened<1, 2>(complex_func::RootOfSquares{}, d, in, out);
-      rare[0] = hn::Or(complex_arith::NotFinite(d, in[0], in[1]), hn::IsInf(out[0]));
-    } else if constexpr (kLevel == RootLevel::kLA) {
-      hypot(d, in, out, rare);
-    } else {
-      const V x = in[0], y = in[1];
-      const V p1 = hn::Mul(x, x), p2 = hn::Mul(y, y);
-      const auto s = TwoSum(d, p1, p2);
-      const V s_lo = hn::Add(s.lo, hn::Add(Fms(d, x, x, p1), Fms(d, y, y, p2)));
-      const V h = hn::Sqrt(s.hi);
-      // The step is within an ulp of h, so the 2^-17 of Rcp14 costs nothing visible and saves a
-      // division. h is 0 (z = 0, and the step 0) or at least 2^-500: the floor keeps the
-      // reciprocal finite.
-      const V twice = hn::Max(hn::Add(h, h), hn::Set(d, std::numeric_limits<T>::min()));
-      out[0] = Fma(d, hn::Add(Fnma(d, h, h, s.hi), s_lo), Rcp14(d, twice), h);
-      rare[0] = complex_func::OutsideSquareRange(d, x, y);
-    }
+    using complex_func::SquareRange;
+    const V x = in[0], y = in[1];
+    const V p1 = hn::Mul(x, x), p2 = hn::Mul(y, y);
+    const auto s = TwoSum(d, p1, p2);
+    const V s_lo = hn::Add(s.lo, hn::Add(Fms(d, x, x, p1), Fms(d, y, y, p2)));
+    const V h = hn::Sqrt(s.hi);
+    const hn::RebindToSigned<D> di;
+    const auto seed = hn::Sub(hn::Set(di, complex_arith::BitsOf(d, SquareRange<T>::kSeed)),
+                              hn::BitCast(di, hn::Add(h, h)));
+    out[0] = Fma(d, hn::Add(Fnma(d, h, h, s.hi), s_lo), hn::BitCast(d, seed), h);
+    rare[0] = complex_func::OutsideSquareRange(d, x, y);
   }
 
   static int32_t Rare(const ComplexOf<T>* a, T* r) {

@@ -1,7 +1,7 @@
-// Abs, Arg, CIS, Exp, Ln and Sqrt kernels of complex float arrays (complex_func-inl.h): Abs on the
-// float Hypot bodies, Arg and CIS on the float Atan2 and SinCos bodies (double inside, rounded
-// once), Exp, Ln and Sqrt by the double bodies over each half of the vector. Computed in double,
-// one kernel is within every level's bound and stands in each slot.
+// Abs, Arg, CIS, Exp, Ln and Sqrt kernels of complex float arrays (complex_func-inl.h): Abs in
+// float by a Newton step on the pair of squares, Arg and CIS on the float Atan2 and SinCos bodies
+// (double inside, rounded once), Exp, Ln and Sqrt by double bodies over each half of the vector.
+// Each is within every level's bound and stands in each slot.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/complex_func_c.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -12,12 +12,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 
-void cAbsHA(int n, const oxl_complex8* a, float* r) {
-  RunUnary(ComplexAbsBody<float, RootLevel::kHA>{}, n, a, r);
-}
-void cAbsLA(int n, const oxl_complex8* a, float* r) {
-  RunUnary(ComplexAbsBody<float, RootLevel::kLA>{}, n, a, r);
-}
+void cAbs(int n, const oxl_complex8* a, float* r) { RunUnary(ComplexAbsBody<float>{}, n, a, r); }
 void cArg(int n, const oxl_complex8* a, float* r) {
   RunUnary(ComplexArgBody<SAtan2Body>{}, n, a, r);
 }
@@ -41,17 +36,16 @@ HWY_AFTER_NAMESPACE();
 #include "vek/frame/kernel_entry.h"
 
 namespace oxl {
-HWY_EXPORT(cAbsHA);
-HWY_EXPORT(cAbsLA);
+HWY_EXPORT(cAbs);
 HWY_EXPORT(cArg);
 HWY_EXPORT(cCIS);
 HWY_EXPORT(cExp);
 HWY_EXPORT(cLn);
 HWY_EXPORT(cSqrt);
 
-OXL_VEK_MIXED_ENTRY(oxl_vek_kernel_cAbs_B3HAynn, cAbsHA, oxl_complex8, float)
-OXL_VEK_MIXED_ENTRY(oxl_vek_kernel_cAbs_B3LAynn, cAbsLA, oxl_complex8, float)
-OXL_VEK_MIXED_ENTRY(oxl_vek_kernel_cAbs_B3EPnnn, cAbsLA, oxl_complex8, float)
+OXL_VEK_MIXED_ENTRY(oxl_vek_kernel_cAbs_B3HAynn, cAbs, oxl_complex8, float)
+OXL_VEK_MIXED_ENTRY(oxl_vek_kernel_cAbs_B3LAynn, cAbs, oxl_complex8, float)
+OXL_VEK_MIXED_ENTRY(oxl_vek_kernel_cAbs_B3EPnnn, cAbs, oxl_complex8, float)
 OXL_VEK_MIXED_ENTRY(oxl_vek_kernel_cArg_B3HAynn, cArg, oxl_complex8, float)
 OXL_VEK_MIXED_ENTRY(oxl_vek_kernel_cArg_B3LAynn, cArg, oxl_complex8, float)
 OXL_VEK_MIXED_ENTRY(oxl_vek_kernel_cArg_B3EPnnn, cArg, oxl_complex8, float)
