@@ -100,6 +100,16 @@ HWY_INLINE hn::Mask<D> NotNormalOrZero(D d, V re, V im) {
                 complex_arith::AnyTiny(d, re, im, re, im, std::numeric_limits<float>::min()));
 }
 
+// x^2 + y^2 as hi + lo: the squares exactly as pairs (fused), their high parts by an error-free
+// addition, the three low parts added: lo's roundings are all the error, 2^-105 of the sum at
+// most, and |lo| is within an ulp of hi.
+template <class D, class V = hn::VFromD<D>>
+HWY_INLINE Pair<D> SumOfSquares(D d, V x, V y) {
+  const V p1 = hn::Mul(x, x), p2 = hn::Mul(y, y);
+  const auto s = TwoSum(d, p1, p2);
+  return {s.hi, hn::Add(s.lo, hn::Add(Fms(d, x, x, p1), Fms(d, y, y, p2)))};
+}
+
 }  // namespace complex_func
 
 // |z| at every level: the squares' sum s as a pair (the products exactly, one error-free addition,
@@ -118,14 +128,12 @@ struct ComplexAbsBody : ComplexFuncShape<ComplexOf<T>, T> {
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     using complex_func::SquareRange;
     const V x = in[0], y = in[1];
-    const V p1 = hn::Mul(x, x), p2 = hn::Mul(y, y);
-    const auto s = TwoSum(d, p1, p2);
-    const V s_lo = hn::Add(s.lo, hn::Add(Fms(d, x, x, p1), Fms(d, y, y, p2)));
+    const auto s = complex_func::SumOfSquares(d, x, y);
     const V h = hn::Sqrt(s.hi);
     const hn::RebindToSigned<D> di;
     const auto seed = hn::Sub(hn::Set(di, complex_arith::BitsOf(d, SquareRange<T>::kSeed)),
                               hn::BitCast(di, hn::Add(h, h)));
-    out[0] = Fma(d, hn::Add(Fnma(d, h, h, s.hi), s_lo), hn::BitCast(d, seed), h);
+    out[0] = Fma(d, hn::Add(Fnma(d, h, h, s.hi), s.lo), hn::BitCast(d, seed), h);
     rare[0] = complex_func::OutsideSquareRange(d, x, y);
   }
 
@@ -220,10 +228,7 @@ struct ZLnBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     const V re = in[0], im = in[1];
-    // re^2 + im^2 as hi + tail, the tail's additions the only rounding: 2^-105 of s at most.
-    V hi, tail, naive;
-    complex_arith::Dot2(d, re, re, im, im, hi, tail, naive);
-    const auto s = FastTwoSum(d, hi, tail);
+    const auto s = complex_func::SumOfSquares(d, re, im);
     const V ln = log_detail::Evaluate<double, LogFunction::kLog1p, kLog>(
         d, tables, log_detail::SplitOf(d, s.hi), s.lo);
     out[0] = hn::Mul(ln, hn::Set(d, 0.5));
