@@ -3,25 +3,24 @@
 //
 // The parts arrive split (the template deinterleaves them): in[0] holds the real parts, in[1] the
 // imaginary ones, and a complex result goes out the same way.
-//   Abs   the Hypot body on (re, im): its scaling keeps the squares in range.
+//   Abs   one Newton step on the sum of squares carried as a pair (SumOfSquares), no division.
 //   Arg   the Atan2 body on (im, re).
 //   CIS   the SinCos body: (cos x, sin x).
 //   Exp   e^re by the Exp body times (cos im, sin im) by the SinCos body; |re| beyond the Exp
 //         body's bound (707.7, where e^re leaves the normal range) is a rare lane.
-//   Ln    (ln |z|, atan2(im, re)). ln |z| = ln(s) / 2 with s = re^2 + im^2 carried as a pair: the
-//         two squares exactly (fused), their four doubles summed by error-free additions, so that
-//         near |z| = 1, where ln |z| is s - 1 to first order, the cancellation against 1 costs
-//         nothing; the logarithm of the pair is the two-part body of the logarithms (LnPair).
+//   Ln    (ln |z|, atan2(im, re)). ln |z| = ln(s) / 2 with s = re^2 + im^2 the same pair, whose
+//         low part the logarithm's Log1p evaluation takes as an addend to its argument: near
+//         |z| = 1, where ln |z| is s - 1 to first order, the cancellation against 1 costs nothing.
 //   Sqrt  Kahan's method (also Hull, Fairgrieve and Tang): t = sqrt((|re| + |z|) / 2) and
 //         im / 2t, no cancellation anywhere; for re < 0 the parts trade places, the root's sign is
 //         that of im (so the cut on the negative real axis is decided by the sign of a zero).
 // The double kernels (and float Abs, computed in float) send lanes whose larger part lies outside
 // [2^-500, 2^500] (float Abs: [2^-60, 2^60]), zero aside, to the rare routine, where the squares
-// would leave the exponent range; Arg and Ln also the zero parts
-// the Atan2 body leaves to its own rare routine. The float kernels compute in double over each
-// half of the vector and round once (where float squares and exponentials cannot overflow), and
-// mark infinite and NaN parts and the parts below the normal range. Rare lanes are the element
-// loop's, so special values (C99 Annex G) and statuses are the loop's.
+// would leave the exponent range; Arg and Ln also the zero parts the Atan2 body leaves to its own
+// rare routine. The other float kernels compute in double over each half of the vector and round
+// once (float squares and exponentials cannot overflow there), and mark infinite and NaN parts
+// and the parts below the normal range. Rare lanes are the element loop's, so special values
+// (C99 Annex G) and statuses are the loop's.
 
 #if defined(OXL_VEK_KERNELS_COMPLEX_FUNC_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef OXL_VEK_KERNELS_COMPLEX_FUNC_INL_H_
@@ -40,7 +39,6 @@
 #include "vek/kernels/complex_func_rare.h"
 #include "vek/kernels/exp-inl.h"
 #include "vek/kernels/log-inl.h"
-#include "vek/kernels/roots-inl.h"
 #include "vek/kernels/trig-inl.h"
 #include "vek/kernels/widen-inl.h"
 
@@ -101,8 +99,8 @@ HWY_INLINE hn::Mask<D> NotNormalOrZero(D d, V re, V im) {
 }
 
 // x^2 + y^2 as hi + lo: the squares exactly as pairs (fused), their high parts by an error-free
-// addition, the three low parts added: lo's roundings are all the error, 2^-105 of the sum at
-// most, and |lo| is within an ulp of hi.
+// addition, the three low parts added: lo's two roundings are all the error, 2^-105 (double) or
+// 2^-47 (float) of the sum at most, and |lo| is within an ulp of hi.
 template <class D, class V = hn::VFromD<D>>
 HWY_INLINE Pair<D> SumOfSquares(D d, V x, V y) {
   const V p1 = hn::Mul(x, x), p2 = hn::Mul(y, y);
