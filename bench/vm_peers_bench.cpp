@@ -5,6 +5,7 @@
 // are the names bench/comparisons.toml compares.
 #include <cmath>
 #include <complex>
+#include <type_traits>
 #include <vector>
 
 #include "oxl/vek_kernels.h"
@@ -612,5 +613,74 @@ OXL_BENCH(kZDiv, "std_loop", ZDivLoop);
 OXL_BENCH(kZDiv, "std_complex", ZDivStdComplex);
 OXL_BENCH(kDPackI, "oxl_HA", DPackIStride2);
 OXL_BENCH(kDPackI, "std_loop", DPackILoop);
+
+// Complex functions beside a loop of the C99 functions of glibc (cabs, cexp, clog, csqrt and their
+// float forms), which take care of C99 Annex G as the kernels do. As for the arithmetic, the
+// arrays hold parts and the time is per part; Abs writes one part per element, into the first half
+// of the result. Exp's parts stay where e^re is normal (and the angle below 2^24, where every
+// contestant reduces it on its main path); the others' parts in [-1000, 1000].
+constexpr Range kComplexRange{-1000.0, 1000.0};
+constexpr UnaryFunction<double> kZAbs{"zAbs", kComplexRange};
+constexpr UnaryFunction<float> kCAbs{"cAbs", kComplexRange};
+constexpr UnaryFunction<double> kZExp{"zExp", kExpRangeD};
+constexpr UnaryFunction<float> kCExp{"cExp", kExpRangeS};
+constexpr UnaryFunction<double> kZLn{"zLn", kComplexRange};
+constexpr UnaryFunction<float> kCLn{"cLn", kComplexRange};
+constexpr UnaryFunction<double> kZSqrt{"zSqrt", kComplexRange};
+constexpr UnaryFunction<float> kCSqrt{"cSqrt", kComplexRange};
+
+template <class E, class R, void (*kKernel)(int, const E*, R*)>
+void OnElements(int n, const decltype(E::re)* a, decltype(E::re)* r) {
+  kKernel(n / 2, reinterpret_cast<const E*>(a), reinterpret_cast<R*>(r));
+}
+
+struct C99Abs {
+  static double Of(__complex__ double z) { return __builtin_cabs(z); }
+  static float Of(__complex__ float z) { return __builtin_cabsf(z); }
+};
+struct C99Exp {
+  static __complex__ double Of(__complex__ double z) { return __builtin_cexp(z); }
+  static __complex__ float Of(__complex__ float z) { return __builtin_cexpf(z); }
+};
+struct C99Log {
+  static __complex__ double Of(__complex__ double z) { return __builtin_clog(z); }
+  static __complex__ float Of(__complex__ float z) { return __builtin_clogf(z); }
+};
+struct C99Sqrt {
+  static __complex__ double Of(__complex__ double z) { return __builtin_csqrt(z); }
+  static __complex__ float Of(__complex__ float z) { return __builtin_csqrtf(z); }
+};
+
+template <class T, class F>
+void C99Loop(int n, const T* a, T* r) {
+  using C = std::conditional_t<sizeof(T) == 8, __complex__ double, __complex__ float>;
+  using R = decltype(F::Of(C{}));
+  const auto* z = reinterpret_cast<const C*>(a);
+  auto* w = reinterpret_cast<R*>(r);
+  for (int i = 0; i < n / 2; ++i) w[i] = F::Of(z[i]);
+}
+
+OXL_BENCH(kZAbs, "oxl_HA", OnElements<oxl_complex16, double, oxl_vek_kernel_zAbs_B3HAynn>);
+OXL_BENCH(kZAbs, "oxl_LA", OnElements<oxl_complex16, double, oxl_vek_kernel_zAbs_B3LAynn>);
+OXL_BENCH(kZAbs, "c99_loop", C99Loop<double, C99Abs>);
+OXL_BENCH(kCAbs, "oxl_HA", OnElements<oxl_complex8, float, oxl_vek_kernel_cAbs_B3HAynn>);
+OXL_BENCH(kCAbs, "oxl_LA", OnElements<oxl_complex8, float, oxl_vek_kernel_cAbs_B3LAynn>);
+OXL_BENCH(kCAbs, "c99_loop", C99Loop<float, C99Abs>);
+OXL_BENCH(kZExp, "oxl_LA", OnElements<oxl_complex16, oxl_complex16, oxl_vek_kernel_zExp_B3LAynn>);
+OXL_BENCH(kZExp, "oxl_HA", OnElements<oxl_complex16, oxl_complex16, oxl_vek_kernel_zExp_L9HAynn>);
+OXL_BENCH(kZExp, "c99_loop", C99Loop<double, C99Exp>);
+OXL_BENCH(kCExp, "oxl_HA", OnElements<oxl_complex8, oxl_complex8, oxl_vek_kernel_cExp_B3HAynn>);
+OXL_BENCH(kCExp, "c99_loop", C99Loop<float, C99Exp>);
+OXL_BENCH(kZLn, "oxl_HA", OnElements<oxl_complex16, oxl_complex16, oxl_vek_kernel_zLn_B3HAynn>);
+OXL_BENCH(kZLn, "oxl_LA", OnElements<oxl_complex16, oxl_complex16, oxl_vek_kernel_zLn_B3LAynn>);
+OXL_BENCH(kZLn, "oxl_EP", OnElements<oxl_complex16, oxl_complex16, oxl_vek_kernel_zLn_B3EPnnn>);
+OXL_BENCH(kZLn, "c99_loop", C99Loop<double, C99Log>);
+OXL_BENCH(kCLn, "oxl_HA", OnElements<oxl_complex8, oxl_complex8, oxl_vek_kernel_cLn_B3HAynn>);
+OXL_BENCH(kCLn, "c99_loop", C99Loop<float, C99Log>);
+OXL_BENCH(kZSqrt, "oxl_LA", OnElements<oxl_complex16, oxl_complex16, oxl_vek_kernel_zSqrt_B3LAynn>);
+OXL_BENCH(kZSqrt, "oxl_HA", OnElements<oxl_complex16, oxl_complex16, oxl_vek_kernel_zSqrt_E9HAynn>);
+OXL_BENCH(kZSqrt, "c99_loop", C99Loop<double, C99Sqrt>);
+OXL_BENCH(kCSqrt, "oxl_HA", OnElements<oxl_complex8, oxl_complex8, oxl_vek_kernel_cSqrt_B3HAynn>);
+OXL_BENCH(kCSqrt, "c99_loop", C99Loop<float, C99Sqrt>);
 
 }  // namespace

@@ -317,6 +317,42 @@ const std::map<std::string, HardCase>& HardCases() {
   return m;
 }
 
+// The complex functions' hard places, as regions of (re, im) and further (re, im) pairs: Ln where
+// ln |z| cancels (on the unit circle, the points nearest to it in each format, and near z = 1),
+// Sqrt on the negative real axis (the cut, both zeros of im) and next to it, Abs where the squares
+// of the parts would overflow or underflow, Exp where e^re leaves the range and where im needs
+// the long reduction. Double regions that float cannot hold are skipped for float.
+const std::map<std::string, HardCase>& ComplexHardCases() {
+  static const std::map<std::string, HardCase> m = [] {
+    HardCase ln = {{}, {}, {{Range<double>{0.999, 1.001}, Range<double>{-1e-3, 1e-3}}}};
+    SplitMix64 gen(0xC1AC);
+    for (int k = 0; k < 256; ++k) {
+      const double angle = RandomIn(gen, Range<double>{-3.2, 3.2});
+      ln.pairs.insert(ln.pairs.end(), {std::cos(angle), std::sin(angle)});
+      const auto near = static_cast<float>(angle);
+      ln.pairs.insert(ln.pairs.end(), {std::cos(near), std::sin(near)});
+    }
+    const HardCase sqrt = {{},
+                           {},
+                           {{Range<double>{-1e6, -1e-6}, Range<double>{-1e-12, 1e-12}},
+                            {Range<double>{-1e300, -1e-300}, Range<double>{0.0, 1e-300}}},
+                           {-4.0, 0.0, -4.0, -0.0, -2.0, 0.0, -0x1p-1000, -0.0, -1e300, 0.0}};
+    const HardCase abs = {{},
+                          {},
+                          {{Range<double>{1e307, 1.7e308}, Range<double>{1e307, 1.7e308}},
+                           {Range<double>{1e-320, 1e-300}, Range<double>{1e-320, 1e-300}},
+                           {Range<double>{1e37, 3.4e38}, Range<double>{1e37, 3.4e38}},
+                           {Range<double>{1e-44, 1e-37}, Range<double>{1e-44, 1e-37}}}};
+    const HardCase exp = {{},
+                          {},
+                          {{Range<double>{700.0, 712.0}, Range<double>{-8.0, 8.0}},
+                           {Range<double>{85.0, 90.0}, Range<double>{-8.0, 8.0}},
+                           {Range<double>{-2.0, 2.0}, Range<double>{1e5, 1e22}}}};
+    return std::map<std::string, HardCase>{{"Ln", ln}, {"Sqrt", sqrt}, {"Abs", abs}, {"Exp", exp}};
+  }();
+  return m;
+}
+
 // Under the sanitizers the run looks for faults of memory, not of accuracy: a quarter of the cases.
 #ifdef OXL_SANITIZED_BUILD
 constexpr int kScale = 4;
@@ -365,6 +401,22 @@ Sweep<T> SweepFor(const KernelId& id, int components, bool complex) {
     }
     // Values of ordinary size, where the branch cuts and the cancellations are.
     s.ranges.assign(components, Range<T>{T(-8), T(8)});
+    const auto hard = ComplexHardCases().find(func);
+    if (components == 2 && hard != ComplexHardCases().end()) {
+      SplitMix64 gen(0xC0DE);
+      for (const auto& region : hard->second.regions) {
+        const Range<T> re{static_cast<T>(region[0].lo), static_cast<T>(region[0].hi)};
+        const Range<T> im{static_cast<T>(region[1].lo), static_cast<T>(region[1].hi)};
+        const bool fits = std::isfinite(re.lo) && std::isfinite(re.hi) && std::isfinite(im.lo) &&
+                          std::isfinite(im.hi);
+        if (!fits) continue;  // a double region
+        for (int k = 0; k < 256 / kScale; ++k) {
+          s.extra.push_back(RandomIn(gen, re));
+          s.extra.push_back(RandomIn(gen, im));
+        }
+      }
+      for (const double x : hard->second.pairs) s.extra.push_back(static_cast<T>(x));
+    }
     return s;
   }
   // A second set of ordinary values, in [-8, 8] for every component.

@@ -93,6 +93,9 @@ struct RealCase {
 // The tables of each function of the list, so that every level's kernel is run.
 struct Tables {
   std::string simd;  // the type letters of the SIMD rows, whose kernels are vector kernels
+  // Of those, the type letters whose HA slot is an element loop of the extended-precision frame
+  // (patterns L9 and E9), which reads no mode.
+  std::string loop_ha;
   oxl_vek_s_UNARY_kernel* s = nullptr;
   oxl_vek_d_UNARY_kernel* d = nullptr;
   oxl_vek_s_BINARY_kernel* s2 = nullptr;
@@ -104,8 +107,9 @@ struct Tables {
 };
 
 template <class K>
-void Put(Tables& t, K* table, char type, bool simd) {
+void Put(Tables& t, K* table, char type, bool simd, std::string_view slots) {
   if (simd) t.simd += type;
+  if (simd && (slots == "L9" || slots == "E9")) t.loop_ha += type;
   if constexpr (std::is_same_v<K, oxl_vek_s_UNARY_kernel>) t.s = table;
   if constexpr (std::is_same_v<K, oxl_vek_d_UNARY_kernel>) t.d = table;
   if constexpr (std::is_same_v<K, oxl_vek_s_BINARY_kernel>) t.s2 = table;
@@ -120,7 +124,7 @@ const std::map<std::string, Tables>& Functions() {
   static const std::map<std::string, Tables> all = [] {
     std::map<std::string, Tables> m;
 #define OXL_VEK_FUNCTION(t, F, form, slots, impl, cost_la, cost_ha, cost_ep) \
-  Put(m[#F], oxl_vek_kernel_##t##F##_ttab, #t[0], std::string_view(#impl) == "SIMD");
+  Put(m[#F], oxl_vek_kernel_##t##F##_ttab, #t[0], std::string_view(#impl) == "SIMD", #slots);
 #include "oxl/vek_functions.def"
 #undef OXL_VEK_FUNCTION
     return m;
@@ -611,7 +615,7 @@ E Element(T re, T im) {
 // status alike (but for the magnitude and the conjugate, bit operations that leave every input as
 // it is).
 template <class E, class T, class Table>
-void CheckDenormalsReadAsZero(const std::string& name, Table table) {
+void CheckDenormalsReadAsZero(const std::string& name, Table table, bool loop_ha) {
   constexpr int kN = 37;
   const T d = std::numeric_limits<T>::denorm_min() * 3;
   std::vector<E> denormals(kN, Element<E>(T(2), T(2))), zeros = denormals;
@@ -620,6 +624,7 @@ void CheckDenormalsReadAsZero(const std::string& name, Table table) {
   zeros[4] = Element<E>(T(0), T(2));
   zeros[33] = Element<E>(-T(0), -T(0));
   for (int slot = 0; slot < 3; ++slot) {
+    if (loop_ha && slot == 1) continue;
     SCOPED_TRACE(name + " slot " + std::to_string(slot));
     auto run = [&](int n, const std::vector<E>& x, std::vector<E>& r) {
       if constexpr (std::is_invocable_v<decltype(table[0]), int, const E*, E*>) {
@@ -647,7 +652,7 @@ void CheckDenormalsReadAsZero(const std::string& name, Table table) {
 template <class E, class T, class Table>
 void CheckDenormalsIfSimd(const Tables& f, char type, const std::string& row, Table table) {
   if (table != nullptr && f.simd.find(type) != std::string::npos) {
-    CheckDenormalsReadAsZero<E, T>(type + row, table);
+    CheckDenormalsReadAsZero<E, T>(type + row, table, f.loop_ha.find(type) != std::string::npos);
   }
 }
 

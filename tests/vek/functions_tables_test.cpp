@@ -80,6 +80,15 @@ const std::vector<std::string> kListed = {
 };
 #undef OXL_VEK_FUNCTION
 
+// Each row's name where its B3 kernels are element loops still (EX_ALL rows have no B3 kernel),
+// else an empty string.
+#define OXL_VEK_FUNCTION(t, F, form, slots, impl, ...) \
+  std::string_view(#impl) == "LOOP" && std::string_view(#slots) != "EX_ALL" ? #t #F " " : "",
+const std::vector<std::string> kB3Loops = {
+#include "oxl/vek_functions.def"
+};
+#undef OXL_VEK_FUNCTION
+
 // Each slot of each exported table names the kernel the contract puts there, read back by
 // address from the shared library's own symbols; 361 kernels in all, each in some slot. Every cost
 // is positive, and a slot that repeats a kernel repeats its cost.
@@ -119,6 +128,10 @@ TEST(FunctionTables, SlotsHoldTheContractsKernelsAndTheirCosts) {
   EXPECT_EQ(kernels.size(), 361u);
   EXPECT_EQ(kListed.size(), 182u);
   EXPECT_EQ(pattern_of.size(), kListed.size());
+  // Every B3 kernel is a vector kernel.
+  std::string b3_loops;
+  for (const std::string& row : kB3Loops) b3_loops += row;
+  EXPECT_EQ(b3_loops, "");
 }
 
 }  // namespace

@@ -277,11 +277,11 @@ struct LoopBody {
 // One element as the B3 element loop computes and judges it, denormals read and written as
 // MXCSR's DAZ and FTZ say: the rare routine of a vector kernel reads no mode, but its kernel's
 // frame has set MXCSR from it. So a vector kernel's rare lanes give the element loop's results and
-// statuses, lane for lane.
-template <class F, class E>
-int32_t ElementRare(const E* a, E* r) {
+// statuses, lane for lane. Unary: real, complex, complex to real and real to complex.
+template <class F, class In, class Out>
+int32_t ElementRare(const In* a, Out* r) {
   const X87Scope x87;
-  LoopBody<F, Build::kB3, E, E, 1, 1> body{nullptr};
+  LoopBody<F, Build::kB3, In, Out, 1, 1> body{nullptr};
   body.flush = (platform::ReadMxcsr() & platform::kMxcsrDaz) != 0;
   return body.Rare(a, r);
 }

@@ -29,6 +29,11 @@ inline void RunUnderDefaultControl(Fn fn, Args... args) {
   extern "C" OXL_API void kernel(int n, const E* a, E* r) { \
     ::oxl::vek::RunUnderMode(OXL_DISPATCH(impl), n, a, r);  \
   }
+// Complex to real (Abs, Arg) and real to complex (CIS).
+#define OXL_VEK_MIXED_ENTRY(kernel, impl, A, R)             \
+  extern "C" OXL_API void kernel(int n, const A* a, R* r) { \
+    ::oxl::vek::RunUnderMode(OXL_DISPATCH(impl), n, a, r);  \
+  }
 #define OXL_VEK_BINARY_ENTRY(kernel, impl, E)                           \
   extern "C" OXL_API void kernel(int n, const E* a, const E* b, E* r) { \
     ::oxl::vek::RunUnderMode(OXL_DISPATCH(impl), n, a, b, r);           \
