@@ -11,15 +11,17 @@ HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 
 void sAtan(int n, const float* a, float* r) {
-  RunUnary(AtrigFloatBody<AtanBody<kAtanEP>, nullptr>{{}, vek::names::sAtan}, n, a, r);
+  RunUnary(AtrigFloatBody<AtanBody<kAtanEP>, nullptr>{{}, vek::names::sAtan, {}}, n, a, r);
 }
 void sAsin(int n, const float* a, float* r) {
-  RunUnary(AtrigFloatBody<AsinBody<kAsinEP, false>, vek::vsasin_cout_rare>{{}, vek::names::sAsin},
-           n, a, r);
+  RunUnary(
+      AtrigFloatBody<AsinBody<kAsinEP, false>, vek::vsasin_cout_rare>{{}, vek::names::sAsin, {}}, n,
+      a, r);
 }
 void sAcos(int n, const float* a, float* r) {
-  RunUnary(AtrigFloatBody<AsinBody<kAsinEP, true>, vek::vsacos_cout_rare>{{}, vek::names::sAcos}, n,
-           a, r);
+  RunUnary(
+      AtrigFloatBody<AsinBody<kAsinEP, true>, vek::vsacos_cout_rare>{{}, vek::names::sAcos, {}}, n,
+      a, r);
 }
 void sAtan2(int n, const float* a, const float* b, float* r) {
   RunBinary(SAtan2Body{}, n, a, b, r);
