@@ -42,6 +42,18 @@ namespace hn = hwy::HWY_NAMESPACE;
 using bracket::Flip;
 using bracket::kMaxBrackets;
 
+// The kB brackets' ends, each broadcast to a vector.
+template <int kB, class D>
+struct Bounds {
+  hn::Vec<D> lo[kB], hi[kB];
+  Bounds(D d, const hn::TFromD<D>* lo_keys, const hn::TFromD<D>* hi_keys) {
+    for (int b = 0; b < kB; ++b) {
+      lo[b] = hn::Set(d, lo_keys[b]);
+      hi[b] = hn::Set(d, hi_keys[b]);
+    }
+  }
+};
+
 // The key of each of the n values at src (stride) into keys, and for each of kB brackets
 // [lo[b], hi[b]] the keys below lo[b] and above hi[b]. A negative value's key has every bit but
 // the sign inverted, which reverses the order of the negatives and keeps them below the
@@ -55,12 +67,9 @@ void KeysAndCountT(const T* HWY_RESTRICT src, int64_t stride, int64_t n, K* HWY_
   const hn::Rebind<T, decltype(d)> dt;
   using V = hn::Vec<decltype(d)>;
   const int64_t lanes = static_cast<int64_t>(hn::Lanes(d));
-  V vlo[kB], vhi[kB];
-  for (int b = 0; b < kB; ++b) {
-    vlo[b] = hn::Set(d, lo[b]);
-    vhi[b] = hn::Set(d, hi[b]);
-    below[b] = above[b] = 0;
-  }
+  const Bounds<kB, decltype(d)> bounds(d, lo, hi);
+  std::fill(below, below + kB, 0);
+  std::fill(above, above + kB, 0);
   HWY_ALIGN T strided[64 / sizeof(T)];
   constexpr int64_t kPiece = int64_t{1} << 28;
   int64_t i = 0;
@@ -79,8 +88,8 @@ void KeysAndCountT(const T* HWY_RESTRICT src, int64_t stride, int64_t n, K* HWY_
           bits, hn::BitCast(d, hn::ShiftRight<1>(hn::BitCast(du, hn::BroadcastSignBit(bits)))));
       hn::StoreU(x, d, keys + i);
       for (int b = 0; b < kB; ++b) {  // a true mask is -1: subtracting it counts one
-        cb[b] = hn::Sub(cb[b], hn::VecFromMask(d, hn::Lt(x, vlo[b])));
-        ca[b] = hn::Sub(ca[b], hn::VecFromMask(d, hn::Gt(x, vhi[b])));
+        cb[b] = hn::Sub(cb[b], hn::VecFromMask(d, hn::Lt(x, bounds.lo[b])));
+        ca[b] = hn::Sub(ca[b], hn::VecFromMask(d, hn::Gt(x, bounds.hi[b])));
       }
     }
     for (int b = 0; b < kB; ++b) {
@@ -146,18 +155,14 @@ int64_t GatherT(const K* HWY_RESTRICT a, int64_t n, const K* lo, const K* hi, K*
   const hn::ScalableTag<K> d;
   using V = hn::Vec<decltype(d)>;
   const int64_t lanes = static_cast<int64_t>(hn::Lanes(d));
-  V vlo[kB], vhi[kB];
-  for (int b = 0; b < kB; ++b) {
-    vlo[b] = hn::Set(d, lo[b]);
-    vhi[b] = hn::Set(d, hi[b]);
-  }
+  const Bounds<kB, decltype(d)> bounds(d, lo, hi);
   K* to = out;
   int64_t i = 0;
   for (; i + lanes <= n; i += lanes) {
     const V x = hn::LoadU(d, a + i);
-    auto outside = hn::Or(hn::Lt(x, vlo[0]), hn::Gt(x, vhi[0]));
+    auto outside = hn::Or(hn::Lt(x, bounds.lo[0]), hn::Gt(x, bounds.hi[0]));
     for (int b = 1; b < kB; ++b) {
-      outside = hn::And(outside, hn::Or(hn::Lt(x, vlo[b]), hn::Gt(x, vhi[b])));
+      outside = hn::And(outside, hn::Or(hn::Lt(x, bounds.lo[b]), hn::Gt(x, bounds.hi[b])));
     }
     to += Pack(d, x, hn::Not(outside), to, (to - out) + lanes <= n);
   }
