@@ -195,6 +195,8 @@ struct Laws<double> {
   static constexpr auto lognormal = _vrsdRngLognormal;
   static constexpr auto gumbel = _vrsdRngGumbel;
   static constexpr auto gaussian_mv = _vrsdRngGaussianMV;
+  static constexpr auto gamma = _vrsdRngGamma;
+  static constexpr auto beta = _vrsdRngBeta;
 };
 template <>
 struct Laws<float> {
@@ -208,6 +210,8 @@ struct Laws<float> {
   static constexpr auto lognormal = _vrssRngLognormal;
   static constexpr auto gumbel = _vrssRngGumbel;
   static constexpr auto gaussian_mv = _vrssRngGaussianMV;
+  static constexpr auto gamma = _vrssRngGamma;
+  static constexpr auto beta = _vrssRngBeta;
 };
 
 void Positive(double value, const char* name) {
@@ -455,6 +459,138 @@ split. Draws release the GIL; a stream used from several threads serialises on i
           "gaussian_mv(mean, factor, size=None, *, method='boxmuller2'): normal vectors mean + "
           "factor @ g, whose covariance is factor @ factor.T; factor = "
           "numpy.linalg.cholesky(cov). Returns shape size + (len(mean),).");
+  // Gamma, Beta and the integer laws check their parameters in the library: a bad one comes back
+  // as its status.
+  stream
+      .def(
+          "gamma",
+          [](Stream& s, double alpha, double a, double beta, const py::object& size,
+             const py::object& dtype) {
+            return DrawReal(
+                s, size, dtype,
+                [&](StreamRecord* r, int32_t n, auto* out) {
+                  using T = std::remove_pointer_t<decltype(out)>;
+                  return Laws<T>::gamma(0, r, n, out, static_cast<T>(alpha), static_cast<T>(a),
+                                        static_cast<T>(beta));
+                },
+                "gamma");
+          },
+          py::arg("alpha"), py::arg("a") = 0.0, py::arg("beta") = 1.0, py::arg("size") = py::none(),
+          py::kw_only(), py::arg("dtype") = py::none(),
+          "gamma(alpha, a=0.0, beta=1.0, size=None, *, dtype=None): a + beta g, g of the Gamma law "
+          "of shape alpha > 0.")
+      .def(
+          "beta",
+          [](Stream& s, double p, double q, double a, double beta, const py::object& size,
+             const py::object& dtype) {
+            return DrawReal(
+                s, size, dtype,
+                [&](StreamRecord* r, int32_t n, auto* out) {
+                  using T = std::remove_pointer_t<decltype(out)>;
+                  return Laws<T>::beta(0, r, n, out, static_cast<T>(p), static_cast<T>(q),
+                                       static_cast<T>(a), static_cast<T>(beta));
+                },
+                "beta");
+          },
+          py::arg("p"), py::arg("q"), py::arg("a") = 0.0, py::arg("beta") = 1.0,
+          py::arg("size") = py::none(), py::kw_only(), py::arg("dtype") = py::none(),
+          "beta(p, q, a=0.0, beta=1.0, size=None, *, dtype=None): a + beta x, x of the Beta law of "
+          "shapes p, q > 0.")
+      .def(
+          "bernoulli",
+          [](Stream& s, double p, const py::object& size) {
+            return Draw<int32_t>(
+                s, size,
+                [&](StreamRecord* r, int32_t n, int32_t* out) {
+                  return _vrsiRngBernoulli(0, r, n, out, p);
+                },
+                "bernoulli");
+          },
+          py::arg("p"), py::arg("size") = py::none(),
+          "bernoulli(p, size=None): int32, 1 with probability p (rounded to float32).")
+      .def(
+          "geometric",
+          [](Stream& s, double p, const py::object& size) {
+            return Draw<int32_t>(
+                s, size,
+                [&](StreamRecord* r, int32_t n, int32_t* out) {
+                  return _vrsiRngGeometric(0, r, n, out, p);
+                },
+                "geometric");
+          },
+          py::arg("p"), py::arg("size") = py::none(),
+          "geometric(p, size=None): int32 failures before the first success (numpy counts the "
+          "trials, one more).")
+      .def(
+          "binomial",
+          [](Stream& s, int32_t ntrial, double p, const py::object& size) {
+            return Draw<int32_t>(
+                s, size,
+                [&](StreamRecord* r, int32_t n, int32_t* out) {
+                  return _vrsiRngBinomial(0, r, n, out, ntrial, p);
+                },
+                "binomial");
+          },
+          py::arg("ntrial"), py::arg("p"), py::arg("size") = py::none(),
+          "binomial(ntrial, p, size=None): int32 successes in ntrial trials.")
+      .def(
+          "hypergeometric",
+          [](Stream& s, int32_t l, int32_t k, int32_t m, const py::object& size) {
+            return Draw<int32_t>(
+                s, size,
+                [&](StreamRecord* r, int32_t n, int32_t* out) {
+                  return _vrsiRngHypergeometric(0, r, n, out, l, k, m);
+                },
+                "hypergeometric");
+          },
+          py::arg("l"), py::arg("s"), py::arg("m"), py::arg("size") = py::none(),
+          "hypergeometric(l, s, m, size=None): int32 marked items among s drawn without "
+          "replacement from a lot of l holding m marked.")
+      .def(
+          "negbinomial",
+          [](Stream& s, double a, double p, const py::object& size) {
+            return Draw<int32_t>(
+                s, size,
+                [&](StreamRecord* r, int32_t n, int32_t* out) {
+                  return _vrsiRngNegbinomial(0, r, n, out, a, p);
+                },
+                "negbinomial");
+          },
+          py::arg("a"), py::arg("p"), py::arg("size") = py::none(),
+          "negbinomial(a, p, size=None): int32 failures before the a-th success.")
+      .def(
+          "poisson",
+          [](Stream& s, const py::object& lam, const py::object& size, const std::string& method) {
+            if (method != "ptpe" && method != "poisnorm") {
+              Raise(exceptions().random_error, StatusBadMethod,
+                    "method must be 'ptpe' or 'poisnorm' (status -2)");
+            }
+            const int32_t m = method == "ptpe" ? OXL_RNG_POISSON_PTPE : OXL_RNG_POISSON_POISNORM;
+            if (py::isinstance<py::float_>(lam) || py::isinstance<py::int_>(lam)) {
+              const double mean = lam.cast<double>();
+              return Draw<int32_t>(
+                  s, size,
+                  [&](StreamRecord* r, int32_t n, int32_t* out) {
+                    return _vrsiRngPoisson(m, r, n, out, mean);
+                  },
+                  "poisson");
+            }
+            // One mean per output: the outputs take the means' shape.
+            auto means = Contiguous<double>(lam);
+            if (!size.is_none()) BadArgs("size goes with a single mean");
+            std::vector<py::ssize_t> shape(means.shape(), means.shape() + means.ndim());
+            py::array_t<int32_t> r(shape);
+            if (r.size() > (int64_t{1} << 30)) BadArgs("too many means for one call");
+            const int32_t status = s.With([&](StreamRecord* record) {
+              return _vrsiRngPoissonV(0, record, static_cast<int32_t>(r.size()), r.mutable_data(),
+                                      means.data());
+            });
+            CheckStatus(status, "poisson");
+            return py::object(r);
+          },
+          py::arg("lam"), py::arg("size") = py::none(), py::kw_only(), py::arg("method") = "ptpe",
+          "poisson(lam, size=None, *, method='ptpe'): int32 Poisson numbers of mean lam; an array "
+          "of means gives one number each (method ignored).");
   m.attr("generators") = [] {
     py::list names;
     for (const Generator& g : kGenerators) names.append(g.name);

@@ -57,7 +57,45 @@ LAWS = [
     ("lognormal", dict(mean=0.2, sigma=0.5, b=1.0, beta=2.0), st.lognorm(0.5, 1, 2 * np.exp(0.2))),
     ("lognormal", dict(mean=0.2, sigma=0.5, b=1.0, beta=2.0, method="icdf"),
      st.lognorm(0.5, 1, 2 * np.exp(0.2))),
+    ("gamma", dict(alpha=2.5, a=0.5, beta=2.0), st.gamma(2.5, 0.5, 2)),
+    ("gamma", dict(alpha=0.3), st.gamma(0.3)),
+    ("beta", dict(p=2.0, q=3.0, a=0.5, beta=2.0), st.beta(2, 3, 0.5, 2)),
+    ("beta", dict(p=0.5, q=2.0), st.beta(0.5, 2)),
 ]
+
+# method name, parameters, scipy law with the same parameters
+INTEGER_LAWS = [
+    ("poisson", dict(lam=5.0), st.poisson(5)),
+    ("poisson", dict(lam=500.0, method="poisnorm"), st.poisson(500)),
+    ("binomial", dict(ntrial=100, p=0.3), st.binom(100, 0.3)),
+    ("geometric", dict(p=0.1), st.geom(0.1, loc=-1)),
+    ("bernoulli", dict(p=0.3), st.bernoulli(0.3)),
+    ("hypergeometric", dict(l=1000, s=50, m=100), st.hypergeom(1000, 100, 50)),
+    ("negbinomial", dict(a=2.5, p=0.5), st.nbinom(2.5, 0.5)),
+]
+
+
+@pytest.mark.parametrize("law,params,reference", INTEGER_LAWS,
+                         ids=[f"{l[0]}-{l[1].get('method', '')}" for l in INTEGER_LAWS])
+def test_integer_laws_fit_scipy(law, params, reference):
+    k = getattr(oxl.random.Stream("mt19937", 7), law)(size=50000, **params)
+    assert k.dtype == np.int32 and k.shape == (50000,)
+    # Chi-square at significance 1e-4 over the values expected 5 times or more, the rest lumped.
+    values, counts = np.unique(k, return_counts=True)
+    expected = reference.pmf(values) * k.size
+    keep = expected >= 5
+    rest_count, rest_expected = k.size - counts[keep].sum(), k.size - expected[keep].sum()
+    stat = (((counts[keep] - expected[keep]) ** 2) / expected[keep]).sum()
+    if rest_expected > 1e-9:
+        stat += (rest_count - rest_expected) ** 2 / rest_expected
+    assert st.chi2.sf(stat, keep.sum()) > 1e-4
+
+
+def test_poisson_of_a_mean_per_output():
+    means = np.array([[0.5, 5.0], [50.0, 500.0]])
+    k = oxl.random.Stream("mt19937", 3).poisson(np.repeat(means[..., None], 20000, axis=2))
+    assert k.shape == (2, 2, 20000) and k.dtype == np.int32
+    assert np.allclose(k.mean(axis=2), means, rtol=0.03)
 
 
 @pytest.mark.parametrize("dtype", ["float64", "float32"])
@@ -96,6 +134,11 @@ def test_sizes():
     (lambda s: s.weibull(0, size=3), -3),
     (lambda s: s.integers(5, 5, size=3), -3),
     (lambda s: s.gaussian(size=3, method="polar"), -2),
+    (lambda s: s.gamma(0.0, size=3), -3),
+    (lambda s: s.beta(1.0, -1.0, size=3), -3),
+    (lambda s: s.binomial(10, 1.5, size=3), -3),
+    (lambda s: s.poisson(-1.0, size=3), -3),
+    (lambda s: s.poisson(1.0, size=3, method="knuth"), -2),
     (lambda s: s.gaussian(size=-1), -3),
     (lambda s: s.leapfrog(3, 2), -3),
     (lambda s: s.gaussian_mv([0.0, 0.0], np.eye(3)), -3),
