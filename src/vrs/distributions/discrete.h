@@ -76,7 +76,10 @@ Setup* SetUp(StreamRecord* s, const typename Setup::Key& key, bool replace, int3
   static_assert(std::is_trivially_copyable_v<Setup>);
   auto* held = static_cast<Setup*>(__vrsSearchChunk(s, Setup::kChunkId));
   if (held && std::memcmp(&held->key, &key, sizeof key) == 0) return held;
-  if (held && !replace) {
+  // A replacement goes through __vrsDeleteChunksById, which leaves the list at the last chunk it
+  // keeps and so drops, unfreed, every chunk kept in front of that one: it is safe only where the
+  // set-up is the stream's one chunk. Beside other chunks the set-up is made again in place.
+  if (held && (!replace || __vrsGetNumChunks(s) > 1)) {
     held->Prepare(key);
     return held;
   }
