@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "oxl/primitives.h"
+#include "primitives/radix_keys.h"
 #include "simd/targets.h"
 #include "stats/bracket_select.h"
 
@@ -27,11 +28,16 @@ namespace oxl::stats::bracket {
 // Brackets after merging: the two ranks of a quantile always share one.
 inline constexpr int kMaxBrackets = kMaxRanks / 2;
 
-// Signed keys in the order of the radix sort (see KeysAndCountT).
+// The radix sort's float key map without its flip of the sign bit: a negative value has every bit
+// but the sign inverted, so the keys' signed order is the sort's order of the values, and the map
+// is its own inverse.
+template <class U>
+constexpr primitives::KeyMap<U> kSignedFloatMap{0, static_cast<U>(~primitives::kTopBit<U>)};
+
 template <class K>
 K Flip(K bits) {
   using U = std::make_unsigned_t<K>;
-  return bits ^ static_cast<K>(static_cast<U>(bits >> (8 * sizeof(K) - 1)) >> 1);
+  return std::bit_cast<K>(primitives::ToKey(std::bit_cast<U>(bits), kSignedFloatMap<U>));
 }
 }  // namespace oxl::stats::bracket
 #endif
@@ -84,6 +90,7 @@ void KeysAndCountT(const T* HWY_RESTRICT src, int64_t stride, int64_t n, K* HWY_
         from = strided;
       }
       const V bits = hn::BitCast(d, hn::LoadU(dt, from));
+      // Flip, with the mask made by a shift: a mask register would crowd out the bounds.
       const V x = hn::Xor(
           bits, hn::BitCast(d, hn::ShiftRight<1>(hn::BitCast(du, hn::BroadcastSignBit(bits)))));
       hn::StoreU(x, d, keys + i);

@@ -198,7 +198,8 @@ int Run(SSTask* task, Job<T>& job, int64_t (*budget)(int64_t), const SSThreadSer
   // The mean deviation reads the data where they are; the rest work on a copy.
   const bool copies = job.sorted != nullptr || job.count > 0 || job.median;
   const bool two = (job.sorted != nullptr && !job.sorted_rows) ||
-                   (job.sorted == nullptr && !job.median && job.count > 0);
+                   (job.sorted == nullptr && !job.median &&
+                    (job.count >= kSortFromOrders || (job.count > 0 && job.n >= kBracketMinCount)));
   job.scratch_stride = copies ? (two ? 2 : 1) * job.n : 0;
   const bool threaded = services != nullptr && services->for_each_item != nullptr &&
                         services->thread_count != nullptr;
