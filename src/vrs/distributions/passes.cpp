@@ -111,9 +111,70 @@ void Periodic(T* r, int64_t total, const T* scale, const T* shift, int32_t perio
 }
 
 template <class T>
+void Scale(T* r, int32_t n, T factor) {
+  if (n < 1) return;
+  const hn::ScalableTag<T> d;
+  const auto vf = hn::Set(d, factor);
+  Sweep(d, r, static_cast<size_t>(n), [&](size_t i, size_t count) HWY_ATTR {
+    StorePartial(d, hn::Mul(vf, LoadPartial(d, r + i, count)), r + i, count);
+  });
+}
+
+// The buffers are the generators' own aligned blocks. A last partial vector goes through a copy
+// padded with zeros, so that it takes the whole vectors' path.
+template <class T>
+void SplitPairs(T* u, int32_t pairs, T* radius, T* angle, T factor) {
+  if (pairs < 1) return;
+  const hn::ScalableTag<T> d;
+  const size_t lanes = hn::Lanes(d);
+  const size_t n = static_cast<size_t>(pairs);
+  const auto vf = hn::Set(d, factor);
+  for (size_t i = 0; i < n; i += lanes) {
+    const size_t count = std::min(lanes, n - i);
+    const T* from = u + 2 * i;
+    HWY_ALIGN T padded[2 * hn::MaxLanes(d)] = {};
+    if (count < lanes) {
+      std::copy(from, from + 2 * count, padded);
+      from = padded;
+    }
+    hn::Vec<decltype(d)> even, odd;
+    hn::LoadInterleaved2(d, from, even, odd);
+    StorePartial(d, even, radius + i, count);
+    StorePartial(d, hn::Mul(vf, odd), angle + i, count);
+  }
+}
+
+// out may be any caller's array; a last partial pair of vectors is interleaved through a copy.
+template <class T>
+void PairAffine(T* out, const T* radius, const T* sine, const T* cosine, int32_t pairs, T sigma,
+                T a) {
+  if (pairs < 1) return;
+  const hn::ScalableTag<T> d;
+  const size_t lanes = hn::Lanes(d);
+  const size_t n = static_cast<size_t>(pairs);
+  const auto vs = hn::Set(d, sigma);
+  const auto va = hn::Set(d, a);
+  for (size_t i = 0; i < n; i += lanes) {
+    const size_t count = std::min(lanes, n - i);
+    const auto rad = LoadPartial(d, radius + i, count);
+    const auto first = Fma(d, vs, hn::Mul(rad, LoadPartial(d, sine + i, count)), va);
+    const auto second = Fma(d, vs, hn::Mul(rad, LoadPartial(d, cosine + i, count)), va);
+    if (count == lanes) {
+      hn::StoreInterleaved2(first, second, d, out + 2 * i);
+    } else {
+      HWY_ALIGN T padded[2 * hn::MaxLanes(d)];
+      hn::StoreInterleaved2(first, second, d, padded);
+      for (size_t j = 0; j < 2 * count; ++j) {
+        oxl::platform::StoreElement(out, 2 * i + j, padded[j]);
+      }
+    }
+  }
+}
+
+template <class T>
 constexpr Passes<T> MakePasses() {
   return Passes<T>{&Affine<T, false>, &Affine<T, true>, &SignedAffine<T>, &ScaledProduct<T>,
-                   &Periodic<T>};
+                   &Periodic<T>,      &Scale<T>,        &SplitPairs<T>,   &PairAffine<T>};
 }
 
 // Constant tables of function pointers: nothing runs at load.

@@ -106,6 +106,10 @@ TEST(Distributions, ExactUniformsThroughTheCallbacks) {
   EXPECT_NEAR(d[0], std::sqrt(2 * 744.4400719213812), 1e-6);
   ASSERT_EQ(_vrssRngGaussian(0, s.s, 1, f, 0.0f, 1.0f), 0);
   EXPECT_NEAR(f[0], std::sqrt(2 * 103.27893f), 1e-3);
+  // BoxMuller2: the pair's sine output first, then its cosine partner.
+  ASSERT_EQ(_vrsdRngGaussian(1, s.s, 2, d, 1.0, 2.0), 0);
+  EXPECT_NEAR(d[0], 1.0 + 2.0 * std::sqrt(2 * 744.4400719213812), 1e-6);
+  EXPECT_NEAR(d[1], 1.0, 1e-6);
   // ICDF: uniform -1 (script 0) and exactly 1.0 (script 1) on [-1, 1].
   Script() = {0.0, 1.0};
   const double c = 2.0 * std::bit_cast<double>(uint64_t{0x3FF6A09E667F3BCD});
