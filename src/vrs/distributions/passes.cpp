@@ -1,5 +1,7 @@
-// The last passes of the distribution generators, one set per SIMD target, and the dispatch that
-// picks the set of the best target this processor runs.
+// The vector passes of the distribution generators, one set per SIMD target, and the dispatch that
+// picks the set of the best target this processor runs: the last passes that scale and displace,
+// the passes that take pairs of uniforms apart and put pairs of outputs together, and the verdicts
+// on TPE candidates.
 //
 // Every pass walks its array the same way: a head up to the next 64-byte boundary of r under a
 // mask, then two vectors per round, then a masked tail. An r that is not even aligned to its
@@ -17,6 +19,7 @@
 #include "simd/fma-inl.h"
 #include "simd/partial-inl.h"
 #include "simd/targets.h"
+#include "vrs/distributions/discrete.h"
 #include "vrs/distributions/frame.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -132,9 +135,9 @@ void SplitPairs(T* u, int32_t pairs, T* radius, T* angle, T factor) {
   for (size_t i = 0; i < n; i += lanes) {
     const size_t count = std::min(lanes, n - i);
     const T* from = u + 2 * i;
-    HWY_ALIGN T padded[2 * hn::MaxLanes(d)] = {};
+    HWY_ALIGN T padded[2 * hn::MaxLanes(d)];
     if (count < lanes) {
-      std::copy(from, from + 2 * count, padded);
+      std::fill(std::copy(from, from + 2 * count, padded), padded + 2 * lanes, T(0));
       from = padded;
     }
     hn::Vec<decltype(d)> even, odd;
@@ -171,6 +174,69 @@ void PairAffine(T* out, const T* radius, const T* sine, const T* cosine, int32_t
   }
 }
 
+// The triangle and parallelogram regions of the TPE hat for a run of candidates at once: the
+// region each candidate falls in, its value, and the acceptance test where the hat's thresholds
+// settle it. The walk that keeps the accepted values in order then branches only on the few
+// candidates these leave open, where the scalar walk mispredicted a branch on most candidates.
+void Verdicts(const TpeHat& hat, const double* uv, int32_t pairs, double* y, double* verdict) {
+  const hn::ScalableTag<double> d;
+  const hn::RebindToSigned<decltype(d)> di;
+  const size_t lanes = hn::Lanes(d);
+  const size_t n = static_cast<size_t>(std::max(pairs, 0));
+  const auto one = hn::Set(d, 1.0);
+  const auto zero = hn::Zero(d);
+  const auto p1 = hn::Set(d, hat.p1);
+  const auto p2 = hn::Set(d, hat.p2);
+  const auto p4 = hn::Set(d, hat.p4);
+  const auto c = hn::Set(d, hat.c);
+  const auto xm = hn::Set(d, hat.xm);
+  const auto xl = hn::Set(d, hat.xl);
+  const auto m = hn::Set(d, hat.m);
+  const auto top = hn::Set(d, hat.top);
+  const auto near = hn::Set(d, double{TpeHat::kNear});
+  const auto accept = one;
+  const auto open = hn::Set(d, 2.0);
+  const auto big = hn::Set(d, 0x1p52);
+  for (size_t i = 0; i < n; i += lanes) {
+    const size_t count = std::min(lanes, n - i);
+    const double* from = uv + 2 * i;
+    HWY_ALIGN double padded[2 * hn::MaxLanes(d)];
+    if (count < lanes) {
+      std::fill(std::copy(from, from + 2 * count, padded), padded + 2 * lanes, 0.0);
+      from = padded;
+    }
+    hn::Vec<decltype(d)> u, v;
+    hn::LoadInterleaved2(d, from, u, v);
+    u = hn::Mul(u, p4);
+    const auto triangle = hn::Le(u, p1);
+    const auto y_triangle = hn::Floor(hn::Add(hn::Sub(xm, hn::Mul(p1, v)), u));
+    // The parallelogram: its abscissa and the ordinate under the triangle's top.
+    const auto x = hn::Add(xl, hn::Div(hn::Sub(u, p1), c));
+    const auto w = hn::Sub(hn::Add(hn::Mul(v, c), one), hn::Div(hn::Abs(hn::Sub(xm, x)), p1));
+    const auto y_para = hn::Floor(x);
+    const auto offset = hn::Sub(y_para, m);
+    const auto parallelogram = hn::AndNot(triangle, hn::Le(u, p2));
+    const auto rejected = hn::Or(hn::Gt(w, one), hn::Or(hn::Lt(y_para, zero), hn::Gt(y_para, top)));
+    const auto tabulated = hn::AndNot(rejected, hn::Le(hn::Abs(offset), near));
+    // Lanes off the table read its middle, so that every index is in bounds. The index is exact
+    // in the low bits of 2^52 plus it.
+    const auto shifted = hn::Add(hn::IfThenElse(tabulated, hn::Add(offset, near), near), big);
+    const auto index = hn::Sub(hn::BitCast(di, shifted), hn::BitCast(di, big));
+    const auto passes = hn::Le(w, hn::GatherIndex(d, hat.below, index));
+    const auto fails = hn::Ge(w, hn::GatherIndex(d, hat.above, index));
+    // Parallelogram lanes: rejected, accepted, failed by the bound, or open.
+    const auto para_verdict = hn::IfThenElse(
+        rejected, zero,
+        hn::IfThenElse(tabulated, hn::IfThenElse(passes, accept, hn::IfThenElse(fails, zero, open)),
+                       open));
+    const auto result =
+        hn::IfThenElse(triangle, accept, hn::IfThenElse(parallelogram, para_verdict, open));
+    const auto value = hn::IfThenElse(triangle, y_triangle, y_para);
+    StorePartial(d, result, verdict + i, count);
+    StorePartial(d, hn::IfThenElseZero(hn::Eq(result, accept), value), y + i, count);
+  }
+}
+
 template <class T>
 constexpr Passes<T> MakePasses() {
   return Passes<T>{&Affine<T, false>, &Affine<T, true>, &SignedAffine<T>, &ScaledProduct<T>,
@@ -192,9 +258,14 @@ namespace oxl::vrs::dist {
 
 HWY_EXPORT(PassesD);
 HWY_EXPORT(PassesS);
+HWY_EXPORT(Verdicts);
 
 const Passes<double>& PassesOf(double) { return *OXL_DISPATCH(PassesD)(); }
 const Passes<float>& PassesOf(float) { return *OXL_DISPATCH(PassesS)(); }
+
+void TpeVerdicts(const TpeHat& hat, const double* uv, int32_t pairs, double* y, double* verdict) {
+  OXL_DISPATCH(Verdicts)(hat, uv, pairs, y, verdict);
+}
 
 }  // namespace oxl::vrs::dist
 #endif

@@ -66,13 +66,8 @@ int32_t Ptpe(StreamRecord* s, int32_t n, int32_t* r, double lambda) {
   }
   const auto log_ratio = [setup](double y) { return setup->LogRatio(y); };
   // About 2.3 uniforms an output at the switch, fewer above.
-  UniformSource<double> src(s, 5 * static_cast<int64_t>(n) / 2);
-  for (int32_t i = 0; i < n; ++i) {
-    const double y = setup->hat.Draw(src, log_ratio);
-    if (!src.ok()) return src.status();
-    r[i] = static_cast<int32_t>(y);
-  }
-  return 0;
+  return DrawTpe(s, 5 * static_cast<int64_t>(n) / 2, setup->hat, log_ratio, n, r,
+                 [](double y) { return static_cast<int32_t>(y); });
 }
 
 // ---- Algorithm PD ----
