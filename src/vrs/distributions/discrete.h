@@ -45,6 +45,13 @@ class BlockSource {
     return buffer_ + pos_;
   }
   void Skip(int32_t k) { pos_ += k; }
+  // The next number without taking it, where the current block still holds one: a refill would
+  // draw from the stream before a caller that may not want the number knows it.
+  bool Peek(T* value) const {
+    if (pos_ == size_) return false;
+    *value = buffer_[pos_];
+    return true;
+  }
 
  private:
   static constexpr int32_t kMinRefill = 16;
