@@ -1,6 +1,6 @@
 // Bodies of the Ln, Log10 and Log1p kernels. Re-included once per SIMD target.
 //
-// The reciprocal kernels (every Log1p kernel, and float Ln and Log10 at HA)
+// The reciprocal kernels (every Log1p kernel)
 // write v = 2^k m with m in [A, 2A), A = 1 - 2^-6, by integer arithmetic on the bits of v, and read
 // the interval of m from the four bits below the exponent of bits(m) - bits(A): interval 0 is [A, 1
 // + 2^-5), around 1, the others have width 1/16. With c the reciprocal of the interval's midpoint
@@ -449,7 +449,8 @@ struct LogRcpBody : UnaryRealBody<T> {
 // place of the table reads and the reciprocal's reduction, which on targets without wide register
 // permutes cost more than the divider. LA and HA carry s to twice the precision by a second
 // division and add e ln 2 (e log10 2) in two parts: near x = 3/4 and 3/2 the result cancels against
-// it. HA is LA with the term in s^23 (double), which LA leaves out at a cost of up to 0.15 ulp.
+// it. Double HA is LA with the term in s^23, which LA leaves out at a cost of up to 0.15 ulp; float
+// LA is within 0.6 ulp already and serves HA as it is.
 template <class T, LogFunction kFunc, LogLevel kLevel>
 struct LogQuotientBody : UnaryRealBody<T> {
   const char* name =
