@@ -538,10 +538,8 @@ OXL_BENCH(kSAcosh, "sleef_u10_avx2", peers::SleefAcoshU10Avx2, kAvx2);
 OXL_BENCH(kSAtanh, "oxl_HA", oxl_vek_kernel_sAtanh_B3HAynn);
 OXL_BENCH(kSAtanh, "libmvec_avx2", peers::LibmvecAtanhAvx2, kAvx2);
 OXL_BENCH(kSAtanh, "sleef_u10_avx2", peers::SleefAtanhU10Avx2, kAvx2);
-// The float inverses' LA and EP kernels (distinct since they compute in float).
-OXL_BENCH(kSAsinh, "oxl_LA", oxl_vek_kernel_sAsinh_B3LAynn);
+// The float inverses' own LA and EP kernels (sAsinh's and sAcosh's LA slots hold HA).
 OXL_BENCH(kSAsinh, "oxl_EP", oxl_vek_kernel_sAsinh_B3EPnnn);
-OXL_BENCH(kSAcosh, "oxl_LA", oxl_vek_kernel_sAcosh_B3LAynn);
 OXL_BENCH(kSAcosh, "oxl_EP", oxl_vek_kernel_sAcosh_B3EPnnn);
 OXL_BENCH(kSAtanh, "oxl_LA", oxl_vek_kernel_sAtanh_B3LAynn);
 OXL_BENCH(kSAtanh, "oxl_EP", oxl_vek_kernel_sAtanh_B3EPnnn);
