@@ -538,6 +538,11 @@ OXL_BENCH(kSAcosh, "sleef_u10_avx2", peers::SleefAcoshU10Avx2, kAvx2);
 OXL_BENCH(kSAtanh, "oxl_HA", oxl_vek_kernel_sAtanh_B3HAynn);
 OXL_BENCH(kSAtanh, "libmvec_avx2", peers::LibmvecAtanhAvx2, kAvx2);
 OXL_BENCH(kSAtanh, "sleef_u10_avx2", peers::SleefAtanhU10Avx2, kAvx2);
+// The float inverses' own LA and EP kernels (sAsinh's and sAcosh's LA slots hold HA).
+OXL_BENCH(kSAsinh, "oxl_EP", oxl_vek_kernel_sAsinh_B3EPnnn);
+OXL_BENCH(kSAcosh, "oxl_EP", oxl_vek_kernel_sAcosh_B3EPnnn);
+OXL_BENCH(kSAtanh, "oxl_LA", oxl_vek_kernel_sAtanh_B3LAynn);
+OXL_BENCH(kSAtanh, "oxl_EP", oxl_vek_kernel_sAtanh_B3EPnnn);
 
 // Rounding, complex arithmetic and Pack, beside plain loops and the copy bound. Complex kernels
 // run on the parts of the arrays as pairs, so their time is per part (half a complex element) and

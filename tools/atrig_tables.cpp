@@ -5,8 +5,11 @@
 //     the limit c = inf (a from 2^5 on, where atan(a) = pi/2 - atan(1/a)). The reduced argument
 //     then stays within 1/32.
 //   kHalfPi, kPi: hi + lo.
-//   kAsinHA, kAsinLA, kAsinEP: asin(u) = u + u z P(z) with z = u^2 in [0, 1/4], P near-minimax in
-//     the error of u z P (Lawson), with as many terms as each level needs.
+//   kAtanFloatHA, kAtanFloatLA, kAtanFloatEP: atan(t) = t + t s P(s) with |t| <= tan(pi/8) for
+//     the float kernels (Lawson, in the error relative to atan(t)).
+//   kAsinHA, kAsinLA, kAsinEP, kAsinFloatLA, kAsinFloatEP: asin(u) = u + u z P(z) with z = u^2 in
+//     [0, 1/4], P near-minimax in the error of u z P (Lawson), with as many terms as each level
+//     needs.
 // Values come from MPFR at 256 bits. Usage: atrig_tables <output file>.
 #include <mpfr.h>
 
@@ -38,22 +41,39 @@ void PrintHiLo(FILE* out, const char* name, mpfr_srcptr v) {
                Literal(pair[1]).c_str());
 }
 
-// P for asin(u) = u + u z P(z), z = u^2 in [0, 1/4], fitted as z P(z) to (asin(u) - u)/u: the
-// error of the polynomial, relative to the result, is what counts.
-std::vector<double> AsinPolynomial(int terms) {
+// P for f(u) = u + u z P(z), z = u^2 in [0, z_max], near-minimax in the error relative to the
+// result: fitted as z P(z) to (f(u) - u)/u for asin (u is within 0.53 of asin(u)), as
+// u z P(z) / f(u) to (f(u) - u) / f(u) for the float arctangent.
+std::vector<double> SeriesPolynomial(int terms, double z_max,
+                                     int (*f)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t), bool over_f) {
   std::vector<Mp> grid(2000);
   for (size_t k = 0; k < grid.size(); ++k) {
-    mpfr_set_d(grid[k].v, 0.25 * (k + 1) / grid.size(), MPFR_RNDN);
+    mpfr_set_d(grid[k].v, z_max * (k + 1.0) / grid.size(), MPFR_RNDN);
   }
-  return LawsonFit(grid, terms, 40, [](mpfr_srcptr z, std::vector<Mp>& basis, mpfr_ptr target) {
-    Mp u, f;
+  return LawsonFit(grid, terms, 40, [=](mpfr_srcptr z, std::vector<Mp>& basis, mpfr_ptr target) {
+    Mp u, fu;
     mpfr_sqrt(u.v, z, MPFR_RNDN);
-    mpfr_asin(f.v, u.v, MPFR_RNDN);
-    mpfr_sub(f.v, f.v, u.v, MPFR_RNDN);
-    mpfr_div(target, f.v, u.v, MPFR_RNDN);
-    mpfr_set(basis[0].v, z, MPFR_RNDN);
+    f(fu.v, u.v, MPFR_RNDN);
+    mpfr_sub(target, fu.v, u.v, MPFR_RNDN);
+    if (over_f) {
+      mpfr_div(target, target, fu.v, MPFR_RNDN);
+      mpfr_mul(basis[0].v, u.v, z, MPFR_RNDN);
+      mpfr_div(basis[0].v, basis[0].v, fu.v, MPFR_RNDN);
+    } else {
+      mpfr_div(target, target, u.v, MPFR_RNDN);
+      mpfr_set(basis[0].v, z, MPFR_RNDN);
+    }
     for (size_t i = 1; i < basis.size(); ++i) mpfr_mul(basis[i].v, basis[i - 1].v, z, MPFR_RNDN);
   });
+}
+
+std::vector<double> AsinPolynomial(int terms) {
+  return SeriesPolynomial(terms, 0.25, mpfr_asin, false);
+}
+
+// s = t^2 up to tan(pi/8)^2 = 0.1716.
+std::vector<double> AtanFloatPolynomial(int terms) {
+  return SeriesPolynomial(terms, 0.1716, mpfr_atan, true);
 }
 
 }  // namespace
@@ -91,5 +111,12 @@ int main(int argc, char** argv) {
   PrintDoubleArray(out, "kAsinHA", AsinPolynomial(12));
   PrintDoubleArray(out, "kAsinLA", AsinPolynomial(11));
   PrintDoubleArray(out, "kAsinEP", AsinPolynomial(6));
+  // The float kernels' LA and EP (HA takes kAsinEP): 4 terms 2^-23.4, 3 terms 2^-19.1.
+  PrintDoubleArray(out, "kAsinFloatLA", AsinPolynomial(4));
+  PrintDoubleArray(out, "kAsinFloatEP", AsinPolynomial(3));
+  // The float arctangent's: 5 terms 2^-30.4, 4 terms 2^-25.5, 2 terms 2^-15.5.
+  PrintDoubleArray(out, "kAtanFloatHA", AtanFloatPolynomial(5));
+  PrintDoubleArray(out, "kAtanFloatLA", AtanFloatPolynomial(4));
+  PrintDoubleArray(out, "kAtanFloatEP", AtanFloatPolynomial(2));
   return std::fclose(out) == 0 ? 0 : 1;
 }

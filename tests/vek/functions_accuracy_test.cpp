@@ -312,6 +312,15 @@ const std::map<std::string, HardCase>& HardCases() {
          {1e8, 1e9}}};
     for (const char* f : {"Sinh", "Cosh", "Tanh"}) cases[f] = hyp;
     for (const char* f : {"Asinh", "Acosh", "Atanh"}) cases[f] = inverse;
+    // The float kernels' own switches: Atan's reduction at tan(pi/8) and tan(3pi/8); the
+    // inverses' series below 2^-12 and ln 2a from 2^12.
+    HardCase& atan_float = cases["Atan"];
+    atan_float.thresholds.insert(atan_float.thresholds.end(), {0x1.a8279ap-2, 0x1.3504f4p+1});
+    atan_float.near.insert(atan_float.near.end(), {{0.4, 0.43}, {2.4, 2.43}});
+    for (const char* f : {"Asinh", "Acosh", "Atanh"}) {
+      cases[f].thresholds.insert(cases[f].thresholds.end(), {0x1p-12, 0x1p12});
+      cases[f].near.push_back({4000.0, 4200.0});
+    }
     return cases;
   }();
   return m;

@@ -58,16 +58,35 @@ struct AsinLevel {
 inline constexpr AsinLevel kAsinHA{vek::atrig_tables::kAsinHA, 12, true};
 inline constexpr AsinLevel kAsinLA{vek::atrig_tables::kAsinLA, 11, false};
 inline constexpr AsinLevel kAsinEP{vek::atrig_tables::kAsinEP, 6, false};
+// Floats: double EP's fit (2^-31.7) with the root's remainder at HA; shorter fits below.
+inline constexpr AsinLevel kAsinFloatHA{vek::atrig_tables::kAsinEP, 6, true};
+inline constexpr AsinLevel kAsinFloatLA{vek::atrig_tables::kAsinFloatLA, 4, false};
+inline constexpr AsinLevel kAsinFloatEP{vek::atrig_tables::kAsinFloatEP, 3, false};
+// The float arctangent's polynomial over [0, 1] (see SAtanBody), in the same form.
+inline constexpr AsinLevel kAtanFloatHA{vek::atrig_tables::kAtanFloatHA, 5, true};
+inline constexpr AsinLevel kAtanFloatLA{vek::atrig_tables::kAtanFloatLA, 4, false};
+inline constexpr AsinLevel kAtanFloatEP{vek::atrig_tables::kAtanFloatEP, 2, false};
 
 namespace atrig_detail {
 
 // c_0 + s (c_1 + ...) for the kTerms coefficients at p.
 template <class D, class V = hn::VFromD<D>>
 HWY_INLINE V Polynomial(D d, V s, const double* p, int terms) {
-  V acc = hn::Set(d, p[terms - 1]);
-  for (int k = terms - 2; k >= 0; --k) acc = Fma(d, acc, s, hn::Set(d, p[k]));
+  using T = hn::TFromD<D>;
+  V acc = hn::Set(d, static_cast<T>(p[terms - 1]));
+  for (int k = terms - 2; k >= 0; --k) acc = Fma(d, acc, s, hn::Set(d, static_cast<T>(p[k])));
   return acc;
 }
+
+// A constant kept as hi + lo in doubles, as hi + lo in type T (for floats the double pair's sum
+// cut in two).
+template <class T>
+struct SplitConst {
+  T hi, lo;
+  constexpr explicit SplitConst(const double* pair)
+      : hi(static_cast<T>(pair[0])),
+        lo(static_cast<T>((pair[0] - static_cast<double>(static_cast<T>(pair[0]))) + pair[1])) {}
+};
 
 // The series' coefficients after t, (-1)^(k+1)/(2k+3).
 inline constexpr double kAtanSeries[5] = {-1.0 / 3, 1.0 / 5, -1.0 / 7, 1.0 / 9, -1.0 / 11};
@@ -158,37 +177,40 @@ struct Atan2Body : BinaryRealBody<double> {
   }
 };
 
-// asin and acos of x: the polynomial's part and the assembly C + m (u + lo).
-template <AsinLevel kLevel, bool kAcos>
-struct AsinBody : UnaryRealBody<double> {
-  const char* name = kAcos ? vek::names::dAcos : vek::names::dAsin;
+// asin and acos of x: the polynomial's part and the assembly C + m (u + lo). The same steps serve
+// floats, with u >= 2^-13 above 1/2 and the pair constants cut to float.
+template <AsinLevel kLevel, bool kAcos, class T = double>
+struct AsinBody : UnaryRealBody<T> {
+  const char* name = sizeof(T) == 4 ? (kAcos ? vek::names::sAcos : vek::names::sAsin)
+                                    : (kAcos ? vek::names::dAcos : vek::names::dAsin);
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     namespace at = vek::atrig_tables;
     const V x = in[0];
     const V a = hn::Abs(x);
-    const V half = hn::Set(d, 0.5);
+    const V half = hn::Set(d, T(0.5));
     const M big = hn::Gt(a, half);
-    const V z = hn::IfThenElse(big, hn::Mul(hn::Sub(hn::Set(d, 1.0), a), half), hn::Mul(a, a));
+    const V z = hn::IfThenElse(big, hn::Mul(hn::Sub(hn::Set(d, T(1)), a), half), hn::Mul(a, a));
     const V u = hn::IfThenElse(big, hn::Sqrt(z), a);
     V lo = hn::Mul(hn::Mul(u, z), atrig_detail::Polynomial(d, z, kLevel.p, kLevel.terms));
     if constexpr (kLevel.compensated) {
       // sqrt(z) = u + (z - u^2)/(2u) to second order; u >= 2^-27 unless z = 0. Worth 0.4 ulp at
       // the worst case found (0.96 ulp without it). Divided, as in the arctangent: faster on
       // AVX2 than an approximate reciprocal (2.1 against 2.6 ns per element).
-      const V rem = hn::Div(Fnma(d, u, u, z), hn::Max(hn::Add(u, u), hn::Set(d, 0x1p-30)));
+      const V rem = hn::Div(Fnma(d, u, u, z), hn::Max(hn::Add(u, u), hn::Set(d, T(0x1p-30))));
       lo = hn::Add(lo, hn::IfThenElseZero(big, rem));
     }
     const V zero = hn::Zero(d);
-    const V half_pi = hn::Set(d, at::kHalfPi[0]), half_pi_lo = hn::Set(d, at::kHalfPi[1]);
+    constexpr atrig_detail::SplitConst<T> kHalfPi(at::kHalfPi), kPi(at::kPi);
+    const V half_pi = hn::Set(d, kHalfPi.hi), half_pi_lo = hn::Set(d, kHalfPi.lo);
     V c_hi, c_lo, m;
     if constexpr (kAcos) {
       const M negative = hn::Lt(x, zero);
-      const V one = hn::Set(d, 1.0), two = hn::Set(d, 2.0);
+      const V one = hn::Set(d, T(1)), two = hn::Set(d, T(2));
       // Below 1/2: pi/2 - asin(x); above: 2 asin(u), or pi - 2 asin(u) for x < 0.
-      const V big_c_hi = hn::IfThenElseZero(negative, hn::Set(d, at::kPi[0]));
-      const V big_c_lo = hn::IfThenElseZero(negative, hn::Set(d, at::kPi[1]));
+      const V big_c_hi = hn::IfThenElseZero(negative, hn::Set(d, kPi.hi));
+      const V big_c_lo = hn::IfThenElseZero(negative, hn::Set(d, kPi.lo));
       c_hi = hn::IfThenElse(big, big_c_hi, half_pi);
       c_lo = hn::IfThenElse(big, big_c_lo, half_pi_lo);
       m = hn::IfThenElse(big, two, one);
@@ -196,7 +218,7 @@ struct AsinBody : UnaryRealBody<double> {
     } else {
       c_hi = hn::IfThenElseZero(big, half_pi);
       c_lo = hn::IfThenElseZero(big, half_pi_lo);
-      m = hn::IfThenElse(big, hn::Set(d, -2.0), hn::Set(d, 1.0));
+      m = hn::IfThenElse(big, hn::Set(d, T(-2)), hn::Set(d, T(1)));
     }
     // C + m u split exactly (|C| >= |m u| wherever C is not 0), the rest added to the low part.
     const V mu = hn::Mul(m, u);
@@ -206,12 +228,16 @@ struct AsinBody : UnaryRealBody<double> {
     // A NaN flows through with its payload (it is the only NaN operand of each step), its sign
     // restored with asin's; acos has no sign to restore.
     out[0] = kAcos ? hn::IfThenElse(hn::IsNaN(x), hn::Add(x, x), r)
-                   : hn::Or(r, hn::And(x, hn::Set(d, -0.0)));
-    rare[0] = hn::Gt(a, hn::Set(d, 1.0));
+                   : hn::Or(r, hn::And(x, hn::Set(d, T(-0.0))));
+    rare[0] = hn::Gt(a, hn::Set(d, T(1)));
   }
 
-  static int32_t Rare(const double* a, double* r) {
-    return kAcos ? vek::vdacos_cout_rare(a, r) : vek::vdasin_cout_rare(a, r);
+  static int32_t Rare(const T* a, T* r) {
+    if constexpr (sizeof(T) == 4) {
+      return kAcos ? vek::vsacos_cout_rare(a, r) : vek::vsasin_cout_rare(a, r);
+    } else {
+      return kAcos ? vek::vdacos_cout_rare(a, r) : vek::vdasin_cout_rare(a, r);
+    }
   }
 };
 
@@ -219,19 +245,57 @@ struct AsinBody : UnaryRealBody<double> {
 // once to float: the EP bodies, within 2^-31 of the result, serve every level. Their rare lanes
 // are marked in float: arguments beyond [-1, 1] for Asin and Acos; for Atan2 arguments outside the
 // normal range of float (zeros, infinities, NaNs, denormals) and results below 2^-124.
-// Atan (kRoutine null: no rare lanes) and Asin, Acos.
-template <class Wide, int32_t (*kRoutine)(const float*, float*)>
-struct AtrigFloatBody : UnaryRealBody<float> {
-  const char* name;
-  Wide wide;
+// The float arctangent: no table. One division gives t with |t| <= tan(pi/8) and
+//   atan(a) = C + atan(t):  t = a, C = 0 up to tan(pi/8);  t = (a - 1)/(a + 1), C = pi/4 up to
+//   tan(3pi/8);  t = -1/a, C = pi/2 beyond,
+// and atan(t) = t + t s P(s), s = t^2, fitted over that range (MPFR, tools/atrig_tables.cpp). At
+// HA a - 1 and a + 1 carry their rounding errors, the quotient its remainder (entering through
+// atan' = 1/(1 + s)), and C + t is split exactly: C_hi + t, then the low parts. No rare lanes: an
+// infinity gives t = -0 (a capped so that the remainder stays finite), a NaN is passed through
+// with its payload.
+template <AsinLevel kLevel>
+struct SAtanBody : UnaryRealBody<float> {
+  const char* name = vek::names::sAtan;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
-    RunWidened<1>(wide, d, in, out);
-    rare[0] = kRoutine == nullptr ? hn::FirstN(d, 0) : hn::Gt(hn::Abs(in[0]), hn::Set(d, 1.0f));
+    namespace at = vek::atrig_tables;
+    const V x = in[0];
+    const V a = hn::Abs(x);
+    const V one = hn::Set(d, 1.0f);
+    const M mid = hn::Gt(a, hn::Set(d, 0x1.a8279ap-2f));
+    const M high = hn::Gt(a, hn::Set(d, 0x1.3504f4p+1f));
+    const V a_minus = hn::Sub(a, one), a_plus = hn::Add(a, one);
+    const V num = hn::IfThenElse(high, hn::Neg(one), hn::IfThenElse(mid, a_minus, a));
+    const V den =
+        hn::IfThenElse(high, hn::Min(a, hn::Set(d, 0x1p100f)), hn::IfThenElse(mid, a_plus, one));
+    const V t = hn::Div(num, den);
+    const V s = hn::Mul(t, t);
+    V lo = hn::Mul(hn::Mul(t, s), atrig_detail::Polynomial(d, s, kLevel.p, kLevel.terms));
+    constexpr atrig_detail::SplitConst<float> kHalfPi(at::kHalfPi);
+    const V c_hi = hn::IfThenElse(high, hn::Set(d, kHalfPi.hi),
+                                  hn::IfThenElseZero(mid, hn::Set(d, kHalfPi.hi * 0.5f)));
+    const V c_lo = hn::IfThenElse(high, hn::Set(d, kHalfPi.lo),
+                                  hn::IfThenElseZero(mid, hn::Set(d, kHalfPi.lo * 0.5f)));
+    const V h = hn::Add(c_hi, t);
+    V low = hn::Add(c_lo, lo);
+    if constexpr (kLevel.compensated) {
+      // a - 1 is exact from 1/2 on, and below it the fast two-sum's error; a + 1 by the fast
+      // two-sum of the larger first. Both only in the middle range.
+      const M middle = hn::AndNot(high, mid);
+      const V num_lo = hn::IfThenElseZero(middle, hn::Sub(a, hn::Add(a_minus, one)));
+      const V den_lo =
+          hn::IfThenElseZero(middle, hn::Sub(hn::Min(a, one), hn::Sub(a_plus, hn::Max(a, one))));
+      const V rem = hn::Sub(hn::Add(Fnma(d, t, den, num), num_lo), hn::Mul(t, den_lo));
+      low = hn::Add(low, hn::Div(rem, hn::Mul(den, hn::Add(one, s))));
+      low = hn::Add(low, hn::Add(hn::Sub(c_hi, h), t));
+    }
+    const V r = hn::Add(h, low);
+    out[0] = hn::IfThenElse(hn::IsNaN(x), hn::Add(x, x), hn::Or(r, hn::And(x, hn::Set(d, -0.0f))));
+    rare[0] = hn::FirstN(d, 0);
   }
 
-  static int32_t Rare(const float* a, float* r) { return kRoutine == nullptr ? 0 : kRoutine(a, r); }
+  static int32_t Rare(const float*, float*) { return 0; }
 };
 
 struct SAtan2Body : BinaryRealBody<float> {

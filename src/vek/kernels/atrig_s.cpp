@@ -1,5 +1,5 @@
-// Atan, Atan2, Asin and Acos kernels of float arrays, computed in double by the EP bodies and
-// rounded once (atrig-inl.h): one kernel per function serves every slot.
+// Atan, Atan2, Asin and Acos kernels of float arrays. Atan, Asin and Acos compute in float, one
+// kernel per level; Atan2 in double by the EP body, rounded once (atrig-inl.h), in every slot.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/atrig_s.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -10,19 +10,19 @@
 HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 
-void sAtan(int n, const float* a, float* r) {
-  RunUnary(AtrigFloatBody<AtanBody<kAtanEP>, nullptr>{{}, vek::names::sAtan, {}}, n, a, r);
+void sAtanHA(int n, const float* a, float* r) { RunUnary(SAtanBody<kAtanFloatHA>{}, n, a, r); }
+void sAtanLA(int n, const float* a, float* r) { RunUnary(SAtanBody<kAtanFloatLA>{}, n, a, r); }
+void sAtanEP(int n, const float* a, float* r) { RunUnary(SAtanBody<kAtanFloatEP>{}, n, a, r); }
+template <AsinLevel kLevel, bool kAcos>
+void AsinOf(int n, const float* a, float* r) {
+  RunUnary(AsinBody<kLevel, kAcos, float>{}, n, a, r);
 }
-void sAsin(int n, const float* a, float* r) {
-  RunUnary(
-      AtrigFloatBody<AsinBody<kAsinEP, false>, vek::vsasin_cout_rare>{{}, vek::names::sAsin, {}}, n,
-      a, r);
-}
-void sAcos(int n, const float* a, float* r) {
-  RunUnary(
-      AtrigFloatBody<AsinBody<kAsinEP, true>, vek::vsacos_cout_rare>{{}, vek::names::sAcos, {}}, n,
-      a, r);
-}
+void sAsinHA(int n, const float* a, float* r) { AsinOf<kAsinFloatHA, false>(n, a, r); }
+void sAsinLA(int n, const float* a, float* r) { AsinOf<kAsinFloatLA, false>(n, a, r); }
+void sAsinEP(int n, const float* a, float* r) { AsinOf<kAsinFloatEP, false>(n, a, r); }
+void sAcosHA(int n, const float* a, float* r) { AsinOf<kAsinFloatHA, true>(n, a, r); }
+void sAcosLA(int n, const float* a, float* r) { AsinOf<kAsinFloatLA, true>(n, a, r); }
+void sAcosEP(int n, const float* a, float* r) { AsinOf<kAsinFloatEP, true>(n, a, r); }
 void sAtan2(int n, const float* a, const float* b, float* r) {
   RunBinary(SAtan2Body{}, n, a, b, r);
 }
@@ -34,20 +34,26 @@ HWY_AFTER_NAMESPACE();
 #include "vek/frame/kernel_entry.h"
 
 namespace oxl {
-HWY_EXPORT(sAtan);
-HWY_EXPORT(sAsin);
-HWY_EXPORT(sAcos);
+HWY_EXPORT(sAtanHA);
+HWY_EXPORT(sAtanLA);
+HWY_EXPORT(sAtanEP);
+HWY_EXPORT(sAsinHA);
+HWY_EXPORT(sAsinLA);
+HWY_EXPORT(sAsinEP);
+HWY_EXPORT(sAcosHA);
+HWY_EXPORT(sAcosLA);
+HWY_EXPORT(sAcosEP);
 HWY_EXPORT(sAtan2);
 
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAtan_B3HAynn, sAtan, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAtan_B3LAynn, sAtan, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAtan_B3EPnnn, sAtan, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAsin_B3HAynn, sAsin, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAsin_B3LAynn, sAsin, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAsin_B3EPnnn, sAsin, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAcos_B3HAynn, sAcos, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAcos_B3LAynn, sAcos, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAcos_B3EPnnn, sAcos, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAtan_B3HAynn, sAtanHA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAtan_B3LAynn, sAtanLA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAtan_B3EPnnn, sAtanEP, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAsin_B3HAynn, sAsinHA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAsin_B3LAynn, sAsinLA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAsin_B3EPnnn, sAsinEP, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAcos_B3HAynn, sAcosHA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAcos_B3LAynn, sAcosLA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAcos_B3EPnnn, sAcosEP, float)
 OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_sAtan2_B3HAynn, sAtan2, float)
 OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_sAtan2_B3LAynn, sAtan2, float)
 OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_sAtan2_B3EPnnn, sAtan2, float)

@@ -15,7 +15,9 @@
 // two-sum, and the quotient corrected by its residual. Beyond |x| = 22 tanh rounds to 1: |x| is
 // capped there, and the formula gives 1.
 //
-// Float kernels run the double EP bodies on each half widened, rounded once.
+// The inverses' bodies serve floats too, on the float logarithm (HA: its Log1p evaluation, which
+// takes the pair's low part as an addend). Sinh, Cosh and Tanh of floats run the double EP bodies
+// on each half widened, rounded once.
 
 #include <bit>
 #include <cstdint>
@@ -232,20 +234,34 @@ namespace hyp_detail {
 // above 0 for t = 0).
 template <class D>
 HWY_INLINE Pair<D> SqrtPair(D d, hn::VFromD<D> t_hi, hn::VFromD<D> t_lo) {
+  using T = hn::TFromD<D>;
   const auto root = hn::Sqrt(t_hi);
   const auto residual = hn::Add(Fnma(d, root, root, t_hi), t_lo);
-  const auto twice = hn::Max(hn::Add(root, root), hn::Set(d, 0x1p-1000));
+  const auto twice =
+      hn::Max(hn::Add(root, root), hn::Set(d, T(sizeof(T) == 4 ? 0x1p-100 : 0x1p-1000)));
   return {root, hn::Div(residual, twice)};
 }
 
+// The logarithm's tables at HA: doubles carry ln to about 2^-65 as a pair; for floats the Log1p
+// HA evaluation, which takes an addend to its argument, is accurate enough.
+template <class T>
+using HaLnTables = std::conditional_t<sizeof(T) == 8, log_detail::LnTablesD,
+                                      log_detail::RcpTables<float, LogLevel::kHA>>;
+
 // ln(hi + lo), or ln(2 hi) where `doubled` (lo 0 there), as one value.
 template <class D>
-HWY_INLINE hn::VFromD<D> LnOf(D d, const log_detail::LnTablesD& tables, const Pair<D>& v,
+HWY_INLINE hn::VFromD<D> LnOf(D d, const HaLnTables<hn::TFromD<D>>& tables, const Pair<D>& v,
                               hn::Mask<D> doubled) {
+  using T = hn::TFromD<D>;
   auto split = log_detail::SplitOf(d, v.hi);
-  split.e = hn::Add(split.e, hn::IfThenElseZero(doubled, hn::Set(d, 1.0)));
-  const auto ln = log_detail::LnPair<true>(d, tables, split, hn::IfThenZeroElse(doubled, v.lo));
-  return hn::Add(ln.hi, ln.lo);
+  split.e = hn::Add(split.e, hn::IfThenElseZero(doubled, hn::Set(d, T(1))));
+  const auto lo = hn::IfThenZeroElse(doubled, v.lo);
+  if constexpr (sizeof(T) == 4) {
+    return log_detail::Evaluate<float, LogFunction::kLog1p, LogLevel::kHA>(d, tables, split, lo);
+  } else {
+    const auto ln = log_detail::LnPair<true>(d, tables, split, lo);
+    return hn::Add(ln.hi, ln.lo);
+  }
 }
 
 // large + small + lo as a pair: the fast two-sum (|large| >= |small|), lo added to its low part.
@@ -255,19 +271,22 @@ HWY_INLINE Pair<D> SumPair(hn::VFromD<D> large, hn::VFromD<D> small, hn::VFromD<
   return {sum, hn::Add(hn::Sub(small, hn::Sub(sum, large)), lo)};
 }
 
-inline constexpr double kDoubled = 0x1p28;
+// From here on sqrt(a^2 -+ 1) rounds to a (2^12 for floats).
+template <class T>
+inline constexpr T kDoubled = sizeof(T) == 4 ? T(0x1p12) : T(0x1p28);
 
 // ln(a + sqrt(a^2 + 1)) (kPlus, a >= 0) or ln(a + sqrt(a^2 - 1)) (a >= 1). a^2 -+ 1 as a pair:
 // the square exact by Fms, the sum by the fast two-sum of the larger first (for a^2 - 1 exact
 // below sqrt 2, where it cancels); then a + the root, whose larger term is the root for kPlus
 // and a otherwise.
 template <bool kPlus, class D>
-HWY_INLINE hn::VFromD<D> LnRootSum(D d, const log_detail::LnTablesD& tables, hn::VFromD<D> a) {
-  const auto doubled = hn::Ge(a, hn::Set(d, kDoubled));
-  const auto ac = hn::Min(a, hn::Set(d, kDoubled));
+HWY_INLINE hn::VFromD<D> LnRootSum(D d, const HaLnTables<hn::TFromD<D>>& tables, hn::VFromD<D> a) {
+  using T = hn::TFromD<D>;
+  const auto doubled = hn::Ge(a, hn::Set(d, kDoubled<T>));
+  const auto ac = hn::Min(a, hn::Set(d, kDoubled<T>));
   const auto sq = hn::Mul(ac, ac);
   const auto sq_lo = Fms(d, ac, ac, sq);
-  const auto one = hn::Set(d, kPlus ? 1.0 : -1.0);
+  const auto one = hn::Set(d, T(kPlus ? 1 : -1));
   const auto t =
       kPlus ? SumPair<D>(hn::Max(sq, one), hn::Min(sq, one), sq_lo) : SumPair<D>(sq, one, sq_lo);
   const auto s = SqrtPair(d, t.hi, t.lo);
@@ -275,19 +294,28 @@ HWY_INLINE hn::VFromD<D> LnRootSum(D d, const log_detail::LnTablesD& tables, hn:
   return LnOf(d, tables, {hn::IfThenElse(doubled, a, v.hi), v.lo}, doubled);
 }
 
-// a + c a^3 where a < 2^-26, else `ln`.
+// a + c a^3 where a < 2^-26 (floats 2^-12, where a^5 is as far below a), else `ln`.
 template <class D>
 HWY_INLINE hn::VFromD<D> SeriesBelow(D d, hn::VFromD<D> a, double c, hn::VFromD<D> ln) {
-  const auto series = Fma(d, hn::Mul(a, hn::Mul(a, a)), hn::Set(d, c), a);
-  return hn::IfThenElse(hn::Lt(a, hn::Set(d, 0x1p-26)), series, ln);
+  using T = hn::TFromD<D>;
+  const auto series = Fma(d, hn::Mul(a, hn::Mul(a, a)), hn::Set(d, T(c)), a);
+  return hn::IfThenElse(hn::Lt(a, hn::Set(d, T(sizeof(T) == 4 ? 0x1p-12 : 0x1p-26))), series, ln);
+}
+
+// The name of a function's kernel of element type T.
+template <class T>
+constexpr const char* NameOf(const char* s_name, const char* d_name) {
+  return sizeof(T) == 4 ? s_name : d_name;
 }
 
 }  // namespace hyp_detail
 
-struct AsinhBody : UnaryRealBody<double> {
+template <class T>
+struct AsinhBody : UnaryRealBody<T> {
+  using Type = T;
   static constexpr HypFunction kFunc = HypFunction::kAsinh;
-  const char* name = vek::names::dAsinh;
-  log_detail::LnTablesD tables;
+  const char* name = hyp_detail::NameOf<T>(vek::names::sAsinh, vek::names::dAsinh);
+  hyp_detail::HaLnTables<T> tables;
 
   // Infinities and NaNs.
   template <class D>
@@ -305,18 +333,19 @@ struct AsinhBody : UnaryRealBody<double> {
     out[0] = hn::CopySign(hyp_detail::SeriesBelow(d, a, -1.0 / 6, ln), x);
   }
 
-  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+  static int32_t Rare(const T* a, T* r) { return vek::HypRare<kFunc>(a, r); }
 };
 
-struct AcoshBody : UnaryRealBody<double> {
+template <class T>
+struct AcoshBody : UnaryRealBody<T> {
+  using Type = T;
   static constexpr HypFunction kFunc = HypFunction::kAcosh;
-  const char* name = vek::names::dAcosh;
-  log_detail::LnTablesD tables;
+  const char* name = hyp_detail::NameOf<T>(vek::names::sAcosh, vek::names::dAcosh);
+  hyp_detail::HaLnTables<T> tables;
 
   // Arguments below 1 (status 1), +inf and NaNs: all but [1, largest].
   template <class D>
   static HWY_INLINE hn::Mask<D> RareOf(D d, hn::VFromD<D> x) {
-    using T = hn::TFromD<D>;
     return hn::Not(
         hn::And(hn::Ge(x, hn::Set(d, T(1))), hn::Le(x, hn::Set(d, std::numeric_limits<T>::max()))));
   }
@@ -326,17 +355,19 @@ struct AcoshBody : UnaryRealBody<double> {
     const auto x = in[0];
     rare[0] = RareOf(d, x);
     // Rare lanes compute on 1.
-    const auto a = hn::IfThenElse(rare[0], hn::Set(d, 1.0), x);
+    const auto a = hn::IfThenElse(rare[0], hn::Set(d, T(1)), x);
     out[0] = hyp_detail::LnRootSum<false>(d, tables, a);
   }
 
-  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+  static int32_t Rare(const T* a, T* r) { return vek::HypRare<kFunc>(a, r); }
 };
 
-struct AtanhBody : UnaryRealBody<double> {
+template <class T>
+struct AtanhBody : UnaryRealBody<T> {
+  using Type = T;
   static constexpr HypFunction kFunc = HypFunction::kAtanh;
-  const char* name = vek::names::dAtanh;
-  log_detail::LnTablesD tables;
+  const char* name = hyp_detail::NameOf<T>(vek::names::sAtanh, vek::names::dAtanh);
+  hyp_detail::HaLnTables<T> tables;
 
   // |x| >= 1 (status 2 at 1, 1 beyond) and NaNs.
   template <class D>
@@ -349,7 +380,7 @@ struct AtanhBody : UnaryRealBody<double> {
     const auto x = in[0];
     rare[0] = RareOf(d, x);
     const auto a = hn::IfThenZeroElse(rare[0], hn::Abs(x));
-    const auto one = hn::Set(d, 1.0);
+    const auto one = hn::Set(d, T(1));
     // 1 + a and 1 - a as pairs (1 >= a), their quotient v by one reciprocal, corrected by its
     // residual.
     const auto num = hyp_detail::SumPair<D>(one, a, hn::Zero(d));
@@ -359,24 +390,25 @@ struct AtanhBody : UnaryRealBody<double> {
     const auto residual = Fnma(d, q, den.lo, hn::Add(Fnma(d, q, den.hi, num.hi), num.lo));
     const hyp_detail::Pair<D> v = {q, hn::Mul(residual, inv)};
     const auto ln = hyp_detail::LnOf(d, tables, v, hn::MaskFromVec(hn::Zero(d)));
-    const auto half_ln = hn::Mul(ln, hn::Set(d, 0.5));
+    const auto half_ln = hn::Mul(ln, hn::Set(d, T(0.5)));
     out[0] = hn::CopySign(hyp_detail::SeriesBelow(d, a, 1.0 / 3, half_ln), x);
   }
 
-  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+  static int32_t Rare(const T* a, T* r) { return vek::HypRare<kFunc>(a, r); }
 };
 
 // LA and EP of the inverses: log1p(u) by the logarithm kernels' one-part evaluation of the level,
 // 1 + u's rounding error its addend, with u free of cancellation:
 //   asinh a = log1p(a + a^2 / (1 + sqrt(a^2 + 1))),  acosh x = log1p(t + sqrt(t (t + 2))),
 //   t = x - 1 (exact from 1 to 2, and where x^2 - 1 cancels),  atanh a = log1p(2a / (1 - a)) / 2.
-// From 2^28 on, ln 2a as at HA.
+// From 2^28 (floats 2^12) on, ln 2a as at HA.
 template <class Ha, HypLevel kLevel>
-struct InverseOnePartBody : UnaryRealBody<double> {
+struct InverseOnePartBody : UnaryRealBody<typename Ha::Type> {
+  using T = typename Ha::Type;
   static constexpr HypFunction kFunc = Ha::kFunc;
   static constexpr LogLevel kLogLevel = kLevel == HypLevel::kLA ? LogLevel::kLA : LogLevel::kEP;
   const char* name = Ha{}.name;
-  log_detail::RcpTables<double, kLogLevel> tables;
+  log_detail::RcpTables<T, kLogLevel> tables;
 
   template <class D>
   static HWY_INLINE hn::Mask<D> RareOf(D d, hn::VFromD<D> x) {
@@ -387,20 +419,20 @@ struct InverseOnePartBody : UnaryRealBody<double> {
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
     const auto x = in[0];
     rare[0] = RareOf(d, x);
-    const auto one = hn::Set(d, 1.0);
+    const auto one = hn::Set(d, T(1));
     const bool acosh = kFunc == HypFunction::kAcosh;
     // Rare lanes compute on 0 (acosh: on 1).
     const auto a =
         acosh ? hn::IfThenElse(rare[0], one, x) : hn::IfThenZeroElse(rare[0], hn::Abs(x));
-    const auto doubled = hn::Ge(a, hn::Set(d, hyp_detail::kDoubled));
-    const auto ac = hn::Min(a, hn::Set(d, hyp_detail::kDoubled));
+    const auto doubled = hn::Ge(a, hn::Set(d, hyp_detail::kDoubled<T>));
+    const auto ac = hn::Min(a, hn::Set(d, hyp_detail::kDoubled<T>));
     hn::Vec<D> u;
     if constexpr (kFunc == HypFunction::kAsinh) {
       const auto sq = hn::Mul(ac, ac);
       u = hn::Add(ac, hn::Div(sq, hn::Add(one, hn::Sqrt(hn::Add(sq, one)))));
     } else if constexpr (kFunc == HypFunction::kAcosh) {
       const auto t = hn::Sub(ac, one);
-      u = hn::Add(t, hn::Sqrt(hn::Mul(t, hn::Add(t, hn::Set(d, 2.0)))));
+      u = hn::Add(t, hn::Sqrt(hn::Mul(t, hn::Add(t, hn::Set(d, T(2))))));
     } else {
       u = hn::Div(hn::Add(ac, ac), hn::Sub(one, ac));
     }
@@ -408,15 +440,20 @@ struct InverseOnePartBody : UnaryRealBody<double> {
     const auto lo = hn::Sub(hn::Min(u, one), hn::Sub(v, hn::Max(u, one)));
     auto split = log_detail::SplitOf(d, hn::IfThenElse(doubled, a, v));
     split.e = hn::Add(split.e, hn::IfThenElseZero(doubled, one));
-    auto result = log_detail::Evaluate<double, LogFunction::kLog1p, kLogLevel>(
+    auto result = log_detail::Evaluate<T, LogFunction::kLog1p, kLogLevel>(
         d, tables, split, hn::IfThenZeroElse(doubled, lo));
-    if constexpr (kFunc == HypFunction::kAtanh) result = hn::Mul(result, hn::Set(d, 0.5));
+    if constexpr (kFunc == HypFunction::kAtanh) result = hn::Mul(result, hn::Set(d, T(0.5)));
     // asinh and atanh are odd, and -0 and the denormals keep their sign and value.
     out[0] = acosh ? result : hn::CopySign(result, x);
   }
 
-  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+  static int32_t Rare(const T* a, T* r) { return vek::HypRare<kFunc>(a, r); }
 };
+
+template <class Ha, HypLevel kLevel, class T>
+void RunInverseOnePart(int n, const T* a, T* r) {
+  RunUnary(InverseOnePartBody<Ha, kLevel>{}, n, a, r);
+}
 
 // ---------------------------------------------------------------------------------------------
 // Float bodies: the double body of `Wide` on each half, rounded once. Rare lanes are marked on

@@ -18,19 +18,27 @@ void dCoshEP(int n, const double* a, double* r) { RunUnary(CoshBody<HypLevel::kE
 void dTanhHA(int n, const double* a, double* r) { RunUnary(TanhBody<HypLevel::kHA>{}, n, a, r); }
 void dTanhLA(int n, const double* a, double* r) { RunUnary(TanhBody<HypLevel::kLA>{}, n, a, r); }
 void dTanhEP(int n, const double* a, double* r) { RunUnary(TanhBody<HypLevel::kEP>{}, n, a, r); }
-void dAsinh(int n, const double* a, double* r) { RunUnary(AsinhBody{}, n, a, r); }
-void dAcosh(int n, const double* a, double* r) { RunUnary(AcoshBody{}, n, a, r); }
-void dAtanh(int n, const double* a, double* r) { RunUnary(AtanhBody{}, n, a, r); }
-template <class Ha, HypLevel kLevel>
-void OnePart(int n, const double* a, double* r) {
-  RunUnary(InverseOnePartBody<Ha, kLevel>{}, n, a, r);
+void dAsinh(int n, const double* a, double* r) { RunUnary(AsinhBody<double>{}, n, a, r); }
+void dAcosh(int n, const double* a, double* r) { RunUnary(AcoshBody<double>{}, n, a, r); }
+void dAtanh(int n, const double* a, double* r) { RunUnary(AtanhBody<double>{}, n, a, r); }
+void dAsinhLA(int n, const double* a, double* r) {
+  RunInverseOnePart<AsinhBody<double>, HypLevel::kLA>(n, a, r);
 }
-void dAsinhLA(int n, const double* a, double* r) { OnePart<AsinhBody, HypLevel::kLA>(n, a, r); }
-void dAsinhEP(int n, const double* a, double* r) { OnePart<AsinhBody, HypLevel::kEP>(n, a, r); }
-void dAcoshLA(int n, const double* a, double* r) { OnePart<AcoshBody, HypLevel::kLA>(n, a, r); }
-void dAcoshEP(int n, const double* a, double* r) { OnePart<AcoshBody, HypLevel::kEP>(n, a, r); }
-void dAtanhLA(int n, const double* a, double* r) { OnePart<AtanhBody, HypLevel::kLA>(n, a, r); }
-void dAtanhEP(int n, const double* a, double* r) { OnePart<AtanhBody, HypLevel::kEP>(n, a, r); }
+void dAsinhEP(int n, const double* a, double* r) {
+  RunInverseOnePart<AsinhBody<double>, HypLevel::kEP>(n, a, r);
+}
+void dAcoshLA(int n, const double* a, double* r) {
+  RunInverseOnePart<AcoshBody<double>, HypLevel::kLA>(n, a, r);
+}
+void dAcoshEP(int n, const double* a, double* r) {
+  RunInverseOnePart<AcoshBody<double>, HypLevel::kEP>(n, a, r);
+}
+void dAtanhLA(int n, const double* a, double* r) {
+  RunInverseOnePart<AtanhBody<double>, HypLevel::kLA>(n, a, r);
+}
+void dAtanhEP(int n, const double* a, double* r) {
+  RunInverseOnePart<AtanhBody<double>, HypLevel::kEP>(n, a, r);
+}
 
 }  // namespace oxl::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
