@@ -278,8 +278,10 @@ int main(int argc, char** argv) {
   std::fprintf(out, "inline constexpr int kTailDegree = %d;\n", kTailDegree);
   std::fprintf(out, "inline constexpr int kFirstPiece = %d;\n", kFirstPiece);
   std::fprintf(out, "inline constexpr int kLastPiece = %d;\n", kLastPiece);
-  std::fprintf(out, "inline constexpr double kEpWideMin = %s;\n", Literal(kEpWideMin).c_str());
   std::fprintf(out, "inline constexpr double kEpMid = %s;\n", Literal(kEpMid).c_str());
+  // The q where w = kEpWideMin: 1 - a^2 = q (2 - q) = exp(-kEpWideMin).
+  const double wide_q = -std::expm1(0.5 * std::log1p(-std::exp(-kEpWideMin)));
+  std::fprintf(out, "inline constexpr double kEpWideQ = %s;\n", Literal(wide_q).c_str());
   std::fprintf(out, "inline constexpr int kEpTailDegree = %d;\n", kEpTailDegree);
   std::fprintf(out, "inline constexpr int kEpLanes = %d;\n", kEpLanes);
   std::fprintf(out, "inline constexpr double kEpBounds[%zu] = {", std::size(kEpBounds));

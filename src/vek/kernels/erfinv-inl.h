@@ -228,8 +228,9 @@ struct ErfInvEpBody : UnaryRealBody<double> {
                                           kCdf ? et::kCentralEpCdf : et::kCentralEp,
                                           std::make_index_sequence<std::size(et::kCentralEp)>()));
     // Lanes beyond the central polynomial (|a| > 0.9966, one uniform lane in three hundred; rare
-    // lanes too, whose w is large or NaN, but whose results the rare routine replaces).
-    const M wide = hn::Gt(w, hn::Set(d, et::kEpWideMin));
+    // lanes too, whose results the rare routine replaces). Told by q, known long before w, so
+    // that the branch does not wait for the logarithm and the template's steps still overlap.
+    const M wide = hn::Lt(q, hn::Set(d, et::kEpWideQ));
     V result = central;
     if (!hn::AllFalse(d, wide)) [[unlikely]] {
       const V tail = erfinv_detail::TailEp(d, kCdf ? et::kTailEpCenterCdf : et::kTailEpCenter,
