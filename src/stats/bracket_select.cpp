@@ -65,7 +65,8 @@ struct Bounds {
 // the sign inverted, which reverses the order of the negatives and keeps them below the
 // positives: signed order of keys is the radix sort's order of the values, and the map is its own
 // inverse. Lane counters of 32-bit keys would wrap after 2^31 rounds, so the data go in pieces.
-template <int kB, class T, class K = hwy::MakeSigned<T>>
+// With kKeyed the keys are in place already and only counted (src is not read).
+template <int kB, bool kKeyed, class T, class K = hwy::MakeSigned<T>>
 void KeysAndCountT(const T* HWY_RESTRICT src, int64_t stride, int64_t n, K* HWY_RESTRICT keys,
                    const K* lo, const K* hi, int64_t* below, int64_t* above) {
   const hn::ScalableTag<K> d;
@@ -84,16 +85,21 @@ void KeysAndCountT(const T* HWY_RESTRICT src, int64_t stride, int64_t n, K* HWY_
     V cb[kB], ca[kB];
     for (int b = 0; b < kB; ++b) cb[b] = ca[b] = hn::Zero(d);
     for (; i < stop; i += lanes) {
-      const T* from = src + i;
-      if (stride != 1) {
-        for (int64_t j = 0; j < lanes; ++j) strided[j] = src[(i + j) * stride];
-        from = strided;
+      V x;
+      if constexpr (kKeyed) {
+        x = hn::LoadU(d, keys + i);
+      } else {
+        const T* from = src + i;
+        if (stride != 1) {
+          for (int64_t j = 0; j < lanes; ++j) strided[j] = src[(i + j) * stride];
+          from = strided;
+        }
+        const V bits = hn::BitCast(d, hn::LoadU(dt, from));
+        // Flip, with the mask made by a shift: a mask register would crowd out the bounds.
+        x = hn::Xor(bits,
+                    hn::BitCast(d, hn::ShiftRight<1>(hn::BitCast(du, hn::BroadcastSignBit(bits)))));
+        hn::StoreU(x, d, keys + i);
       }
-      const V bits = hn::BitCast(d, hn::LoadU(dt, from));
-      // Flip, with the mask made by a shift: a mask register would crowd out the bounds.
-      const V x = hn::Xor(
-          bits, hn::BitCast(d, hn::ShiftRight<1>(hn::BitCast(du, hn::BroadcastSignBit(bits)))));
-      hn::StoreU(x, d, keys + i);
       for (int b = 0; b < kB; ++b) {  // a true mask is -1: subtracting it counts one
         cb[b] = hn::Sub(cb[b], hn::VecFromMask(d, hn::Lt(x, bounds.lo[b])));
         ca[b] = hn::Sub(ca[b], hn::VecFromMask(d, hn::Gt(x, bounds.hi[b])));
@@ -105,7 +111,7 @@ void KeysAndCountT(const T* HWY_RESTRICT src, int64_t stride, int64_t n, K* HWY_
     }
   }
   for (; i < n; ++i) {
-    keys[i] = Flip(std::bit_cast<K>(src[i * stride]));
+    if constexpr (!kKeyed) keys[i] = Flip(std::bit_cast<K>(src[i * stride]));
     for (int b = 0; b < kB; ++b) {
       below[b] += keys[i] < lo[b];
       above[b] += keys[i] > hi[b];
@@ -181,9 +187,9 @@ int64_t GatherT(const K* HWY_RESTRICT a, int64_t n, const K* lo, const K* hi, K*
   return to - out;
 }
 
-template <class T, size_t... kB>
+template <bool kKeyed, class T, size_t... kB>
 constexpr auto CountTable(std::index_sequence<kB...>) {
-  return std::array{&KeysAndCountT<int(kB) + 1, T>...};
+  return std::array{&KeysAndCountT<int(kB) + 1, kKeyed, T>...};
 }
 template <class K, size_t... kB>
 constexpr auto GatherTable(std::index_sequence<kB...>) {
@@ -193,8 +199,9 @@ constexpr auto GatherTable(std::index_sequence<kB...>) {
 template <class T, class K>
 void CountAny(const T* src, int64_t stride, int64_t n, K* keys, const K* lo, const K* hi,
               int brackets, int64_t* below, int64_t* above) {
-  static constexpr auto kTable = CountTable<T>(std::make_index_sequence<kMaxBrackets>());
-  kTable[brackets - 1](src, stride, n, keys, lo, hi, below, above);
+  static constexpr auto kMake = CountTable<false, T>(std::make_index_sequence<kMaxBrackets>());
+  static constexpr auto kCount = CountTable<true, T>(std::make_index_sequence<kMaxBrackets>());
+  (src == nullptr ? kCount : kMake)[brackets - 1](src, stride, n, keys, lo, hi, below, above);
 }
 template <class K>
 int64_t GatherAny(const K* a, int64_t n, const K* lo, const K* hi, int brackets, K* out) {
@@ -263,19 +270,21 @@ void SortSample(float* a, float* scratch, int32_t m) {
 }
 int64_t HalfWidth(int64_t m) { return static_cast<int64_t>(std::ceil(2.5 * std::sqrt(double(m)))); }
 
-template <class T>
-bool SelectRanksT(const T* src, int64_t stride, int64_t n, const int64_t* ranks, int count, T* work,
-                  T* out) {
-  using K = std::conditional_t<sizeof(T) == 8, int64_t, int32_t>;
+// The selection over n keys, made from the values at src (stride) or, when src is null, there
+// already; spare (n keys) takes the sample, then the packed insides.
+template <class T, class K>
+bool SelectRanksT(const T* src, int64_t stride, K* keys, int64_t n, const int64_t* ranks, int count,
+                  K* spare, T* out) {
   if (count < 1 || count > kMaxRanks || n < kBracketMinCount) return false;
-  K* keys = reinterpret_cast<K*>(work);
-  K* spare = keys + n;  // the sample first, then the packed insides
 
   // Evenly spaced places, so that sorted or periodic data sample as well as random data do. The
   // sample is sorted by radix as values (the order of the keys), the spare half giving room.
   const int64_t m = std::min(n / 16, kMaxSample);
-  T* sample = work + n;
-  for (int64_t s = 0; s < m; ++s) sample[s] = src[s * (n / m) * stride];
+  T* sample = reinterpret_cast<T*>(spare);
+  for (int64_t s = 0; s < m; ++s) {
+    const int64_t at = s * (n / m);
+    sample[s] = src != nullptr ? src[at * stride] : std::bit_cast<T>(Flip(keys[at]));
+  }
   SortSample(sample, sample + m, static_cast<int32_t>(m));
   for (int64_t s = 0; s < m; ++s) spare[s] = Flip(std::bit_cast<K>(sample[s]));
   const int64_t half = HalfWidth(m);
@@ -325,13 +334,17 @@ bool SelectRanksT(const T* src, int64_t stride, int64_t n, const int64_t* ranks,
   }
 
   // Within a bracket the ranks ascend: each selection runs right of the one before, which left
-  // nothing smaller there. A repeated rank finds its value already in place.
+  // nothing smaller there, so that the rank right after it is the least key there. A repeated rank
+  // finds its value already in place.
   int64_t from[kMaxBrackets];
   std::copy(base, base + brackets, from);
   for (int q = 0; q < count; ++q) {
     const int b = owner[q];
     const int64_t r = base[b] + ranks[q] - below[b];
-    if (r >= from[b]) {
+    if (r == from[b]) {  // the least key right of the last selection (quantiles ask for i, i + 1)
+      std::iter_swap(keys + r, std::min_element(keys + r, keys + end[b]));
+      from[b] = r + 1;
+    } else if (r > from[b]) {
       std::nth_element(keys + from[b], keys + r, keys + end[b]);
       from[b] = r + 1;
     }
@@ -340,15 +353,57 @@ bool SelectRanksT(const T* src, int64_t stride, int64_t n, const int64_t* ranks,
   return true;
 }
 
+template <class T, class K>
+void ColumnKeysT(const T* x, int64_t p, int64_t n, const int64_t* dims, int64_t count, K* keys) {
+  constexpr int64_t kBlock = 256;
+  for (int64_t k0 = 0; k0 < n; k0 += kBlock) {
+    const int64_t k1 = std::min(n, k0 + kBlock);
+    for (int64_t g = 0; g < count; ++g) {
+      const T* from = x + dims[g];
+      K* to = keys + g * n;
+      for (int64_t k = k0; k < k1; ++k) to[k] = Flip(std::bit_cast<K>(from[k * p]));
+    }
+  }
+}
+
+template <class T, class K>
+bool SelectRanksT(const T* src, int64_t stride, int64_t n, const int64_t* ranks, int count, T* work,
+                  T* out) {
+  K* keys = reinterpret_cast<K*>(work);
+  return SelectRanksT(src, stride, keys, n, ranks, count, keys + n, out);
+}
+
 }  // namespace
 
 bool SelectRanks(const double* src, int64_t stride, int64_t n, const int64_t* ranks, int count,
                  double* work, double* out) {
-  return SelectRanksT(src, stride, n, ranks, count, work, out);
+  return SelectRanksT<double, int64_t>(src, stride, n, ranks, count, work, out);
 }
 bool SelectRanks(const float* src, int64_t stride, int64_t n, const int64_t* ranks, int count,
                  float* work, float* out) {
-  return SelectRanksT(src, stride, n, ranks, count, work, out);
+  return SelectRanksT<float, int32_t>(src, stride, n, ranks, count, work, out);
+}
+void ColumnKeys(const double* x, int64_t p, int64_t n, const int64_t* dims, int64_t count,
+                int64_t* keys) {
+  ColumnKeysT(x, p, n, dims, count, keys);
+}
+void ColumnKeys(const float* x, int64_t p, int64_t n, const int64_t* dims, int64_t count,
+                int32_t* keys) {
+  ColumnKeysT(x, p, n, dims, count, keys);
+}
+bool SelectKeyRanks(int64_t* keys, int64_t n, const int64_t* ranks, int count, int64_t* spare,
+                    double* out) {
+  return SelectRanksT<double, int64_t>(nullptr, 1, keys, n, ranks, count, spare, out);
+}
+bool SelectKeyRanks(int32_t* keys, int64_t n, const int64_t* ranks, int count, int32_t* spare,
+                    float* out) {
+  return SelectRanksT<float, int32_t>(nullptr, 1, keys, n, ranks, count, spare, out);
+}
+void ValuesOfKeys(int64_t* keys, int64_t n) {
+  for (int64_t k = 0; k < n; ++k) keys[k] = Flip(keys[k]);
+}
+void ValuesOfKeys(int32_t* keys, int64_t n) {
+  for (int64_t k = 0; k < n; ++k) keys[k] = Flip(keys[k]);
 }
 
 }  // namespace oxl::stats

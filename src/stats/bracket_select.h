@@ -22,4 +22,20 @@ bool SelectRanks(const double* src, int64_t stride, int64_t n, const int64_t* ra
 bool SelectRanks(const float* src, int64_t stride, int64_t n, const int64_t* ranks, int count,
                  float* work, float* out);
 
+// The same over keys: ColumnKeys writes the keys of dimensions dims[0..count) of n observations
+// stored by columns (the p values of an observation together) to keys, n apart, reading the data
+// once for all of them; SelectKeyRanks selects in n such keys (reordering them) with n spare keys
+// of room; ValuesOfKeys turns keys back into the values' bits in place (for the caller's sort
+// when a bracket missed, which leaves the keys as they were made).
+void ColumnKeys(const double* x, int64_t p, int64_t n, const int64_t* dims, int64_t count,
+                int64_t* keys);
+void ColumnKeys(const float* x, int64_t p, int64_t n, const int64_t* dims, int64_t count,
+                int32_t* keys);
+bool SelectKeyRanks(int64_t* keys, int64_t n, const int64_t* ranks, int count, int64_t* spare,
+                    double* out);
+bool SelectKeyRanks(int32_t* keys, int64_t n, const int64_t* ranks, int count, int32_t* spare,
+                    float* out);
+void ValuesOfKeys(int64_t* keys, int64_t n);
+void ValuesOfKeys(int32_t* keys, int64_t n);
+
 }  // namespace oxl::stats

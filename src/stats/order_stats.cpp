@@ -53,6 +53,8 @@ struct Job {
   T* quantiles;
   T* scratch;  // per thread: n elements, 2n when the sorted copy is strided
   int64_t scratch_stride;
+  // The items' keys (see bracket_select.h), n apart, when made for all of them at once.
+  std::conditional_t<sizeof(T) == 8, int64_t, int32_t>* keys;
   // Absolute deviations: from the median (median true) or from the mean, given or weighted.
   bool median;
   const T* mean;
@@ -111,12 +113,17 @@ T SelectQuantile(int64_t n, T* a, double b) {
   return Between(lo, hi, at.f);
 }
 
-// The quantiles of the n values at src (stride) from the order statistics they need, selected by
-// brackets; false, with nothing written, when the brackets do not serve.
+// Whether quantiles of n observations select by brackets.
 template <class T>
-bool BracketQuantiles(const Job<T>& job, const T* src, int64_t stride, int64_t n, T* scratch,
-                      T* result) {
-  if (job.count > kMaxRanks / 2 || n < kBracketMinCount) return false;
+bool ByBrackets(const Job<T>& job, int64_t n) {
+  return job.count <= kMaxRanks / 2 && n >= kBracketMinCount;
+}
+
+// The quantiles of n values from the order statistics they need, selected by brackets by
+// select(ranks, count, values); false, with nothing written, when the brackets do not serve.
+template <class T, class Select>
+bool BracketQuantiles(const Job<T>& job, int64_t n, Select select, T* result) {
+  if (!ByBrackets(job, n)) return false;
   int64_t ranks[kMaxRanks];
   int count = 0;
   for (int64_t q = 0; q < job.count; ++q) {
@@ -127,7 +134,7 @@ bool BracketQuantiles(const Job<T>& job, const T* src, int64_t stride, int64_t n
   std::sort(ranks, ranks + count);
   count = static_cast<int>(std::unique(ranks, ranks + count) - ranks);
   T values[kMaxRanks];
-  if (!SelectRanks(src, stride, n, ranks, count, scratch, values)) return false;
+  if (!select(ranks, count, values)) return false;
   const auto value = [&](int64_t rank) {
     return values[std::lower_bound(ranks, ranks + count, rank) - ranks];
   };
@@ -143,6 +150,30 @@ int32_t Dimension(int64_t item, int32_t thread, void* /*reserved*/, void* contex
   const Job<T>& job = *static_cast<const Job<T>*>(context);
   const int64_t d = job.dims[item], n = job.n;
   T* scratch = job.scratch + thread * job.scratch_stride;
+  T* result = job.quantiles == nullptr ? nullptr : job.quantiles + d * job.count;
+  if (job.keys != nullptr) {
+    auto* keys = job.keys + item * n;
+    const auto select = [&](const int64_t* ranks, int count, T* values) {
+      return SelectKeyRanks(keys, n, ranks, count, reinterpret_cast<decltype(keys)>(scratch),
+                            values);
+    };
+    if (BracketQuantiles(job, n, select, result)) return 0;
+    // A missed bracket: the values are sorted where their keys were.
+    ValuesOfKeys(keys, n);
+    T* values = reinterpret_cast<T*>(keys);
+    if (n <= INT32_MAX) {
+      Sorts<T>::Radix(values, scratch, static_cast<int32_t>(n));
+      for (int64_t q = 0; q < job.count; ++q) {
+        const Place at = PlaceOf(n, static_cast<double>(job.orders[q]));
+        result[q] = Between(values[at.i], values[at.j], at.f);
+      }
+    } else {
+      for (int64_t q = 0; q < job.count; ++q) {
+        result[q] = SelectQuantile(n, values, double(job.orders[q]));
+      }
+    }
+    return 0;
+  }
   const int64_t x_stride = job.rows ? 1 : job.p;
   const T* src = job.x + (job.rows ? d * n : d);
   if (job.sorted != nullptr) {
@@ -152,23 +183,26 @@ int32_t Dimension(int64_t item, int32_t thread, void* /*reserved*/, void* contex
     if (job.orders == nullptr) return 0;
     for (int64_t q = 0; q < job.count; ++q) {
       const Place at = PlaceOf(n, static_cast<double>(job.orders[q]));
-      job.quantiles[d * job.count + q] = Between(s[at.i * stride], s[at.j * stride], at.f);
+      result[q] = Between(s[at.i * stride], s[at.j * stride], at.f);
     }
     return 0;
   }
-  if (BracketQuantiles(job, src, x_stride, n, scratch, job.quantiles + d * job.count)) return 0;
+  const auto select = [&](const int64_t* ranks, int count, T* values) {
+    return SelectRanks(src, x_stride, n, ranks, count, scratch, values);
+  };
+  if (BracketQuantiles(job, n, select, result)) return 0;
   if (job.count >= kSortFromOrders && n <= INT32_MAX) {
     // Several orders: one radix sort of a copy costs less than their selections.
     SortedCopy(src, x_stride, scratch, 1, n, scratch + n);
     for (int64_t q = 0; q < job.count; ++q) {
       const Place at = PlaceOf(n, static_cast<double>(job.orders[q]));
-      job.quantiles[d * job.count + q] = Between(scratch[at.i], scratch[at.j], at.f);
+      result[q] = Between(scratch[at.i], scratch[at.j], at.f);
     }
     return 0;
   }
   for (int64_t k = 0; k < n; ++k) scratch[k] = src[k * x_stride];
   for (int64_t q = 0; q < job.count; ++q) {
-    job.quantiles[d * job.count + q] = SelectQuantile(n, scratch, double(job.orders[q]));
+    result[q] = SelectQuantile(n, scratch, double(job.orders[q]));
   }
   return 0;
 }
@@ -217,16 +251,34 @@ int Run(SSTask* task, Job<T>& job, int64_t (*budget)(int64_t), const SSThreadSer
   for (int64_t i = 0; i < job.p; ++i) {
     if (Included(*task, i)) dims[included++] = i;
   }
-  job.dims = dims;
   job.scratch = scratch.get();
-  if (threads > 1 && included > 1) {
-    return services->for_each_item(included, static_cast<int32_t>(threads), &job, worker);
+  const auto run = [&](const int64_t* first, int64_t items) -> int {
+    job.dims = first;
+    if (threads > 1 && items > 1) {
+      return services->for_each_item(items, static_cast<int32_t>(threads), &job, worker);
+    }
+    for (int64_t item = 0; item < items; ++item) {
+      if (const int32_t status = worker(item, 0, nullptr, &job); status != 0) return status;
+    }
+    return 0;
+  };
+  // Quantiles of observations stored by columns: a dimension read in place takes one value from
+  // each cache line of the whole matrix, so that every dimension would read all of it again. The
+  // keys of a group of dimensions are made in one pass instead (the matrix read once per group),
+  // when they fit in the budget of one thread; each item then needs only n spare keys.
+  const int64_t group = budget(1) / (job.n * int64_t(sizeof(T)));
+  platform::Scratch<T> keys;
+  if (!job.rows && job.sorted == nullptr && ByBrackets(job, job.n) && group > 0 &&
+      keys.Reset(platform::CheckedSize(std::min(group, included)) * job.n)) {
+    job.keys = reinterpret_cast<decltype(job.keys)>(keys.get());
+    for (int64_t first = 0; first < included; first += group) {
+      const int64_t items = std::min(group, included - first);
+      ColumnKeys(job.x, job.p, job.n, dims + first, items, job.keys);
+      if (const int status = run(dims + first, items); status != 0) return status;
+    }
+    return 0;
   }
-  for (int64_t item = 0; item < included; ++item) {
-    const int32_t status = worker(item, 0, nullptr, &job);
-    if (status != 0) return status;
-  }
-  return 0;
+  return run(dims, included);
 }
 
 // Sum of w_k v_k over sum of w_k (w_k = 1 without weights), of the n values at v with stride s,

@@ -1,6 +1,6 @@
 // Bodies of the Ln, Log10 and Log1p kernels. Re-included once per SIMD target.
 //
-// The reciprocal kernels (the HA kernels and every Log1p kernel)
+// The reciprocal kernels (every Log1p kernel, and float Ln and Log10 at HA)
 // write v = 2^k m with m in [A, 2A), A = 1 - 2^-6, by integer arithmetic on the bits of v, and read
 // the interval of m from the four bits below the exponent of bits(m) - bits(A): interval 0 is [A, 1
 // + 2^-5), around 1, the others have width 1/16. With c the reciprocal of the interval's midpoint
@@ -19,8 +19,8 @@
 // make the exponent or the mantissa not finite, which shows up as a NaN in a quantity that pass
 // forms anyway (the signal), and the signal marks the lane rare.
 //
-// Ln and Log10 at LA and EP have no reciprocal: one division gives s = (m - 1) / (m + 1) and
-// ln m = 2 atanh(s) a series in s^2 (LogQuotientBody).
+// The other Ln and Log10 kernels have no reciprocal: one division gives s = (m - 1) / (m + 1)
+// and ln m = 2 atanh(s) a series in s^2 (LogQuotientBody).
 
 #include <array>
 #include <limits>
@@ -391,7 +391,7 @@ HWY_INLINE Pair<D> LnPair(D d, const LnTablesD& tables, const Split<D>& split,
 
 }  // namespace log_detail
 
-// The reciprocal kernels: every double kernel, float HA and float Log1p.
+// The reciprocal kernels.
 template <class T, LogFunction kFunc, LogLevel kLevel>
 struct LogRcpBody : UnaryRealBody<T> {
   const char* name = kFunc == LogFunction::kLn      ? (OXL_VEK_REAL_NAME(T, Ln))
@@ -447,8 +447,9 @@ struct LogRcpBody : UnaryRealBody<T> {
 // 2^-16 (float EP). m - 1 is exact, and the roundings of m + 1 and of the quotient cost two units
 // of s's last place (EP). One division (correctly rounded, so the same on every target) takes the
 // place of the table reads and the reciprocal's reduction, which on targets without wide register
-// permutes cost more than the divider. LA carries s to twice the precision by a second division
-// and adds e ln 2 (e log10 2) in two parts: near x = 3/4 and 3/2 the result cancels against it.
+// permutes cost more than the divider. LA and HA carry s to twice the precision by a second
+// division and add e ln 2 (e log10 2) in two parts: near x = 3/4 and 3/2 the result cancels against
+// it. HA is LA with the term in s^23 (double), which LA leaves out at a cost of up to 0.15 ulp.
 template <class T, LogFunction kFunc, LogLevel kLevel>
 struct LogQuotientBody : UnaryRealBody<T> {
   const char* name =
@@ -484,11 +485,14 @@ struct LogQuotientBody : UnaryRealBody<T> {
     } else if constexpr (sizeof(T) == 8 && kLevel == LogLevel::kLA) {
       p = Estrin(d, z, hn::Mul(z, z), 1.0 / 3, 1.0 / 5, 1.0 / 7, 1.0 / 9, 1.0 / 11, 1.0 / 13,
                  1.0 / 15, 1.0 / 17, 1.0 / 19, 1.0 / 21);
+    } else if constexpr (sizeof(T) == 8 && kLevel == LogLevel::kHA) {
+      p = Estrin(d, z, hn::Mul(z, z), 1.0 / 3, 1.0 / 5, 1.0 / 7, 1.0 / 9, 1.0 / 11, 1.0 / 13,
+                 1.0 / 15, 1.0 / 17, 1.0 / 19, 1.0 / 21, 1.0 / 23);
     } else {
       p = Horner(d, z, T(1) / 3, T(1) / 5, T(1) / 7, T(1) / 9, T(1) / 11);
     }
     constexpr bool kLn = kFunc == LogFunction::kLn;
-    if constexpr (kLevel == LogLevel::kLA) {
+    if constexpr (kLevel != LogLevel::kEP) {
       // 2s to twice the precision: the rounding error of m + 1 (exact, g - 1 being exact) and the
       // quotient's remainder (exact by the fused operation), over g. Then ln x = q + t + tail
       // with q = e ln2hi exact, and q + t by the fast two-sum (|q| > |t| wherever q is not 0).

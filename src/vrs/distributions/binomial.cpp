@@ -81,13 +81,8 @@ OXL_API int32_t _vrsiRngBinomial(int32_t, StreamRecord* stream, int32_t n, int32
     });
   }
   const auto log_ratio = [setup](double y) { return setup->LogRatio(y); };
-  UniformSource<double> src(stream, 5 * static_cast<int64_t>(n) / 2);
-  for (int32_t i = 0; i < n; ++i) {
-    const double y = setup->hat.Draw(src, log_ratio);
-    if (!src.ok()) return src.status();
-    r[i] = base + sign * static_cast<int32_t>(y);
-  }
-  return 0;
+  return DrawTpe(stream, 5 * static_cast<int64_t>(n) / 2, setup->hat, log_ratio, n, r,
+                 [=](double y) { return base + sign * static_cast<int32_t>(y); });
 }
 
 }  // extern "C"

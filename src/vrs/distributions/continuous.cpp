@@ -24,12 +24,6 @@ int32_t LnCallBackAny(oxl_vek_error_record* record) {
 }
 
 template <class T>
-void Negate(T* r, int32_t n) {
-  for (int32_t i = 0; i < n; ++i)
-    oxl::platform::StoreElement<T>(r, i, -oxl::platform::LoadElement(r, i));
-}
-
-template <class T>
 int32_t Exponential(StreamRecord* s, int32_t n, T* r, T a, T beta) {
   const CallbackScope scope(&LnCallBackAny<T>);
   return Blocked(s, n, r, T(0), T(1), [&](int32_t m, T* x) {
@@ -55,7 +49,7 @@ int32_t Rayleigh(StreamRecord* s, int32_t n, T* r, T a, T beta) {
   const CallbackScope scope(&LnCallBackPole<T>);
   return Blocked(s, n, r, T(0), T(1), [&](int32_t m, T* x) {
     Vm<T>::Ln(m, x);
-    Negate(x, m);
+    PassesFor<T>().scale(x, m, T(-1));
     Vm<T>::Sqrt(m, x);
     PassesFor<T>().affine_floor(x, m, beta, a);
   });
@@ -66,7 +60,7 @@ int32_t Weibull(StreamRecord* s, int32_t n, T* r, T alpha, T a, T beta) {
   const CallbackScope scope(&LnCallBackPole<T>);
   return Blocked(s, n, r, T(0), T(1), [&](int32_t m, T* x) {
     Vm<T>::Ln(m, x);
-    Negate(x, m);
+    PassesFor<T>().scale(x, m, T(-1));
     if (alpha != T(1)) Vm<T>::Powx(m, x, T(1) / alpha);
     PassesFor<T>().affine_floor(x, m, beta, a);
   });

@@ -37,6 +37,22 @@ class BlockSource {
   bool ok() const { return status_ >= 0; }
   int32_t status() const { return status_; }
 
+  // For callers that take numbers a run at a time: what is left of the current block, refilled
+  // first when nothing is (as Next would), and its count in *left; Skip(k) then takes k of them.
+  const T* Window(int32_t* left) {
+    if (pos_ == size_) Refill();
+    *left = size_ - pos_;
+    return buffer_ + pos_;
+  }
+  void Skip(int32_t k) { pos_ += k; }
+  // The next number without taking it, where the current block still holds one: a refill would
+  // draw from the stream before a caller that may not want the number knows it.
+  bool Peek(T* value) const {
+    if (pos_ == size_) return false;
+    *value = buffer_[pos_];
+    return true;
+  }
+
  private:
   static constexpr int32_t kMinRefill = 16;
   void Refill() {
@@ -206,12 +222,26 @@ struct TpeHat {
   // a lookup instead of two ln-factorials.
   static constexpr int32_t kNear = 256;
   double near[2 * kNear + 1];
+  // Where the test ln v <= near[j] is settled without a logarithm: v <= below[j] passes it and
+  // v >= above[j] fails it. They are e^near[j] less and more 2^-36 of itself, a margin far wider
+  // than the errors of the logarithm and of LnAtMost's bounds, so that they decide as LnAtMost
+  // would; between them LnAtMost decides. Bounds out of e's range leave the test to LnAtMost.
+  double below[2 * kNear + 1];
+  double above[2 * kNear + 1];
 
   template <class LogRatio>
   void Tabulate(const LogRatio& log_ratio) {
     for (int32_t j = -kNear; j <= kNear; ++j) {
       const double y = m + j;
-      near[j + kNear] = y < 0 || y > top ? -INFINITY : log_ratio(y);
+      const double bound = y < 0 || y > top ? -INFINITY : log_ratio(y);
+      near[j + kNear] = bound;
+      below[j + kNear] = 0;
+      above[j + kNear] = INFINITY;
+      if (std::fabs(bound) < 700) {
+        const long double e = std::exp(static_cast<long double>(bound));
+        below[j + kNear] = static_cast<double>(e * (1 - 0x1p-36L));
+        above[j + kNear] = static_cast<double>(e * (1 + 0x1p-36L));
+      }
     }
   }
 
@@ -233,37 +263,103 @@ struct TpeHat {
     p4 = p3 + c / lamr;
   }
 
-  // One draw; `log_ratio(y)` is ln(f(y) / f(m)). Returns -1 when the source failed.
+  // One candidate from u (the first uniform times p4) and v (the second): true with its value in
+  // *y when it is accepted. `log_ratio(y)` is ln(f(y) / f(m)).
+  template <class LogRatio>
+  bool Attempt(double u, double v, const LogRatio& log_ratio, double* y_out) const {
+    if (u <= p1) {
+      *y_out = std::floor(xm - p1 * v + u);
+      return true;
+    }
+    double y;
+    if (u <= p2) {
+      const double x = xl + (u - p1) / c;
+      v = v * c + 1.0 - std::fabs(xm - x) / p1;
+      if (v > 1.0) return false;
+      y = std::floor(x);
+    } else if (u <= p3) {
+      if (v == 0) return false;
+      y = std::floor(xl + __vrsdLn(v) / laml);
+      v *= (u - p2) * laml;
+    } else {
+      if (v == 0) return false;
+      y = std::floor(xr - __vrsdLn(v) / lamr);
+      v *= (u - p3) * lamr;
+    }
+    if (y < 0 || y > top) return false;
+    *y_out = y;
+    const double offset = y - m;
+    if (std::fabs(offset) > kNear) return LnAtMost(v, log_ratio(y));
+    const int32_t j = static_cast<int32_t>(offset) + kNear;
+    if (v <= below[j]) return true;
+    if (v >= above[j]) return false;
+    return LnAtMost(v, near[j]);
+  }
+
+  // One draw; -1 when the source failed.
   template <class LogRatio>
   double Draw(UniformSource<double>& src, const LogRatio& log_ratio) const {
     for (;;) {
       const double u = src.Next() * p4;
-      double v = src.Next();
+      const double v = src.Next();
       if (!src.ok()) return -1;
-      if (u <= p1) return std::floor(xm - p1 * v + u);
       double y;
-      if (u <= p2) {
-        const double x = xl + (u - p1) / c;
-        v = v * c + 1.0 - std::fabs(xm - x) / p1;
-        if (v > 1.0) continue;
-        y = std::floor(x);
-      } else if (u <= p3) {
-        if (v == 0) continue;
-        y = std::floor(xl + __vrsdLn(v) / laml);
-        v *= (u - p2) * laml;
-      } else {
-        if (v == 0) continue;
-        y = std::floor(xr - __vrsdLn(v) / lamr);
-        v *= (u - p3) * lamr;
-      }
-      if (y < 0 || y > top) continue;
-      const double offset = y - m;
-      const double bound =
-          std::fabs(offset) <= kNear ? near[static_cast<int32_t>(offset) + kNear] : log_ratio(y);
-      if (LnAtMost(v, bound)) return y;
+      if (Attempt(u, v, log_ratio, &y)) return y;
     }
   }
 };
+
+// Attempt's verdicts on `pairs` candidates at once, vectorised, from the uniforms uv (u0, v0, u1,
+// v1, ...): verdict[j] is 1 where candidate j is accepted, with its value in y[j]; 0 where it is
+// rejected; 2 where only Attempt can tell (the exponential tails, the values off the table, and
+// the tests that its bounds leave open). y[j] is 0 wherever verdict[j] is not 1. The arithmetic is
+// Attempt's, so the values are its to the bit.
+void TpeVerdicts(const TpeHat& hat, const double* uv, int32_t pairs, double* y, double* verdict);
+
+// n draws from the hat into r, each accepted candidate y stored as value(y), from uniforms of s
+// drawn a block at a time (`expected` is the count the request is expected to take). The
+// candidates of a run of the source's block get their verdicts at once, a few more than the
+// outputs still wanted; the walk over them takes the candidates in order up to the n-th
+// acceptance, so the uniforms are used as Draw, one candidate after another, would use them.
+template <class LogRatio, class Value>
+int32_t DrawTpe(StreamRecord* s, int64_t expected, const TpeHat& hat, const LogRatio& log_ratio,
+                int32_t n, int32_t* r, const Value& value) {
+  constexpr int32_t kRun = 256;
+  alignas(64) double y[kRun];
+  alignas(64) double verdict[kRun];
+  UniformSource<double> src(s, expected);
+  int32_t filled = 0;
+  while (filled < n) {
+    int32_t left = 0;
+    const double* uv = src.Window(&left);
+    if (!src.ok()) return src.status();
+    const int32_t pairs = std::min({left / 2, kRun, n - filled + 8});
+    if (pairs == 0) {
+      // A candidate across two blocks.
+      const double across = hat.Draw(src, log_ratio);
+      if (!src.ok()) return src.status();
+      r[filled++] = value(across);
+      continue;
+    }
+    TpeVerdicts(hat, uv, pairs, y, verdict);
+    int32_t used = 0;
+    while (used < pairs && filled < n) {
+      const int32_t j = used++;
+      if (verdict[j] == 2.0) {
+        double open;
+        if (hat.Attempt(uv[2 * j] * hat.p4, uv[2 * j + 1], log_ratio, &open)) {
+          r[filled++] = value(open);
+        }
+      } else {
+        // Written whatever the verdict (a rejection's y is 0), kept when accepted.
+        r[filled] = value(y[j]);
+        filled += static_cast<int32_t>(verdict[j]);
+      }
+    }
+    src.Skip(2 * used);
+  }
+  return 0;
+}
 
 }  // namespace oxl::vrs::dist
 

@@ -193,6 +193,15 @@ struct Passes {
   // Over `total` elements taken as rows of `period`: r[k] = fma(scale[j], r[k], shift[j]), or,
   // with scale null, r[k] + shift[j], where j = k mod period.
   void (*periodic)(T* r, int64_t total, const T* scale, const T* shift, int32_t period);
+  // r[i] = factor * r[i]
+  void (*scale)(T* r, int32_t n, T factor);
+  // The pairs of u taken apart: radius[i] = u[2i], angle[i] = factor * u[2i + 1]. angle may be u
+  // itself (each element is read before the slot it lands in is written); radius may not overlap.
+  void (*split_pairs)(T* u, int32_t pairs, T* radius, T* angle, T factor);
+  // out[2i] = fma(sigma, radius[i] * sine[i], a) and out[2i + 1] = fma(sigma, radius[i] *
+  // cosine[i], a), the products rounded first.
+  void (*pair_affine)(T* out, const T* radius, const T* sine, const T* cosine, int32_t pairs,
+                      T sigma, T a);
 };
 
 const Passes<double>& PassesOf(double);

@@ -7,6 +7,7 @@
 // for an ICDF uniform at the end of its interval, and the callback makes both finite.
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstdint>
 
 #include "oxl/platform.h"
@@ -69,60 +70,65 @@ int32_t CallBack(oxl_vek_error_record* record) {
   return 0;
 }
 
-// sqrt(-2 ln u) in place; the doubling is an addition, the negation a flip of the sign bit.
+// sqrt(-2 ln u) in place; -2 ln u is exact from ln u.
 template <class T>
 void Radius(int32_t n, T* u) {
   Vm<T>::Ln(n, u);
-  for (int32_t i = 0; i < n; ++i) u[i] = -(u[i] + u[i]);
+  PassesFor<T>().scale(u, n, T(-2));
   Vm<T>::Sqrt(n, u);
 }
 
-// Blocks of up to 1024 outputs. The 2m uniforms of a block fill `buffer`; the even ones (radius)
-// move to their own array and the odd ones (angle), times 2 pi, are compacted at the buffer's
-// front: three arrays of 1024 numbers in all.
+// Pairs of uniforms per block: the uniforms, the radii and the kernels' results of a block stay
+// in the first cache level beside the output they are written to.
+constexpr int32_t kPairs = 512;
+
+// One output per pair of uniforms, blocks of 512. The 2m uniforms of a block fill `buffer`; the
+// even ones (radius) move to their own array and the odd ones (angle), times 2 pi, are compacted
+// at the buffer's front, where the sine replaces them.
 template <class T>
 int32_t BoxMuller(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
-  constexpr int32_t kBlock = 1024;
-  alignas(64) T buffer[2 * kBlock];
-  alignas(64) T radius[kBlock];
+  alignas(64) T buffer[2 * kPairs];
+  alignas(64) T radius[kPairs];
+  const Passes<T>& passes = PassesFor<T>();
   int32_t status = 0;
-  for (int32_t done = 0; done < n; done += kBlock) {
-    const int32_t m = std::min(kBlock, n - done);
+  for (int32_t done = 0; done < n; done += kPairs) {
+    const int32_t m = std::min(kPairs, n - done);
     status = Uniform(s, 2 * m, buffer, T(0), T(1));
     if (status < 0) return status;
-    for (int32_t i = 0; i < m; ++i) {
-      radius[i] = buffer[2 * i];
-      buffer[i] = buffer[2 * i + 1] * Constants<T>::kTwoPi;
-    }
+    passes.split_pairs(buffer, m, radius, buffer, Constants<T>::kTwoPi);
     Vm<T>::Sin(m, buffer);
     Radius(m, radius);
-    PassesFor<T>().scaled_product(r + done, radius, buffer, m, sigma, a);
+    passes.scaled_product(r + done, radius, buffer, m, sigma, a);
   }
   return status;
 }
 
-// `pairs` pairs from 2 * pairs uniforms, both outputs of each pair, sine first, into out (not yet
-// scaled). At most 512 pairs.
+// `pairs` pairs from 2 * pairs uniforms, both outputs of each pair, sine first, into out, scaled
+// and displaced. At most kPairs pairs.
 template <class T>
-int32_t Pairs(StreamRecord* s, int32_t pairs, T* out) {
-  constexpr int32_t kPairs = 512;
+int32_t Pairs(StreamRecord* s, int32_t pairs, T* out, T a, T sigma) {
   alignas(64) T buffer[2 * kPairs];
   alignas(64) T radius[kPairs];
   alignas(64) T cosine[kPairs];
+  const Passes<T>& passes = PassesFor<T>();
   const int32_t status = Uniform(s, 2 * pairs, buffer, T(0), T(1));
   if (status < 0) return status;
-  for (int32_t i = 0; i < pairs; ++i) {
-    radius[i] = buffer[2 * i];
-    buffer[i] = buffer[2 * i + 1] * Constants<T>::kTwoPi;
-  }
+  passes.split_pairs(buffer, pairs, radius, buffer, Constants<T>::kTwoPi);
   T* sine = buffer + kPairs;
   Vm<T>::SinCos(pairs, buffer, sine, cosine);
   Radius(pairs, radius);
-  for (int32_t i = 0; i < pairs; ++i) {
-    oxl::platform::StoreElement(out, 2 * i, radius[i] * sine[i]);
-    oxl::platform::StoreElement(out, 2 * i + 1, radius[i] * cosine[i]);
-  }
+  passes.pair_affine(out, radius, sine, cosine, pairs, sigma, a);
   return status;
+}
+
+// The one output of a pair that a call gives alone: `Trig` of the angle uniform, times the radius
+// of the radius uniform, scaled and displaced like the outputs of whole pairs.
+template <class T, void (*Trig)(int, T*)>
+T Single(T radius_uniform, T angle_uniform, T a, T sigma) {
+  T angle = angle_uniform * Constants<T>::kTwoPi;
+  Trig(1, &angle);
+  Radius(1, &radius_uniform);
+  return std::fma(sigma, radius_uniform * angle, a);
 }
 
 // The chunk holds the pending pair {U1 radius uniform, U2 angle uniform}, or {-1, -1}.
@@ -138,20 +144,15 @@ int32_t BoxMuller2(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
   T* out = r;
   int32_t left = n;
   if (held[0] != T(-1)) {
-    // The cosine partner of the last call's odd output.
-    T angle = held[1] * Constants<T>::kTwoPi;
-    Vm<T>::Cos(1, &angle);
-    T rad = held[0];
-    Radius(1, &rad);
-    oxl::platform::StoreElement(out++, 0, rad * angle);
+    // The cosine partner of the last call's odd output, at this call's a and sigma.
+    oxl::platform::StoreElement(out++, 0, Single<T, Vm<T>::Cos>(held[0], held[1], a, sigma));
     --left;
   }
 
   int32_t status = 0;
-  constexpr int32_t kPairs = 512;
   for (int32_t pairs = left >> 1; pairs > 0;) {
     const int32_t m = std::min(kPairs, pairs);
-    status = Pairs(s, m, out);
+    status = Pairs(s, m, out, a, sigma);
     if (status < 0) return status;
     out += 2 * m;
     pairs -= m;
@@ -166,16 +167,10 @@ int32_t BoxMuller2(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
     }
     held[0] = pair[0];
     held[1] = pair[1];
-    T angle = pair[1] * Constants<T>::kTwoPi;
-    Vm<T>::Sin(1, &angle);
-    Radius(1, &pair[0]);
-    oxl::platform::StoreElement(out, 0, pair[0] * angle);
+    oxl::platform::StoreElement(out, 0, Single<T, Vm<T>::Sin>(pair[0], pair[1], a, sigma));
   } else {
     held[0] = held[1] = T(-1);
   }
-
-  // One pass over all outputs: the carried one takes this call's a and sigma.
-  PassesFor<T>().affine(r, n, sigma, a);
   return status;
 }
 

@@ -1,5 +1,7 @@
-// The last passes of the distribution generators, one set per SIMD target, and the dispatch that
-// picks the set of the best target this processor runs.
+// The vector passes of the distribution generators, one set per SIMD target, and the dispatch that
+// picks the set of the best target this processor runs: the last passes that scale and displace,
+// the passes that take pairs of uniforms apart and put pairs of outputs together, and the verdicts
+// on TPE candidates.
 //
 // Every pass walks its array the same way: a head up to the next 64-byte boundary of r under a
 // mask, then two vectors per round, then a masked tail. An r that is not even aligned to its
@@ -17,6 +19,7 @@
 #include "simd/fma-inl.h"
 #include "simd/partial-inl.h"
 #include "simd/targets.h"
+#include "vrs/distributions/discrete.h"
 #include "vrs/distributions/frame.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -111,9 +114,133 @@ void Periodic(T* r, int64_t total, const T* scale, const T* shift, int32_t perio
 }
 
 template <class T>
+void Scale(T* r, int32_t n, T factor) {
+  if (n < 1) return;
+  const hn::ScalableTag<T> d;
+  const auto vf = hn::Set(d, factor);
+  Sweep(d, r, static_cast<size_t>(n), [&](size_t i, size_t count) HWY_ATTR {
+    StorePartial(d, hn::Mul(vf, LoadPartial(d, r + i, count)), r + i, count);
+  });
+}
+
+// The buffers are the generators' own aligned blocks. A last partial vector goes through a copy
+// padded with zeros, so that it takes the whole vectors' path.
+template <class T>
+void SplitPairs(T* u, int32_t pairs, T* radius, T* angle, T factor) {
+  if (pairs < 1) return;
+  const hn::ScalableTag<T> d;
+  const size_t lanes = hn::Lanes(d);
+  const size_t n = static_cast<size_t>(pairs);
+  const auto vf = hn::Set(d, factor);
+  for (size_t i = 0; i < n; i += lanes) {
+    const size_t count = std::min(lanes, n - i);
+    const T* from = u + 2 * i;
+    HWY_ALIGN T padded[2 * hn::MaxLanes(d)];
+    if (count < lanes) {
+      std::fill(std::copy(from, from + 2 * count, padded), padded + 2 * lanes, T(0));
+      from = padded;
+    }
+    hn::Vec<decltype(d)> even, odd;
+    hn::LoadInterleaved2(d, from, even, odd);
+    StorePartial(d, even, radius + i, count);
+    StorePartial(d, hn::Mul(vf, odd), angle + i, count);
+  }
+}
+
+// out may be any caller's array; a last partial pair of vectors is interleaved through a copy.
+template <class T>
+void PairAffine(T* out, const T* radius, const T* sine, const T* cosine, int32_t pairs, T sigma,
+                T a) {
+  if (pairs < 1) return;
+  const hn::ScalableTag<T> d;
+  const size_t lanes = hn::Lanes(d);
+  const size_t n = static_cast<size_t>(pairs);
+  const auto vs = hn::Set(d, sigma);
+  const auto va = hn::Set(d, a);
+  for (size_t i = 0; i < n; i += lanes) {
+    const size_t count = std::min(lanes, n - i);
+    const auto rad = LoadPartial(d, radius + i, count);
+    const auto first = Fma(d, vs, hn::Mul(rad, LoadPartial(d, sine + i, count)), va);
+    const auto second = Fma(d, vs, hn::Mul(rad, LoadPartial(d, cosine + i, count)), va);
+    if (count == lanes) {
+      hn::StoreInterleaved2(first, second, d, out + 2 * i);
+    } else {
+      HWY_ALIGN T padded[2 * hn::MaxLanes(d)];
+      hn::StoreInterleaved2(first, second, d, padded);
+      for (size_t j = 0; j < 2 * count; ++j) {
+        oxl::platform::StoreElement(out, 2 * i + j, padded[j]);
+      }
+    }
+  }
+}
+
+// The triangle and parallelogram regions of the TPE hat for a run of candidates at once: the
+// region each candidate falls in, its value, and the acceptance test where the hat's thresholds
+// settle it. The walk that keeps the accepted values in order then branches only on the few
+// candidates these leave open, where the scalar walk mispredicted a branch on most candidates.
+void Verdicts(const TpeHat& hat, const double* uv, int32_t pairs, double* y, double* verdict) {
+  const hn::ScalableTag<double> d;
+  const hn::RebindToSigned<decltype(d)> di;
+  const size_t lanes = hn::Lanes(d);
+  const size_t n = static_cast<size_t>(std::max(pairs, 0));
+  const auto one = hn::Set(d, 1.0);
+  const auto zero = hn::Zero(d);
+  const auto p1 = hn::Set(d, hat.p1);
+  const auto p2 = hn::Set(d, hat.p2);
+  const auto p4 = hn::Set(d, hat.p4);
+  const auto c = hn::Set(d, hat.c);
+  const auto xm = hn::Set(d, hat.xm);
+  const auto xl = hn::Set(d, hat.xl);
+  const auto m = hn::Set(d, hat.m);
+  const auto top = hn::Set(d, hat.top);
+  const auto near = hn::Set(d, double{TpeHat::kNear});
+  const auto accept = one;
+  const auto open = hn::Set(d, 2.0);
+  const auto big = hn::Set(d, 0x1p52);
+  for (size_t i = 0; i < n; i += lanes) {
+    const size_t count = std::min(lanes, n - i);
+    const double* from = uv + 2 * i;
+    HWY_ALIGN double padded[2 * hn::MaxLanes(d)];
+    if (count < lanes) {
+      std::fill(std::copy(from, from + 2 * count, padded), padded + 2 * lanes, 0.0);
+      from = padded;
+    }
+    hn::Vec<decltype(d)> u, v;
+    hn::LoadInterleaved2(d, from, u, v);
+    u = hn::Mul(u, p4);
+    const auto triangle = hn::Le(u, p1);
+    const auto y_triangle = hn::Floor(hn::Add(hn::Sub(xm, hn::Mul(p1, v)), u));
+    // The parallelogram: its abscissa and the ordinate under the triangle's top.
+    const auto x = hn::Add(xl, hn::Div(hn::Sub(u, p1), c));
+    const auto w = hn::Sub(hn::Add(hn::Mul(v, c), one), hn::Div(hn::Abs(hn::Sub(xm, x)), p1));
+    const auto y_para = hn::Floor(x);
+    const auto offset = hn::Sub(y_para, m);
+    const auto parallelogram = hn::AndNot(triangle, hn::Le(u, p2));
+    const auto rejected = hn::Or(hn::Gt(w, one), hn::Or(hn::Lt(y_para, zero), hn::Gt(y_para, top)));
+    const auto tabulated = hn::AndNot(rejected, hn::Le(hn::Abs(offset), near));
+    // Lanes off the table read its middle, so that every index is in bounds. The index is exact
+    // in the low bits of 2^52 plus it.
+    const auto shifted = hn::Add(hn::IfThenElse(tabulated, hn::Add(offset, near), near), big);
+    const auto index = hn::Sub(hn::BitCast(di, shifted), hn::BitCast(di, big));
+    const auto passes = hn::Le(w, hn::GatherIndex(d, hat.below, index));
+    const auto fails = hn::Ge(w, hn::GatherIndex(d, hat.above, index));
+    // Parallelogram lanes: rejected, accepted, failed by the bound, or open.
+    const auto para_verdict = hn::IfThenElse(
+        rejected, zero,
+        hn::IfThenElse(tabulated, hn::IfThenElse(passes, accept, hn::IfThenElse(fails, zero, open)),
+                       open));
+    const auto result =
+        hn::IfThenElse(triangle, accept, hn::IfThenElse(parallelogram, para_verdict, open));
+    const auto value = hn::IfThenElse(triangle, y_triangle, y_para);
+    StorePartial(d, result, verdict + i, count);
+    StorePartial(d, hn::IfThenElseZero(hn::Eq(result, accept), value), y + i, count);
+  }
+}
+
+template <class T>
 constexpr Passes<T> MakePasses() {
   return Passes<T>{&Affine<T, false>, &Affine<T, true>, &SignedAffine<T>, &ScaledProduct<T>,
-                   &Periodic<T>};
+                   &Periodic<T>,      &Scale<T>,        &SplitPairs<T>,   &PairAffine<T>};
 }
 
 // Constant tables of function pointers: nothing runs at load.
@@ -131,9 +258,14 @@ namespace oxl::vrs::dist {
 
 HWY_EXPORT(PassesD);
 HWY_EXPORT(PassesS);
+HWY_EXPORT(Verdicts);
 
 const Passes<double>& PassesOf(double) { return *OXL_DISPATCH(PassesD)(); }
 const Passes<float>& PassesOf(float) { return *OXL_DISPATCH(PassesS)(); }
+
+void TpeVerdicts(const TpeHat& hat, const double* uv, int32_t pairs, double* y, double* verdict) {
+  OXL_DISPATCH(Verdicts)(hat, uv, pairs, y, verdict);
+}
 
 }  // namespace oxl::vrs::dist
 #endif

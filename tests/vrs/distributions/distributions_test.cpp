@@ -11,6 +11,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -21,6 +22,7 @@
 #include "support/float_bits.h"
 #include "support/stream_guard.h"
 #include "support/targets.h"
+#include "vrs/distributions/discrete.h"
 #include "vrs/distributions/frame.h"
 #include "vrs/distributions/laws.h"
 #include "vrs/distributions/scripted_brng.h"
@@ -106,6 +108,10 @@ TEST(Distributions, ExactUniformsThroughTheCallbacks) {
   EXPECT_NEAR(d[0], std::sqrt(2 * 744.4400719213812), 1e-6);
   ASSERT_EQ(_vrssRngGaussian(0, s.s, 1, f, 0.0f, 1.0f), 0);
   EXPECT_NEAR(f[0], std::sqrt(2 * 103.27893f), 1e-3);
+  // BoxMuller2: the pair's sine output first, then its cosine partner.
+  ASSERT_EQ(_vrsdRngGaussian(1, s.s, 2, d, 1.0, 2.0), 0);
+  EXPECT_NEAR(d[0], 1.0 + 2.0 * std::sqrt(2 * 744.4400719213812), 1e-6);
+  EXPECT_NEAR(d[1], 1.0, 1e-6);
   // ICDF: uniform -1 (script 0) and exactly 1.0 (script 1) on [-1, 1].
   Script() = {0.0, 1.0};
   const double c = 2.0 * std::bit_cast<double>(uint64_t{0x3FF6A09E667F3BCD});
@@ -652,6 +658,30 @@ TEST(IntegerLaws, DegenerateParameters) {
   }
 }
 
+// Known answers of PoisNorm on MT19937 (seed 5): a hash (FNV-1a) of 20000 outputs and of the
+// stream's next four words, at a mean whose PD draws take the small-k masses and at 500. Which
+// uniform each test of PD takes is invisible to goodness of fit; a change shows here. The failure
+// prints the new hash, for a deliberate change of the float Gaussian kernels' bits.
+TEST(IntegerLaws, PoisNormKnownAnswers) {
+  const struct {
+    double mean;
+    uint64_t hash;
+  } rows[] = {{12.0, 0xa5a0e9ab21aef6e6}, {500.0, 0x16d153199e8ab762}};
+  for (const auto& row : rows) {
+    StreamGuard g(OXL_BRNG_MT19937, {5});
+    std::vector<int32_t> r(20000);
+    ASSERT_EQ(_vrsiRngPoisson(OXL_RNG_POISSON_POISNORM, g.s, 20000, r.data(), row.mean), 0);
+    std::vector<uint32_t> words(r.begin(), r.end());
+    for (const uint32_t w : g.Words(4)) words.push_back(w);
+    uint64_t hash = 1469598103934665603u;
+    for (const uint32_t w : words) {
+      for (int byte = 0; byte < 4; ++byte)
+        hash = (hash ^ ((w >> (8 * byte)) & 0xFF)) * 1099511628211u;
+    }
+    EXPECT_EQ(hash, row.hash) << row.mean << std::hex << " 0x" << hash;
+  }
+}
+
 // A mean of 1e9 by both methods: every draw within 10 standard deviations, the sample mean within
 // 5 standard errors.
 TEST(IntegerLaws, PoissonOfHugeMean) {
@@ -740,6 +770,97 @@ std::vector<SetUpRow> SetUpRows() {
        [](auto s, auto n, auto r) { return _vrsiRngNegbinomial(0, s, n, r, 2.0, 0.4); },
        [](auto s, auto n, auto r) { return _vrsiRngNegbinomial(0, s, n, r, 20.0, 0.05); }},
   };
+}
+
+// The vectorised verdicts on TPE candidates are Attempt's, candidate by candidate and on every
+// target, over runs of every length about the vector size and candidates in every region of the
+// hat (Poisson hats, mean 27 at the method's switch and 500); and the thresholds that settle the
+// acceptance test without a logarithm decide as LnAtMost does at their own edges.
+TEST(IntegerLaws, TpeVerdictsAreAttempts) {
+  using oxl::vrs::dist::LnAtMost;
+  using oxl::vrs::dist::TpeHat;
+  std::mt19937_64 bits(41);
+  std::uniform_real_distribution<double> unit(0.0, 1.0);
+  std::vector<double> uv;
+  for (int32_t i = 0; i < 3000; ++i) {
+    uv.push_back(i / 3000.0);
+    uv.push_back(i % 7 == 0 ? 0.0 : unit(bits));
+  }
+  for (const double mu : {27.0, 500.0}) {
+    auto hat = std::make_unique<TpeHat>();
+    hat->Set(std::floor(mu), mu, 1.0, std::floor(2.195 * std::sqrt(mu) - 2.2) + 0.5,
+             0.133 + 8.56 / (6.83 + mu));
+    hat->top = 2147483647.0;
+    const auto log_ratio = [&](double y) {
+      return (y - hat->m) * std::log(mu) - std::lgamma(y + 1) + std::lgamma(hat->m + 1);
+    };
+    hat->Tabulate(log_ratio);
+    for (int32_t j = 0; j < 2 * TpeHat::kNear + 1; ++j) {
+      if (hat->below[j] > 0) {
+        EXPECT_TRUE(LnAtMost(hat->below[j], hat->near[j])) << j;
+      }
+      if (hat->above[j] < INFINITY) {
+        EXPECT_FALSE(LnAtMost(hat->above[j], hat->near[j])) << j;
+      }
+    }
+    int32_t open = 0;
+    oxl::test::ForEachTarget([&](const std::string&) {
+      std::vector<double> y(uv.size() / 2), verdict(uv.size() / 2, -1.0);
+      // Runs of 1 to 9 candidates, then the rest at once.
+      size_t done = 0;
+      for (int32_t len = 1; len <= 9; done += len++) {
+        oxl::vrs::dist::TpeVerdicts(*hat, &uv[2 * done], len, &y[done], &verdict[done]);
+      }
+      oxl::vrs::dist::TpeVerdicts(*hat, &uv[2 * done], static_cast<int32_t>(y.size() - done),
+                                  &y[done], &verdict[done]);
+      open = 0;
+      for (size_t j = 0; j < y.size(); ++j) {
+        double expected = 0;
+        const bool accepted =
+            hat->Attempt(uv[2 * j] * hat->p4, uv[2 * j + 1], log_ratio, &expected);
+        if (verdict[j] == 2.0) {
+          ++open;
+        } else {
+          ASSERT_EQ(verdict[j], accepted ? 1.0 : 0.0) << mu << " " << j;
+          ASSERT_EQ(y[j], accepted ? expected : 0.0) << mu << " " << j;
+        }
+      }
+    });
+    // The tails, an eighth of the hat at the switch and less above, are nearly all that is left
+    // open.
+    EXPECT_LT(open, 0.15 * uv.size() / 2) << mu;
+  }
+}
+
+// PTPE at mean 500 gives what its hat gives drawn one candidate after another from a source of
+// uniforms, and leaves the stream where that walk leaves it, for counts whose blocks of uniforms
+// end in the middle of a candidate.
+TEST(IntegerLaws, PtpeWalksTheCandidatesInOrder) {
+  using oxl::vrs::dist::TpeHat;
+  constexpr double kMu = 500.0;
+  auto hat = std::make_unique<TpeHat>();
+  hat->Set(kMu, kMu, 1.0, std::floor(2.195 * __vrsdSqrt(kMu) - 2.2) + 0.5,
+           0.133 + 8.56 / (6.83 + kMu));
+  hat->top = 2147483647.0;
+  const double ln_mu = __vrsdLn(kMu);
+  const double ln_mode = ln_factorial(500);
+  const auto log_ratio = [&](double y) {
+    return (y - hat->m) * ln_mu - ln_factorial(static_cast<int64_t>(y)) + ln_mode;
+  };
+  hat->Tabulate(log_ratio);
+  for (const int32_t n : {1, 7, 1003, 4001}) {
+    StreamGuard a(OXL_BRNG_MT19937, {3});
+    StreamGuard b(a);
+    std::vector<int32_t> got(n);
+    ASSERT_EQ(_vrsiRngPoisson(OXL_RNG_POISSON_PTPE, a.s, n, got.data(), kMu), 0);
+    {
+      oxl::vrs::dist::UniformSource<double> src(b.s, 5 * static_cast<int64_t>(n) / 2);
+      for (int32_t i = 0; i < n; ++i) {
+        ASSERT_EQ(got[i], static_cast<int32_t>(hat->Draw(src, log_ratio))) << n << " " << i;
+      }
+    }
+    EXPECT_EQ(a.Words(4), b.Words(4)) << n;
+  }
 }
 
 // A kept set-up gives the numbers that a fresh one gives: a stream that goes first, second, first
