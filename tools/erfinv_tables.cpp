@@ -6,6 +6,11 @@
 //                          26, t up to 6.625, so q down to 2^-63), s erfcinv(q) = P_k(t - k/4),
 //                          a row of kTailRow doubles: P_k(0) in two parts, then the coefficients
 //                          of u^1 to u^kTailDegree.
+// The EP kernels have no split at q = 1/2: with w = -ln(1 - a^2), s erfinv(a) = a P(w - kEpMid)
+// for w up to kEpWideMin (a up to 0.9966), P of degree kEpCentralDegree; beyond, four tail pieces
+// between the bounds kEpBounds in t, each a polynomial in u = t - (its midpoint) of degree
+// kEpTailDegree, written coefficient by coefficient with a row of eight lanes (four pieces and
+// padding) so that a vector register permute picks a lane's piece.
 // The points come from the result side: the central grid takes x and a = erf(x), the tail grid
 // takes t and solves erfc(x) = exp(-t^2) by Newton's method on ln erfc, so no step inverts a
 // function in double. Values from MPFR at 256 bits; fits by Lawson's iteration on the relative
@@ -14,6 +19,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <iterator>
 #include <vector>
 
 #include "lawson_fit.h"
@@ -27,6 +33,13 @@ constexpr int kTailRow = 16;
 constexpr int kFirstPiece = 3, kLastPiece = 26;
 constexpr int kGridPoints = 240;
 constexpr int kRounds = 30;
+constexpr int kEpCentralDegree = 11;
+constexpr double kEpWideMin = 5, kEpMid = 2.5;
+constexpr int kEpTailDegree = 6;
+constexpr int kEpLanes = 8;
+// Piece k spans [kEpBounds[k], kEpBounds[k + 1]]; t >= 2.3856 where w >= 5, and t <= 6.556 at
+// q = 2^-62.
+constexpr double kEpBounds[] = {2.38, 2.9, 3.6, 4.6, 6.6};
 
 // x with erfc(x) = exp(-t^2) for t >= 0.8: Newton on g(x) = ln erfc(x) + t^2, decreasing and
 // concave, from x = t above the root.
@@ -102,29 +115,121 @@ double Node(double lo, double hi, int k, int n) {
   return 0.5 * (lo + hi) - 0.5 * (hi - lo) * std::cos(M_PI * k / (n - 1));
 }
 
+// Central samples: v = a^2, f = s x / a with a = erf(x), x up to erfinv(1/2) = 0.4769...; and
+// c0 = s sqrt(pi) / 2, the limit at a = 0.
+Samples CentralSamples(mpfr_srcptr scale, mpfr_ptr c0) {
+  Samples s(kGridPoints);
+  Mp a;
+  for (int k = 0; k < kGridPoints; ++k) {
+    const double x = Node(1e-3, 0.47693627620446987, k, kGridPoints);
+    mpfr_set_d(a.v, x, MPFR_RNDN);
+    mpfr_erf(a.v, a.v, MPFR_RNDN);
+    mpfr_sqr(s.v[k].v, a.v, MPFR_RNDN);
+    mpfr_mul_d(s.f[k].v, scale, x, MPFR_RNDN);
+    mpfr_div(s.f[k].v, s.f[k].v, a.v, MPFR_RNDN);
+  }
+  mpfr_const_pi(c0, MPFR_RNDN);
+  mpfr_sqrt(c0, c0, MPFR_RNDN);
+  mpfr_div_2ui(c0, c0, 1, MPFR_RNDN);
+  mpfr_mul(c0, c0, scale, MPFR_RNDN);
+  return s;
+}
+
+// Tail samples on t in [lo_t, hi_t]: v = t - center, f = s x with erfc(x) = exp(-t^2); and p0 the
+// value at the center.
+Samples TailSamples(mpfr_srcptr scale, double lo_t, double hi_t, double center, mpfr_ptr p0) {
+  Samples s(kGridPoints);
+  Mp t, x;
+  for (int k = 0; k < kGridPoints; ++k) {
+    const double tv = Node(lo_t, hi_t, k, kGridPoints);
+    mpfr_set_d(t.v, tv, MPFR_RNDN);
+    ErfcInverseOfExp(x.v, t.v);
+    mpfr_set_d(s.v[k].v, tv - center, MPFR_RNDN);
+    mpfr_mul(s.f[k].v, x.v, scale, MPFR_RNDN);
+  }
+  mpfr_set_d(t.v, center, MPFR_RNDN);
+  ErfcInverseOfExp(p0, t.v);
+  mpfr_mul(p0, p0, scale, MPFR_RNDN);
+  return s;
+}
+
+// The EP central samples: v = w - kEpMid, f = s x / a with a = erf(x), for w = -ln(1 - a^2) from
+// 0 to a little beyond kEpWideMin (x = 1e-3 stands for 0, where f tends to s sqrt(pi) / 2); the x
+// for each Chebyshev node of w by Newton's method in double, a and w then exact from x. c0 is the
+// value at w = kEpMid.
+Samples WideSamples(mpfr_srcptr scale, mpfr_ptr c0) {
+  const auto x_of_w = [](double w) {
+    const double a = std::sqrt(-std::expm1(-w));
+    // From 0, below the root of the increasing concave erf(x) - a, the steps stay below it.
+    double x = 0;
+    for (int k = 0; k < 60; ++k) x -= (std::erf(x) - a) / (M_2_SQRTPI * std::exp(-x * x));
+    return x;
+  };
+  Samples s(kGridPoints);
+  Mp a, w;
+  for (int k = 0; k < kGridPoints; ++k) {
+    const double x = k == 0 ? 1e-3 : x_of_w(Node(0, kEpWideMin + 0.05, k, kGridPoints));
+    mpfr_set_d(a.v, x, MPFR_RNDN);
+    mpfr_erf(a.v, a.v, MPFR_RNDN);
+    mpfr_sqr(w.v, a.v, MPFR_RNDN);
+    mpfr_ui_sub(w.v, 1, w.v, MPFR_RNDN);
+    mpfr_log(w.v, w.v, MPFR_RNDN);
+    mpfr_neg(w.v, w.v, MPFR_RNDN);
+    mpfr_sub_d(s.v[k].v, w.v, kEpMid, MPFR_RNDN);
+    mpfr_mul_d(s.f[k].v, scale, x, MPFR_RNDN);
+    mpfr_div(s.f[k].v, s.f[k].v, a.v, MPFR_RNDN);
+  }
+  const double x_mid = x_of_w(kEpMid);
+  Mp f;
+  mpfr_set_d(a.v, x_mid, MPFR_RNDN);
+  mpfr_erf(a.v, a.v, MPFR_RNDN);
+  // The node nearest kEpMid is not exactly there: c0 comes from the fit's value at v = 0, taken
+  // as s x / a at the x whose w is within a few ulps of kEpMid.
+  mpfr_mul_d(f.v, scale, x_mid, MPFR_RNDN);
+  mpfr_div(c0, f.v, a.v, MPFR_RNDN);
+  return s;
+}
+
+// The EP polynomials (see the head of the file).
+void WriteEp(FILE* out, mpfr_srcptr scale, const char* suffix) {
+  char name[64], what[64];
+  Mp c0;
+  {
+    const Samples s = WideSamples(scale, c0.v);
+    std::snprintf(what, sizeof what, "EP central%s", suffix);
+    std::vector<double> c = Fit(s, c0.v, kEpCentralDegree, what);
+    c.insert(c.begin(), mpfr_get_d(c0.v, MPFR_RNDN));
+    std::snprintf(name, sizeof name, "kCentralEp%s", suffix);
+    PrintDoubleArray(out, name, c);
+  }
+  std::vector<double> centers(kEpLanes, 0.0);
+  std::vector<double> rows((kEpTailDegree + 1) * kEpLanes, 0.0);
+  for (int piece = 0; piece + 1 < static_cast<int>(std::size(kEpBounds)); ++piece) {
+    const double lo_t = kEpBounds[piece], hi_t = kEpBounds[piece + 1];
+    const double center = 0.5 * (lo_t + hi_t);
+    Mp p0;
+    const Samples s = TailSamples(scale, lo_t, hi_t, center, p0.v);
+    std::snprintf(what, sizeof what, "EP tail%s piece %d", suffix, piece);
+    const std::vector<double> c = Fit(s, p0.v, kEpTailDegree, what);
+    centers[piece] = center;
+    rows[piece] = mpfr_get_d(p0.v, MPFR_RNDN);
+    for (int i = 0; i < kEpTailDegree; ++i) rows[(i + 1) * kEpLanes + piece] = c[i];
+  }
+  std::snprintf(name, sizeof name, "kTailEpCenter%s", suffix);
+  PrintDoubleArray(out, name, centers);
+  std::snprintf(name, sizeof name, "kTailEp%s", suffix);
+  PrintDoubleArray(out, name, rows);
+}
+
 void Write(FILE* out, bool cdf) {
   const char* suffix = cdf ? "Cdf" : "";
   Mp scale;
   mpfr_set_ui(scale.v, cdf ? 2 : 1, MPFR_RNDN);
   mpfr_sqrt(scale.v, scale.v, MPFR_RNDN);
 
-  // Central: v = a^2, f = s x / a with a = erf(x), x up to erfinv(1/2) = 0.4769...
   {
-    Samples s(kGridPoints);
-    Mp a;
-    for (int k = 0; k < kGridPoints; ++k) {
-      const double x = Node(1e-3, 0.47693627620446987, k, kGridPoints);
-      mpfr_set_d(a.v, x, MPFR_RNDN);
-      mpfr_erf(a.v, a.v, MPFR_RNDN);
-      mpfr_sqr(s.v[k].v, a.v, MPFR_RNDN);
-      mpfr_mul_d(s.f[k].v, scale.v, x, MPFR_RNDN);
-      mpfr_div(s.f[k].v, s.f[k].v, a.v, MPFR_RNDN);
-    }
     Mp c0;
-    mpfr_const_pi(c0.v, MPFR_RNDN);
-    mpfr_sqrt(c0.v, c0.v, MPFR_RNDN);
-    mpfr_div_2ui(c0.v, c0.v, 1, MPFR_RNDN);
-    mpfr_mul(c0.v, c0.v, scale.v, MPFR_RNDN);
+    const Samples s = CentralSamples(scale.v, c0.v);
     double hi, lo;
     Split(c0.v, &hi, &lo);
     std::vector<double> c = Fit(s, c0.v, kCentralDegree, cdf ? "central (cdf)" : "central");
@@ -143,19 +248,8 @@ void Write(FILE* out, bool cdf) {
     // The first piece starts where the tail does, at q = 1/2.
     const double lo_t = piece == kFirstPiece ? 0.8325 : center - 0.125;
     const double hi_t = center + 0.125;
-    Samples s(kGridPoints);
-    Mp t, x;
-    for (int k = 0; k < kGridPoints; ++k) {
-      const double tv = Node(lo_t, hi_t, k, kGridPoints);
-      mpfr_set_d(t.v, tv, MPFR_RNDN);
-      ErfcInverseOfExp(x.v, t.v);
-      mpfr_set_d(s.v[k].v, tv - center, MPFR_RNDN);
-      mpfr_mul(s.f[k].v, x.v, scale.v, MPFR_RNDN);
-    }
     Mp p0;
-    mpfr_set_d(t.v, center, MPFR_RNDN);
-    ErfcInverseOfExp(p0.v, t.v);
-    mpfr_mul(p0.v, p0.v, scale.v, MPFR_RNDN);
+    const Samples s = TailSamples(scale.v, lo_t, hi_t, center, p0.v);
     char what[64];
     std::snprintf(what, sizeof what, "tail%s piece %d", cdf ? " (cdf)" : "", piece);
     const std::vector<double> c = Fit(s, p0.v, kTailDegree, what);
@@ -169,6 +263,7 @@ void Write(FILE* out, bool cdf) {
   char name[64];
   std::snprintf(name, sizeof name, "kTail%s", suffix);
   PrintDoubleArray(out, name, rows);
+  WriteEp(out, scale.v, suffix);
 }
 
 }  // namespace
@@ -183,6 +278,16 @@ int main(int argc, char** argv) {
   std::fprintf(out, "inline constexpr int kTailDegree = %d;\n", kTailDegree);
   std::fprintf(out, "inline constexpr int kFirstPiece = %d;\n", kFirstPiece);
   std::fprintf(out, "inline constexpr int kLastPiece = %d;\n", kLastPiece);
+  std::fprintf(out, "inline constexpr double kEpMid = %s;\n", Literal(kEpMid).c_str());
+  // The q where w = kEpWideMin: 1 - a^2 = q (2 - q) = exp(-kEpWideMin).
+  const double wide_q = -std::expm1(0.5 * std::log1p(-std::exp(-kEpWideMin)));
+  std::fprintf(out, "inline constexpr double kEpWideQ = %s;\n", Literal(wide_q).c_str());
+  std::fprintf(out, "inline constexpr int kEpTailDegree = %d;\n", kEpTailDegree);
+  std::fprintf(out, "inline constexpr int kEpLanes = %d;\n", kEpLanes);
+  std::fprintf(out, "inline constexpr double kEpBounds[%zu] = {", std::size(kEpBounds));
+  for (size_t i = 0; i < std::size(kEpBounds); ++i)
+    std::fprintf(out, "%s%s", i ? ", " : "", Literal(kEpBounds[i]).c_str());
+  std::fprintf(out, "};\n");
   Write(out, false);
   Write(out, true);
   return std::fclose(out) == 0 ? 0 : 1;

@@ -15,6 +15,14 @@
 // residual t_lo = (-ln q - t^2) / 2t, and P_k(0) is stored in two parts, so that the result is
 // P_k(0) plus a small sum of rounded terms. The tail runs only in blocks that hold a tail lane.
 //
+// EP has no split at q = 1/2 and no compensation. With w = -ln(1 - a^2) (Giles's variable, from
+// the quotient logarithm at EP, 2^-31), s erfinv(a) = a P(w - 5/2) for w <= 5, |a| <= 0.9966,
+// P of degree 11: one logarithm and one polynomial for all but one uniform lane in three hundred.
+// Beyond, in a branch that such lanes take, t = sqrt(-ln q) and one of four polynomials of degree
+// 6 in u = t - (the piece's midpoint), picked by comparing t with the piece bounds and read by a
+// register permute rather than a gather. Each polynomial is within 2^-30.8 of the result, so the
+// level's 26 bits hold with margin.
+//
 // Rare lanes: q below 2^-62 (denormals included), q <= 0 (the poles and the arguments outside the
 // domain), infinities and NaNs. The scalar routines give them as the element loops do.
 
@@ -25,6 +33,9 @@
 #define OXL_VEK_KERNELS_ERFINV_INL_H_
 #endif
 
+#include <array>
+#include <iterator>
+#include <type_traits>
 #include <utility>
 
 #include "simd/fma-inl.h"
@@ -44,6 +55,32 @@ namespace erfinv_detail {
 
 // The least q of the tail pieces' reach with some margin: t = 6.556 lies in the last piece.
 constexpr double kTailMin = 0x1p-62;
+
+// The working quantities (a, q) of each function, as the head of the file gives them.
+template <InverseErfFunction kFunc, class D, class V = hn::VFromD<D>>
+HWY_INLINE std::pair<V, V> Working(D d, V x) {
+  const V one = hn::Set(d, hn::TFromD<D>(1));
+  if constexpr (kFunc == InverseErfFunction::kErfInv) {
+    return {x, hn::Sub(one, hn::Abs(x))};
+  } else if constexpr (kFunc == InverseErfFunction::kErfcInv) {
+    return {hn::Sub(one, x), hn::Min(x, hn::Sub(hn::Set(d, hn::TFromD<D>(2)), x))};
+  } else {
+    const V low = hn::Min(x, hn::Sub(one, x));
+    return {hn::Sub(hn::Add(x, x), one), hn::Add(low, low)};
+  }
+}
+
+// Not(q >= min) also holds for NaN.
+template <class D, class V = hn::VFromD<D>>
+HWY_INLINE hn::Mask<D> RareOf(D d, V q) {
+  return hn::Not(hn::Ge(q, hn::Set(d, static_cast<hn::TFromD<D>>(kTailMin))));
+}
+
+template <class T, InverseErfFunction kFunc>
+constexpr const char* kName = kFunc == InverseErfFunction::kErfInv ? OXL_VEK_REAL_NAME(T, ErfInv)
+                              : kFunc == InverseErfFunction::kErfcInv
+                                  ? OXL_VEK_REAL_NAME(T, ErfcInv)
+                                  : OXL_VEK_REAL_NAME(T, CdfNormInv);
 
 template <class D, class V, size_t... K>
 HWY_INLINE V CentralSum(D d, V r, const double* c, std::index_sequence<K...>) {
@@ -89,33 +126,65 @@ HWY_INLINE V Tail(D d, const log_detail::RcpTables<double, LogLevel::kHA>& log_t
   return hn::Add(p0_hi, Fma(d, u, c1, rest));
 }
 
+// Lane i of the row's entry number piece[i] (0 to 3): a register permute where a vector holds
+// four lanes or more (rows are padded to eight), a read of the array on the one-lane target.
+template <class D, class VI>
+class FourWay {
+ public:
+  FourWay(D d, VI piece) : piece_(piece) {
+    if constexpr (hn::MaxLanes(D()) >= 4) indices_ = hn::IndicesFromVec(d, piece);
+  }
+  HWY_INLINE hn::VFromD<D> operator()(D d, const double* row) const {
+    if constexpr (hn::MaxLanes(D()) >= 4) {
+      return hn::TableLookupLanes(hn::LoadU(d, row), indices_);
+    } else {
+      return hn::GatherIndex(d, row, piece_);
+    }
+  }
+
+ private:
+  VI piece_;
+  std::conditional_t<(hn::MaxLanes(D()) >= 4), decltype(hn::IndicesFromVec(D(), VI())), int>
+      indices_{};
+};
+
+// The EP tail, s erfcinv(q) for q in [2^-62, 1/2] (others clamped there).
+template <class D, class V = hn::VFromD<D>>
+HWY_INLINE V TailEp(D d, const double* centers, const double* rows, V q) {
+  namespace et = vek::erfinv_tables;
+  const hn::RebindToSigned<D> di;
+  V qc = hn::Min(hn::Max(q, hn::Set(d, kTailMin)), hn::Set(d, 0.5));
+  V ln;
+  hn::Mask<D> unused;
+  LogQuotientBody<double, LogFunction::kLn, LogLevel::kEP>{}(d, &qc, &ln, &unused);
+  const V t = hn::Sqrt(hn::Neg(ln));
+  // The piece: how many inner bounds t reaches (a true mask is -1 as an integer).
+  auto minus_piece = hn::Zero(di);
+  for (int k = 1; k + 1 < static_cast<int>(std::size(et::kEpBounds)); ++k) {
+    const V reached = hn::VecFromMask(d, hn::Ge(t, hn::Set(d, et::kEpBounds[k])));
+    minus_piece = hn::Add(minus_piece, hn::BitCast(di, reached));
+  }
+  const FourWay<D, hn::VFromD<decltype(di)>> pick(d, hn::Neg(minus_piece));
+  const V u = hn::Sub(t, pick(d, centers));
+  std::array<V, et::kEpTailDegree + 1> c;
+  for (size_t i = 0; i < c.size(); ++i) c[i] = pick(d, rows + i * et::kEpLanes);
+  return simd_detail::EstrinPairs(d, u, hn::Mul(u, u), c,
+                                  std::make_index_sequence<(c.size() + 1) / 2>());
+}
+
 }  // namespace erfinv_detail
 
 template <InverseErfFunction kFunc>
 struct ErfInvBody : UnaryRealBody<double> {
+  static constexpr InverseErfFunction kFunction = kFunc;
   static constexpr bool kCdf = kFunc == InverseErfFunction::kCdfNormInv;
-  const char* name = kFunc == InverseErfFunction::kErfInv    ? vek::names::dErfInv
-                     : kFunc == InverseErfFunction::kErfcInv ? vek::names::dErfcInv
-                                                             : vek::names::dCdfNormInv;
+  const char* name = erfinv_detail::kName<double, kFunc>;
   log_detail::RcpTables<double, LogLevel::kHA> log_tables;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     namespace et = vek::erfinv_tables;
-    const V x = in[0];
-    const V one = hn::Set(d, 1.0);
-    V a, q;
-    if constexpr (kFunc == InverseErfFunction::kErfInv) {
-      a = x;
-      q = hn::Sub(one, hn::Abs(x));
-    } else if constexpr (kFunc == InverseErfFunction::kErfcInv) {
-      a = hn::Sub(one, x);
-      q = hn::Min(x, hn::Sub(hn::Set(d, 2.0), x));
-    } else {
-      a = hn::Sub(hn::Add(x, x), one);
-      const V low = hn::Min(x, hn::Sub(one, x));
-      q = hn::Add(low, low);
-    }
+    const auto [a, q] = erfinv_detail::Working<kFunc>(d, in[0]);
     // On |a|, so that a zero gives +0 (the constant term is negative) and takes a's sign below.
     const V m = hn::Abs(a);
     const V r = hn::Mul(m, m);
@@ -130,37 +199,64 @@ struct ErfInvBody : UnaryRealBody<double> {
       result = hn::IfThenElse(is_central, result, tail);
     }
     out[0] = hn::CopySign(result, a);
-    // Not(q >= min) also holds for NaN.
-    rare[0] = hn::Not(hn::Ge(q, hn::Set(d, erfinv_detail::kTailMin)));
+    rare[0] = erfinv_detail::RareOf(d, q);
   }
 
   static int32_t Rare(const double* a, double* r) { return vek::InverseErfRare<kFunc>(a, r); }
 };
 
-// The float kernels run the double body on each half of the vector, widened, and round its result
-// once to float. Their rare lanes are the double body's, on the float argument.
 template <InverseErfFunction kFunc>
+struct ErfInvEpBody : UnaryRealBody<double> {
+  static constexpr InverseErfFunction kFunction = kFunc;
+  static constexpr bool kCdf = kFunc == InverseErfFunction::kCdfNormInv;
+  const char* name = erfinv_detail::kName<double, kFunc>;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    namespace et = vek::erfinv_tables;
+    const auto [a, q] = erfinv_detail::Working<kFunc>(d, in[0]);
+    // 1 - a^2 from q, which is exact wherever a is not small (and where a is small, w's absolute
+    // error of an ulp of 1 moves P by far less than its last place).
+    V v = hn::Mul(q, hn::Sub(hn::Set(d, 2.0), q));
+    V ln;
+    M unused;
+    LogQuotientBody<double, LogFunction::kLn, LogLevel::kEP>{}(d, &v, &ln, &unused);
+    const V w = hn::Neg(ln);
+    const V central =
+        hn::Mul(hn::Abs(a),
+                erfinv_detail::CentralSum(d, hn::Sub(w, hn::Set(d, et::kEpMid)),
+                                          kCdf ? et::kCentralEpCdf : et::kCentralEp,
+                                          std::make_index_sequence<std::size(et::kCentralEp)>()));
+    // Lanes beyond the central polynomial (|a| > 0.9966, one uniform lane in three hundred; rare
+    // lanes too, whose results the rare routine replaces). Told by q, known long before w, so
+    // that the branch does not wait for the logarithm and the template's steps still overlap.
+    const M wide = hn::Lt(q, hn::Set(d, et::kEpWideQ));
+    V result = central;
+    if (!hn::AllFalse(d, wide)) [[unlikely]] {
+      const V tail = erfinv_detail::TailEp(d, kCdf ? et::kTailEpCenterCdf : et::kTailEpCenter,
+                                           kCdf ? et::kTailEpCdf : et::kTailEp, q);
+      result = hn::IfThenElse(wide, tail, central);
+    }
+    out[0] = hn::CopySign(result, a);
+    rare[0] = erfinv_detail::RareOf(d, q);
+  }
+
+  static int32_t Rare(const double* a, double* r) { return vek::InverseErfRare<kFunc>(a, r); }
+};
+
+// The float kernels run a double body (HA for HA, EP for LA and EP: its 2^-29 is far below a
+// float's half unit) on each half of the vector, widened, and round its result once to float.
+// Their rare lanes are the double body's, on the float argument.
+template <class Wide>
 struct ErfInvFloatBody : UnaryRealBody<float> {
-  const char* name = kFunc == InverseErfFunction::kErfInv    ? vek::names::sErfInv
-                     : kFunc == InverseErfFunction::kErfcInv ? vek::names::sErfcInv
-                                                             : vek::names::sCdfNormInv;
-  ErfInvBody<kFunc> wide;
+  static constexpr InverseErfFunction kFunc = Wide::kFunction;
+  const char* name = erfinv_detail::kName<float, kFunc>;
+  Wide wide;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     RunWidened<1>(wide, d, in, out);
-    const V x = in[0];
-    const V one = hn::Set(d, 1.0f);
-    V q;
-    if constexpr (kFunc == InverseErfFunction::kErfInv) {
-      q = hn::Sub(one, hn::Abs(x));
-    } else if constexpr (kFunc == InverseErfFunction::kErfcInv) {
-      q = hn::Min(x, hn::Sub(hn::Set(d, 2.0f), x));
-    } else {
-      const V m = hn::Min(x, hn::Sub(one, x));
-      q = hn::Add(m, m);
-    }
-    rare[0] = hn::Not(hn::Ge(q, hn::Set(d, static_cast<float>(erfinv_detail::kTailMin))));
+    rare[0] = erfinv_detail::RareOf(d, erfinv_detail::Working<kFunc>(d, in[0]).second);
   }
 
   static int32_t Rare(const float* a, float* r) { return vek::InverseErfRare<kFunc>(a, r); }

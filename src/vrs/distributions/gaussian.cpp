@@ -174,13 +174,15 @@ int32_t BoxMuller2(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
   return status;
 }
 
+// A block of uniforms on [-1, 1), erfinv and the affine map while the block is in the first cache
+// level.
 template <class T>
 int32_t Icdf(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
-  const int32_t status = Uniform(s, n, r, T(-1), T(1));
-  if (status < 0) return status;
-  Vm<T>::ErfInv(n, r);
-  PassesFor<T>().affine(r, n, sigma * Constants<T>::kSqrt2, a);
-  return status;
+  const T scale = sigma * Constants<T>::kSqrt2;
+  return Blocked(s, n, r, T(-1), T(1), [&](int32_t m, T* x) {
+    Vm<T>::ErfInv(m, x);
+    PassesFor<T>().affine(x, m, scale, a);
+  });
 }
 
 template <class T>
