@@ -145,12 +145,23 @@ bool BracketQuantiles(const Job<T>& job, int64_t n, Select select, T* result) {
   return true;
 }
 
+// The quantiles of n sorted values at s (stride).
+template <class T>
+void QuantilesOfSorted(const Job<T>& job, const T* s, int64_t stride, int64_t n, T* result) {
+  for (int64_t q = 0; q < job.count; ++q) {
+    const Place at = PlaceOf(n, static_cast<double>(job.orders[q]));
+    result[q] = Between(s[at.i * stride], s[at.j * stride], at.f);
+  }
+}
+
 template <class T>
 int32_t Dimension(int64_t item, int32_t thread, void* /*reserved*/, void* context) {
   const Job<T>& job = *static_cast<const Job<T>*>(context);
   const int64_t d = job.dims[item], n = job.n;
   T* scratch = job.scratch + thread * job.scratch_stride;
   T* result = job.quantiles == nullptr ? nullptr : job.quantiles + d * job.count;
+  int64_t x_stride = job.rows ? 1 : job.p;
+  const T* src = job.x + (job.rows ? d * n : d);
   if (job.keys != nullptr) {
     auto* keys = job.keys + item * n;
     const auto select = [&](const int64_t* ranks, int count, T* values) {
@@ -158,46 +169,26 @@ int32_t Dimension(int64_t item, int32_t thread, void* /*reserved*/, void* contex
                             values);
     };
     if (BracketQuantiles(job, n, select, result)) return 0;
-    // A missed bracket: the values are sorted where their keys were.
+    // A missed bracket: the keys, turned back into the values, take the ways below.
     ValuesOfKeys(keys, n);
-    T* values = reinterpret_cast<T*>(keys);
-    if (n <= INT32_MAX) {
-      Sorts<T>::Radix(values, scratch, static_cast<int32_t>(n));
-      for (int64_t q = 0; q < job.count; ++q) {
-        const Place at = PlaceOf(n, static_cast<double>(job.orders[q]));
-        result[q] = Between(values[at.i], values[at.j], at.f);
-      }
-    } else {
-      for (int64_t q = 0; q < job.count; ++q) {
-        result[q] = SelectQuantile(n, values, double(job.orders[q]));
-      }
-    }
-    return 0;
-  }
-  const int64_t x_stride = job.rows ? 1 : job.p;
-  const T* src = job.x + (job.rows ? d * n : d);
-  if (job.sorted != nullptr) {
+    src = reinterpret_cast<const T*>(keys);
+    x_stride = 1;
+  } else if (job.sorted != nullptr) {
     const int64_t stride = job.sorted_rows ? 1 : job.p;
     T* s = job.sorted + (job.sorted_rows ? d * n : d);
     SortedCopy(src, x_stride, s, stride, n, scratch);
-    if (job.orders == nullptr) return 0;
-    for (int64_t q = 0; q < job.count; ++q) {
-      const Place at = PlaceOf(n, static_cast<double>(job.orders[q]));
-      result[q] = Between(s[at.i * stride], s[at.j * stride], at.f);
-    }
+    if (job.orders != nullptr) QuantilesOfSorted(job, s, stride, n, result);
     return 0;
+  } else {
+    const auto select = [&](const int64_t* ranks, int count, T* values) {
+      return SelectRanks(src, x_stride, n, ranks, count, scratch, values);
+    };
+    if (BracketQuantiles(job, n, select, result)) return 0;
   }
-  const auto select = [&](const int64_t* ranks, int count, T* values) {
-    return SelectRanks(src, x_stride, n, ranks, count, scratch, values);
-  };
-  if (BracketQuantiles(job, n, select, result)) return 0;
   if (job.count >= kSortFromOrders && n <= INT32_MAX) {
     // Several orders: one radix sort of a copy costs less than their selections.
     SortedCopy(src, x_stride, scratch, 1, n, scratch + n);
-    for (int64_t q = 0; q < job.count; ++q) {
-      const Place at = PlaceOf(n, static_cast<double>(job.orders[q]));
-      result[q] = Between(scratch[at.i], scratch[at.j], at.f);
-    }
+    QuantilesOfSorted(job, scratch, 1, n, result);
     return 0;
   }
   for (int64_t k = 0; k < n; ++k) scratch[k] = src[k * x_stride];
