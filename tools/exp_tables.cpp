@@ -57,34 +57,40 @@ void Table(FILE* out, const char* type, const char* name, int n) {
   }
 }
 
-// The polynomial of the double kernels: 1 + r (c0 + c1 r + ... + c6 r^6) close to e^r in
-// relative error on |r| <= ln 2 / 16 (a hair more, for the rounding of the reduced argument), the
-// range that the reduction to the nearest multiple of ln 2 / 8 leaves. Lawson's iteration (least
-// squares on a fine grid, each point's weight multiplied by its error after every round) tends to
-// the minimax polynomial; the coefficients are then rounded to double, and the comment written
-// with them gives the error of the rounded polynomial, measured on a finer grid.
-constexpr int kTerms = 7;
+// The polynomials of the double kernels, close to e^r in relative error on |r| <= ln 2 / M (a
+// hair more, for the rounding of the reduced argument):
+//   M = 16, the range that the reduction to the nearest multiple of ln 2 / 8 leaves:
+//     1 + r (c0 + c1 r + ... + c6 r^6), for the table kernels;
+//   M = 2, the range that the reduction to the nearest multiple of ln 2 leaves:
+//     1 + r + r^2 (c0 + c1 r + ... + c9 r^9), for the kernel without a table.
+// Lawson's iteration (least squares on a fine grid, each point's weight multiplied by its error
+// after every round) tends to the minimax polynomial; the coefficients are then rounded to double,
+// and the comment written with them gives the error of the rounded polynomial, measured on a
+// finer grid.
+struct PolyShape {
+  const char* name;
+  int range_divisor;  // M
+  int fixed;          // terms of the Taylor series kept exactly: 1 (the 1) or 2 (1 + r)
+  int terms;          // fitted coefficients, of r^fixed upwards
+};
 constexpr int kGrid = 400;
 
-// Relative error (1 + r P(r) - e^r) / e^r of coefficients c at r.
-void RelativeError(const std::vector<double>& c, mpfr_srcptr r, mpfr_ptr out) {
-  Mp p, e;
-  mpfr_set_d(p.v, c[kTerms - 1], MPFR_RNDN);
-  for (int i = kTerms - 2; i >= 0; --i) {
-    mpfr_mul(p.v, p.v, r, MPFR_RNDN);
-    mpfr_add_d(p.v, p.v, c[i], MPFR_RNDN);
+// The polynomial's value at r: its fixed terms and the fitted ones.
+void Evaluate(const PolyShape& shape, const std::vector<double>& c, mpfr_srcptr r, mpfr_ptr p) {
+  mpfr_set_d(p, c[shape.terms - 1], MPFR_RNDN);
+  for (int i = shape.terms - 2; i >= 0; --i) {
+    mpfr_mul(p, p, r, MPFR_RNDN);
+    mpfr_add_d(p, p, c[i], MPFR_RNDN);
   }
-  mpfr_mul(p.v, p.v, r, MPFR_RNDN);
-  mpfr_add_ui(p.v, p.v, 1, MPFR_RNDN);
-  mpfr_exp(e.v, r, MPFR_RNDN);
-  mpfr_sub(p.v, p.v, e.v, MPFR_RNDN);
-  mpfr_div(out, p.v, e.v, MPFR_RNDN);
+  for (int i = 0; i < shape.fixed; ++i) mpfr_mul(p, p, r, MPFR_RNDN);
+  if (shape.fixed == 2) mpfr_add(p, p, r, MPFR_RNDN);
+  mpfr_add_ui(p, p, 1, MPFR_RNDN);
 }
 
-void Polynomial(FILE* out) {
-  Mp h, r, e, t;
+void Polynomial(FILE* out, const PolyShape& shape) {
+  Mp h, r, e, t, p;
   mpfr_const_log2(h.v, MPFR_RNDN);
-  mpfr_div_ui(h.v, h.v, 16, MPFR_RNDN);
+  mpfr_div_ui(h.v, h.v, shape.range_divisor, MPFR_RNDN);
   mpfr_mul_d(h.v, h.v, 1.0001, MPFR_RNDN);
   std::vector<Mp> grid(kGrid);
   for (int k = 0; k < kGrid; ++k) {  // Chebyshev points of [-h, h]
@@ -93,30 +99,39 @@ void Polynomial(FILE* out) {
     mpfr_cos(t.v, t.v, MPFR_RNDN);
     mpfr_mul(grid[k].v, t.v, h.v, MPFR_RNDN);
   }
-  // The basis r^(i+1) / e^r against (e^r - 1) / e^r: the relative error of 1 + r P(r).
-  const std::vector<double> c =
-      LawsonFit(grid, kTerms, 60, [](mpfr_srcptr x, std::vector<Mp>& basis, mpfr_ptr target) {
+  // The basis r^(i+fixed) / e^r against (e^r - the fixed terms) / e^r: the relative error.
+  const std::vector<double> c = LawsonFit(
+      grid, shape.terms, 60, [&shape](mpfr_srcptr x, std::vector<Mp>& basis, mpfr_ptr target) {
         Mp e;
         mpfr_exp(e.v, x, MPFR_RNDN);
         mpfr_sub_ui(target, e.v, 1, MPFR_RNDN);
+        if (shape.fixed == 2) mpfr_sub(target, target, x, MPFR_RNDN);
         mpfr_div(target, target, e.v, MPFR_RNDN);
-        for (int i = 0; i < kTerms; ++i) {
-          mpfr_pow_ui(basis[i].v, x, i + 1, MPFR_RNDN);
+        for (int i = 0; i < shape.terms; ++i) {
+          mpfr_pow_ui(basis[i].v, x, i + shape.fixed, MPFR_RNDN);
           mpfr_div(basis[i].v, basis[i].v, e.v, MPFR_RNDN);
         }
       });
   double worst = 0;
   for (int k = -4000; k <= 4000; ++k) {
     mpfr_mul_d(r.v, h.v, k / 4000.0, MPFR_RNDN);
-    RelativeError(c, r.v, e.v);
-    worst = std::max(worst, std::fabs(mpfr_get_d(e.v, MPFR_RNDN)));
+    Evaluate(shape, c, r.v, p.v);
+    mpfr_exp(e.v, r.v, MPFR_RNDN);
+    mpfr_sub(p.v, p.v, e.v, MPFR_RNDN);
+    mpfr_div(p.v, p.v, e.v, MPFR_RNDN);
+    worst = std::max(worst, std::fabs(mpfr_get_d(p.v, MPFR_RNDN)));
   }
-  std::fprintf(
-      out,
-      "// 1 + r (c0 + c1 r + ... + c6 r^6) for e^r on |r| <= ln 2 / 16; relative error of the\n"
-      "// rounded coefficients %.1e.\n",
-      worst);
-  PrintDoubleArray(out, "kExpPolyD", c);
+  const int last = shape.terms - 1;
+  if (shape.fixed == 1) {
+    std::fprintf(out, "// 1 + r (c0 + c1 r + ... + c%d r^%d)", last, last);
+  } else {
+    std::fprintf(out, "// 1 + r + r^2 (c0 + c1 r + ... + c%d r^%d)", last, last);
+  }
+  std::fprintf(out,
+               " for e^r on |r| <= ln 2 / %d; relative error\n"
+               "// of the rounded coefficients %.1e.\n",
+               shape.range_divisor, worst);
+  PrintDoubleArray(out, shape.name, c);
 }
 
 }  // namespace
@@ -133,6 +148,7 @@ int main(int argc, char** argv) {
   Table<double>(out, "double", "kExp2J8D", 8);
   Table<double>(out, "double", "kExp2J16D", 16);
   Table<double>(out, "double", "kExp2J64D", 64);
-  Polynomial(out);
+  Polynomial(out, {"kExpPolyD", 16, 1, 7});
+  Polynomial(out, {"kExpPolyWideD", 2, 2, 10});
   return std::fclose(out) == 0 ? 0 : 1;
 }

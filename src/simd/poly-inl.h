@@ -32,6 +32,22 @@ HWY_API V Horner(D d, V x, hn::TFromD<D> c0, T... rest) {
   }
 }
 
+// The same polynomial as two Horner chains in x^2, of the even and of the odd coefficients, joined
+// by one more step: as many operations as Horner and a chain half as long. x2 is x * x.
+template <class D, class V = hn::VFromD<D>, class... T>
+HWY_API V HornerEvenOdd(D d, V x, V x2, hn::TFromD<D> c0, T... rest) {
+  using L = hn::TFromD<D>;
+  constexpr size_t kTerms = sizeof...(rest) + 1;
+  static_assert(kTerms >= 2, "two chains need two coefficients");
+  const std::array<V, kTerms> k = {hn::Set(d, c0), hn::Set(d, static_cast<L>(rest))...};
+  // The highest coefficient of each chain starts it; then down by steps of two.
+  constexpr size_t kEven = (kTerms - 1) & ~size_t{1}, kOdd = (kTerms - 2) | size_t{1};
+  V even = k[kEven], odd = k[kOdd];
+  for (size_t i = kEven; i >= 2; i -= 2) even = Fma(d, even, x2, k[i - 2]);
+  for (size_t i = kOdd; i >= 3; i -= 2) odd = Fma(d, odd, x2, k[i - 2]);
+  return Fma(d, odd, x, even);
+}
+
 namespace simd_detail {
 
 // Estrin's step over vector coefficients c (ascending) in y: pairs c_2k + c_2k+1 y, then the

@@ -195,7 +195,7 @@ struct ComplexCisBody : ComplexFuncShape<typename SinCos::In, ComplexOf<typename
 template <ExpLevel kExp, trig_detail::Level kTrig>
 struct ZExpBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
   const char* name = vek::names::zExp;
-  ExpTableBody<double, kExp> exp;
+  ExpBody<double, kExp> exp;
   TrigBody<TrigFunction::kSinCos, kTrig> sincos;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>

@@ -10,7 +10,7 @@ HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 
 void dExpHA(int n, const double* a, double* r) {
-  RunUnary(ExpTableBody<double, ExpLevel::kHA>{}, n, a, r);
+  RunUnary(ExpBody<double, ExpLevel::kHA>{}, n, a, r);
 }
 void dExpLA(int n, const double* a, double* r) {
   RunUnary(ExpTableBody<double, ExpLevel::kLA>{}, n, a, r);
