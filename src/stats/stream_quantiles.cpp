@@ -16,9 +16,11 @@
 // Dimensions are the items of the caller's for-each-item service and own their summaries; the
 // stages grow between batches on the calling thread, so every thread count gives the same bits.
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "oxl/primitives.h"
 #include "oxl/ss.h"
@@ -116,23 +118,63 @@ bool MakeStage(Stage& s, int64_t k, double e) {
   return true;
 }
 
+// The bits of a value, to choose between two without a branch: which side of a merge goes next
+// is data, and a mispredicted branch costs more than the rest of the step.
+template <class T>
+using Bits = std::conditional_t<sizeof(T) == 8, uint64_t, uint32_t>;
+
+template <class T>
+T Choose(bool second, T first_value, T second_value) {
+  const Bits<T> mask = Bits<T>{0} - static_cast<Bits<T>>(second);
+  const Bits<T> bits =
+      (std::bit_cast<Bits<T>>(first_value) & ~mask) | (std::bit_cast<Bits<T>>(second_value) & mask);
+  return std::bit_cast<T>(bits);
+}
+
+int64_t Choose(bool second, int64_t first_value, int64_t second_value) {
+  const int64_t mask = -static_cast<int64_t>(second);
+  return (first_value & ~mask) | (second_value & mask);
+}
+
+// Merges two sorted runs of n values each, equal values of a before those of b: the merge of two
+// exact summaries is exact, its ranks are the positions. The n smallest are taken from the front
+// and the n largest from the back, two chains of compares that run side by side instead of one
+// twice as long; after t steps of either, t entries are taken, so with runs of equal length
+// neither end reads outside them.
+template <class T>
+void MergeValues(const T* a, const T* b, int64_t n, T* out) {
+  int64_t i = 0, j = 0, i_back = n - 1, j_back = n - 1;
+  for (int64_t k = 0; k < n; ++k) {
+    const T va = a[i], vb = b[j];
+    const bool take_b = vb < va;
+    out[k] = Choose(take_b, va, vb);
+    i += !take_b;
+    j += take_b;
+    const T va_back = a[i_back], vb_back = b[j_back];
+    const bool take_a_back = vb_back < va_back;
+    out[2 * n - 1 - k] = Choose(take_a_back, vb_back, va_back);
+    i_back -= take_a_back;
+    j_back -= !take_a_back;
+  }
+}
+
 // Merges a and b into out: the rank bounds of an entry of one add those of its neighbours in the
 // other, the last entry before it (none: 0) to the lower bound and the first after it less one
-// (none: the other's count) to the upper. Equal values of a stand before those of b. Without
-// branches in the loop: which side goes next is data, and mispredicted it cost half the time.
+// (none: the other's count) to the upper. Equal values of a stand before those of b.
 template <class T>
 void Merge(const Summary<T>& a, const Summary<T>& b, Summary<T>& out) {
   int64_t i = 0, j = 0, k = 0, before_a = 0, before_b = 0;
   for (; i < a.size && j < b.size; ++k) {
-    const bool take_a = !(b.value[j] < a.value[i]);
+    const T va = a.value[i], vb = b.value[j];
+    const bool take_b = vb < va;
     const int64_t a_min = a.rank_min[i], b_min = b.rank_min[j];
-    out.value[k] = take_a ? a.value[i] : b.value[j];
-    out.rank_min[k] = take_a ? a_min + before_b : b_min + before_a;
+    out.value[k] = Choose(take_b, va, vb);
+    out.rank_min[k] = Choose(take_b, a_min + before_b, b_min + before_a);
     out.rank_max[k] = a.rank_max[i] + b.rank_max[j] - 1;
-    before_a = take_a ? a_min : before_a;
-    before_b = take_a ? before_b : b_min;
-    i += take_a;
-    j += !take_a;
+    before_a = Choose(take_b, a_min, before_a);
+    before_b = Choose(take_b, before_b, b_min);
+    i += !take_b;
+    j += take_b;
   }
   for (; i < a.size; ++i, ++k) {
     out.value[k] = a.value[i];
@@ -146,6 +188,13 @@ void Merge(const Summary<T>& a, const Summary<T>& b, Summary<T>& out) {
   }
   out.size = k;
   out.count = a.count + b.count;
+}
+
+// The j-th of `capacity` ranks spread evenly from 1 to `count`, the ranks a compression keeps.
+int64_t SpreadRank(int64_t count, int64_t capacity, int64_t j) {
+  if (capacity == 1) return 1;
+  return 1 + static_cast<int64_t>((count - 1) * static_cast<double>(j) /
+                                  static_cast<double>(capacity - 1));
 }
 
 // Keeps at most `capacity` entries of s in out (which may be s): for ranks spread evenly from 1
@@ -162,10 +211,7 @@ void Compress(const Summary<T>& s, int64_t capacity, Summary<T>& out) {
   }
   int64_t kept = 0, at = 0, last = -1;
   for (int64_t j = 0; j < capacity && s.size > 0; ++j) {
-    const int64_t rank = capacity == 1
-                             ? 1
-                             : 1 + static_cast<int64_t>((s.count - 1) * static_cast<double>(j) /
-                                                        static_cast<double>(capacity - 1));
+    const int64_t rank = SpreadRank(s.count, capacity, j);
     const auto miss = [&](int64_t e) {
       return std::max(rank - s.rank_min[e], s.rank_max[e] - rank);
     };
@@ -207,21 +253,49 @@ struct Work {
   T* SortScratch(int64_t b) { return values.get() + 4 * (2 * b + 1); }
 };
 
-// Sorts the full input block and carries it up the levels.
+// Sorts the full input block and carries it up the levels. Levels 0 and 1 hold one and two whole
+// blocks, exact summaries whose ranks are their positions: they are kept as values alone and
+// merged as such, and the four blocks that leave level 1 are compressed by taking the entries at
+// the kept ranks, which is what the compression of an exact summary finds.
 template <class T>
 int32_t Carry(Stage& s, Work<T>& work) {
   const int64_t b = s.blockSize;
-  Summary<T> cur = work.Buffer(0, b), merged = work.Buffer(1, b);
-  if (SortAscending(static_cast<T*>(s.values), work.SortScratch(b), b) != 0) {
-    return OXL_SS_ERROR_MEMORY;
+  T* block = static_cast<T*>(s.values);
+  if (SortAscending(block, work.SortScratch(b), b) != 0) return OXL_SS_ERROR_MEMORY;
+  T* level0 = Level<T>(s, 0).value;
+  if (s.levels[0] == 0) {
+    std::memcpy(level0, block, sizeof(T) * b);
+    s.levels[0] = b;
+    ++s.filledLevels;
+    return 0;
   }
-  std::memcpy(cur.value, s.values, sizeof(T) * b);
-  for (int64_t i = 0; i < b; ++i) cur.rank_min[i] = cur.rank_max[i] = i + 1;
-  cur.size = cur.count = b;
-  for (int64_t level = 0; level < s.levelCount; ++level) {
+  s.levels[0] = 0;
+  --s.filledLevels;
+  T* level1 = Level<T>(s, 1).value;
+  if (s.levels[1] == 0) {
+    MergeValues(level0, block, b, level1);
+    s.levels[1] = 2 * b;
+    ++s.filledLevels;
+    return 0;
+  }
+  s.levels[1] = 0;
+  --s.filledLevels;
+  Summary<T> cur = work.Buffer(0, b), merged = work.Buffer(1, b);
+  MergeValues(level0, block, b, merged.value);
+  MergeValues(level1, merged.value, 2 * b, cur.value);
+  // In place: the entry kept j-th stands at or after position j.
+  const int64_t capacity = LevelCapacity(s);
+  for (int64_t j = 0; j < capacity; ++j) {
+    const int64_t rank = SpreadRank(4 * b, capacity, j);
+    cur.value[j] = cur.value[rank - 1];
+    cur.rank_min[j] = cur.rank_max[j] = rank;
+  }
+  cur.size = capacity;
+  cur.count = 4 * b;
+  for (int64_t level = 2; level < s.levelCount; ++level) {
     Summary<T> held = Level<T>(s, level);
     if (held.size == 0) {
-      Compress(cur, LevelCapacity(s), held);
+      Compress(cur, capacity, held);
       s.levels[level] = held.size;
       ++s.filledLevels;
       return 0;
@@ -229,7 +303,7 @@ int32_t Carry(Stage& s, Work<T>& work) {
     Merge(held, cur, merged);
     s.levels[level] = 0;
     --s.filledLevels;
-    Compress(merged, LevelCapacity(s), cur);
+    Compress(merged, capacity, cur);
   }
   return OXL_SS_ERROR_MEMORY;  // not reached: a stage has a level for each carry of its blocks
 }
@@ -278,40 +352,45 @@ int32_t Answer(int64_t d, int32_t, void*, void* context) {
   DimensionState& dim = job.state[d];
   if (dim.active == 0) return 0;
   platform::CheckedSize total = 0;
-  int64_t open_max = 0;
+  int64_t open_max = 0, exact_max = 0;
   for (int64_t k = 0; k <= dim.currentPartition; ++k) {
     const Stage& s = dim.partitions[k];
     total = total + s.blockFill;
     open_max = std::max(open_max, s.blockFill);
+    exact_max = std::max({exact_max, s.blockFill, s.levels[0], s.levels[1]});
     for (int64_t l = 0; l < s.levelCount; ++l) total = total + s.levels[l];
   }
   // Values: two buffers of every entry for the rounds of merges, the open blocks' sorted copies
-  // and a sort scratch; ranks: two bounds of each.
+  // and a sort scratch; ranks: two bounds of each, and the positions 1, 2, ... that are both
+  // bounds of an exact summary (the open blocks and levels 0 and 1).
   const platform::CheckedSize values_count = platform::CheckedSize(3) * total + open_max;
   platform::Scratch<T> values;
   platform::Scratch<int64_t> ranks;
   platform::Scratch<Summary<T>> parts;
-  if (!values.Reset(values_count) || !ranks.Reset(platform::CheckedSize(6) * total) ||
+  if (!values.Reset(values_count) || !ranks.Reset(platform::CheckedSize(4) * total + exact_max) ||
       !parts.Reset(total)) {
     return OXL_SS_ERROR_MEMORY;
   }
   const int64_t t = static_cast<int64_t>(total.value());
   T* v = values.get();
   int64_t* r = ranks.get();
+  int64_t* positions = r + 4 * t;
+  for (int64_t i = 0; i < exact_max; ++i) positions[i] = i + 1;
   Summary<T>* part = parts.get();
   int64_t m = 0, opened = 0;
   for (int64_t k = 0; k <= dim.currentPartition; ++k) {
     const Stage& s = dim.partitions[k];
     for (int64_t l = 0; l < s.levelCount; ++l) {
-      if (s.levels[l] != 0) part[m++] = Level<T>(s, l);
+      if (s.levels[l] == 0) continue;
+      part[m] = Level<T>(s, l);
+      if (l < 2) part[m].rank_min = part[m].rank_max = positions;
+      ++m;
     }
     if (s.blockFill == 0) continue;
     // The open block, sorted in a copy: its ranks are exact.
-    Summary<T> open{v + 2 * t + opened, r + 4 * t + opened, r + 5 * t + opened, s.blockFill,
-                    s.blockFill};
+    Summary<T> open{v + 2 * t + opened, positions, positions, s.blockFill, s.blockFill};
     std::memcpy(open.value, s.values, sizeof(T) * s.blockFill);
     if (SortAscending(open.value, v + 3 * t, s.blockFill) != 0) return OXL_SS_ERROR_MEMORY;
-    for (int64_t i = 0; i < s.blockFill; ++i) open.rank_min[i] = open.rank_max[i] = i + 1;
     part[m++] = open;
     opened += s.blockFill;
   }
