@@ -136,28 +136,6 @@ int64_t Choose(bool second, int64_t first_value, int64_t second_value) {
   return (first_value & ~mask) | (second_value & mask);
 }
 
-// Merges two sorted runs of n values each, equal values of a before those of b: the merge of two
-// exact summaries is exact, its ranks are the positions. The n smallest are taken from the front
-// and the n largest from the back, two chains of compares that run side by side instead of one
-// twice as long; after t steps of either, t entries are taken, so with runs of equal length
-// neither end reads outside them.
-template <class T>
-void MergeValues(const T* a, const T* b, int64_t n, T* out) {
-  int64_t i = 0, j = 0, i_back = n - 1, j_back = n - 1;
-  for (int64_t k = 0; k < n; ++k) {
-    const T va = a[i], vb = b[j];
-    const bool take_b = vb < va;
-    out[k] = Choose(take_b, va, vb);
-    i += !take_b;
-    j += take_b;
-    const T va_back = a[i_back], vb_back = b[j_back];
-    const bool take_a_back = vb_back < va_back;
-    out[2 * n - 1 - k] = Choose(take_a_back, vb_back, va_back);
-    i_back -= take_a_back;
-    j_back -= !take_a_back;
-  }
-}
-
 // Merges a and b into out: the rank bounds of an entry of one add those of its neighbours in the
 // other, the last entry before it (none: 0) to the lower bound and the first after it less one
 // (none: the other's count) to the upper. Equal values of a stand before those of b.
@@ -236,58 +214,67 @@ int32_t SortAscending(T* a, T* scratch, int64_t n) {
   }
 }
 
-// Scratch of one worker: two summaries of 2 (2b + 1) entries and a sort buffer of b values.
+// Scratch of one worker: two summaries of 2 (2b + 1) entries and a sort buffer of 4b values.
 template <class T>
 struct Work {
   platform::Scratch<T> values;
   platform::Scratch<int64_t> ranks;
   bool Reset(int64_t b) {
-    const platform::CheckedSize entries = platform::CheckedSize(2) * (2 * (2 * b + 1)) + b;
-    return values.Reset(entries) && ranks.Reset(platform::CheckedSize(2) * entries);
+    const platform::CheckedSize summary = platform::CheckedSize(2) * (2 * b + 1);
+    return values.Reset(platform::CheckedSize(2) * summary + platform::CheckedSize(4) * b) &&
+           ranks.Reset(platform::CheckedSize(4) * summary);
   }
   Summary<T> Buffer(int64_t which, int64_t b) {
-    const int64_t at = which * 2 * (2 * b + 1);
-    const int64_t entries = 2 * 2 * (2 * b + 1) + b;
-    return {values.get() + at, ranks.get() + at, ranks.get() + entries + at, 0, 0};
+    const int64_t summary = 2 * (2 * b + 1);
+    int64_t* ranks_at = ranks.get() + 2 * which * summary;
+    return {values.get() + which * summary, ranks_at, ranks_at + summary, 0, 0};
   }
   T* SortScratch(int64_t b) { return values.get() + 4 * (2 * b + 1); }
 };
 
-// Sorts the full input block and carries it up the levels. Levels 0 and 1 hold one and two whole
-// blocks, exact summaries whose ranks are their positions: they are kept as values alone and
-// merged as such, and the four blocks that leave level 1 are compressed by taking the entries at
-// the kept ranks, which is what the compression of an exact summary finds.
+// Levels 0 and 1 hold one and two whole blocks: exact summaries, whose ranks are the positions
+// of their values in order. They are kept unsorted, level 1 at the start of `values`, level 0
+// after it and the open block after those, and the four blocks that leave level 1 are sorted at
+// once: one sort of 4b values costs less than four of b and the merges of their levels, and what
+// the compression of an exact summary keeps are the entries at the kept ranks. A query sorts
+// copies of the whole blocks as it does of the open block.
+int64_t WholeBlocks(const Stage& s) {
+  return (s.levels[0] != 0 ? 1 : 0) + (s.levels[1] != 0 ? 2 : 0);
+}
+
+template <class T>
+T* LevelZero(const Stage& s) {
+  return static_cast<T*>(s.values) + (s.levels[1] != 0 ? 2 * s.blockSize : 0);
+}
+
+template <class T>
+T* OpenBlock(const Stage& s) {
+  return static_cast<T*>(s.values) + WholeBlocks(s) * s.blockSize;
+}
+
+// Counts the full open block into levels 0 and 1, and the fourth block carries up the levels.
 template <class T>
 int32_t Carry(Stage& s, Work<T>& work) {
   const int64_t b = s.blockSize;
-  T* block = static_cast<T*>(s.values);
-  if (SortAscending(block, work.SortScratch(b), b) != 0) return OXL_SS_ERROR_MEMORY;
-  T* level0 = Level<T>(s, 0).value;
   if (s.levels[0] == 0) {
-    std::memcpy(level0, block, sizeof(T) * b);
     s.levels[0] = b;
     ++s.filledLevels;
     return 0;
   }
   s.levels[0] = 0;
-  --s.filledLevels;
-  T* level1 = Level<T>(s, 1).value;
   if (s.levels[1] == 0) {
-    MergeValues(level0, block, b, level1);
     s.levels[1] = 2 * b;
-    ++s.filledLevels;
     return 0;
   }
   s.levels[1] = 0;
-  --s.filledLevels;
+  s.filledLevels -= 2;
+  T* blocks = static_cast<T*>(s.values);
+  if (SortAscending(blocks, work.SortScratch(b), 4 * b) != 0) return OXL_SS_ERROR_MEMORY;
   Summary<T> cur = work.Buffer(0, b), merged = work.Buffer(1, b);
-  MergeValues(level0, block, b, merged.value);
-  MergeValues(level1, merged.value, 2 * b, cur.value);
-  // In place: the entry kept j-th stands at or after position j.
   const int64_t capacity = LevelCapacity(s);
   for (int64_t j = 0; j < capacity; ++j) {
     const int64_t rank = SpreadRank(4 * b, capacity, j);
-    cur.value[j] = cur.value[rank - 1];
+    cur.value[j] = blocks[rank - 1];
     cur.rank_min[j] = cur.rank_max[j] = rank;
   }
   cur.size = capacity;
@@ -328,12 +315,12 @@ int32_t AddData(int64_t d, int32_t, void*, void* context) {
   Stage& s = dim.partitions[dim.currentPartition];
   Work<T> work;
   if (!work.Reset(s.blockSize)) return OXL_SS_ERROR_MEMORY;
-  T* block = static_cast<T*>(s.values);
   const int64_t step = job.rows ? 1 : job.p;
   const T* x = job.x + (job.rows ? d * job.n : d) + job.first * step;
   for (int64_t i = 0; i < job.length;) {
     const int64_t take = std::min(s.blockSize - s.blockFill, job.length - i);
-    for (int64_t k = 0; k < take; ++k) block[s.blockFill + k] = x[(i + k) * step];
+    T* block = OpenBlock<T>(s) + s.blockFill;
+    for (int64_t k = 0; k < take; ++k) block[k] = x[(i + k) * step];
     s.blockFill += take;
     s.observationCount += take;
     i += take;
@@ -352,18 +339,17 @@ int32_t Answer(int64_t d, int32_t, void*, void* context) {
   DimensionState& dim = job.state[d];
   if (dim.active == 0) return 0;
   platform::CheckedSize total = 0;
-  int64_t open_max = 0, exact_max = 0;
+  int64_t exact_max = 0;
   for (int64_t k = 0; k <= dim.currentPartition; ++k) {
     const Stage& s = dim.partitions[k];
     total = total + s.blockFill;
-    open_max = std::max(open_max, s.blockFill);
     exact_max = std::max({exact_max, s.blockFill, s.levels[0], s.levels[1]});
     for (int64_t l = 0; l < s.levelCount; ++l) total = total + s.levels[l];
   }
-  // Values: two buffers of every entry for the rounds of merges, the open blocks' sorted copies
-  // and a sort scratch; ranks: two bounds of each, and the positions 1, 2, ... that are both
-  // bounds of an exact summary (the open blocks and levels 0 and 1).
-  const platform::CheckedSize values_count = platform::CheckedSize(3) * total + open_max;
+  // Values: two buffers of every entry for the rounds of merges, the sorted copies of the whole
+  // and open blocks and a sort scratch; ranks: two bounds of each, and the positions 1, 2, ...
+  // that are both bounds of an exact summary.
+  const platform::CheckedSize values_count = platform::CheckedSize(3) * total + exact_max;
   platform::Scratch<T> values;
   platform::Scratch<int64_t> ranks;
   platform::Scratch<Summary<T>> parts;
@@ -377,22 +363,25 @@ int32_t Answer(int64_t d, int32_t, void*, void* context) {
   int64_t* positions = r + 4 * t;
   for (int64_t i = 0; i < exact_max; ++i) positions[i] = i + 1;
   Summary<T>* part = parts.get();
-  int64_t m = 0, opened = 0;
+  int64_t m = 0;
+  T* sorted = v + 2 * t;
+  const auto exact = [&](const T* from, int64_t size) {
+    Summary<T> copy{sorted, positions, positions, size, size};
+    std::memcpy(copy.value, from, sizeof(T) * size);
+    sorted += size;
+    part[m++] = copy;
+    return SortAscending(copy.value, v + 3 * t, size) == 0;
+  };
   for (int64_t k = 0; k <= dim.currentPartition; ++k) {
     const Stage& s = dim.partitions[k];
-    for (int64_t l = 0; l < s.levelCount; ++l) {
-      if (s.levels[l] == 0) continue;
-      part[m] = Level<T>(s, l);
-      if (l < 2) part[m].rank_min = part[m].rank_max = positions;
-      ++m;
+    if (s.levels[0] != 0 && !exact(LevelZero<T>(s), s.levels[0])) return OXL_SS_ERROR_MEMORY;
+    if (s.levels[1] != 0 && !exact(static_cast<const T*>(s.values), s.levels[1])) {
+      return OXL_SS_ERROR_MEMORY;
     }
-    if (s.blockFill == 0) continue;
-    // The open block, sorted in a copy: its ranks are exact.
-    Summary<T> open{v + 2 * t + opened, positions, positions, s.blockFill, s.blockFill};
-    std::memcpy(open.value, s.values, sizeof(T) * s.blockFill);
-    if (SortAscending(open.value, v + 3 * t, s.blockFill) != 0) return OXL_SS_ERROR_MEMORY;
-    part[m++] = open;
-    opened += s.blockFill;
+    for (int64_t l = 2; l < s.levelCount; ++l) {
+      if (s.levels[l] != 0) part[m++] = Level<T>(s, l);
+    }
+    if (s.blockFill != 0 && !exact(OpenBlock<T>(s), s.blockFill)) return OXL_SS_ERROR_MEMORY;
   }
   // Merges in rounds of pairs, so that each entry is copied about log2 of the summaries' count
   // times; the merge's rank arithmetic does not depend on the order.
