@@ -139,10 +139,17 @@ int64_t Choose(bool second, int64_t first_value, int64_t second_value) {
 // Merges a and b into out: the rank bounds of an entry of one add those of its neighbours in the
 // other, the last entry before it (none: 0) to the lower bound and the first after it less one
 // (none: the other's count) to the upper. Equal values of a stand before those of b.
+//
+// The first min(|a|, |b|) entries are taken from the front and as many from the back, two chains
+// of compares that run side by side instead of one twice as long: after t steps from either end
+// t entries are taken, so while t is below both sizes neither end reads outside its runs. What
+// is left between them is merged from the front.
 template <class T>
 void Merge(const Summary<T>& a, const Summary<T>& b, Summary<T>& out) {
   int64_t i = 0, j = 0, k = 0, before_a = 0, before_b = 0;
-  for (; i < a.size && j < b.size; ++k) {
+  int64_t i_back = a.size - 1, j_back = b.size - 1, k_back = a.size + b.size - 1;
+  int64_t after_a = a.count, after_b = b.count;  // upper bounds the back adds, less its own
+  const auto front = [&] {
     const T va = a.value[i], vb = b.value[j];
     const bool take_b = vb < va;
     const int64_t a_min = a.rank_min[i], b_min = b.rank_min[j];
@@ -153,18 +160,35 @@ void Merge(const Summary<T>& a, const Summary<T>& b, Summary<T>& out) {
     before_b = Choose(take_b, before_b, b_min);
     i += !take_b;
     j += take_b;
+    ++k;
+  };
+  const int64_t both = std::min(a.size, b.size);
+  for (int64_t t = 0; t < both; ++t) {
+    front();
+    const T va = a.value[i_back], vb = b.value[j_back];
+    const bool take_a = vb < va;
+    const int64_t a_max = a.rank_max[i_back], b_max = b.rank_max[j_back];
+    out.value[k_back] = Choose(take_a, vb, va);
+    out.rank_min[k_back] = a.rank_min[i_back] + b.rank_min[j_back];
+    out.rank_max[k_back] = Choose(take_a, b_max + after_a, a_max + after_b);
+    after_a = Choose(take_a, after_a, a_max - 1);
+    after_b = Choose(take_a, b_max - 1, after_b);
+    i_back -= take_a;
+    j_back -= !take_a;
+    --k_back;
   }
-  for (; i < a.size; ++i, ++k) {
+  while (i <= i_back && j <= j_back) front();
+  for (; i <= i_back; ++i, ++k) {
     out.value[k] = a.value[i];
     out.rank_min[k] = a.rank_min[i] + before_b;
-    out.rank_max[k] = a.rank_max[i] + b.count;
+    out.rank_max[k] = a.rank_max[i] + after_b;
   }
-  for (; j < b.size; ++j, ++k) {
+  for (; j <= j_back; ++j, ++k) {
     out.value[k] = b.value[j];
     out.rank_min[k] = b.rank_min[j] + before_a;
-    out.rank_max[k] = b.rank_max[j] + a.count;
+    out.rank_max[k] = b.rank_max[j] + after_a;
   }
-  out.size = k;
+  out.size = a.size + b.size;
   out.count = a.count + b.count;
 }
 
