@@ -219,13 +219,13 @@ template <class T>
 int Run(SSTask* task, Job<T>& job, int64_t (*budget)(int64_t), const SSThreadServices* services,
         oxl_item_worker worker = &Dimension<T>) {
   if (const int status = ReadShape(*task, job); status != 0) return status;
-  if (job.n > (INT64_MAX >> 4)) return OXL_SS_ERROR_MEMORY;  // no scratch of 2n elements fits
+  if (job.n > (INT64_MAX >> 5)) return OXL_SS_ERROR_MEMORY;  // no scratch of 3n elements fits
   // The mean deviation reads the data where they are; the rest work on a copy.
   const bool copies = job.sorted != nullptr || job.count > 0 || job.median;
   const bool two = (job.sorted != nullptr && !job.sorted_rows) ||
                    (job.sorted == nullptr && !job.median &&
                     (job.count >= kSortFromOrders || (job.count > 0 && job.n >= kBracketMinCount)));
-  job.scratch_stride = copies ? (two ? 2 : 1) * job.n : 0;
+  job.scratch_stride = job.median ? 3 * job.n : copies ? (two ? 2 : 1) * job.n : 0;
   const bool threaded = services != nullptr && services->for_each_item != nullptr &&
                         services->thread_count != nullptr;
   const int64_t allowed = threaded ? std::max(1, services->thread_count()) : 1;
@@ -304,11 +304,27 @@ int32_t Deviation(int64_t item, int32_t thread, void* /*reserved*/, void* contex
     job.deviations[d] = T(WeightedMean(src, stride, job.weights, n, true, centre));
     return 0;
   }
-  T* scratch = job.scratch + thread * job.scratch_stride;
-  for (int64_t k = 0; k < n; ++k) scratch[k] = src[k * stride];
-  const T median = SelectQuantile(n, scratch, 0.5);
-  for (int64_t k = 0; k < n; ++k) scratch[k] = std::fabs(scratch[k] - median);
-  job.deviations[d] = SelectQuantile(n, scratch, 0.5);
+  // Both medians are quantiles of order 1/2, found as the quantiles find them: by brackets in a
+  // long dimension, read where it stands, else by selection in a copy. The deviations go to the
+  // first n elements of the scratch, the selections work in the 2n after them.
+  T* deviations = job.scratch + thread * job.scratch_stride;
+  T* work = deviations + n;
+  const T half = T(0.5);
+  Job<T> median_job = job;
+  median_job.count = 1;
+  median_job.orders = &half;
+  const auto median_of = [&](const T* v, int64_t v_stride) {
+    T median;
+    const auto select = [&](const int64_t* ranks, int count, T* values) {
+      return SelectRanks(v, v_stride, n, ranks, count, work, values);
+    };
+    if (BracketQuantiles(median_job, n, select, &median)) return median;
+    for (int64_t k = 0; k < n; ++k) work[k] = v[k * v_stride];
+    return SelectQuantile(n, work, 0.5);
+  };
+  const T median = median_of(src, stride);
+  for (int64_t k = 0; k < n; ++k) deviations[k] = std::fabs(src[k * stride] - median);
+  job.deviations[d] = median_of(deviations, 1);
   return 0;
 }
 
