@@ -253,13 +253,14 @@ int Run(SSTask* task, Job<T>& job, int64_t (*budget)(int64_t), const SSThreadSer
     }
     return 0;
   };
-  // Quantiles of observations stored by columns: a dimension read in place takes one value from
-  // each cache line of the whole matrix, so that every dimension would read all of it again. The
-  // keys of a group of dimensions are made in one pass instead (the matrix read once per group),
-  // when they fit in the budget of one thread; each item then needs only n spare keys.
+  // Quantiles and medians of observations stored by columns: a dimension read in place takes one
+  // value from each cache line of the whole matrix, so that every dimension would read all of it
+  // again. The keys of a group of dimensions are made in one pass instead (the matrix read once per
+  // group), when they fit in the budget of one thread; each item then needs only n spare keys.
   const int64_t group = budget(1) / (job.n * int64_t(sizeof(T)));
   platform::Scratch<T> keys;
-  if (!job.rows && job.sorted == nullptr && ByBrackets(job, job.n) && group > 0 &&
+  const bool selects = job.count > 0 || job.median;
+  if (!job.rows && job.sorted == nullptr && selects && ByBrackets(job, job.n) && group > 0 &&
       keys.Reset(platform::CheckedSize(std::min(group, included)) * job.n)) {
     job.keys = reinterpret_cast<decltype(job.keys)>(keys.get());
     for (int64_t first = 0; first < included; first += group) {
@@ -322,8 +323,28 @@ int32_t Deviation(int64_t item, int32_t thread, void* /*reserved*/, void* contex
     for (int64_t k = 0; k < n; ++k) work[k] = v[k * v_stride];
     return SelectQuantile(n, work, 0.5);
   };
-  const T median = median_of(src, stride);
-  for (int64_t k = 0; k < n; ++k) deviations[k] = std::fabs(src[k * stride] - median);
+  const T* values = src;
+  int64_t values_stride = stride;
+  T median;
+  if (job.keys != nullptr) {
+    // Stored by columns: the dimension's keys, made with its group's in one read of the data. A
+    // selection overwrites the keys it selects in, so it takes a copy, and the keys themselves
+    // turn back into the values that the deviations are taken of.
+    auto* keys = job.keys + item * n;
+    auto* copy = reinterpret_cast<decltype(keys)>(work);
+    std::memcpy(copy, keys, sizeof(*keys) * n);
+    const auto select = [&](const int64_t* ranks, int count, T* out) {
+      return SelectKeyRanks(copy, n, ranks, count, copy + n, out);
+    };
+    const bool selected = BracketQuantiles(median_job, n, select, &median);
+    ValuesOfKeys(keys, n);
+    values = reinterpret_cast<const T*>(keys);
+    values_stride = 1;
+    if (!selected) median = median_of(values, 1);
+  } else {
+    median = median_of(src, stride);
+  }
+  for (int64_t k = 0; k < n; ++k) deviations[k] = std::fabs(values[k * values_stride] - median);
   job.deviations[d] = median_of(deviations, 1);
   return 0;
 }
