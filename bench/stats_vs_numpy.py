@@ -33,6 +33,10 @@ def numpy_times(repeat=7):
         ("cov", 1): best(lambda: np.cov(cols, rowvar=False)),
         ("quantile", 0): best(lambda: np.quantile(rows, orders, axis=1)),
         ("quantile", 1): best(lambda: np.quantile(cols, orders, axis=0)),
+        ("mad", 0): best(lambda: np.median(
+            np.abs(rows - np.median(rows, axis=1, keepdims=True)), axis=1)),
+        ("mad", 1): best(lambda: np.median(
+            np.abs(cols - np.median(cols, axis=0, keepdims=True)), axis=0)),
     }
 
 
@@ -50,7 +54,7 @@ def main():
     peer = numpy_times()
     peer_of = {"MeanVarOnePass": "var", "MeanVarFast": "var", "AllMomentsOnePass": "var",
                "CovFast": "cov", "CovOnePass": "cov", "Quantiles": "quantile",
-               "StreamQuantiles": "quantile"}
+               "StreamQuantiles": "quantile", "MedianAbsDev": "mad"}
     print(f"{'oxl entry':<20}{'storage':<9}{'threads':>8}{'oxl ms':>10}{'numpy ms':>10}"
           f"{'numpy/oxl':>11}{'2T/1T':>8}")
     for (name, cols, threads), ms in sorted(oxl.items()):
@@ -61,7 +65,7 @@ def main():
               f"{np_ms / ms:>11.2f}{speedup:>8.2f}")
     print("numpy peers: var = mean and var(ddof=1) along the observations; cov = numpy.cov;"
           " quantile = numpy.quantile of the five orders (linear); StreamQuantiles is epsilon 0.01"
-          " over 100 blocks")
+          " over 100 blocks; mad = numpy.median of |x - numpy.median(x)|")
 
 
 if __name__ == "__main__":

@@ -64,24 +64,39 @@ void AllMomentsOnePass(benchmark::State& s) {
 // (epsilon 0.01) from the same observations handed to the streaming entry in 100 blocks.
 const std::vector<double> kOrders = {0.05, 0.25, 0.5, 0.75, 0.95};
 
-void Quantiles(benchmark::State& state) {
-  int64_t p = kP, n = kN, count = 5;
+// A task over the whole data in the storage of range(0), set up by edit(task), and entry(task)
+// timed on range(1) threads.
+template <class Edit, class Entry>
+void WholeData(benchmark::State& state, Edit edit, Entry entry) {
+  int64_t p = kP, n = kN;
   int64_t storage = state.range(0) == 0 ? STORAGE_ROWS : STORAGE_COLS;
-  std::vector<double> orders = kOrders, quantiles(kP * 5);
   SSTask* task = nullptr;
   __vrsdSSNewTask(&task, &p, &n, &storage, Data().data(), nullptr, nullptr, 1);
-  __vrsdSSEditQuantiles(task, &count, orders.data(), quantiles.data(), nullptr, nullptr);
+  edit(task);
   oxl_services_set_num_threads(int32_t(state.range(1)));
   for (auto _ : state) {
-    if (_vrsdSSQuantiles(task, EST_QUANTILES, METHOD_SUMS, oxl_services_omp_ss()) != 0) {
+    if (entry(task) != 0) {
       state.SkipWithError("status");
       break;
     }
-    benchmark::DoNotOptimize(quantiles.data());
   }
   oxl_services_set_num_threads(0);
   state.SetItemsProcessed(state.iterations() * kP * kN);
   __vrsSSDeleteTask(&task);
+}
+
+void Quantiles(benchmark::State& state) {
+  int64_t count = 5;
+  std::vector<double> orders = kOrders, quantiles(kP * 5);
+  WholeData(
+      state,
+      [&](SSTask* task) {
+        __vrsdSSEditQuantiles(task, &count, orders.data(), quantiles.data(), nullptr, nullptr);
+      },
+      [&](SSTask* task) {
+        benchmark::DoNotOptimize(quantiles.data());
+        return _vrsdSSQuantiles(task, EST_QUANTILES, METHOD_SUMS, oxl_services_omp_ss());
+      });
 }
 
 void StreamQuantiles(benchmark::State& state) {
@@ -120,6 +135,17 @@ void StreamQuantiles(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * kP * kN);
 }
 
+// Median absolute deviation of each dimension: the median of |x - median|, two medians a dimension.
+void MedianAbsDev(benchmark::State& state) {
+  std::vector<double> mad(kP);
+  WholeData(
+      state, [&](SSTask* task) { __vrsdSSEditTask(task, SS_ED_MDAD, mad.data()); },
+      [&](SSTask* task) {
+        benchmark::DoNotOptimize(mad.data());
+        return _vrsdSSMAD(task, EST_MEDIAN_ABS_DEV, METHOD_SUMS, oxl_services_omp_ss());
+      });
+}
+
 void Args(benchmark::internal::Benchmark* b) {
   for (int storage : {0, 1}) {
     for (int threads : {1, 2}) b->Args({storage, threads});
@@ -134,6 +160,7 @@ BENCHMARK(CovOnePass)->Apply(Args);
 BENCHMARK(AllMomentsOnePass)->Apply(Args);
 BENCHMARK(Quantiles)->Apply(Args);
 BENCHMARK(StreamQuantiles)->Apply(Args);
+BENCHMARK(MedianAbsDev)->Apply(Args);
 
 }  // namespace
 

@@ -219,13 +219,13 @@ template <class T>
 int Run(SSTask* task, Job<T>& job, int64_t (*budget)(int64_t), const SSThreadServices* services,
         oxl_item_worker worker = &Dimension<T>) {
   if (const int status = ReadShape(*task, job); status != 0) return status;
-  if (job.n > (INT64_MAX >> 4)) return OXL_SS_ERROR_MEMORY;  // no scratch of 2n elements fits
+  if (job.n > (INT64_MAX >> 5)) return OXL_SS_ERROR_MEMORY;  // no scratch of 3n elements fits
   // The mean deviation reads the data where they are; the rest work on a copy.
   const bool copies = job.sorted != nullptr || job.count > 0 || job.median;
   const bool two = (job.sorted != nullptr && !job.sorted_rows) ||
                    (job.sorted == nullptr && !job.median &&
                     (job.count >= kSortFromOrders || (job.count > 0 && job.n >= kBracketMinCount)));
-  job.scratch_stride = copies ? (two ? 2 : 1) * job.n : 0;
+  job.scratch_stride = job.median ? 3 * job.n : copies ? (two ? 2 : 1) * job.n : 0;
   const bool threaded = services != nullptr && services->for_each_item != nullptr &&
                         services->thread_count != nullptr;
   const int64_t allowed = threaded ? std::max(1, services->thread_count()) : 1;
@@ -253,13 +253,14 @@ int Run(SSTask* task, Job<T>& job, int64_t (*budget)(int64_t), const SSThreadSer
     }
     return 0;
   };
-  // Quantiles of observations stored by columns: a dimension read in place takes one value from
-  // each cache line of the whole matrix, so that every dimension would read all of it again. The
-  // keys of a group of dimensions are made in one pass instead (the matrix read once per group),
-  // when they fit in the budget of one thread; each item then needs only n spare keys.
+  // Quantiles and medians of observations stored by columns: a dimension read in place takes one
+  // value from each cache line of the whole matrix, so that every dimension would read all of it
+  // again. The keys of a group of dimensions are made in one pass instead (the matrix read once per
+  // group), when they fit in the budget of one thread; each item then needs only n spare keys.
   const int64_t group = budget(1) / (job.n * int64_t(sizeof(T)));
   platform::Scratch<T> keys;
-  if (!job.rows && job.sorted == nullptr && ByBrackets(job, job.n) && group > 0 &&
+  const bool selects = job.count > 0 || job.median;
+  if (!job.rows && job.sorted == nullptr && selects && ByBrackets(job, job.n) && group > 0 &&
       keys.Reset(platform::CheckedSize(std::min(group, included)) * job.n)) {
     job.keys = reinterpret_cast<decltype(job.keys)>(keys.get());
     for (int64_t first = 0; first < included; first += group) {
@@ -304,11 +305,47 @@ int32_t Deviation(int64_t item, int32_t thread, void* /*reserved*/, void* contex
     job.deviations[d] = T(WeightedMean(src, stride, job.weights, n, true, centre));
     return 0;
   }
-  T* scratch = job.scratch + thread * job.scratch_stride;
-  for (int64_t k = 0; k < n; ++k) scratch[k] = src[k * stride];
-  const T median = SelectQuantile(n, scratch, 0.5);
-  for (int64_t k = 0; k < n; ++k) scratch[k] = std::fabs(scratch[k] - median);
-  job.deviations[d] = SelectQuantile(n, scratch, 0.5);
+  // Both medians are quantiles of order 1/2, found as the quantiles find them: by brackets in a
+  // long dimension, read where it stands, else by selection in a copy. The deviations go to the
+  // first n elements of the scratch, the selections work in the 2n after them.
+  T* deviations = job.scratch + thread * job.scratch_stride;
+  T* work = deviations + n;
+  const T half = T(0.5);
+  Job<T> median_job = job;
+  median_job.count = 1;
+  median_job.orders = &half;
+  const auto median_of = [&](const T* v, int64_t v_stride) {
+    T median;
+    const auto select = [&](const int64_t* ranks, int count, T* values) {
+      return SelectRanks(v, v_stride, n, ranks, count, work, values);
+    };
+    if (BracketQuantiles(median_job, n, select, &median)) return median;
+    for (int64_t k = 0; k < n; ++k) work[k] = v[k * v_stride];
+    return SelectQuantile(n, work, 0.5);
+  };
+  const T* values = src;
+  int64_t values_stride = stride;
+  T median;
+  if (job.keys != nullptr) {
+    // Stored by columns: the dimension's keys, made with its group's in one read of the data. A
+    // selection overwrites the keys it selects in, so it takes a copy, and the keys themselves
+    // turn back into the values that the deviations are taken of.
+    auto* keys = job.keys + item * n;
+    auto* copy = reinterpret_cast<decltype(keys)>(work);
+    std::memcpy(copy, keys, sizeof(*keys) * n);
+    const auto select = [&](const int64_t* ranks, int count, T* out) {
+      return SelectKeyRanks(copy, n, ranks, count, copy + n, out);
+    };
+    const bool selected = BracketQuantiles(median_job, n, select, &median);
+    ValuesOfKeys(keys, n);
+    values = reinterpret_cast<const T*>(keys);
+    values_stride = 1;
+    if (!selected) median = median_of(values, 1);
+  } else {
+    median = median_of(src, stride);
+  }
+  for (int64_t k = 0; k < n; ++k) deviations[k] = std::fabs(values[k * values_stride] - median);
+  job.deviations[d] = median_of(deviations, 1);
   return 0;
 }
 

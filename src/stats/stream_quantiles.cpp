@@ -16,9 +16,11 @@
 // Dimensions are the items of the caller's for-each-item service and own their summaries; the
 // stages grow between batches on the calling thread, so every thread count gives the same bits.
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "oxl/primitives.h"
 #include "oxl/ss.h"
@@ -116,36 +118,85 @@ bool MakeStage(Stage& s, int64_t k, double e) {
   return true;
 }
 
+// The bits of a value, to choose between two without a branch: which side of a merge goes next
+// is data, and a mispredicted branch costs more than the rest of the step.
+template <class T>
+using Bits = std::conditional_t<sizeof(T) == 8, uint64_t, uint32_t>;
+
+template <class T>
+T Choose(bool second, T first_value, T second_value) {
+  const Bits<T> mask = Bits<T>{0} - static_cast<Bits<T>>(second);
+  const Bits<T> bits =
+      (std::bit_cast<Bits<T>>(first_value) & ~mask) | (std::bit_cast<Bits<T>>(second_value) & mask);
+  return std::bit_cast<T>(bits);
+}
+
+int64_t Choose(bool second, int64_t first_value, int64_t second_value) {
+  const int64_t mask = -static_cast<int64_t>(second);
+  return (first_value & ~mask) | (second_value & mask);
+}
+
 // Merges a and b into out: the rank bounds of an entry of one add those of its neighbours in the
 // other, the last entry before it (none: 0) to the lower bound and the first after it less one
-// (none: the other's count) to the upper. Equal values of a stand before those of b. Without
-// branches in the loop: which side goes next is data, and mispredicted it cost half the time.
+// (none: the other's count) to the upper. Equal values of a stand before those of b.
+//
+// The first min(|a|, |b|) entries are taken from the front and as many from the back, two chains
+// of compares that run side by side instead of one twice as long: after t steps from either end
+// t entries are taken, so while t is below both sizes neither end reads outside its runs. What
+// is left between them is merged from the front.
 template <class T>
 void Merge(const Summary<T>& a, const Summary<T>& b, Summary<T>& out) {
   int64_t i = 0, j = 0, k = 0, before_a = 0, before_b = 0;
-  for (; i < a.size && j < b.size; ++k) {
-    const bool take_a = !(b.value[j] < a.value[i]);
+  int64_t i_back = a.size - 1, j_back = b.size - 1, k_back = a.size + b.size - 1;
+  int64_t after_a = a.count, after_b = b.count;  // upper bounds the back adds, less its own
+  const auto front = [&] {
+    const T va = a.value[i], vb = b.value[j];
+    const bool take_b = vb < va;
     const int64_t a_min = a.rank_min[i], b_min = b.rank_min[j];
-    out.value[k] = take_a ? a.value[i] : b.value[j];
-    out.rank_min[k] = take_a ? a_min + before_b : b_min + before_a;
+    out.value[k] = Choose(take_b, va, vb);
+    out.rank_min[k] = Choose(take_b, a_min + before_b, b_min + before_a);
     out.rank_max[k] = a.rank_max[i] + b.rank_max[j] - 1;
-    before_a = take_a ? a_min : before_a;
-    before_b = take_a ? before_b : b_min;
-    i += take_a;
-    j += !take_a;
+    before_a = Choose(take_b, a_min, before_a);
+    before_b = Choose(take_b, before_b, b_min);
+    i += !take_b;
+    j += take_b;
+    ++k;
+  };
+  const int64_t both = std::min(a.size, b.size);
+  for (int64_t t = 0; t < both; ++t) {
+    front();
+    const T va = a.value[i_back], vb = b.value[j_back];
+    const bool take_a = vb < va;
+    const int64_t a_max = a.rank_max[i_back], b_max = b.rank_max[j_back];
+    out.value[k_back] = Choose(take_a, vb, va);
+    out.rank_min[k_back] = a.rank_min[i_back] + b.rank_min[j_back];
+    out.rank_max[k_back] = Choose(take_a, b_max + after_a, a_max + after_b);
+    after_a = Choose(take_a, after_a, a_max - 1);
+    after_b = Choose(take_a, b_max - 1, after_b);
+    i_back -= take_a;
+    j_back -= !take_a;
+    --k_back;
   }
-  for (; i < a.size; ++i, ++k) {
+  while (i <= i_back && j <= j_back) front();
+  for (; i <= i_back; ++i, ++k) {
     out.value[k] = a.value[i];
     out.rank_min[k] = a.rank_min[i] + before_b;
-    out.rank_max[k] = a.rank_max[i] + b.count;
+    out.rank_max[k] = a.rank_max[i] + after_b;
   }
-  for (; j < b.size; ++j, ++k) {
+  for (; j <= j_back; ++j, ++k) {
     out.value[k] = b.value[j];
     out.rank_min[k] = b.rank_min[j] + before_a;
-    out.rank_max[k] = b.rank_max[j] + a.count;
+    out.rank_max[k] = b.rank_max[j] + after_a;
   }
-  out.size = k;
+  out.size = a.size + b.size;
   out.count = a.count + b.count;
+}
+
+// The j-th of `capacity` ranks spread evenly from 1 to `count`, the ranks a compression keeps.
+int64_t SpreadRank(int64_t count, int64_t capacity, int64_t j) {
+  if (capacity == 1) return 1;
+  return 1 + static_cast<int64_t>((count - 1) * static_cast<double>(j) /
+                                  static_cast<double>(capacity - 1));
 }
 
 // Keeps at most `capacity` entries of s in out (which may be s): for ranks spread evenly from 1
@@ -162,10 +213,7 @@ void Compress(const Summary<T>& s, int64_t capacity, Summary<T>& out) {
   }
   int64_t kept = 0, at = 0, last = -1;
   for (int64_t j = 0; j < capacity && s.size > 0; ++j) {
-    const int64_t rank = capacity == 1
-                             ? 1
-                             : 1 + static_cast<int64_t>((s.count - 1) * static_cast<double>(j) /
-                                                        static_cast<double>(capacity - 1));
+    const int64_t rank = SpreadRank(s.count, capacity, j);
     const auto miss = [&](int64_t e) {
       return std::max(rank - s.rank_min[e], s.rank_max[e] - rank);
     };
@@ -190,38 +238,75 @@ int32_t SortAscending(T* a, T* scratch, int64_t n) {
   }
 }
 
-// Scratch of one worker: two summaries of 2 (2b + 1) entries and a sort buffer of b values.
+// Scratch of one worker: two summaries of 2 (2b + 1) entries and a sort buffer of 4b values.
 template <class T>
 struct Work {
   platform::Scratch<T> values;
   platform::Scratch<int64_t> ranks;
   bool Reset(int64_t b) {
-    const platform::CheckedSize entries = platform::CheckedSize(2) * (2 * (2 * b + 1)) + b;
-    return values.Reset(entries) && ranks.Reset(platform::CheckedSize(2) * entries);
+    const platform::CheckedSize summary = platform::CheckedSize(2) * (2 * b + 1);
+    return values.Reset(platform::CheckedSize(2) * summary + platform::CheckedSize(4) * b) &&
+           ranks.Reset(platform::CheckedSize(4) * summary);
   }
   Summary<T> Buffer(int64_t which, int64_t b) {
-    const int64_t at = which * 2 * (2 * b + 1);
-    const int64_t entries = 2 * 2 * (2 * b + 1) + b;
-    return {values.get() + at, ranks.get() + at, ranks.get() + entries + at, 0, 0};
+    const int64_t summary = 2 * (2 * b + 1);
+    int64_t* ranks_at = ranks.get() + 2 * which * summary;
+    return {values.get() + which * summary, ranks_at, ranks_at + summary, 0, 0};
   }
   T* SortScratch(int64_t b) { return values.get() + 4 * (2 * b + 1); }
 };
 
-// Sorts the full input block and carries it up the levels.
+// Levels 0 and 1 hold one and two whole blocks: exact summaries, whose ranks are the positions
+// of their values in order. They are kept unsorted, level 1 at the start of `values`, level 0
+// after it and the open block after those, and the four blocks that leave level 1 are sorted at
+// once: one sort of 4b values costs less than four of b and the merges of their levels, and what
+// the compression of an exact summary keeps are the entries at the kept ranks. A query sorts
+// copies of the whole blocks as it does of the open block.
+int64_t WholeBlocks(const Stage& s) {
+  return (s.levels[0] != 0 ? 1 : 0) + (s.levels[1] != 0 ? 2 : 0);
+}
+
+template <class T>
+T* LevelZero(const Stage& s) {
+  return static_cast<T*>(s.values) + (s.levels[1] != 0 ? 2 * s.blockSize : 0);
+}
+
+template <class T>
+T* OpenBlock(const Stage& s) {
+  return static_cast<T*>(s.values) + WholeBlocks(s) * s.blockSize;
+}
+
+// Counts the full open block into levels 0 and 1, and the fourth block carries up the levels.
 template <class T>
 int32_t Carry(Stage& s, Work<T>& work) {
   const int64_t b = s.blockSize;
-  Summary<T> cur = work.Buffer(0, b), merged = work.Buffer(1, b);
-  if (SortAscending(static_cast<T*>(s.values), work.SortScratch(b), b) != 0) {
-    return OXL_SS_ERROR_MEMORY;
+  if (s.levels[0] == 0) {
+    s.levels[0] = b;
+    ++s.filledLevels;
+    return 0;
   }
-  std::memcpy(cur.value, s.values, sizeof(T) * b);
-  for (int64_t i = 0; i < b; ++i) cur.rank_min[i] = cur.rank_max[i] = i + 1;
-  cur.size = cur.count = b;
-  for (int64_t level = 0; level < s.levelCount; ++level) {
+  s.levels[0] = 0;
+  if (s.levels[1] == 0) {
+    s.levels[1] = 2 * b;
+    return 0;
+  }
+  s.levels[1] = 0;
+  s.filledLevels -= 2;
+  T* blocks = static_cast<T*>(s.values);
+  if (SortAscending(blocks, work.SortScratch(b), 4 * b) != 0) return OXL_SS_ERROR_MEMORY;
+  Summary<T> cur = work.Buffer(0, b), merged = work.Buffer(1, b);
+  const int64_t capacity = LevelCapacity(s);
+  for (int64_t j = 0; j < capacity; ++j) {
+    const int64_t rank = SpreadRank(4 * b, capacity, j);
+    cur.value[j] = blocks[rank - 1];
+    cur.rank_min[j] = cur.rank_max[j] = rank;
+  }
+  cur.size = capacity;
+  cur.count = 4 * b;
+  for (int64_t level = 2; level < s.levelCount; ++level) {
     Summary<T> held = Level<T>(s, level);
     if (held.size == 0) {
-      Compress(cur, LevelCapacity(s), held);
+      Compress(cur, capacity, held);
       s.levels[level] = held.size;
       ++s.filledLevels;
       return 0;
@@ -229,7 +314,7 @@ int32_t Carry(Stage& s, Work<T>& work) {
     Merge(held, cur, merged);
     s.levels[level] = 0;
     --s.filledLevels;
-    Compress(merged, LevelCapacity(s), cur);
+    Compress(merged, capacity, cur);
   }
   return OXL_SS_ERROR_MEMORY;  // not reached: a stage has a level for each carry of its blocks
 }
@@ -254,12 +339,12 @@ int32_t AddData(int64_t d, int32_t, void*, void* context) {
   Stage& s = dim.partitions[dim.currentPartition];
   Work<T> work;
   if (!work.Reset(s.blockSize)) return OXL_SS_ERROR_MEMORY;
-  T* block = static_cast<T*>(s.values);
   const int64_t step = job.rows ? 1 : job.p;
   const T* x = job.x + (job.rows ? d * job.n : d) + job.first * step;
   for (int64_t i = 0; i < job.length;) {
     const int64_t take = std::min(s.blockSize - s.blockFill, job.length - i);
-    for (int64_t k = 0; k < take; ++k) block[s.blockFill + k] = x[(i + k) * step];
+    T* block = OpenBlock<T>(s) + s.blockFill;
+    for (int64_t k = 0; k < take; ++k) block[k] = x[(i + k) * step];
     s.blockFill += take;
     s.observationCount += take;
     i += take;
@@ -278,42 +363,49 @@ int32_t Answer(int64_t d, int32_t, void*, void* context) {
   DimensionState& dim = job.state[d];
   if (dim.active == 0) return 0;
   platform::CheckedSize total = 0;
-  int64_t open_max = 0;
+  int64_t exact_max = 0;
   for (int64_t k = 0; k <= dim.currentPartition; ++k) {
     const Stage& s = dim.partitions[k];
     total = total + s.blockFill;
-    open_max = std::max(open_max, s.blockFill);
+    exact_max = std::max({exact_max, s.blockFill, s.levels[0], s.levels[1]});
     for (int64_t l = 0; l < s.levelCount; ++l) total = total + s.levels[l];
   }
-  // Values: two buffers of every entry for the rounds of merges, the open blocks' sorted copies
-  // and a sort scratch; ranks: two bounds of each.
-  const platform::CheckedSize values_count = platform::CheckedSize(3) * total + open_max;
+  // Values: two buffers of every entry for the rounds of merges, the sorted copies of the whole
+  // and open blocks and a sort scratch; ranks: two bounds of each, and the positions 1, 2, ...
+  // that are both bounds of an exact summary.
+  const platform::CheckedSize values_count = platform::CheckedSize(3) * total + exact_max;
   platform::Scratch<T> values;
   platform::Scratch<int64_t> ranks;
   platform::Scratch<Summary<T>> parts;
-  if (!values.Reset(values_count) || !ranks.Reset(platform::CheckedSize(6) * total) ||
+  if (!values.Reset(values_count) || !ranks.Reset(platform::CheckedSize(4) * total + exact_max) ||
       !parts.Reset(total)) {
     return OXL_SS_ERROR_MEMORY;
   }
   const int64_t t = static_cast<int64_t>(total.value());
   T* v = values.get();
   int64_t* r = ranks.get();
+  int64_t* positions = r + 4 * t;
+  for (int64_t i = 0; i < exact_max; ++i) positions[i] = i + 1;
   Summary<T>* part = parts.get();
-  int64_t m = 0, opened = 0;
+  int64_t m = 0;
+  T* sorted = v + 2 * t;
+  const auto exact = [&](const T* from, int64_t size) {
+    Summary<T> copy{sorted, positions, positions, size, size};
+    std::memcpy(copy.value, from, sizeof(T) * size);
+    sorted += size;
+    part[m++] = copy;
+    return SortAscending(copy.value, v + 3 * t, size) == 0;
+  };
   for (int64_t k = 0; k <= dim.currentPartition; ++k) {
     const Stage& s = dim.partitions[k];
-    for (int64_t l = 0; l < s.levelCount; ++l) {
+    if (s.levels[0] != 0 && !exact(LevelZero<T>(s), s.levels[0])) return OXL_SS_ERROR_MEMORY;
+    if (s.levels[1] != 0 && !exact(static_cast<const T*>(s.values), s.levels[1])) {
+      return OXL_SS_ERROR_MEMORY;
+    }
+    for (int64_t l = 2; l < s.levelCount; ++l) {
       if (s.levels[l] != 0) part[m++] = Level<T>(s, l);
     }
-    if (s.blockFill == 0) continue;
-    // The open block, sorted in a copy: its ranks are exact.
-    Summary<T> open{v + 2 * t + opened, r + 4 * t + opened, r + 5 * t + opened, s.blockFill,
-                    s.blockFill};
-    std::memcpy(open.value, s.values, sizeof(T) * s.blockFill);
-    if (SortAscending(open.value, v + 3 * t, s.blockFill) != 0) return OXL_SS_ERROR_MEMORY;
-    for (int64_t i = 0; i < s.blockFill; ++i) open.rank_min[i] = open.rank_max[i] = i + 1;
-    part[m++] = open;
-    opened += s.blockFill;
+    if (s.blockFill != 0 && !exact(OpenBlock<T>(s), s.blockFill)) return OXL_SS_ERROR_MEMORY;
   }
   // Merges in rounds of pairs, so that each entry is copied about log2 of the summaries' count
   // times; the merge's rank arithmetic does not depend on the order.

@@ -167,10 +167,11 @@ void SortAgainstStd(int64_t storage, int64_t sorted_storage, bool in_place) {
 }
 
 // Median absolute deviation (n odd: both medians are observations, so exact) and weighted mean
-// absolute deviation about the weighted mean or a given one, against direct evaluations.
+// absolute deviation about the weighted mean or a given one, against direct evaluations; n long
+// enough for the medians to be selected by brackets, or not.
 template <class T>
-void DeviationsAgainstDirect(int64_t storage) {
-  const int64_t p = 3, n = 301;
+void DeviationsAgainstDirect(int64_t storage, int64_t n) {
+  const int64_t p = 3;
   Problem<T> pb(p, n, storage);
   pb.Fill(21, 2.0, true);
   std::vector<T> w(n);
@@ -215,7 +216,7 @@ template <class T>
 void AgainstStd(int64_t storage) {
   MinmaxAgainstStd<T>(storage);
   for (const int64_t n : {1001, 40000}) QuantilesAgainstStd<T>(storage, n);
-  DeviationsAgainstDirect<T>(storage);
+  for (const int64_t n : {301, 40001}) DeviationsAgainstDirect<T>(storage, n);
   SortAgainstStd<T>(storage, storage, true);
   for (const int64_t to : {STORAGE_ROWS, STORAGE_COLS}) SortAgainstStd<T>(storage, to, false);
 }

@@ -44,62 +44,90 @@ struct Stream {
   }
 };
 
-// Series with many repeated values (a tie rule matters) and a long tail.
+// Series with many repeated values (a tie rule matters), a long tail, and a rising one (every
+// block unlike the others: a summary read in the wrong place is far off in rank).
 template <class T>
 std::vector<std::vector<T>> Series(int64_t p, int64_t total) {
   std::mt19937_64 rng(5);
   std::vector<std::vector<T>> s(p, std::vector<T>(total));
   for (int64_t d = 0; d < p; ++d) {
-    for (auto& v : s[d]) {
-      v = d == 0 ? static_cast<T>(rng() % 1000)
-                 : static_cast<T>(std::ldexp(rng() * 0x1p-64, d * 9));
+    for (int64_t j = 0; j < total; ++j) {
+      s[d][j] = d == 0   ? static_cast<T>(rng() % 1000)
+                : d == 1 ? static_cast<T>(std::ldexp(rng() * 0x1p-64, 9))
+                         : static_cast<T>(j);
     }
   }
   return s;
 }
 
-// The stream of `total` observations in calls of `block`, and again in calls of `cuts` on two
-// threads (the same bits); every answer of an included dimension within epsilon N in rank.
+// Every answer of an included dimension within epsilon N in rank among the first N observations
+// of its series; an excluded dimension's answers not written. A stream short enough for all its
+// summaries to be whole blocks (`exact`) has exact ranks: each answer is the order statistic
+// whose rank is nearest q N in whole numbers, the lowest of a tie.
 template <class T>
-void CheckStream(int64_t storage, T epsilon, int64_t total, int64_t block,
-                 std::vector<int64_t> cuts, std::vector<int64_t> inclusion) {
-  const int64_t p = 3;
-  const auto series = Series<T>(p, total);
-  const std::vector<T> orders = {0, T(0.01), T(0.25), T(0.5), T(0.9), 1};
-  Stream<T> whole(p, block, storage, orders, epsilon);
-  __vrsiSSEditTask(whole.task, SS_ED_INDC, inclusion.data());
-  for (int64_t at = 0; at < total; at += block) {
-    ASSERT_EQ(whole.Add(series, at, at + block < total ? METHOD_STREAM_B : METHOD_STREAM_A), 0);
-  }
-  for (const int64_t piece : cuts) {
-    Stream<T> cut(p, piece, storage, orders, epsilon);
-    __vrsiSSEditTask(cut.task, SS_ED_INDC, inclusion.data());
-    for (int64_t at = 0; at < total; at += piece) {
-      const uint64_t method = at + piece < total ? METHOD_STREAM_B : METHOD_STREAM_A;
-      ASSERT_EQ(cut.Add(series, at, method, oxl::test::FakeThreads::StatsTable(2)), 0);
-    }
-    EXPECT_EQ(0, std::memcmp(cut.quantiles.data(), whole.quantiles.data(),
-                             sizeof(T) * whole.quantiles.size()))
-        << "calls of " << piece;
-  }
-  for (int64_t d = 0; d < p; ++d) {
+void CheckRanks(const std::vector<std::vector<T>>& series, int64_t count, const Stream<T>& s,
+                T epsilon, const std::vector<int64_t>& inclusion, bool exact) {
+  const std::vector<T>& orders = s.orders;
+  for (int64_t d = 0; d < s.p; ++d) {
     if (inclusion[d] == 0) {
-      EXPECT_EQ(whole.quantiles[d * orders.size()], T(-99));
+      EXPECT_EQ(s.quantiles[d * orders.size()], T(-99));
       continue;
     }
-    std::vector<T> all(series[d]);
+    std::vector<T> all(series[d].begin(), series[d].begin() + count);
     std::sort(all.begin(), all.end());
-    const double n = static_cast<double>(all.size());
+    const double n = static_cast<double>(count);
     for (size_t k = 0; k < orders.size(); ++k) {
-      const T answer = whole.quantiles[d * orders.size() + k];
+      const T answer = s.quantiles[d * orders.size() + k];
       // The ranks the answer may have: its equal values span a range of them.
       const auto lo = std::lower_bound(all.begin(), all.end(), answer) - all.begin() + 1;
       const auto hi = std::upper_bound(all.begin(), all.end(), answer) - all.begin();
       ASSERT_LE(lo, hi) << "not an observation";
       const double target = orders[k] * n;
       const double miss = std::max({0.0, lo - target, target - hi});
-      EXPECT_LE(miss, epsilon * n) << "dimension " << d << " order " << orders[k];
+      EXPECT_LE(miss, epsilon * n)
+          << "dimension " << d << " order " << orders[k] << " of " << count;
+      if (exact) {
+        int64_t nearest = 1;
+        for (int64_t r = 2; r <= count; ++r) {
+          if (std::trunc(std::fabs(r - target)) < std::trunc(std::fabs(nearest - target))) {
+            nearest = r;
+          }
+        }
+        EXPECT_EQ(answer, all[nearest - 1]) << "dimension " << d << " order " << orders[k];
+      }
     }
+  }
+}
+
+// The stream of `total` observations in calls of `block`, answered half way and at the end, and
+// again in calls of `cuts` answered at every call, on two and four threads: the same bits at the
+// end, a query leaving the summaries as they were.
+template <class T>
+void CheckStream(int64_t storage, T epsilon, int64_t total, int64_t block,
+                 std::vector<int64_t> cuts, std::vector<int64_t> inclusion, bool exact = false) {
+  const int64_t p = 3;
+  const auto series = Series<T>(p, total);
+  const std::vector<T> orders = {0, T(0.01), T(0.25), T(0.5), T(0.9), 1};
+  Stream<T> whole(p, block, storage, orders, epsilon);
+  __vrsiSSEditTask(whole.task, SS_ED_INDC, inclusion.data());
+  const int64_t half = total / block / 2 * block;
+  for (int64_t at = 0; at < total; at += block) {
+    const bool answer = at + block == half || at + block >= total;
+    ASSERT_EQ(whole.Add(series, at, answer ? METHOD_STREAM_A : METHOD_STREAM_B), 0);
+    if (at + block == half) CheckRanks(series, half, whole, epsilon, inclusion, exact);
+  }
+  CheckRanks(series, total, whole, epsilon, inclusion, exact);
+  for (size_t c = 0; c < cuts.size(); ++c) {
+    const int64_t piece = cuts[c];
+    Stream<T> cut(p, piece, storage, orders, epsilon);
+    __vrsiSSEditTask(cut.task, SS_ED_INDC, inclusion.data());
+    const auto* threads = oxl::test::FakeThreads::StatsTable(c % 2 == 0 ? 2 : 4);
+    for (int64_t at = 0; at < total; at += piece) {
+      ASSERT_EQ(cut.Add(series, at, METHOD_STREAM_A, threads), 0);
+    }
+    EXPECT_EQ(0, std::memcmp(cut.quantiles.data(), whole.quantiles.data(),
+                             sizeof(T) * whole.quantiles.size()))
+        << "calls of " << piece;
   }
 }
 
@@ -109,6 +137,9 @@ TEST(StreamQuantiles, RanksWithinEpsilonAndTheSameBitsForEveryCutAndThreadCount)
   CheckStream<double>(STORAGE_COLS, 0.01, 66000, 6000, {1000, 2000, 3000}, {1, 1, 1});
   CheckStream<float>(STORAGE_COLS, 0.01, 66000, 6000, {1000, 3000}, {0, 1, 1});
   CheckStream<float>(STORAGE_ROWS, 1, 6000, 600, {100}, {1, 1, 1});  // a summary of few entries
+  // Up to the fourth block of the fourth stage, every summary is whole blocks.
+  CheckStream<double>(STORAGE_COLS, 0.01, 2800, 700, {400}, {1, 1, 1}, true);
+  CheckStream<float>(STORAGE_ROWS, 0.01, 2800, 700, {400, 200}, {1, 0, 1}, true);
 }
 
 TEST(StreamQuantiles, StatusesInTheirOrder) {
