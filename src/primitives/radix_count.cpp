@@ -15,7 +15,7 @@ namespace oxl::primitives::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 template <class U>
-void KeyAndCountT(U* HWY_RESTRICT data, size_t n, KeyMap<U> map, uint32_t* HWY_RESTRICT counts) {
+void KeyAndCountT(const U* src, U* dst, size_t n, KeyMap<U> map, uint32_t* HWY_RESTRICT counts) {
   const hn::ScalableTag<U> d;
   const hn::RebindToSigned<decltype(d)> di;
   const size_t lanes = hn::Lanes(d);
@@ -23,28 +23,32 @@ void KeyAndCountT(U* HWY_RESTRICT data, size_t n, KeyMap<U> map, uint32_t* HWY_R
   const auto mask = hn::Set(d, map.mask);
   size_t i = 0;
   for (; i + lanes <= n; i += lanes) {
-    const auto u = hn::LoadU(d, data + i);
+    const auto u = hn::LoadU(d, src + i);
     const auto spread = hn::BitCast(d, hn::BroadcastSignBit(hn::BitCast(di, u)));
-    hn::StoreU(hn::Xor(hn::Xor(u, flip), hn::And(spread, mask)), d, data + i);
-    for (size_t j = 0; j < lanes; ++j) CountKey(data[i + j], counts);
+    hn::StoreU(hn::Xor(hn::Xor(u, flip), hn::And(spread, mask)), d, dst + i);
+    for (size_t j = 0; j < lanes; ++j) CountKey(dst[i + j], counts);
   }
   for (; i < n; ++i) {
-    data[i] = ToKey(data[i], map);
-    CountKey(data[i], counts);
+    dst[i] = ToKey(src[i], map);
+    CountKey(dst[i], counts);
   }
 }
 
-void KeyAndCount8(uint8_t* data, size_t n, KeyMap<uint8_t> map, uint32_t* counts) {
-  KeyAndCountT(data, n, map, counts);
+void KeyAndCount8(const uint8_t* src, uint8_t* dst, size_t n, KeyMap<uint8_t> map,
+                  uint32_t* counts) {
+  KeyAndCountT(src, dst, n, map, counts);
 }
-void KeyAndCount16(uint16_t* data, size_t n, KeyMap<uint16_t> map, uint32_t* counts) {
-  KeyAndCountT(data, n, map, counts);
+void KeyAndCount16(const uint16_t* src, uint16_t* dst, size_t n, KeyMap<uint16_t> map,
+                   uint32_t* counts) {
+  KeyAndCountT(src, dst, n, map, counts);
 }
-void KeyAndCount32(uint32_t* data, size_t n, KeyMap<uint32_t> map, uint32_t* counts) {
-  KeyAndCountT(data, n, map, counts);
+void KeyAndCount32(const uint32_t* src, uint32_t* dst, size_t n, KeyMap<uint32_t> map,
+                   uint32_t* counts) {
+  KeyAndCountT(src, dst, n, map, counts);
 }
-void KeyAndCount64(uint64_t* data, size_t n, KeyMap<uint64_t> map, uint32_t* counts) {
-  KeyAndCountT(data, n, map, counts);
+void KeyAndCount64(const uint64_t* src, uint64_t* dst, size_t n, KeyMap<uint64_t> map,
+                   uint32_t* counts) {
+  KeyAndCountT(src, dst, n, map, counts);
 }
 
 }  // namespace oxl::primitives::HWY_NAMESPACE
@@ -58,17 +62,21 @@ HWY_EXPORT(KeyAndCount16);
 HWY_EXPORT(KeyAndCount32);
 HWY_EXPORT(KeyAndCount64);
 
-void KeyAndCount(uint8_t* data, size_t n, KeyMap<uint8_t> map, uint32_t* counts) {
-  OXL_DISPATCH(KeyAndCount8)(data, n, map, counts);
+void KeyAndCount(const uint8_t* src, uint8_t* dst, size_t n, KeyMap<uint8_t> map,
+                 uint32_t* counts) {
+  OXL_DISPATCH(KeyAndCount8)(src, dst, n, map, counts);
 }
-void KeyAndCount(uint16_t* data, size_t n, KeyMap<uint16_t> map, uint32_t* counts) {
-  OXL_DISPATCH(KeyAndCount16)(data, n, map, counts);
+void KeyAndCount(const uint16_t* src, uint16_t* dst, size_t n, KeyMap<uint16_t> map,
+                 uint32_t* counts) {
+  OXL_DISPATCH(KeyAndCount16)(src, dst, n, map, counts);
 }
-void KeyAndCount(uint32_t* data, size_t n, KeyMap<uint32_t> map, uint32_t* counts) {
-  OXL_DISPATCH(KeyAndCount32)(data, n, map, counts);
+void KeyAndCount(const uint32_t* src, uint32_t* dst, size_t n, KeyMap<uint32_t> map,
+                 uint32_t* counts) {
+  OXL_DISPATCH(KeyAndCount32)(src, dst, n, map, counts);
 }
-void KeyAndCount(uint64_t* data, size_t n, KeyMap<uint64_t> map, uint32_t* counts) {
-  OXL_DISPATCH(KeyAndCount64)(data, n, map, counts);
+void KeyAndCount(const uint64_t* src, uint64_t* dst, size_t n, KeyMap<uint64_t> map,
+                 uint32_t* counts) {
+  OXL_DISPATCH(KeyAndCount64)(src, dst, n, map, counts);
 }
 
 }  // namespace oxl::primitives

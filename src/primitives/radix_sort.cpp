@@ -159,11 +159,15 @@ void ScatterKeys(const U* __restrict src, U* __restrict dst, size_t n, int pass,
   }
 }
 
+// The keys start in the scratch when the full number of passes is odd, so that the passes end in
+// the data without a copy; only a skipped pass can then leave them in the scratch.
 template <class U>
 void SortInPlace(U* data, U* scratch, size_t n, KeyMap<U> map) {
   constexpr Digits digits = kDigits<U>;
   uint32_t counts[digits.counters] = {};
-  KeyAndCount(data, n, map, counts);
+  U* from = digits.passes % 2 == 1 ? scratch : data;
+  U* to = from == data ? scratch : data;
+  KeyAndCount(data, from, n, map, counts);
   int moving[digits.passes];
   Scatter how[digits.passes];
   int passes = 0;
@@ -172,21 +176,17 @@ void SortInPlace(U* data, U* scratch, size_t n, KeyMap<U> map) {
     if (how[passes] != Scatter::kNone) moving[passes++] = p;
   }
   if (passes == 0) {
-    for (size_t i = 0; i < n; ++i) data[i] = FromKey(data[i], map);
+    for (size_t i = 0; i < n; ++i) data[i] = FromKey(from[i], map);
     return;
   }
   RunningSums<U>(counts);
   KeyLineBuffers<U> buffers;
-  U* from = data;
-  U* to = scratch;
   for (int q = 0; q + 1 < passes; ++q) {
     ScatterKeys<U, false>(from, to, n, moving[q], how[q], map, counts, buffers);
     std::swap(from, to);
   }
   ScatterKeys<U, true>(from, to, n, moving[passes - 1], how[passes - 1], map, counts, buffers);
-  std::swap(from, to);
-  // An odd number of passes ends in the scratch.
-  if (from != data) std::memcpy(data, from, n * sizeof(U));
+  if (to != data) std::memcpy(data, to, n * sizeof(U));
 }
 
 // The key of element i of a strided key array.
