@@ -34,22 +34,17 @@ void KeyAndCountT(const U* src, U* dst, size_t n, KeyMap<U> map, uint32_t* HWY_R
   }
 }
 
-void KeyAndCount8(const uint8_t* src, uint8_t* dst, size_t n, KeyMap<uint8_t> map,
-                  uint32_t* counts) {
-  KeyAndCountT(src, dst, n, map, counts);
-}
-void KeyAndCount16(const uint16_t* src, uint16_t* dst, size_t n, KeyMap<uint16_t> map,
-                   uint32_t* counts) {
-  KeyAndCountT(src, dst, n, map, counts);
-}
-void KeyAndCount32(const uint32_t* src, uint32_t* dst, size_t n, KeyMap<uint32_t> map,
-                   uint32_t* counts) {
-  KeyAndCountT(src, dst, n, map, counts);
-}
-void KeyAndCount64(const uint64_t* src, uint64_t* dst, size_t n, KeyMap<uint64_t> map,
-                   uint32_t* counts) {
-  KeyAndCountT(src, dst, n, map, counts);
-}
+// Exported per width: the dispatch tables take plain functions, not templates.
+#define OXL_KEY_AND_COUNT(bits)                                                    \
+  void KeyAndCount##bits(const uint##bits##_t* src, uint##bits##_t* dst, size_t n, \
+                         KeyMap<uint##bits##_t> map, uint32_t* counts) {           \
+    KeyAndCountT(src, dst, n, map, counts);                                        \
+  }
+OXL_KEY_AND_COUNT(8)
+OXL_KEY_AND_COUNT(16)
+OXL_KEY_AND_COUNT(32)
+OXL_KEY_AND_COUNT(64)
+#undef OXL_KEY_AND_COUNT
 
 }  // namespace oxl::primitives::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -62,22 +57,16 @@ HWY_EXPORT(KeyAndCount16);
 HWY_EXPORT(KeyAndCount32);
 HWY_EXPORT(KeyAndCount64);
 
-void KeyAndCount(const uint8_t* src, uint8_t* dst, size_t n, KeyMap<uint8_t> map,
-                 uint32_t* counts) {
-  OXL_DISPATCH(KeyAndCount8)(src, dst, n, map, counts);
-}
-void KeyAndCount(const uint16_t* src, uint16_t* dst, size_t n, KeyMap<uint16_t> map,
-                 uint32_t* counts) {
-  OXL_DISPATCH(KeyAndCount16)(src, dst, n, map, counts);
-}
-void KeyAndCount(const uint32_t* src, uint32_t* dst, size_t n, KeyMap<uint32_t> map,
-                 uint32_t* counts) {
-  OXL_DISPATCH(KeyAndCount32)(src, dst, n, map, counts);
-}
-void KeyAndCount(const uint64_t* src, uint64_t* dst, size_t n, KeyMap<uint64_t> map,
-                 uint32_t* counts) {
-  OXL_DISPATCH(KeyAndCount64)(src, dst, n, map, counts);
-}
+#define OXL_KEY_AND_COUNT(bits)                                              \
+  void KeyAndCount(const uint##bits##_t* src, uint##bits##_t* dst, size_t n, \
+                   KeyMap<uint##bits##_t> map, uint32_t* counts) {           \
+    OXL_DISPATCH(KeyAndCount##bits)(src, dst, n, map, counts);               \
+  }
+OXL_KEY_AND_COUNT(8)
+OXL_KEY_AND_COUNT(16)
+OXL_KEY_AND_COUNT(32)
+OXL_KEY_AND_COUNT(64)
+#undef OXL_KEY_AND_COUNT
 
 }  // namespace oxl::primitives
 #endif
