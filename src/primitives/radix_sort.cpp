@@ -152,9 +152,15 @@ void ScatterKeys(const U* __restrict src, U* __restrict dst, size_t n, int pass,
   if (how == Scatter::kLines && reinterpret_cast<uintptr_t>(dst) % sizeof(U) == 0) {
     ScatterLines(dst, n, 1 << kDigits<U>.width[pass], histogram, buffers, at);
   } else {
-    for (size_t i = 0; i < n; ++i) {
-      const Placed<U> placed = at(i);
-      dst[++histogram[placed.bucket]] = placed.value;
+    // Positions first, stores after, a chunk at a time. In one loop, where keys of one bucket come
+    // close together, each counter load waits for the scattered stores before it (whose addresses
+    // come late) and the pass runs at one element per store latency.
+    constexpr size_t kChunk = 256;
+    uint32_t pos[kChunk];
+    for (size_t i = 0; i < n; i += kChunk) {
+      const size_t m = std::min(kChunk, n - i);
+      for (size_t j = 0; j < m; ++j) pos[j] = ++histogram[digit(src[i + j])];
+      for (size_t j = 0; j < m; ++j) dst[pos[j]] = kLast ? FromKey(src[i + j], map) : src[i + j];
     }
   }
 }
