@@ -15,7 +15,7 @@ namespace oxl::primitives::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 template <class U>
-void KeyAndCountT(U* HWY_RESTRICT data, size_t n, KeyMap<U> map, uint32_t* HWY_RESTRICT counts) {
+void KeyAndCountT(const U* src, U* dst, size_t n, KeyMap<U> map, uint32_t* HWY_RESTRICT counts) {
   const hn::ScalableTag<U> d;
   const hn::RebindToSigned<decltype(d)> di;
   const size_t lanes = hn::Lanes(d);
@@ -23,29 +23,28 @@ void KeyAndCountT(U* HWY_RESTRICT data, size_t n, KeyMap<U> map, uint32_t* HWY_R
   const auto mask = hn::Set(d, map.mask);
   size_t i = 0;
   for (; i + lanes <= n; i += lanes) {
-    const auto u = hn::LoadU(d, data + i);
+    const auto u = hn::LoadU(d, src + i);
     const auto spread = hn::BitCast(d, hn::BroadcastSignBit(hn::BitCast(di, u)));
-    hn::StoreU(hn::Xor(hn::Xor(u, flip), hn::And(spread, mask)), d, data + i);
-    for (size_t j = 0; j < lanes; ++j) CountKey(data[i + j], counts);
+    hn::StoreU(hn::Xor(hn::Xor(u, flip), hn::And(spread, mask)), d, dst + i);
+    for (size_t j = 0; j < lanes; ++j) CountKey(dst[i + j], counts);
   }
   for (; i < n; ++i) {
-    data[i] = ToKey(data[i], map);
-    CountKey(data[i], counts);
+    dst[i] = ToKey(src[i], map);
+    CountKey(dst[i], counts);
   }
 }
 
-void KeyAndCount8(uint8_t* data, size_t n, KeyMap<uint8_t> map, uint32_t* counts) {
-  KeyAndCountT(data, n, map, counts);
-}
-void KeyAndCount16(uint16_t* data, size_t n, KeyMap<uint16_t> map, uint32_t* counts) {
-  KeyAndCountT(data, n, map, counts);
-}
-void KeyAndCount32(uint32_t* data, size_t n, KeyMap<uint32_t> map, uint32_t* counts) {
-  KeyAndCountT(data, n, map, counts);
-}
-void KeyAndCount64(uint64_t* data, size_t n, KeyMap<uint64_t> map, uint32_t* counts) {
-  KeyAndCountT(data, n, map, counts);
-}
+// Exported per width: the dispatch tables take plain functions, not templates.
+#define OXL_KEY_AND_COUNT(bits)                                                    \
+  void KeyAndCount##bits(const uint##bits##_t* src, uint##bits##_t* dst, size_t n, \
+                         KeyMap<uint##bits##_t> map, uint32_t* counts) {           \
+    KeyAndCountT(src, dst, n, map, counts);                                        \
+  }
+OXL_KEY_AND_COUNT(8)
+OXL_KEY_AND_COUNT(16)
+OXL_KEY_AND_COUNT(32)
+OXL_KEY_AND_COUNT(64)
+#undef OXL_KEY_AND_COUNT
 
 }  // namespace oxl::primitives::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -58,18 +57,16 @@ HWY_EXPORT(KeyAndCount16);
 HWY_EXPORT(KeyAndCount32);
 HWY_EXPORT(KeyAndCount64);
 
-void KeyAndCount(uint8_t* data, size_t n, KeyMap<uint8_t> map, uint32_t* counts) {
-  OXL_DISPATCH(KeyAndCount8)(data, n, map, counts);
-}
-void KeyAndCount(uint16_t* data, size_t n, KeyMap<uint16_t> map, uint32_t* counts) {
-  OXL_DISPATCH(KeyAndCount16)(data, n, map, counts);
-}
-void KeyAndCount(uint32_t* data, size_t n, KeyMap<uint32_t> map, uint32_t* counts) {
-  OXL_DISPATCH(KeyAndCount32)(data, n, map, counts);
-}
-void KeyAndCount(uint64_t* data, size_t n, KeyMap<uint64_t> map, uint32_t* counts) {
-  OXL_DISPATCH(KeyAndCount64)(data, n, map, counts);
-}
+#define OXL_KEY_AND_COUNT(bits)                                              \
+  void KeyAndCount(const uint##bits##_t* src, uint##bits##_t* dst, size_t n, \
+                   KeyMap<uint##bits##_t> map, uint32_t* counts) {           \
+    OXL_DISPATCH(KeyAndCount##bits)(src, dst, n, map, counts);               \
+  }
+OXL_KEY_AND_COUNT(8)
+OXL_KEY_AND_COUNT(16)
+OXL_KEY_AND_COUNT(32)
+OXL_KEY_AND_COUNT(64)
+#undef OXL_KEY_AND_COUNT
 
 }  // namespace oxl::primitives
 #endif

@@ -84,10 +84,14 @@ inline void CountKey(U k, uint32_t* counts) {
   }
 }
 
-// Turns data in place into keys and counts all digits of all passes in one read. Per target.
-void KeyAndCount(uint8_t* data, size_t n, KeyMap<uint8_t> map, uint32_t* counts);
-void KeyAndCount(uint16_t* data, size_t n, KeyMap<uint16_t> map, uint32_t* counts);
-void KeyAndCount(uint32_t* data, size_t n, KeyMap<uint32_t> map, uint32_t* counts);
-void KeyAndCount(uint64_t* data, size_t n, KeyMap<uint64_t> map, uint32_t* counts);
+// Writes the keys of src to dst (which may be src) and counts all digits of all passes in one read.
+// Per target.
+void KeyAndCount(const uint8_t* src, uint8_t* dst, size_t n, KeyMap<uint8_t> map, uint32_t* counts);
+void KeyAndCount(const uint16_t* src, uint16_t* dst, size_t n, KeyMap<uint16_t> map,
+                 uint32_t* counts);
+void KeyAndCount(const uint32_t* src, uint32_t* dst, size_t n, KeyMap<uint32_t> map,
+                 uint32_t* counts);
+void KeyAndCount(const uint64_t* src, uint64_t* dst, size_t n, KeyMap<uint64_t> map,
+                 uint32_t* counts);
 
 }  // namespace oxl::primitives

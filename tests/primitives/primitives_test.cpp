@@ -45,10 +45,11 @@ struct SortType {
   IndexSortFn<T> index_ascend = nullptr, index_descend = nullptr;
 };
 
-enum class Pattern { kRandomBits, kValues, kSorted, kReversed, kConstant, kSignedZeros };
+enum class Pattern { kRandomBits, kValues, kSorted, kReversed, kConstant, kSignedZeros, kNarrow };
 
 // Random bits hold NaNs, infinities and subnormals; values are NaN-free, with many repeats so that
-// stability shows; signed zeros mix -0, +0 and a few units.
+// stability shows; signed zeros mix -0, +0 and a few units. Narrow values share their top and
+// bottom bits and differ in the middle, so that the sorts skip the first and the last digits.
 template <class T>
 std::vector<T> MakeData(Pattern pattern, size_t n, std::mt19937_64& rng) {
   std::vector<T> v(n);
@@ -57,6 +58,8 @@ std::vector<T> MakeData(Pattern pattern, size_t n, std::mt19937_64& rng) {
     const uint64_t bits = rng();
     if (pattern == Pattern::kRandomBits) {
       std::memcpy(&x, &bits, sizeof(T));
+    } else if (pattern == Pattern::kNarrow) {
+      x = kFloat ? T(1 + static_cast<double>(bits % 2048) / 4096) : T(bits % 4096 * 16 + 64);
     } else if (pattern == Pattern::kSignedZeros) {
       x = bits % 4 == 0 ? T(bits % 8 ? 1 : -1) : kFloat && bits % 8 > 4 ? T(-0.0) : T(0);
     } else {
@@ -93,9 +96,16 @@ void CheckSorts(const SortType<T>& type, const std::vector<size_t>& lengths,
         std::vector<unsigned char> strided(n * stride, 0xA5);
         for (size_t i = 0; i < n; ++i) std::memcpy(&strided[i * stride], &data[i], sizeof(T));
         ForEachTarget([&](const std::string&) {
-          std::vector<T> sorted = data, scratch(n);
-          ASSERT_EQ((descend ? type.descend : type.ascend)(sorted.data(), scratch.data(), len), 0);
-          EXPECT_TRUE(SameBits(sorted, expected));
+          // Data and scratch start one element past a guard, so that they do not start on a cache
+          // line: the partial first and last lines of a bucket must stay inside the array.
+          std::vector<T> sorted(n + 1, T(5)), scratch(n + 1, T(5));
+          std::copy(data.begin(), data.end(), sorted.begin() + 1);
+          ASSERT_EQ(
+              (descend ? type.descend : type.ascend)(sorted.data() + 1, scratch.data() + 1, len),
+              0);
+          EXPECT_TRUE(SameBits(std::vector<T>(sorted.begin() + 1, sorted.end()), expected));
+          EXPECT_EQ(sorted[0], T(5));
+          EXPECT_EQ(scratch[0], T(5));
           if (type.index_ascend == nullptr) return;
           std::vector<int32_t> index(n, -1), index_scratch(n);
           ASSERT_EQ((descend ? type.index_descend : type.index_ascend)(
@@ -116,10 +126,11 @@ void CheckSorts(const SortType<T>& type, const std::vector<size_t>& lengths,
       oxl_dft_avx2_pvksSortRadixIndexDescend_##tag
 
 TEST(RadixSort, AgainstStableSort) {
-  const std::vector<size_t> lengths = {1, 2, 3, 7, 8, 33, 255, 1000, 4099, 100003};
-  const std::vector<Pattern> all = {Pattern::kRandomBits, Pattern::kValues,
-                                    Pattern::kSorted,     Pattern::kReversed,
-                                    Pattern::kConstant,   Pattern::kSignedZeros};
+  // Lengths around the 2048 buckets of an 11-bit digit, where whole buffered lines start.
+  const std::vector<size_t> lengths = {1, 2, 3, 7, 8, 33, 255, 1000, 2047, 2048, 4099, 100003};
+  const std::vector<Pattern> all = {Pattern::kRandomBits, Pattern::kValues,   Pattern::kSorted,
+                                    Pattern::kReversed,   Pattern::kConstant, Pattern::kSignedZeros,
+                                    Pattern::kNarrow};
   CheckSorts<uint8_t>({OXL_INDEX_SORTS(8u)}, lengths, all);
   CheckSorts<int16_t>({OXL_INDEX_SORTS(16s)}, lengths, all);
   CheckSorts<uint16_t>({OXL_INDEX_SORTS(16u)}, lengths, all);
