@@ -264,11 +264,7 @@ HWY_INLINE V AtanOfRatioFloat(D d, V a, V b, hn::Mask<D> pi_minus) {
   // An infinity (Atan only) is capped so that the remainder stays finite: t = -0.
   const V den =
       hn::IfThenElse(high, hn::Min(a, hn::Set(d, 0x1p100f)), hn::IfThenElse(mid, a_plus, b));
-  // Atan2 at HA divides once, for 1/den: t = num/den within an ulp or so, the remainder below
-  // makes up the rest.
-  constexpr bool kReciprocal = kBinary && kLevel.compensated;
-  const V inv = kReciprocal ? hn::Div(one, den) : one;
-  const V t = kReciprocal ? hn::Mul(num, inv) : hn::Div(num, den);
+  const V t = hn::Div(num, den);
   // Atan2's quotients go far below Atan's arguments: below 2^-30, where t^3 / 3 is below 2^-61 of
   // t, the series is left out rather than computed through denormal products (slow on some
   // processors).
@@ -305,11 +301,7 @@ HWY_INLINE V AtanOfRatioFloat(D d, V a, V b, hn::Mask<D> pi_minus) {
     const V den_lo =
         hn::IfThenElseZero(middle, hn::Sub(hn::Min(a, b), hn::Sub(a_plus, hn::Max(a, b))));
     const V rem = hn::Sub(hn::Add(Fnma(d, t, den, num), num_lo), hn::Mul(t, den_lo));
-    // rem / den through atan' = 1/(1 + s); with the reciprocal, 1 - s is within s^2 (2.9%) of
-    // it, on a term of an ulp of t at most.
-    const V corr = kReciprocal ? Fnma(d, hn::Mul(rem, inv), s, hn::Mul(rem, inv))
-                               : hn::Div(rem, hn::Mul(den, hn::Add(one, s)));
-    low = hn::Add(low, hn::Xor(corr, sign));
+    low = hn::Add(low, hn::Xor(hn::Div(rem, hn::Mul(den, hn::Add(one, s))), sign));
     low = hn::Add(low, hn::Add(hn::Sub(c_hi, h), t_signed));
   }
   return hn::Add(h, low);
