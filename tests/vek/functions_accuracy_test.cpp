@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <initializer_list>
 #include <limits>
 #include <map>
 #include <set>
@@ -324,6 +325,22 @@ const std::map<std::string, HardCase>& HardCases() {
     for (const char* f : {"Asinh", "Acosh", "Atanh"}) {
       cases[f].thresholds.insert(cases[f].thresholds.end(), {0x1p-12, 0x1p12});
       cases[f].near.push_back({4000.0, 4200.0});
+    }
+    // Float Atan2: y/x next to tan(pi/8), 1 (where y - x and y + x round) and tan(3pi/8) in both
+    // half-planes, and the arguments next to the vector path's bounds 2^-100 and 2^100.
+    HardCase& atan2_float = cases["Atan2"];
+    for (const double x : {1.0, -1.0}) {
+      const auto side = [x](double lo, double hi) {
+        return x > 0 ? Range<double>{lo, hi} : Range<double>{-hi, -lo};
+      };
+      for (const auto& y :
+           std::initializer_list<Range<double>>{{0.41, 0.42}, {0.5, 2.0}, {2.4, 2.43}}) {
+        atan2_float.regions.push_back({{y, side(0.99, 1.01)}});
+      }
+      atan2_float.regions.push_back({{{0x1p99, 0x1p100}, side(0x1p98, 0x1p100)}});
+      atan2_float.regions.push_back({{{0x1p-100, 0x1p-98}, side(0x1p-100, 0x1p-99)}});
+      atan2_float.pairs.insert(atan2_float.pairs.end(), {0x1p100, 0x1p100 * x, 0x1p-100,
+                                                         0x1p-100 * x, 0x1p-100, 0x1p100 * x});
     }
     return cases;
   }();

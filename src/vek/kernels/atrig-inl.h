@@ -17,8 +17,9 @@
 // m one of +-1, +-2: C + m u is split exactly, so the whole is rounded once.
 //
 // Rare lanes: Asin and Acos beyond [-1, 1]; Atan2 with an argument outside [2^-1000, 2^1000]
-// (zeros, infinities, NaNs, denormals) or a result below 2^-1020, all through the element loop's
-// scalar code. Atan has none: infinities and denormals come out of the arithmetic.
+// (floats [2^-100, 2^100]: zeros, infinities, NaNs, denormals) or a result below 2^-1020 (floats
+// 2^-124), all through the element loop's scalar code. Atan has none: infinities and denormals come
+// out of the arithmetic.
 
 #if defined(OXL_VEK_KERNELS_ATRIG_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef OXL_VEK_KERNELS_ATRIG_INL_H_
@@ -27,14 +28,11 @@
 #define OXL_VEK_KERNELS_ATRIG_INL_H_
 #endif
 
-#include <limits>
-
 #include "simd/fma-inl.h"
 #include "simd/poly-inl.h"
 #include "vek/frame/kernel-inl.h"
 #include "vek/kernels/atrig_rare.h"
 #include "vek/kernels/atrig_tables.h"
-#include "vek/kernels/widen-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
@@ -241,56 +239,86 @@ struct AsinBody : UnaryRealBody<T> {
   }
 };
 
-// The float kernels run a double body on each half of the vector, widened, and round its result
-// once to float: the EP bodies, within 2^-31 of the result, serve every level. Their rare lanes
-// are marked in float: arguments beyond [-1, 1] for Asin and Acos; for Atan2 arguments outside the
-// normal range of float (zeros, infinities, NaNs, denormals) and results below 2^-124.
-// The float arctangent: no table. One division gives t with |t| <= tan(pi/8) and
-//   atan(a) = C + atan(t):  t = a, C = 0 up to tan(pi/8);  t = (a - 1)/(a + 1), C = pi/4 up to
-//   tan(3pi/8);  t = -1/a, C = pi/2 beyond,
+// The float arctangent of a/b (a, b >= 0; b = 1 for Atan): no table. One division gives t with
+// |t| <= tan(pi/8) and
+//   atan(a/b) = C + atan(t):  t = a/b, C = 0 up to tan(pi/8);  t = (a - b)/(a + b), C = pi/4 up
+//   to tan(3pi/8);  t = -b/a, C = pi/2 beyond,
 // and atan(t) = t + t s P(s), s = t^2, fitted over that range (MPFR, tools/atrig_tables.cpp). At
-// HA a - 1 and a + 1 carry their rounding errors, the quotient its remainder (entering through
-// atan' = 1/(1 + s)), and C + t is split exactly: C_hi + t, then the low parts. No rare lanes: an
-// infinity gives t = -0 (a capped so that the remainder stays finite), a NaN is passed through
-// with its payload.
+// HA a - b and a + b carry their rounding errors, the quotient its remainder (entering through
+// atan' = 1/(1 + s)), and C + t is split exactly: C_hi + t, then the low parts. Where pi_minus is
+// set (Atan2 with x < 0) the result is pi - atan(a/b): C becomes pi - C, split the same way, and
+// the other terms change sign. The ranges are told by a and b scaled by the bounds, so that Atan2
+// divides once.
+namespace atrig_detail {
+
+template <AsinLevel kLevel, bool kBinary, class D, class V = hn::VFromD<D>>
+HWY_INLINE V AtanOfRatioFloat(D d, V a, V b, hn::Mask<D> pi_minus) {
+  namespace at = vek::atrig_tables;
+  using M = hn::Mask<D>;
+  const V one = hn::Set(d, 1.0f);
+  const V tan_pi8 = hn::Set(d, 0x1.a8279ap-2f), tan_3pi8 = hn::Set(d, 0x1.3504f4p+1f);
+  const M mid = hn::Gt(a, kBinary ? hn::Mul(tan_pi8, b) : tan_pi8);
+  const M high = hn::Gt(a, kBinary ? hn::Mul(tan_3pi8, b) : tan_3pi8);
+  const V a_minus = hn::Sub(a, b), a_plus = hn::Add(a, b);
+  const V num = hn::IfThenElse(high, hn::Neg(b), hn::IfThenElse(mid, a_minus, a));
+  // An infinity (Atan only) is capped so that the remainder stays finite: t = -0.
+  const V den =
+      hn::IfThenElse(high, hn::Min(a, hn::Set(d, 0x1p100f)), hn::IfThenElse(mid, a_plus, b));
+  const V t = hn::Div(num, den);
+  // Atan2's quotients go far below Atan's arguments: below 2^-30, where t^3 / 3 is below 2^-61 of
+  // t, the series is left out rather than computed through denormal products (slow on some
+  // processors).
+  const V tp = kBinary ? hn::IfThenZeroElse(hn::Lt(hn::Abs(t), hn::Set(d, 0x1p-30f)), t) : t;
+  const V s = hn::Mul(tp, tp);
+  V lo = hn::Mul(hn::Mul(tp, s), Polynomial(d, s, kLevel.p, kLevel.terms));
+  constexpr SplitConst<float> kHalfPi(at::kHalfPi);
+  V c_hi = hn::IfThenElse(high, hn::Set(d, kHalfPi.hi),
+                          hn::IfThenElseZero(mid, hn::Set(d, kHalfPi.hi * 0.5f)));
+  V c_lo = hn::IfThenElse(high, hn::Set(d, kHalfPi.lo),
+                          hn::IfThenElseZero(mid, hn::Set(d, kHalfPi.lo * 0.5f)));
+  V sign = hn::Zero(d);
+  if constexpr (kBinary) {
+    // pi - C: pi_hi - C_hi is split exactly (pi_hi >= C_hi), its error joins the low part.
+    constexpr SplitConst<float> kPi(at::kPi);
+    const V pi_hi = hn::Set(d, kPi.hi);
+    const V pc = hn::Sub(pi_hi, c_hi);
+    const V pc_lo = hn::Add(hn::Sub(hn::Sub(pi_hi, pc), c_hi), hn::Sub(hn::Set(d, kPi.lo), c_lo));
+    c_hi = hn::IfThenElse(pi_minus, pc, c_hi);
+    c_lo = hn::IfThenElse(pi_minus, pc_lo, c_lo);
+    sign = hn::IfThenElseZero(pi_minus, hn::Set(d, -0.0f));
+  }
+  const V t_signed = hn::Xor(t, sign);
+  const V h = hn::Add(c_hi, t_signed);
+  V low = hn::Add(c_lo, hn::Xor(lo, sign));
+  if constexpr (kLevel.compensated) {
+    // a - b and a + b by the fast two-sum of the larger first (a - b is exact from b/2 to 2b),
+    // both only in the middle range.
+    const M middle = hn::AndNot(high, mid);
+    const V below = hn::Sub(a, hn::Add(a_minus, b));
+    const V num_err =
+        kBinary ? hn::IfThenElse(hn::Ge(a, b), hn::Sub(hn::Sub(a, a_minus), b), below) : below;
+    const V num_lo = hn::IfThenElseZero(middle, num_err);
+    const V den_lo =
+        hn::IfThenElseZero(middle, hn::Sub(hn::Min(a, b), hn::Sub(a_plus, hn::Max(a, b))));
+    const V rem = hn::Sub(hn::Add(Fnma(d, t, den, num), num_lo), hn::Mul(t, den_lo));
+    low = hn::Add(low, hn::Xor(hn::Div(rem, hn::Mul(den, hn::Add(one, s))), sign));
+    low = hn::Add(low, hn::Add(hn::Sub(c_hi, h), t_signed));
+  }
+  return hn::Add(h, low);
+}
+
+}  // namespace atrig_detail
+
+// No rare lanes: an infinity gives t = -0, a NaN is passed through with its payload.
 template <AsinLevel kLevel>
 struct SAtanBody : UnaryRealBody<float> {
   const char* name = vek::names::sAtan;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
-    namespace at = vek::atrig_tables;
     const V x = in[0];
-    const V a = hn::Abs(x);
-    const V one = hn::Set(d, 1.0f);
-    const M mid = hn::Gt(a, hn::Set(d, 0x1.a8279ap-2f));
-    const M high = hn::Gt(a, hn::Set(d, 0x1.3504f4p+1f));
-    const V a_minus = hn::Sub(a, one), a_plus = hn::Add(a, one);
-    const V num = hn::IfThenElse(high, hn::Neg(one), hn::IfThenElse(mid, a_minus, a));
-    const V den =
-        hn::IfThenElse(high, hn::Min(a, hn::Set(d, 0x1p100f)), hn::IfThenElse(mid, a_plus, one));
-    const V t = hn::Div(num, den);
-    const V s = hn::Mul(t, t);
-    V lo = hn::Mul(hn::Mul(t, s), atrig_detail::Polynomial(d, s, kLevel.p, kLevel.terms));
-    constexpr atrig_detail::SplitConst<float> kHalfPi(at::kHalfPi);
-    const V c_hi = hn::IfThenElse(high, hn::Set(d, kHalfPi.hi),
-                                  hn::IfThenElseZero(mid, hn::Set(d, kHalfPi.hi * 0.5f)));
-    const V c_lo = hn::IfThenElse(high, hn::Set(d, kHalfPi.lo),
-                                  hn::IfThenElseZero(mid, hn::Set(d, kHalfPi.lo * 0.5f)));
-    const V h = hn::Add(c_hi, t);
-    V low = hn::Add(c_lo, lo);
-    if constexpr (kLevel.compensated) {
-      // a - 1 is exact from 1/2 on, and below it the fast two-sum's error; a + 1 by the fast
-      // two-sum of the larger first. Both only in the middle range.
-      const M middle = hn::AndNot(high, mid);
-      const V num_lo = hn::IfThenElseZero(middle, hn::Sub(a, hn::Add(a_minus, one)));
-      const V den_lo =
-          hn::IfThenElseZero(middle, hn::Sub(hn::Min(a, one), hn::Sub(a_plus, hn::Max(a, one))));
-      const V rem = hn::Sub(hn::Add(Fnma(d, t, den, num), num_lo), hn::Mul(t, den_lo));
-      low = hn::Add(low, hn::Div(rem, hn::Mul(den, hn::Add(one, s))));
-      low = hn::Add(low, hn::Add(hn::Sub(c_hi, h), t));
-    }
-    const V r = hn::Add(h, low);
+    const V r = atrig_detail::AtanOfRatioFloat<kLevel, false>(d, hn::Abs(x), hn::Set(d, 1.0f),
+                                                              hn::FirstN(d, 0));
     out[0] = hn::IfThenElse(hn::IsNaN(x), hn::Add(x, x), hn::Or(r, hn::And(x, hn::Set(d, -0.0f))));
     rare[0] = hn::FirstN(d, 0);
   }
@@ -298,19 +326,28 @@ struct SAtanBody : UnaryRealBody<float> {
   static int32_t Rare(const float*, float*) { return 0; }
 };
 
+// Rare lanes: an argument outside [2^-100, 2^100] (zeros, infinities, NaNs, denormals, and where
+// a + b or the remainder would leave the normal range), or a result below 2^-124.
+template <AsinLevel kLevel>
 struct SAtan2Body : BinaryRealBody<float> {
   const char* name = vek::names::sAtan2;
-  Atan2Body<kAtanEP> wide;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
-    RunWidened<1, 2>(wide, d, in, out);
-    const V a = hn::Abs(in[0]), b = hn::Abs(in[1]);
-    const V lo = hn::Set(d, std::numeric_limits<float>::min());
-    const V hi = hn::Set(d, std::numeric_limits<float>::max());
+    const V y = in[0], x = in[1];
+    const V a = hn::Abs(y), b = hn::Abs(x);
+    const V lo = hn::Set(d, 0x1p-100f), hi = hn::Set(d, 0x1p100f);
+    // NaNs fail both compares.
     const M ordinary =
         hn::And(hn::And(hn::Ge(a, lo), hn::Le(a, hi)), hn::And(hn::Ge(b, lo), hn::Le(b, hi)));
-    rare[0] = hn::Or(hn::Not(ordinary), hn::Lt(hn::Abs(out[0]), hn::Set(d, 0x1p-124f)));
+    rare[0] = hn::Not(ordinary);
+    // Rare lanes compute on 1 and 1.
+    const V one = hn::Set(d, 1.0f);
+    const V r = atrig_detail::AtanOfRatioFloat<kLevel, true>(d, hn::IfThenElse(ordinary, a, one),
+                                                             hn::IfThenElse(ordinary, b, one),
+                                                             hn::Lt(x, hn::Zero(d)));
+    out[0] = hn::Or(r, hn::And(y, hn::Set(d, -0.0f)));
+    rare[0] = hn::Or(rare[0], hn::Lt(r, hn::Set(d, 0x1p-124f)));
   }
 
   static int32_t Rare(const float* a, const float* b, float* r) {

@@ -1,5 +1,4 @@
-// Atan, Atan2, Asin and Acos kernels of float arrays. Atan, Asin and Acos compute in float, one
-// kernel per level; Atan2 in double by the EP body, rounded once (atrig-inl.h), in every slot.
+// Atan, Atan2, Asin and Acos kernels of float arrays, computed in float, one kernel per level.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/atrig_s.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -23,8 +22,18 @@ void sAsinEP(int n, const float* a, float* r) { AsinOf<kAsinFloatEP, false>(n, a
 void sAcosHA(int n, const float* a, float* r) { AsinOf<kAsinFloatHA, true>(n, a, r); }
 void sAcosLA(int n, const float* a, float* r) { AsinOf<kAsinFloatLA, true>(n, a, r); }
 void sAcosEP(int n, const float* a, float* r) { AsinOf<kAsinFloatEP, true>(n, a, r); }
-void sAtan2(int n, const float* a, const float* b, float* r) {
-  RunBinary(SAtan2Body{}, n, a, b, r);
+template <AsinLevel kLevel>
+void Atan2Of(int n, const float* a, const float* b, float* r) {
+  RunBinary(SAtan2Body<kLevel>{}, n, a, b, r);
+}
+void sAtan2HA(int n, const float* a, const float* b, float* r) {
+  Atan2Of<kAtanFloatHA>(n, a, b, r);
+}
+void sAtan2LA(int n, const float* a, const float* b, float* r) {
+  Atan2Of<kAtanFloatLA>(n, a, b, r);
+}
+void sAtan2EP(int n, const float* a, const float* b, float* r) {
+  Atan2Of<kAtanFloatEP>(n, a, b, r);
 }
 
 }  // namespace oxl::HWY_NAMESPACE
@@ -43,7 +52,9 @@ HWY_EXPORT(sAsinEP);
 HWY_EXPORT(sAcosHA);
 HWY_EXPORT(sAcosLA);
 HWY_EXPORT(sAcosEP);
-HWY_EXPORT(sAtan2);
+HWY_EXPORT(sAtan2HA);
+HWY_EXPORT(sAtan2LA);
+HWY_EXPORT(sAtan2EP);
 
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAtan_B3HAynn, sAtanHA, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAtan_B3LAynn, sAtanLA, float)
@@ -54,8 +65,8 @@ OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAsin_B3EPnnn, sAsinEP, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAcos_B3HAynn, sAcosHA, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAcos_B3LAynn, sAcosLA, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAcos_B3EPnnn, sAcosEP, float)
-OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_sAtan2_B3HAynn, sAtan2, float)
-OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_sAtan2_B3LAynn, sAtan2, float)
-OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_sAtan2_B3EPnnn, sAtan2, float)
+OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_sAtan2_B3HAynn, sAtan2HA, float)
+OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_sAtan2_B3LAynn, sAtan2LA, float)
+OXL_VEK_BINARY_ENTRY(oxl_vek_kernel_sAtan2_B3EPnnn, sAtan2EP, float)
 }  // namespace oxl
 #endif

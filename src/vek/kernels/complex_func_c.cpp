@@ -1,6 +1,7 @@
 // Abs, Arg, CIS, Exp, Ln and Sqrt kernels of complex float arrays (complex_func-inl.h): Abs in
-// float by a Newton step on the pair of squares, Arg and CIS on the float Atan2 and SinCos bodies
-// (double inside, rounded once), Exp, Ln and Sqrt by double bodies over each half of the vector.
+// float by a Newton step on the pair of squares, Arg on the float Atan2 HA body, CIS on the float
+// SinCos body (double inside, rounded once), Exp, Ln and Sqrt by double bodies over each half of
+// the vector.
 // Each is within every level's bound and stands in each slot.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/complex_func_c.cpp"
@@ -14,7 +15,7 @@ namespace oxl::HWY_NAMESPACE {
 
 void cAbs(int n, const oxl_complex8* a, float* r) { RunUnary(ComplexAbsBody<float>{}, n, a, r); }
 void cArg(int n, const oxl_complex8* a, float* r) {
-  RunUnary(ComplexArgBody<SAtan2Body>{}, n, a, r);
+  RunUnary(ComplexArgBody<SAtan2Body<kAtanFloatHA>>{}, n, a, r);
 }
 void cCIS(int n, const float* a, oxl_complex8* r) {
   RunUnary(ComplexCisBody<TrigFloatBody<TrigFunction::kSinCos>>{}, n, a, r);

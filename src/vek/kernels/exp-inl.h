@@ -190,6 +190,17 @@ HWY_INLINE hn::VFromD<D> OfReducedD(D d, const Tables& tables, hn::VFromD<D> r, 
   return Fma(d, ExcessD(d, tables, r, z), s, s);
 }
 
+// The float counterpart on the 16-entry table with T_lo: e^r (1 + T_lo) - 1 =
+// r^2 (c4 r^2 + c3 r + c2) + (T_lo + r) with Taylor's coefficients: on |r| <= ln 2 / 32 the first
+// term left out, r^5 / 120, is below 4.1e-11 relative.
+template <class D, class Tables>
+HWY_INLINE hn::VFromD<D> ExcessF(D d, const Tables& tables, hn::VFromD<D> r,
+                                 hn::VFromD<hn::RebindToSigned<D>> z) {
+  const auto t_lo = Lookup(d, tables.lo, z);
+  const auto c = Horner(d, r, 0.5f, 1.0f / 6, 1.0f / 24);
+  return Fma(d, hn::Mul(r, r), c, hn::Add(t_lo, r));
+}
+
 // e^(hi + lo) = s (1 + e) for |hi| below kExpBound and |lo| within a few ulps of hi, by the
 // 8-entry table with T_lo: lo joins the reduced argument. The caller rounds s + s e once, or
 // scales the pair first (TGamma divides by a product kept in two parts).
@@ -240,12 +251,7 @@ struct ExpTableBody : UnaryRealBody<T> {
     const auto s = exp_detail::ScaledHi<kEntries>(d, tables.hi, red.z);
     hn::Vec<D> result;
     if constexpr (sizeof(T) == 4) {
-      // p = r^2 (c4 r^2 + c3 r + c2) + (T_lo + r) with Taylor's coefficients: on
-      // |r| <= ln 2 / 32 the first term left out, r^5 / 120, is below 4.1e-11 relative.
-      const auto t_lo = Lookup(d, tables.lo, red.z);
-      const auto c = Horner(d, r, 0.5f, 1.0f / 6, 1.0f / 24);
-      const auto p = Fma(d, hn::Mul(r, r), c, hn::Add(t_lo, r));
-      result = Fma(d, p, s, s);
+      result = Fma(d, exp_detail::ExcessF(d, tables, r, red.z), s, s);
     } else if constexpr (kLevel != ExpLevel::kEP) {
       result = exp_detail::OfReducedD(d, tables, r, s, red.z);
     } else {

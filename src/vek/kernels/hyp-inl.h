@@ -15,9 +15,9 @@
 // two-sum, and the quotient corrected by its residual. Beyond |x| = 22 tanh rounds to 1: |x| is
 // capped there, and the formula gives 1.
 //
-// The inverses' bodies serve floats too, on the float logarithm (HA: its Log1p evaluation, which
-// takes the pair's low part as an addend). Sinh, Cosh and Tanh of floats run the double EP bodies
-// on each half widened, rounded once.
+// Every body serves floats too. Sinh and Cosh take the float exponential's 16-entry table (and its
+// polynomial at HA), Tanh the float Expm1 kernels' terms; the inverses the float logarithm (HA: its
+// Log1p evaluation, which takes the pair's low part as an addend).
 
 #include <bit>
 #include <cstdint>
@@ -36,7 +36,6 @@
 #include "vek/kernels/exp-inl.h"
 #include "vek/kernels/log-inl.h"
 #include "vek/kernels/hyp_rare.h"
-#include "vek/kernels/widen-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
@@ -65,40 +64,55 @@ struct Pair {
   hn::VFromD<D> hi, lo;
 };
 
-// The exponential's tables of each level: EP has no T_lo.
-template <HypLevel kLevel>
-using ExpTables = exp_detail::Tables<double, 8, kLevel != HypLevel::kEP>;
+// The exponential's tables of each level: 8 entries for doubles, 16 for floats (as sExp HA);
+// EP has no T_lo, nor has float LA (its half ulp more is within the level).
+template <class T>
+inline constexpr int kExpEntries = sizeof(T) == 4 ? 16 : 8;
+template <class T, HypLevel kLevel>
+using ExpTables =
+    exp_detail::Tables<T, kExpEntries<T>,
+                       kLevel == HypLevel::kHA || (sizeof(T) == 8 && kLevel == HypLevel::kLA)>;
 
-// H = e^a / 2 for 0 <= a < 710: s + lo at HA, where lo = s p is up to 0.045 s and is not added
-// in; in one part (lo zero) at LA and EP. EP's e^r is Taylor's to r^4 without T_lo (r^5 / 120 is
-// 1.3e-9 relative on |r| <= ln 2 / 16).
+// H = e^a / 2 for 0 <= a < 710 (float 89): s + lo at HA, where lo = s p is up to 0.045 s (float
+// 0.022 s) and is not added in; in one part (lo zero) at LA and EP. Double EP's e^r is Taylor's to
+// r^4 without T_lo (r^5 / 120 is 1.3e-9 relative on |r| <= ln 2 / 16); float LA's to r^3
+// (r^4 / 24 is 9.2e-9 on ln 2 / 32), float EP's to r^2 (1.7e-6).
 template <HypLevel kLevel, class D>
-HWY_INLINE Pair<D> HalfExp(D d, const ExpTables<kLevel>& tables, hn::VFromD<D> a) {
+HWY_INLINE Pair<D> HalfExp(D d, const ExpTables<hn::TFromD<D>, kLevel>& tables, hn::VFromD<D> a) {
+  using T = hn::TFromD<D>;
+  constexpr int kEntries = kExpEntries<T>;
   const hn::RebindToSigned<D> di;
-  const auto red = exp_detail::Reduce<8, kLevel != HypLevel::kEP>(d, a);
-  // The table index is in the three low bits of z, the power of two above them: 8 less is 2^(k-1).
-  const auto s = exp_detail::ScaledHi<8>(d, tables.hi, hn::Sub(red.z, hn::Set(di, 8)));
+  const auto red = exp_detail::Reduce<kEntries, kLevel != HypLevel::kEP>(d, a);
+  // The table index is in the low bits of z, the power of two above them: N less is 2^(k-1).
+  const auto s =
+      exp_detail::ScaledHi<kEntries>(d, tables.hi, hn::Sub(red.z, hn::Set(di, kEntries)));
+  const auto r = red.r;
   if constexpr (kLevel == HypLevel::kHA) {
-    return {s, hn::Mul(s, exp_detail::ExcessD(d, tables, red.r, red.z))};
+    if constexpr (sizeof(T) == 4) return {s, hn::Mul(s, exp_detail::ExcessF(d, tables, r, red.z))};
+    return {s, hn::Mul(s, exp_detail::ExcessD(d, tables, r, red.z))};
+  } else if constexpr (sizeof(T) == 4) {
+    const auto c = kLevel == HypLevel::kLA ? Horner(d, r, 0.5f, 1.0f / 6) : hn::Set(d, 0.5f);
+    return {Fma(d, Fma(d, hn::Mul(r, r), c, r), s, s), hn::Zero(d)};
   } else if constexpr (kLevel == HypLevel::kLA) {
-    return {exp_detail::OfReducedD(d, tables, red.r, s, red.z), hn::Zero(d)};
+    return {exp_detail::OfReducedD(d, tables, r, s, red.z), hn::Zero(d)};
   } else {
-    const auto poly = Horner(d, red.r, 1.0, 0.5, 1.0 / 6, 1.0 / 24);
-    return {Fma(d, hn::Mul(s, red.r), poly, s), hn::Zero(d)};
+    const auto poly = Horner(d, r, 1.0, 0.5, 1.0 / 6, 1.0 / 24);
+    return {Fma(d, hn::Mul(s, r), poly, s), hn::Zero(d)};
   }
 }
 
-// 1 / (4H) for H = hi + lo >= 1/2, as a pair at HA. Beyond 2^64 it is below 2^-128 of H and needs
-// no accuracy: H is capped there, so that the quotient stays a normal number.
+// 1 / (4H) for H = hi + lo >= 1/2, as a pair at HA. Beyond 2^64 (float 2^32) it is below 2^-128
+// (2^-66) of H and needs no accuracy: H is capped there, so that the quotient stays normal.
 template <HypLevel kLevel, class D>
 HWY_INLINE Pair<D> QuarterReciprocal(D d, const Pair<D>& h) {
-  const auto quarter = hn::Set(d, 0.25);
+  using T = hn::TFromD<D>;
+  const auto quarter = hn::Set(d, T(0.25));
   const auto sum = kLevel == HypLevel::kHA ? hn::Add(h.hi, h.lo) : h.hi;
-  const auto q = hn::Div(quarter, hn::Min(sum, hn::Set(d, 0x1p64)));
+  const auto q = hn::Div(quarter, hn::Min(sum, hn::Set(d, T(sizeof(T) == 4 ? 0x1p32 : 0x1p64))));
   if constexpr (kLevel != HypLevel::kHA) return {q, hn::Zero(d)};
   // (1/4 - q H) / H, with 1/H taken as 4q.
   const auto residual = Fnma(d, q, h.lo, Fnma(d, q, h.hi, quarter));
-  return {q, hn::Mul(residual, hn::Mul(q, hn::Set(d, 4.0)))};
+  return {q, hn::Mul(residual, hn::Mul(q, hn::Set(d, T(4))))};
 }
 
 // H + sign / (4H): the fast two-sum of s and the quotient, then the small terms.
@@ -112,28 +126,44 @@ HWY_INLINE hn::VFromD<D> Combine(D d, const Pair<D>& h, Pair<D> q, bool minus) {
 }
 
 // sinh x - x = x^3 P(x^2) for |x| < 1/2 with Taylor's coefficients: to x^17 at HA (the first term
-// left out is 4e-20 of x), to x^13 at LA and EP (4.7e-17).
+// left out is 4e-20 of x), to x^13 at LA and EP (4.7e-17); floats to x^9 at HA (2.4e-11), x^7 at
+// LA (1.1e-8) and x^5 at EP (3.1e-6).
 template <HypLevel kLevel, class D>
 HWY_INLINE hn::VFromD<D> SinhSmall(D d, hn::VFromD<D> x) {
+  using T = hn::TFromD<D>;
   const auto x2 = hn::Mul(x, x);
   constexpr double c3 = 1.0 / 6, c5 = c3 / 20, c7 = c5 / 42, c9 = c7 / 72, c11 = c9 / 110,
                    c13 = c11 / 156, c15 = c13 / 210, c17 = c15 / 272;
-  const auto p = kLevel == HypLevel::kHA ? Horner(d, x2, c3, c5, c7, c9, c11, c13, c15, c17)
-                                         : Horner(d, x2, c3, c5, c7, c9, c11, c13);
+  hn::VFromD<D> p;
+  if constexpr (sizeof(T) == 4) {
+    p = kLevel == HypLevel::kHA   ? Horner(d, x2, T(c3), T(c5), T(c7), T(c9))
+        : kLevel == HypLevel::kLA ? Horner(d, x2, T(c3), T(c5), T(c7))
+                                  : Horner(d, x2, T(c3), T(c5));
+  } else {
+    p = kLevel == HypLevel::kHA ? Horner(d, x2, c3, c5, c7, c9, c11, c13, c15, c17)
+                                : Horner(d, x2, c3, c5, c7, c9, c11, c13);
+  }
   return Fma(d, hn::Mul(x2, x), p, x);
+}
+
+// The name of a function's kernel of element type T.
+template <class T>
+constexpr const char* NameOf(const char* s_name, const char* d_name) {
+  return sizeof(T) == 4 ? s_name : d_name;
 }
 
 }  // namespace hyp_detail
 
 // ---------------------------------------------------------------------------------------------
-// Double bodies.
+// Sinh, Cosh, Tanh.
 
-template <HypFunction kFunction, HypLevel kLevel>
-struct SinhCoshBody : UnaryRealBody<double> {
+template <class T, HypFunction kFunction, HypLevel kLevel>
+struct SinhCoshBody : UnaryRealBody<T> {
   static constexpr HypFunction kFunc = kFunction;
   static constexpr bool kSinh = kFunc == HypFunction::kSinh;
-  const char* name = kSinh ? vek::names::dSinh : vek::names::dCosh;
-  hyp_detail::ExpTables<kLevel> tables;
+  const char* name = kSinh ? hyp_detail::NameOf<T>(vek::names::sSinh, vek::names::dSinh)
+                           : hyp_detail::NameOf<T>(vek::names::sCosh, vek::names::dCosh);
+  hyp_detail::ExpTables<T, kLevel> tables;
 
   // Arguments whose results overflow or come near it, infinities and NaNs.
   template <class D>
@@ -153,7 +183,7 @@ struct SinhCoshBody : UnaryRealBody<double> {
     const auto result = hyp_detail::Combine<kLevel>(d, h, q, kSinh);
     if constexpr (kSinh) {
       // The series only where a lane needs it: most vectors of most arrays hold none.
-      const auto small = hn::Lt(a, hn::Set(d, 0.5));
+      const auto small = hn::Lt(a, hn::Set(d, T(0.5)));
       auto sinh = result;
       if (!hn::AllFalse(d, small)) {
         sinh = hn::IfThenElse(small, hyp_detail::SinhSmall<kLevel>(d, a), result);
@@ -165,21 +195,25 @@ struct SinhCoshBody : UnaryRealBody<double> {
     }
   }
 
-  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+  static int32_t Rare(const T* a, T* r) { return vek::HypRare<kFunc>(a, r); }
 };
-template <HypLevel kLevel>
-using SinhBody = SinhCoshBody<HypFunction::kSinh, kLevel>;
-template <HypLevel kLevel>
-using CoshBody = SinhCoshBody<HypFunction::kCosh, kLevel>;
+template <class T, HypLevel kLevel>
+using SinhBody = SinhCoshBody<T, HypFunction::kSinh, kLevel>;
+template <class T, HypLevel kLevel>
+using CoshBody = SinhCoshBody<T, HypFunction::kCosh, kLevel>;
 
-template <HypLevel kLevel>
-struct TanhBody : UnaryRealBody<double> {
+template <class T, HypLevel kLevel>
+struct TanhBody : UnaryRealBody<T> {
   static constexpr HypFunction kFunc = HypFunction::kTanh;
   static constexpr ExpLevel kExpLevel = kLevel == HypLevel::kHA   ? ExpLevel::kHA
                                         : kLevel == HypLevel::kLA ? ExpLevel::kLA
                                                                   : ExpLevel::kEP;
-  const char* name = vek::names::dTanh;
-  exp_detail::Tables<double, 8, kLevel != HypLevel::kEP> tables;
+  // The tables of the Expm1 kernels of the level.
+  static constexpr int kEntries = sizeof(T) == 8 ? 8 : kLevel == HypLevel::kHA ? 16 : 32;
+  // tanh rounds to 1 from 19.06 (float 9.01).
+  static constexpr T kCap = T(sizeof(T) == 4 ? 10 : 22);
+  const char* name = hyp_detail::NameOf<T>(vek::names::sTanh, vek::names::dTanh);
+  exp_detail::Tables<T, kEntries, kLevel != HypLevel::kEP> tables;
 
   // NaNs leave through the rare routine quieted with their payload; infinities are capped.
   template <class D>
@@ -191,9 +225,9 @@ struct TanhBody : UnaryRealBody<double> {
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
     const auto x = in[0];
     rare[0] = RareOf(d, x);
-    const auto a = hn::IfThenZeroElse(rare[0], hn::Min(hn::Abs(x), hn::Set(d, 22.0)));
-    const auto e = Expm1Parts<8, kExpLevel>(d, tables, hn::Add(a, a));
-    const auto two = hn::Set(d, 2.0);
+    const auto a = hn::IfThenZeroElse(rare[0], hn::Min(hn::Abs(x), hn::Set(d, kCap)));
+    const auto e = Expm1Parts<kEntries, kExpLevel>(d, tables, hn::Add(a, a));
+    const auto two = hn::Set(d, T(2));
     hn::Vec<D> result;
     if constexpr (kLevel == HypLevel::kHA) {
       // E renormalised (Expm1's low part holds its r^2 terms), E + 2 as a pair, the larger
@@ -203,7 +237,7 @@ struct TanhBody : UnaryRealBody<double> {
       const auto large = hn::Max(e_hi, two);
       const auto den = hn::Add(e_hi, two);
       const auto den_lo = hn::Add(hn::Sub(hn::Min(e_hi, two), hn::Sub(den, large)), e_lo);
-      const auto inv = hn::Div(hn::Set(d, 1.0), den);
+      const auto inv = hn::Div(hn::Set(d, T(1)), den);
       const auto q = hn::Mul(e_hi, inv);
       const auto residual = Fnma(d, q, den_lo, hn::Add(Fnma(d, q, den, e_hi), e_lo));
       result = Fma(d, residual, inv, q);
@@ -213,7 +247,7 @@ struct TanhBody : UnaryRealBody<double> {
     out[0] = hn::CopySign(result, x);
   }
 
-  static int32_t Rare(const double* a, double* r) { return vek::HypRare<kFunc>(a, r); }
+  static int32_t Rare(const T* a, T* r) { return vek::HypRare<kFunc>(a, r); }
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -300,12 +334,6 @@ HWY_INLINE hn::VFromD<D> SeriesBelow(D d, hn::VFromD<D> a, double c, hn::VFromD<
   using T = hn::TFromD<D>;
   const auto series = Fma(d, hn::Mul(a, hn::Mul(a, a)), hn::Set(d, T(c)), a);
   return hn::IfThenElse(hn::Lt(a, hn::Set(d, T(sizeof(T) == 4 ? 0x1p-12 : 0x1p-26))), series, ln);
-}
-
-// The name of a function's kernel of element type T.
-template <class T>
-constexpr const char* NameOf(const char* s_name, const char* d_name) {
-  return sizeof(T) == 4 ? s_name : d_name;
 }
 
 }  // namespace hyp_detail
@@ -454,27 +482,6 @@ template <class Ha, HypLevel kLevel, class T>
 void RunInverseOnePart(int n, const T* a, T* r) {
   RunUnary(InverseOnePartBody<Ha, kLevel>{}, n, a, r);
 }
-
-// ---------------------------------------------------------------------------------------------
-// Float bodies: the double body of `Wide` on each half, rounded once. Rare lanes are marked on
-// the float arguments, by the double body's rule with the float bounds.
-template <class Wide>
-struct HypFloatBody : UnaryRealBody<float> {
-  static constexpr HypFunction kFunc = Wide::kFunc;
-  static constexpr const char* kNames[] = {vek::names::sSinh,  vek::names::sCosh,
-                                           vek::names::sTanh,  vek::names::sAsinh,
-                                           vek::names::sAcosh, vek::names::sAtanh};
-  const char* name = kNames[static_cast<int>(kFunc)];
-  Wide wide;
-
-  template <class D>
-  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
-    rare[0] = Wide::RareOf(d, in[0]);
-    RunWidened<1>(wide, d, in, out);
-  }
-
-  static int32_t Rare(const float* a, float* r) { return vek::HypRare<kFunc>(a, r); }
-};
 
 }  // namespace oxl::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

@@ -10,14 +10,30 @@
 HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 
-void dSinhHA(int n, const double* a, double* r) { RunUnary(SinhBody<HypLevel::kHA>{}, n, a, r); }
-void dSinhLA(int n, const double* a, double* r) { RunUnary(SinhBody<HypLevel::kLA>{}, n, a, r); }
-void dCoshHA(int n, const double* a, double* r) { RunUnary(CoshBody<HypLevel::kHA>{}, n, a, r); }
-void dCoshLA(int n, const double* a, double* r) { RunUnary(CoshBody<HypLevel::kLA>{}, n, a, r); }
-void dCoshEP(int n, const double* a, double* r) { RunUnary(CoshBody<HypLevel::kEP>{}, n, a, r); }
-void dTanhHA(int n, const double* a, double* r) { RunUnary(TanhBody<HypLevel::kHA>{}, n, a, r); }
-void dTanhLA(int n, const double* a, double* r) { RunUnary(TanhBody<HypLevel::kLA>{}, n, a, r); }
-void dTanhEP(int n, const double* a, double* r) { RunUnary(TanhBody<HypLevel::kEP>{}, n, a, r); }
+void dSinhHA(int n, const double* a, double* r) {
+  RunUnary(SinhBody<double, HypLevel::kHA>{}, n, a, r);
+}
+void dSinhLA(int n, const double* a, double* r) {
+  RunUnary(SinhBody<double, HypLevel::kLA>{}, n, a, r);
+}
+void dCoshHA(int n, const double* a, double* r) {
+  RunUnary(CoshBody<double, HypLevel::kHA>{}, n, a, r);
+}
+void dCoshLA(int n, const double* a, double* r) {
+  RunUnary(CoshBody<double, HypLevel::kLA>{}, n, a, r);
+}
+void dCoshEP(int n, const double* a, double* r) {
+  RunUnary(CoshBody<double, HypLevel::kEP>{}, n, a, r);
+}
+void dTanhHA(int n, const double* a, double* r) {
+  RunUnary(TanhBody<double, HypLevel::kHA>{}, n, a, r);
+}
+void dTanhLA(int n, const double* a, double* r) {
+  RunUnary(TanhBody<double, HypLevel::kLA>{}, n, a, r);
+}
+void dTanhEP(int n, const double* a, double* r) {
+  RunUnary(TanhBody<double, HypLevel::kEP>{}, n, a, r);
+}
 void dAsinh(int n, const double* a, double* r) { RunUnary(AsinhBody<double>{}, n, a, r); }
 void dAcosh(int n, const double* a, double* r) { RunUnary(AcoshBody<double>{}, n, a, r); }
 void dAtanh(int n, const double* a, double* r) { RunUnary(AtanhBody<double>{}, n, a, r); }

@@ -1,8 +1,6 @@
-// Hyperbolic kernels of float arrays. Sinh, Cosh and Tanh are computed in double and rounded once
-// (see HypFloatBody), one kernel in every slot: the double EP bodies, within 2^-29 of the result,
-// so that the rounding to float leaves at most 0.53 ulp. Asinh, Acosh and Atanh compute in float
-// by the double kernels' steps; the LA slots of Asinh and Acosh hold their HA kernels, which cost
-// no more than the one-part evaluation in float.
+// Hyperbolic kernels of float arrays, computed in float by the double kernels' steps. The LA slots
+// of Asinh and Acosh hold their HA kernels, which cost no more than the one-part evaluation in
+// float; sCosh's LA slot repeats HA by its pattern.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/hyp_s.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -13,14 +11,29 @@
 HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 
-void sSinh(int n, const float* a, float* r) {
-  RunUnary(HypFloatBody<SinhBody<HypLevel::kEP>>{}, n, a, r);
+void sSinhHA(int n, const float* a, float* r) {
+  RunUnary(SinhBody<float, HypLevel::kHA>{}, n, a, r);
 }
-void sCosh(int n, const float* a, float* r) {
-  RunUnary(HypFloatBody<CoshBody<HypLevel::kEP>>{}, n, a, r);
+void sSinhLA(int n, const float* a, float* r) {
+  RunUnary(SinhBody<float, HypLevel::kLA>{}, n, a, r);
 }
-void sTanh(int n, const float* a, float* r) {
-  RunUnary(HypFloatBody<TanhBody<HypLevel::kEP>>{}, n, a, r);
+void sSinhEP(int n, const float* a, float* r) {
+  RunUnary(SinhBody<float, HypLevel::kEP>{}, n, a, r);
+}
+void sCoshHA(int n, const float* a, float* r) {
+  RunUnary(CoshBody<float, HypLevel::kHA>{}, n, a, r);
+}
+void sCoshEP(int n, const float* a, float* r) {
+  RunUnary(CoshBody<float, HypLevel::kEP>{}, n, a, r);
+}
+void sTanhHA(int n, const float* a, float* r) {
+  RunUnary(TanhBody<float, HypLevel::kHA>{}, n, a, r);
+}
+void sTanhLA(int n, const float* a, float* r) {
+  RunUnary(TanhBody<float, HypLevel::kLA>{}, n, a, r);
+}
+void sTanhEP(int n, const float* a, float* r) {
+  RunUnary(TanhBody<float, HypLevel::kEP>{}, n, a, r);
 }
 void sAsinh(int n, const float* a, float* r) { RunUnary(AsinhBody<float>{}, n, a, r); }
 void sAcosh(int n, const float* a, float* r) { RunUnary(AcoshBody<float>{}, n, a, r); }
@@ -45,9 +58,14 @@ HWY_AFTER_NAMESPACE();
 #include "vek/frame/kernel_entry.h"
 
 namespace oxl {
-HWY_EXPORT(sSinh);
-HWY_EXPORT(sCosh);
-HWY_EXPORT(sTanh);
+HWY_EXPORT(sSinhHA);
+HWY_EXPORT(sSinhLA);
+HWY_EXPORT(sSinhEP);
+HWY_EXPORT(sCoshHA);
+HWY_EXPORT(sCoshEP);
+HWY_EXPORT(sTanhHA);
+HWY_EXPORT(sTanhLA);
+HWY_EXPORT(sTanhEP);
 HWY_EXPORT(sAsinh);
 HWY_EXPORT(sAsinhEP);
 HWY_EXPORT(sAcosh);
@@ -56,14 +74,14 @@ HWY_EXPORT(sAtanh);
 HWY_EXPORT(sAtanhLA);
 HWY_EXPORT(sAtanhEP);
 
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sSinh_B3HAynn, sSinh, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sSinh_B3LAynn, sSinh, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sSinh_B3EPnnn, sSinh, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCosh_B3HAynn, sCosh, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCosh_B3EPnnn, sCosh, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTanh_B3HAynn, sTanh, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTanh_B3LAynn, sTanh, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTanh_B3EPnnn, sTanh, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sSinh_B3HAynn, sSinhHA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sSinh_B3LAynn, sSinhLA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sSinh_B3EPnnn, sSinhEP, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCosh_B3HAynn, sCoshHA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCosh_B3EPnnn, sCoshEP, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTanh_B3HAynn, sTanhHA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTanh_B3LAynn, sTanhLA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTanh_B3EPnnn, sTanhEP, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAsinh_B3HAynn, sAsinh, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAsinh_B3LAynn, sAsinh, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sAsinh_B3EPnnn, sAsinhEP, float)
