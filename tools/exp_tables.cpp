@@ -62,7 +62,8 @@ void Table(FILE* out, const char* type, const char* name, int n) {
 //   M = 16, the range that the reduction to the nearest multiple of ln 2 / 8 leaves:
 //     1 + r (c0 + c1 r + ... + c6 r^6), for the table kernels;
 //   M = 2, the range that the reduction to the nearest multiple of ln 2 leaves:
-//     1 + r + r^2 (c0 + c1 r + ... + c9 r^9), for the kernel without a table.
+//     1 + r + r^2 (c0 + c1 r + ... + c9 r^9), for the Exp kernel without a table, and
+//     the same form with a term more, close to e^r - 1 in relative error, for Expm1's.
 // Lawson's iteration (least squares on a fine grid, each point's weight multiplied by its error
 // after every round) tends to the minimax polynomial; the coefficients are then rounded to double,
 // and the comment written with them gives the error of the rounded polynomial, measured on a
@@ -72,6 +73,7 @@ struct PolyShape {
   int range_divisor;  // M
   int fixed;          // terms of the Taylor series kept exactly: 1 (the 1) or 2 (1 + r)
   int terms;          // fitted coefficients, of r^fixed upwards
+  bool of_expm1;      // relative to e^r - 1 rather than to e^r
 };
 constexpr int kGrid = 400;
 
@@ -99,25 +101,34 @@ void Polynomial(FILE* out, const PolyShape& shape) {
     mpfr_cos(t.v, t.v, MPFR_RNDN);
     mpfr_mul(grid[k].v, t.v, h.v, MPFR_RNDN);
   }
-  // The basis r^(i+fixed) / e^r against (e^r - the fixed terms) / e^r: the relative error.
+  // The basis r^(i+fixed) / f(r) against (e^r - the fixed terms) / f(r), f = e^r or e^r - 1:
+  // the relative error.
+  const auto reference = [&shape](mpfr_srcptr x, mpfr_ptr f) {
+    mpfr_exp(f, x, MPFR_RNDN);
+    if (shape.of_expm1) mpfr_sub_ui(f, f, 1, MPFR_RNDN);
+  };
   const std::vector<double> c = LawsonFit(
-      grid, shape.terms, 60, [&shape](mpfr_srcptr x, std::vector<Mp>& basis, mpfr_ptr target) {
-        Mp e;
-        mpfr_exp(e.v, x, MPFR_RNDN);
-        mpfr_sub_ui(target, e.v, 1, MPFR_RNDN);
+      grid, shape.terms, 60,
+      [&shape, &reference](mpfr_srcptr x, std::vector<Mp>& basis, mpfr_ptr target) {
+        Mp f;
+        reference(x, f.v);
+        mpfr_exp(target, x, MPFR_RNDN);
+        mpfr_sub_ui(target, target, 1, MPFR_RNDN);
         if (shape.fixed == 2) mpfr_sub(target, target, x, MPFR_RNDN);
-        mpfr_div(target, target, e.v, MPFR_RNDN);
+        mpfr_div(target, target, f.v, MPFR_RNDN);
         for (int i = 0; i < shape.terms; ++i) {
           mpfr_pow_ui(basis[i].v, x, i + shape.fixed, MPFR_RNDN);
-          mpfr_div(basis[i].v, basis[i].v, e.v, MPFR_RNDN);
+          mpfr_div(basis[i].v, basis[i].v, f.v, MPFR_RNDN);
         }
       });
   double worst = 0;
   for (int k = -4000; k <= 4000; ++k) {
     mpfr_mul_d(r.v, h.v, k / 4000.0, MPFR_RNDN);
+    if (k == 0) continue;  // e^r - 1 vanishes there, and both sides are exact
     Evaluate(shape, c, r.v, p.v);
     mpfr_exp(e.v, r.v, MPFR_RNDN);
     mpfr_sub(p.v, p.v, e.v, MPFR_RNDN);
+    reference(r.v, e.v);
     mpfr_div(p.v, p.v, e.v, MPFR_RNDN);
     worst = std::max(worst, std::fabs(mpfr_get_d(p.v, MPFR_RNDN)));
   }
@@ -129,8 +140,8 @@ void Polynomial(FILE* out, const PolyShape& shape) {
   }
   std::fprintf(out,
                " for e^r on |r| <= ln 2 / %d; relative error\n"
-               "// of the rounded coefficients %.1e.\n",
-               shape.range_divisor, worst);
+               "// of the rounded coefficients %s%.1e.\n",
+               shape.range_divisor, shape.of_expm1 ? "to e^r - 1 " : "", worst);
   PrintDoubleArray(out, shape.name, c);
 }
 
@@ -148,7 +159,8 @@ int main(int argc, char** argv) {
   Table<double>(out, "double", "kExp2J8D", 8);
   Table<double>(out, "double", "kExp2J16D", 16);
   Table<double>(out, "double", "kExp2J64D", 64);
-  Polynomial(out, {"kExpPolyD", 16, 1, 7});
-  Polynomial(out, {"kExpPolyWideD", 2, 2, 10});
+  Polynomial(out, {"kExpPolyD", 16, 1, 7, false});
+  Polynomial(out, {"kExpPolyWideD", 2, 2, 10, false});
+  Polynomial(out, {"kExpm1PolyWideD", 2, 2, 11, true});
   return std::fclose(out) == 0 ? 0 : 1;
 }

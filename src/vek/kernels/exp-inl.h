@@ -275,6 +275,38 @@ struct ExpTableBody : UnaryRealBody<T> {
 // lookup is two 32-bit permutes, each of which holds the FMA pipes for a cycle (Zen 3), and T_lo
 // doubles that. For 0 < |x| < 2^-511, r^2 underflows: the result is still 1 + x rounded, with the
 // underflow flag raised.
+namespace exp_detail {
+
+// The reduction of the kernels without a table: n = x / ln 2 rounded to an integer, in z's low
+// bits (z = x log2(e) + 1.5 * 2^52, so that bits(z) << 52 adds n to an exponent field), and
+// r = x - n ln 2 as r_hi + r_lo and rounded to r, with r^2 for the polynomials.
+template <class D>
+struct WideReduced {
+  hn::VFromD<D> z, r_hi, r_lo, r, r2;
+};
+template <class D>
+HWY_INLINE WideReduced<D> WideReduce(D d, hn::VFromD<D> x) {
+  using C = Consts<double>;
+  const auto shifter = hn::Set(d, 0x1.8p52);
+  WideReduced<D> out;
+  out.z = Fma(d, x, hn::Set(d, C::kLog2E), shifter);
+  const auto n = hn::Sub(out.z, shifter);
+  out.r_hi = Fnma(d, n, hn::Set(d, C::kLn2Hi), x);
+  out.r_lo = hn::Mul(n, hn::Set(d, -C::kLn2Lo));
+  out.r = hn::Add(out.r_hi, out.r_lo);
+  out.r2 = hn::Mul(out.r, out.r);
+  return out;
+}
+
+// v with n added to its exponent: exact where the result is normal.
+template <class D>
+HWY_INLINE hn::VFromD<D> AddToExponent(D d, hn::VFromD<D> v, hn::VFromD<D> z) {
+  const hn::RebindToSigned<D> di;
+  return hn::BitCast(d, hn::Add(hn::BitCast(di, v), hn::ShiftLeft<52>(hn::BitCast(di, z))));
+}
+
+}  // namespace exp_detail
+
 struct ExpWideBody : UnaryRealBody<double> {
   const char* name = OXL_VEK_REAL_NAME(double, Exp);
 
@@ -285,24 +317,15 @@ struct ExpWideBody : UnaryRealBody<double> {
     const auto abs_bits = hn::BitCast(di, hn::Abs(in[0]));
     rare[0] =
         hn::RebindMask(d, hn::Gt(abs_bits, hn::Set(di, std::bit_cast<int64_t>(C::kExpBound) - 1)));
-    const auto x = hn::IfThenZeroElse(rare[0], in[0]);
-    // 1.5 * 2^52: z holds n in its low bits, and bits(z) << 52 adds n to an exponent field.
-    const auto shifter = hn::Set(d, 0x1.8p52);
-    const auto z = Fma(d, x, hn::Set(d, C::kLog2E), shifter);
-    const auto n = hn::Sub(z, shifter);
-    const auto r_hi = Fnma(d, n, hn::Set(d, C::kLn2Hi), x);
-    const auto r_lo = hn::Mul(n, hn::Set(d, -C::kLn2Lo));
-    const auto r = hn::Add(r_hi, r_lo);
+    const auto red = exp_detail::WideReduce(d, hn::IfThenZeroElse(rare[0], in[0]));
     const double* c = vek::exp_tables::kExpPolyWideD;
-    const auto r2 = hn::Mul(r, r);
     const auto q =
-        HornerEvenOdd(d, r, r2, c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7], c[8], c[9]);
+        HornerEvenOdd(d, red.r, red.r2, c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7], c[8], c[9]);
     const auto one = hn::Set(d, 1.0);
-    const auto s = hn::Add(one, r_hi);
-    const auto s_err = hn::Add(hn::Sub(one, s), r_hi);
-    const auto t = Fma(d, r2, q, hn::Add(r_lo, s_err));
-    const auto m = hn::Add(s, t);
-    out[0] = hn::BitCast(d, hn::Add(hn::BitCast(di, m), hn::ShiftLeft<52>(hn::BitCast(di, z))));
+    const auto s = hn::Add(one, red.r_hi);
+    const auto s_err = hn::Add(hn::Sub(one, s), red.r_hi);
+    const auto t = Fma(d, red.r2, q, hn::Add(red.r_lo, s_err));
+    out[0] = exp_detail::AddToExponent(d, hn::Add(s, t), red.z);
   }
 
   static int32_t Rare(const double* a, double* r) { return vek::ExpRare(a, r); }
@@ -453,6 +476,48 @@ struct Expm1Body : UnaryRealBody<T> {
 
   static int32_t Rare(const T* a, T* r) { return vek::Expm1Rare(a, r); }
 };
+
+// dExpm1 HA without a table, on the reduction of the Exp kernel without one: with s = 2^n,
+//   e^x - 1 = (s - 1) + s r_hi + s (r_lo + r^2 Q(r)),
+// Q fitted to the relative error of e^r - 1 (9.1e-19 on |r| <= ln 2 / 2). s - 1 and s r_hi (exact)
+// are summed as pairs, the larger first: |s - 1| >= |s r_hi| whenever n is not 0, since
+// |r_hi| <= ln 2 / 2. For n = 0 the sum is r_hi itself, and small arguments get r + r^2 Q with
+// no cancellation.
+struct Expm1WideBody : UnaryRealBody<double> {
+  const char* name = OXL_VEK_REAL_NAME(double, Expm1);
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    using C = exp_detail::Consts<double>;
+    const auto x = in[0];
+    rare[0] = hn::Not(hn::Lt(x, hn::Set(d, C::kExpm1Bound)));
+    const auto xc = hn::IfThenZeroElse(rare[0], hn::Max(x, hn::Set(d, C::kClampBelow)));
+    const auto red = exp_detail::WideReduce(d, xc);
+    const double* c = vek::exp_tables::kExpm1PolyWideD;
+    const auto q = HornerEvenOdd(d, red.r, red.r2, c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7],
+                                 c[8], c[9], c[10]);
+    const auto one = hn::Set(d, 1.0);
+    const auto s = exp_detail::AddToExponent(d, one, red.z);
+    // u = s - 1 as a pair: s - u - 1 for s >= 1, s - (u + 1) below (where u + 1 is exact).
+    const auto u = hn::Sub(s, one);
+    const auto u_err =
+        hn::IfThenElse(hn::Lt(s, one), hn::Sub(s, hn::Add(u, one)), hn::Sub(hn::Sub(s, u), one));
+    const auto v = hn::Mul(s, red.r_hi);
+    const auto w = hn::Add(u, v);
+    const auto w_err = hn::Sub(v, hn::Sub(w, u));
+    const auto t = Fma(d, red.r2, q, red.r_lo);
+    const auto result = hn::Add(w, Fma(d, s, t, hn::Add(u_err, w_err)));
+    // e^x - 1 has the sign of x, and a zero keeps its own.
+    out[0] = hn::CopySign(result, x);
+  }
+
+  static int32_t Rare(const double* a, double* r) { return vek::Expm1Rare(a, r); }
+};
+
+// The Expm1 body of a type and level: the double HA kernel has no table.
+template <class T, ExpLevel kLevel>
+using Expm1KernelBody = std::conditional_t<sizeof(T) == 8 && kLevel == ExpLevel::kHA, Expm1WideBody,
+                                           Expm1Body<T, kLevel>>;
 
 }  // namespace oxl::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

@@ -19,7 +19,7 @@ void dExpEP(int n, const double* a, double* r) {
   RunUnary(ExpTableBody<double, ExpLevel::kEP>{}, n, a, r);
 }
 void dExpm1HA(int n, const double* a, double* r) {
-  RunUnary(Expm1Body<double, ExpLevel::kHA>{}, n, a, r);
+  RunUnary(Expm1KernelBody<double, ExpLevel::kHA>{}, n, a, r);
 }
 void dExpm1LA(int n, const double* a, double* r) {
   RunUnary(Expm1Body<double, ExpLevel::kLA>{}, n, a, r);
