@@ -25,6 +25,7 @@
 #include "vek/frame/kernel-inl.h"
 #include "simd/exp2-inl.h"
 #include "simd/fma-inl.h"
+#include "simd/pair-inl.h"
 #include "simd/poly-inl.h"
 #include "simd/round_scale-inl.h"
 #include "simd/table-inl.h"
@@ -215,6 +216,16 @@ HWY_INLINE ScaledExcess<D> OfPair(D d, const Tables& tables, hn::VFromD<D> hi, h
   return {ScaledHi<8>(d, tables.hi, red.z), ExcessD(d, tables, r, red.z)};
 }
 
+// s - 1 as a pair, for s a positive power of two or a table value times one: s - u - 1 for
+// s >= 1, s - (u + 1) below (where u + 1 is exact).
+template <class D>
+HWY_INLINE Pair<D> MinusOne(D d, hn::VFromD<D> s) {
+  const auto one = hn::Set(d, hn::TFromD<D>(1));
+  const auto u = hn::Sub(s, one);
+  return {u,
+          hn::IfThenElse(hn::Lt(s, one), hn::Sub(s, hn::Add(u, one)), hn::Sub(hn::Sub(s, u), one))};
+}
+
 }  // namespace exp_detail
 
 // ---------------------------------------------------------------------------------------------
@@ -266,15 +277,6 @@ struct ExpTableBody : UnaryRealBody<T> {
   static int32_t Rare(const T* a, T* r) { return vek::ExpRare(a, r); }
 };
 
-// dExp HA without a table: n = x / ln 2 rounded to an integer, r = x - n ln 2 in two parts
-// (|r| <= ln 2 / 2), and e^r = 1 + r + r^2 Q(r) with the fitted degree-9 Q (1.1e-17 relative).
-// 1 + r_hi is summed with its rounding error kept (|r_hi| < 1), and that error, r_lo and r^2 Q
-// join in one correction, so that the only large rounding is the last one: 0.76 ulp at most over
-// 2^26 random arguments, where the error of Q and the rounding of r add 0.2 ulp below 1. It takes
-// three FMA-class operations more than the 8-entry table kernel and no lookup: on AVX2 a double
-// lookup is two 32-bit permutes, each of which holds the FMA pipes for a cycle (Zen 3), and T_lo
-// doubles that. For 0 < |x| < 2^-511, r^2 underflows: the result is still 1 + x rounded, with the
-// underflow flag raised.
 namespace exp_detail {
 
 // The reduction of the kernels without a table: n = x / ln 2 rounded to an integer, in z's low
@@ -307,6 +309,15 @@ HWY_INLINE hn::VFromD<D> AddToExponent(D d, hn::VFromD<D> v, hn::VFromD<D> z) {
 
 }  // namespace exp_detail
 
+// dExp HA without a table: n = x / ln 2 rounded to an integer, r = x - n ln 2 in two parts
+// (|r| <= ln 2 / 2), and e^r = 1 + r + r^2 Q(r) with the fitted degree-9 Q (1.1e-17 relative).
+// 1 + r_hi is summed with its rounding error kept (|r_hi| < 1), and that error, r_lo and r^2 Q
+// join in one correction, so that the only large rounding is the last one: 0.76 ulp at most over
+// 2^26 random arguments, where the error of Q and the rounding of r add 0.2 ulp below 1. It takes
+// three FMA-class operations more than the 8-entry table kernel and no lookup: on AVX2 a double
+// lookup is two 32-bit permutes, each of which holds the FMA pipes for a cycle (Zen 3), and T_lo
+// doubles that. For 0 < |x| < 2^-511, r^2 underflows: the result is still 1 + x rounded, with the
+// underflow flag raised.
 struct ExpWideBody : UnaryRealBody<double> {
   const char* name = OXL_VEK_REAL_NAME(double, Exp);
 
@@ -321,11 +332,9 @@ struct ExpWideBody : UnaryRealBody<double> {
     const double* c = vek::exp_tables::kExpPolyWideD;
     const auto q =
         HornerEvenOdd(d, red.r, red.r2, c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7], c[8], c[9]);
-    const auto one = hn::Set(d, 1.0);
-    const auto s = hn::Add(one, red.r_hi);
-    const auto s_err = hn::Add(hn::Sub(one, s), red.r_hi);
-    const auto t = Fma(d, red.r2, q, hn::Add(red.r_lo, s_err));
-    out[0] = exp_detail::AddToExponent(d, hn::Add(s, t), red.z);
+    const auto s = FastTwoSum(d, hn::Set(d, 1.0), red.r_hi);
+    const auto t = Fma(d, red.r2, q, hn::Add(red.r_lo, s.lo));
+    out[0] = exp_detail::AddToExponent(d, hn::Add(s.hi, t), red.z);
   }
 
   static int32_t Rare(const double* a, double* r) { return vek::ExpRare(a, r); }
@@ -417,20 +426,15 @@ HWY_INLINE Expm1Pair<D> Expm1Parts(D d, const Tables& tables, hn::VFromD<D> xc) 
     // low = rr + r^2 P + T_lo (1 + r), all relative to s
     auto low = Fma(d, hn::Mul(r, r), tail, rr);
     low = hn::Add(low, Fma(d, t_lo, r, t_lo));
-    // u = s - 1 as a pair, by the fast two-sum with the larger term first: s - u - 1 for s >= 1,
-    // s - (u + 1) below (where u + 1 is exact).
-    const auto u = hn::Sub(s, one);
-    const auto u_err =
-        hn::IfThenElse(hn::Lt(s, one), hn::Sub(s, hn::Add(u, one)), hn::Sub(hn::Sub(s, u), one));
+    const auto u = exp_detail::MinusOne(d, s);
     // v = s r exactly as a pair.
     const auto v = hn::Mul(s, r);
     const auto v_err = Fms(d, s, r, v);
     // w = u + v as a pair. |u| >= |v| whenever u is not 0: the nearest table entries below and
     // above 1 (s = 2^((N-1)/N) / 2 and 2^(1/N)) are farther from 1 than ln 2 / 2N times s.
-    const auto w = hn::Add(u, v);
-    const auto w_err = hn::Sub(v, hn::Sub(w, u));
-    const auto lows = hn::Add(hn::Add(u_err, v_err), Fma(d, s, low, w_err));
-    return {w, lows};
+    const auto w = FastTwoSum(d, u.hi, v);
+    const auto lows = hn::Add(hn::Add(u.lo, v_err), Fma(d, s, low, w.lo));
+    return {w.hi, lows};
   } else {
     hn::VFromD<D> p;
     if constexpr (sizeof(T) == 4 && kLevel == ExpLevel::kLA) {
@@ -496,17 +500,11 @@ struct Expm1WideBody : UnaryRealBody<double> {
     const double* c = vek::exp_tables::kExpm1PolyWideD;
     const auto q = HornerEvenOdd(d, red.r, red.r2, c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7],
                                  c[8], c[9], c[10]);
-    const auto one = hn::Set(d, 1.0);
-    const auto s = exp_detail::AddToExponent(d, one, red.z);
-    // u = s - 1 as a pair: s - u - 1 for s >= 1, s - (u + 1) below (where u + 1 is exact).
-    const auto u = hn::Sub(s, one);
-    const auto u_err =
-        hn::IfThenElse(hn::Lt(s, one), hn::Sub(s, hn::Add(u, one)), hn::Sub(hn::Sub(s, u), one));
-    const auto v = hn::Mul(s, red.r_hi);
-    const auto w = hn::Add(u, v);
-    const auto w_err = hn::Sub(v, hn::Sub(w, u));
+    const auto s = exp_detail::AddToExponent(d, hn::Set(d, 1.0), red.z);
+    const auto u = exp_detail::MinusOne(d, s);
+    const auto w = FastTwoSum(d, u.hi, hn::Mul(s, red.r_hi));
     const auto t = Fma(d, red.r2, q, red.r_lo);
-    const auto result = hn::Add(w, Fma(d, s, t, hn::Add(u_err, w_err)));
+    const auto result = hn::Add(w.hi, Fma(d, s, t, hn::Add(u.lo, w.lo)));
     // e^x - 1 has the sign of x, and a zero keeps its own.
     out[0] = hn::CopySign(result, x);
   }
