@@ -87,3 +87,31 @@ inline std::vector<double> LawsonFit(const std::vector<Mp>& grid, int terms, int
   }
   return c;
 }
+
+// P for an odd f(u) = u + u z P(z), z = u^2 in [0, z_max], near-minimax: fitted as z P(z) to
+// (f(u) - u) / u where u is close enough to f(u) for that error to stand for the result's (asin:
+// u is within 0.53 of asin(u)), and with over_f as u z P(z) / f(u) to (f(u) - u) / f(u), in the
+// error relative to the result.
+inline std::vector<double> SeriesPolynomial(int terms, double z_max,
+                                            int (*f)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t),
+                                            bool over_f) {
+  std::vector<Mp> grid(2000);
+  for (size_t k = 0; k < grid.size(); ++k) {
+    mpfr_set_d(grid[k].v, z_max * (k + 1.0) / grid.size(), MPFR_RNDN);
+  }
+  return LawsonFit(grid, terms, 40, [=](mpfr_srcptr z, std::vector<Mp>& basis, mpfr_ptr target) {
+    Mp u, fu;
+    mpfr_sqrt(u.v, z, MPFR_RNDN);
+    f(fu.v, u.v, MPFR_RNDN);
+    mpfr_sub(target, fu.v, u.v, MPFR_RNDN);
+    if (over_f) {
+      mpfr_div(target, target, fu.v, MPFR_RNDN);
+      mpfr_mul(basis[0].v, u.v, z, MPFR_RNDN);
+      mpfr_div(basis[0].v, basis[0].v, fu.v, MPFR_RNDN);
+    } else {
+      mpfr_div(target, target, u.v, MPFR_RNDN);
+      mpfr_set(basis[0].v, z, MPFR_RNDN);
+    }
+    for (size_t i = 1; i < basis.size(); ++i) mpfr_mul(basis[i].v, basis[i - 1].v, z, MPFR_RNDN);
+  });
+}

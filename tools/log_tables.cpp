@@ -14,41 +14,30 @@
 // multiplies the logarithm's error by up to 745. The double Hi has at most 40
 // significant bits, the sum of two floats, and every other entry is a float: AVX2 reads them with
 // float permutes.
+// The polynomials of the quotient kernels (below) are fitted by Lawson's iteration.
 // Values come from MPFR at 256 bits, so the output depends on nothing but these rules.
 // Usage: log_tables <output file>.
 #include <mpfr.h>
 
+#include "lawson_fit.h"
 #include "table_output.h"
 
 #include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
-
-constexpr mpfr_prec_t kBits = 256;
-
-class Mp {
- public:
-  Mp() { mpfr_init2(v_, kBits); }
-  ~Mp() { mpfr_clear(v_); }
-  Mp(const Mp&) = delete;
-  Mp& operator=(const Mp&) = delete;
-  mpfr_ptr get() { return v_; }
-
- private:
-  mpfr_t v_;
-};
 
 // The reciprocal of interval i's midpoint, rounded to float.
 float Reciprocal(int i) {
   if (i == 0) return 1.0f;
   Mp mid;
-  mpfr_set_si(mid.get(), 2 * i - 1, MPFR_RNDN);
-  mpfr_div_si(mid.get(), mid.get(), 32, MPFR_RNDN);
-  mpfr_add_d(mid.get(), mid.get(), 1 + 0x1p-5, MPFR_RNDN);
-  mpfr_ui_div(mid.get(), 1, mid.get(), MPFR_RNDN);
-  return mpfr_get_flt(mid.get(), MPFR_RNDN);
+  mpfr_set_si(mid.v, 2 * i - 1, MPFR_RNDN);
+  mpfr_div_si(mid.v, mid.v, 32, MPFR_RNDN);
+  mpfr_add_d(mid.v, mid.v, 1 + 0x1p-5, MPFR_RNDN);
+  mpfr_ui_div(mid.v, 1, mid.v, MPFR_RNDN);
+  return mpfr_get_flt(mid.v, MPFR_RNDN);
 }
 
 template <class T>
@@ -79,20 +68,20 @@ void LogTables(FILE* out, const char* type, const std::string& name, int grid) {
   Mp exact, rest;
   for (int i = 0; i < 16; ++i) {
     // -ln(c), and -ln(2c) in the upper half (c < 2/3).
-    mpfr_set_flt(exact.get(), Reciprocal(i), MPFR_RNDN);
-    if (i >= 8) mpfr_mul_2si(exact.get(), exact.get(), 1, MPFR_RNDN);
-    mpfr_log(exact.get(), exact.get(), MPFR_RNDN);
-    mpfr_neg(exact.get(), exact.get(), MPFR_RNDN);
-    if (mpfr_zero_p(exact.get())) mpfr_set_zero(exact.get(), 1);  // -ln(1) as +0, not -0
-    one.push_back(Round<float>(exact.get()));
-    mpfr_mul_2si(rest.get(), exact.get(), grid, MPFR_RNDN);
-    mpfr_rint(rest.get(), rest.get(), MPFR_RNDN);
-    mpfr_mul_2si(rest.get(), rest.get(), -grid, MPFR_RNDN);
-    hi.push_back(Round<T>(rest.get()));
-    mpfr_sub(rest.get(), exact.get(), rest.get(), MPFR_RNDN);
-    lo.push_back(Round<float>(rest.get()));
-    mpfr_sub_d(rest.get(), rest.get(), lo.back(), MPFR_RNDN);
-    lolo.push_back(Round<float>(rest.get()));
+    mpfr_set_flt(exact.v, Reciprocal(i), MPFR_RNDN);
+    if (i >= 8) mpfr_mul_2si(exact.v, exact.v, 1, MPFR_RNDN);
+    mpfr_log(exact.v, exact.v, MPFR_RNDN);
+    mpfr_neg(exact.v, exact.v, MPFR_RNDN);
+    if (mpfr_zero_p(exact.v)) mpfr_set_zero(exact.v, 1);  // -ln(1) as +0, not -0
+    one.push_back(Round<float>(exact.v));
+    mpfr_mul_2si(rest.v, exact.v, grid, MPFR_RNDN);
+    mpfr_rint(rest.v, rest.v, MPFR_RNDN);
+    mpfr_mul_2si(rest.v, rest.v, -grid, MPFR_RNDN);
+    hi.push_back(Round<T>(rest.v));
+    mpfr_sub(rest.v, exact.v, rest.v, MPFR_RNDN);
+    lo.push_back(Round<float>(rest.v));
+    mpfr_sub_d(rest.v, rest.v, lo.back(), MPFR_RNDN);
+    lolo.push_back(Round<float>(rest.v));
   }
   if constexpr (sizeof(T) == 4) {
     Array(out, "float", name + "Hi", hi);
@@ -127,5 +116,15 @@ int main(int argc, char** argv) {
   Array(out, "float", "kLnRcp", reciprocals);
   LogTables<float>(out, "float", "kLnF", 17);
   LogTables<double>(out, "double", "kLnD", 40);
+
+  // The quotient kernels: ln m = 2 atanh(s), atanh(s) = s + s z P(z) with z = s^2 up to 1/25
+  // (m in [3/4, 3/2)), near-minimax in the error relative to atanh(s): 8 terms 2^-61.1 (double HA),
+  // 7 terms 2^-55.9 (double LA), 4 terms 2^-35.4 (double EP), 3 terms 2^-28.4 (float HA and LA),
+  // 2 terms 2^-21.4 (float EP).
+  for (const auto& [name, terms] :
+       {std::pair{"kLnQuotientHA", 8}, std::pair{"kLnQuotientLA", 7}, std::pair{"kLnQuotientEP", 4},
+        std::pair{"kLnQuotientFloat", 3}, std::pair{"kLnQuotientFloatEP", 2}}) {
+    PrintDoubleArray(out, name, SeriesPolynomial(terms, 1.0 / 25, mpfr_atanh, true));
+  }
   return std::fclose(out) == 0 ? 0 : 1;
 }

@@ -439,18 +439,33 @@ struct LogRcpBody : UnaryRealBody<T> {
   static int32_t Rare(const T* a, T* r) { return vek::LogRare<kFunc>(a, r); }
 };
 
-// Ln and Log10 by a quotient at LA and EP. x = 2^e m with m in [3/4, 3/2),
-// s = (m - 1) / (m + 1) and
-//   ln m = 2 atanh(s) = 2s (1 + s^2 / 3 + s^4 / 5 + ...).
-// |s| <= 1/5: the terms to s^23 leave s^24 / 25, below 2^-55 of the sum (double LA), the terms to
-// s^11 leave s^12 / 13, below 2^-31 (double EP, float LA), the terms to s^5 leave s^6 / 7, below
-// 2^-16 (float EP). m - 1 is exact, and the roundings of m + 1 and of the quotient cost two units
-// of s's last place (EP). One division (correctly rounded, so the same on every target) takes the
-// place of the table reads and the reciprocal's reduction, which on targets without wide register
-// permutes cost more than the divider. LA and HA carry s to twice the precision by a second
-// division and add e ln 2 (e log10 2) in two parts: near x = 3/4 and 3/2 the result cancels against
-// it. Double HA is LA with the term in s^23, which LA leaves out at a cost of up to 0.15 ulp; float
-// LA is within 0.6 ulp already and serves HA as it is.
+// Ln and Log10 by a quotient. x = 2^e m with m in [3/4, 3/2), s = (m - 1) / (m + 1) and
+//   ln m = 2 atanh(s) = 2s (1 + s^2 P(s^2)),
+// |s| <= 1/5, with P fitted to each level (tools/log_tables.cpp): 2^-61 of the result at double HA,
+// 2^-56 at LA, 2^-35 at EP; 2^-28 at float HA and LA, 2^-21 at float EP. m - 1 is exact, and the
+// roundings of m + 1 and of the quotient cost two units of s's last place (EP). One division
+// (correctly rounded, so the same on every target) takes the place of the table reads and the
+// reciprocal's reduction, which on targets without wide register permutes cost more than the
+// divider. LA and HA carry s to twice the precision and add e ln 2 (e log10 2) in two parts: near
+// x = 3/4 and 3/2 the result cancels against it. Float LA is within 0.6 ulp and serves HA as it is.
+template <class T, LogLevel kLevel>
+constexpr const auto& QuotientPolynomial() {
+  namespace lt = vek::log_tables;
+  if constexpr (sizeof(T) == 4) {
+    if constexpr (kLevel == LogLevel::kEP) {
+      return lt::kLnQuotientFloatEP;
+    } else {
+      return lt::kLnQuotientFloat;
+    }
+  } else if constexpr (kLevel == LogLevel::kEP) {
+    return lt::kLnQuotientEP;
+  } else if constexpr (kLevel == LogLevel::kLA) {
+    return lt::kLnQuotientLA;
+  } else {
+    return lt::kLnQuotientHA;
+  }
+}
+
 template <class T, LogFunction kFunc, LogLevel kLevel>
 struct LogQuotientBody : UnaryRealBody<T> {
   const char* name =
@@ -480,32 +495,27 @@ struct LogQuotientBody : UnaryRealBody<T> {
     const auto s = hn::Div(f, g);
     const auto z = hn::Mul(s, s);
     const auto t = hn::Add(s, s);
-    hn::VFromD<D> p;
-    if constexpr (sizeof(T) == 4 && kLevel == LogLevel::kEP) {
-      p = Horner(d, z, T(1) / 3, T(1) / 5);
-    } else if constexpr (sizeof(T) == 8 && kLevel == LogLevel::kLA) {
-      p = Estrin(d, z, hn::Mul(z, z), 1.0 / 3, 1.0 / 5, 1.0 / 7, 1.0 / 9, 1.0 / 11, 1.0 / 13,
-                 1.0 / 15, 1.0 / 17, 1.0 / 19, 1.0 / 21);
-    } else if constexpr (sizeof(T) == 8 && kLevel == LogLevel::kHA) {
-      p = Estrin(d, z, hn::Mul(z, z), 1.0 / 3, 1.0 / 5, 1.0 / 7, 1.0 / 9, 1.0 / 11, 1.0 / 13,
-                 1.0 / 15, 1.0 / 17, 1.0 / 19, 1.0 / 21, 1.0 / 23);
-    } else {
-      p = Horner(d, z, T(1) / 3, T(1) / 5, T(1) / 7, T(1) / 9, T(1) / 11);
-    }
+    const auto p = Estrin(d, z, hn::Mul(z, z), QuotientPolynomial<T, kLevel>());
     constexpr bool kLn = kFunc == LogFunction::kLn;
     if constexpr (kLevel != LogLevel::kEP) {
       // 2s to twice the precision: the rounding error of m + 1 (exact, g - 1 being exact) and the
-      // quotient's remainder (exact by the fused operation), over g. Then ln x = q + t + tail
-      // with q = e ln2hi exact, and q + t by the fast two-sum (|q| > |t| wherever q is not 0).
+      // quotient's remainder (exact by the fused operation), over g. 2 / g is 1 - s to within
+      // s's own rounding, 2^-53 of the correction, so a product takes the second division's
+      // place. Then ln x = q + t + tail with q = e ln2hi exact, and q + t by the fast two-sum
+      // (|q| > |t| wherever q is not 0).
+      // Everything but the polynomial's term is summed beside it, so that only one operation
+      // waits for the polynomial before the last addition.
       const auto g_lo = hn::Sub(m, hn::Sub(g, one));
       const auto rem = Fma(d, hn::Neg(s), g_lo, Fma(d, hn::Neg(s), g, f));
-      const auto tail = Fma(d, hn::Mul(t, z), p, hn::Div(hn::Add(rem, rem), g));
+      const auto t_lo = Fma(d, hn::Neg(rem), s, rem);
+      const auto tz = hn::Mul(t, z);
       const auto q = hn::Mul(e, hn::Set(d, kLn ? C::kLn2Hi : C::kLog10Of2Hi));
       rare[0] = hn::IsNaN(hn::Sub(q, q));
       if constexpr (kLn) {
         const auto hi = hn::Add(q, t);
         const auto err = hn::Add(hn::Sub(q, hi), t);
-        out[0] = hn::Add(hi, hn::Add(err, Fma(d, e, hn::Set(d, C::kLn2Lo), tail)));
+        const auto low = hn::Add(Fma(d, e, hn::Set(d, C::kLn2Lo), err), t_lo);
+        out[0] = hn::Add(hi, Fma(d, tz, p, low));
       } else {
         // t log10(e) as an exact product pair, the rest scaled in one rounding each.
         const auto lg = hn::Set(d, C::kLog10OfEHi);
@@ -514,7 +524,8 @@ struct LogQuotientBody : UnaryRealBody<T> {
         const auto hi = hn::Add(q, th);
         const auto err = hn::Add(hn::Sub(q, hi), th);
         const auto small = Fma(d, e, hn::Set(d, C::kLog10Of2Lo), hn::Add(err, th_err));
-        out[0] = hn::Add(hi, Fma(d, tail, lg, Fma(d, t, hn::Set(d, C::kLog10OfELo), small)));
+        const auto low = Fma(d, t_lo, lg, Fma(d, t, hn::Set(d, C::kLog10OfELo), small));
+        out[0] = hn::Add(hi, Fma(d, hn::Mul(tz, lg), p, low));
       }
     } else {
       const auto ln_m = Fma(d, hn::Mul(t, z), p, t);
