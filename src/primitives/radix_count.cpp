@@ -14,7 +14,17 @@ HWY_BEFORE_NAMESPACE();
 namespace oxl::primitives::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-template <class U>
+// Counts the digits of every pass, or with kTopOnly only the top digit.
+template <bool kTopOnly, class U>
+HWY_INLINE void Count(U k, uint32_t* HWY_RESTRICT counts) {
+  if constexpr (kTopOnly) {
+    ++counts[TopDigit<U>(k)];
+  } else {
+    CountKey(k, counts);
+  }
+}
+
+template <bool kTopOnly, class U>
 void KeyAndCountT(const U* src, U* dst, size_t n, KeyMap<U> map, uint32_t* HWY_RESTRICT counts) {
   const hn::ScalableTag<U> d;
   const hn::RebindToSigned<decltype(d)> di;
@@ -26,11 +36,11 @@ void KeyAndCountT(const U* src, U* dst, size_t n, KeyMap<U> map, uint32_t* HWY_R
     const auto u = hn::LoadU(d, src + i);
     const auto spread = hn::BitCast(d, hn::BroadcastSignBit(hn::BitCast(di, u)));
     hn::StoreU(hn::Xor(hn::Xor(u, flip), hn::And(spread, mask)), d, dst + i);
-    for (size_t j = 0; j < lanes; ++j) CountKey(dst[i + j], counts);
+    for (size_t j = 0; j < lanes; ++j) Count<kTopOnly>(dst[i + j], counts);
   }
   for (; i < n; ++i) {
     dst[i] = ToKey(src[i], map);
-    CountKey(dst[i], counts);
+    Count<kTopOnly>(dst[i], counts);
   }
 }
 
@@ -38,13 +48,17 @@ void KeyAndCountT(const U* src, U* dst, size_t n, KeyMap<U> map, uint32_t* HWY_R
 #define OXL_KEY_AND_COUNT(bits)                                                    \
   void KeyAndCount##bits(const uint##bits##_t* src, uint##bits##_t* dst, size_t n, \
                          KeyMap<uint##bits##_t> map, uint32_t* counts) {           \
-    KeyAndCountT(src, dst, n, map, counts);                                        \
+    KeyAndCountT<false>(src, dst, n, map, counts);                                 \
   }
 OXL_KEY_AND_COUNT(8)
 OXL_KEY_AND_COUNT(16)
 OXL_KEY_AND_COUNT(32)
-OXL_KEY_AND_COUNT(64)
 #undef OXL_KEY_AND_COUNT
+
+void KeyAndCountTop64(const uint64_t* src, uint64_t* dst, size_t n, KeyMap<uint64_t> map,
+                      uint32_t* counts) {
+  KeyAndCountT<true>(src, dst, n, map, counts);
+}
 
 }  // namespace oxl::primitives::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -55,7 +69,7 @@ namespace oxl::primitives {
 HWY_EXPORT(KeyAndCount8);
 HWY_EXPORT(KeyAndCount16);
 HWY_EXPORT(KeyAndCount32);
-HWY_EXPORT(KeyAndCount64);
+HWY_EXPORT(KeyAndCountTop64);
 
 #define OXL_KEY_AND_COUNT(bits)                                              \
   void KeyAndCount(const uint##bits##_t* src, uint##bits##_t* dst, size_t n, \
@@ -65,8 +79,12 @@ HWY_EXPORT(KeyAndCount64);
 OXL_KEY_AND_COUNT(8)
 OXL_KEY_AND_COUNT(16)
 OXL_KEY_AND_COUNT(32)
-OXL_KEY_AND_COUNT(64)
 #undef OXL_KEY_AND_COUNT
+
+void KeyAndCountTop(const uint64_t* src, uint64_t* dst, size_t n, KeyMap<uint64_t> map,
+                    uint32_t* counts) {
+  OXL_DISPATCH(KeyAndCountTop64)(src, dst, n, map, counts);
+}
 
 }  // namespace oxl::primitives
 #endif
