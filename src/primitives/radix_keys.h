@@ -97,8 +97,7 @@ constexpr size_t TopDigit(U k) {
   return static_cast<size_t>(k >> (sizeof(U) * 8 - kTopWidth));
 }
 
-// Writes the keys of src to dst and counts their top digits (2048 counters).
-void KeyAndCountTop(const uint64_t* src, uint64_t* dst, size_t n, KeyMap<uint64_t> map,
-                    uint32_t* counts);
+// Counts the top digits of the keys of src (2048 counters). Per target.
+void CountTop(const uint64_t* src, size_t n, KeyMap<uint64_t> map, uint32_t* counts);
 
 }  // namespace oxl::primitives

@@ -143,13 +143,20 @@ struct Placed {
   V value;
 };
 
-// One scatter of keys by a digit to the running sums of its histogram. The last pass stores the
-// elements themselves (the key map undone).
-template <class U, bool kLast, class C>
+// What a scatter does to the words it moves: nothing, map elements to keys as it reads them (the
+// first split of a 64-bit sort), or keys back to elements as it stores them (the last pass).
+enum class Mapping { kKeys, kToKeys, kFromKeys };
+
+// One scatter by a digit of the keys to the running sums of its histogram.
+template <class U, Mapping kMapping, class C>
 void ScatterDigit(const U* __restrict src, U* __restrict dst, size_t n, Digit<U> digit, int buckets,
                   Scatter how, KeyMap<U> map, C* __restrict histogram, KeyLineBuffers<U>& buffers) {
+  const auto key = [&](size_t i) {
+    return kMapping == Mapping::kToKeys ? ToKey(src[i], map) : src[i];
+  };
   const auto at = [&](size_t i) {
-    return Placed<U>{digit(src[i]), kLast ? FromKey(src[i], map) : src[i]};
+    const U k = key(i);
+    return Placed<U>{digit(k), kMapping == Mapping::kFromKeys ? FromKey(k, map) : k};
   };
   if (how == Scatter::kLines && reinterpret_cast<uintptr_t>(dst) % sizeof(U) == 0) {
     ScatterLines(dst, n, buckets, histogram, buffers, at);
@@ -161,8 +168,8 @@ void ScatterDigit(const U* __restrict src, U* __restrict dst, size_t n, Digit<U>
     uint32_t pos[kChunk];
     for (size_t i = 0; i < n; i += kChunk) {
       const size_t m = std::min(kChunk, n - i);
-      for (size_t j = 0; j < m; ++j) pos[j] = ++histogram[digit(src[i + j])];
-      for (size_t j = 0; j < m; ++j) dst[pos[j]] = kLast ? FromKey(src[i + j], map) : src[i + j];
+      for (size_t j = 0; j < m; ++j) pos[j] = ++histogram[digit(key(i + j))];
+      for (size_t j = 0; j < m; ++j) dst[pos[j]] = at(i + j).value;
     }
   }
 }
@@ -170,8 +177,9 @@ void ScatterDigit(const U* __restrict src, U* __restrict dst, size_t n, Digit<U>
 template <class U, bool kLast>
 void ScatterKeys(const U* __restrict src, U* __restrict dst, size_t n, int pass, Scatter how,
                  KeyMap<U> map, uint32_t* __restrict counts, KeyLineBuffers<U>& buffers) {
-  ScatterDigit<U, kLast>(src, dst, n, Digit<U>(pass), 1 << kDigits<U>.width[pass], how, map,
-                         counts + kDigits<U>.base[pass], buffers);
+  ScatterDigit<U, kLast ? Mapping::kFromKeys : Mapping::kKeys>(
+      src, dst, n, Digit<U>(pass), 1 << kDigits<U>.width[pass], how, map,
+      counts + kDigits<U>.base[pass], buffers);
 }
 
 // The keys start in the scratch when the full number of passes is odd, so that the passes end in
@@ -249,16 +257,27 @@ void InsertionSort(U* keys, U* out, size_t from, size_t to, KeyMap<U> map) {
 template <class U>
 void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state);
 
+template <class U>
+void MapKeys(const U* elements, U* keys, size_t n, KeyMap<U> map) {
+  for (size_t i = 0; i < n; ++i) keys[i] = ToKey(elements[i], map);
+}
+
 // Splits keys[0, n) by the digit of `width` bits at `shift` (histogram in counts) into other[0, n)
-// and sorts each bucket by the bits below, the elements going to out (keys or other).
-template <class U, class C>
+// and sorts each bucket by the bits below, the elements going to out (keys or other). The first
+// split reads elements, not keys (kToKeys).
+template <class U, Mapping kMapping = Mapping::kKeys, class C>
 void Split(U* keys, U* other, U* out, size_t n, int shift, int width, C* counts,
            Buckets<U>& state) {
   const int buckets = 1 << width;
   C most = 0;
   for (int b = 0; b < buckets; ++b) most = std::max(most, counts[b]);
   if (most == n) {
-    SortRange(keys, other, out, n, shift, state);
+    if constexpr (kMapping == Mapping::kToKeys) {
+      MapKeys(keys, other, n, state.map);
+      SortRange(other, keys, out, n, shift, state);
+    } else {
+      SortRange(keys, other, out, n, shift, state);
+    }
     return;
   }
   C sum = static_cast<C>(~C{0});
@@ -268,8 +287,8 @@ void Split(U* keys, U* other, U* out, size_t n, int shift, int width, C* counts,
     sum = static_cast<C>(sum + count);
   }
   const Scatter how = most > n / 16 || n < kLinesFrom ? Scatter::kDirect : Scatter::kLines;
-  ScatterDigit<U, false>(keys, other, n, Digit<U>(shift, width), buckets, how, state.map, counts,
-                         state.buffers);
+  ScatterDigit<U, kMapping>(keys, other, n, Digit<U>(shift, width), buckets, how, state.map, counts,
+                            state.buffers);
   // Each counter now holds the last position of its bucket. Runs of small buckets wait for one
   // insertion sort.
   size_t start = 0, run = 0;
@@ -310,18 +329,21 @@ void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) 
   }
 }
 
-// The keys go to the scratch on the first read, which counts their top digits; the split by the top
-// digit brings them back to the data.
+// The first read counts the top digits of the keys; the split by the top digit maps the elements to
+// keys on its way to the scratch. Short arrays go to the scratch as keys and are split in the
+// caches.
 template <class U>
 void SortBuckets(U* data, U* scratch, size_t n, KeyMap<U> map) {
-  uint32_t counts[1 << kTopWidth] = {};
-  KeyAndCountTop(data, scratch, n, map, counts);
   Buckets<U> state{map, {}};
   if (n <= kCachedKeys) {
+    MapKeys(data, scratch, n, map);
     SortRange(scratch, data, data, n, sizeof(U) * 8, state);
-  } else {
-    Split(scratch, data, data, n, sizeof(U) * 8 - kTopWidth, kTopWidth, counts, state);
+    return;
   }
+  uint32_t counts[1 << kTopWidth] = {};
+  CountTop(data, n, map, counts);
+  Split<U, Mapping::kToKeys>(data, scratch, data, n, sizeof(U) * 8 - kTopWidth, kTopWidth, counts,
+                             state);
 }
 
 // The key of element i of a strided key array.
