@@ -148,9 +148,11 @@ struct Placed {
 enum class Mapping { kKeys, kToKeys, kFromKeys };
 
 // One scatter by a digit of the keys to the running sums of its histogram.
+// Not inlined: its positions would stay on the stack through the recursion of the 64-bit sort.
 template <class U, Mapping kMapping, class C>
-void ScatterDigit(const U* __restrict src, U* __restrict dst, size_t n, Digit<U> digit, int buckets,
-                  Scatter how, KeyMap<U> map, C* __restrict histogram, KeyLineBuffers<U>& buffers) {
+[[gnu::noinline]] void ScatterDigit(const U* __restrict src, U* __restrict dst, size_t n,
+                                    Digit<U> digit, int buckets, Scatter how, KeyMap<U> map,
+                                    C* __restrict histogram, KeyLineBuffers<U>& buffers) {
   const auto key = [&](size_t i) {
     return kMapping == Mapping::kToKeys ? ToKey(src[i], map) : src[i];
   };
@@ -228,10 +230,10 @@ constexpr size_t kSmallRange = 16;
 constexpr size_t kCachedKeys = size_t{1} << 11;
 
 // Splits below the top digit take at most 10 bits when the range is cached (2 KiB of 16-bit
-// counters, enough for its length) and from 4 to 8 bits otherwise (1 KiB). Each level of the
-// recursion takes at least 4 bits of the key, so that it stays within a few KiB of stack on any
-// data.
-constexpr int kCachedSplit = 10, kMinSplit = 4, kMaxSplit = 8;
+// counters, enough for its length; 128 bytes up to 6 bits) and from 4 to 8 bits otherwise (1 KiB).
+// Each level of the recursion takes at least 4 bits of the key, and one of more than 1 KiB at least
+// 7, so that the recursion takes less than 20 KiB of stack on any data.
+constexpr int kCachedSplit = 10, kNarrowSplit = 6, kMinSplit = 4, kMaxSplit = 8;
 
 // Ranges this long are beyond L2, where the line buffers pay.
 constexpr size_t kLinesFrom = size_t{1} << 16;
@@ -320,7 +322,11 @@ void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) 
     InsertionSort(keys, out, 0, n, state.map);  // equal keys (top 0) take one comparison each
   } else if (n <= kCachedKeys) {
     const int width = std::min({top, kCachedSplit, static_cast<int>(std::bit_width(n)) - 1});
-    CountAndSplit<U, uint16_t, kCachedSplit>(keys, other, out, n, top, width, state);
+    if (width > kNarrowSplit) {
+      CountAndSplit<U, uint16_t, kCachedSplit>(keys, other, out, n, top, width, state);
+    } else {
+      CountAndSplit<U, uint16_t, kNarrowSplit>(keys, other, out, n, top, width, state);
+    }
   } else {
     const size_t ranges = n / (kCachedKeys / 2);
     const int width =
