@@ -242,6 +242,10 @@ template <class U>
 struct Buckets {
   KeyMap<U> map;
   KeyLineBuffers<U> buffers;
+  // The counters of one split of up to 11 bits below the top one, for a range so long that 8 bits
+  // would leave buckets to split again beyond L2; one at a time, so that the stack holds them once.
+  uint32_t wide[1 << kTopWidth];
+  bool wide_free = true;
 };
 
 // Sorts keys[from, to), whose buckets are in order and small, and stores the elements to out.
@@ -306,11 +310,16 @@ void Split(U* keys, U* other, U* out, size_t n, int shift, int width, C* counts,
   InsertionSort(other, out, run, n, state.map);
 }
 
+template <class U, class C>
+void Count(const U* keys, size_t n, int top, int width, C* counts) {
+  const Digit<U> digit(top - width, width);
+  for (size_t i = 0; i < n; ++i) ++counts[digit(keys[i])];
+}
+
 template <class U, class C, int kWidth>
 void CountAndSplit(U* keys, U* other, U* out, size_t n, int top, int width, Buckets<U>& state) {
   C counts[1 << kWidth] = {};
-  const Digit<U> digit(top - width, width);
-  for (size_t i = 0; i < n; ++i) ++counts[digit(keys[i])];
+  Count(keys, n, top, width, counts);
   Split(keys, other, out, n, top - width, width, counts, state);
 }
 
@@ -328,10 +337,18 @@ void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) 
       CountAndSplit<U, uint16_t, kNarrowSplit>(keys, other, out, n, top, width, state);
     }
   } else {
-    const size_t ranges = n / (kCachedKeys / 2);
-    const int width =
-        std::min(top, std::clamp(static_cast<int>(std::bit_width(ranges)), kMinSplit, kMaxSplit));
-    CountAndSplit<U, uint32_t, kMaxSplit>(keys, other, out, n, top, width, state);
+    const int ranges = static_cast<int>(std::bit_width(n / (kCachedKeys / 2)));
+    if (ranges > kMaxSplit && top > kMaxSplit && state.wide_free) {
+      const int width = std::min({top, ranges, kTopWidth});
+      state.wide_free = false;
+      std::fill_n(state.wide, 1 << width, 0);
+      Count(keys, n, top, width, state.wide);
+      Split(keys, other, out, n, top - width, width, state.wide, state);
+      state.wide_free = true;
+    } else {
+      const int width = std::min(top, std::clamp(ranges, kMinSplit, kMaxSplit));
+      CountAndSplit<U, uint32_t, kMaxSplit>(keys, other, out, n, top, width, state);
+    }
   }
 }
 
@@ -340,7 +357,8 @@ void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) 
 // caches.
 template <class U>
 void SortBuckets(U* data, U* scratch, size_t n, KeyMap<U> map) {
-  Buckets<U> state{map, {}};
+  Buckets<U> state;  // left uninitialised: 144 KiB that every bucket writes before it reads
+  state.map = map;
   if (n <= kCachedKeys) {
     MapKeys(data, scratch, n, map);
     SortRange(scratch, data, data, n, sizeof(U) * 8, state);
