@@ -228,6 +228,7 @@ constexpr size_t kSmallRange = 16;
 // Ranges of up to this many keys are split into buckets of about two keys at once; longer ones into
 // buckets of about half as many keys first.
 constexpr size_t kCachedKeys = size_t{1} << 11;
+static_assert(kCachedKeys <= 0xFFFF, "the counters of a cached split are 16 bits wide");
 
 // Splits below the top digit take at most 10 bits when the range is cached (2 KiB of 16-bit
 // counters, enough for its length; 128 bytes up to 6 bits) and from 4 to 8 bits otherwise (1 KiB).
