@@ -51,28 +51,24 @@ constexpr KeyMap<U> MakeKeyMap(KeyKind kind, bool descend) {
   return {static_cast<U>(descend ? flip ^ ones : flip), mask};
 }
 
-// The digits of a word: 8-bit words in one pass, 16-bit in two of 8 bits, 32-bit words in three
-// passes of 11, 11 and 10 bits, 64-bit words as two 32-bit halves of three passes each. An 11-bit
-// histogram of 2048 counters (8 KiB) stays in L1 beside the scatter's write streams; three passes
-// instead of four for a 32-bit word save a read and a scattered write of the whole array.
+// The digits of the least-significant-digit sorts: 8-bit words in one pass, 16-bit in two of 8
+// bits, 32-bit words in three passes of 11, 11 and 10 bits. An 11-bit histogram of 2048 counters
+// (8 KiB) stays in L1 beside the scatter's write streams; three passes instead of four for a 32-bit
+// word save a read and a scattered write of the whole array. 64-bit words are sorted by their top
+// digits first (radix_sort.cpp).
 struct Digits {
   int passes;
-  int shift[6];
-  int width[6];
-  int base[6];  // first counter of each pass's histogram
+  int shift[3];
+  int width[3];
+  int base[3];  // first counter of each pass's histogram
   int counters;
 };
 
 template <class U>
-constexpr Digits kDigits = sizeof(U) == 1   ? Digits{1, {0}, {8}, {0}, 256}
-                           : sizeof(U) == 2 ? Digits{2, {0, 8}, {8, 8}, {0, 256}, 512}
-                           : sizeof(U) == 4
-                               ? Digits{3, {0, 11, 22}, {11, 11, 10}, {0, 2048, 4096}, 6144}
-                               : Digits{6,
-                                        {0, 11, 22, 32, 43, 54},
-                                        {11, 11, 10, 11, 11, 10},
-                                        {0, 2048, 4096, 5120, 7168, 9216},
-                                        10240};
+constexpr Digits kDigits = sizeof(U) == 1 ? Digits{1, {0}, {8}, {0}, 256}
+                           : sizeof(U) == 2
+                               ? Digits{2, {0, 8}, {8, 8}, {0, 256}, 512}
+                               : Digits{3, {0, 11, 22}, {11, 11, 10}, {0, 2048, 4096}, 6144};
 
 // Counts the digits of every pass of one key.
 template <class U>
@@ -91,7 +87,17 @@ void KeyAndCount(const uint16_t* src, uint16_t* dst, size_t n, KeyMap<uint16_t> 
                  uint32_t* counts);
 void KeyAndCount(const uint32_t* src, uint32_t* dst, size_t n, KeyMap<uint32_t> map,
                  uint32_t* counts);
-void KeyAndCount(const uint64_t* src, uint64_t* dst, size_t n, KeyMap<uint64_t> map,
-                 uint32_t* counts);
+
+// The first digit of the sort of 64-bit words, which splits the keys by their top bits first: 2048
+// buckets, as many as the line buffers of a scatter serve.
+constexpr int kTopWidth = 11;
+
+template <class U>
+constexpr size_t TopDigit(U k) {
+  return static_cast<size_t>(k >> (sizeof(U) * 8 - kTopWidth));
+}
+
+// Counts the top digits of the keys of src (2048 counters). Per target.
+void CountTop(const uint64_t* src, size_t n, KeyMap<uint64_t> map, uint32_t* counts);
 
 }  // namespace oxl::primitives

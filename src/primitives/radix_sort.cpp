@@ -1,14 +1,17 @@
-// Least-significant-digit radix sorts, in place and by index, ascending and descending.
+// Radix sorts, in place and by index, ascending and descending.
 //
-// One read turns every element into its key and counts the digits of all passes at once
-// (radix_count.cpp); each pass then is one read and one scattered write, stable, so that after the
-// last pass the keys are in order and equal keys in input order. The in-place sorts skip the passes
-// whose digit is the same in every key and send spread digits through cache-line buffers. The
-// counters and the line buffers live on the stack: a sort allocates nothing.
+// Least-significant-digit sorts for words of up to 32 bits: one read turns every element into its
+// key and counts the digits of all passes at once (radix_count.cpp); each pass then is one read and
+// one scattered write, stable, so that after the last pass the keys are in order and equal keys in
+// input order. The in-place sorts skip the passes whose digit is the same in every key and send
+// spread digits through cache-line buffers. 64-bit words, whose six passes would each cross memory,
+// are split by their top digits instead (SortBuckets below). The counters and the line buffers live
+// on the stack: a sort allocates nothing.
 //
 // Elements are handled as unsigned words of their width; the words of a float array are read as
 // integers only between the entry and its return, where the caller's code cannot look.
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -42,8 +45,8 @@ template <class U>
 struct Digit {
   int shift;
   U mask;
-  Digit(int pass)
-      : shift(kDigits<U>.shift[pass]), mask(static_cast<U>((U{1} << kDigits<U>.width[pass]) - 1)) {}
+  Digit(int shift_bits, int width) : shift(shift_bits), mask(static_cast<U>((U{1} << width) - 1)) {}
+  explicit Digit(int pass) : Digit(kDigits<U>.shift[pass], kDigits<U>.width[pass]) {}
   U operator()(U k) const { return static_cast<U>((k >> shift) & mask); }
 };
 
@@ -97,12 +100,12 @@ using KeyLineBuffers = LineBuffers<U, 1 << (sizeof(U) == 1 || sizeof(U) == 2 ? 8
 
 // Scatters n elements, element i going to bucket and value given by at(i) -> {bucket, value}, to
 // dst at the running sums of `next` (pre-increment, stable). dst must be aligned to the element.
-template <class V, int kBuckets, class At>
-void ScatterLines(V* __restrict dst, size_t n, int buckets, uint32_t* __restrict next,
+template <class V, int kBuckets, class C, class At>
+void ScatterLines(V* __restrict dst, size_t n, int buckets, C* __restrict next,
                   LineBuffers<V, kBuckets>& buffers, At at) {
   constexpr size_t kSlots = LineBuffers<V, kBuckets>::kSlots;
   const size_t phase = (reinterpret_cast<uintptr_t>(dst) / sizeof(V)) % kSlots;
-  for (int b = 0; b < buckets; ++b) buffers.first[b] = next[b] + 1;
+  for (int b = 0; b < buckets; ++b) buffers.first[b] = static_cast<C>(next[b] + 1);
   for (size_t i = 0; i < n; ++i) {
     const auto [b, v] = at(i);
     const size_t pos = ++next[b];
@@ -120,7 +123,7 @@ void ScatterLines(V* __restrict dst, size_t n, int buckets, uint32_t* __restrict
     }
   }
   for (int b = 0; b < buckets; ++b) {
-    const size_t last = static_cast<uint32_t>(next[b] + 1);  // one past the bucket's last element
+    const size_t last = static_cast<C>(next[b] + 1);  // one past the bucket's last element
     const size_t fill = (last + phase) % kSlots;
     if (last == buffers.first[b] || fill == 0) continue;  // empty, or its last line went out whole
     const ptrdiff_t line = static_cast<ptrdiff_t>(last - fill);
@@ -140,17 +143,25 @@ struct Placed {
   V value;
 };
 
-// One pass over keys. The last pass stores the elements themselves (the key map undone).
-template <class U, bool kLast>
-void ScatterKeys(const U* __restrict src, U* __restrict dst, size_t n, int pass, Scatter how,
-                 KeyMap<U> map, uint32_t* __restrict counts, KeyLineBuffers<U>& buffers) {
-  const Digit<U> digit(pass);
-  uint32_t* histogram = counts + kDigits<U>.base[pass];
+// What a scatter does to the words it moves: nothing, map elements to keys as it reads them (the
+// first split of a 64-bit sort), or keys back to elements as it stores them (the last pass).
+enum class Mapping { kKeys, kToKeys, kFromKeys };
+
+// One scatter by a digit of the keys to the running sums of its histogram.
+// Not inlined: its positions would stay on the stack through the recursion of the 64-bit sort.
+template <class U, Mapping kMapping, class C>
+[[gnu::noinline]] void ScatterDigit(const U* __restrict src, U* __restrict dst, size_t n,
+                                    Digit<U> digit, int buckets, Scatter how, KeyMap<U> map,
+                                    C* __restrict histogram, KeyLineBuffers<U>& buffers) {
+  const auto key = [&](size_t i) {
+    return kMapping == Mapping::kToKeys ? ToKey(src[i], map) : src[i];
+  };
   const auto at = [&](size_t i) {
-    return Placed<U>{digit(src[i]), kLast ? FromKey(src[i], map) : src[i]};
+    const U k = key(i);
+    return Placed<U>{digit(k), kMapping == Mapping::kFromKeys ? FromKey(k, map) : k};
   };
   if (how == Scatter::kLines && reinterpret_cast<uintptr_t>(dst) % sizeof(U) == 0) {
-    ScatterLines(dst, n, 1 << kDigits<U>.width[pass], histogram, buffers, at);
+    ScatterLines(dst, n, buckets, histogram, buffers, at);
   } else {
     // Positions first, stores after, a chunk at a time. In one loop, where keys of one bucket come
     // close together, each counter load waits for the scattered stores before it (whose addresses
@@ -159,10 +170,18 @@ void ScatterKeys(const U* __restrict src, U* __restrict dst, size_t n, int pass,
     uint32_t pos[kChunk];
     for (size_t i = 0; i < n; i += kChunk) {
       const size_t m = std::min(kChunk, n - i);
-      for (size_t j = 0; j < m; ++j) pos[j] = ++histogram[digit(src[i + j])];
-      for (size_t j = 0; j < m; ++j) dst[pos[j]] = kLast ? FromKey(src[i + j], map) : src[i + j];
+      for (size_t j = 0; j < m; ++j) pos[j] = ++histogram[digit(key(i + j))];
+      for (size_t j = 0; j < m; ++j) dst[pos[j]] = at(i + j).value;
     }
   }
+}
+
+template <class U, bool kLast>
+void ScatterKeys(const U* __restrict src, U* __restrict dst, size_t n, int pass, Scatter how,
+                 KeyMap<U> map, uint32_t* __restrict counts, KeyLineBuffers<U>& buffers) {
+  ScatterDigit<U, kLast ? Mapping::kFromKeys : Mapping::kKeys>(
+      src, dst, n, Digit<U>(pass), 1 << kDigits<U>.width[pass], how, map,
+      counts + kDigits<U>.base[pass], buffers);
 }
 
 // The keys start in the scratch when the full number of passes is odd, so that the passes end in
@@ -193,6 +212,163 @@ void SortInPlace(U* data, U* scratch, size_t n, KeyMap<U> map) {
   }
   ScatterKeys<U, true>(from, to, n, moving[passes - 1], how[passes - 1], map, counts, buffers);
   if (to != data) std::memcpy(data, to, n * sizeof(U));
+}
+
+// The sort of 64-bit words need not be stable (equal keys are equal words), so it splits the keys
+// by their top digit first and then each bucket by its next digits while it sits in the caches,
+// until the buckets hold a few keys each, which one insertion sort over a run of such buckets puts
+// in order (no key crosses into another bucket). Ranges beyond L2 are split into buckets of about a
+// thousand keys first. Large arrays then cross memory two or three times instead of six. A digit
+// shared by every key of a range costs a count and no scatter, so that skewed data (one exponent)
+// loses no pass.
+
+// Buckets of up to this many keys are left to the insertion sort.
+constexpr size_t kSmallRange = 16;
+
+// Ranges of up to this many keys are split into buckets of about two keys at once; longer ones into
+// buckets of about half as many keys first.
+constexpr size_t kCachedKeys = size_t{1} << 11;
+static_assert(kCachedKeys <= 0xFFFF, "the counters of a cached split are 16 bits wide");
+
+// Splits below the top digit take at most 10 bits when the range is cached (2 KiB of 16-bit
+// counters, enough for its length; 128 bytes up to 6 bits) and from 4 to 8 bits otherwise (1 KiB).
+// Each level of the recursion takes at least 4 bits of the key, and one of more than 1 KiB at least
+// 7, so that the recursion takes less than 20 KiB of stack on any data.
+constexpr int kCachedSplit = 10, kNarrowSplit = 6, kMinSplit = 4, kMaxSplit = 8;
+
+// Ranges this long are beyond L2, where the line buffers pay.
+constexpr size_t kLinesFrom = size_t{1} << 16;
+
+template <class U>
+struct Buckets {
+  KeyMap<U> map;
+  KeyLineBuffers<U> buffers;
+  // The counters of one split of up to 11 bits below the top one, for a range so long that 8 bits
+  // would leave buckets to split again beyond L2; one at a time, so that the stack holds them once.
+  uint32_t wide[1 << kTopWidth];
+  bool wide_free = true;
+};
+
+// Sorts keys[from, to), whose buckets are in order and small, and stores the elements to out.
+template <class U>
+void InsertionSort(U* keys, U* out, size_t from, size_t to, KeyMap<U> map) {
+  for (size_t i = from + 1; i < to; ++i) {
+    const U k = keys[i];
+    size_t j = i;
+    for (; j > from && keys[j - 1] > k; --j) keys[j] = keys[j - 1];
+    keys[j] = k;
+  }
+  for (size_t i = from; i < to; ++i) out[i] = FromKey(keys[i], map);
+}
+
+template <class U>
+void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state);
+
+template <class U>
+void MapKeys(const U* elements, U* keys, size_t n, KeyMap<U> map) {
+  for (size_t i = 0; i < n; ++i) keys[i] = ToKey(elements[i], map);
+}
+
+// Splits keys[0, n) by the digit of `width` bits at `shift` (histogram in counts) into other[0, n)
+// and sorts each bucket by the bits below, the elements going to out (keys or other). The first
+// split reads elements, not keys (kToKeys).
+template <class U, Mapping kMapping = Mapping::kKeys, class C>
+void Split(U* keys, U* other, U* out, size_t n, int shift, int width, C* counts,
+           Buckets<U>& state) {
+  const int buckets = 1 << width;
+  C most = 0;
+  for (int b = 0; b < buckets; ++b) most = std::max(most, counts[b]);
+  if (most == n) {
+    if constexpr (kMapping == Mapping::kToKeys) {
+      MapKeys(keys, other, n, state.map);
+      SortRange(other, keys, out, n, shift, state);
+    } else {
+      SortRange(keys, other, out, n, shift, state);
+    }
+    return;
+  }
+  C sum = static_cast<C>(~C{0});
+  for (int b = 0; b < buckets; ++b) {
+    const C count = counts[b];
+    counts[b] = sum;
+    sum = static_cast<C>(sum + count);
+  }
+  const Scatter how = most > n / 16 || n < kLinesFrom ? Scatter::kDirect : Scatter::kLines;
+  ScatterDigit<U, kMapping>(keys, other, n, Digit<U>(shift, width), buckets, how, state.map, counts,
+                            state.buffers);
+  // Each counter now holds the last position of its bucket. Runs of small buckets wait for one
+  // insertion sort.
+  size_t start = 0, run = 0;
+  for (int b = 0; b < buckets; ++b) {
+    const size_t end = static_cast<C>(counts[b] + 1);
+    if (end - start > kSmallRange) {
+      InsertionSort(other, out, run, start, state.map);
+      SortRange(other + start, keys + start, out + start, end - start, shift, state);
+      run = end;
+    }
+    start = end;
+  }
+  InsertionSort(other, out, run, n, state.map);
+}
+
+template <class U, class C>
+void Count(const U* keys, size_t n, int top, int width, C* counts) {
+  const Digit<U> digit(top - width, width);
+  for (size_t i = 0; i < n; ++i) ++counts[digit(keys[i])];
+}
+
+template <class U, class C, int kWidth>
+void CountAndSplit(U* keys, U* other, U* out, size_t n, int top, int width, Buckets<U>& state) {
+  C counts[1 << kWidth] = {};
+  Count(keys, n, top, width, counts);
+  Split(keys, other, out, n, top - width, width, counts, state);
+}
+
+// Sorts keys[0, n), equal in their bits from `top` up, by the bits below; other is scratch of the
+// same length, and out (keys or other) receives the elements with the key map undone.
+template <class U>
+void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) {
+  if (n <= kSmallRange || top == 0) {
+    InsertionSort(keys, out, 0, n, state.map);  // equal keys (top 0) take one comparison each
+  } else if (n <= kCachedKeys) {
+    const int width = std::min({top, kCachedSplit, static_cast<int>(std::bit_width(n)) - 1});
+    if (width > kNarrowSplit) {
+      CountAndSplit<U, uint16_t, kCachedSplit>(keys, other, out, n, top, width, state);
+    } else {
+      CountAndSplit<U, uint16_t, kNarrowSplit>(keys, other, out, n, top, width, state);
+    }
+  } else {
+    const int ranges = static_cast<int>(std::bit_width(n / (kCachedKeys / 2)));
+    if (ranges > kMaxSplit && top > kMaxSplit && state.wide_free) {
+      const int width = std::min({top, ranges, kTopWidth});
+      state.wide_free = false;
+      std::fill_n(state.wide, 1 << width, 0);
+      Count(keys, n, top, width, state.wide);
+      Split(keys, other, out, n, top - width, width, state.wide, state);
+      state.wide_free = true;
+    } else {
+      const int width = std::min(top, std::clamp(ranges, kMinSplit, kMaxSplit));
+      CountAndSplit<U, uint32_t, kMaxSplit>(keys, other, out, n, top, width, state);
+    }
+  }
+}
+
+// The first read counts the top digits of the keys; the split by the top digit maps the elements to
+// keys on its way to the scratch. Short arrays go to the scratch as keys and are split in the
+// caches.
+template <class U>
+void SortBuckets(U* data, U* scratch, size_t n, KeyMap<U> map) {
+  Buckets<U> state;  // left uninitialised: 144 KiB that every bucket writes before it reads
+  state.map = map;
+  if (n <= kCachedKeys) {
+    MapKeys(data, scratch, n, map);
+    SortRange(scratch, data, data, n, sizeof(U) * 8, state);
+    return;
+  }
+  uint32_t counts[1 << kTopWidth] = {};
+  CountTop(data, n, map, counts);
+  Split<U, Mapping::kToKeys>(data, scratch, data, n, sizeof(U) * 8 - kTopWidth, kTopWidth, counts,
+                             state);
 }
 
 // The key of element i of a strided key array.
@@ -234,8 +410,13 @@ template <class T, class U, KeyKind kKind, bool kDescend>
 int32_t SortEntry(T* data, T* scratch, int32_t len) {
   if (data == nullptr || scratch == nullptr) return OXL_PRIM_STATUS_NULL_POINTER;
   if (len < 1) return OXL_PRIM_STATUS_BAD_LENGTH;
-  SortInPlace(reinterpret_cast<U*>(data), reinterpret_cast<U*>(scratch), static_cast<size_t>(len),
-              MakeKeyMap<U>(kKind, kDescend));
+  if constexpr (sizeof(U) == 8) {
+    SortBuckets(reinterpret_cast<U*>(data), reinterpret_cast<U*>(scratch), static_cast<size_t>(len),
+                MakeKeyMap<U>(kKind, kDescend));
+  } else {
+    SortInPlace(reinterpret_cast<U*>(data), reinterpret_cast<U*>(scratch), static_cast<size_t>(len),
+                MakeKeyMap<U>(kKind, kDescend));
+  }
   return OXL_PRIM_STATUS_OK;
 }
 

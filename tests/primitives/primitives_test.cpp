@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <numeric>
 #include <random>
@@ -45,11 +46,22 @@ struct SortType {
   IndexSortFn<T> index_ascend = nullptr, index_descend = nullptr;
 };
 
-enum class Pattern { kRandomBits, kValues, kSorted, kReversed, kConstant, kSignedZeros, kNarrow };
+enum class Pattern {
+  kRandomBits,
+  kValues,
+  kSorted,
+  kReversed,
+  kConstant,
+  kSignedZeros,
+  kNarrow,
+  kTwoExponents
+};
 
 // Random bits hold NaNs, infinities and subnormals; values are NaN-free, with many repeats so that
 // stability shows; signed zeros mix -0, +0 and a few units. Narrow values share their top and
-// bottom bits and differ in the middle, so that the sorts skip the first and the last digits.
+// bottom bits and differ in the middle, so that the sorts skip the first and the last digits. Two
+// exponents that differ in the lowest bit put every key in one top bucket, which splits again by
+// that bit and the random bits below.
 template <class T>
 std::vector<T> MakeData(Pattern pattern, size_t n, std::mt19937_64& rng) {
   std::vector<T> v(n);
@@ -58,6 +70,9 @@ std::vector<T> MakeData(Pattern pattern, size_t n, std::mt19937_64& rng) {
     const uint64_t bits = rng();
     if (pattern == Pattern::kRandomBits) {
       std::memcpy(&x, &bits, sizeof(T));
+    } else if (pattern == Pattern::kTwoExponents) {
+      x = kFloat ? T(std::ldexp(1 + std::ldexp(static_cast<double>(bits >> 11), -53), 1 + bits % 2))
+                 : T(bits % 8192 + 65536);
     } else if (pattern == Pattern::kNarrow) {
       x = kFloat ? T(1 + static_cast<double>(bits % 2048) / 4096) : T(bits % 4096 * 16 + 64);
     } else if (pattern == Pattern::kSignedZeros) {
@@ -98,14 +113,16 @@ void CheckSorts(const SortType<T>& type, const std::vector<size_t>& lengths,
         ForEachTarget([&](const std::string&) {
           // Data and scratch start one element past a guard, so that they do not start on a cache
           // line: the partial first and last lines of a bucket must stay inside the array.
-          std::vector<T> sorted(n + 1, T(5)), scratch(n + 1, T(5));
+          std::vector<T> sorted(n + 2, T(5)), scratch(n + 2, T(5));
           std::copy(data.begin(), data.end(), sorted.begin() + 1);
           ASSERT_EQ(
               (descend ? type.descend : type.ascend)(sorted.data() + 1, scratch.data() + 1, len),
               0);
-          EXPECT_TRUE(SameBits(std::vector<T>(sorted.begin() + 1, sorted.end()), expected));
+          EXPECT_TRUE(SameBits(std::vector<T>(sorted.begin() + 1, sorted.end() - 1), expected));
           EXPECT_EQ(sorted[0], T(5));
+          EXPECT_EQ(sorted[n + 1], T(5));
           EXPECT_EQ(scratch[0], T(5));
+          EXPECT_EQ(scratch[n + 1], T(5));
           if (type.index_ascend == nullptr) return;
           std::vector<int32_t> index(n, -1), index_scratch(n);
           ASSERT_EQ((descend ? type.index_descend : type.index_ascend)(
@@ -126,11 +143,14 @@ void CheckSorts(const SortType<T>& type, const std::vector<size_t>& lengths,
       oxl_dft_avx2_pvksSortRadixIndexDescend_##tag
 
 TEST(RadixSort, AgainstStableSort) {
-  // Lengths around the 2048 buckets of an 11-bit digit, where whole buffered lines start.
-  const std::vector<size_t> lengths = {1, 2, 3, 7, 8, 33, 255, 1000, 2047, 2048, 4099, 100003};
-  const std::vector<Pattern> all = {Pattern::kRandomBits, Pattern::kValues,   Pattern::kSorted,
-                                    Pattern::kReversed,   Pattern::kConstant, Pattern::kSignedZeros,
-                                    Pattern::kNarrow};
+  // Lengths around the 2048 buckets of an 11-bit digit, where whole buffered lines start, around
+  // the 16 keys left to an insertion sort and the 2048 that a 64-bit sort splits in the caches at
+  // once; the longest splits by its top digit through the line buffers.
+  const std::vector<size_t> lengths = {1,   2,    3,    7,    8,    16,   17,    33,
+                                       255, 1000, 2047, 2048, 2049, 4099, 100003};
+  const std::vector<Pattern> all = {
+      Pattern::kRandomBits, Pattern::kValues,      Pattern::kSorted, Pattern::kReversed,
+      Pattern::kConstant,   Pattern::kSignedZeros, Pattern::kNarrow, Pattern::kTwoExponents};
   CheckSorts<uint8_t>({OXL_INDEX_SORTS(8u)}, lengths, all);
   CheckSorts<int16_t>({OXL_INDEX_SORTS(16s)}, lengths, all);
   CheckSorts<uint16_t>({OXL_INDEX_SORTS(16u)}, lengths, all);
@@ -140,9 +160,11 @@ TEST(RadixSort, AgainstStableSort) {
   CheckSorts<double>({OXL_SORTS(64f)}, lengths, all);
 }
 
-// The lengths the statistics sort, on the two types they sort (label long: 40 s).
+// The lengths the statistics sort, on the two types they sort (label long: 60 s). Two exponents
+// leave a bucket long enough for the widest second split of doubles.
 TEST(RadixSort, LongFloatArrays) {
-  const std::vector<Pattern> patterns = {Pattern::kRandomBits, Pattern::kValues};
+  const std::vector<Pattern> patterns = {Pattern::kRandomBits, Pattern::kValues,
+                                         Pattern::kTwoExponents};
   CheckSorts<float>({OXL_SORTS(32f)}, {1000000, 10000000}, patterns);
   CheckSorts<double>({OXL_SORTS(64f)}, {1000000, 10000000}, patterns);
 }
