@@ -1,6 +1,6 @@
-// Lookups in tables of 16 or 32 entries held in registers, in place of vpermps, vpermt2ps and
+// Lookups in tables of 8, 16 or 32 entries held in registers, in place of vpermps, vpermt2ps and
 // vpermt2pd. A kernel loads its table once before the loop (LoadTable) and looks up a vector of
-// indices per block (Lookup); only the low 4 or 5 bits of each index lane count, so that the
+// indices per block (Lookup); only the low 3, 4 or 5 bits of each index lane count, so that the
 // low mantissa bits of a shifted float or of a seed's bit pattern can serve directly.
 //
 // AVX3 permutes across one, two or four registers (0.08 to 0.28 ns per element, against 0.36 to
@@ -44,7 +44,7 @@ constexpr bool TableInRegisters() {
 
 }  // namespace simd_detail
 
-// A table of kEntries (16 or 32) values of D's lane type: registers, or the array itself where
+// A table of kEntries (8, 16 or 32) values of D's lane type: registers, or the array itself where
 // lookups read memory.
 template <class D, size_t kEntries,
           bool kInRegisters = simd_detail::TableInRegisters<D, kEntries>()>
@@ -52,15 +52,16 @@ struct RegisterTable;
 
 template <class D, size_t kEntries>
 struct RegisterTable<D, kEntries, true> {
-  static_assert(kEntries == 16 || kEntries == 32 || (kEntries == 8 && sizeof(hn::TFromD<D>) == 8),
-                "tables have 16 or 32 entries, or 8 doubles");
-  hn::VFromD<D> reg[kEntries / hn::MaxLanes(D())];
+  static_assert(kEntries == 8 || kEntries == 16 || kEntries == 32,
+                "tables have 8, 16 or 32 entries");
+  // A table smaller than a register fills it with copies of itself.
+  hn::VFromD<D> reg[(kEntries + hn::MaxLanes(D()) - 1) / hn::MaxLanes(D())];
 };
 
 template <class D, size_t kEntries>
 struct RegisterTable<D, kEntries, false> {
-  static_assert(kEntries == 16 || kEntries == 32 || (kEntries == 8 && sizeof(hn::TFromD<D>) == 8),
-                "tables have 16 or 32 entries, or 8 doubles");
+  static_assert(kEntries == 8 || kEntries == 16 || kEntries == 32,
+                "tables have 8, 16 or 32 entries");
   const hn::TFromD<D>* data;
 };
 
@@ -71,6 +72,13 @@ HWY_API RegisterTable<D, kEntries> LoadTable(D d, const hn::TFromD<D>* HWY_RESTR
   RegisterTable<D, kEntries> table;
   if constexpr (simd_detail::TableInRegisters<D, kEntries>()) {
     constexpr size_t kLanes = hn::MaxLanes(D());
+    if constexpr (kEntries < kLanes) {
+      // 8 floats in the 16 lanes of AVX3: the index's bit 3 reads the same entry either way.
+      HWY_ALIGN hn::TFromD<D> copies[kLanes];
+      for (size_t i = 0; i < kLanes; ++i) copies[i] = values[i % kEntries];
+      table.reg[0] = hn::Load(d, copies);
+      return table;
+    }
     for (size_t i = 0; i < kEntries / kLanes; ++i) table.reg[i] = hn::Load(d, values + i * kLanes);
 #if HWY_TARGET == HWY_AVX2
     if constexpr (sizeof(hn::TFromD<D>) == 8) {
@@ -110,7 +118,7 @@ HWY_API hn::VFromD<D> Lookup(D d, const RegisterTable<D, kEntries, kInRegisters>
   } else {
 #if HWY_TARGET == HWY_AVX3
     if constexpr (sizeof(T) == 4) {
-      if constexpr (kEntries == 16) {
+      if constexpr (kEntries <= 16) {
         return hn::VFromD<D>{_mm512_permutexvar_ps(idx.raw, table.reg[0].raw)};
       } else {
         return hn::VFromD<D>{_mm512_permutex2var_ps(table.reg[0].raw, idx.raw, table.reg[1].raw)};
@@ -148,6 +156,9 @@ HWY_API hn::VFromD<D> Lookup(D d, const RegisterTable<D, kEntries, kInRegisters>
       return hn::VFromD<D>{_mm256_castps_pd(_mm256_blend_ps(half(0, idx.raw), half(2, up), 0xAA))};
     } else {
       // vpermps uses the low three bits; bit 3 (and bit 4) shifted to the sign picks the register.
+      if constexpr (kEntries == 8) {
+        return hn::VFromD<D>{_mm256_permutevar8x32_ps(table.reg[0].raw, idx.raw)};
+      }
       const __m256 bit3 = _mm256_castsi256_ps(_mm256_slli_epi32(idx.raw, 28));
       const __m256 low =
           _mm256_blendv_ps(_mm256_permutevar8x32_ps(table.reg[0].raw, idx.raw),

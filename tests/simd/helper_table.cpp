@@ -151,7 +151,7 @@ HelperTable<T> MakeTable() {
       t, "Fnma", [](auto d, auto a, auto b, auto c) { return ox::Fnma(d, a, b, c); }, &ref::Fnma);
   AddTernary(
       t, "Fnms", [](auto d, auto a, auto b, auto c) { return ox::Fnms(d, a, b, c); }, &ref::Fnms);
-  if constexpr (sizeof(T) == 8) t.lookups.push_back({8, &LookupArray<T, 8>});
+  t.lookups.push_back({8, &LookupArray<T, 8>});
   t.lookups.push_back({16, &LookupArray<T, 16>});
   t.lookups.push_back({32, &LookupArray<T, 32>});
   t.float_lookup = &LookupArray<T, 16, true>;

@@ -297,11 +297,12 @@ const std::map<std::string, HardCase>& HardCases() {
     // e^|x| and e^-|x| cancel most; the last arguments before the fast paths' bounds and the
     // overflow thresholds (float 89 and 89.4159851, double 710 and 710.4758600739439); tanh where
     // it starts to round to 1 (float 9.01, double 19.06) and the cap at 22; the table switch of
-    // the reduction at ln 2 / 16.
-    const HardCase hyp = {
-        {0.5, 0x1.fffffffffffffp-2, 0.0433216, 89.0, 0x1.65a9f8p+6, 710.0, 0x1.633ce8fb9f87dp+9,
-         9.010913, 19.06154746539849, 22.0, 0x1p-26, 0x1p-54},
-        {{-1.0, 1.0}, {-0.6, 0.6}, {85.0, 89.5}, {700.0, 710.5}, {8.0, 23.0}}};
+    // the reduction at ln 2 / 16; the float HA kernels' worst arguments over all floats (sinh,
+    // cosh, tanh).
+    const HardCase hyp = {{0.5, 0x1.fffffffffffffp-2, 0.0433216, 89.0, 0x1.65a9f8p+6, 710.0,
+                           0x1.633ce8fb9f87dp+9, 9.010913, 19.06154746539849, 22.0, 0x1p-26,
+                           0x1p-54, 0x1.a67ddep-1, 0x1.03caap+1, 0x1.fe4ccap-7},
+                          {{-1.0, 1.0}, {-0.6, 0.6}, {85.0, 89.5}, {700.0, 710.5}, {8.0, 23.0}}};
     // The inverses: the switch to the series at 2^-26 and to ln 2a at 2^28, atanh next to +-1
     // (1 - a exact, v up to 2^54), acosh next to 1 (x^2 - 1 cancels), and where a^2 would
     // overflow.

@@ -71,7 +71,8 @@ struct Consts<double> {
 template <class T, int kEntries>
 constexpr T Shifter() {
   if constexpr (sizeof(T) == 4) {
-    return kEntries == 32 ? 393343.0f : 786559.0f;  // 1.5 * 2^18 + 127, 1.5 * 2^19 + 127
+    // 1.5 * 2^18 + 127, 1.5 * 2^19 + 127, 1.5 * 2^20 + 127
+    return kEntries == 32 ? 393343.0f : kEntries == 16 ? 786559.0f : 1572991.0f;
   } else if constexpr (kEntries == 16) {
     return 0x1.8000000003ff0p+48;  // 1.5 * 2^48 + 1023, bits 0x42F8000000003FF0
   } else {
@@ -80,9 +81,22 @@ constexpr T Shifter() {
   }
 }
 
+// 2^(j/8) for floats: the even entries of the 16-entry table, T_hi and T_lo alike.
+template <const float* kSixteen>
+struct EvenEntries {
+  static constexpr std::array<float, 8> Make() {
+    std::array<float, 8> out{};
+    for (int j = 0; j < 8; ++j) out[j] = kSixteen[2 * j];
+    return out;
+  }
+  alignas(64) static constexpr std::array<float, 8> kValues = Make();
+};
+
 template <class T, int kEntries>
 constexpr const T* TableHi() {
-  if constexpr (sizeof(T) == 4) {
+  if constexpr (sizeof(T) == 4 && kEntries == 8) {
+    return EvenEntries<vek::exp_tables::kExp2J16FHi>::kValues.data();
+  } else if constexpr (sizeof(T) == 4) {
     return kEntries == 32 ? vek::exp_tables::kExp2J32FHi : vek::exp_tables::kExp2J16FHi;
   } else {
     return kEntries == 8 ? vek::exp_tables::kExp2J8DHi : vek::exp_tables::kExp2J16DHi;
@@ -90,7 +104,9 @@ constexpr const T* TableHi() {
 }
 template <class T, int kEntries>
 constexpr const T* TableLo() {
-  if constexpr (sizeof(T) == 4) {
+  if constexpr (sizeof(T) == 4 && kEntries == 8) {
+    return EvenEntries<vek::exp_tables::kExp2J16FLo>::kValues.data();
+  } else if constexpr (sizeof(T) == 4) {
     return kEntries == 32 ? vek::exp_tables::kExp2J32FLo : vek::exp_tables::kExp2J16FLo;
   } else {
     return kEntries == 8 ? vek::exp_tables::kExp2J8DLo : vek::exp_tables::kExp2J16DLo;
@@ -193,7 +209,8 @@ HWY_INLINE hn::VFromD<D> OfReducedD(D d, const Tables& tables, hn::VFromD<D> r, 
 
 // The float counterpart on the 16-entry table with T_lo: e^r (1 + T_lo) - 1 =
 // r^2 (c4 r^2 + c3 r + c2) + (T_lo + r) with Taylor's coefficients: on |r| <= ln 2 / 32 the first
-// term left out, r^5 / 120, is below 4.1e-11 relative.
+// term left out, r^5 / 120, is below 4.1e-11 relative; on the 8-entry table's ln 2 / 16 (the
+// float hyperbolic kernels), 1.3e-9.
 template <class D, class Tables>
 HWY_INLINE hn::VFromD<D> ExcessF(D d, const Tables& tables, hn::VFromD<D> r,
                                  hn::VFromD<hn::RebindToSigned<D>> z) {

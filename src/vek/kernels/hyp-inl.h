@@ -15,9 +15,10 @@
 // two-sum, and the quotient corrected by its residual. Beyond |x| = 22 tanh rounds to 1: |x| is
 // capped there, and the formula gives 1.
 //
-// Every body serves floats too. Sinh and Cosh take the float exponential's 16-entry table (and its
-// polynomial at HA), Tanh the float Expm1 kernels' terms; the inverses the float logarithm (HA: its
-// Log1p evaluation, which takes the pair's low part as an addend).
+// Every body serves floats too. Sinh and Cosh take the float exponential's table (8 entries at HA,
+// with the float Exp kernel's polynomial; 16 at LA and EP), Tanh the float Expm1 kernels' terms (8
+// entries at HA); the inverses the float logarithm (HA: its Log1p evaluation, which takes the
+// pair's low part as an addend).
 
 #include <bit>
 #include <cstdint>
@@ -64,23 +65,24 @@ struct Pair {
   hn::VFromD<D> hi, lo;
 };
 
-// The exponential's tables of each level: 8 entries for doubles, 16 for floats (as sExp HA);
-// EP has no T_lo, nor has float LA (its half ulp more is within the level).
-template <class T>
-inline constexpr int kExpEntries = sizeof(T) == 4 ? 16 : 8;
+// The exponential's tables of each level: 8 entries, except float LA and EP with 16 (their
+// shorter polynomials need the smaller r); EP has no T_lo, nor has float LA (its half ulp more
+// is within the level). On AVX2 8 floats are one permute, 16 two and a blend.
+template <class T, HypLevel kLevel>
+inline constexpr int kExpEntries = sizeof(T) == 8 || kLevel == HypLevel::kHA ? 8 : 16;
 template <class T, HypLevel kLevel>
 using ExpTables =
-    exp_detail::Tables<T, kExpEntries<T>,
+    exp_detail::Tables<T, kExpEntries<T, kLevel>,
                        kLevel == HypLevel::kHA || (sizeof(T) == 8 && kLevel == HypLevel::kLA)>;
 
-// H = e^a / 2 for 0 <= a < 710 (float 89): s + lo at HA, where lo = s p is up to 0.045 s (float
-// 0.022 s) and is not added in; in one part (lo zero) at LA and EP. Double EP's e^r is Taylor's to
+// H = e^a / 2 for 0 <= a < 710 (float 89): s + lo at HA, where lo = s p is up to 0.045 s and is
+// not added in; in one part (lo zero) at LA and EP. Double EP's e^r is Taylor's to
 // r^4 without T_lo (r^5 / 120 is 1.3e-9 relative on |r| <= ln 2 / 16); float LA's to r^3
 // (r^4 / 24 is 9.2e-9 on ln 2 / 32), float EP's to r^2 (1.7e-6).
 template <HypLevel kLevel, class D>
 HWY_INLINE Pair<D> HalfExp(D d, const ExpTables<hn::TFromD<D>, kLevel>& tables, hn::VFromD<D> a) {
   using T = hn::TFromD<D>;
-  constexpr int kEntries = kExpEntries<T>;
+  constexpr int kEntries = kExpEntries<T, kLevel>;
   const hn::RebindToSigned<D> di;
   const auto red = exp_detail::Reduce<kEntries, kLevel != HypLevel::kEP>(d, a);
   // The table index is in the low bits of z, the power of two above them: N less is 2^(k-1).
@@ -208,8 +210,9 @@ struct TanhBody : UnaryRealBody<T> {
   static constexpr ExpLevel kExpLevel = kLevel == HypLevel::kHA   ? ExpLevel::kHA
                                         : kLevel == HypLevel::kLA ? ExpLevel::kLA
                                                                   : ExpLevel::kEP;
-  // The tables of the Expm1 kernels of the level.
-  static constexpr int kEntries = sizeof(T) == 8 ? 8 : kLevel == HypLevel::kHA ? 16 : 32;
+  // The tables of the Expm1 kernels of the level, but 8 entries for float HA (one permute on
+  // AVX2 in place of two and a blend).
+  static constexpr int kEntries = sizeof(T) == 8 || kLevel == HypLevel::kHA ? 8 : 32;
   // tanh rounds to 1 from 19.06 (float 9.01).
   static constexpr T kCap = T(sizeof(T) == 4 ? 10 : 22);
   const char* name = hyp_detail::NameOf<T>(vek::names::sTanh, vek::names::dTanh);
