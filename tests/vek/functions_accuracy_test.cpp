@@ -153,10 +153,11 @@ struct HardCase {
 const std::map<std::string, HardCase>& HardCases() {
   static const std::map<std::string, HardCase> m = [] {
     // The logarithms cancel around 1, switch table halves at 3/4 and 3/2, take a second pass
-    // outside [2^-126, 2^126] (float; double 2^+-1022), and meet the denormals.
-    const HardCase log = {
-        {1.0, 0.75, 1.5, 2.0, 0x1p-126, 0x1p126, 0x1p-1022, 0x1p1022, 10.0, 1000.0},
-        {{0.9, 1.1}, {0.999, 1.001}, {0.5, 2.0}}};
+    // outside [2^-126, 2^126] (float; double 2^+-1022), and meet the denormals; the float HA
+    // kernels' worst arguments over all floats (Ln, Log10).
+    const HardCase log = {{1.0, 0.75, 1.5, 2.0, 0x1p-126, 0x1p126, 0x1p-1022, 0x1p1022, 10.0,
+                           1000.0, 0x1.76226ap+0, 0x1.7ff406p-1},
+                          {{0.9, 1.1}, {0.999, 1.001}, {0.5, 2.0}}};
     // Log1p: where 1 + x rounds (2^-24, 2^-53), where x alone is the answer (2^24, 2^53), and the
     // ends of the second pass.
     const HardCase log1p = {
