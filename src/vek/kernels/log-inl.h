@@ -20,7 +20,7 @@
 // forms anyway (the signal), and the signal marks the lane rare.
 //
 // The other Ln and Log10 kernels have no reciprocal: one division gives s = (m - 1) / (m + 1)
-// and ln m = 2 atanh(s) a series in s^2 (LogQuotientBody).
+// and ln m = 2 atanh(s) a polynomial in s^2 fitted to each level (LogQuotientBody).
 
 #include <array>
 #include <limits>
