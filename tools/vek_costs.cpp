@@ -45,18 +45,26 @@ std::vector<T> Arguments(const std::string& func) {
   return v;
 }
 
-// Nanoseconds per element of `run`, which computes kN elements: the best of five runs of at
-// least 20 ms each.
+// Nanoseconds per element of `run`, which computes kN elements: the best of seven runs of at
+// least 20 ms each. The clock is read once per batch of calls, never per call: a clock read costs
+// a fifth of the cheapest kernels' call and would set the scale, which is sAdd's time.
 double NanosecondsPerElement(const std::function<void()>& run) {
   using Clock = std::chrono::steady_clock;
+  int64_t batch = 1;
+  for (;;) {  // calls that take at least 50 us, so that the clock's share is below 0.1%
+    const auto start = Clock::now();
+    for (int64_t i = 0; i < batch; ++i) run();
+    if (Clock::now() - start >= std::chrono::microseconds(50)) break;
+    batch *= 2;
+  }
   double best = 1e300;
-  for (int rep = 0; rep < 5; ++rep) {
+  for (int rep = 0; rep < 7; ++rep) {
     int64_t calls = 0;
     const auto start = Clock::now();
     auto now = start;
     do {
-      run();
-      ++calls;
+      for (int64_t i = 0; i < batch; ++i) run();
+      calls += batch;
       now = Clock::now();
     } while (now - start < std::chrono::milliseconds(20));
     const double ns = std::chrono::duration<double, std::nano>(now - start).count();
@@ -95,8 +103,8 @@ std::function<void()> Timed(const std::string& f,
   };
 }
 template <class A, class R>
-  requires(!std::is_same_v<A, R>)
-std::function<void()> Timed(const std::string& f, void (*k)(int, const A*, R*)) {
+requires(!std::is_same_v<A, R>) std::function<void()> Timed(const std::string& f,
+                                                            void (*k)(int, const A*, R*)) {
   return [k, a = Arguments<A>(f), r = std::vector<R>(kN)]() mutable { k(kN, a.data(), r.data()); };
 }
 template <class K>
@@ -111,7 +119,7 @@ struct Kernel {
   std::function<void()> run;
 };
 
-#define OXL_VEK_COST_KERNEL(t, F, form, suffix)                                       \
+#define OXL_VEK_COST_KERNEL(t, F, form, suffix)                                            \
   Kernel{#t #F, #suffix, reinterpret_cast<const void*>(&oxl_vek_kernel_##t##F##_##suffix), \
          Timed(#F, &oxl_vek_kernel_##t##F##_##suffix)},
 #define OXL_VEK_FUNCTION(t, F, form, slots, impl, cost_la, cost_ha, cost_ep) \
@@ -124,9 +132,10 @@ std::vector<Kernel> Kernels() {
 #undef OXL_VEK_FUNCTION
 
 #define OXL_VEK_FUNCTION(t, F, form, slots, impl, cost_la, cost_ha, cost_ep) \
-  {#t #F, {reinterpret_cast<const void*>(oxl_vek_kernel_##t##F##_ttab[0]),   \
-           reinterpret_cast<const void*>(oxl_vek_kernel_##t##F##_ttab[1]),   \
-           reinterpret_cast<const void*>(oxl_vek_kernel_##t##F##_ttab[2])}},
+  {#t #F,                                                                    \
+   {reinterpret_cast<const void*>(oxl_vek_kernel_##t##F##_ttab[0]),          \
+    reinterpret_cast<const void*>(oxl_vek_kernel_##t##F##_ttab[1]),          \
+    reinterpret_cast<const void*>(oxl_vek_kernel_##t##F##_ttab[2])}},
 const std::map<std::string, std::vector<const void*>> kSlots = {
 #include "oxl/vek_functions.def"
 };

@@ -150,6 +150,32 @@ __m512d _ZGVeN8vv_hypot(__m512d, __m512d);
 __m512 _ZGVeN16vv_hypotf(__m512, __m512);
 __m512d _ZGVeN8v_cbrt(__m512d);
 __m512 _ZGVeN16v_cbrtf(__m512);
+__m512d _ZGVeN8v_acos(__m512d);
+__m512 _ZGVeN16v_acosf(__m512);
+__m512d _ZGVeN8v_acosh(__m512d);
+__m512 _ZGVeN16v_acoshf(__m512);
+__m512d _ZGVeN8v_asin(__m512d);
+__m512 _ZGVeN16v_asinf(__m512);
+__m512d _ZGVeN8v_asinh(__m512d);
+__m512 _ZGVeN16v_asinhf(__m512);
+__m512d _ZGVeN8v_atan(__m512d);
+__m512 _ZGVeN16v_atanf(__m512);
+__m512d _ZGVeN8vv_atan2(__m512d, __m512d);
+__m512 _ZGVeN16vv_atan2f(__m512, __m512);
+__m512d _ZGVeN8v_atanh(__m512d);
+__m512 _ZGVeN16v_atanhf(__m512);
+__m512d _ZGVeN8v_cosh(__m512d);
+__m512 _ZGVeN16v_coshf(__m512);
+__m512d _ZGVeN8v_erf(__m512d);
+__m512 _ZGVeN16v_erff(__m512);
+__m512d _ZGVeN8v_erfc(__m512d);
+__m512 _ZGVeN16v_erfcf(__m512);
+__m512d _ZGVeN8v_sinh(__m512d);
+__m512 _ZGVeN16v_sinhf(__m512);
+__m512d _ZGVeN8v_tan(__m512d);
+__m512 _ZGVeN16v_tanf(__m512);
+__m512d _ZGVeN8v_tanh(__m512d);
+__m512 _ZGVeN16v_tanhf(__m512);
 }
 
 namespace oxl::bench::peers {
@@ -185,6 +211,37 @@ void LibmvecHypotAvx512(int n, const float* a, const float* b, float* r) {
 }
 void LibmvecCbrtAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_cbrt>(n, a, r); }
 void LibmvecCbrtAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_cbrtf>(n, a, r); }
+
+void LibmvecAcosAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_acos>(n, a, r); }
+void LibmvecAcosAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_acosf>(n, a, r); }
+void LibmvecAcoshAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_acosh>(n, a, r); }
+void LibmvecAcoshAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_acoshf>(n, a, r); }
+void LibmvecAsinAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_asin>(n, a, r); }
+void LibmvecAsinAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_asinf>(n, a, r); }
+void LibmvecAsinhAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_asinh>(n, a, r); }
+void LibmvecAsinhAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_asinhf>(n, a, r); }
+void LibmvecAtanAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_atan>(n, a, r); }
+void LibmvecAtanAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_atanf>(n, a, r); }
+void LibmvecAtan2Avx512(int n, const double* a, const double* b, double* r) {
+  avx512::Map<_ZGVeN8vv_atan2>(n, a, b, r);
+}
+void LibmvecAtan2Avx512(int n, const float* a, const float* b, float* r) {
+  avx512::Map<_ZGVeN16vv_atan2f>(n, a, b, r);
+}
+void LibmvecAtanhAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_atanh>(n, a, r); }
+void LibmvecAtanhAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_atanhf>(n, a, r); }
+void LibmvecCoshAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_cosh>(n, a, r); }
+void LibmvecCoshAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_coshf>(n, a, r); }
+void LibmvecErfAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_erf>(n, a, r); }
+void LibmvecErfAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_erff>(n, a, r); }
+void LibmvecErfcAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_erfc>(n, a, r); }
+void LibmvecErfcAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_erfcf>(n, a, r); }
+void LibmvecSinhAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_sinh>(n, a, r); }
+void LibmvecSinhAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_sinhf>(n, a, r); }
+void LibmvecTanAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_tan>(n, a, r); }
+void LibmvecTanAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_tanf>(n, a, r); }
+void LibmvecTanhAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_tanh>(n, a, r); }
+void LibmvecTanhAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_tanhf>(n, a, r); }
 
 }  // namespace oxl::bench::peers
 

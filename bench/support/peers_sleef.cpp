@@ -274,6 +274,52 @@ __m512d Sleef_hypotd8_u05avx512f(__m512d, __m512d);
 __m512 Sleef_hypotf16_u05avx512f(__m512, __m512);
 __m512d Sleef_cbrtd8_u10avx512f(__m512d);
 __m512 Sleef_cbrtf16_u10avx512f(__m512);
+__m512d Sleef_acosd8_u10avx512f(__m512d);
+__m512 Sleef_acosf16_u10avx512f(__m512);
+__m512d Sleef_acosd8_u35avx512f(__m512d);
+__m512 Sleef_acosf16_u35avx512f(__m512);
+__m512d Sleef_acoshd8_u10avx512f(__m512d);
+__m512 Sleef_acoshf16_u10avx512f(__m512);
+__m512d Sleef_asind8_u10avx512f(__m512d);
+__m512 Sleef_asinf16_u10avx512f(__m512);
+__m512d Sleef_asind8_u35avx512f(__m512d);
+__m512 Sleef_asinf16_u35avx512f(__m512);
+__m512d Sleef_asinhd8_u10avx512f(__m512d);
+__m512 Sleef_asinhf16_u10avx512f(__m512);
+__m512d Sleef_atan2d8_u10avx512f(__m512d, __m512d);
+__m512 Sleef_atan2f16_u10avx512f(__m512, __m512);
+__m512d Sleef_atan2d8_u35avx512f(__m512d, __m512d);
+__m512 Sleef_atan2f16_u35avx512f(__m512, __m512);
+__m512d Sleef_atand8_u10avx512f(__m512d);
+__m512 Sleef_atanf16_u10avx512f(__m512);
+__m512d Sleef_atand8_u35avx512f(__m512d);
+__m512 Sleef_atanf16_u35avx512f(__m512);
+__m512d Sleef_atanhd8_u10avx512f(__m512d);
+__m512 Sleef_atanhf16_u10avx512f(__m512);
+__m512d Sleef_coshd8_u10avx512f(__m512d);
+__m512 Sleef_coshf16_u10avx512f(__m512);
+__m512d Sleef_coshd8_u35avx512f(__m512d);
+__m512 Sleef_coshf16_u35avx512f(__m512);
+__m512d Sleef_erfd8_u10avx512f(__m512d);
+__m512 Sleef_erff16_u10avx512f(__m512);
+__m512d Sleef_erfcd8_u15avx512f(__m512d);
+__m512 Sleef_erfcf16_u15avx512f(__m512);
+__m512d Sleef_lgammad8_u10avx512f(__m512d);
+__m512 Sleef_lgammaf16_u10avx512f(__m512);
+__m512d Sleef_sinhd8_u10avx512f(__m512d);
+__m512 Sleef_sinhf16_u10avx512f(__m512);
+__m512d Sleef_sinhd8_u35avx512f(__m512d);
+__m512 Sleef_sinhf16_u35avx512f(__m512);
+__m512d Sleef_tgammad8_u10avx512f(__m512d);
+__m512 Sleef_tgammaf16_u10avx512f(__m512);
+__m512d Sleef_tand8_u10avx512f(__m512d);
+__m512 Sleef_tanf16_u10avx512f(__m512);
+__m512d Sleef_tand8_u35avx512f(__m512d);
+__m512 Sleef_tanf16_u35avx512f(__m512);
+__m512d Sleef_tanhd8_u10avx512f(__m512d);
+__m512 Sleef_tanhf16_u10avx512f(__m512);
+__m512d Sleef_tanhd8_u35avx512f(__m512d);
+__m512 Sleef_tanhf16_u35avx512f(__m512);
 }
 
 namespace oxl::bench::peers {
@@ -358,6 +404,145 @@ void SleefCbrtU10Avx512(int n, const double* a, double* r) {
 }
 void SleefCbrtU10Avx512(int n, const float* a, float* r) {
   avx512::Map<Sleef_cbrtf16_u10avx512f>(n, a, r);
+}
+
+void SleefAcosU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_acosd8_u10avx512f>(n, a, r);
+}
+void SleefAcosU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_acosf16_u10avx512f>(n, a, r);
+}
+void SleefAcosU35Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_acosd8_u35avx512f>(n, a, r);
+}
+void SleefAcosU35Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_acosf16_u35avx512f>(n, a, r);
+}
+void SleefAcoshU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_acoshd8_u10avx512f>(n, a, r);
+}
+void SleefAcoshU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_acoshf16_u10avx512f>(n, a, r);
+}
+void SleefAsinU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_asind8_u10avx512f>(n, a, r);
+}
+void SleefAsinU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_asinf16_u10avx512f>(n, a, r);
+}
+void SleefAsinU35Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_asind8_u35avx512f>(n, a, r);
+}
+void SleefAsinU35Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_asinf16_u35avx512f>(n, a, r);
+}
+void SleefAsinhU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_asinhd8_u10avx512f>(n, a, r);
+}
+void SleefAsinhU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_asinhf16_u10avx512f>(n, a, r);
+}
+void SleefAtan2U10Avx512(int n, const double* a, const double* b, double* r) {
+  avx512::Map<Sleef_atan2d8_u10avx512f>(n, a, b, r);
+}
+void SleefAtan2U10Avx512(int n, const float* a, const float* b, float* r) {
+  avx512::Map<Sleef_atan2f16_u10avx512f>(n, a, b, r);
+}
+void SleefAtan2U35Avx512(int n, const double* a, const double* b, double* r) {
+  avx512::Map<Sleef_atan2d8_u35avx512f>(n, a, b, r);
+}
+void SleefAtan2U35Avx512(int n, const float* a, const float* b, float* r) {
+  avx512::Map<Sleef_atan2f16_u35avx512f>(n, a, b, r);
+}
+void SleefAtanU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_atand8_u10avx512f>(n, a, r);
+}
+void SleefAtanU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_atanf16_u10avx512f>(n, a, r);
+}
+void SleefAtanU35Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_atand8_u35avx512f>(n, a, r);
+}
+void SleefAtanU35Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_atanf16_u35avx512f>(n, a, r);
+}
+void SleefAtanhU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_atanhd8_u10avx512f>(n, a, r);
+}
+void SleefAtanhU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_atanhf16_u10avx512f>(n, a, r);
+}
+void SleefCoshU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_coshd8_u10avx512f>(n, a, r);
+}
+void SleefCoshU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_coshf16_u10avx512f>(n, a, r);
+}
+void SleefCoshU35Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_coshd8_u35avx512f>(n, a, r);
+}
+void SleefCoshU35Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_coshf16_u35avx512f>(n, a, r);
+}
+void SleefErfU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_erfd8_u10avx512f>(n, a, r);
+}
+void SleefErfU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_erff16_u10avx512f>(n, a, r);
+}
+void SleefErfcU15Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_erfcd8_u15avx512f>(n, a, r);
+}
+void SleefErfcU15Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_erfcf16_u15avx512f>(n, a, r);
+}
+void SleefLGammaU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_lgammad8_u10avx512f>(n, a, r);
+}
+void SleefLGammaU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_lgammaf16_u10avx512f>(n, a, r);
+}
+void SleefSinhU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_sinhd8_u10avx512f>(n, a, r);
+}
+void SleefSinhU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_sinhf16_u10avx512f>(n, a, r);
+}
+void SleefSinhU35Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_sinhd8_u35avx512f>(n, a, r);
+}
+void SleefSinhU35Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_sinhf16_u35avx512f>(n, a, r);
+}
+void SleefTGammaU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_tgammad8_u10avx512f>(n, a, r);
+}
+void SleefTGammaU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_tgammaf16_u10avx512f>(n, a, r);
+}
+void SleefTanU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_tand8_u10avx512f>(n, a, r);
+}
+void SleefTanU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_tanf16_u10avx512f>(n, a, r);
+}
+void SleefTanU35Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_tand8_u35avx512f>(n, a, r);
+}
+void SleefTanU35Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_tanf16_u35avx512f>(n, a, r);
+}
+void SleefTanhU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_tanhd8_u10avx512f>(n, a, r);
+}
+void SleefTanhU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_tanhf16_u10avx512f>(n, a, r);
+}
+void SleefTanhU35Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_tanhd8_u35avx512f>(n, a, r);
+}
+void SleefTanhU35Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_tanhf16_u35avx512f>(n, a, r);
 }
 
 }  // namespace oxl::bench::peers
