@@ -103,6 +103,44 @@ HWY_INLINE Pair<D> HalfExp(D d, const ExpTables<hn::TFromD<D>, kLevel>& tables, 
   }
 }
 
+// e^a / 2 and e^-a / 2 for floats at HA (0 <= a < 89), each as s (1 + p), from one reduction
+// a = n ln 2 + r, n on the grid 1/8. The shifter's bias is one lower, so that z scales the table
+// by 2^(k-1); the shifter minus n then holds -n on the same grid, and scales the same table to
+// 2^-n / 2. n is capped at 32 there: beyond, e^-a is below 2^-64 of e^a and has only to stay
+// normal. e^r - 1 = E + O and e^-r - 1 = E - O share the even and odd parts of Taylor's
+// polynomial, E = r^2 (1/2 + r^2 / 24) and O = r + r^3 / 6; the first terms left out are below
+// 1.3e-9 relative on |r| <= ln 2 / 16.
+template <class D>
+struct HalfExps {
+  hn::VFromD<D> s_pos, p_pos, s_neg, p_neg;
+};
+template <class D>
+HWY_INLINE HalfExps<D> HalfExpsF(D d, const ExpTables<float, HypLevel::kHA>& tables,
+                                 hn::VFromD<D> a) {
+  const hn::RebindToSigned<D> di;
+  const auto red = exp_detail::Reduce<8, true, 1>(d, a);
+  const auto shifter = hn::Set(d, exp_detail::Shifter<float, 8>() - 1.0f);
+  const auto z_neg = hn::BitCast(di, hn::Sub(shifter, hn::Min(red.n, hn::Set(d, 32.0f))));
+  const auto r = red.r;
+  const auto r2 = hn::Mul(r, r);
+  const auto even = Fma(d, r2, hn::Set(d, 1.0f / 24), hn::Set(d, 0.5f));
+  const auto odd = hn::Mul(r, hn::Set(d, 1.0f / 6));
+  const auto p_pos = Fma(d, r2, hn::Add(even, odd), hn::Add(Lookup(d, tables.lo, red.z), r));
+  const auto p_neg = Fma(d, r2, hn::Sub(even, odd), hn::Sub(Lookup(d, tables.lo, z_neg), r));
+  return {exp_detail::ScaledHi<8>(d, tables.hi, red.z), p_pos,
+          exp_detail::ScaledHi<8>(d, tables.hi, z_neg), p_neg};
+}
+
+// e^a / 2 -+ e^-a / 2: the fast two-sum of the scaled table values (e^a / 2 the larger), then
+// the small terms s p and the sum's error.
+template <class D>
+HWY_INLINE hn::VFromD<D> SumOfHalves(D d, const HalfExps<D>& e, bool minus) {
+  const auto s_neg = minus ? hn::Neg(e.s_neg) : e.s_neg;
+  const auto sum = hn::Add(e.s_pos, s_neg);
+  const auto err = hn::Sub(s_neg, hn::Sub(sum, e.s_pos));
+  return hn::Add(sum, Fma(d, e.s_pos, e.p_pos, Fma(d, s_neg, e.p_neg, err)));
+}
+
 // 1 / (4H) for H = hi + lo >= 1/2, as a pair at HA. Beyond 2^64 (float 2^32) it is below 2^-128
 // (2^-66) of H and needs no accuracy: H is capped there, so that the quotient stays normal.
 template <HypLevel kLevel, class D>
@@ -180,9 +218,14 @@ struct SinhCoshBody : UnaryRealBody<T> {
     // Rare lanes compute on zero: their results are replaced, and large values would only raise
     // flags on the way.
     const auto a = hn::IfThenZeroElse(rare[0], hn::Abs(x));
-    const auto h = hyp_detail::HalfExp<kLevel>(d, tables, a);
-    const auto q = hyp_detail::QuarterReciprocal<kLevel>(d, h);
-    const auto result = hyp_detail::Combine<kLevel>(d, h, q, kSinh);
+    hn::Vec<D> result;
+    if constexpr (sizeof(T) == 4 && kLevel == HypLevel::kHA) {
+      result = hyp_detail::SumOfHalves(d, hyp_detail::HalfExpsF(d, tables, a), kSinh);
+    } else {
+      const auto h = hyp_detail::HalfExp<kLevel>(d, tables, a);
+      const auto q = hyp_detail::QuarterReciprocal<kLevel>(d, h);
+      result = hyp_detail::Combine<kLevel>(d, h, q, kSinh);
+    }
     if constexpr (kSinh) {
       // The series only where a lane needs it: most vectors of most arrays hold none.
       const auto small = hn::Lt(a, hn::Set(d, T(0.5)));
