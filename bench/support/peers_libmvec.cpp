@@ -150,6 +150,12 @@ __m512d _ZGVeN8vv_hypot(__m512d, __m512d);
 __m512 _ZGVeN16vv_hypotf(__m512, __m512);
 __m512d _ZGVeN8v_cbrt(__m512d);
 __m512 _ZGVeN16v_cbrtf(__m512);
+__m512d _ZGVeN8v_sinh(__m512d);
+__m512 _ZGVeN16v_sinhf(__m512);
+__m512d _ZGVeN8v_cosh(__m512d);
+__m512 _ZGVeN16v_coshf(__m512);
+__m512d _ZGVeN8v_tanh(__m512d);
+__m512 _ZGVeN16v_tanhf(__m512);
 }
 
 namespace oxl::bench::peers {
@@ -185,6 +191,12 @@ void LibmvecHypotAvx512(int n, const float* a, const float* b, float* r) {
 }
 void LibmvecCbrtAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_cbrt>(n, a, r); }
 void LibmvecCbrtAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_cbrtf>(n, a, r); }
+void LibmvecSinhAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_sinh>(n, a, r); }
+void LibmvecSinhAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_sinhf>(n, a, r); }
+void LibmvecCoshAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_cosh>(n, a, r); }
+void LibmvecCoshAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_coshf>(n, a, r); }
+void LibmvecTanhAvx512(int n, const double* a, double* r) { avx512::Map<_ZGVeN8v_tanh>(n, a, r); }
+void LibmvecTanhAvx512(int n, const float* a, float* r) { avx512::Map<_ZGVeN16v_tanhf>(n, a, r); }
 
 }  // namespace oxl::bench::peers
 

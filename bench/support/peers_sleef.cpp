@@ -274,6 +274,12 @@ __m512d Sleef_hypotd8_u05avx512f(__m512d, __m512d);
 __m512 Sleef_hypotf16_u05avx512f(__m512, __m512);
 __m512d Sleef_cbrtd8_u10avx512f(__m512d);
 __m512 Sleef_cbrtf16_u10avx512f(__m512);
+__m512d Sleef_sinhd8_u10avx512f(__m512d);
+__m512 Sleef_sinhf16_u10avx512f(__m512);
+__m512d Sleef_coshd8_u10avx512f(__m512d);
+__m512 Sleef_coshf16_u10avx512f(__m512);
+__m512d Sleef_tanhd8_u10avx512f(__m512d);
+__m512 Sleef_tanhf16_u10avx512f(__m512);
 }
 
 namespace oxl::bench::peers {
@@ -367,5 +373,24 @@ void SleefCbrtU10Avx512(int n, const float* a, float* r) {
 namespace oxl::bench::peers {
 
 std::string SleefVersion() { return "SLEEF " OXL_BENCH_SLEEF_VERSION; }
+
+void SleefSinhU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_sinhd8_u10avx512f>(n, a, r);
+}
+void SleefSinhU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_sinhf16_u10avx512f>(n, a, r);
+}
+void SleefCoshU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_coshd8_u10avx512f>(n, a, r);
+}
+void SleefCoshU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_coshf16_u10avx512f>(n, a, r);
+}
+void SleefTanhU10Avx512(int n, const double* a, double* r) {
+  avx512::Map<Sleef_tanhd8_u10avx512f>(n, a, r);
+}
+void SleefTanhU10Avx512(int n, const float* a, float* r) {
+  avx512::Map<Sleef_tanhf16_u10avx512f>(n, a, r);
+}
 
 }  // namespace oxl::bench::peers

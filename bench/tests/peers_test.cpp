@@ -190,6 +190,15 @@ const UnaryPeer kUnaryPeers[] = {
     {"SleefSinhU35Avx2", p::SleefSinhU35Avx2, p::SleefSinhU35Avx2, Sinh, kHyp, 4, p::kAvx2},
     {"SleefCoshU35Avx2", p::SleefCoshU35Avx2, p::SleefCoshU35Avx2, Cosh, kHyp, 4, p::kAvx2},
     {"SleefTanhU35Avx2", p::SleefTanhU35Avx2, p::SleefTanhU35Avx2, Tanh, kHyp, 4, p::kAvx2},
+    {"LibmvecSinhAvx512", p::LibmvecSinhAvx512, p::LibmvecSinhAvx512, Sinh, kHyp, 4, p::kAvx512},
+    {"LibmvecCoshAvx512", p::LibmvecCoshAvx512, p::LibmvecCoshAvx512, Cosh, kHyp, 4, p::kAvx512},
+    {"LibmvecTanhAvx512", p::LibmvecTanhAvx512, p::LibmvecTanhAvx512, Tanh, kHyp, 4, p::kAvx512},
+    {"SleefSinhU10Avx512", p::SleefSinhU10Avx512, p::SleefSinhU10Avx512, Sinh, kHyp, 1.5,
+     p::kAvx512},
+    {"SleefCoshU10Avx512", p::SleefCoshU10Avx512, p::SleefCoshU10Avx512, Cosh, kHyp, 1.5,
+     p::kAvx512},
+    {"SleefTanhU10Avx512", p::SleefTanhU10Avx512, p::SleefTanhU10Avx512, Tanh, kHyp, 1.5,
+     p::kAvx512},
 };
 
 template <class T>

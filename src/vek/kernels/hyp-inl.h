@@ -16,9 +16,16 @@
 // capped there, and the formula gives 1.
 //
 // Every body serves floats too. Sinh and Cosh take the float exponential's table (8 entries at HA,
-// with the float Exp kernel's polynomial; 16 at LA and EP), Tanh the float Expm1 kernels' terms (8
-// entries at HA); the inverses the float logarithm (HA: its Log1p evaluation, which takes the
-// pair's low part as an addend).
+// 16 at LA and EP), Tanh the float Expm1 kernels' terms at LA and EP; the inverses the float
+// logarithm (HA: its Log1p evaluation, which takes the pair's low part as an addend). Float HA
+// has no division in Sinh and Cosh: e^-|x| comes from the reduction of e^|x| and the same table
+// (the shifter minus n indexes and scales 2^-n as the shifter plus n does 2^n), and e^-r from the
+// even and odd parts of e^r's polynomial, so that
+//   cosh a = e^a / 2 + e^-a / 2,   sinh a = e^a / 2 - e^-a / 2
+// with the scaled table values summed by the fast two-sum and the small terms added last; the
+// division cost more than the second exponential's permutes (on AVX2 and AVX-512 alike). Float
+// Tanh HA is 1 - 1 / (e^2a / 2 + 1/2) on that exponential from 1/2 on, where it has no
+// cancellation, and a fitted odd polynomial below.
 
 #include <bit>
 #include <cstdint>
@@ -285,8 +292,8 @@ struct TanhBody : UnaryRealBody<T> {
   static constexpr ExpLevel kExpLevel = kLevel == HypLevel::kHA   ? ExpLevel::kHA
                                         : kLevel == HypLevel::kLA ? ExpLevel::kLA
                                                                   : ExpLevel::kEP;
-  // The tables of the Expm1 kernels of the level, but 8 entries for float HA (one permute on
-  // AVX2 in place of two and a blend).
+  // The tables of the Expm1 kernels of the level; 8 entries for float HA (the exponential's
+  // table of Sinh and Cosh: one permute on AVX2 in place of two and a blend).
   static constexpr int kEntries = sizeof(T) == 8 || kLevel == HypLevel::kHA ? 8 : 32;
   // tanh rounds to 1 from 19.06 (float 9.01).
   static constexpr T kCap = T(sizeof(T) == 4 ? 10 : 22);
@@ -304,29 +311,31 @@ struct TanhBody : UnaryRealBody<T> {
     const auto x = in[0];
     rare[0] = RareOf(d, x);
     const auto a = hn::IfThenZeroElse(rare[0], hn::Min(hn::Abs(x), hn::Set(d, kCap)));
-    if constexpr (sizeof(T) == 4 && kLevel == HypLevel::kHA) {
-      out[0] = hn::CopySign(hyp_detail::TanhF(d, tables, a), x);
-      return;
-    }
-    const auto e = Expm1Parts<kEntries, kExpLevel>(d, tables, hn::Add(a, a));
-    const auto two = hn::Set(d, T(2));
     hn::Vec<D> result;
-    if constexpr (kLevel == HypLevel::kHA) {
-      // E renormalised (Expm1's low part holds its r^2 terms), E + 2 as a pair, the larger
-      // term first; the quotient's residual E - q (E + 2) by Fma.
-      const auto e_hi = hn::Add(e.hi, e.lo);
-      const auto e_lo = hn::Sub(e.lo, hn::Sub(e_hi, e.hi));
-      const auto large = hn::Max(e_hi, two);
-      const auto den = hn::Add(e_hi, two);
-      const auto den_lo = hn::Add(hn::Sub(hn::Min(e_hi, two), hn::Sub(den, large)), e_lo);
-      const auto inv = hn::Div(hn::Set(d, T(1)), den);
-      const auto q = hn::Mul(e_hi, inv);
-      const auto residual = Fnma(d, q, den_lo, hn::Add(Fnma(d, q, den, e_hi), e_lo));
-      result = Fma(d, residual, inv, q);
+    if constexpr (sizeof(T) == 4 && kLevel == HypLevel::kHA) {
+      result = hyp_detail::TanhF(d, tables, a);
     } else {
-      result = hn::Div(e.hi, hn::Add(e.hi, two));
+      result = Quotient(d, Expm1Parts<kEntries, kExpLevel>(d, tables, hn::Add(a, a)));
     }
     out[0] = hn::CopySign(result, x);
+  }
+
+  // E / (E + 2) from Expm1's terms of E.
+  template <class D>
+  static HWY_INLINE hn::Vec<D> Quotient(D d, const Expm1Pair<D>& e) {
+    const auto two = hn::Set(d, T(2));
+    if constexpr (kLevel != HypLevel::kHA) return hn::Div(e.hi, hn::Add(e.hi, two));
+    // E renormalised (Expm1's low part holds its r^2 terms), E + 2 as a pair, the larger term
+    // first; the quotient's residual E - q (E + 2) by Fma.
+    const auto e_hi = hn::Add(e.hi, e.lo);
+    const auto e_lo = hn::Sub(e.lo, hn::Sub(e_hi, e.hi));
+    const auto large = hn::Max(e_hi, two);
+    const auto den = hn::Add(e_hi, two);
+    const auto den_lo = hn::Add(hn::Sub(hn::Min(e_hi, two), hn::Sub(den, large)), e_lo);
+    const auto inv = hn::Div(hn::Set(d, T(1)), den);
+    const auto q = hn::Mul(e_hi, inv);
+    const auto residual = Fnma(d, q, den_lo, hn::Add(Fnma(d, q, den, e_hi), e_lo));
+    return Fma(d, residual, inv, q);
   }
 
   static int32_t Rare(const T* a, T* r) { return vek::HypRare<kFunc>(a, r); }
