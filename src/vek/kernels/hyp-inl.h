@@ -198,7 +198,7 @@ HWY_INLINE hn::VFromD<D> TanhF(D d, const ExpTables<float, HypLevel::kHA>& table
   if (!hn::AllFalse(d, small)) {
     const auto a2 = hn::Mul(a, a);
     const auto poly = Horner(d, a2, -0x1.555552p-2f, 0x1.110f38p-3f, -0x1.b98e84p-5f,
-                          0x1.5d13a6p-6f, -0x1.b47818p-8f);
+                             0x1.5d13a6p-6f, -0x1.b47818p-8f);
     result = hn::IfThenElse(small, Fma(d, hn::Mul(a2, a), poly, a), result);
   }
   return result;
