@@ -295,14 +295,15 @@ const std::map<std::string, HardCase>& HardCases() {
     cdfnorminv.near = {{0.0, 1.0}, {0.999, 1.0}, {0.0, 0.001}, {0.2, 0.3}};
     cases.insert({{"ErfInv", erfinv}, {"ErfcInv", erfcinv}, {"CdfNormInv", cdfnorminv}});
     // Hyperbolic functions: sinh's switch from its series to the exponential at 1/2, where
-    // e^|x| and e^-|x| cancel most; the last arguments before the fast paths' bounds and the
-    // overflow thresholds (float 89 and 89.4159851, double 710 and 710.4758600739439); tanh where
-    // it starts to round to 1 (float 9.01, double 19.06) and the cap at 22; the table switch of
-    // the reduction at ln 2 / 16; the float HA kernels' worst arguments over all floats (sinh,
-    // cosh, tanh).
+    // e^|x| and e^-|x| cancel most (float tanh's switch from its polynomial too); the last
+    // arguments before the fast paths' bounds and the overflow thresholds (float 89 and
+    // 89.4159851, double 710 and 710.4758600739439); tanh where it starts to round to 1 (float
+    // 9.01, double 19.06) and the cap at 22; the table switch of the reduction at ln 2 / 16; float
+    // e^-|x| where its power stops at 2^-32 (22.18); the float HA kernels' worst arguments over
+    // all floats (sinh, cosh, tanh).
     const HardCase hyp = {{0.5, 0x1.fffffffffffffp-2, 0.0433216, 89.0, 0x1.65a9f8p+6, 710.0,
                            0x1.633ce8fb9f87dp+9, 9.010913, 19.06154746539849, 22.0, 0x1p-26,
-                           0x1p-54, 0x1.a67ddep-1, 0x1.03caap+1, 0x1.fe4ccap-7},
+                           0x1p-54, 22.18070977791825, 0x1.a58ce4p-1, 0x1.04976ap+1, 0x1.fe5466p-2},
                           {{-1.0, 1.0}, {-0.6, 0.6}, {85.0, 89.5}, {700.0, 710.5}, {8.0, 23.0}}};
     // The inverses: the switch to the series at 2^-26 and to ln 2a at 2^28, atanh next to +-1
     // (1 - a exact, v up to 2^54), acosh next to 1 (x^2 - 1 cancels), and where a^2 would

@@ -128,13 +128,14 @@ struct Reduced {
 };
 
 // For |x| below ln 2 / 2N, n is 0 and the table entry 1: Expm1 then gets e^x - 1 from the
-// polynomial alone, with no cancellation against the 1 of the table.
-template <int kEntries, bool kTwoPart, class D>
+// polynomial alone, with no cancellation against the 1 of the table. kLowerPower takes that many
+// units from the shifter's bias, so that z scales the table by 2^(k - kLowerPower); n is the same.
+template <int kEntries, bool kTwoPart, int kLowerPower = 0, class D>
 HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> x) {
   using T = hn::TFromD<D>;
   using C = Consts<T>;
   const hn::RebindToSigned<D> di;
-  const auto shifter = hn::Set(d, Shifter<T, kEntries>());
+  const auto shifter = hn::Set(d, Shifter<T, kEntries>() - T(kLowerPower));
   const auto l2e = hn::Set(d, C::kLog2E);
   const auto z = Fma(d, x, l2e, shifter);
   Reduced<D> out;
