@@ -17,77 +17,54 @@ namespace oxl::bench::peers {
 inline constexpr uint64_t kAvx2 = OXL_CPU_AVX2 | OXL_CPU_FMA;
 inline constexpr uint64_t kAvx512 = OXL_CPU_AVX512F;
 
-// glibc libmvec through the x86-64 vector function ABI: the 'd' variants (AVX2: _ZGVdN4v_exp,
-// _ZGVdN8v_expf) and the 'e' variants (AVX-512: _ZGVeN8v_exp, _ZGVeN16v_expf); pow is 'vv'.
-void LibmvecExpAvx2(int n, const double* a, double* r);
-void LibmvecExpAvx2(int n, const float* a, float* r);
-void LibmvecExpAvx512(int n, const double* a, double* r);
-void LibmvecExpAvx512(int n, const float* a, float* r);
-void LibmvecExpm1Avx2(int n, const double* a, double* r);
-void LibmvecExpm1Avx2(int n, const float* a, float* r);
-void LibmvecExpm1Avx512(int n, const double* a, double* r);
-void LibmvecExpm1Avx512(int n, const float* a, float* r);
-void LibmvecLogAvx2(int n, const double* a, double* r);
-void LibmvecLogAvx2(int n, const float* a, float* r);
-void LibmvecLogAvx512(int n, const double* a, double* r);
-void LibmvecLogAvx512(int n, const float* a, float* r);
-void LibmvecLog10Avx2(int n, const double* a, double* r);
-void LibmvecLog10Avx2(int n, const float* a, float* r);
-void LibmvecLog10Avx512(int n, const double* a, double* r);
-void LibmvecLog10Avx512(int n, const float* a, float* r);
-void LibmvecLog1pAvx2(int n, const double* a, double* r);
-void LibmvecLog1pAvx2(int n, const float* a, float* r);
-void LibmvecLog1pAvx512(int n, const double* a, double* r);
-void LibmvecLog1pAvx512(int n, const float* a, float* r);
-void LibmvecSinAvx2(int n, const double* a, double* r);
-void LibmvecTanAvx2(int n, const double* a, double* r);
-void LibmvecTanAvx512(int n, const double* a, double* r);
-void LibmvecTanAvx2(int n, const float* a, float* r);
-void LibmvecTanAvx512(int n, const float* a, float* r);
-void LibmvecSinAvx2(int n, const float* a, float* r);
-void LibmvecSinAvx512(int n, const double* a, double* r);
-void LibmvecSinAvx512(int n, const float* a, float* r);
-void LibmvecCosAvx2(int n, const double* a, double* r);
-void LibmvecCosAvx2(int n, const float* a, float* r);
-void LibmvecCosAvx512(int n, const double* a, double* r);
-void LibmvecCosAvx512(int n, const float* a, float* r);
-void LibmvecPowAvx2(int n, const double* a, const double* b, double* r);
-void LibmvecPowAvx2(int n, const float* a, const float* b, float* r);
-void LibmvecPowAvx512(int n, const double* a, const double* b, double* r);
-void LibmvecPowAvx512(int n, const float* a, const float* b, float* r);
-void LibmvecHypotAvx2(int n, const double* a, const double* b, double* r);
-void LibmvecHypotAvx2(int n, const float* a, const float* b, float* r);
-void LibmvecHypotAvx512(int n, const double* a, const double* b, double* r);
-void LibmvecHypotAvx512(int n, const float* a, const float* b, float* r);
-void LibmvecCbrtAvx2(int n, const double* a, double* r);
-void LibmvecCbrtAvx2(int n, const float* a, float* r);
-void LibmvecCbrtAvx512(int n, const double* a, double* r);
-void LibmvecCbrtAvx512(int n, const float* a, float* r);
-void LibmvecErfAvx2(int n, const double* a, double* r);
-void LibmvecErfAvx512(int n, const double* a, double* r);
-void LibmvecErfAvx2(int n, const float* a, float* r);
-void LibmvecErfAvx512(int n, const float* a, float* r);
-void LibmvecErfcAvx2(int n, const double* a, double* r);
-void LibmvecErfcAvx512(int n, const double* a, double* r);
-void LibmvecErfcAvx2(int n, const float* a, float* r);
-void LibmvecErfcAvx512(int n, const float* a, float* r);
-// The inverse trigonometric functions; atan2 takes (y, x) as (a, b).
-void LibmvecAtanAvx2(int n, const double* a, double* r);
-void LibmvecAtanAvx512(int n, const double* a, double* r);
-void LibmvecAtanAvx2(int n, const float* a, float* r);
-void LibmvecAtanAvx512(int n, const float* a, float* r);
-void LibmvecAtan2Avx2(int n, const double* a, const double* b, double* r);
-void LibmvecAtan2Avx512(int n, const double* a, const double* b, double* r);
-void LibmvecAtan2Avx2(int n, const float* a, const float* b, float* r);
-void LibmvecAtan2Avx512(int n, const float* a, const float* b, float* r);
-void LibmvecAsinAvx2(int n, const double* a, double* r);
-void LibmvecAsinAvx512(int n, const double* a, double* r);
-void LibmvecAsinAvx2(int n, const float* a, float* r);
-void LibmvecAsinAvx512(int n, const float* a, float* r);
-void LibmvecAcosAvx2(int n, const double* a, double* r);
-void LibmvecAcosAvx512(int n, const double* a, double* r);
-void LibmvecAcosAvx2(int n, const float* a, float* r);
-void LibmvecAcosAvx512(int n, const float* a, float* r);
+// glibc libmvec through the x86-64 vector function ABI and SLEEF, each entry at both widths and
+// both precisions: LibmvecExpAvx2 calls _ZGVdN4v_exp and _ZGVdN8v_expf, LibmvecExpAvx512
+// _ZGVeN8v_exp and _ZGVeN16v_expf (binary ones are 'vv'); SleefExpU10Avx2 calls
+// Sleef_expd4_u10avx2 and Sleef_expf8_u10avx2, SleefExpU10Avx512 Sleef_expd8_u10avx512f and
+// Sleef_expf16_u10avx512f. SLEEF's U10 is its 1.0-ulp family (the HA-like peer), U35 its 3.5-ulp
+// family (the LA-like peer, where SLEEF has one); its hypot comes at 0.5 ulp (the peer of a 1-ulp
+// kernel) and its erfc at 1.5 ulp only. atan2 takes (y, x) as (a, b). libmvec has no gamma
+// functions.
+#define OXL_BENCH_LIBMVEC_UNARY(X)                                                                \
+  X(Exp, exp)                                                                                     \
+  X(Expm1, expm1) X(Log, log) X(Log10, log10) X(Log1p, log1p) X(Sin, sin) X(Cos, cos) X(Tan, tan) \
+      X(Cbrt, cbrt) X(Erf, erf) X(Erfc, erfc) X(Atan, atan) X(Asin, asin) X(Acos, acos)           \
+          X(Sinh, sinh) X(Cosh, cosh) X(Tanh, tanh) X(Asinh, asinh) X(Acosh, acosh)               \
+              X(Atanh, atanh)
+#define OXL_BENCH_LIBMVEC_BINARY(X) X(Pow, pow) X(Hypot, hypot) X(Atan2, atan2)
+#define OXL_BENCH_SLEEF_UNARY(X)                                                                \
+  X(ExpU10, exp, u10)                                                                           \
+  X(Expm1U10, expm1, u10) X(LogU10, log, u10) X(LogU35, log, u35) X(Log10U10, log10, u10)       \
+      X(Log1pU10, log1p, u10) X(SinU10, sin, u10) X(SinU35, sin, u35) X(CosU10, cos, u10)       \
+          X(CosU35, cos, u35) X(TanU10, tan, u10) X(TanU35, tan, u35) X(CbrtU10, cbrt, u10)     \
+              X(ErfU10, erf, u10) X(ErfcU15, erfc, u15) X(AtanU10, atan, u10)                   \
+                  X(AtanU35, atan, u35) X(AsinU10, asin, u10) X(AsinU35, asin, u35)             \
+                      X(AcosU10, acos, u10) X(AcosU35, acos, u35) X(LGammaU10, lgamma, u10)     \
+                          X(TGammaU10, tgamma, u10) X(SinhU10, sinh, u10) X(CoshU10, cosh, u10) \
+                              X(TanhU10, tanh, u10) X(SinhU35, sinh, u35) X(CoshU35, cosh, u35) \
+                                  X(TanhU35, tanh, u35) X(AsinhU10, asinh, u10)                 \
+                                      X(AcoshU10, acosh, u10) X(AtanhU10, atanh, u10)
+#define OXL_BENCH_SLEEF_BINARY(X) \
+  X(PowU10, pow, u10) X(HypotU05, hypot, u05) X(Atan2U10, atan2, u10) X(Atan2U35, atan2, u35)
+
+#define OXL_BENCH_DECLARE_UNARY(Name)                   \
+  void Name##Avx2(int n, const double* a, double* r);   \
+  void Name##Avx2(int n, const float* a, float* r);     \
+  void Name##Avx512(int n, const double* a, double* r); \
+  void Name##Avx512(int n, const float* a, float* r);
+#define OXL_BENCH_DECLARE_BINARY(Name)                                   \
+  void Name##Avx2(int n, const double* a, const double* b, double* r);   \
+  void Name##Avx2(int n, const float* a, const float* b, float* r);      \
+  void Name##Avx512(int n, const double* a, const double* b, double* r); \
+  void Name##Avx512(int n, const float* a, const float* b, float* r);
+#define OXL_BENCH_LIBMVEC_UNARY_DECLARE(Name, name) OXL_BENCH_DECLARE_UNARY(Libmvec##Name)
+#define OXL_BENCH_LIBMVEC_BINARY_DECLARE(Name, name) OXL_BENCH_DECLARE_BINARY(Libmvec##Name)
+#define OXL_BENCH_SLEEF_UNARY_DECLARE(Name, name, u) OXL_BENCH_DECLARE_UNARY(Sleef##Name)
+#define OXL_BENCH_SLEEF_BINARY_DECLARE(Name, name, u) OXL_BENCH_DECLARE_BINARY(Sleef##Name)
+OXL_BENCH_LIBMVEC_UNARY(OXL_BENCH_LIBMVEC_UNARY_DECLARE)
+OXL_BENCH_LIBMVEC_BINARY(OXL_BENCH_LIBMVEC_BINARY_DECLARE)
+OXL_BENCH_SLEEF_UNARY(OXL_BENCH_SLEEF_UNARY_DECLARE)
+OXL_BENCH_SLEEF_BINARY(OXL_BENCH_SLEEF_BINARY_DECLARE)
 
 // Boost.Math's erf_inv, erfc_inv and -sqrt 2 erfc_inv(2p) in plain loops (with
 // OXL_BENCH_BOOST_MATH, where the header is installed).
@@ -97,184 +74,6 @@ void BoostErfcInv(int n, const double* a, double* r);
 void BoostErfcInv(int n, const float* a, float* r);
 void BoostCdfNormInv(int n, const double* a, double* r);
 void BoostCdfNormInv(int n, const float* a, float* r);
-// The hyperbolic functions and their inverses.
-void LibmvecSinhAvx2(int n, const double* a, double* r);
-void LibmvecSinhAvx512(int n, const double* a, double* r);
-void LibmvecSinhAvx2(int n, const float* a, float* r);
-void LibmvecSinhAvx512(int n, const float* a, float* r);
-void LibmvecCoshAvx2(int n, const double* a, double* r);
-void LibmvecCoshAvx512(int n, const double* a, double* r);
-void LibmvecCoshAvx2(int n, const float* a, float* r);
-void LibmvecCoshAvx512(int n, const float* a, float* r);
-void LibmvecTanhAvx2(int n, const double* a, double* r);
-void LibmvecTanhAvx512(int n, const double* a, double* r);
-void LibmvecTanhAvx2(int n, const float* a, float* r);
-void LibmvecTanhAvx512(int n, const float* a, float* r);
-void LibmvecAsinhAvx2(int n, const double* a, double* r);
-void LibmvecAsinhAvx512(int n, const double* a, double* r);
-void LibmvecAsinhAvx2(int n, const float* a, float* r);
-void LibmvecAsinhAvx512(int n, const float* a, float* r);
-void LibmvecAcoshAvx2(int n, const double* a, double* r);
-void LibmvecAcoshAvx512(int n, const double* a, double* r);
-void LibmvecAcoshAvx2(int n, const float* a, float* r);
-void LibmvecAcoshAvx512(int n, const float* a, float* r);
-void LibmvecAtanhAvx2(int n, const double* a, double* r);
-void LibmvecAtanhAvx512(int n, const double* a, double* r);
-void LibmvecAtanhAvx2(int n, const float* a, float* r);
-void LibmvecAtanhAvx512(int n, const float* a, float* r);
-
-// SLEEF: U10 is its 1.0-ulp family (the HA-like peer), U35 its 3.5-ulp family (the LA-like peer,
-// which SLEEF offers for log, sin and cos only: log10 and log1p have U10 alone):
-// Sleef_expd4_u10avx2, Sleef_expf16_u10avx512f, ...
-void SleefExpU10Avx2(int n, const double* a, double* r);
-void SleefExpU10Avx2(int n, const float* a, float* r);
-void SleefExpU10Avx512(int n, const double* a, double* r);
-void SleefExpU10Avx512(int n, const float* a, float* r);
-void SleefExpm1U10Avx2(int n, const double* a, double* r);
-void SleefExpm1U10Avx2(int n, const float* a, float* r);
-void SleefExpm1U10Avx512(int n, const double* a, double* r);
-void SleefExpm1U10Avx512(int n, const float* a, float* r);
-void SleefLogU10Avx2(int n, const double* a, double* r);
-void SleefLogU10Avx2(int n, const float* a, float* r);
-void SleefLogU10Avx512(int n, const double* a, double* r);
-void SleefLogU10Avx512(int n, const float* a, float* r);
-void SleefLogU35Avx2(int n, const double* a, double* r);
-void SleefLogU35Avx2(int n, const float* a, float* r);
-void SleefLogU35Avx512(int n, const double* a, double* r);
-void SleefLogU35Avx512(int n, const float* a, float* r);
-void SleefLog10U10Avx2(int n, const double* a, double* r);
-void SleefLog10U10Avx2(int n, const float* a, float* r);
-void SleefLog10U10Avx512(int n, const double* a, double* r);
-void SleefLog10U10Avx512(int n, const float* a, float* r);
-void SleefLog1pU10Avx2(int n, const double* a, double* r);
-void SleefLog1pU10Avx2(int n, const float* a, float* r);
-void SleefLog1pU10Avx512(int n, const double* a, double* r);
-void SleefLog1pU10Avx512(int n, const float* a, float* r);
-void SleefSinU10Avx2(int n, const double* a, double* r);
-void SleefTanU10Avx2(int n, const double* a, double* r);
-void SleefTanU10Avx512(int n, const double* a, double* r);
-void SleefTanU10Avx2(int n, const float* a, float* r);
-void SleefTanU10Avx512(int n, const float* a, float* r);
-void SleefTanU35Avx2(int n, const double* a, double* r);
-void SleefTanU35Avx512(int n, const double* a, double* r);
-void SleefTanU35Avx2(int n, const float* a, float* r);
-void SleefTanU35Avx512(int n, const float* a, float* r);
-void SleefSinU10Avx2(int n, const float* a, float* r);
-void SleefSinU10Avx512(int n, const double* a, double* r);
-void SleefSinU10Avx512(int n, const float* a, float* r);
-void SleefSinU35Avx2(int n, const double* a, double* r);
-void SleefSinU35Avx2(int n, const float* a, float* r);
-void SleefSinU35Avx512(int n, const double* a, double* r);
-void SleefSinU35Avx512(int n, const float* a, float* r);
-void SleefCosU10Avx2(int n, const double* a, double* r);
-void SleefCosU10Avx2(int n, const float* a, float* r);
-void SleefCosU10Avx512(int n, const double* a, double* r);
-void SleefCosU10Avx512(int n, const float* a, float* r);
-void SleefCosU35Avx2(int n, const double* a, double* r);
-void SleefCosU35Avx2(int n, const float* a, float* r);
-void SleefCosU35Avx512(int n, const double* a, double* r);
-void SleefCosU35Avx512(int n, const float* a, float* r);
-void SleefPowU10Avx2(int n, const double* a, const double* b, double* r);
-void SleefPowU10Avx2(int n, const float* a, const float* b, float* r);
-void SleefPowU10Avx512(int n, const double* a, const double* b, double* r);
-void SleefPowU10Avx512(int n, const float* a, const float* b, float* r);
-// SLEEF's hypot comes at 0.5 ulp and 3.5 ulp only; the 0.5-ulp one is the peer of a 1-ulp kernel.
-void SleefHypotU05Avx2(int n, const double* a, const double* b, double* r);
-void SleefHypotU05Avx2(int n, const float* a, const float* b, float* r);
-void SleefHypotU05Avx512(int n, const double* a, const double* b, double* r);
-void SleefHypotU05Avx512(int n, const float* a, const float* b, float* r);
-void SleefCbrtU10Avx2(int n, const double* a, double* r);
-void SleefCbrtU10Avx2(int n, const float* a, float* r);
-void SleefCbrtU10Avx512(int n, const double* a, double* r);
-void SleefCbrtU10Avx512(int n, const float* a, float* r);
-// SLEEF's erfc comes at 1.5 ulp only.
-void SleefErfU10Avx2(int n, const double* a, double* r);
-void SleefErfU10Avx512(int n, const double* a, double* r);
-void SleefErfU10Avx2(int n, const float* a, float* r);
-void SleefErfU10Avx512(int n, const float* a, float* r);
-void SleefErfcU15Avx2(int n, const double* a, double* r);
-void SleefErfcU15Avx512(int n, const double* a, double* r);
-void SleefErfcU15Avx2(int n, const float* a, float* r);
-void SleefErfcU15Avx512(int n, const float* a, float* r);
-// The inverse trigonometric functions, in both of SLEEF's accuracies.
-void SleefAtanU10Avx2(int n, const double* a, double* r);
-void SleefAtanU10Avx512(int n, const double* a, double* r);
-void SleefAtanU10Avx2(int n, const float* a, float* r);
-void SleefAtanU10Avx512(int n, const float* a, float* r);
-void SleefAtanU35Avx2(int n, const double* a, double* r);
-void SleefAtanU35Avx512(int n, const double* a, double* r);
-void SleefAtanU35Avx2(int n, const float* a, float* r);
-void SleefAtanU35Avx512(int n, const float* a, float* r);
-void SleefAtan2U10Avx2(int n, const double* a, const double* b, double* r);
-void SleefAtan2U10Avx512(int n, const double* a, const double* b, double* r);
-void SleefAtan2U10Avx2(int n, const float* a, const float* b, float* r);
-void SleefAtan2U10Avx512(int n, const float* a, const float* b, float* r);
-void SleefAtan2U35Avx2(int n, const double* a, const double* b, double* r);
-void SleefAtan2U35Avx512(int n, const double* a, const double* b, double* r);
-void SleefAtan2U35Avx2(int n, const float* a, const float* b, float* r);
-void SleefAtan2U35Avx512(int n, const float* a, const float* b, float* r);
-void SleefAsinU10Avx2(int n, const double* a, double* r);
-void SleefAsinU10Avx512(int n, const double* a, double* r);
-void SleefAsinU10Avx2(int n, const float* a, float* r);
-void SleefAsinU10Avx512(int n, const float* a, float* r);
-void SleefAsinU35Avx2(int n, const double* a, double* r);
-void SleefAsinU35Avx512(int n, const double* a, double* r);
-void SleefAsinU35Avx2(int n, const float* a, float* r);
-void SleefAsinU35Avx512(int n, const float* a, float* r);
-void SleefAcosU10Avx2(int n, const double* a, double* r);
-void SleefAcosU10Avx512(int n, const double* a, double* r);
-void SleefAcosU10Avx2(int n, const float* a, float* r);
-void SleefAcosU10Avx512(int n, const float* a, float* r);
-void SleefAcosU35Avx2(int n, const double* a, double* r);
-void SleefAcosU35Avx512(int n, const double* a, double* r);
-void SleefAcosU35Avx2(int n, const float* a, float* r);
-void SleefAcosU35Avx512(int n, const float* a, float* r);
-// Gamma family: SLEEF's 1.0-ulp lgamma and tgamma.
-void SleefLGammaU10Avx2(int n, const double* a, double* r);
-void SleefLGammaU10Avx512(int n, const double* a, double* r);
-void SleefLGammaU10Avx2(int n, const float* a, float* r);
-void SleefLGammaU10Avx512(int n, const float* a, float* r);
-void SleefTGammaU10Avx2(int n, const double* a, double* r);
-void SleefTGammaU10Avx512(int n, const double* a, double* r);
-void SleefTGammaU10Avx2(int n, const float* a, float* r);
-void SleefTGammaU10Avx512(int n, const float* a, float* r);
-// The hyperbolic functions (U35 for sinh, cosh and tanh only) and their inverses.
-void SleefSinhU10Avx2(int n, const double* a, double* r);
-void SleefSinhU10Avx512(int n, const double* a, double* r);
-void SleefSinhU10Avx2(int n, const float* a, float* r);
-void SleefSinhU10Avx512(int n, const float* a, float* r);
-void SleefCoshU10Avx2(int n, const double* a, double* r);
-void SleefCoshU10Avx512(int n, const double* a, double* r);
-void SleefCoshU10Avx2(int n, const float* a, float* r);
-void SleefCoshU10Avx512(int n, const float* a, float* r);
-void SleefTanhU10Avx2(int n, const double* a, double* r);
-void SleefTanhU10Avx512(int n, const double* a, double* r);
-void SleefTanhU10Avx2(int n, const float* a, float* r);
-void SleefTanhU10Avx512(int n, const float* a, float* r);
-void SleefAsinhU10Avx2(int n, const double* a, double* r);
-void SleefAsinhU10Avx512(int n, const double* a, double* r);
-void SleefAsinhU10Avx2(int n, const float* a, float* r);
-void SleefAsinhU10Avx512(int n, const float* a, float* r);
-void SleefAcoshU10Avx2(int n, const double* a, double* r);
-void SleefAcoshU10Avx512(int n, const double* a, double* r);
-void SleefAcoshU10Avx2(int n, const float* a, float* r);
-void SleefAcoshU10Avx512(int n, const float* a, float* r);
-void SleefAtanhU10Avx2(int n, const double* a, double* r);
-void SleefAtanhU10Avx512(int n, const double* a, double* r);
-void SleefAtanhU10Avx2(int n, const float* a, float* r);
-void SleefAtanhU10Avx512(int n, const float* a, float* r);
-void SleefSinhU35Avx2(int n, const double* a, double* r);
-void SleefSinhU35Avx512(int n, const double* a, double* r);
-void SleefSinhU35Avx2(int n, const float* a, float* r);
-void SleefSinhU35Avx512(int n, const float* a, float* r);
-void SleefCoshU35Avx2(int n, const double* a, double* r);
-void SleefCoshU35Avx512(int n, const double* a, double* r);
-void SleefCoshU35Avx2(int n, const float* a, float* r);
-void SleefCoshU35Avx512(int n, const float* a, float* r);
-void SleefTanhU35Avx2(int n, const double* a, double* r);
-void SleefTanhU35Avx512(int n, const double* a, double* r);
-void SleefTanhU35Avx2(int n, const float* a, float* r);
-void SleefTanhU35Avx512(int n, const float* a, float* r);
 
 // Plain loops over the C++ standard library, compiled for the baseline x86-64 target: scalar calls
 // of libm for the transcendentals, whatever the compiler makes of a + b and a * b.
