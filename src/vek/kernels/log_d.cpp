@@ -2,11 +2,10 @@
 // every binade, around 1 and the interval ends (functions_accuracy_test), and against long double
 // over 2^24 doubles of [0.7, 1.6), near 1, next to 3/4 and 3/2 in every binade and of all positive
 // bit patterns: dLn HA 0.57 ulp, LA 0.66 ulp, EP 35 bits; dLog10 HA 0.59 ulp, LA 0.79 ulp, EP 34.9
-// bits. dLog1p HA
-// 0.58 ulp, LA 1.0 ulp, EP 31 bits (sweep), HA at most 0.63 ulp over 2^23 random doubles each of
-// [1/16, 16), of 1 + 2^-40..2^0 and of all positive bit patterns. Every finite positive x (x > -1
-// for Log1p) on the fast path or its second pass; zeros, negatives, infinities and NaNs through
-// the rare routines.
+// bits. dLog1p HA 0.58 ulp, LA 1.0 ulp, EP 31 bits (sweep), HA at most 0.63 ulp over 2^23 random
+// doubles each of [1/16, 16), of 1 + 2^-40..2^0 and of all positive bit patterns. Every finite
+// positive x (x > -1 for Log1p) on the fast path or its second pass; zeros, negatives, infinities
+// and NaNs through the rare routines.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/log_d.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
