@@ -299,12 +299,13 @@ const std::map<std::string, HardCase>& HardCases() {
     // arguments before the fast paths' bounds and the overflow thresholds (float 89 and
     // 89.4159851, double 710 and 710.4758600739439); tanh where it starts to round to 1 (float
     // 9.01, double 19.06) and the cap at 22; the table switch of the reduction at ln 2 / 16; float
-    // e^-|x| where its power stops at 2^-32 (22.18); the float HA kernels' worst arguments over
-    // all floats (sinh, cosh, tanh).
-    const HardCase hyp = {{0.5, 0x1.fffffffffffffp-2, 0.0433216, 89.0, 0x1.65a9f8p+6, 710.0,
-                           0x1.633ce8fb9f87dp+9, 9.010913, 19.06154746539849, 22.0, 0x1p-26,
-                           0x1p-54, 22.18070977791825, 0x1.a58ce4p-1, 0x1.04976ap+1, 0x1.fe5466p-2},
-                          {{-1.0, 1.0}, {-0.6, 0.6}, {85.0, 89.5}, {700.0, 710.5}, {8.0, 23.0}}};
+    // e^-|x| where its power stops at 2^-32 (22.18; double 2^-64 at 44.36); the HA kernels' worst
+    // arguments over all floats (sinh, cosh, tanh) and over 10^8 doubles (sinh, cosh).
+    const HardCase hyp = {
+        {0.5, 0x1.fffffffffffffp-2, 0.0433216, 89.0, 0x1.65a9f8p+6, 710.0, 0x1.633ce8fb9f87dp+9,
+         9.010913, 19.06154746539849, 22.0, 0x1p-26, 0x1p-54, 22.18070977791825, 44.3614195558365,
+         0x1.a58ce4p-1, 0x1.04976ap+1, 0x1.fe5466p-2, 0x1.a6a7c9e120f86p-1, 0x1.533b7b0d190d6p+9},
+        {{-1.0, 1.0}, {-0.6, 0.6}, {85.0, 89.5}, {700.0, 710.5}, {8.0, 23.0}}};
     // The inverses: the switch to the series at 2^-26 and to ln 2a at 2^28, atanh next to +-1
     // (1 - a exact, v up to 2^54), acosh next to 1 (x^2 - 1 cancels), and where a^2 would
     // overflow.

@@ -1,32 +1,31 @@
 // Bodies of the hyperbolic kernels and their inverses. Re-included once per SIMD target.
 //
-// Sinh and Cosh take H = e^|x| / 2 from the exponential kernels' reduction and 8-entry table, with
-// the power of two lowered by one in the integer that scales the table value, so that H stays
+// Sinh and Cosh take e^|x| / 2 from the exponential kernels' reduction and 8-entry table, with
+// the power of two lowered by one in the integer that scales the table value, so that it stays
 // finite up to the fast path's bound (|x| < 710, where sinh and cosh are below the largest
-// double) although e^|x| is not. Then
-//   cosh x = H + 1 / (4H),   sinh |x| = H - 1 / (4H),
-// with one division. At HA, H is the pair s + s p (s = T_hi 2^(k-1), p = e^r (1 + T_lo) - 1), the
-// reciprocal carries its residual, and s -+ 1/(4H) is a fast two-sum (s >= 1/2 >= 1/(4H)), so the
-// cancellation of sinh near 0 costs nothing but the rounding of the small terms; below |x| = 1/2,
-// where those terms would show, sinh is x + x^3 P(x^2) with Taylor's coefficients.
+// double) although e^|x| is not. At HA e^-|x| comes from the same reduction and table (the
+// shifter minus n indexes and scales 2^-n as the shifter plus n does 2^n), and e^-r from the even
+// and odd parts of e^r's polynomial, so that
+//   cosh a = e^a / 2 + e^-a / 2,   sinh a = e^a / 2 - e^-a / 2
+// with the scaled table values summed by the fast two-sum and the small terms added last: no
+// division, which cost more than the second exponential's permutes (on AVX-512 by a fifth; on
+// AVX2 Cosh is a sixth slower for it and Sinh a quarter faster). Below |x| = 1/2, where the
+// cancellation of sinh would show in the small terms, sinh is x + x^3 P(x^2) with Taylor's
+// coefficients. LA and EP take H = e^|x| / 2 in one part and
+//   cosh x = H + 1 / (4H),   sinh |x| = H - 1 / (4H)
+// with one division. Double HA: sinh 0.65 and cosh 0.64 ulp over 10^8 arguments; float HA over all
+// floats: sinh 0.687, cosh 0.618.
 //
 // Tanh |x| = E / (E + 2) with E = e^(2|x|) - 1 from the Expm1 kernels' reduction, which has no
 // cancellation at any |x|: at HA E is the pair of the Expm1 HA kernel, E + 2 a pair by the fast
 // two-sum, and the quotient corrected by its residual. Beyond |x| = 22 tanh rounds to 1: |x| is
-// capped there, and the formula gives 1.
+// capped there, and the formula gives 1. Float Tanh HA is 1 - 1 / (e^2a / 2 + 1/2) on the
+// exponential of Sinh and Cosh from 1/2 on, where it has no cancellation, and a fitted odd
+// polynomial below (0.653 ulp over all floats).
 //
 // Every body serves floats too. Sinh and Cosh take the float exponential's table (8 entries at HA,
 // 16 at LA and EP), Tanh the float Expm1 kernels' terms at LA and EP; the inverses the float
-// logarithm (HA: its Log1p evaluation, which takes the pair's low part as an addend). Float HA
-// has no division in Sinh and Cosh: e^-|x| comes from the reduction of e^|x| and the same table
-// (the shifter minus n indexes and scales 2^-n as the shifter plus n does 2^n), and e^-r from the
-// even and odd parts of e^r's polynomial, so that
-//   cosh a = e^a / 2 + e^-a / 2,   sinh a = e^a / 2 - e^-a / 2
-// with the scaled table values summed by the fast two-sum and the small terms added last; the
-// division cost more than the second exponential's permutes (on AVX2 and AVX-512 alike). Float
-// Tanh HA is 1 - 1 / (e^2a / 2 + 1/2) on that exponential from 1/2 on, where it has no
-// cancellation, and a fitted odd polynomial below. Over all floats: sinh 0.687, cosh 0.618, tanh
-// 0.653 ulp.
+// logarithm (HA: its Log1p evaluation, which takes the pair's low part as an addend).
 
 #include <bit>
 #include <cstdint>
@@ -83,12 +82,12 @@ using ExpTables =
     exp_detail::Tables<T, kExpEntries<T, kLevel>,
                        kLevel == HypLevel::kHA || (sizeof(T) == 8 && kLevel == HypLevel::kLA)>;
 
-// H = e^a / 2 for 0 <= a < 710 (float 89): s + lo at HA, where lo = s p is up to 0.045 s and is
-// not added in; in one part (lo zero) at LA and EP. Double EP's e^r is Taylor's to
-// r^4 without T_lo (r^5 / 120 is 1.3e-9 relative on |r| <= ln 2 / 16); float LA's to r^3
-// (r^4 / 24 is 9.2e-9 on ln 2 / 32), float EP's to r^2 (1.7e-6).
+// H = e^a / 2 for 0 <= a < 710 (float 89) at LA and EP. Double EP's e^r is Taylor's to r^4
+// without T_lo (r^5 / 120 is 1.3e-9 relative on |r| <= ln 2 / 16); float LA's to r^3 (r^4 / 24 is
+// 9.2e-9 on ln 2 / 32), float EP's to r^2 (1.7e-6).
 template <HypLevel kLevel, class D>
-HWY_INLINE Pair<D> HalfExp(D d, const ExpTables<hn::TFromD<D>, kLevel>& tables, hn::VFromD<D> a) {
+HWY_INLINE hn::VFromD<D> HalfExp(D d, const ExpTables<hn::TFromD<D>, kLevel>& tables,
+                                 hn::VFromD<D> a) {
   using T = hn::TFromD<D>;
   constexpr int kEntries = kExpEntries<T, kLevel>;
   const hn::RebindToSigned<D> di;
@@ -97,42 +96,59 @@ HWY_INLINE Pair<D> HalfExp(D d, const ExpTables<hn::TFromD<D>, kLevel>& tables, 
   const auto s =
       exp_detail::ScaledHi<kEntries>(d, tables.hi, hn::Sub(red.z, hn::Set(di, kEntries)));
   const auto r = red.r;
-  if constexpr (kLevel == HypLevel::kHA) {
-    if constexpr (sizeof(T) == 4) return {s, hn::Mul(s, exp_detail::ExcessF(d, tables, r, red.z))};
-    return {s, hn::Mul(s, exp_detail::ExcessD(d, tables, r, red.z))};
-  } else if constexpr (sizeof(T) == 4) {
+  if constexpr (sizeof(T) == 4) {
     const auto c = kLevel == HypLevel::kLA ? Horner(d, r, 0.5f, 1.0f / 6) : hn::Set(d, 0.5f);
-    return {Fma(d, Fma(d, hn::Mul(r, r), c, r), s, s), hn::Zero(d)};
+    return Fma(d, Fma(d, hn::Mul(r, r), c, r), s, s);
   } else if constexpr (kLevel == HypLevel::kLA) {
-    return {exp_detail::OfReducedD(d, tables, r, s, red.z), hn::Zero(d)};
+    return exp_detail::OfReducedD(d, tables, r, s, red.z);
   } else {
     const auto poly = Horner(d, r, 1.0, 0.5, 1.0 / 6, 1.0 / 24);
-    return {Fma(d, hn::Mul(s, r), poly, s), hn::Zero(d)};
+    return Fma(d, hn::Mul(s, r), poly, s);
   }
 }
 
-// e^a / 2 and e^-a / 2 for floats at HA (0 <= a < 89), each as s (1 + p), from one reduction
+// H -+ 1 / (4H) for H >= 1/2. Beyond 2^64 (float 2^32) the quotient is below 2^-128 (2^-66) of H
+// and needs no accuracy: H is capped there, so that the quotient stays normal.
+template <class D>
+HWY_INLINE hn::VFromD<D> PlusQuarterReciprocal(D d, hn::VFromD<D> h, bool minus) {
+  using T = hn::TFromD<D>;
+  const auto cap = hn::Set(d, T(sizeof(T) == 4 ? 0x1p32 : 0x1p64));
+  const auto q = hn::Div(hn::Set(d, T(0.25)), hn::Min(h, cap));
+  return minus ? hn::Sub(h, q) : hn::Add(h, q);
+}
+
+// e^a / 2 and e^-a / 2 at HA (0 <= a < 710, float 89), each as s (1 + p), from one reduction
 // a = n ln 2 + r, n on the grid 1/8. The shifter's bias is one lower, so that z scales the table
 // by 2^(k-1); the shifter minus n then holds -n on the same grid, and scales the same table to
-// 2^-n / 2. n is capped at 32 there: beyond, e^-a is below 2^-64 of e^a and has only to stay
-// normal. e^r - 1 = E + O and e^-r - 1 = E - O share the even and odd parts of Taylor's
-// polynomial, E = r^2 (1/2 + r^2 / 24) and O = r + r^3 / 6; the first terms left out are below
-// 1.3e-9 relative on |r| <= ln 2 / 16.
+// 2^-n / 2. n is capped at 64 (float 32) there: beyond, e^-a is below 2^-128 (2^-64) of e^a and
+// has only to stay normal. e^r - 1 = E + O and e^-r - 1 = E - O share the even and odd parts of
+// one polynomial: in double the exponential kernels' fitted one (3.3e-18 relative on
+// |r| <= ln 2 / 16, and as good at -r), in float Taylor's, E = r^2 (1/2 + r^2 / 24) and
+// O = r + r^3 / 6, whose first terms left out are below 1.3e-9 relative.
 template <class D>
 struct HalfExps {
   hn::VFromD<D> s_pos, p_pos, s_neg, p_neg;
 };
 template <class D>
-HWY_INLINE HalfExps<D> HalfExpsF(D d, const ExpTables<float, HypLevel::kHA>& tables,
-                                 hn::VFromD<D> a) {
+HWY_INLINE HalfExps<D> HalfExpsHA(D d, const ExpTables<hn::TFromD<D>, HypLevel::kHA>& tables,
+                                  hn::VFromD<D> a) {
+  using T = hn::TFromD<D>;
   const hn::RebindToSigned<D> di;
   const auto red = exp_detail::Reduce<8, true, 1>(d, a);
-  const auto shifter = hn::Set(d, exp_detail::Shifter<float, 8>() - 1.0f);
-  const auto z_neg = hn::BitCast(di, hn::Sub(shifter, hn::Min(red.n, hn::Set(d, 32.0f))));
+  const auto shifter = hn::Set(d, exp_detail::Shifter<T, 8>() - T(1));
+  const auto cap = hn::Set(d, T(sizeof(T) == 4 ? 32 : 64));
+  const auto z_neg = hn::BitCast(di, hn::Sub(shifter, hn::Min(red.n, cap)));
   const auto r = red.r;
   const auto r2 = hn::Mul(r, r);
-  const auto even = Fma(d, r2, hn::Set(d, 1.0f / 24), hn::Set(d, 0.5f));
-  const auto odd = hn::Mul(r, hn::Set(d, 1.0f / 6));
+  hn::VFromD<D> even, odd;  // E / r^2 and (O - r) / r^2
+  if constexpr (sizeof(T) == 4) {
+    even = Fma(d, r2, hn::Set(d, 1.0f / 24), hn::Set(d, 0.5f));
+    odd = hn::Mul(r, hn::Set(d, 1.0f / 6));
+  } else {
+    const double* c = vek::exp_tables::kExpPolyD;
+    even = Horner(d, r2, c[1], c[3], c[5]);
+    odd = hn::Mul(r, Horner(d, r2, c[2], c[4], c[6]));
+  }
   const auto p_pos = Fma(d, r2, hn::Add(even, odd), hn::Add(Lookup(d, tables.lo, red.z), r));
   const auto p_neg = Fma(d, r2, hn::Sub(even, odd), hn::Sub(Lookup(d, tables.lo, z_neg), r));
   return {exp_detail::ScaledHi<8>(d, tables.hi, red.z), p_pos,
@@ -147,30 +163,6 @@ HWY_INLINE hn::VFromD<D> SumOfHalves(D d, const HalfExps<D>& e, bool minus) {
   const auto sum = hn::Add(e.s_pos, s_neg);
   const auto err = hn::Sub(s_neg, hn::Sub(sum, e.s_pos));
   return hn::Add(sum, Fma(d, e.s_pos, e.p_pos, Fma(d, s_neg, e.p_neg, err)));
-}
-
-// 1 / (4H) for H = hi + lo >= 1/2, as a pair at HA. Beyond 2^64 (float 2^32) it is below 2^-128
-// (2^-66) of H and needs no accuracy: H is capped there, so that the quotient stays normal.
-template <HypLevel kLevel, class D>
-HWY_INLINE Pair<D> QuarterReciprocal(D d, const Pair<D>& h) {
-  using T = hn::TFromD<D>;
-  const auto quarter = hn::Set(d, T(0.25));
-  const auto sum = kLevel == HypLevel::kHA ? hn::Add(h.hi, h.lo) : h.hi;
-  const auto q = hn::Div(quarter, hn::Min(sum, hn::Set(d, T(sizeof(T) == 4 ? 0x1p32 : 0x1p64))));
-  if constexpr (kLevel != HypLevel::kHA) return {q, hn::Zero(d)};
-  // (1/4 - q H) / H, with 1/H taken as 4q.
-  const auto residual = Fnma(d, q, h.lo, Fnma(d, q, h.hi, quarter));
-  return {q, hn::Mul(residual, hn::Mul(q, hn::Set(d, T(4))))};
-}
-
-// H + sign / (4H): the fast two-sum of s and the quotient, then the small terms.
-template <HypLevel kLevel, class D>
-HWY_INLINE hn::VFromD<D> Combine(D d, const Pair<D>& h, Pair<D> q, bool minus) {
-  if (minus) q = {hn::Neg(q.hi), hn::Neg(q.lo)};
-  const auto sum = hn::Add(h.hi, q.hi);
-  if constexpr (kLevel != HypLevel::kHA) return sum;
-  const auto err = hn::Sub(q.hi, hn::Sub(sum, h.hi));
-  return hn::Add(sum, hn::Add(hn::Add(err, h.lo), q.lo));
 }
 
 // Float tanh at HA for 0 <= a <= 10. From a = 1/2 on, tanh a = 1 - q with q = 1 / (H + 1/2) and
@@ -259,12 +251,11 @@ struct SinhCoshBody : UnaryRealBody<T> {
     // flags on the way.
     const auto a = hn::IfThenZeroElse(rare[0], hn::Abs(x));
     hn::Vec<D> result;
-    if constexpr (sizeof(T) == 4 && kLevel == HypLevel::kHA) {
-      result = hyp_detail::SumOfHalves(d, hyp_detail::HalfExpsF(d, tables, a), kSinh);
+    if constexpr (kLevel == HypLevel::kHA) {
+      result = hyp_detail::SumOfHalves(d, hyp_detail::HalfExpsHA(d, tables, a), kSinh);
     } else {
-      const auto h = hyp_detail::HalfExp<kLevel>(d, tables, a);
-      const auto q = hyp_detail::QuarterReciprocal<kLevel>(d, h);
-      result = hyp_detail::Combine<kLevel>(d, h, q, kSinh);
+      result =
+          hyp_detail::PlusQuarterReciprocal(d, hyp_detail::HalfExp<kLevel>(d, tables, a), kSinh);
     }
     if constexpr (kSinh) {
       // The series only where a lane needs it: most vectors of most arrays hold none.
