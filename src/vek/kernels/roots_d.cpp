@@ -25,10 +25,10 @@ void dInvSqrtLA(int n, const double* a, double* r) {
 }
 
 void dHypotHA(int n, const double* a, const double* b, double* r) {
-  RunBinary(HypotBody<double, RootLevel::kHA>{}, n, a, b, r);
+  RunBinary(HypotBody<RootLevel::kHA>{}, n, a, b, r);
 }
 void dHypotLA(int n, const double* a, const double* b, double* r) {
-  RunBinary(HypotBody<double, RootLevel::kLA>{}, n, a, b, r);
+  RunBinary(HypotBody<RootLevel::kLA>{}, n, a, b, r);
 }
 
 void dPow3o2(int n, const double* a, double* r) { RunUnary(Pow3o2Body<double>{}, n, a, r); }

@@ -21,10 +21,10 @@ void sInvSqrtHA(int n, const float* a, float* r) {
 }
 
 void sHypotHA(int n, const float* a, const float* b, float* r) {
-  RunBinary(HypotBody<float, RootLevel::kHA>{}, n, a, b, r);
+  RunBinary(HypotFloatBody{}, n, a, b, r);
 }
 void sHypotLA(int n, const float* a, const float* b, float* r) {
-  RunBinary(HypotBody<float, RootLevel::kLA>{}, n, a, b, r);
+  RunBinary(HypotFloatBody{}, n, a, b, r);
 }
 
 void sPow3o2(int n, const float* a, float* r) { RunUnary(Pow3o2Body<float>{}, n, a, r); }
