@@ -16,7 +16,6 @@
 #define OXL_VEK_KERNELS_ROOTS_INL_H_
 #endif
 
-#include "simd/approx_constants.h"
 #include "simd/fma-inl.h"
 #include "simd/reciprocal-inl.h"
 #include "vek/frame/kernel-inl.h"
@@ -149,17 +148,15 @@ struct Pow3o2Body : UnaryRealBody<T> {
 // hypot(a, b)", 2019):
 //   delta = h^2 - x^2 - y^2 = fma(-y, y, h^2 - x^2) + (h^2 - fl(h^2)) - (x^2 - fl(x^2)),
 // fl(h^2) - fl(x^2) exact by Sterbenz's lemma (x^2 >= h^2 / 2), and h' = h - delta / (2h). The
-// quotient needs only a few bits: it is at most 1.25 ulp of h, so the reciprocal seed of the
-// integer subtraction (within 0.0506) and one Newton step (within 0.0026) cost 0.004 ulp at most,
-// and save a division. Measured within 0.5 ulp + 2^-40. Most vectors need no scaling: the
-// multiplications by the powers of two run only for a vector that holds a lane outside
-// [kSmall, kLarge] (a lane inside is scaled by 1, so the result is the same either way): above
-// kLarge the magnitudes are scaled by kDown, below kSmall by kUp (a denormal becomes normal), and
-// the squares stay within 2^+-1000. The smaller argument's square may still underflow, but only
-// when it is below 2^-70 of the larger one's, far under the last place of the sum.
-// Infinities, NaNs and overflow make the result not finite, and the rare routine settles them
-// (an infinite argument gives +inf even beside a NaN; a finite pair with an infinite result is an
-// overflow).
+// quotient needs only a few bits: it is at most 1.25 ulp of h, so RcpRough's 0.0026 costs 0.004
+// ulp at most, and saves a division. Measured within 0.5 ulp + 2^-40. Most vectors need no scaling:
+// the multiplications by the powers of two run only for a vector that holds a lane outside [kSmall,
+// kLarge] (a lane inside is scaled by 1, so the result is the same either way): above kLarge the
+// magnitudes are scaled by kDown, below kSmall by kUp (a denormal becomes normal), and the squares
+// stay within 2^+-1000. The smaller argument's square may still underflow, but only when it is
+// below 2^-70 of the larger one's, far under the last place of the sum. Infinities, NaNs and
+// overflow make the result not finite, and the rare routine settles them (an infinite argument
+// gives +inf even beside a NaN; a finite pair with an infinite result is an overflow).
 template <RootLevel kLevel>
 struct HypotBody : BinaryRealBody<double> {
   using T = double;
@@ -194,15 +191,11 @@ struct HypotBody : BinaryRealBody<double> {
       const auto xx = hn::Mul(x, x);
       const auto delta =
           hn::Sub(hn::Add(Fnma(d, y, y, hn::Sub(hh, xx)), Fms(d, h, h, hh)), Fms(d, x, x, xx));
-      // h is 0 (both arguments zero, and delta 0) or at least 2^-474: the floor keeps the seed
-      // finite there.
+      // h is 0 (both arguments zero, and delta 0) or at least 2^-474: the floor keeps the
+      // reciprocal finite there.
       const auto floored = hn::Max(h, hn::Set(d, std::numeric_limits<T>::min()));
       const auto h2 = hn::Add(floored, floored);
-      const hn::RebindToUnsigned<D> du;
-      const auto seed =
-          hn::BitCast(d, hn::Sub(hn::Set(du, simd::approx::kRcpMagic<T>), hn::BitCast(du, h2)));
-      const auto half_rcp = Fma(d, seed, Fnma(d, h2, seed, one), seed);
-      result = Fnma(d, delta, half_rcp, h);
+      result = Fnma(d, delta, RcpRough(d, h2), h);
     }
     out[0] = hn::Mul(result, unscale);
     // Max and Min pass a NaN over (they return the other operand): a + b keeps it.
