@@ -88,16 +88,11 @@ void KeyAndCount(const uint16_t* src, uint16_t* dst, size_t n, KeyMap<uint16_t> 
 void KeyAndCount(const uint32_t* src, uint32_t* dst, size_t n, KeyMap<uint32_t> map,
                  uint32_t* counts);
 
-// The first digit of the sort of 64-bit words, which splits the keys by their top bits first: 2048
-// buckets, as many as the line buffers of a scatter serve.
-constexpr int kTopWidth = 11;
+// The first split of the sort of 64-bit words goes by a histogram of the keys' top bits (their
+// prefixes): at most 2^16 counters, 256 KiB, which the counting pass fills in L2.
+constexpr int kMaxPrefixBits = 16;
 
-template <class U>
-constexpr size_t TopDigit(U k) {
-  return static_cast<size_t>(k >> (sizeof(U) * 8 - kTopWidth));
-}
-
-// Counts the top digits of the keys of src (2048 counters). Per target.
-void CountTop(const uint64_t* src, size_t n, KeyMap<uint64_t> map, uint32_t* counts);
+// Counts the prefixes of `bits` bits of the keys of src (2^bits counters). Per target.
+void CountPrefixes(const uint64_t* src, size_t n, KeyMap<uint64_t> map, int bits, uint32_t* counts);
 
 }  // namespace oxl::primitives

@@ -5,8 +5,8 @@
 // one scattered write, stable, so that after the last pass the keys are in order and equal keys in
 // input order. The in-place sorts skip the passes whose digit is the same in every key and send
 // spread digits through cache-line buffers. 64-bit words, whose six passes would each cross memory,
-// are split by their top digits instead (SortBuckets below). The counters and the line buffers live
-// on the stack: a sort allocates nothing.
+// are split by their top bits instead (SortBuckets below). The counters and the line buffers live
+// on the stack or, while it is free, in the scratch: a sort allocates nothing.
 //
 // Elements are handled as unsigned words of their width; the words of a float array are read as
 // integers only between the entry and its return, where the caller's code cannot look.
@@ -147,11 +147,12 @@ struct Placed {
 // first split of a 64-bit sort), or keys back to elements as it stores them (the last pass).
 enum class Mapping { kKeys, kToKeys, kFromKeys };
 
-// One scatter by a digit of the keys to the running sums of its histogram.
-// Not inlined: its positions would stay on the stack through the recursion of the 64-bit sort.
-template <class U, Mapping kMapping, class C>
-[[gnu::noinline]] void ScatterDigit(const U* __restrict src, U* __restrict dst, size_t n,
-                                    Digit<U> digit, int buckets, Scatter how, KeyMap<U> map,
+// One scatter by a digit of the keys (or any monotone map of keys to buckets) to the running sums
+// of its histogram. Not inlined: its positions would stay on the stack through the recursion of the
+// 64-bit sort.
+template <class U, Mapping kMapping, class C, class D>
+[[gnu::noinline]] void ScatterDigit(const U* __restrict src, U* __restrict dst, size_t n, D digit,
+                                    int buckets, Scatter how, KeyMap<U> map,
                                     C* __restrict histogram, KeyLineBuffers<U>& buffers) {
   const auto key = [&](size_t i) {
     return kMapping == Mapping::kToKeys ? ToKey(src[i], map) : src[i];
@@ -215,18 +216,18 @@ void SortInPlace(U* data, U* scratch, size_t n, KeyMap<U> map) {
 }
 
 // The sort of 64-bit words need not be stable (equal keys are equal words), so it splits the keys
-// by their top digit first and then each bucket by its next digits while it sits in the caches,
-// until the buckets hold a few keys each, which one insertion sort over a run of such buckets puts
-// in order (no key crosses into another bucket). Ranges beyond L2 are split into buckets of about a
-// thousand keys first. Large arrays then cross memory two or three times instead of six. A digit
-// shared by every key of a range costs a count and no scatter, so that skewed data (one exponent)
-// loses no pass.
+// by their top bits first (into buckets of about equal counts, SortBuckets) and then each bucket by
+// its next digits while it sits in the caches, until the buckets hold about one key each, which an
+// insertion into the bucket puts in order (no key crosses into another bucket). Large arrays then
+// cross memory twice instead of six times. A digit shared by every key of a range costs a count and
+// no scatter, so that skewed data (one exponent) loses no pass; a split that leaves long buckets
+// (many equal keys) splits them again.
 
 // Buckets of up to this many keys are left to the insertion sort.
 constexpr size_t kSmallRange = 16;
 
-// Ranges of up to this many keys are split into buckets of about two keys at once; longer ones into
-// buckets of about half as many keys first.
+// Ranges of up to this many keys whose last split would leave long buckets are split into buckets
+// of about two keys at once; longer ones into buckets of about half as many keys first.
 constexpr size_t kCachedKeys = size_t{1} << 11;
 static_assert(kCachedKeys <= 0xFFFF, "the counters of a cached split are 16 bits wide");
 
@@ -236,8 +237,16 @@ static_assert(kCachedKeys <= 0xFFFF, "the counters of a cached split are 16 bits
 // 7, so that the recursion takes less than 20 KiB of stack on any data.
 constexpr int kCachedSplit = 10, kNarrowSplit = 6, kMinSplit = 4, kMaxSplit = 8;
 
+// The widest split, as many buckets as the line buffers serve.
+constexpr int kWideSplit = 11;
+
 // Ranges this long are beyond L2, where the line buffers pay.
 constexpr size_t kLinesFrom = size_t{1} << 16;
+
+// Ranges of fewer than 2^16 keys are sorted by one split into buckets of about one key each (16-bit
+// counters), unless the split leaves a bucket of more than kSmallRange keys.
+constexpr int kInsertSplit = 16;
+constexpr size_t kInsertKeys = (size_t{1} << kInsertSplit) - 1;
 
 template <class U>
 struct Buckets {
@@ -245,8 +254,11 @@ struct Buckets {
   KeyLineBuffers<U> buffers;
   // The counters of one split of up to 11 bits below the top one, for a range so long that 8 bits
   // would leave buckets to split again beyond L2; one at a time, so that the stack holds them once.
-  uint32_t wide[1 << kTopWidth];
+  uint32_t wide[1 << kWideSplit];
   bool wide_free = true;
+  // The counters of the last split of a range, which leaves no bucket to split again; before them,
+  // the bucket of each prefix in the first split.
+  uint16_t last[1 << kInsertSplit];
 };
 
 // Sorts keys[from, to), whose buckets are in order and small, and stores the elements to out.
@@ -311,6 +323,42 @@ void Split(U* keys, U* other, U* out, size_t n, int shift, int width, C* counts,
   InsertionSort(other, out, run, n, state.map);
 }
 
+// The last split of a range: each key goes into its bucket of the scratch as an insertion sort
+// would put it there, behind the keys of the bucket that are not above it. The scratch starts out
+// zero, so that below the keys already placed in a bucket there is always a key not above the one
+// coming in: a key of a lower bucket, or a zero. Returns false, having moved nothing, when a bucket
+// would take more than kSmallRange keys (skewed keys, which split again instead).
+template <class U>
+bool InsertIntoBuckets(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) {
+  const int width = std::min({top, kInsertSplit, static_cast<int>(std::bit_width(n))});
+  const Digit<U> digit(top - width, width);
+  uint16_t* next = state.last;
+  const int buckets = 1 << width;
+  std::fill_n(next, buckets, 0);
+  for (size_t i = 0; i < n; ++i) ++next[digit(keys[i])];
+  uint16_t most = 0, sum = 0;
+  for (int b = 0; b < buckets; ++b) {
+    const uint16_t count = next[b];
+    most = std::max(most, count);
+    next[b] = sum;
+    sum = static_cast<uint16_t>(sum + count);
+  }
+  if (most == n) {
+    SortRange(keys, other, out, n, top - width, state);
+    return true;
+  }
+  if (most > kSmallRange) return false;
+  std::fill_n(other, n, U{0});
+  for (size_t i = 0; i < n; ++i) {
+    const U k = keys[i];
+    size_t j = next[digit(k)]++;
+    for (; j > 0 && other[j - 1] > k; --j) other[j] = other[j - 1];
+    other[j] = k;
+  }
+  for (size_t i = 0; i < n; ++i) out[i] = FromKey(other[i], state.map);
+  return true;
+}
+
 template <class U, class C>
 void Count(const U* keys, size_t n, int top, int width, C* counts) {
   const Digit<U> digit(top - width, width);
@@ -330,6 +378,7 @@ template <class U>
 void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) {
   if (n <= kSmallRange || top == 0) {
     InsertionSort(keys, out, 0, n, state.map);  // equal keys (top 0) take one comparison each
+  } else if (n <= kInsertKeys && InsertIntoBuckets(keys, other, out, n, top, state)) {
   } else if (n <= kCachedKeys) {
     const int width = std::min({top, kCachedSplit, static_cast<int>(std::bit_width(n)) - 1});
     if (width > kNarrowSplit) {
@@ -340,7 +389,7 @@ void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) 
   } else {
     const int ranges = static_cast<int>(std::bit_width(n / (kCachedKeys / 2)));
     if (ranges > kMaxSplit && top > kMaxSplit && state.wide_free) {
-      const int width = std::min({top, ranges, kTopWidth});
+      const int width = std::min({top, ranges, kWideSplit});
       state.wide_free = false;
       std::fill_n(state.wide, 1 << width, 0);
       Count(keys, n, top, width, state.wide);
@@ -353,22 +402,77 @@ void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) 
   }
 }
 
-// The first read counts the top digits of the keys; the split by the top digit maps the elements to
-// keys on its way to the scratch. Short arrays go to the scratch as keys and are split in the
-// caches.
+// The first split of a long array. Keys of real data crowd into a few values of any fixed digit
+// (the sign and exponent bits of normal data put half of them in two buckets of the top 11 bits),
+// so the first split goes instead by a monotone map of the keys' prefixes to buckets of about equal
+// counts, read from a histogram of the prefixes: bucket b takes the prefixes whose first key would
+// stand at a position in [b n / B, (b + 1) n / B) of the sorted array. A bucket then holds about
+// n / B keys plus at most one prefix's keys, and sorts in the caches by the bits below the prefixes
+// its keys share.
+template <class U>
+struct PrefixBuckets {
+  static constexpr int kBuckets = 1 << kWideSplit;
+  int shift;                // the bits of a key below its prefix
+  const uint16_t* buckets;  // the bucket of each prefix
+  size_t operator()(U k) const { return buckets[k >> shift]; }
+};
+
+// The first read counts the prefixes of the keys, in the scratch, which is free until the split
+// writes to it; the split maps the elements to keys on its way there. Short arrays go to the
+// scratch as keys and are split in the caches.
 template <class U>
 void SortBuckets(U* data, U* scratch, size_t n, KeyMap<U> map) {
-  Buckets<U> state;  // left uninitialised: 144 KiB that every bucket writes before it reads
+  constexpr int kKeyBits = sizeof(U) * 8;
+  constexpr int kBuckets = PrefixBuckets<U>::kBuckets;
+  static_assert(kMaxPrefixBits <= kInsertSplit, "the buckets of the prefixes share the counters");
+  Buckets<U> state;  // left uninitialised: every bucket writes its part before it reads it
   state.map = map;
   if (n <= kCachedKeys) {
     MapKeys(data, scratch, n, map);
-    SortRange(scratch, data, data, n, sizeof(U) * 8, state);
+    SortRange(scratch, data, data, n, kKeyBits, state);
     return;
   }
-  uint32_t counts[1 << kTopWidth] = {};
-  CountTop(data, n, map, counts);
-  Split<U, Mapping::kToKeys>(data, scratch, data, n, sizeof(U) * 8 - kTopWidth, kTopWidth, counts,
-                             state);
+  // At least 16 keys per prefix: the histogram costs little beside the keys and fits the scratch.
+  const int bits = std::clamp(static_cast<int>(std::bit_width(n)) - 4, kWideSplit, kMaxPrefixBits);
+  const uint32_t prefixes = uint32_t{1} << bits;
+  auto* counts = reinterpret_cast<uint32_t*>(scratch);
+  std::fill_n(counts, prefixes, 0);
+  CountPrefixes(data, n, map, bits, counts);
+  // The bucket of a prefix is floor(before * B / n), `before` counting the keys of lower prefixes,
+  // with the division as a product by a 32-bit fraction (monotone, and below B as before < n).
+  const uint64_t scale = (uint64_t{kBuckets} << 32) / n;
+  uint16_t* bucket_of = state.last;
+  uint32_t next[kBuckets] = {};
+  uint32_t low[kBuckets], high[kBuckets];  // the first and last prefix of each non-empty bucket
+  uint32_t before = 0, open = kBuckets;
+  for (uint32_t p = 0; p < prefixes; ++p) {
+    const uint32_t count = counts[p];
+    const auto b = static_cast<uint32_t>((before * scale) >> 32);
+    bucket_of[p] = static_cast<uint16_t>(b);
+    if (count == 0) continue;
+    if (b != open) low[b] = p, open = b;
+    high[b] = p;
+    next[b] += count;
+    before += count;
+  }
+  uint32_t sum = ~uint32_t{0};
+  for (int b = 0; b < kBuckets; ++b) {
+    const uint32_t count = next[b];
+    next[b] = sum;
+    sum += count;
+  }
+  ScatterDigit<U, Mapping::kToKeys>(data, scratch, n, PrefixBuckets<U>{kKeyBits - bits, bucket_of},
+                                    kBuckets, n < kLinesFrom ? Scatter::kDirect : Scatter::kLines,
+                                    map, next, state.buffers);
+  // Each counter now holds the last position of its bucket.
+  size_t start = 0;
+  for (int b = 0; b < kBuckets; ++b) {
+    const size_t end = static_cast<uint32_t>(next[b] + 1);
+    if (end == start) continue;
+    const int top = kKeyBits - bits + static_cast<int>(std::bit_width(low[b] ^ high[b]));
+    SortRange(scratch + start, data + start, data + start, end - start, top, state);
+    start = end;
+  }
 }
 
 // The key of element i of a strided key array.
