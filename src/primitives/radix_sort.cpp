@@ -405,26 +405,33 @@ void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) 
 // The first split of a long array. Keys of real data crowd into a few values of any fixed digit
 // (the sign and exponent bits of normal data put half of them in two buckets of the top 11 bits),
 // so the first split goes instead by a monotone map of the keys' prefixes to buckets of about equal
-// counts, read from a histogram of the prefixes: bucket b takes the prefixes whose first key would
-// stand at a position in [b n / B, (b + 1) n / B) of the sorted array. A bucket then holds about
-// n / B keys plus at most one prefix's keys, and sorts in the caches by the bits below the prefixes
-// its keys share.
+// counts, read from a histogram of the prefixes and of up to 4 bits below them. Runs of light
+// prefixes share a bucket; a heavy prefix gets 2^s buckets of its own, by the s bits below it, so
+// that no bucket holds many more than the target count unless one value of those bits does.
+constexpr int kMaxSubBits = 4;
+
 template <class U>
 struct PrefixBuckets {
   static constexpr int kBuckets = 1 << kWideSplit;
-  int shift;                // the bits of a key below its prefix
-  const uint16_t* buckets;  // the bucket of each prefix
-  size_t operator()(U k) const { return buckets[k >> shift]; }
+  static constexpr int kSubShift = 12;  // a route is base | s << 12 (base below 2^11, s up to 4)
+  int shift;                            // the bits of a key below its prefix
+  const uint16_t* routes;               // of each prefix
+  size_t operator()(U k) const {
+    const uint32_t route = routes[k >> shift];
+    const int sub = static_cast<int>(route >> kSubShift);
+    return (route & ((1u << kSubShift) - 1)) +
+           static_cast<size_t>((k >> (shift - sub)) & ((U{1} << sub) - 1));
+  }
 };
 
-// The first read counts the prefixes of the keys, in the scratch, which is free until the split
-// writes to it; the split maps the elements to keys on its way there. Short arrays go to the
-// scratch as keys and are split in the caches.
+// The first read counts the prefixes of the keys and the bits below them, in the scratch, which is
+// free until the split writes to it; the split maps the elements to keys on its way there. Short
+// arrays go to the scratch as keys and are split in the caches.
 template <class U>
 void SortBuckets(U* data, U* scratch, size_t n, KeyMap<U> map) {
   constexpr int kKeyBits = sizeof(U) * 8;
   constexpr int kBuckets = PrefixBuckets<U>::kBuckets;
-  static_assert(kMaxPrefixBits <= kInsertSplit, "the buckets of the prefixes share the counters");
+  static_assert(kMaxPrefixBits <= kInsertSplit, "the routes of the prefixes share the counters");
   Buckets<U> state;  // left uninitialised: every bucket writes its part before it reads it
   state.map = map;
   if (n <= kCachedKeys) {
@@ -432,28 +439,46 @@ void SortBuckets(U* data, U* scratch, size_t n, KeyMap<U> map) {
     SortRange(scratch, data, data, n, kKeyBits, state);
     return;
   }
-  // At least 16 keys per prefix: the histogram costs little beside the keys and fits the scratch.
-  const int bits = std::clamp(static_cast<int>(std::bit_width(n)) - 4, kWideSplit, kMaxPrefixBits);
-  const uint32_t prefixes = uint32_t{1} << bits;
+  // At most n / 2 counters with the bits below (and at least 64 keys per prefix): the histogram
+  // costs little beside the keys and fits the scratch.
+  const int width = static_cast<int>(std::bit_width(n)) - 2;
+  const int bits = std::clamp(width - kMaxSubBits, kWideSplit, kMaxPrefixBits);
+  const int sub_bits = std::clamp(width - bits, 0, kMaxSubBits);
+  const uint32_t prefixes = uint32_t{1} << bits, fine = uint32_t{1} << sub_bits;
   auto* counts = reinterpret_cast<uint32_t*>(scratch);
-  std::fill_n(counts, prefixes, 0);
-  CountPrefixes(data, n, map, bits, counts);
-  // The bucket of a prefix is floor(before * B / n), `before` counting the keys of lower prefixes,
-  // with the division as a product by a 32-bit fraction (monotone, and below B as before < n).
-  const uint64_t scale = (uint64_t{kBuckets} << 32) / n;
-  uint16_t* bucket_of = state.last;
+  std::fill_n(counts, prefixes << sub_bits, 0);
+  CountPrefixes(data, n, map, bits + sub_bits, counts);
+  // Each bucket closed by a light prefix holds with it more than the target, each heavy prefix of
+  // c keys takes fewer than 2c / target buckets and closes at most one: 3n / target + 1 buckets,
+  // at most B for this target.
+  const uint64_t target = 4 * n / kBuckets + 1;
+  uint16_t* routes = state.last;
   uint32_t next[kBuckets] = {};
-  uint32_t low[kBuckets], high[kBuckets];  // the first and last prefix of each non-empty bucket
-  uint32_t before = 0, open = kBuckets;
+  uint8_t tops[kBuckets];
+  uint32_t bucket = 0, fill = 0, low = 0;
   for (uint32_t p = 0; p < prefixes; ++p) {
-    const uint32_t count = counts[p];
-    const auto b = static_cast<uint32_t>((before * scale) >> 32);
-    bucket_of[p] = static_cast<uint16_t>(b);
-    if (count == 0) continue;
-    if (b != open) low[b] = p, open = b;
-    high[b] = p;
-    next[b] += count;
-    before += count;
+    const uint32_t* sub = counts + (p << sub_bits);
+    uint32_t count = 0;
+    for (uint32_t j = 0; j < fine; ++j) count += sub[j];
+    if (count > target) {
+      bucket += fill != 0;
+      fill = 0;
+      const int s = std::min(sub_bits, static_cast<int>(std::bit_width(count / target)));
+      const uint32_t group = fine >> s;
+      routes[p] = static_cast<uint16_t>(bucket | s << PrefixBuckets<U>::kSubShift);
+      for (uint32_t j = 0; j < fine; ++j) next[bucket + j / group] += sub[j];
+      for (uint32_t b = bucket; b < bucket + (1u << s); ++b) tops[b] = kKeyBits - bits - s;
+      bucket += 1u << s;
+      continue;
+    }
+    if (count != 0) {
+      if (fill != 0 && fill + count > target) ++bucket, fill = 0;
+      if (fill == 0) low = p;
+      fill += count;
+      next[bucket] += count;
+      tops[bucket] = static_cast<uint8_t>(kKeyBits - bits + std::bit_width(low ^ p));
+    }
+    routes[p] = static_cast<uint16_t>(bucket);
   }
   uint32_t sum = ~uint32_t{0};
   for (int b = 0; b < kBuckets; ++b) {
@@ -461,7 +486,7 @@ void SortBuckets(U* data, U* scratch, size_t n, KeyMap<U> map) {
     next[b] = sum;
     sum += count;
   }
-  ScatterDigit<U, Mapping::kToKeys>(data, scratch, n, PrefixBuckets<U>{kKeyBits - bits, bucket_of},
+  ScatterDigit<U, Mapping::kToKeys>(data, scratch, n, PrefixBuckets<U>{kKeyBits - bits, routes},
                                     kBuckets, n < kLinesFrom ? Scatter::kDirect : Scatter::kLines,
                                     map, next, state.buffers);
   // Each counter now holds the last position of its bucket.
@@ -469,8 +494,7 @@ void SortBuckets(U* data, U* scratch, size_t n, KeyMap<U> map) {
   for (int b = 0; b < kBuckets; ++b) {
     const size_t end = static_cast<uint32_t>(next[b] + 1);
     if (end == start) continue;
-    const int top = kKeyBits - bits + static_cast<int>(std::bit_width(low[b] ^ high[b]));
-    SortRange(scratch + start, data + start, data + start, end - start, top, state);
+    SortRange(scratch + start, data + start, data + start, end - start, tops[b], state);
     start = end;
   }
 }
