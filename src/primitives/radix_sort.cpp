@@ -147,33 +147,49 @@ struct Placed {
 // first split of a 64-bit sort), or keys back to elements as it stores them (the last pass).
 enum class Mapping { kKeys, kToKeys, kFromKeys };
 
+// The key of src[i] as a scatter reads it, and the word it stores for that key.
+template <class U, Mapping kMapping>
+U ReadKey(const U* src, size_t i, KeyMap<U> map) {
+  return kMapping == Mapping::kToKeys ? ToKey(src[i], map) : src[i];
+}
+template <class U, Mapping kMapping>
+U StoredWord(U k, KeyMap<U> map) {
+  return kMapping == Mapping::kFromKeys ? FromKey(k, map) : k;
+}
+
 // One scatter by a digit of the keys (or any monotone map of keys to buckets) to the running sums
-// of its histogram. Not inlined: its positions would stay on the stack through the recursion of the
+// of its histogram, storing straight to the destination: positions first, stores after, a chunk at
+// a time. In one loop, where keys of one bucket come close together, each counter load waits for
+// the scattered stores before it (whose addresses come late) and the pass runs at one element per
+// store latency. Not inlined: its positions would stay on the stack through the recursion of the
 // 64-bit sort.
 template <class U, Mapping kMapping, class C, class D>
-[[gnu::noinline]] void ScatterDigit(const U* __restrict src, U* __restrict dst, size_t n, D digit,
-                                    int buckets, Scatter how, KeyMap<U> map,
-                                    C* __restrict histogram, KeyLineBuffers<U>& buffers) {
-  const auto key = [&](size_t i) {
-    return kMapping == Mapping::kToKeys ? ToKey(src[i], map) : src[i];
-  };
-  const auto at = [&](size_t i) {
-    const U k = key(i);
-    return Placed<U>{digit(k), kMapping == Mapping::kFromKeys ? FromKey(k, map) : k};
-  };
-  if (how == Scatter::kLines && reinterpret_cast<uintptr_t>(dst) % sizeof(U) == 0) {
-    ScatterLines(dst, n, buckets, histogram, buffers, at);
-  } else {
-    // Positions first, stores after, a chunk at a time. In one loop, where keys of one bucket come
-    // close together, each counter load waits for the scattered stores before it (whose addresses
-    // come late) and the pass runs at one element per store latency.
-    constexpr size_t kChunk = 256;
-    uint32_t pos[kChunk];
-    for (size_t i = 0; i < n; i += kChunk) {
-      const size_t m = std::min(kChunk, n - i);
-      for (size_t j = 0; j < m; ++j) pos[j] = ++histogram[digit(key(i + j))];
-      for (size_t j = 0; j < m; ++j) dst[pos[j]] = at(i + j).value;
+[[gnu::noinline]] void ScatterDirect(const U* __restrict src, U* __restrict dst, size_t n, D digit,
+                                     KeyMap<U> map, C* __restrict histogram) {
+  constexpr size_t kChunk = 256;
+  uint32_t pos[kChunk];
+  for (size_t i = 0; i < n; i += kChunk) {
+    const size_t m = std::min(kChunk, n - i);
+    for (size_t j = 0; j < m; ++j)
+      pos[j] = ++histogram[digit(ReadKey<U, kMapping>(src, i + j, map))];
+    for (size_t j = 0; j < m; ++j) {
+      dst[pos[j]] = StoredWord<U, kMapping>(ReadKey<U, kMapping>(src, i + j, map), map);
     }
+  }
+}
+
+// One pass of the least-significant-digit sorts, through the line buffers if `how` says so.
+template <class U, Mapping kMapping>
+void ScatterDigit(const U* __restrict src, U* __restrict dst, size_t n, Digit<U> digit, int buckets,
+                  Scatter how, KeyMap<U> map, uint32_t* __restrict histogram,
+                  KeyLineBuffers<U>& buffers) {
+  if (how == Scatter::kLines && reinterpret_cast<uintptr_t>(dst) % sizeof(U) == 0) {
+    ScatterLines(dst, n, buckets, histogram, buffers, [&](size_t i) {
+      const U k = ReadKey<U, kMapping>(src, i, map);
+      return Placed<U>{digit(k), StoredWord<U, kMapping>(k, map)};
+    });
+  } else {
+    ScatterDirect<U, kMapping>(src, dst, n, digit, map, histogram);
   }
 }
 
@@ -237,11 +253,8 @@ static_assert(kCachedKeys <= 0xFFFF, "the counters of a cached split are 16 bits
 // 7, so that the recursion takes less than 20 KiB of stack on any data.
 constexpr int kCachedSplit = 10, kNarrowSplit = 6, kMinSplit = 4, kMaxSplit = 8;
 
-// The widest split, as many buckets as the line buffers serve.
+// The widest split: 2048 buckets, whose scattered stores still find their lines in the caches.
 constexpr int kWideSplit = 11;
-
-// Ranges this long are beyond L2, where the line buffers pay.
-constexpr size_t kLinesFrom = size_t{1} << 16;
 
 // Ranges of fewer than 2^16 keys are sorted by one split into buckets of about one key each (16-bit
 // counters), unless the split leaves a bucket of more than kSmallRange keys.
@@ -251,7 +264,6 @@ constexpr size_t kInsertKeys = (size_t{1} << kInsertSplit) - 1;
 template <class U>
 struct Buckets {
   KeyMap<U> map;
-  KeyLineBuffers<U> buffers;
   // The counters of one split of up to 11 bits below the top one, for a range so long that 8 bits
   // would leave buckets to split again beyond L2; one at a time, so that the stack holds them once.
   uint32_t wide[1 << kWideSplit];
@@ -305,9 +317,7 @@ void Split(U* keys, U* other, U* out, size_t n, int shift, int width, C* counts,
     counts[b] = sum;
     sum = static_cast<C>(sum + count);
   }
-  const Scatter how = most > n / 16 || n < kLinesFrom ? Scatter::kDirect : Scatter::kLines;
-  ScatterDigit<U, kMapping>(keys, other, n, Digit<U>(shift, width), buckets, how, state.map, counts,
-                            state.buffers);
+  ScatterDirect<U, kMapping>(keys, other, n, Digit<U>(shift, width), state.map, counts);
   // Each counter now holds the last position of its bucket. Runs of small buckets wait for one
   // insertion sort.
   size_t start = 0, run = 0;
@@ -486,9 +496,8 @@ void SortBuckets(U* data, U* scratch, size_t n, KeyMap<U> map) {
     next[b] = sum;
     sum += count;
   }
-  ScatterDigit<U, Mapping::kToKeys>(data, scratch, n, PrefixBuckets<U>{kKeyBits - bits, routes},
-                                    kBuckets, n < kLinesFrom ? Scatter::kDirect : Scatter::kLines,
-                                    map, next, state.buffers);
+  ScatterDirect<U, Mapping::kToKeys>(data, scratch, n, PrefixBuckets<U>{kKeyBits - bits, routes},
+                                     map, next);
   // Each counter now holds the last position of its bucket.
   size_t start = 0;
   for (int b = 0; b < kBuckets; ++b) {
