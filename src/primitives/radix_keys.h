@@ -88,11 +88,11 @@ void KeyAndCount(const uint16_t* src, uint16_t* dst, size_t n, KeyMap<uint16_t> 
 void KeyAndCount(const uint32_t* src, uint32_t* dst, size_t n, KeyMap<uint32_t> map,
                  uint32_t* counts);
 
-// The first split of the sort of 64-bit words goes by a histogram of the keys' top bits (their
-// prefixes): at most 2^16 counters, 256 KiB, which the counting pass fills in L2.
+// The first split of the sort of 64-bit words goes by a histogram of the keys' top bits: up to 16
+// bits of prefix, whose buckets the split looks up in a table of 2^16 entries (128 KiB).
 constexpr int kMaxPrefixBits = 16;
 
-// Counts the prefixes of `bits` bits of the keys of src (2^bits counters). Per target.
+// Counts the top `bits` bits of the keys of src (2^bits counters). Per target.
 void CountPrefixes(const uint64_t* src, size_t n, KeyMap<uint64_t> map, int bits, uint32_t* counts);
 
 }  // namespace oxl::primitives

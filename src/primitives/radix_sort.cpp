@@ -388,8 +388,10 @@ template <class U>
 void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) {
   if (n <= kSmallRange || top == 0) {
     InsertionSort(keys, out, 0, n, state.map);  // equal keys (top 0) take one comparison each
-  } else if (n <= kInsertKeys && InsertIntoBuckets(keys, other, out, n, top, state)) {
-  } else if (n <= kCachedKeys) {
+    return;
+  }
+  if (n <= kInsertKeys && InsertIntoBuckets(keys, other, out, n, top, state)) return;
+  if (n <= kCachedKeys) {
     const int width = std::min({top, kCachedSplit, static_cast<int>(std::bit_width(n)) - 1});
     if (width > kNarrowSplit) {
       CountAndSplit<U, uint16_t, kCachedSplit>(keys, other, out, n, top, width, state);
