@@ -50,7 +50,7 @@ OXL_KEY_AND_COUNT(32)
 // counters fed straight from vector lanes run several times slower.
 template <class U>
 void CountPrefixesT(const U* src, size_t n, KeyMap<U> map, int bits,
-                    uint32_t* HWY_RESTRICT counts) {
+                    ScratchCount* HWY_RESTRICT counts) {
   const hn::ScalableTag<U> d;
   const hn::RebindToSigned<decltype(d)> di;
   const size_t lanes = hn::Lanes(d);
@@ -73,7 +73,7 @@ void CountPrefixesT(const U* src, size_t n, KeyMap<U> map, int bits,
 }
 
 void CountPrefixes64(const uint64_t* src, size_t n, KeyMap<uint64_t> map, int bits,
-                     uint32_t* counts) {
+                     ScratchCount* counts) {
   CountPrefixesT(src, n, map, bits, counts);
 }
 
@@ -99,7 +99,7 @@ OXL_KEY_AND_COUNT(32)
 #undef OXL_KEY_AND_COUNT
 
 void CountPrefixes(const uint64_t* src, size_t n, KeyMap<uint64_t> map, int bits,
-                   uint32_t* counts) {
+                   ScratchCount* counts) {
   OXL_DISPATCH(CountPrefixes64)(src, n, map, bits, counts);
 }
 

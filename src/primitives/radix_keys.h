@@ -92,7 +92,12 @@ void KeyAndCount(const uint32_t* src, uint32_t* dst, size_t n, KeyMap<uint32_t> 
 // bits of prefix, whose buckets the split looks up in a table of 2^16 entries (128 KiB).
 constexpr int kMaxPrefixBits = 16;
 
+// A counter kept in the caller's scratch, whose words are otherwise the sort's keys: the type may
+// alias them, so that the compiler orders its stores and loads with the keys' own.
+typedef uint32_t __attribute__((__may_alias__)) ScratchCount;
+
 // Counts the top `bits` bits of the keys of src (2^bits counters). Per target.
-void CountPrefixes(const uint64_t* src, size_t n, KeyMap<uint64_t> map, int bits, uint32_t* counts);
+void CountPrefixes(const uint64_t* src, size_t n, KeyMap<uint64_t> map, int bits,
+                   ScratchCount* counts);
 
 }  // namespace oxl::primitives

@@ -457,7 +457,7 @@ void SortBuckets(U* data, U* scratch, size_t n, KeyMap<U> map) {
   const int bits = std::clamp(width - kMaxSubBits, kWideSplit, kMaxPrefixBits);
   const int sub_bits = std::clamp(width - bits, 0, kMaxSubBits);
   const uint32_t prefixes = uint32_t{1} << bits, fine = uint32_t{1} << sub_bits;
-  auto* counts = reinterpret_cast<uint32_t*>(scratch);
+  auto* counts = reinterpret_cast<ScratchCount*>(scratch);
   std::fill_n(counts, prefixes << sub_bits, 0);
   CountPrefixes(data, n, map, bits + sub_bits, counts);
   // Each bucket closed by a light prefix holds with it more than the target, each heavy prefix of
@@ -469,7 +469,7 @@ void SortBuckets(U* data, U* scratch, size_t n, KeyMap<U> map) {
   uint8_t tops[kBuckets];
   uint32_t bucket = 0, fill = 0, low = 0;
   for (uint32_t p = 0; p < prefixes; ++p) {
-    const uint32_t* sub = counts + (p << sub_bits);
+    const ScratchCount* sub = counts + (p << sub_bits);
     uint32_t count = 0;
     for (uint32_t j = 0; j < fine; ++j) count += sub[j];
     if (count > target) {
