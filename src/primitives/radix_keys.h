@@ -88,16 +88,16 @@ void KeyAndCount(const uint16_t* src, uint16_t* dst, size_t n, KeyMap<uint16_t> 
 void KeyAndCount(const uint32_t* src, uint32_t* dst, size_t n, KeyMap<uint32_t> map,
                  uint32_t* counts);
 
-// The first digit of the sort of 64-bit words, which splits the keys by their top bits first: 2048
-// buckets, as many as the line buffers of a scatter serve.
-constexpr int kTopWidth = 11;
+// The first split of the sort of 64-bit words goes by a histogram of the keys' top bits: up to 16
+// bits of prefix, whose buckets the split looks up in a table of 2^16 entries (128 KiB).
+constexpr int kMaxPrefixBits = 16;
 
-template <class U>
-constexpr size_t TopDigit(U k) {
-  return static_cast<size_t>(k >> (sizeof(U) * 8 - kTopWidth));
-}
+// A counter kept in the caller's scratch, whose words are otherwise the sort's keys: the type may
+// alias them, so that the compiler orders its stores and loads with the keys' own.
+typedef uint32_t __attribute__((__may_alias__)) ScratchCount;
 
-// Counts the top digits of the keys of src (2048 counters). Per target.
-void CountTop(const uint64_t* src, size_t n, KeyMap<uint64_t> map, uint32_t* counts);
+// Counts the top `bits` bits of the keys of src (2^bits counters). Per target.
+void CountPrefixes(const uint64_t* src, size_t n, KeyMap<uint64_t> map, int bits,
+                   ScratchCount* counts);
 
 }  // namespace oxl::primitives

@@ -5,8 +5,8 @@
 // one scattered write, stable, so that after the last pass the keys are in order and equal keys in
 // input order. The in-place sorts skip the passes whose digit is the same in every key and send
 // spread digits through cache-line buffers. 64-bit words, whose six passes would each cross memory,
-// are split by their top digits instead (SortBuckets below). The counters and the line buffers live
-// on the stack: a sort allocates nothing.
+// are split by their top bits instead (SortBuckets below). The counters and the line buffers live
+// on the stack or, while it is free, in the scratch: a sort allocates nothing.
 //
 // Elements are handled as unsigned words of their width; the words of a float array are read as
 // integers only between the entry and its return, where the caller's code cannot look.
@@ -147,32 +147,49 @@ struct Placed {
 // first split of a 64-bit sort), or keys back to elements as it stores them (the last pass).
 enum class Mapping { kKeys, kToKeys, kFromKeys };
 
-// One scatter by a digit of the keys to the running sums of its histogram.
-// Not inlined: its positions would stay on the stack through the recursion of the 64-bit sort.
-template <class U, Mapping kMapping, class C>
-[[gnu::noinline]] void ScatterDigit(const U* __restrict src, U* __restrict dst, size_t n,
-                                    Digit<U> digit, int buckets, Scatter how, KeyMap<U> map,
-                                    C* __restrict histogram, KeyLineBuffers<U>& buffers) {
-  const auto key = [&](size_t i) {
-    return kMapping == Mapping::kToKeys ? ToKey(src[i], map) : src[i];
-  };
-  const auto at = [&](size_t i) {
-    const U k = key(i);
-    return Placed<U>{digit(k), kMapping == Mapping::kFromKeys ? FromKey(k, map) : k};
-  };
-  if (how == Scatter::kLines && reinterpret_cast<uintptr_t>(dst) % sizeof(U) == 0) {
-    ScatterLines(dst, n, buckets, histogram, buffers, at);
-  } else {
-    // Positions first, stores after, a chunk at a time. In one loop, where keys of one bucket come
-    // close together, each counter load waits for the scattered stores before it (whose addresses
-    // come late) and the pass runs at one element per store latency.
-    constexpr size_t kChunk = 256;
-    uint32_t pos[kChunk];
-    for (size_t i = 0; i < n; i += kChunk) {
-      const size_t m = std::min(kChunk, n - i);
-      for (size_t j = 0; j < m; ++j) pos[j] = ++histogram[digit(key(i + j))];
-      for (size_t j = 0; j < m; ++j) dst[pos[j]] = at(i + j).value;
+// The key of src[i] as a scatter reads it, and the word it stores for that key.
+template <class U, Mapping kMapping>
+U ReadKey(const U* src, size_t i, KeyMap<U> map) {
+  return kMapping == Mapping::kToKeys ? ToKey(src[i], map) : src[i];
+}
+template <class U, Mapping kMapping>
+U StoredWord(U k, KeyMap<U> map) {
+  return kMapping == Mapping::kFromKeys ? FromKey(k, map) : k;
+}
+
+// One scatter by a digit of the keys (or any monotone map of keys to buckets) to the running sums
+// of its histogram, storing straight to the destination: positions first, stores after, a chunk at
+// a time. In one loop, where keys of one bucket come close together, each counter load waits for
+// the scattered stores before it (whose addresses come late) and the pass runs at one element per
+// store latency. Not inlined: its positions would stay on the stack through the recursion of the
+// 64-bit sort.
+template <class U, Mapping kMapping, class C, class D>
+[[gnu::noinline]] void ScatterDirect(const U* __restrict src, U* __restrict dst, size_t n, D digit,
+                                     KeyMap<U> map, C* __restrict histogram) {
+  constexpr size_t kChunk = 256;
+  uint32_t pos[kChunk];
+  for (size_t i = 0; i < n; i += kChunk) {
+    const size_t m = std::min(kChunk, n - i);
+    for (size_t j = 0; j < m; ++j)
+      pos[j] = ++histogram[digit(ReadKey<U, kMapping>(src, i + j, map))];
+    for (size_t j = 0; j < m; ++j) {
+      dst[pos[j]] = StoredWord<U, kMapping>(ReadKey<U, kMapping>(src, i + j, map), map);
     }
+  }
+}
+
+// One pass of the least-significant-digit sorts, through the line buffers if `how` says so.
+template <class U, Mapping kMapping>
+void ScatterDigit(const U* __restrict src, U* __restrict dst, size_t n, Digit<U> digit, int buckets,
+                  Scatter how, KeyMap<U> map, uint32_t* __restrict histogram,
+                  KeyLineBuffers<U>& buffers) {
+  if (how == Scatter::kLines && reinterpret_cast<uintptr_t>(dst) % sizeof(U) == 0) {
+    ScatterLines(dst, n, buckets, histogram, buffers, [&](size_t i) {
+      const U k = ReadKey<U, kMapping>(src, i, map);
+      return Placed<U>{digit(k), StoredWord<U, kMapping>(k, map)};
+    });
+  } else {
+    ScatterDirect<U, kMapping>(src, dst, n, digit, map, histogram);
   }
 }
 
@@ -215,18 +232,18 @@ void SortInPlace(U* data, U* scratch, size_t n, KeyMap<U> map) {
 }
 
 // The sort of 64-bit words need not be stable (equal keys are equal words), so it splits the keys
-// by their top digit first and then each bucket by its next digits while it sits in the caches,
-// until the buckets hold a few keys each, which one insertion sort over a run of such buckets puts
-// in order (no key crosses into another bucket). Ranges beyond L2 are split into buckets of about a
-// thousand keys first. Large arrays then cross memory two or three times instead of six. A digit
-// shared by every key of a range costs a count and no scatter, so that skewed data (one exponent)
-// loses no pass.
+// by their top bits first (into buckets of about equal counts, SortBuckets) and then each bucket by
+// its next digits while it sits in the caches, until the buckets hold about one key each, which an
+// insertion into the bucket puts in order (no key crosses into another bucket). Large arrays then
+// cross memory twice instead of six times. A digit shared by every key of a range costs a count and
+// no scatter, so that skewed data (one exponent) loses no pass; a split that leaves long buckets
+// (many equal keys) splits them again.
 
 // Buckets of up to this many keys are left to the insertion sort.
 constexpr size_t kSmallRange = 16;
 
-// Ranges of up to this many keys are split into buckets of about two keys at once; longer ones into
-// buckets of about half as many keys first.
+// Ranges of up to this many keys whose last split would leave long buckets are split into buckets
+// of about two keys at once; longer ones into buckets of about half as many keys first.
 constexpr size_t kCachedKeys = size_t{1} << 11;
 static_assert(kCachedKeys <= 0xFFFF, "the counters of a cached split are 16 bits wide");
 
@@ -236,17 +253,24 @@ static_assert(kCachedKeys <= 0xFFFF, "the counters of a cached split are 16 bits
 // 7, so that the recursion takes less than 20 KiB of stack on any data.
 constexpr int kCachedSplit = 10, kNarrowSplit = 6, kMinSplit = 4, kMaxSplit = 8;
 
-// Ranges this long are beyond L2, where the line buffers pay.
-constexpr size_t kLinesFrom = size_t{1} << 16;
+// The widest split: 2048 buckets, whose scattered stores still find their lines in the caches.
+constexpr int kWideSplit = 11;
+
+// Ranges of fewer than 2^16 keys are sorted by one split into buckets of about one key each (16-bit
+// counters), unless the split leaves a bucket of more than kSmallRange keys.
+constexpr int kInsertSplit = 16;
+constexpr size_t kInsertKeys = (size_t{1} << kInsertSplit) - 1;
 
 template <class U>
 struct Buckets {
   KeyMap<U> map;
-  KeyLineBuffers<U> buffers;
   // The counters of one split of up to 11 bits below the top one, for a range so long that 8 bits
   // would leave buckets to split again beyond L2; one at a time, so that the stack holds them once.
-  uint32_t wide[1 << kTopWidth];
+  uint32_t wide[1 << kWideSplit];
   bool wide_free = true;
+  // The counters of the last split of a range, which leaves no bucket to split again; before them,
+  // the bucket of each prefix in the first split.
+  uint16_t last[1 << kInsertSplit];
 };
 
 // Sorts keys[from, to), whose buckets are in order and small, and stores the elements to out.
@@ -293,9 +317,7 @@ void Split(U* keys, U* other, U* out, size_t n, int shift, int width, C* counts,
     counts[b] = sum;
     sum = static_cast<C>(sum + count);
   }
-  const Scatter how = most > n / 16 || n < kLinesFrom ? Scatter::kDirect : Scatter::kLines;
-  ScatterDigit<U, kMapping>(keys, other, n, Digit<U>(shift, width), buckets, how, state.map, counts,
-                            state.buffers);
+  ScatterDirect<U, kMapping>(keys, other, n, Digit<U>(shift, width), state.map, counts);
   // Each counter now holds the last position of its bucket. Runs of small buckets wait for one
   // insertion sort.
   size_t start = 0, run = 0;
@@ -309,6 +331,42 @@ void Split(U* keys, U* other, U* out, size_t n, int shift, int width, C* counts,
     start = end;
   }
   InsertionSort(other, out, run, n, state.map);
+}
+
+// The last split of a range: each key goes into its bucket of the scratch as an insertion sort
+// would put it there, behind the keys of the bucket that are not above it. The scratch starts out
+// zero, so that below the keys already placed in a bucket there is always a key not above the one
+// coming in: a key of a lower bucket, or a zero. Returns false, having moved nothing, when a bucket
+// would take more than kSmallRange keys (skewed keys, which split again instead).
+template <class U>
+bool InsertIntoBuckets(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) {
+  const int width = std::min({top, kInsertSplit, static_cast<int>(std::bit_width(n))});
+  const Digit<U> digit(top - width, width);
+  uint16_t* next = state.last;
+  const int buckets = 1 << width;
+  std::fill_n(next, buckets, 0);
+  for (size_t i = 0; i < n; ++i) ++next[digit(keys[i])];
+  uint16_t most = 0, sum = 0;
+  for (int b = 0; b < buckets; ++b) {
+    const uint16_t count = next[b];
+    most = std::max(most, count);
+    next[b] = sum;
+    sum = static_cast<uint16_t>(sum + count);
+  }
+  if (most == n) {
+    SortRange(keys, other, out, n, top - width, state);
+    return true;
+  }
+  if (most > kSmallRange) return false;
+  std::fill_n(other, n, U{0});
+  for (size_t i = 0; i < n; ++i) {
+    const U k = keys[i];
+    size_t j = next[digit(k)]++;
+    for (; j > 0 && other[j - 1] > k; --j) other[j] = other[j - 1];
+    other[j] = k;
+  }
+  for (size_t i = 0; i < n; ++i) out[i] = FromKey(other[i], state.map);
+  return true;
 }
 
 template <class U, class C>
@@ -330,7 +388,10 @@ template <class U>
 void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) {
   if (n <= kSmallRange || top == 0) {
     InsertionSort(keys, out, 0, n, state.map);  // equal keys (top 0) take one comparison each
-  } else if (n <= kCachedKeys) {
+    return;
+  }
+  if (n <= kInsertKeys && InsertIntoBuckets(keys, other, out, n, top, state)) return;
+  if (n <= kCachedKeys) {
     const int width = std::min({top, kCachedSplit, static_cast<int>(std::bit_width(n)) - 1});
     if (width > kNarrowSplit) {
       CountAndSplit<U, uint16_t, kCachedSplit>(keys, other, out, n, top, width, state);
@@ -340,7 +401,7 @@ void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) 
   } else {
     const int ranges = static_cast<int>(std::bit_width(n / (kCachedKeys / 2)));
     if (ranges > kMaxSplit && top > kMaxSplit && state.wide_free) {
-      const int width = std::min({top, ranges, kTopWidth});
+      const int width = std::min({top, ranges, kWideSplit});
       state.wide_free = false;
       std::fill_n(state.wide, 1 << width, 0);
       Count(keys, n, top, width, state.wide);
@@ -353,22 +414,100 @@ void SortRange(U* keys, U* other, U* out, size_t n, int top, Buckets<U>& state) 
   }
 }
 
-// The first read counts the top digits of the keys; the split by the top digit maps the elements to
-// keys on its way to the scratch. Short arrays go to the scratch as keys and are split in the
-// caches.
+// The first split of a long array. Keys of real data crowd into a few values of any fixed digit
+// (the sign and exponent bits of normal data put half of them in two buckets of the top 11 bits),
+// so the first split goes instead by a monotone map of the keys' prefixes to buckets of about equal
+// counts, read from a histogram of the prefixes and of up to 4 bits below them. Runs of light
+// prefixes share a bucket; a heavy prefix gets 2^s buckets of its own, by the s bits below it, so
+// that no bucket holds many more than the target count unless one value of those bits does.
+constexpr int kMaxSubBits = 4;
+
+template <class U>
+struct PrefixBuckets {
+  static constexpr int kBuckets = 1 << kWideSplit;
+  static constexpr int kSubShift = 12;  // a route is base | s << 12 (base below 2^11, s up to 4)
+  int shift;                            // the bits of a key below its prefix
+  const uint16_t* routes;               // of each prefix
+  size_t operator()(U k) const {
+    const uint32_t route = routes[k >> shift];
+    const int sub = static_cast<int>(route >> kSubShift);
+    return (route & ((1u << kSubShift) - 1)) +
+           static_cast<size_t>((k >> (shift - sub)) & ((U{1} << sub) - 1));
+  }
+};
+
+// The first read counts the prefixes of the keys and the bits below them, in the scratch, which is
+// free until the split writes to it; the split maps the elements to keys on its way there. Short
+// arrays go to the scratch as keys and are split in the caches.
 template <class U>
 void SortBuckets(U* data, U* scratch, size_t n, KeyMap<U> map) {
-  Buckets<U> state;  // left uninitialised: 144 KiB that every bucket writes before it reads
+  constexpr int kKeyBits = sizeof(U) * 8;
+  constexpr int kBuckets = PrefixBuckets<U>::kBuckets;
+  static_assert(kMaxPrefixBits <= kInsertSplit, "the routes of the prefixes share the counters");
+  Buckets<U> state;  // left uninitialised: every bucket writes its part before it reads it
   state.map = map;
   if (n <= kCachedKeys) {
     MapKeys(data, scratch, n, map);
-    SortRange(scratch, data, data, n, sizeof(U) * 8, state);
+    SortRange(scratch, data, data, n, kKeyBits, state);
     return;
   }
-  uint32_t counts[1 << kTopWidth] = {};
-  CountTop(data, n, map, counts);
-  Split<U, Mapping::kToKeys>(data, scratch, data, n, sizeof(U) * 8 - kTopWidth, kTopWidth, counts,
-                             state);
+  // At most n / 2 counters with the bits below (and at least 64 keys per prefix): the histogram
+  // costs little beside the keys and fits the scratch.
+  const int width = static_cast<int>(std::bit_width(n)) - 2;
+  const int bits = std::clamp(width - kMaxSubBits, kWideSplit, kMaxPrefixBits);
+  const int sub_bits = std::clamp(width - bits, 0, kMaxSubBits);
+  const uint32_t prefixes = uint32_t{1} << bits, fine = uint32_t{1} << sub_bits;
+  auto* counts = reinterpret_cast<ScratchCount*>(scratch);
+  std::fill_n(counts, prefixes << sub_bits, 0);
+  CountPrefixes(data, n, map, bits + sub_bits, counts);
+  // Each bucket closed by a light prefix holds with it more than the target, each heavy prefix of
+  // c keys takes fewer than 2c / target buckets and closes at most one: 3n / target + 1 buckets,
+  // at most B for this target.
+  const uint64_t target = 4 * n / kBuckets + 1;
+  uint16_t* routes = state.last;
+  uint32_t next[kBuckets] = {};
+  uint8_t tops[kBuckets];
+  uint32_t bucket = 0, fill = 0, low = 0;
+  for (uint32_t p = 0; p < prefixes; ++p) {
+    const ScratchCount* sub = counts + (p << sub_bits);
+    uint32_t count = 0;
+    for (uint32_t j = 0; j < fine; ++j) count += sub[j];
+    if (count > target) {
+      bucket += fill != 0;
+      fill = 0;
+      const int s = std::min(sub_bits, static_cast<int>(std::bit_width(count / target)));
+      const uint32_t group = fine >> s;
+      routes[p] = static_cast<uint16_t>(bucket | s << PrefixBuckets<U>::kSubShift);
+      for (uint32_t j = 0; j < fine; ++j) next[bucket + j / group] += sub[j];
+      for (uint32_t b = bucket; b < bucket + (1u << s); ++b) tops[b] = kKeyBits - bits - s;
+      bucket += 1u << s;
+      continue;
+    }
+    if (count != 0) {
+      if (fill != 0 && fill + count > target) ++bucket, fill = 0;
+      if (fill == 0) low = p;
+      fill += count;
+      next[bucket] += count;
+      tops[bucket] = static_cast<uint8_t>(kKeyBits - bits + std::bit_width(low ^ p));
+    }
+    routes[p] = static_cast<uint16_t>(bucket);
+  }
+  uint32_t sum = ~uint32_t{0};
+  for (int b = 0; b < kBuckets; ++b) {
+    const uint32_t count = next[b];
+    next[b] = sum;
+    sum += count;
+  }
+  ScatterDirect<U, Mapping::kToKeys>(data, scratch, n, PrefixBuckets<U>{kKeyBits - bits, routes},
+                                     map, next);
+  // Each counter now holds the last position of its bucket.
+  size_t start = 0;
+  for (int b = 0; b < kBuckets; ++b) {
+    const size_t end = static_cast<uint32_t>(next[b] + 1);
+    if (end == start) continue;
+    SortRange(scratch + start, data + start, data + start, end - start, tops[b], state);
+    start = end;
+  }
 }
 
 // The key of element i of a strided key array.

@@ -54,18 +54,24 @@ enum class Pattern {
   kConstant,
   kSignedZeros,
   kNarrow,
-  kTwoExponents
+  kTwoExponents,
+  kLowBits,
+  kNormal
 };
 
 // Random bits hold NaNs, infinities and subnormals; values are NaN-free, with many repeats so that
 // stability shows; signed zeros mix -0, +0 and a few units. Narrow values share their top and
 // bottom bits and differ in the middle, so that the sorts skip the first and the last digits. Two
 // exponents that differ in the lowest bit put every key in one top bucket, which splits again by
-// that bit and the random bits below.
+// that bit and the random bits below. Low bits differ only in the last five bits, so that every
+// split but the last finds one bucket. Normal values put most keys in a few exponents of both
+// signs: the first split of a long array spreads them over buckets of many prefixes and of parts of
+// one.
 template <class T>
 std::vector<T> MakeData(Pattern pattern, size_t n, std::mt19937_64& rng) {
   std::vector<T> v(n);
   constexpr bool kFloat = std::is_floating_point_v<T>;
+  std::normal_distribution<double> normal;
   for (T& x : v) {
     const uint64_t bits = rng();
     if (pattern == Pattern::kRandomBits) {
@@ -75,6 +81,14 @@ std::vector<T> MakeData(Pattern pattern, size_t n, std::mt19937_64& rng) {
                  : T(bits % 8192 + 65536);
     } else if (pattern == Pattern::kNarrow) {
       x = kFloat ? T(1 + static_cast<double>(bits % 2048) / 4096) : T(bits % 4096 * 16 + 64);
+    } else if (pattern == Pattern::kLowBits) {
+      if constexpr (kFloat) {
+        x = oxl::test::FromBits<T>(oxl::test::ToBits(T(1.75)) ^ (bits % 32));
+      } else {
+        x = T(0x55 ^ bits % 32);
+      }
+    } else if (pattern == Pattern::kNormal) {
+      x = kFloat ? T(normal(rng)) : T(std::llround(normal(rng) * 1000));
     } else if (pattern == Pattern::kSignedZeros) {
       x = bits % 4 == 0 ? T(bits % 8 ? 1 : -1) : kFloat && bits % 8 > 4 ? T(-0.0) : T(0);
     } else {
@@ -150,7 +164,8 @@ TEST(RadixSort, AgainstStableSort) {
                                        255, 1000, 2047, 2048, 2049, 4099, 100003};
   const std::vector<Pattern> all = {
       Pattern::kRandomBits, Pattern::kValues,      Pattern::kSorted, Pattern::kReversed,
-      Pattern::kConstant,   Pattern::kSignedZeros, Pattern::kNarrow, Pattern::kTwoExponents};
+      Pattern::kConstant,   Pattern::kSignedZeros, Pattern::kNarrow, Pattern::kTwoExponents,
+      Pattern::kLowBits,    Pattern::kNormal};
   CheckSorts<uint8_t>({OXL_INDEX_SORTS(8u)}, lengths, all);
   CheckSorts<int16_t>({OXL_INDEX_SORTS(16s)}, lengths, all);
   CheckSorts<uint16_t>({OXL_INDEX_SORTS(16u)}, lengths, all);
@@ -160,11 +175,12 @@ TEST(RadixSort, AgainstStableSort) {
   CheckSorts<double>({OXL_SORTS(64f)}, lengths, all);
 }
 
-// The lengths the statistics sort, on the two types they sort (label long: 60 s). Two exponents
-// leave a bucket long enough for the widest second split of doubles.
+// The lengths the statistics sort, on the two types they sort (label long). Two exponents leave a
+// bucket long enough for the widest second split of doubles; normal values at 10^7 leave buckets of
+// one prefix too long for the last split.
 TEST(RadixSort, LongFloatArrays) {
   const std::vector<Pattern> patterns = {Pattern::kRandomBits, Pattern::kValues,
-                                         Pattern::kTwoExponents};
+                                         Pattern::kTwoExponents, Pattern::kNormal};
   CheckSorts<float>({OXL_SORTS(32f)}, {1000000, 10000000}, patterns);
   CheckSorts<double>({OXL_SORTS(64f)}, {1000000, 10000000}, patterns);
 }
