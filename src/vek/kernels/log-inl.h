@@ -312,17 +312,18 @@ HWY_INLINE hn::VFromD<D> EvaluateFloat(D d, const RcpTables<float, kLevel>& tabl
   const auto c = Lookup(d, tables.reciprocal, split.index);
   const auto t_hi = tables.High(d, split.index);
   const auto r = Fma(d, split.m, c, hn::Set(d, -1.0f));
+  // Log1p's lo / v enters with the slope 1 - r of ln(1 + r), and the polynomial sees r alone:
+  // r is 0 or at least 2^-29 (a multiple of it), so that its powers are never denormals, whose
+  // arithmetic is slow, as those of r + lo / v for a tiny x would be.
   auto extra = hn::Zero(d);
-  auto r_full = r;
   if constexpr (kFunc == LogFunction::kLog1p) {
-    extra = LowOverV(d, split, c, lo);
-    r_full = hn::Add(r, extra);
+    const auto lo_over_v = LowOverV(d, split, c, lo);
+    extra = Fma(d, hn::Neg(lo_over_v), r, lo_over_v);
   }
-  const auto r2 = hn::Mul(r_full, r_full);
-  const auto q =
-      kLevel == LogLevel::kEP
-          ? Fma(d, r_full, hn::Set(d, 0x1.5592b6p-2f), hn::Set(d, -0.5f))
-          : Estrin(d, r_full, r2, -0.5f, 0x1.55554ep-2f, -0x1.002426p-2f, 0x1.9a2880p-3f);
+  const auto r2 = hn::Mul(r, r);
+  const auto q = kLevel == LogLevel::kEP
+                     ? Fma(d, r, hn::Set(d, 0x1.5592b6p-2f), hn::Set(d, -0.5f))
+                     : Estrin(d, r, r2, -0.5f, 0x1.55554ep-2f, -0x1.002426p-2f, 0x1.9a2880p-3f);
   const auto lg = hn::Set(d, C::kLog10OfEHi);
   if constexpr (kLevel == LogLevel::kHA) {
     const auto big = Fma(d, split.e, hn::Set(d, C::kLn2Hi), t_hi);
