@@ -3,17 +3,22 @@
 // Interval tables. The kernels write v = 2^k m with m in [A, 2A), A = 1 - 2^-6, and cut that range
 // into 16 intervals by the four bits below the exponent of bits(m) - bits(A): interval 0 is
 // [A, 1 + 2^-5), around 1, and intervals 1 to 15 have width 1/16 above it. For each interval the
-// tables hold c, the reciprocal of its midpoint rounded to float (1 for interval 0, so that near 1
-// the result is r = m - 1 itself and nothing cancels), and -ln(c) (the exact logarithm of the
+// tables hold c (1 for interval 0, so that near 1 the result is r = m - 1 itself and nothing
+// cancels), and -ln(c) (the exact logarithm of the
 // float c; in the upper eight intervals -ln(2c), for which the kernels count one more power of
 // two, so that no entry comes near ln 2 and a v just below a power of two does not cancel an
 // entry against ln 2) in two parts: Hi rounded to a multiple of 2^-17 (float) or 2^-40 (double), so
 // that e ln2hi + Hi is exact for every power e of the type, and Lo the rest rounded to float, and
-// in one part rounded to float for the float EP kernels. For double a third part, LoLo,
+// in one part rounded to float for the float LA and EP kernels. For double a third part, LoLo,
 // the rest after Lo rounded to float, carries -ln(c) to about 2^-90 for Pow, whose result
 // multiplies the logarithm's error by up to 745. The double Hi has at most 40
 // significant bits, the sum of two floats, and every other entry is a float: AVX2 reads them with
 // float permutes.
+// For double, c is the reciprocal of the interval's midpoint rounded to float. For float, c is a
+// multiple of 2^-6 chosen so that r = m c - 1 is exact in a float for every m of the interval (the
+// product m c is a multiple of 2^-29, or of 2^-28 for even multiples of 2^-6), and among those
+// the one with the least |r| (at most 0.0342): the float kernels then get r from one fused
+// operation, with no rounding error to carry.
 // The polynomials of the quotient kernels (below) are fitted by Lawson's iteration.
 // Values come from MPFR at 256 bits, so the output depends on nothing but these rules.
 // Usage: log_tables <output file>.
@@ -22,6 +27,8 @@
 #include "lawson_fit.h"
 #include "table_output.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <string>
 #include <utility>
@@ -38,6 +45,24 @@ float Reciprocal(int i) {
   mpfr_add_d(mid.v, mid.v, 1 + 0x1p-5, MPFR_RNDN);
   mpfr_ui_div(mid.v, 1, mid.v, MPFR_RNDN);
   return mpfr_get_flt(mid.v, MPFR_RNDN);
+}
+
+// For float: the multiple n 2^-6 of least max |m c - 1| over interval i, among those for which
+// every m c - 1 (m a float of the interval) is a float. m is a multiple of 2^-23 in [1, 2), so m c
+// - 1 is a multiple of 2^-29 times the largest power of two dividing n.
+float ShortReciprocal(int i) {
+  if (i == 0) return 1.0f;
+  const double lo = 1 + (2 * i - 1) / 32.0, hi = 1 + (2 * i + 1) / 32.0;
+  int best = 0;
+  double best_r = 1;
+  for (int n = 32; n <= 64; ++n) {
+    const double c = n / 64.0;
+    const double r = std::max(std::abs(lo * c - 1), std::abs(hi * c - 1));
+    const int twos = __builtin_ctz(n);
+    if (std::ldexp(r, 29 - twos) >= 0x1p24) continue;
+    if (r < best_r) best = n, best_r = r;
+  }
+  return static_cast<float>(best / 64.0);
 }
 
 template <class T>
@@ -62,13 +87,14 @@ void Array(FILE* out, const char* type, const std::string& name, const std::vect
 
 // -ln(c) of the 16 intervals: Hi of type T on the grid 2^-grid, Lo as a float.
 template <class T>
-void LogTables(FILE* out, const char* type, const std::string& name, int grid) {
+void LogTables(FILE* out, const char* type, const std::string& name, int grid,
+               float (*reciprocal)(int)) {
   std::vector<T> hi;
   std::vector<float> lo, lolo, one;
   Mp exact, rest;
   for (int i = 0; i < 16; ++i) {
     // -ln(c), and -ln(2c) in the upper half (c < 2/3).
-    mpfr_set_flt(exact.v, Reciprocal(i), MPFR_RNDN);
+    mpfr_set_flt(exact.v, reciprocal(i), MPFR_RNDN);
     if (i >= 8) mpfr_mul_2si(exact.v, exact.v, 1, MPFR_RNDN);
     mpfr_log(exact.v, exact.v, MPFR_RNDN);
     mpfr_neg(exact.v, exact.v, MPFR_RNDN);
@@ -111,19 +137,21 @@ int main(int argc, char** argv) {
   std::fprintf(out,
                "// Reciprocals and their -ln (Hi, Lo and one-part) over the 16 intervals of the "
                "mantissa. Written\n// by tools/log_tables.cpp; do not edit.\n\n");
-  std::vector<float> reciprocals;
-  for (int i = 0; i < 16; ++i) reciprocals.push_back(Reciprocal(i));
+  std::vector<float> reciprocals, short_reciprocals;
+  for (int i = 0; i < 16; ++i) {
+    reciprocals.push_back(Reciprocal(i));
+    short_reciprocals.push_back(ShortReciprocal(i));
+  }
   Array(out, "float", "kLnRcp", reciprocals);
-  LogTables<float>(out, "float", "kLnF", 17);
-  LogTables<double>(out, "double", "kLnD", 40);
+  Array(out, "float", "kLnFRcp", short_reciprocals);
+  LogTables<float>(out, "float", "kLnF", 17, ShortReciprocal);
+  LogTables<double>(out, "double", "kLnD", 40, Reciprocal);
 
   // The quotient kernels: ln m = 2 atanh(s), atanh(s) = s + s z P(z) with z = s^2 up to 1/25
-  // (m in [3/4, 3/2)), near-minimax in the error relative to atanh(s): 8 terms 2^-61.1 (double HA),
-  // 7 terms 2^-55.9 (double LA), 4 terms 2^-35.4 (double EP), 3 terms 2^-28.4 (float HA and LA),
-  // 2 terms 2^-21.4 (float EP).
-  for (const auto& [name, terms] :
-       {std::pair{"kLnQuotientHA", 8}, std::pair{"kLnQuotientLA", 7}, std::pair{"kLnQuotientEP", 4},
-        std::pair{"kLnQuotientFloat", 3}, std::pair{"kLnQuotientFloatEP", 2}}) {
+  // (m in [3/4, 3/2)), near-minimax in the error relative to atanh(s): 8 terms 2^-61.1 (HA),
+  // 7 terms 2^-55.9 (LA), 4 terms 2^-35.4 (EP).
+  for (const auto& [name, terms] : {std::pair{"kLnQuotientHA", 8}, std::pair{"kLnQuotientLA", 7},
+                                    std::pair{"kLnQuotientEP", 4}}) {
     PrintDoubleArray(out, name, SeriesPolynomial(terms, 1.0 / 25, mpfr_atanh, true));
   }
   return std::fclose(out) == 0 ? 0 : 1;

@@ -152,17 +152,20 @@ struct HardCase {
 
 const std::map<std::string, HardCase>& HardCases() {
   static const std::map<std::string, HardCase> m = [] {
-    // The logarithms cancel around 1, switch table halves at 3/4 and 3/2, take a second pass
-    // outside [2^-126, 2^126] (float; double 2^+-1022), and meet the denormals; the float HA
-    // kernels' worst arguments over all floats (Ln, Log10).
-    const HardCase log = {{1.0, 0.75, 1.5, 2.0, 0x1p-126, 0x1p126, 0x1p-1022, 0x1p1022, 10.0,
-                           1000.0, 0x1.76226ap+0, 0x1.7ff406p-1},
-                          {{0.9, 1.1}, {0.999, 1.001}, {0.5, 2.0}}};
-    // Log1p: where 1 + x rounds (2^-24, 2^-53), where x alone is the answer (2^24, 2^53), and the
-    // ends of the second pass.
-    const HardCase log1p = {
-        {0.0, -1.0, -0.5, 0x1p-24, 0x1p-53, 1.0, 0x1p24, 0x1p53, 0x1p126, 0x1p1022},
-        {{-0.01, 0.01}, {-1.0, -0.9}, {-0.3, 0.5}}};
+    // The logarithms cancel around 1, switch table halves at 3/4 and 3/2 (double) and change
+    // interval at 1 - 2^-6, 1 + 2^-5, 1 + 15/32 (where the power of two counts one more) and
+    // 2 - 2^-5 (float), take a second pass outside [2^-126, 2^126] (float; double 2^+-1022),
+    // and meet the denormals; the float HA kernels' worst arguments over all floats (Ln, Log10).
+    const HardCase log = {
+        {1.0, 0.75, 1.5, 2.0, 0x1p-126, 0x1p126, 0x1p-1022, 0x1p1022, 10.0, 1000.0, 0x1.f8p-1,
+         0x1.08p+0, 0x1.78p+0, 0x1.f8p+0, 0x1.0806a6p+0, 0x1.081616p+0},
+        {{0.9, 1.1}, {0.999, 1.001}, {0.5, 2.0}}};
+    // Log1p: where 1 + x rounds (2^-24, 2^-53), where x alone is the answer (2^24, 2^53), where
+    // 1 + x leaves the interval around 1 (-2^-6, 2^-5), where the float kernels stop scaling the
+    // rounding error of 1 + x (2^64), and the ends of the second pass.
+    const HardCase log1p = {{0.0, -1.0, -0.5, 0x1p-24, 0x1p-53, 1.0, 0x1p24, 0x1p53, 0x1p126,
+                             0x1p1022, -0x1p-6, 0x1p-5, 0x1p64},
+                            {{-0.01, 0.01}, {-1.0, -0.9}, {-0.3, 0.5}}};
     // The exponentials leave the fast path beyond the bound of each width (float 87.34, double
     // 707.7), overflow, give denormals and underflow, switch table halves at ln 2 / 64 (float)
     // and ln 2 / 32 (double), and Expm1 saturates at -1 (float -17.3, double -37.4).

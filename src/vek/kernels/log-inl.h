@@ -1,17 +1,18 @@
 // Bodies of the Ln, Log10 and Log1p kernels. Re-included once per SIMD target.
 //
-// The reciprocal kernels (every Log1p kernel)
+// The reciprocal kernels (every float kernel and every Log1p kernel)
 // write v = 2^k m with m in [A, 2A), A = 1 - 2^-6, by integer arithmetic on the bits of v, and read
 // the interval of m from the four bits below the exponent of bits(m) - bits(A): interval 0 is [A, 1
-// + 2^-5), around 1, the others have width 1/16. With c the reciprocal of the interval's midpoint
-// (1 for interval 0) and r = m c - 1, |r| <= 2^-5 and
+// + 2^-5), around 1, the others have width 1/16. With c a reciprocal of the interval's midpoint
+// (1 for interval 0) and r = m c - 1, |r| <= 0.035 and
 //   ln v = k ln 2 - ln c + ln(1 + r),
 // -ln c from a table in registers, ln(1 + r) a short polynomial. The upper eight intervals hold
 // -ln(2c) and count k one larger, so that no entry comes near ln 2: a v just below a power of two
 // does not cancel its entry against k ln 2, and near 1 the result is r and the polynomial alone.
-// HA kernels carry r exactly as a pair (m c is a product of two floats), and k ln 2 - ln c in two
-// parts with k ln2hi + T_hi exact, and sum them to twice the precision. LA rounds once per step
-// with the same two-part terms, EP with one-part terms and a shorter polynomial.
+// The double HA kernels carry r exactly as a pair (m c is a product of two doubles), and
+// k ln 2 - ln c in two parts with k ln2hi + T_hi exact, and sum them to twice the precision; LA
+// rounds once per step with the same two-part terms, EP with one-part terms and a shorter
+// polynomial. The float kernels take c on a grid coarse enough that r is exact (EvaluateFloat).
 //
 // The fast path holds for positive normal v, tested on its bits. Blocks holding other values
 // run a second pass over the mantissa of v in [1, 2) and the exponent of v, which serves the
@@ -19,7 +20,7 @@
 // make the exponent or the mantissa not finite, which shows up as a NaN in a quantity that pass
 // forms anyway (the signal), and the signal marks the lane rare.
 //
-// The other Ln and Log10 kernels have no reciprocal: one division gives s = (m - 1) / (m + 1)
+// The double Ln and Log10 kernels have no reciprocal: one division gives s = (m - 1) / (m + 1)
 // and ln m = 2 atanh(s) a polynomial in s^2 fitted to each level (LogQuotientBody).
 
 #include <array>
@@ -59,16 +60,12 @@ struct Consts;
 
 template <>
 struct Consts<float> {
-  static constexpr float kLn2Hi = 0x1.62e4p-1f;       // 0x3F317200: e ln2hi exact for |e| < 2^8
-  static constexpr float kLn2Lo = 0x1.7f7d1cp-20f;    // 0x35BFBE8E
-  static constexpr float kLn2 = 0x1.62e430p-1f;       // 0x3F317218
-  static constexpr float kLog10Of2 = 0x1.344136p-2f;  // 0x3E9A209B
-  // log10(2) in two parts, e log10(2)hi exact for |e| < 2^12: below 3/4 the result cancels
-  // against e log10(2), whose rounding would cost two ulp there.
-  static constexpr float kLog10Of2Hi = 0x1.344p-2f;      // 0x3E9A2000
-  static constexpr float kLog10Of2Lo = 0x1.3509f8p-18f;  // 0x369A84FC
-  static constexpr float kLog10OfEHi = 0x1.bcb7b2p-2f;   // 0x3EDE5BD9
+  static constexpr float kLn2Hi = 0x1.62e4p-1f;         // 0x3F317200: e ln2hi exact for |e| < 2^8
+  static constexpr float kLn2Lo = 0x1.7f7d1cp-20f;      // 0x35BFBE8E
+  static constexpr float kLn2 = 0x1.62e430p-1f;         // 0x3F317218
+  static constexpr float kLog10OfEHi = 0x1.bcb7b2p-2f;  // 0x3EDE5BD9
   static constexpr float kLog10OfELo = -0x1.5b235ep-27f;
+  static constexpr const float* kRcp = vek::log_tables::kLnFRcp;
   static constexpr const float* kHi = vek::log_tables::kLnFHi;
   static constexpr const float* kLo = vek::log_tables::kLnFLo;
   static constexpr const float* kOnePart = vek::log_tables::kLnF;
@@ -85,6 +82,7 @@ struct Consts<double> {
   // log10(2) in two parts, e log10(2)hi exact for |e| < 2^12.
   static constexpr double kLog10Of2Hi = 0x1.34413509f8000p-2;
   static constexpr double kLog10Of2Lo = -0x1.80433b83b532ap-44;
+  static constexpr const float* kRcp = vek::log_tables::kLnRcp;
   // Hi is the sum of two float tables. There is no one-part table: Hi holds 40 bits, enough for
   // EP.
   static constexpr const float* kHi = vek::log_tables::kLnDHiFirst;
@@ -118,25 +116,6 @@ struct Tail<double, LogLevel::kEP> {
                               -0.2502036072575226, 0.20024438577708045));
   }
 };
-// The Taylor terms to r^5 leave r^6 / 6, below 2^-27 of r.
-template <>
-struct Tail<float, LogLevel::kHA> {
-  template <class D, class V>
-  static HWY_INLINE V Of(D d, V r, V r2) {
-    return hn::Mul(r2, Horner(d, r, -0.5f, 1.0f / 3, -0.25f, 0.2f));
-  }
-};
-template <>
-struct Tail<float, LogLevel::kLA> : Tail<float, LogLevel::kHA> {};
-// To r^3: r^4 / 4 is below 2^-17 of r.
-template <>
-struct Tail<float, LogLevel::kEP> {
-  template <class D, class V>
-  static HWY_INLINE V Of(D d, V r, V r2) {
-    return hn::Mul(r2, Horner(d, r, -0.5f, 1.0f / 3));
-  }
-};
-
 // v = 2^e m with m in [A, 2A) (e one larger in the upper eight intervals), and the interval.
 template <class D>
 struct Split {
@@ -144,6 +123,7 @@ struct Split {
   hn::VFromD<D> m;
   hn::VFromD<hn::RebindToUnsigned<D>> index;
   hn::VFromD<hn::RebindToUnsigned<D>> biased;  // the power of two of m in [A, 2A), plus the bias
+  hn::VFromD<hn::RebindToUnsigned<D>> power;   // that power, k, as k 2^M: bits(v) - bits(m)
 };
 
 // For positive normal v, by integer arithmetic: bits(v) - bits(A) (A = `lower`) holds e above the
@@ -163,10 +143,19 @@ HWY_INLINE Split<D> SplitOf(D d, hn::VFromD<D> v, hn::TFromD<D> lower = hn::TFro
   // The upper eight intervals count one more power of two (their entries hold -ln(2c)): adding
   // half the mantissa range carries into the exponent exactly there.
   constexpr U kHalf = kFold ? U{1} << (kM - 1) : 0;
-  const auto folded = hn::ShiftRight<kM>(hn::Add(rel, hn::Set(du, (U{F::kBias} << kM) + kHalf)));
-  const auto shifted = hn::Or(folded, hn::Set(du, simd::ToBits(kShift)));
-  out.e = hn::Sub(hn::BitCast(d, shifted), hn::Set(d, kShift + T(F::kBias)));
-  out.m = hn::BitCast(d, hn::Sub(bits, hn::AndNot(hn::Set(du, simd::kMantissaMask<T>), rel)));
+  if constexpr (sizeof(T) == 4) {
+    // rel is e 2^M plus the mantissa offset as a signed number: a shift and a conversion.
+    const hn::RebindToSigned<D> di;
+    out.e = hn::ConvertTo(d, hn::ShiftRight<kM>(hn::BitCast(di, hn::Add(rel, hn::Set(du, kHalf)))));
+  } else {
+    // No conversion from 64-bit integers before AVX-512: the biased exponent below 2^M is
+    // placed in the mantissa of 2^M and the bias and 2^M subtracted.
+    const auto folded = hn::ShiftRight<kM>(hn::Add(rel, hn::Set(du, (U{F::kBias} << kM) + kHalf)));
+    const auto shifted = hn::Or(folded, hn::Set(du, simd::ToBits(kShift)));
+    out.e = hn::Sub(hn::BitCast(d, shifted), hn::Set(d, kShift + T(F::kBias)));
+  }
+  out.power = hn::AndNot(hn::Set(du, simd::kMantissaMask<T>), rel);
+  out.m = hn::BitCast(d, hn::Sub(bits, out.power));
   out.index = hn::ShiftRight<kM - 4>(rel);
   return out;
 }
@@ -186,16 +175,16 @@ HWY_INLINE hn::Mask<D> PositiveNormal(D d, hn::VFromD<D> v) {
 template <class T, LogLevel kLevel>
 struct RcpTables {
   using D = hn::ScalableTag<T>;
-  FloatTable<D> reciprocal = LoadFloatTable(D(), vek::log_tables::kLnRcp);
+  FloatTable<D> reciprocal = LoadFloatTable(D(), Consts<T>::kRcp);
   FloatTable<D> hi = LoadFloatTable(D(), HighTable());
   struct None {};
   [[no_unique_address]] std::conditional_t<sizeof(T) == 8, FloatTable<D>, None> hi_second =
       Second();
   FloatTable<D> lo = LoadFloatTable(D(), Consts<T>::kLo);
 
-  // Float EP has the one-part table; every other kernel the high part of two.
+  // Float LA and EP have the one-part table; every other kernel the high part of two.
   static constexpr const float* HighTable() {
-    if constexpr (sizeof(T) == 4 && kLevel == LogLevel::kEP) {
+    if constexpr (sizeof(T) == 4 && kLevel != LogLevel::kHA) {
       return Consts<float>::kOnePart;
     } else {
       return Consts<T>::kHi;
@@ -274,19 +263,29 @@ HWY_INLINE PairTerms<D> ReducePair(D d, const RcpTables<T, kLevel>& tables, cons
 // missing 1 / (1 + r) is far below r's last place). 2^-e from the biased exponent; beyond 2^64
 // (2^512) lo / v is far below the last place of ln v and counts as 0, since lo c 2^-e would leave
 // the normal range there (lo is up to 1), and arithmetic on denormals is slow.
+//
+// For float, c 2^-k comes from the bits of c less k 2^23 (c is at least 1/2, and k at least -126,
+// so the exponent stays below 255); k is held at 64, above which lo c 2^-64 is as far below the
+// last place of ln v as the exact term, and the exponent would go below 1.
 template <class D>
 HWY_INLINE hn::VFromD<D> LowOverV(D d, const Split<D>& split, hn::VFromD<D> c, hn::VFromD<D> lo) {
   using T = hn::TFromD<D>;
-  using F = simd::FloatBits<T>;
-  const hn::RebindToSigned<D> di;
-  using S = hn::TFromD<decltype(di)>;
-  constexpr S kCut = sizeof(T) == 4 ? 64 : 512;
-  const auto biased = hn::BitCast(di, split.biased);
-  const auto scale = hn::IfThenElseZero(
-      hn::RebindMask(d, hn::Lt(biased, hn::Set(di, S{F::kBias + kCut + 1}))),
-      hn::BitCast(d,
-                  hn::ShiftLeft<F::kMantissaBits>(hn::Sub(hn::Set(di, S{2 * F::kBias}), biased))));
-  return hn::Mul(hn::Mul(lo, scale), c);
+  if constexpr (sizeof(T) == 4) {
+    const hn::RebindToSigned<D> di;
+    const auto power = hn::Min(hn::BitCast(di, split.power), hn::Set(di, 64 << 23));
+    return hn::Mul(lo, hn::BitCast(d, hn::Sub(hn::BitCast(di, c), power)));
+  } else {
+    using F = simd::FloatBits<T>;
+    const hn::RebindToSigned<D> di;
+    using S = hn::TFromD<decltype(di)>;
+    constexpr S kCut = 512;
+    const auto biased = hn::BitCast(di, split.biased);
+    const auto scale = hn::IfThenElseZero(
+        hn::RebindMask(d, hn::Lt(biased, hn::Set(di, S{F::kBias + kCut + 1}))),
+        hn::BitCast(
+            d, hn::ShiftLeft<F::kMantissaBits>(hn::Sub(hn::Set(di, S{2 * F::kBias}), biased))));
+    return hn::Mul(hn::Mul(lo, scale), c);
+  }
 }
 
 // ln v for positive normal v = 2^split.e split.m as an unevaluated pair hi + lo, |lo| below a few
@@ -300,6 +299,58 @@ HWY_INLINE Pair<D> LnTerms(D d, const RcpTables<T, kLevel>& tables, const Split<
   return {red.s, hn::Add(low, TailOf<T, kFunc, kLevel, P>(d, red.r))};
 }
 
+// The float ln(v) (log10) for v = 2^split.e split.m, with lo an addend to v as below. The short
+// reciprocal makes r = m c - 1 exact, so HA needs only e ln2hi + T_hi + r to twice the precision
+// (the fast two-sum: |e ln2hi + T_hi| >= 0.03 > |r| wherever it is not 0) and the rest in one
+// part; LA and EP round once per step, with one-part e ln 2 - ln c.
+// ln(1 + r) = r + r^2 q(r), q fitted with q(0) = -1/2 on |r| <= 0.0342 (every interval's r):
+// HA and LA of degree 3, within 2^-28.7 of r and 2^-33.5 absolute; EP of degree 1, 2^-16.6 of r.
+template <LogFunction kFunc, LogLevel kLevel, class D>
+HWY_INLINE hn::VFromD<D> EvaluateFloat(D d, const RcpTables<float, kLevel>& tables,
+                                       const Split<D>& split, hn::VFromD<D> lo) {
+  using C = Consts<float>;
+  const auto c = Lookup(d, tables.reciprocal, split.index);
+  const auto t_hi = tables.High(d, split.index);
+  const auto r = Fma(d, split.m, c, hn::Set(d, -1.0f));
+  // Log1p's lo / v enters with the slope 1 - r of ln(1 + r), and the polynomial sees r alone:
+  // r is 0 or at least 2^-29 (a multiple of it), so that its powers are never denormals, whose
+  // arithmetic is slow, as those of r + lo / v for a tiny x would be.
+  auto extra = hn::Zero(d);
+  if constexpr (kFunc == LogFunction::kLog1p) {
+    const auto lo_over_v = LowOverV(d, split, c, lo);
+    extra = Fma(d, hn::Neg(lo_over_v), r, lo_over_v);
+  }
+  const auto r2 = hn::Mul(r, r);
+  const auto q = kLevel == LogLevel::kEP
+                     ? Fma(d, r, hn::Set(d, 0x1.5592b6p-2f), hn::Set(d, -0.5f))
+                     : Estrin(d, r, r2, -0.5f, 0x1.55554ep-2f, -0x1.002426p-2f, 0x1.9a2880p-3f);
+  const auto lg = hn::Set(d, C::kLog10OfEHi);
+  if constexpr (kLevel == LogLevel::kHA) {
+    const auto big = Fma(d, split.e, hn::Set(d, C::kLn2Hi), t_hi);
+    const auto s = hn::Add(big, r);
+    const auto t = hn::Add(hn::Sub(big, s), r);
+    auto low = Fma(d, split.e, hn::Set(d, C::kLn2Lo), Lookup(d, tables.lo, split.index));
+    low = Fma(d, r2, q, hn::Add(low, kFunc == LogFunction::kLog1p ? hn::Add(t, extra) : t));
+    if constexpr (kFunc != LogFunction::kLog10) {
+      return hn::Add(s, low);
+    } else {
+      // s log10(e)hi exact as a pair, the rest scaled in one rounding each.
+      const auto hi = hn::Mul(s, lg);
+      const auto err = Fms(d, s, lg, hi);
+      return hn::Add(hi, Fma(d, low, lg, Fma(d, s, hn::Set(d, C::kLog10OfELo), err)));
+    }
+  } else {
+    auto sum = hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2), t_hi), r);
+    if constexpr (kFunc == LogFunction::kLog1p) sum = hn::Add(sum, extra);
+    if constexpr (kFunc != LogFunction::kLog10) {
+      return Fma(d, r2, q, sum);
+    } else {
+      // Scaled apart: a rounding of sum + r^2 q and then of the product costs an ulp more.
+      return Fma(d, sum, lg, hn::Mul(hn::Mul(r2, q), lg));
+    }
+  }
+}
+
 // ln(v) (log10) for v = 2^split.e split.m, with lo an addend to v (Log1p's rounding error of
 // 1 + x, zero otherwise) that enters as lo / v. The fast two-sums below need the larger term
 // first; where r_rough is 0 or far from the low parts that holds, and elsewhere the entry
@@ -307,43 +358,47 @@ HWY_INLINE Pair<D> LnTerms(D d, const RcpTables<T, kLevel>& tables, const Split<
 template <class T, LogFunction kFunc, LogLevel kLevel, class P = Tail<T, kLevel>, class D>
 HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const Split<D>& split,
                                   hn::VFromD<D> lo) {
-  using C = Consts<T>;
-  const auto one = hn::Set(d, T(1));
-  const auto c = Lookup(d, tables.reciprocal, split.index);
-  auto lo_over_v = hn::Zero(d);
-  if constexpr (kFunc == LogFunction::kLog1p) lo_over_v = LowOverV(d, split, c, lo);
-  if constexpr (kLevel == LogLevel::kHA) {
-    const auto pair =
-        LnTerms<kFunc == LogFunction::kLog1p, T, kFunc, kLevel, P>(d, tables, split, c, lo_over_v);
-    const auto s = pair.hi;
-    const auto lo_sum = pair.lo;
-    if constexpr (kFunc != LogFunction::kLog10) {
-      return hn::Add(s, lo_sum);
-    } else {
-      // (s + lo_sum) log10(e) with s log10(e)hi exact as a pair.
-      const auto lg_hi = hn::Set(d, C::kLog10OfEHi);
-      const auto hi = hn::Mul(s, lg_hi);
-      const auto err = Fms(d, s, lg_hi, hi);
-      return hn::Add(hi, Fma(d, lo_sum, lg_hi, Fma(d, s, hn::Set(d, C::kLog10OfELo), err)));
-    }
+  if constexpr (sizeof(T) == 4) {
+    return EvaluateFloat<kFunc, kLevel>(d, tables, split, lo);
   } else {
-    const auto t_hi = tables.High(d, split.index);
-    auto r = Fma(d, split.m, c, hn::Neg(one));
-    if constexpr (kFunc == LogFunction::kLog1p) r = hn::Add(r, lo_over_v);
-    auto p = TailOf<T, kFunc, kLevel, P>(d, r);
-    hn::VFromD<D> q;
-    if constexpr (kLevel == LogLevel::kLA) {
-      // Two-part e ln 2 and table as at HA, without the two-sum.
-      p = hn::Add(p, Fma(d, split.e, hn::Set(d, C::kLn2Lo), Lookup(d, tables.lo, split.index)));
-      q = hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2Hi), t_hi), r);
+    using C = Consts<T>;
+    const auto one = hn::Set(d, T(1));
+    const auto c = Lookup(d, tables.reciprocal, split.index);
+    auto lo_over_v = hn::Zero(d);
+    if constexpr (kFunc == LogFunction::kLog1p) lo_over_v = LowOverV(d, split, c, lo);
+    if constexpr (kLevel == LogLevel::kHA) {
+      const auto pair = LnTerms<kFunc == LogFunction::kLog1p, T, kFunc, kLevel, P>(d, tables, split,
+                                                                                   c, lo_over_v);
+      const auto s = pair.hi;
+      const auto lo_sum = pair.lo;
+      if constexpr (kFunc != LogFunction::kLog10) {
+        return hn::Add(s, lo_sum);
+      } else {
+        // (s + lo_sum) log10(e) with s log10(e)hi exact as a pair.
+        const auto lg_hi = hn::Set(d, C::kLog10OfEHi);
+        const auto hi = hn::Mul(s, lg_hi);
+        const auto err = Fms(d, s, lg_hi, hi);
+        return hn::Add(hi, Fma(d, lo_sum, lg_hi, Fma(d, s, hn::Set(d, C::kLog10OfELo), err)));
+      }
     } else {
-      q = hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2), t_hi), r);
-    }
-    if constexpr (kFunc != LogFunction::kLog10) {
-      return hn::Add(q, p);
-    } else {
-      const auto lg = hn::Set(d, C::kLog10OfEHi);
-      return Fma(d, q, lg, hn::Mul(p, lg));
+      const auto t_hi = tables.High(d, split.index);
+      auto r = Fma(d, split.m, c, hn::Neg(one));
+      if constexpr (kFunc == LogFunction::kLog1p) r = hn::Add(r, lo_over_v);
+      auto p = TailOf<T, kFunc, kLevel, P>(d, r);
+      hn::VFromD<D> q;
+      if constexpr (kLevel == LogLevel::kLA) {
+        // Two-part e ln 2 and table as at HA, without the two-sum.
+        p = hn::Add(p, Fma(d, split.e, hn::Set(d, C::kLn2Lo), Lookup(d, tables.lo, split.index)));
+        q = hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2Hi), t_hi), r);
+      } else {
+        q = hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2), t_hi), r);
+      }
+      if constexpr (kFunc != LogFunction::kLog10) {
+        return hn::Add(q, p);
+      } else {
+        const auto lg = hn::Set(d, C::kLog10OfEHi);
+        return Fma(d, q, lg, hn::Mul(p, lg));
+      }
     }
   }
 }
@@ -441,23 +496,18 @@ struct LogRcpBody : UnaryRealBody<T> {
 
 // Ln and Log10 by a quotient. x = 2^e m with m in [3/4, 3/2), s = (m - 1) / (m + 1) and
 //   ln m = 2 atanh(s) = 2s (1 + s^2 P(s^2)),
-// |s| <= 1/5, with P fitted to each level (tools/log_tables.cpp): 2^-61 of the result at double HA,
-// 2^-56 at LA, 2^-35 at EP; 2^-28 at float HA and LA, 2^-21 at float EP. m - 1 is exact, and the
+// |s| <= 1/5, with P fitted to each level (tools/log_tables.cpp): 2^-61 of the result at HA,
+// 2^-56 at LA, 2^-35 at EP. m - 1 is exact, and the
 // roundings of m + 1 and of the quotient cost two units of s's last place (EP). One division
 // (correctly rounded, so the same on every target) takes the place of the table reads and the
 // reciprocal's reduction, which on targets without wide register permutes cost more than the
 // divider. LA and HA carry s to twice the precision and add e ln 2 (e log10 2) in two parts: near
-// x = 3/4 and 3/2 the result cancels against it. Float LA is within 0.6 ulp and serves HA as it is.
+// x = 3/4 and 3/2 the result cancels against it.
 template <class T, LogLevel kLevel>
 constexpr const auto& QuotientPolynomial() {
   namespace lt = vek::log_tables;
-  if constexpr (sizeof(T) == 4) {
-    if constexpr (kLevel == LogLevel::kEP) {
-      return lt::kLnQuotientFloatEP;
-    } else {
-      return lt::kLnQuotientFloat;
-    }
-  } else if constexpr (kLevel == LogLevel::kEP) {
+  static_assert(sizeof(T) == 8, "the float logarithms take the reciprocal kernels");
+  if constexpr (kLevel == LogLevel::kEP) {
     return lt::kLnQuotientEP;
   } else if constexpr (kLevel == LogLevel::kLA) {
     return lt::kLnQuotientLA;
@@ -477,7 +527,7 @@ struct LogQuotientBody : UnaryRealBody<T> {
     using log_detail::MantissaSign;
     using C = log_detail::Consts<T>;
     const auto x = in[0];
-    // As the float interval kernels split x, denormals and rare lanes included.
+    // As the interval kernels split x, denormals and rare lanes included.
     const auto fast = log_detail::PositiveNormal(d, x);
     const auto split = log_detail::SplitOf<false>(d, x, T(0.75));
     auto m = split.m;
