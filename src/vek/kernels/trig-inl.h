@@ -22,6 +22,8 @@
 #define OXL_VEK_KERNELS_TRIG_INL_H_
 #endif
 
+#include <iterator>
+
 #include "simd/fma-inl.h"
 #include "simd/int_lanes-inl.h"
 #include "simd/poly-inl.h"
@@ -231,6 +233,36 @@ HWY_INLINE hn::VFromD<D> Pick(D d, const Reduced<D>& red, const SinCosOfR<D>& v,
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
 }
 
+// Sin or Cos alone at HA: the value Pick<kShift> takes from Polynomials, with the one polynomial
+// each lane needs, its coefficients and terms chosen by the quadrant's parity.
+template <int kShift, class D>
+HWY_INLINE hn::VFromD<D> OneOfHA(D d, const Reduced<D>& red,
+                                 hn::VFromD<hn::RebindToSigned<D>> sign) {
+  const hn::RebindToSigned<D> di;
+  const auto q = hn::Add(red.q, hn::Set(di, kShift));
+  const auto odd = Odd(d, q);
+  const auto r = red.rh;
+  const auto rl = red.rl;
+  const auto w = hn::Mul(r, r);
+  const auto one = hn::Set(d, 1.0);
+  const auto half_r = hn::Mul(r, hn::Set(d, 0.5));
+  const auto t = Fnma(d, half_r, r, one);
+  const auto e = Fnma(d, half_r, r, hn::Sub(one, t));
+  constexpr size_t kTerms = std::size(tt::kSinPoly);
+  static_assert(std::size(tt::kCosPoly) == kTerms);
+  const auto coef = [&](size_t i) {
+    return hn::IfThenElse(odd, hn::Set(d, tt::kCosPoly[i]), hn::Set(d, tt::kSinPoly[i]));
+  };
+  auto p = coef(kTerms - 1);
+  for (size_t i = kTerms - 1; i-- > 0;) p = Fma(d, p, w, coef(i));
+  const auto lead = hn::IfThenElse(odd, t, r);
+  const auto scale = hn::Mul(w, hn::IfThenElse(odd, w, r));
+  const auto small = hn::IfThenElse(odd, Fnma(d, r, rl, e), hn::Mul(rl, t));
+  const auto value = hn::Add(lead, Fma(d, scale, p, small));
+  const auto flip = hn::Xor(hn::And(hn::ShiftLeft<62>(q), hn::Set(di, INT64_MIN)), sign);
+  return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
+}
+
 // tan |x| = tan r for even q, -cot r for odd: num / den with num, den picked from sin r and cos r.
 // HA corrects the rounded quotient by the exact residual of the division and the pairs' low
 // parts, (num - q den + num_lo - q den_lo) / den: about 0.6 ulp where the pairs' errors are
@@ -354,31 +386,26 @@ struct TrigBody : UnaryRealBody<double> {
     const V y = hn::Abs(x);
     const auto sign = hn::And(hn::BitCast(di, x), hn::Set(di, INT64_MIN));
     const auto no_sign = hn::Zero(di);
-    if constexpr (kLevel == Level::kLA && kFunc != TrigFunction::kTan) {
-      if constexpr (kFunc == TrigFunction::kCos) {
-        out[0] = SinHalfTurn<1>(d, y, no_sign);
-      } else {
-        out[0] = SinHalfTurn<0>(d, y, sign);
-        if constexpr (kFunc == TrigFunction::kSinCos) out[1] = SinHalfTurn<1>(d, y, no_sign);
-      }
-    } else {
+    constexpr int kShift = kFunc == TrigFunction::kCos ? 1 : 0;
+    if constexpr (kFunc == TrigFunction::kTan) {
       const Reduced<D> red = Reduce<kInner>(d, y);
-      const SinCosOfR<D> v = Polynomials<kInner>(d, red);
-      if constexpr (kFunc == TrigFunction::kTan) {
-        out[0] = TanOf<kLevel>(d, red, v, sign);
-      } else if constexpr (kFunc == TrigFunction::kSin) {
-        out[0] = Pick<0>(d, red, v, sign);
-      } else if constexpr (kFunc == TrigFunction::kCos) {
-        out[0] = Pick<1>(d, red, v, no_sign);
-      } else {
-        out[0] = Pick<0>(d, red, v, sign);
-        // Cos has no EP kernel of its own (its EP slot holds LA's), and SinCos gives the bits of
-        // Sin and Cos of its level: at EP the cosine is LA's.
-        if constexpr (kLevel == Level::kEP) {
-          out[1] = SinHalfTurn<1>(d, y, no_sign);
-        } else {
-          out[1] = Pick<1>(d, red, v, no_sign);
-        }
+      out[0] = TanOf<kLevel>(d, red, Polynomials<kInner>(d, red), sign);
+    } else if constexpr (kLevel == Level::kLA) {
+      out[0] = SinHalfTurn<kShift>(d, y, kShift == 0 ? sign : no_sign);
+      if constexpr (kFunc == TrigFunction::kSinCos) out[1] = SinHalfTurn<1>(d, y, no_sign);
+    } else if constexpr (kLevel == Level::kHA && kFunc != TrigFunction::kSinCos) {
+      out[0] = OneOfHA<kShift>(d, Reduce<kLevel>(d, y), kShift == 0 ? sign : no_sign);
+    } else {
+      // HA SinCos and EP pick from both polynomials (the float kernels' Cos runs the EP body).
+      // The double Cos has no EP kernel of its own (its EP slot holds LA's), and SinCos gives the
+      // bits of Sin and Cos of its level: at EP the cosine is LA's.
+      const Reduced<D> red = Reduce<kLevel>(d, y);
+      const SinCosOfR<D> v = Polynomials<kLevel>(d, red);
+      out[0] = Pick<kShift>(d, red, v, kShift == 0 ? sign : no_sign);
+      if constexpr (kFunc == TrigFunction::kSinCos && kLevel == Level::kHA) {
+        out[1] = Pick<1>(d, red, v, no_sign);
+      } else if constexpr (kFunc == TrigFunction::kSinCos) {
+        out[1] = SinHalfTurn<1>(d, y, no_sign);
       }
     }
     rare[0] = hn::RebindMask(d, hn::Gt(hn::BitCast(di, y), hn::Set(di, 0x7FEFFFFFFFFFFFFFll)));
