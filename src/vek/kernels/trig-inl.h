@@ -333,10 +333,14 @@ HWY_NOINLINE HalfTurn<D> ReduceHalfTurnLarge(D d, hn::VFromD<D> y) {
   const Reduced<D> red = ReduceLarge(d, y);
   const auto q = hn::Add(red.q, hn::Set(di, kShift));
   const auto odd = Odd(d, q);
-  const auto step = hn::IfThenElseZero(
-      odd, hn::IfThenElse(hn::Ge(red.rh, hn::Zero(d)), hn::Set(d, 1.0), hn::Set(d, -1.0)));
+  const auto up = hn::Ge(red.rh, hn::Zero(d));
+  // The step in both lane types from the masks: AVX2 has no conversion of doubles to int64.
+  const auto step = hn::IfThenElseZero(odd, hn::IfThenElse(up, hn::Set(d, 1.0), hn::Set(d, -1.0)));
+  const auto step_i = hn::IfThenElseZero(
+      hn::RebindMask(di, odd),
+      hn::IfThenElse(hn::RebindMask(di, up), hn::Set(di, int64_t{1}), hn::Set(di, int64_t{-1})));
   HalfTurn<D> out;
-  out.parity = hn::ShiftRight<1>(hn::Add(q, hn::ConvertTo(di, step)));
+  out.parity = hn::ShiftRight<1>(hn::Add(q, step_i));
   out.r = hn::Add(Fnma(d, step, hn::Set(d, tt::kPiOver2[0]), red.rh),
                   Fnma(d, step, hn::Set(d, tt::kPiOver2[1]), red.rl));
   return out;
