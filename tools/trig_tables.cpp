@@ -1,11 +1,12 @@
 // Writes the tables of the double sine and cosine kernels: pi/2 in three double parts and 2/pi
-// for the reduction of |x| <= 2^24 to [-pi/4, pi/4]; the near-minimax polynomials of sin and cos
-// on that interval; and, for larger arguments, for each biased exponent e of a double the 192 bits
-// of 2/pi that matter, floor(2^(e - 885) 2/pi) mod 2^192, as three 64-bit words, most significant
-// first. With x = m 2^(e - 1075), m the 53-bit integer significand, x 2/pi mod 4 is then
-// m W 2^-190 mod 4: the bits of 2/pi above the window give multiples of 4, and those below it
-// change the product by less than 2^53 units of 2^-190. Values come from MPFR at 2048 bits, so
-// the output depends on nothing but the rule. Usage: trig_tables <output file>.
+// for the reduction of |x| <= 2^24 to [-pi/4, pi/4] (twice them, exact, reduce to [-pi/2, pi/2]);
+// the near-minimax polynomials of sin and cos on the first interval and of sin on the second;
+// and, for larger arguments, for each biased exponent e of a double the 192 bits of 2/pi that
+// matter, floor(2^(e - 885) 2/pi) mod 2^192, as three 64-bit words, most significant first. With
+// x = m 2^(e - 1075), m the 53-bit integer significand, x 2/pi mod 4 is then m W 2^-190 mod 4: the
+// bits of 2/pi above the window give multiples of 4, and those below it change the product by
+// less than 2^53 units of 2^-190. Values come from MPFR at 2048 bits, so the output depends on
+// nothing but the rule. Usage: trig_tables <output file>.
 #include <gmp.h>
 #include <mpfr.h>
 
@@ -92,13 +93,13 @@ void Exact(bool sine, mpfr_srcptr r, mpfr_ptr out) {
   }
 }
 
-// sin r = r + r^3 P(r^2) and cos r = 1 - r^2/2 + r^4 P(r^2) on |r| <= pi/4 (a hair more, for the
-// rounding of the reduced argument), in relative error: the basis r^(2i+3) / sin r against
-// (sin r - r) / sin r, or r^(2i+4) / cos r against (cos r - 1 + r^2/2) / cos r.
-void Polynomial(FILE* out, const char* name, bool sine, int terms) {
+// sin r = r + r^3 P(r^2) and cos r = 1 - r^2/2 + r^4 P(r^2) on |r| <= pi 2^-halvings (a hair
+// more, for the rounding of the reduced argument), in relative error: the basis r^(2i+3) / sin r
+// against (sin r - r) / sin r, or r^(2i+4) / cos r against (cos r - 1 + r^2/2) / cos r.
+void Polynomial(FILE* out, const char* name, bool sine, int terms, int halvings) {
   Mp h, t, exact, approx;
   mpfr_const_pi(h.v, MPFR_RNDN);
-  mpfr_div_2ui(h.v, h.v, 2, MPFR_RNDN);
+  mpfr_div_2ui(h.v, h.v, halvings, MPFR_RNDN);
   mpfr_mul_d(h.v, h.v, 1.0001, MPFR_RNDN);
   std::vector<Mp> grid(kGrid);
   for (int k = 0; k < kGrid; ++k) {  // Chebyshev points of [-h, h], the positive half
@@ -155,11 +156,13 @@ int main(int argc, char** argv) {
   }
   Parts(out, "kPiOver2", 3);
   std::fprintf(out, "\n// sin r = r + r^3 P(r^2), |r| <= pi/4.\n");
-  Polynomial(out, "kSinPoly", true, 6);
-  Polynomial(out, "kSinPolyEP", true, 3);
+  Polynomial(out, "kSinPoly", true, 6, 2);
+  Polynomial(out, "kSinPolyEP", true, 3, 2);
   std::fprintf(out, "\n// cos r = 1 - r^2/2 + r^4 P(r^2), |r| <= pi/4.\n");
-  Polynomial(out, "kCosPoly", false, 6);
-  Polynomial(out, "kCosPolyEP", false, 3);
+  Polynomial(out, "kCosPoly", false, 6, 2);
+  Polynomial(out, "kCosPolyEP", false, 3, 2);
+  std::fprintf(out, "\n// sin r = r + r^3 P(r^2), |r| <= pi/2.\n");
+  Polynomial(out, "kSinPolyHalfTurn", true, 8, 1);
   std::fprintf(
       out, "\n// The 192 bits of 2/pi for each biased exponent, most significant word first.\n");
   Windows(out);

@@ -1,9 +1,10 @@
 // Bodies of the double Sin, Cos, SinCos and Tan kernels. Re-included once per SIMD target.
 //
-// One reduction serves all four: |x| = q pi/2 + r with |r| <= pi/4, then sin r and cos r by
-// their polynomials, and the quadrant q picks and signs them (sin |x| is sin r, cos r, -sin r,
-// -cos r for q mod 4 = 0..3; cos |x| is the same with q + 1). So SinCos gives bit for bit what Sin
-// and Cos give, and the sign of x goes onto the sine last, which keeps -0 and the denormals.
+// One reduction serves all four at HA and EP: |x| = q pi/2 + r with |r| <= pi/4, then sin r and
+// cos r by their polynomials, and the quadrant q picks and signs them (sin |x| is sin r, cos r,
+// -sin r, -cos r for q mod 4 = 0..3; cos |x| is the same with q + 1). So SinCos gives bit for bit
+// what Sin and Cos give, and the sign of x goes onto the sine last, which keeps -0 and the
+// denormals. LA's Sin and Cos reduce by pi instead, to one polynomial per lane (see SinHalfTurn).
 //
 // Arguments up to 2^24 reduce by pi/2 in three parts (Cody and Waite): q |pi/2|_1 is exact in the
 // fused operation and its difference with |x| is a multiple of 2^-52 below 1, so exact too. Larger
@@ -20,6 +21,8 @@
 #else
 #define OXL_VEK_KERNELS_TRIG_INL_H_
 #endif
+
+#include <iterator>
 
 #include "simd/fma-inl.h"
 #include "simd/int_lanes-inl.h"
@@ -46,8 +49,8 @@ struct Reduced {
 };
 
 // 0 <= y <= 2^24. The shifter 1.5 * 2^52 rounds y 2/pi to the integer n in its low bits. HA carries
-// what the rounding of y - n (p1 + p2) loses (two-sum) and the product's own error into rl; LA
-// takes the three parts in turn, EP two.
+// what the rounding of y - n (p1 + p2) loses (two-sum) and the product's own error into rl; EP
+// takes two parts.
 template <Level kLevel, class D>
 HWY_INLINE Reduced<D> ReduceSmall(D d, hn::VFromD<D> y) {
   const hn::RebindToSigned<D> di;
@@ -66,10 +69,8 @@ HWY_INLINE Reduced<D> ReduceSmall(D d, hn::VFromD<D> y) {
     const auto back = hn::Sub(out.rh, r1);
     const auto err = hn::Sub(hn::Sub(r1, hn::Sub(out.rh, back)), hn::Add(np2, back));
     out.rl = Fnma(d, n, p3, hn::Sub(err, np2_err));
-  } else if constexpr (kLevel == Level::kLA) {
-    out.rh = Fnma(d, n, p3, Fnma(d, n, p2, r1));
-    out.rl = hn::Zero(d);
   } else {
+    static_assert(kLevel == Level::kEP);
     out.rh = Fnma(d, n, p2, r1);
     out.rl = hn::Zero(d);
   }
@@ -146,13 +147,19 @@ HWY_NOINLINE Reduced<D> ReduceLarge(D d, hn::VFromD<D> y) {
   return out;
 }
 
+// Lanes above 2^24, unordered or greater, in one integer compare of the bits (y is not negative):
+// NaNs count.
+template <class D>
+HWY_INLINE hn::Mask<D> Large(D d, hn::VFromD<D> y) {
+  const hn::RebindToSigned<D> di;
+  return hn::RebindMask(d, hn::Gt(hn::BitCast(di, y), hn::Set(di, int64_t{0x4170000000000000})));
+}
+
 template <Level kLevel, class D>
 HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> y) {
   Reduced<D> red = ReduceSmall<kLevel>(d, y);
-  // Unordered or greater, in one integer compare of the bits (y is not negative): NaNs count.
   const hn::RebindToSigned<D> di;
-  const auto large =
-      hn::RebindMask(d, hn::Gt(hn::BitCast(di, y), hn::Set(di, int64_t{0x4170000000000000})));
+  const auto large = Large(d, y);
   if (!hn::AllFalse(d, large)) [[unlikely]] {
     const Reduced<D> big = ReduceLarge(d, y);
     red.q = hn::IfThenElse(hn::RebindMask(di, large), big.q, red.q);
@@ -172,43 +179,37 @@ struct SinCosOfR {
 };
 
 // sin r = r + r^3 S(r^2), cos r = 1 - r^2/2 + r^4 C(r^2). HA adds rl through the derivatives
-// (rl cos r, -rl sin r) and keeps the roundings of r^2 and of 1 - r^2/2 (the largest terms' errors)
-// as corrections; LA and EP round as they go.
+// (rl cos r, -rl sin r) and takes 1 - r^2/2 in one fused operation, whose rounding error e comes
+// back exact but for one more rounding: 1 - t is exact (t is in [1/2, 1]), and so is the product
+// in (1 - t) - r^2/2. EP rounds as it goes.
 template <Level kLevel, class D>
 HWY_INLINE SinCosOfR<D> Polynomials(D d, const Reduced<D>& red) {
   const auto r = red.rh;
   const auto w = hn::Mul(r, r);
   const auto w2 = hn::Mul(w, w);
   const auto rw = hn::Mul(r, w);
-  const auto half_w = hn::Mul(w, hn::Set(d, 0.5));
   const auto one = hn::Set(d, 1.0);
-  const auto t = hn::Sub(one, half_w);
   SinCosOfR<D> out;
   if constexpr (kLevel == Level::kEP) {
     const double* sc = tt::kSinPolyEP;
     const double* cc = tt::kCosPolyEP;
+    const auto t = hn::Sub(one, hn::Mul(w, hn::Set(d, 0.5)));
     out.s = Fma(d, rw, Estrin(d, w, w2, sc[0], sc[1], sc[2]), r);
     out.c = Fma(d, w2, Estrin(d, w, w2, cc[0], cc[1], cc[2]), t);
   } else {
-    const double* sc = tt::kSinPoly;
-    const double* cc = tt::kCosPoly;
-    const auto ps = Estrin(d, w, w2, sc[0], sc[1], sc[2], sc[3], sc[4], sc[5]);
-    const auto pc = Estrin(d, w, w2, cc[0], cc[1], cc[2], cc[3], cc[4], cc[5]);
-    if constexpr (kLevel == Level::kHA) {
-      const auto rl = red.rl;
-      const auto s_tail = Fma(d, rw, ps, hn::Mul(rl, t));
-      out.s = hn::Add(r, s_tail);
-      out.s_lo = hn::Add(hn::Sub(r, out.s), s_tail);
-      const auto w_err = Fms(d, r, r, w);
-      const auto t_err = hn::Sub(hn::Sub(one, t), half_w);
-      const auto small = hn::Sub(t_err, Fma(d, r, rl, hn::Mul(w_err, hn::Set(d, 0.5))));
-      const auto c_tail = Fma(d, w2, pc, small);
-      out.c = hn::Add(t, c_tail);
-      out.c_lo = hn::Add(hn::Sub(t, out.c), c_tail);
-    } else {
-      out.s = Fma(d, rw, ps, r);
-      out.c = Fma(d, w2, pc, t);
-    }
+    static_assert(kLevel == Level::kHA);
+    const auto ps = Horner(d, w, tt::kSinPoly);
+    const auto pc = Horner(d, w, tt::kCosPoly);
+    const auto rl = red.rl;
+    const auto half_r = hn::Mul(r, hn::Set(d, 0.5));
+    const auto t = Fnma(d, half_r, r, one);
+    const auto e = Fnma(d, half_r, r, hn::Sub(one, t));
+    const auto s_tail = Fma(d, rw, ps, hn::Mul(rl, t));
+    out.s = hn::Add(r, s_tail);
+    out.s_lo = hn::Add(hn::Sub(r, out.s), s_tail);
+    const auto c_tail = Fma(d, w2, pc, Fnma(d, r, rl, e));
+    out.c = hn::Add(t, c_tail);
+    out.c_lo = hn::Add(hn::Sub(t, out.c), c_tail);
   }
   return out;
 }
@@ -228,6 +229,36 @@ HWY_INLINE hn::VFromD<D> Pick(D d, const Reduced<D>& red, const SinCosOfR<D>& v,
   const hn::RebindToSigned<D> di;
   const auto q = hn::Add(red.q, hn::Set(di, kShift));
   const auto value = hn::IfThenElse(Odd(d, q), v.c, v.s);
+  const auto flip = hn::Xor(hn::And(hn::ShiftLeft<62>(q), hn::Set(di, INT64_MIN)), sign);
+  return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
+}
+
+// Sin or Cos alone at HA: the value Pick<kShift> takes from Polynomials, with the one polynomial
+// each lane needs, its coefficients and terms chosen by the quadrant's parity.
+template <int kShift, class D>
+HWY_INLINE hn::VFromD<D> OneOfHA(D d, const Reduced<D>& red,
+                                 hn::VFromD<hn::RebindToSigned<D>> sign) {
+  const hn::RebindToSigned<D> di;
+  const auto q = hn::Add(red.q, hn::Set(di, kShift));
+  const auto odd = Odd(d, q);
+  const auto r = red.rh;
+  const auto rl = red.rl;
+  const auto w = hn::Mul(r, r);
+  const auto one = hn::Set(d, 1.0);
+  const auto half_r = hn::Mul(r, hn::Set(d, 0.5));
+  const auto t = Fnma(d, half_r, r, one);
+  const auto e = Fnma(d, half_r, r, hn::Sub(one, t));
+  constexpr size_t kTerms = std::size(tt::kSinPoly);
+  static_assert(std::size(tt::kCosPoly) == kTerms);
+  const auto coef = [&](size_t i) {
+    return hn::IfThenElse(odd, hn::Set(d, tt::kCosPoly[i]), hn::Set(d, tt::kSinPoly[i]));
+  };
+  auto p = coef(kTerms - 1);
+  for (size_t i = kTerms - 1; i-- > 0;) p = Fma(d, p, w, coef(i));
+  const auto lead = hn::IfThenElse(odd, t, r);
+  const auto scale = hn::Mul(w, hn::IfThenElse(odd, w, r));
+  const auto small = hn::IfThenElse(odd, Fnma(d, r, rl, e), hn::Mul(rl, t));
+  const auto value = hn::Add(lead, Fma(d, scale, p, small));
   const auto flip = hn::Xor(hn::And(hn::ShiftLeft<62>(q), hn::Set(di, INT64_MIN)), sign);
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
 }
@@ -255,6 +286,86 @@ HWY_INLINE hn::VFromD<D> TanOf(D d, const Reduced<D>& red, const SinCosOfR<D>& v
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
 }
 
+// LA's Sin and Cos reduce by pi, not pi/2: |x| = n pi + r with |r| <= pi/2, and sin |x| is
+// (-1)^n sin r, one odd polynomial per lane where the quadrant form wants both. The cosine takes
+// the odd multiples of pi/2 instead: |x| = (m + 1/2) pi + r and cos |x| = (-1)^(m+1) sin r. Only
+// the parity of n (of m + 1) counts; it is bit 0 of `parity`.
+template <class D>
+struct HalfTurn {
+  hn::VFromD<hn::RebindToSigned<D>> parity;
+  hn::VFromD<D> r;
+};
+
+// 0 <= y <= 2^24, in the three parts of pi/2 doubled (exact). k pi_1 is exact in the fused
+// operation and its difference with y a multiple of 2^-52 below 2, so exact too, for the integers
+// and the half-integers k alike; the two other parts round once each (1 ulp of r at worst). The
+// cosine's m is y / pi - 1/2 rounded, in two steps: the first rounding, 2^-30 at most, only moves
+// a tie, and the fit covers r a hair beyond pi/2.
+template <int kShift, class D>
+HWY_INLINE HalfTurn<D> ReduceHalfTurnSmall(D d, hn::VFromD<D> y) {
+  const hn::RebindToSigned<D> di;
+  const auto shifter = hn::Set(d, 0x1.8p52);
+  const auto one_over_pi = hn::Set(d, tt::kTwoOverPi * 0.5);
+  HalfTurn<D> out;
+  hn::VFromD<D> k;
+  if constexpr (kShift == 0) {
+    const auto z = Fma(d, y, one_over_pi, shifter);
+    k = hn::Sub(z, shifter);
+    out.parity = hn::BitCast(di, z);
+  } else {
+    const auto z = hn::Add(Fma(d, y, one_over_pi, hn::Set(d, -0.5)), shifter);
+    k = hn::Add(hn::Sub(z, shifter), hn::Set(d, 0.5));
+    out.parity = hn::Add(hn::BitCast(di, z), hn::Set(di, 1));
+  }
+  const auto r1 = Fnma(d, k, hn::Set(d, 2 * tt::kPiOver2[0]), y);
+  const auto r2 = Fnma(d, k, hn::Set(d, 2 * tt::kPiOver2[1]), r1);
+  out.r = Fnma(d, k, hn::Set(d, 2 * tt::kPiOver2[2]), r2);
+  return out;
+}
+
+// Any y >= 0, from the quadrant form y = q pi/2 + rh + rl, where q + kShift is the quadrant of
+// y + kShift pi/2: an even quadrant 2n gives n and r as they are; an odd one moves a quarter turn
+// towards r's side, n = (q + kShift + 1) / 2 and r - pi/2 for r >= 0, n = (q + kShift - 1) / 2
+// and r + pi/2 below, so that |r| stays within pi/2.
+template <int kShift, class D>
+HWY_NOINLINE HalfTurn<D> ReduceHalfTurnLarge(D d, hn::VFromD<D> y) {
+  const hn::RebindToSigned<D> di;
+  const Reduced<D> red = ReduceLarge(d, y);
+  const auto q = hn::Add(red.q, hn::Set(di, kShift));
+  const auto odd = Odd(d, q);
+  const auto up = hn::Ge(red.rh, hn::Zero(d));
+  // The step in both lane types from the masks: AVX2 has no conversion of doubles to int64.
+  const auto step = hn::IfThenElseZero(odd, hn::IfThenElse(up, hn::Set(d, 1.0), hn::Set(d, -1.0)));
+  const auto step_i = hn::IfThenElseZero(
+      hn::RebindMask(di, odd),
+      hn::IfThenElse(hn::RebindMask(di, up), hn::Set(di, int64_t{1}), hn::Set(di, int64_t{-1})));
+  HalfTurn<D> out;
+  out.parity = hn::ShiftRight<1>(hn::Add(q, step_i));
+  out.r = hn::Add(Fnma(d, step, hn::Set(d, tt::kPiOver2[0]), red.rh),
+                  Fnma(d, step, hn::Set(d, tt::kPiOver2[1]), red.rl));
+  return out;
+}
+
+// sin |x| (kShift 0) or cos |x| (kShift 1), with the sign bit `sign` flipped. The error, 2.1 ulp
+// at most, comes from the roundings of r and of r^3 P(r^2) where it nears -0.57 at |r| = pi/2
+// (cos near 0, sin near pi/2).
+template <int kShift, class D>
+HWY_INLINE hn::VFromD<D> SinHalfTurn(D d, hn::VFromD<D> y, hn::VFromD<hn::RebindToSigned<D>> sign) {
+  const hn::RebindToSigned<D> di;
+  HalfTurn<D> ht = ReduceHalfTurnSmall<kShift>(d, y);
+  const auto large = Large(d, y);
+  if (!hn::AllFalse(d, large)) [[unlikely]] {
+    const HalfTurn<D> big = ReduceHalfTurnLarge<kShift>(d, y);
+    ht.parity = hn::IfThenElse(hn::RebindMask(di, large), big.parity, ht.parity);
+    ht.r = hn::IfThenElse(large, big.r, ht.r);
+  }
+  const auto r = ht.r;
+  const auto w = hn::Mul(r, r);
+  const auto value = Fma(d, hn::Mul(r, w), Horner(d, w, tt::kSinPolyHalfTurn), r);
+  const auto flip = hn::Xor(hn::ShiftLeft<63>(ht.parity), sign);
+  return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
+}
+
 }  // namespace trig_detail
 
 enum class TrigFunction { kSin, kCos, kSinCos, kTan };
@@ -279,23 +390,26 @@ struct TrigBody : UnaryRealBody<double> {
     const V y = hn::Abs(x);
     const auto sign = hn::And(hn::BitCast(di, x), hn::Set(di, INT64_MIN));
     const auto no_sign = hn::Zero(di);
-    const Reduced<D> red = Reduce<kInner>(d, y);
-    const SinCosOfR<D> v = Polynomials<kInner>(d, red);
+    constexpr int kShift = kFunc == TrigFunction::kCos ? 1 : 0;
     if constexpr (kFunc == TrigFunction::kTan) {
-      out[0] = TanOf<kLevel>(d, red, v, sign);
-    } else if constexpr (kFunc == TrigFunction::kSin) {
-      out[0] = Pick<0>(d, red, v, sign);
-    } else if constexpr (kFunc == TrigFunction::kCos) {
-      out[0] = Pick<1>(d, red, v, no_sign);
+      const Reduced<D> red = Reduce<kInner>(d, y);
+      out[0] = TanOf<kLevel>(d, red, Polynomials<kInner>(d, red), sign);
+    } else if constexpr (kLevel == Level::kLA) {
+      out[0] = SinHalfTurn<kShift>(d, y, kShift == 0 ? sign : no_sign);
+      if constexpr (kFunc == TrigFunction::kSinCos) out[1] = SinHalfTurn<1>(d, y, no_sign);
+    } else if constexpr (kLevel == Level::kHA && kFunc != TrigFunction::kSinCos) {
+      out[0] = OneOfHA<kShift>(d, Reduce<kLevel>(d, y), kShift == 0 ? sign : no_sign);
     } else {
-      out[0] = Pick<0>(d, red, v, sign);
-      if constexpr (kLevel == Level::kEP) {
-        // Cos has no EP kernel of its own (its EP slot holds LA's), and SinCos gives the bits of
-        // Sin and Cos of its level: the cosine takes LA's reduction and polynomials.
-        const Reduced<D> red_la = Reduce<Level::kLA>(d, y);
-        out[1] = Pick<1>(d, red_la, Polynomials<Level::kLA>(d, red_la), no_sign);
-      } else {
+      // HA SinCos and EP pick from both polynomials (the float kernels' Cos runs the EP body).
+      // The double Cos has no EP kernel of its own (its EP slot holds LA's), and SinCos gives the
+      // bits of Sin and Cos of its level: at EP the cosine is LA's.
+      const Reduced<D> red = Reduce<kLevel>(d, y);
+      const SinCosOfR<D> v = Polynomials<kLevel>(d, red);
+      out[0] = Pick<kShift>(d, red, v, kShift == 0 ? sign : no_sign);
+      if constexpr (kFunc == TrigFunction::kSinCos && kLevel == Level::kHA) {
         out[1] = Pick<1>(d, red, v, no_sign);
+      } else if constexpr (kFunc == TrigFunction::kSinCos) {
+        out[1] = SinHalfTurn<1>(d, y, no_sign);
       }
     }
     rare[0] = hn::RebindMask(d, hn::Gt(hn::BitCast(di, y), hn::Set(di, 0x7FEFFFFFFFFFFFFFll)));
