@@ -162,9 +162,10 @@ const std::map<std::string, HardCase>& HardCases() {
         {{0.9, 1.1}, {0.999, 1.001}, {0.5, 2.0}}};
     // Log1p: where 1 + x rounds (2^-24, 2^-53), where x alone is the answer (2^24, 2^53), where
     // 1 + x leaves the interval around 1 (-2^-6, 2^-5), where the float kernels stop scaling the
-    // rounding error of 1 + x (2^64), and the ends of the second pass.
+    // rounding error of 1 + x (2^64), the ends of the second pass, and the float HA kernel's worst
+    // argument over all positive floats (0.66 ulp).
     const HardCase log1p = {{0.0, -1.0, -0.5, 0x1p-24, 0x1p-53, 1.0, 0x1p24, 0x1p53, 0x1p126,
-                             0x1p1022, -0x1p-6, 0x1p-5, 0x1p64},
+                             0x1p1022, -0x1p-6, 0x1p-5, 0x1p64, 0x1.ap-24},
                             {{-0.01, 0.01}, {-1.0, -0.9}, {-0.3, 0.5}}};
     // The exponentials leave the fast path beyond the bound of each width (float 87.34, double
     // 707.7), overflow, give denormals and underflow, switch table halves at ln 2 / 64 (float)
