@@ -24,19 +24,28 @@
 namespace oxl::primitives {
 namespace {
 
-// Turns each histogram into running sums that start at -1: a scatter pre-increments the counter of
-// its digit and stores there, so equal digits land in ascending positions (stability).
+// Turns counts[0, buckets) into running sums that start at `first`, and returns the largest count.
+// A scatter that pre-increments the counter of its digit and stores there starts them at -1, one
+// that stores and then increments at 0; either way equal digits land in ascending positions
+// (stability).
+template <class C>
+C RunningSumsFrom(C* counts, int buckets, C first) {
+  C sum = first, most = 0;
+  for (int b = 0; b < buckets; ++b) {
+    const C count = counts[b];
+    most = std::max(most, count);
+    counts[b] = sum;
+    sum = static_cast<C>(sum + count);
+  }
+  return most;
+}
+
+// Every pass's histogram as running sums from -1.
 template <class U>
 void RunningSums(uint32_t* counts) {
   constexpr Digits digits = kDigits<U>;
   for (int p = 0; p < digits.passes; ++p) {
-    uint32_t* histogram = counts + digits.base[p];
-    uint32_t sum = ~uint32_t{0};
-    for (int b = 0; b < (1 << digits.width[p]); ++b) {
-      const uint32_t count = histogram[b];
-      histogram[b] = sum;
-      sum += count;
-    }
+    RunningSumsFrom(counts + digits.base[p], 1 << digits.width[p], ~uint32_t{0});
   }
 }
 
@@ -300,9 +309,7 @@ template <class U, Mapping kMapping = Mapping::kKeys, class C>
 void Split(U* keys, U* other, U* out, size_t n, int shift, int width, C* counts,
            Buckets<U>& state) {
   const int buckets = 1 << width;
-  C most = 0;
-  for (int b = 0; b < buckets; ++b) most = std::max(most, counts[b]);
-  if (most == n) {
+  if (RunningSumsFrom(counts, buckets, static_cast<C>(~C{0})) == n) {
     if constexpr (kMapping == Mapping::kToKeys) {
       MapKeys(keys, other, n, state.map);
       SortRange(other, keys, out, n, shift, state);
@@ -310,12 +317,6 @@ void Split(U* keys, U* other, U* out, size_t n, int shift, int width, C* counts,
       SortRange(keys, other, out, n, shift, state);
     }
     return;
-  }
-  C sum = static_cast<C>(~C{0});
-  for (int b = 0; b < buckets; ++b) {
-    const C count = counts[b];
-    counts[b] = sum;
-    sum = static_cast<C>(sum + count);
   }
   ScatterDirect<U, kMapping>(keys, other, n, Digit<U>(shift, width), state.map, counts);
   // Each counter now holds the last position of its bucket. Runs of small buckets wait for one
@@ -333,6 +334,12 @@ void Split(U* keys, U* other, U* out, size_t n, int shift, int width, C* counts,
   InsertionSort(other, out, run, n, state.map);
 }
 
+template <class U, class C>
+void Count(const U* keys, size_t n, int top, int width, C* counts) {
+  const Digit<U> digit(top - width, width);
+  for (size_t i = 0; i < n; ++i) ++counts[digit(keys[i])];
+}
+
 // The last split of a range: each key goes into its bucket of the scratch as an insertion sort
 // would put it there, behind the keys of the bucket that are not above it. The scratch starts out
 // zero, so that below the keys already placed in a bucket there is always a key not above the one
@@ -345,14 +352,8 @@ bool InsertIntoBuckets(U* keys, U* other, U* out, size_t n, int top, Buckets<U>&
   uint16_t* next = state.last;
   const int buckets = 1 << width;
   std::fill_n(next, buckets, 0);
-  for (size_t i = 0; i < n; ++i) ++next[digit(keys[i])];
-  uint16_t most = 0, sum = 0;
-  for (int b = 0; b < buckets; ++b) {
-    const uint16_t count = next[b];
-    most = std::max(most, count);
-    next[b] = sum;
-    sum = static_cast<uint16_t>(sum + count);
-  }
+  Count(keys, n, top, width, next);
+  const uint16_t most = RunningSumsFrom(next, buckets, uint16_t{0});
   if (most == n) {
     SortRange(keys, other, out, n, top - width, state);
     return true;
@@ -367,12 +368,6 @@ bool InsertIntoBuckets(U* keys, U* other, U* out, size_t n, int top, Buckets<U>&
   }
   for (size_t i = 0; i < n; ++i) out[i] = FromKey(other[i], state.map);
   return true;
-}
-
-template <class U, class C>
-void Count(const U* keys, size_t n, int top, int width, C* counts) {
-  const Digit<U> digit(top - width, width);
-  for (size_t i = 0; i < n; ++i) ++counts[digit(keys[i])];
 }
 
 template <class U, class C, int kWidth>
@@ -492,12 +487,7 @@ void SortBuckets(U* data, U* scratch, size_t n, KeyMap<U> map) {
     }
     routes[p] = static_cast<uint16_t>(bucket);
   }
-  uint32_t sum = ~uint32_t{0};
-  for (int b = 0; b < kBuckets; ++b) {
-    const uint32_t count = next[b];
-    next[b] = sum;
-    sum += count;
-  }
+  RunningSumsFrom(next, kBuckets, ~uint32_t{0});
   ScatterDirect<U, Mapping::kToKeys>(data, scratch, n, PrefixBuckets<U>{kKeyBits - bits, routes},
                                      map, next);
   // Each counter now holds the last position of its bucket.

@@ -178,10 +178,23 @@ struct SinCosOfR {
   hn::VFromD<D> c_lo;
 };
 
+// 1 - r^2/2 in one fused operation as t, with its rounding error e, exact but for one more
+// rounding: 1 - t is exact (t is in [1/2, 1]), and so is the product in (1 - t) - r^2/2.
+template <class D>
+struct OneMinusHalfSquare {
+  hn::VFromD<D> t, e;
+};
+template <class D>
+HWY_INLINE OneMinusHalfSquare<D> OneMinusHalfSquareOf(D d, hn::VFromD<D> r) {
+  const auto one = hn::Set(d, 1.0);
+  const auto half_r = hn::Mul(r, hn::Set(d, 0.5));
+  const auto t = Fnma(d, half_r, r, one);
+  return {t, Fnma(d, half_r, r, hn::Sub(one, t))};
+}
+
 // sin r = r + r^3 S(r^2), cos r = 1 - r^2/2 + r^4 C(r^2). HA adds rl through the derivatives
-// (rl cos r, -rl sin r) and takes 1 - r^2/2 in one fused operation, whose rounding error e comes
-// back exact but for one more rounding: 1 - t is exact (t is in [1/2, 1]), and so is the product
-// in (1 - t) - r^2/2. EP rounds as it goes.
+// (rl cos r, -rl sin r) and takes 1 - r^2/2 with its rounding error (OneMinusHalfSquareOf). EP
+// rounds as it goes.
 template <Level kLevel, class D>
 HWY_INLINE SinCosOfR<D> Polynomials(D d, const Reduced<D>& red) {
   const auto r = red.rh;
@@ -201,9 +214,7 @@ HWY_INLINE SinCosOfR<D> Polynomials(D d, const Reduced<D>& red) {
     const auto ps = Horner(d, w, tt::kSinPoly);
     const auto pc = Horner(d, w, tt::kCosPoly);
     const auto rl = red.rl;
-    const auto half_r = hn::Mul(r, hn::Set(d, 0.5));
-    const auto t = Fnma(d, half_r, r, one);
-    const auto e = Fnma(d, half_r, r, hn::Sub(one, t));
+    const auto [t, e] = OneMinusHalfSquareOf(d, r);
     const auto s_tail = Fma(d, rw, ps, hn::Mul(rl, t));
     out.s = hn::Add(r, s_tail);
     out.s_lo = hn::Add(hn::Sub(r, out.s), s_tail);
@@ -221,6 +232,16 @@ HWY_INLINE hn::Mask<D> Odd(D d, hn::VFromD<hn::RebindToSigned<D>> q) {
   return hn::RebindMask(d, hn::Ne(hn::And(q, hn::Set(di, 1)), hn::Zero(di)));
 }
 
+// value with its sign flipped for quadrants q in 2 and 3, and by the sign bit `sign`.
+template <class D>
+HWY_INLINE hn::VFromD<D> SignByQuadrant(D d, hn::VFromD<hn::RebindToSigned<D>> q,
+                                        hn::VFromD<D> value,
+                                        hn::VFromD<hn::RebindToSigned<D>> sign) {
+  const hn::RebindToSigned<D> di;
+  const auto flip = hn::Xor(hn::And(hn::ShiftLeft<62>(q), hn::Set(di, INT64_MIN)), sign);
+  return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
+}
+
 // The value of the quadrant's pick: sin r for even q + shift, cos r for odd, negated for q + shift
 // in 2 and 3 (shift 0 for the sine, 1 for the cosine), and with the sign bit `sign` flipped.
 template <int kShift, class D>
@@ -228,9 +249,7 @@ HWY_INLINE hn::VFromD<D> Pick(D d, const Reduced<D>& red, const SinCosOfR<D>& v,
                               hn::VFromD<hn::RebindToSigned<D>> sign) {
   const hn::RebindToSigned<D> di;
   const auto q = hn::Add(red.q, hn::Set(di, kShift));
-  const auto value = hn::IfThenElse(Odd(d, q), v.c, v.s);
-  const auto flip = hn::Xor(hn::And(hn::ShiftLeft<62>(q), hn::Set(di, INT64_MIN)), sign);
-  return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
+  return SignByQuadrant(d, q, hn::IfThenElse(Odd(d, q), v.c, v.s), sign);
 }
 
 // Sin or Cos alone at HA: the value Pick<kShift> takes from Polynomials, with the one polynomial
@@ -244,10 +263,7 @@ HWY_INLINE hn::VFromD<D> OneOfHA(D d, const Reduced<D>& red,
   const auto r = red.rh;
   const auto rl = red.rl;
   const auto w = hn::Mul(r, r);
-  const auto one = hn::Set(d, 1.0);
-  const auto half_r = hn::Mul(r, hn::Set(d, 0.5));
-  const auto t = Fnma(d, half_r, r, one);
-  const auto e = Fnma(d, half_r, r, hn::Sub(one, t));
+  const auto [t, e] = OneMinusHalfSquareOf(d, r);
   constexpr size_t kTerms = std::size(tt::kSinPoly);
   static_assert(std::size(tt::kCosPoly) == kTerms);
   const auto coef = [&](size_t i) {
@@ -258,9 +274,7 @@ HWY_INLINE hn::VFromD<D> OneOfHA(D d, const Reduced<D>& red,
   const auto lead = hn::IfThenElse(odd, t, r);
   const auto scale = hn::Mul(w, hn::IfThenElse(odd, w, r));
   const auto small = hn::IfThenElse(odd, Fnma(d, r, rl, e), hn::Mul(rl, t));
-  const auto value = hn::Add(lead, Fma(d, scale, p, small));
-  const auto flip = hn::Xor(hn::And(hn::ShiftLeft<62>(q), hn::Set(di, INT64_MIN)), sign);
-  return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
+  return SignByQuadrant(d, q, hn::Add(lead, Fma(d, scale, p, small)), sign);
 }
 
 // tan |x| = tan r for even q, -cot r for odd: num / den with num, den picked from sin r and cos r.
