@@ -4,7 +4,7 @@
 // cos r by their polynomials, and the quadrant q picks and signs them (sin |x| is sin r, cos r,
 // -sin r, -cos r for q mod 4 = 0..3; cos |x| is the same with q + 1). So SinCos gives bit for bit
 // what Sin and Cos give, and the sign of x goes onto the sine last, which keeps -0 and the
-// denormals. LA's Sin and Cos reduce by pi instead, to one polynomial per lane (see SinHalfTurn).
+// denormals. LA's Sin and Cos reduce by pi instead, to one polynomial per lane (see HalfTurn).
 //
 // Arguments up to 2^24 reduce by pi/2 in three parts (Cody and Waite): q |pi/2|_1 is exact in the
 // fused operation and its difference with |x| is a multiple of 2^-52 below 1, so exact too. Larger
@@ -80,11 +80,14 @@ HWY_INLINE Reduced<D> ReduceSmall(D d, hn::VFromD<D> y) {
 // Any y >= 0; the result is meaningful for finite y. With y = m 2^(e - 1075), the window W of
 // 2/pi for e gives y 2/pi mod 4 = m W 2^-190 mod 4. The product is summed in 32-bit columns of
 // 64-bit lanes (four terms of 32 bits and a carry fit); the columns below 2^64 are left out, an
-// error under 2^-124 quarter turns. The fraction is rounded to the nearest quadrant, [-1/2, 1/2),
-// put together as a double pair from exact conversions of its 32-bit limbs, and multiplied by
-// pi/2 in two parts.
+// error under 2^-124 quarter turns. Column 5 holds the quadrant in bits 30 and 31 and the
+// fraction's first 30 bits below them; columns 4 to 2 the fraction's next 32 bits each.
 template <class D>
-HWY_NOINLINE Reduced<D> ReduceLarge(D d, hn::VFromD<D> y) {
+struct WindowProduct {
+  hn::VFromD<hn::RebindToUnsigned<D>> c2, c3, c4, c5;
+};
+template <class D>
+HWY_INLINE WindowProduct<D> TimesTwoOverPi(D d, hn::VFromD<D> y) {
   const hn::RebindToUnsigned<D> du;
   const hn::RebindToSigned<D> di;
   using VU = hn::VFromD<decltype(du)>;
@@ -107,28 +110,46 @@ HWY_NOINLINE Reduced<D> ReduceLarge(D d, hn::VFromD<D> y) {
   const VU p3a = Mul32(du, ml, w3), p3b = Mul32(du, mh, w32);
   const VU p4a = Mul32(du, ml, w54), p4b = Mul32(du, mh, w3);
   const VU p5a = Mul32(du, ml, w5), p5b = Mul32(du, mh, w54);
-  const VU c2 = hn::Add(hn::Add(hi(p1a), hi(p1b)), hn::Add(lo(p2a), lo(p2b)));
-  VU c3 = hn::Add(hn::Add(hi(p2a), hi(p2b)), hn::Add(lo(p3a), lo(p3b)));
-  c3 = hn::Add(c3, hi(c2));
-  VU c4 = hn::Add(hn::Add(hi(p3a), hi(p3b)), hn::Add(lo(p4a), lo(p4b)));
-  c4 = hn::Add(c4, hi(c3));
-  VU c5 = hn::Add(hn::Add(hi(p4a), hi(p4b)), hn::Add(p5a, p5b));
-  c5 = hn::Add(c5, hi(c4));
-  // Bits 30 and 31 of the top limb are the quadrant, the 30 below the fraction's start; a
-  // fraction of a half or more moves to the next quadrant, less one.
-  const VU top = hn::And(c5, hn::Set(du, 0x3FFFFFFFull));
-  const VU up = hn::ShiftRight<29>(top);
+  WindowProduct<D> out;
+  out.c2 = hn::Add(hn::Add(hi(p1a), hi(p1b)), hn::Add(lo(p2a), lo(p2b)));
+  out.c3 = hn::Add(hn::Add(hn::Add(hi(p2a), hi(p2b)), hn::Add(lo(p3a), lo(p3b))), hi(out.c2));
+  out.c4 = hn::Add(hn::Add(hn::Add(hi(p3a), hi(p3b)), hn::Add(lo(p4a), lo(p4b))), hi(out.c3));
+  out.c5 = hn::Add(hn::Add(hn::Add(hi(p4a), hi(p4b)), hn::Add(p5a, p5b)), hi(out.c4));
+  return out;
+}
+
+// How a reduction rounds y 2/pi: to the nearest quadrant (|r| <= pi/4, q the quadrant), to the
+// nearest even quadrant (|r| <= pi/2, q the half turns n of y = n pi + r) or to the nearest odd
+// one (q = m + 1 for y = (m + 1/2) pi + r): the sine's and the cosine's half-turn forms.
+enum class Turn { kQuarter, kHalf, kHalfOdd };
+
+// The fraction f rounded off the product as the form wants, put together as a double pair from
+// exact conversions of its 32-bit limbs, and multiplied by pi/2 in two parts. The half-turn forms
+// keep one more bit of the top limb as fraction (|f| up to one quarter turn); the odd form takes a
+// quarter turn off first.
+template <Turn kTurn, class D>
+HWY_INLINE Reduced<D> FinishLarge(D d, const WindowProduct<D>& p) {
+  const hn::RebindToUnsigned<D> du;
+  const hn::RebindToSigned<D> di;
+  using VU = hn::VFromD<decltype(du)>;
+  constexpr int kBits = kTurn == Turn::kQuarter ? 30 : 31;
+  const VU low32 = hn::Set(du, 0xFFFFFFFFull);
+  const VU c5 = kTurn == Turn::kHalfOdd ? hn::Sub(p.c5, hn::Set(du, 1ull << 30)) : p.c5;
+  // A fraction of half the unit or more moves to the next unit, less one.
+  const VU top = hn::And(c5, hn::Set(du, (1ull << kBits) - 1));
+  const VU up = hn::ShiftRight<kBits - 1>(top);
   Reduced<D> out;
-  out.q = hn::BitCast(di, hn::Add(hn::ShiftRight<30>(lo(c5)), up));
-  const auto signed_top = hn::Sub(hn::BitCast(di, top), hn::BitCast(di, hn::ShiftLeft<30>(up)));
+  out.q = hn::BitCast(di, hn::Add(hn::ShiftRight<kBits>(hn::And(c5, low32)), up));
+  if constexpr (kTurn == Turn::kHalfOdd) out.q = hn::Add(out.q, hn::Set(di, 1));
+  const auto signed_top = hn::Sub(hn::BitCast(di, top), hn::BitCast(di, hn::ShiftLeft<kBits>(up)));
   // Below 2^51 in magnitude: the bits of 1.5 * 2^52 + v, minus 1.5 * 2^52.
   const auto a =
       hn::Mul(hn::Sub(hn::BitCast(d, hn::Add(signed_top, hn::Set(di, 0x4338000000000000ll))),
                       hn::Set(d, 0x1.8p52)),
               hn::Set(d, 0x1p-30));
-  const auto b = hn::Mul(SmallToDouble(du, lo(c4)), hn::Set(d, 0x1p-62));
-  const auto c = hn::Mul(SmallToDouble(du, lo(c3)), hn::Set(d, 0x1p-94));
-  const auto dd = hn::Mul(SmallToDouble(du, lo(c2)), hn::Set(d, 0x1p-126));
+  const auto b = hn::Mul(SmallToDouble(du, hn::And(p.c4, low32)), hn::Set(d, 0x1p-62));
+  const auto c = hn::Mul(SmallToDouble(du, hn::And(p.c3, low32)), hn::Set(d, 0x1p-94));
+  const auto dd = hn::Mul(SmallToDouble(du, hn::And(p.c2, low32)), hn::Set(d, 0x1p-126));
   // a is 0 or at least 2^-30 in magnitude and b below 2^-30: a + b by fast two-sum; then c by
   // two-sum, since the first sum may cancel to the size of c.
   const auto s1 = hn::Add(a, b);
@@ -145,6 +166,11 @@ HWY_NOINLINE Reduced<D> ReduceLarge(D d, hn::VFromD<D> y) {
   out.rh = hn::Add(rh, rl);
   out.rl = hn::Sub(rl, hn::Sub(out.rh, rh));
   return out;
+}
+
+template <class D>
+HWY_NOINLINE Reduced<D> ReduceLarge(D d, hn::VFromD<D> y) {
+  return FinishLarge<Turn::kQuarter>(d, TimesTwoOverPi(d, y));
 }
 
 // Lanes above 2^24, unordered or greater, in one integer compare of the bits (y is not negative):
@@ -337,47 +363,72 @@ HWY_INLINE HalfTurn<D> ReduceHalfTurnSmall(D d, hn::VFromD<D> y) {
   return out;
 }
 
-// Any y >= 0, from the quadrant form y = q pi/2 + rh + rl, where q + kShift is the quadrant of
-// y + kShift pi/2: an even quadrant 2n gives n and r as they are; an odd one moves a quarter turn
-// towards r's side, n = (q + kShift + 1) / 2 and r - pi/2 for r >= 0, n = (q + kShift - 1) / 2
-// and r + pi/2 below, so that |r| stays within pi/2.
-template <int kShift, class D>
-HWY_NOINLINE HalfTurn<D> ReduceHalfTurnLarge(D d, hn::VFromD<D> y) {
-  const hn::RebindToSigned<D> di;
-  const Reduced<D> red = ReduceLarge(d, y);
-  const auto q = hn::Add(red.q, hn::Set(di, kShift));
-  const auto odd = Odd(d, q);
-  const auto up = hn::Ge(red.rh, hn::Zero(d));
-  // The step in both lane types from the masks: AVX2 has no conversion of doubles to int64.
-  const auto step = hn::IfThenElseZero(odd, hn::IfThenElse(up, hn::Set(d, 1.0), hn::Set(d, -1.0)));
-  const auto step_i = hn::IfThenElseZero(
-      hn::RebindMask(di, odd),
-      hn::IfThenElse(hn::RebindMask(di, up), hn::Set(di, int64_t{1}), hn::Set(di, int64_t{-1})));
-  HalfTurn<D> out;
-  out.parity = hn::ShiftRight<1>(hn::Add(q, step_i));
-  out.r = hn::Add(Fnma(d, step, hn::Set(d, tt::kPiOver2[0]), red.rh),
-                  Fnma(d, step, hn::Set(d, tt::kPiOver2[1]), red.rl));
-  return out;
+template <class D>
+HWY_INLINE HalfTurn<D> HalfTurnOf(const Reduced<D>& red) {
+  return {red.q, red.rh};
 }
 
-// sin |x| (kShift 0) or cos |x| (kShift 1), with the sign bit `sign` flipped. The error, 2.1 ulp
-// at most, comes from the roundings of r and of r^3 P(r^2) where it nears -0.57 at |r| = pi/2
-// (cos near 0, sin near pi/2).
-template <int kShift, class D>
-HWY_INLINE hn::VFromD<D> SinHalfTurn(D d, hn::VFromD<D> y, hn::VFromD<hn::RebindToSigned<D>> sign) {
+template <class D>
+HWY_INLINE HalfTurn<D> Select(D d, hn::Mask<D> large, const HalfTurn<D>& big,
+                              const HalfTurn<D>& small) {
   const hn::RebindToSigned<D> di;
+  return {hn::IfThenElse(hn::RebindMask(di, large), big.parity, small.parity),
+          hn::IfThenElse(large, big.r, small.r)};
+}
+
+// Vectors holding lanes above 2^24 (or NaNs) take the window product for those lanes. Sine and
+// cosine share it.
+template <int kShift, class D>
+HWY_NOINLINE HalfTurn<D> ReduceHalfTurnLarge(D d, hn::VFromD<D> y) {
+  constexpr Turn kTurn = kShift == 0 ? Turn::kHalf : Turn::kHalfOdd;
+  return HalfTurnOf(FinishLarge<kTurn>(d, TimesTwoOverPi(d, y)));
+}
+template <class D>
+HWY_NOINLINE void ReduceHalfTurnsLarge(D d, hn::VFromD<D> y, HalfTurn<D>& s, HalfTurn<D>& c) {
+  const WindowProduct<D> p = TimesTwoOverPi(d, y);
+  s = HalfTurnOf(FinishLarge<Turn::kHalf>(d, p));
+  c = HalfTurnOf(FinishLarge<Turn::kHalfOdd>(d, p));
+}
+
+template <int kShift, class D>
+HWY_INLINE HalfTurn<D> ReduceHalfTurn(D d, hn::VFromD<D> y) {
   HalfTurn<D> ht = ReduceHalfTurnSmall<kShift>(d, y);
   const auto large = Large(d, y);
   if (!hn::AllFalse(d, large)) [[unlikely]] {
-    const HalfTurn<D> big = ReduceHalfTurnLarge<kShift>(d, y);
-    ht.parity = hn::IfThenElse(hn::RebindMask(di, large), big.parity, ht.parity);
-    ht.r = hn::IfThenElse(large, big.r, ht.r);
+    ht = Select(d, large, ReduceHalfTurnLarge<kShift>(d, y), ht);
   }
+  return ht;
+}
+
+// (-1)^n sin r for the half turn n, r, with the sign bit `sign` flipped. The error, 2.1 ulp at
+// most, comes from the roundings of r and of r^3 P(r^2) where it nears -0.57 at |r| = pi/2 (cos
+// near 0, sin near pi/2).
+template <class D>
+HWY_INLINE hn::VFromD<D> SinHalfTurn(D d, const HalfTurn<D>& ht,
+                                     hn::VFromD<hn::RebindToSigned<D>> sign) {
+  const hn::RebindToSigned<D> di;
   const auto r = ht.r;
   const auto w = hn::Mul(r, r);
   const auto value = Fma(d, hn::Mul(r, w), Horner(d, w, tt::kSinPolyHalfTurn), r);
   const auto flip = hn::Xor(hn::ShiftLeft<63>(ht.parity), sign);
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
+}
+
+// LA's sine and cosine of |x| together: the reductions share the test for large lanes and the
+// window product, and give the bits of each alone.
+template <class D>
+HWY_INLINE void SinCosHalfTurns(D d, hn::VFromD<D> y, hn::VFromD<hn::RebindToSigned<D>> sign,
+                                hn::VFromD<D>& s, hn::VFromD<D>& c) {
+  HalfTurn<D> hs = ReduceHalfTurnSmall<0>(d, y), hc = ReduceHalfTurnSmall<1>(d, y);
+  const auto large = Large(d, y);
+  if (!hn::AllFalse(d, large)) [[unlikely]] {
+    HalfTurn<D> bs, bc;
+    ReduceHalfTurnsLarge(d, y, bs, bc);
+    hs = Select(d, large, bs, hs);
+    hc = Select(d, large, bc, hc);
+  }
+  s = SinHalfTurn(d, hs, sign);
+  c = SinHalfTurn(d, hc, hn::Zero(hn::RebindToSigned<D>()));
 }
 
 }  // namespace trig_detail
@@ -409,8 +460,11 @@ struct TrigBody : UnaryRealBody<double> {
       const Reduced<D> red = Reduce<kInner>(d, y);
       out[0] = TanOf<kLevel>(d, red, Polynomials<kInner>(d, red), sign);
     } else if constexpr (kLevel == Level::kLA) {
-      out[0] = SinHalfTurn<kShift>(d, y, kShift == 0 ? sign : no_sign);
-      if constexpr (kFunc == TrigFunction::kSinCos) out[1] = SinHalfTurn<1>(d, y, no_sign);
+      if constexpr (kFunc == TrigFunction::kSinCos) {
+        SinCosHalfTurns(d, y, sign, out[0], out[1]);
+      } else {
+        out[0] = SinHalfTurn(d, ReduceHalfTurn<kShift>(d, y), kShift == 0 ? sign : no_sign);
+      }
     } else if constexpr (kLevel == Level::kHA && kFunc != TrigFunction::kSinCos) {
       out[0] = OneOfHA<kShift>(d, Reduce<kLevel>(d, y), kShift == 0 ? sign : no_sign);
     } else {
@@ -423,7 +477,7 @@ struct TrigBody : UnaryRealBody<double> {
       if constexpr (kFunc == TrigFunction::kSinCos && kLevel == Level::kHA) {
         out[1] = Pick<1>(d, red, v, no_sign);
       } else if constexpr (kFunc == TrigFunction::kSinCos) {
-        out[1] = SinHalfTurn<1>(d, y, no_sign);
+        out[1] = SinHalfTurn(d, ReduceHalfTurn<1>(d, y), no_sign);
       }
     }
     rare[0] = hn::RebindMask(d, hn::Gt(hn::BitCast(di, y), hn::Set(di, 0x7FEFFFFFFFFFFFFFll)));
