@@ -3,8 +3,10 @@
 // each element type.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
+#include "oxl/platform.h"
 #include "oxl/vek.h"
 #include "platform/fp_control.h"
 
@@ -41,6 +43,18 @@ inline uint32_t FtzDazControl(uint64_t mode) {
              : 0u;
 }
 
+// Whether arrays of `bytes` in all exceed the last-level cache (8 MiB where the processor does
+// not tell). Kernels store their results around the caches then: nothing of them would be left
+// there for the next reader, and non-temporal stores save the read of each line before it is
+// written, a third of the memory traffic of a kernel of one argument.
+inline bool BeyondLastLevelCache(size_t bytes) {
+  static const size_t last_level = [] {
+    const int64_t size = oxl_dft_pvk_cache_size(3);
+    return size > 0 ? static_cast<size_t>(size) : size_t{8} << 20;
+  }();
+  return bytes > last_level;
+}
+
 // The error function of each element type, chosen by overload from the kernel's arrays.
 inline void Error(int32_t status, int32_t index, const float* a1, const float* a2, float* r1,
                   float* r2, const char* name) {
@@ -62,8 +76,8 @@ inline void Error(int32_t status, int32_t index, const oxl_complex16* a1, const 
 // Kernels whose results have another element type than their arguments (Abs and Arg of complex
 // arrays, CIS) report with the argument type's rules for the arguments and the result type's for
 // the results: the record holds the real result, or the complex one, as it stands in the array.
-void Error(int32_t status, int32_t index, const oxl_complex8* a1, const oxl_complex8* a2,
-           float* r1, float* r2, const char* name);
+void Error(int32_t status, int32_t index, const oxl_complex8* a1, const oxl_complex8* a2, float* r1,
+           float* r2, const char* name);
 void Error(int32_t status, int32_t index, const oxl_complex16* a1, const oxl_complex16* a2,
            double* r1, double* r2, const char* name);
 void Error(int32_t status, int32_t index, const float* a1, const float* a2, oxl_complex8* r1,

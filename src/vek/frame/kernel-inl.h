@@ -6,7 +6,9 @@
 // routine in ascending order, reports non-zero statuses through the error function of the element
 // type and reads the element back, so that a callback's replacement stands in the result. The
 // last n mod kBlock elements run through the very same block code on a copy padded with zeros,
-// so the tail is bitwise the block and no memory past the arrays is touched.
+// so the tail is bitwise the block and no memory past the arrays is touched. Calls whose arrays
+// exceed the last-level cache store their results around the caches, in whole lines: the elements
+// before the results' first line boundary run as a short block, as the tail does.
 //
 // A body is a struct with
 //   using In, Out;                       element types (float, double, oxl_complex8/16)
@@ -34,6 +36,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "vek/frame/elements.h"
@@ -65,28 +68,29 @@ class Kernel {
     for (size_t k = 0; k < Body::kInputs; ++k) a_local[k] = a[k];
     for (size_t k = 0; k < Body::kOutputs; ++k) r_local[k] = r[k];
     int64_t i = 0;
+    if (StreamsResults(n, r_local)) {
+      // Elements up to the results' first line boundary as a short block, then whole blocks of
+      // whole lines, stored around the caches.
+      const size_t head = HWY_MIN(static_cast<size_t>(n), HeadToLine(r_local[0]));
+      if (head != 0) Partial(body, a, r, 0, head);
+      i = static_cast<int64_t>(head);
+      for (; i + static_cast<int64_t>(kBlock) <= n; i += kBlock) {
+        const In* in[Body::kInputs];
+        Out* out[Body::kOutputs];
+        for (size_t k = 0; k < Body::kInputs; ++k) in[k] = a_local[k] + i;
+        for (size_t k = 0; k < Body::kOutputs; ++k) out[k] = r_local[k] + i;
+        Block<true>(body, a, r, i, in, out, kBlock, /*tail=*/false);
+      }
+      hwy::FlushStream();
+    }
     for (; i + static_cast<int64_t>(kBlock) <= n; i += kBlock) {
       const In* in[Body::kInputs];
       Out* out[Body::kOutputs];
       for (size_t k = 0; k < Body::kInputs; ++k) in[k] = a_local[k] + i;
       for (size_t k = 0; k < Body::kOutputs; ++k) out[k] = r_local[k] + i;
-      Block(body, a, r, i, in, out, kBlock, /*tail=*/false);
+      Block<false>(body, a, r, i, in, out, kBlock, /*tail=*/false);
     }
-    if (i < n) {
-      const size_t count = static_cast<size_t>(n - i);
-      HWY_ALIGN In in_copy[Body::kInputs][kBlock];
-      HWY_ALIGN Out out_copy[Body::kOutputs][kBlock];
-      const In* in[Body::kInputs];
-      Out* out[Body::kOutputs];
-      for (size_t k = 0; k < Body::kInputs; ++k) {
-        std::memset(in_copy[k], 0, sizeof in_copy[k]);
-        std::memcpy(in_copy[k], a[k] + i, count * sizeof(In));
-        in[k] = in_copy[k];
-      }
-      for (size_t k = 0; k < Body::kOutputs; ++k) out[k] = out_copy[k];
-      Block(body, a, r, i, in, out, count, /*tail=*/true);
-      for (size_t k = 0; k < Body::kOutputs; ++k) std::memcpy(r[k] + i, out_copy[k], count * sizeof(Out));
-    }
+    if (i < n) Partial(body, a, r, i, static_cast<size_t>(n - i));
   }
 
  private:
@@ -100,6 +104,49 @@ class Kernel {
   static constexpr size_t kMasks = (kInParts == 2 && !kSplit) ? 2 : 1;
   static_assert(kBlock % kLanes == 0, "a block must be whole vectors on every target");
   static_assert(kBlock <= 64, "rare-lane bookkeeping holds one block in 64 bits");
+  static constexpr size_t kLine = 64;
+
+  // Results go around the caches when the call's arrays exceed the last-level cache, the results
+  // are split into lines alike (their offsets from a line boundary agree, on a whole element) and
+  // stores of whole vectors can write them (not the split complex layout, which interleaves).
+  static bool StreamsResults(int64_t n, Out* const* r) {
+    if constexpr (kOutParts == 2 && kSplit) {
+      return false;
+    } else {
+      const size_t bytes =
+          static_cast<size_t>(n) * (Body::kInputs * sizeof(In) + Body::kOutputs * sizeof(Out));
+      if (!vek::BeyondLastLevelCache(bytes)) return false;
+      const uintptr_t offset = reinterpret_cast<uintptr_t>(r[0]) % kLine;
+      if (offset % sizeof(Out) != 0) return false;
+      for (size_t k = 1; k < Body::kOutputs; ++k) {
+        if (reinterpret_cast<uintptr_t>(r[k]) % kLine != offset) return false;
+      }
+      return true;
+    }
+  }
+
+  // Elements before the first line boundary of p.
+  static size_t HeadToLine(const Out* p) {
+    return (kLine - reinterpret_cast<uintptr_t>(p) % kLine) % kLine / sizeof(Out);
+  }
+
+  // Fewer than kBlock elements from i: the very same block code on a copy padded with zeros.
+  static HWY_NOINLINE void Partial(const Body& body, const In* const* a, Out* const* r, int64_t i,
+                                   size_t count) {
+    HWY_ALIGN In in_copy[Body::kInputs][kBlock];
+    HWY_ALIGN Out out_copy[Body::kOutputs][kBlock];
+    const In* in[Body::kInputs];
+    Out* out[Body::kOutputs];
+    for (size_t k = 0; k < Body::kInputs; ++k) {
+      std::memset(in_copy[k], 0, sizeof in_copy[k]);
+      std::memcpy(in_copy[k], a[k] + i, count * sizeof(In));
+      in[k] = in_copy[k];
+    }
+    for (size_t k = 0; k < Body::kOutputs; ++k) out[k] = out_copy[k];
+    Block<false>(body, a, r, i, in, out, count, /*tail=*/true);
+    for (size_t k = 0; k < Body::kOutputs; ++k)
+      std::memcpy(r[k] + i, out_copy[k], count * sizeof(Out));
+  }
 
   template <class E>
   static HWY_INLINE void Load(const E* p, size_t e, V* v) {
@@ -117,10 +164,16 @@ class Kernel {
     }
   }
 
-  template <class E>
+  // kStream: p + e is aligned to a line and the stores go around the caches.
+  template <bool kStream = false, class E>
   static HWY_INLINE void Store(const V* v, E* p, size_t e) {
     const D d;
-    if constexpr (vek::Element<E>::kParts == 1) {
+    if constexpr (kStream) {
+      T* s = reinterpret_cast<T*>(p + e);
+      for (size_t part = 0; part < vek::Element<E>::kParts; ++part) {
+        hn::Stream(v[part], d, s + part * kLanes);
+      }
+    } else if constexpr (vek::Element<E>::kParts == 1) {
       hn::StoreU(v[0], d, p + e);
     } else {
       T* s = reinterpret_cast<T*>(p + e);
@@ -135,6 +188,7 @@ class Kernel {
 
   // One block: `in`/`out` point at the block's elements (or at padded copies for the tail, where
   // `valid` elements are real), `a`/`r` are the caller's arrays and `i` the block's index in them.
+  template <bool kStream>
   static HWY_INLINE void Block(const Body& body, const In* const* a, Out* const* r, int64_t i,
                                const In* const* in, Out* const* out, size_t valid, bool tail) {
     const D d;
@@ -175,7 +229,9 @@ class Kernel {
       }
     }
     for (size_t s = 0; s < kSteps; ++s) {
-      for (size_t k = 0; k < Body::kOutputs; ++k) Store(&y[s][k * kOutParts], out[k], s * kLanes);
+      for (size_t k = 0; k < Body::kOutputs; ++k) {
+        Store<kStream>(&y[s][k * kOutParts], out[k], s * kLanes);
+      }
     }
   }
 
@@ -221,8 +277,8 @@ class Kernel {
       uint64_t lanes = 0;
       for (size_t e = 0; e < kLanes; ++e) {
         const size_t lo = 2 * e, hi = 2 * e + 1;
-        const bool set = ((bits[lo / kLanes] >> (lo % kLanes)) & 1) |
-                         ((bits[hi / kLanes] >> (hi % kLanes)) & 1);
+        const bool set =
+            ((bits[lo / kLanes] >> (lo % kLanes)) & 1) | ((bits[hi / kLanes] >> (hi % kLanes)) & 1);
         lanes |= static_cast<uint64_t>(set) << e;
       }
       return lanes;

@@ -129,6 +129,30 @@ TEST_F(KernelTemplate, RareLanesInAscendingOrderWithBlocksNotYetStored) {
   });
 }
 
+// Calls whose arrays exceed the last-level cache store their results around the caches from the
+// first line boundary of the results on: the same results and callbacks, on a result array off the
+// line grid (rare lanes in the elements before the boundary, in a streamed block and at the end).
+TEST_F(KernelTemplate, ResultsBeyondTheLastLevelCache) {
+  const int64_t cache = oxl_dft_pvk_cache_size(3);
+  const int n = static_cast<int>((cache > 0 ? cache : int64_t{8} << 20) / 4 + 100);
+  std::vector<float> a(n), buf(n + 16);
+  float* r = buf.data() + 3;
+  for (int i = 0; i < n; ++i) a[i] = static_cast<float>(i % 1000);
+  const int rare[] = {0, 100, n - 2};
+  for (int i : rare) a[i] = -2.0f;
+  g_result = r;
+  g_result_n = 0;
+  test::ForEachTarget([&](const std::string&) {
+    g_seen.clear();
+    TestKernel(n, a.data(), r);
+    ASSERT_EQ(g_seen.size(), 3u);
+    for (int k = 0; k < 3; ++k) EXPECT_EQ(g_seen[k].index, rare[k]);
+    for (int i = 0; i < n; ++i) {
+      if (r[i] != (a[i] < 0 ? 123.0f : a[i] + 1)) FAIL() << i;
+    }
+  });
+}
+
 // The caller's control word comes back; flags raised inside survive only when nothing changed.
 TEST_F(KernelTemplate, CallersControlWordComesBack) {
   using namespace platform;
