@@ -60,35 +60,16 @@ class Kernel {
   // Runs the body over n elements. `a` holds the kInputs input arrays, `r` the kOutputs result
   // arrays, as the caller passed them.
   static void Run(const Body& body, int64_t n, const In* const* a, Out* const* r) {
-    // The array pointers in locals: read through `a` and `r`, they would be loaded again after
-    // every block's stores (which might, for all the compiler knows, have changed them), and each
-    // block's store addresses would wait on the previous block's stores.
-    const In* a_local[Body::kInputs];
-    Out* r_local[Body::kOutputs];
-    for (size_t k = 0; k < Body::kInputs; ++k) a_local[k] = a[k];
-    for (size_t k = 0; k < Body::kOutputs; ++k) r_local[k] = r[k];
     int64_t i = 0;
-    if (StreamsResults(n, r_local)) {
+    if (StreamsResults(n, r)) {
       // Elements up to the results' first line boundary as a short block, then whole blocks of
       // whole lines, stored around the caches.
-      const size_t head = HWY_MIN(static_cast<size_t>(n), HeadToLine(r_local[0]));
+      const size_t head = HWY_MIN(static_cast<size_t>(n), HeadToLine(r[0]));
       if (head != 0) Partial(body, a, r, 0, head);
-      i = static_cast<int64_t>(head);
-      for (; i + static_cast<int64_t>(kBlock) <= n; i += kBlock) {
-        const In* in[Body::kInputs];
-        Out* out[Body::kOutputs];
-        for (size_t k = 0; k < Body::kInputs; ++k) in[k] = a_local[k] + i;
-        for (size_t k = 0; k < Body::kOutputs; ++k) out[k] = r_local[k] + i;
-        Block<true>(body, a, r, i, in, out, kBlock, /*tail=*/false);
-      }
+      i = Blocks<true>(body, a, r, static_cast<int64_t>(head), n);
       hwy::FlushStream();
-    }
-    for (; i + static_cast<int64_t>(kBlock) <= n; i += kBlock) {
-      const In* in[Body::kInputs];
-      Out* out[Body::kOutputs];
-      for (size_t k = 0; k < Body::kInputs; ++k) in[k] = a_local[k] + i;
-      for (size_t k = 0; k < Body::kOutputs; ++k) out[k] = r_local[k] + i;
-      Block<false>(body, a, r, i, in, out, kBlock, /*tail=*/false);
+    } else {
+      i = Blocks<false>(body, a, r, 0, n);
     }
     if (i < n) Partial(body, a, r, i, static_cast<size_t>(n - i));
   }
@@ -123,6 +104,27 @@ class Kernel {
       }
       return true;
     }
+  }
+
+  // Whole blocks from element i on; returns where they end.
+  template <bool kStream>
+  static HWY_INLINE int64_t Blocks(const Body& body, const In* const* a, Out* const* r, int64_t i,
+                                   int64_t n) {
+    // The array pointers in locals: read through `a` and `r`, they would be loaded again after
+    // every block's stores (which might, for all the compiler knows, have changed them), and each
+    // block's store addresses would wait on the previous block's stores.
+    const In* a_local[Body::kInputs];
+    Out* r_local[Body::kOutputs];
+    for (size_t k = 0; k < Body::kInputs; ++k) a_local[k] = a[k];
+    for (size_t k = 0; k < Body::kOutputs; ++k) r_local[k] = r[k];
+    for (; i + static_cast<int64_t>(kBlock) <= n; i += kBlock) {
+      const In* in[Body::kInputs];
+      Out* out[Body::kOutputs];
+      for (size_t k = 0; k < Body::kInputs; ++k) in[k] = a_local[k] + i;
+      for (size_t k = 0; k < Body::kOutputs; ++k) out[k] = r_local[k] + i;
+      Block<kStream>(body, a, r, i, in, out, kBlock, /*tail=*/false);
+    }
+    return i;
   }
 
   // Elements before the first line boundary of p.
