@@ -20,7 +20,7 @@ void dLnHA(int n, const double* a, double* r) {
   RunUnary(LogQuotientBody<double, LogFunction::kLn, LogLevel::kHA>{}, n, a, r);
 }
 void dLnLA(int n, const double* a, double* r) {
-  RunUnary(LogQuotientBody<double, LogFunction::kLn, LogLevel::kLA>{}, n, a, r);
+  RunUnary(LogRcpBody<double, LogFunction::kLn, LogLevel::kLA>{}, n, a, r);
 }
 void dLnEP(int n, const double* a, double* r) {
   RunUnary(LogQuotientBody<double, LogFunction::kLn, LogLevel::kEP>{}, n, a, r);
@@ -29,7 +29,7 @@ void dLog10HA(int n, const double* a, double* r) {
   RunUnary(LogQuotientBody<double, LogFunction::kLog10, LogLevel::kHA>{}, n, a, r);
 }
 void dLog10LA(int n, const double* a, double* r) {
-  RunUnary(LogQuotientBody<double, LogFunction::kLog10, LogLevel::kLA>{}, n, a, r);
+  RunUnary(LogRcpBody<double, LogFunction::kLog10, LogLevel::kLA>{}, n, a, r);
 }
 void dLog10EP(int n, const double* a, double* r) {
   RunUnary(LogQuotientBody<double, LogFunction::kLog10, LogLevel::kEP>{}, n, a, r);
