@@ -145,13 +145,13 @@ HWY_INLINE Split<D> SplitOf(D d, hn::VFromD<D> v, hn::TFromD<D> lower = hn::TFro
   // The upper eight intervals count one more power of two (their entries hold -ln(2c)): adding
   // half the mantissa range carries into the exponent exactly there.
   constexpr U kHalf = kFold ? U{1} << (kM - 1) : 0;
-  if constexpr (sizeof(T) == 4) {
+  if constexpr (sizeof(T) == 4 || HWY_TARGET == HWY_AVX3) {
     // rel is e 2^M plus the mantissa offset as a signed number: a shift and a conversion.
     const hn::RebindToSigned<D> di;
     out.e = hn::ConvertTo(d, hn::ShiftRight<kM>(hn::BitCast(di, hn::Add(rel, hn::Set(du, kHalf)))));
   } else {
-    // No conversion from 64-bit integers before AVX-512: the biased exponent below 2^M is
-    // placed in the mantissa of 2^M and the bias and 2^M subtracted.
+    // No conversion from 64-bit integers before AVX-512 (nor a 64-bit arithmetic shift): the
+    // biased exponent below 2^M is placed in the mantissa of 2^M and the bias and 2^M subtracted.
     const auto folded = hn::ShiftRight<kM>(hn::Add(rel, hn::Set(du, (U{F::kBias} << kM) + kHalf)));
     const auto shifted = hn::Or(folded, hn::Set(du, simd::ToBits(kShift)));
     out.e = hn::Sub(hn::BitCast(d, shifted), hn::Set(d, kShift + T(F::kBias)));
