@@ -410,8 +410,8 @@ HWY_INLINE hn::VFromD<D> EvaluateShort(D d, const Tables& tables, const Split<D>
   } else {
     // ln(1 + r) first, rounded to r's last place: added to e ln 2 - ln c last, the result carries
     // about one rounding of its own size (2.9 ulp when the sum with r rounds first).
-    auto ln1p = Fma(d, r2, q, r);
-    if constexpr (kFunc == LogFunction::kLog1p) ln1p = hn::Add(ln1p, extra);
+    const auto ln1p =
+        kFunc == LogFunction::kLog1p ? hn::Add(r, Fma(d, r2, q, extra)) : Fma(d, r2, q, r);
     const auto big = Fma(d, split.e, hn::Set(d, C::kLn2), t_hi);
     if constexpr (kFunc != LogFunction::kLog10) {
       return hn::Add(big, ln1p);
