@@ -88,7 +88,7 @@ void Array(FILE* out, const char* type, const std::string& name, const std::vect
 // -ln(c) of the 16 intervals: Hi of type T on the grid 2^-grid, Lo as a float.
 template <class T>
 void LogTables(FILE* out, const char* type, const std::string& name, int grid,
-               float (*reciprocal)(int)) {
+               float (*reciprocal)(int), bool with_lolo = true) {
   std::vector<T> hi;
   std::vector<float> lo, lolo, one;
   Mp exact, rest;
@@ -124,9 +124,51 @@ void LogTables(FILE* out, const char* type, const std::string& name, int grid,
   Array(out, "float", name + "Lo", lo);
   if constexpr (sizeof(T) == 4) {
     Array(out, "float", name, one);
-  } else {
+  } else if (with_lolo) {
     Array(out, "float", name + "LoLo", lolo);
   }
+}
+
+// -ln(c) (-ln(2c) in the upper half) of the 16 intervals, rounded to double.
+std::vector<double> OnePart(float (*reciprocal)(int)) {
+  std::vector<double> values;
+  Mp exact;
+  for (int i = 0; i < 16; ++i) {
+    mpfr_set_flt(exact.v, reciprocal(i), MPFR_RNDN);
+    if (i >= 8) mpfr_mul_2si(exact.v, exact.v, 1, MPFR_RNDN);
+    mpfr_log(exact.v, exact.v, MPFR_RNDN);
+    values.push_back(i == 0 ? 0.0 : -mpfr_get_d(exact.v, MPFR_RNDN));
+  }
+  return values;
+}
+
+// The largest |m c - 1| over the intervals with their short reciprocals.
+double ShortReach() {
+  double reach = 0;
+  for (int i = 0; i < 16; ++i) {
+    const double lo = i == 0 ? 1 - 0x1p-6 : 1 + (2 * i - 1) / 32.0;
+    const double hi = 1 + (2 * i + 1) / 32.0;
+    const double c = ShortReciprocal(i);
+    reach = std::max({reach, std::abs(lo * c - 1), std::abs(hi * c - 1)});
+  }
+  return reach;
+}
+
+// q for ln(1 + r) = r + r^2 q(r) on |r| <= reach, fitted in the error relative to ln(1 + r).
+std::vector<double> Log1pPolynomial(int terms, double reach) {
+  std::vector<Mp> grid(3000);
+  for (size_t k = 0; k < grid.size(); ++k) {
+    mpfr_set_d(grid[k].v, reach * (2 * (k + 0.5) / grid.size() - 1), MPFR_RNDN);
+  }
+  return LawsonFit(grid, terms, 40, [](mpfr_srcptr r, std::vector<Mp>& basis, mpfr_ptr target) {
+    Mp ln;
+    mpfr_log1p(ln.v, r, MPFR_RNDN);
+    mpfr_sub(target, ln.v, r, MPFR_RNDN);
+    mpfr_div(target, target, ln.v, MPFR_RNDN);
+    mpfr_sqr(basis[0].v, r, MPFR_RNDN);
+    mpfr_div(basis[0].v, basis[0].v, ln.v, MPFR_RNDN);
+    for (size_t i = 1; i < basis.size(); ++i) mpfr_mul(basis[i].v, basis[i - 1].v, r, MPFR_RNDN);
+  });
 }
 
 }  // namespace
@@ -146,6 +188,16 @@ int main(int argc, char** argv) {
   Array(out, "float", "kLnFRcp", short_reciprocals);
   LogTables<float>(out, "float", "kLnF", 17, ShortReciprocal);
   LogTables<double>(out, "double", "kLnD", 40, Reciprocal);
+  LogTables<double>(out, "double", "kLnDShort", 40, ShortReciprocal, false);
+  Array(out, "double", "kLnDShort", OnePart(ShortReciprocal));
+
+  // ln(1 + r) = r + r^2 q(r) on the short reciprocals' |r| <= 0.0342, near-minimax in the error
+  // relative to ln(1 + r): 9 terms 2^-60.7 (HA), 8 terms 2^-55.1 (LA), 4 terms 2^-30.9 (EP).
+  const double reach = ShortReach();
+  for (const auto& [name, terms] :
+       {std::pair{"kLnShortHA", 9}, std::pair{"kLnShortLA", 8}, std::pair{"kLnShortEP", 4}}) {
+    PrintDoubleArray(out, name, Log1pPolynomial(terms, reach));
+  }
 
   // The quotient kernels: ln m = 2 atanh(s), atanh(s) = s + s z P(z) with z = s^2 up to 1/25
   // (m in [3/4, 3/2)), near-minimax in the error relative to atanh(s): 8 terms 2^-61.1 (HA),

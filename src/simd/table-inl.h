@@ -21,6 +21,7 @@
 #endif
 
 #include <cstddef>
+#include <type_traits>
 
 #include <hwy/highway.h>
 
@@ -234,6 +235,45 @@ HWY_API hn::VFromD<D> Lookup(D d, const FloatTable<D>& table, VI index) {
     const auto masked =
         hn::And(hn::BitCast(di, index), hn::Set(di, static_cast<hn::TFromD<decltype(di)>>(15)));
     return hn::GatherIndex(d, table.values, masked);
+  }
+}
+
+// A table of 16 doubles, each the exact sum first + second of two floats (up to 48 significant
+// bits). AVX2 reads the two float tables and adds them; elsewhere one table of the sums spares
+// the second permute and the addition. The sums are exact, so every target gives the same values.
+template <class D>
+struct FloatSumTable {
+  static constexpr bool kTwoTables = FloatTable<D>::kFloatPermutes;
+  struct None {};
+  std::conditional_t<kTwoTables, FloatTable<D>, None> first, second;
+  alignas(64) hn::TFromD<D> sums[16];
+  RegisterTable<D, 16> table;
+};
+
+template <class D>
+HWY_API FloatSumTable<D> LoadFloatSumTable(D d, const float* HWY_RESTRICT first,
+                                           const float* HWY_RESTRICT second) {
+  FloatSumTable<D> out;
+  if constexpr (FloatSumTable<D>::kTwoTables) {
+    out.first = LoadFloatTable(d, first);
+    out.second = LoadFloatTable(d, second);
+  } else {
+    using T = hn::TFromD<D>;
+    for (size_t i = 0; i < 16; ++i)
+      out.sums[i] = static_cast<T>(first[i]) + static_cast<T>(second[i]);
+    out.table = LoadTable<16>(d, out.sums);
+  }
+  return out;
+}
+
+// Lookup(d, table, index): lane i gets the sum at index[i] mod 16. Tables that read memory read
+// the table's own copy, which must outlive the call.
+template <class D, class VI>
+HWY_API hn::VFromD<D> Lookup(D d, const FloatSumTable<D>& table, VI index) {
+  if constexpr (FloatSumTable<D>::kTwoTables) {
+    return hn::Add(Lookup(d, table.first, index), Lookup(d, table.second, index));
+  } else {
+    return Lookup(d, table.table, index);
   }
 }
 

@@ -1,18 +1,18 @@
 // Bodies of the Ln, Log10 and Log1p kernels. Re-included once per SIMD target.
 //
-// The reciprocal kernels (every float kernel and every Log1p kernel)
-// write v = 2^k m with m in [A, 2A), A = 1 - 2^-6, by integer arithmetic on the bits of v, and read
-// the interval of m from the four bits below the exponent of bits(m) - bits(A): interval 0 is [A, 1
-// + 2^-5), around 1, the others have width 1/16. With c a reciprocal of the interval's midpoint
-// (1 for interval 0) and r = m c - 1, |r| <= 0.035 and
+// The reciprocal kernels (every float kernel, the double Log1p kernels and the double Ln and
+// Log10 LA kernels) write v = 2^k m with m in [A, 2A), A = 1 - 2^-6, by integer arithmetic on the
+// bits of v, and read the interval of m from the four bits below the exponent of bits(m) - bits(A):
+// interval 0 is [A, 1 + 2^-5), around 1, the others have width 1/16. With c a reciprocal of the
+// interval's midpoint (1 for interval 0) and r = m c - 1, |r| <= 0.035 and
 //   ln v = k ln 2 - ln c + ln(1 + r),
 // -ln c from a table in registers, ln(1 + r) a short polynomial. The upper eight intervals hold
 // -ln(2c) and count k one larger, so that no entry comes near ln 2: a v just below a power of two
 // does not cancel its entry against k ln 2, and near 1 the result is r and the polynomial alone.
-// The double HA kernels carry r exactly as a pair (m c is a product of two doubles), and
-// k ln 2 - ln c in two parts with k ln2hi + T_hi exact, and sum them to twice the precision; LA
-// rounds once per step with the same two-part terms, EP with one-part terms and a shorter
-// polynomial. The float kernels take c on a grid coarse enough that r is exact (EvaluateFloat).
+// These kernels take c on a grid coarse enough that r is exact (EvaluateShort): HA sums
+// k ln2hi + T_hi + r to twice the precision and the rest in one part, LA and EP round once per
+// step. Pow, the gamma, hyperbolic, complex and inverse error kernels take the double tables of
+// reciprocals rounded to float, with r carried as a pair (Evaluate, LnPair).
 //
 // The fast path holds for positive normal v, tested on its bits. Blocks holding other values
 // run a second pass over the mantissa of v in [1, 2) and the exponent of v, which serves the
@@ -20,8 +20,10 @@
 // make the exponent or the mantissa not finite, which shows up as a NaN in a quantity that pass
 // forms anyway (the signal), and the signal marks the lane rare.
 //
-// The double Ln and Log10 kernels have no reciprocal: one division gives s = (m - 1) / (m + 1)
-// and ln m = 2 atanh(s) a polynomial in s^2 fitted to each level (LogQuotientBody).
+// The double Ln and Log10 HA and EP kernels have no reciprocal: one division gives
+// s = (m - 1) / (m + 1) and ln m = 2 atanh(s) a polynomial in s^2 fitted to each level
+// (LogQuotientBody). On AVX2, without wide register permutes, the reads of the reciprocal
+// kernels' tables cost more than the divider (HA 1.3x, EP 1.3x as slow).
 
 #include <array>
 #include <limits>
@@ -143,13 +145,13 @@ HWY_INLINE Split<D> SplitOf(D d, hn::VFromD<D> v, hn::TFromD<D> lower = hn::TFro
   // The upper eight intervals count one more power of two (their entries hold -ln(2c)): adding
   // half the mantissa range carries into the exponent exactly there.
   constexpr U kHalf = kFold ? U{1} << (kM - 1) : 0;
-  if constexpr (sizeof(T) == 4) {
+  if constexpr (sizeof(T) == 4 || HWY_TARGET == HWY_AVX3) {
     // rel is e 2^M plus the mantissa offset as a signed number: a shift and a conversion.
     const hn::RebindToSigned<D> di;
     out.e = hn::ConvertTo(d, hn::ShiftRight<kM>(hn::BitCast(di, hn::Add(rel, hn::Set(du, kHalf)))));
   } else {
-    // No conversion from 64-bit integers before AVX-512: the biased exponent below 2^M is
-    // placed in the mantissa of 2^M and the bias and 2^M subtracted.
+    // No conversion from 64-bit integers before AVX-512 (nor a 64-bit arithmetic shift): the
+    // biased exponent below 2^M is placed in the mantissa of 2^M and the bias and 2^M subtracted.
     const auto folded = hn::ShiftRight<kM>(hn::Add(rel, hn::Set(du, (U{F::kBias} << kM) + kHalf)));
     const auto shifted = hn::Or(folded, hn::Set(du, simd::ToBits(kShift)));
     out.e = hn::Sub(hn::BitCast(d, shifted), hn::Set(d, kShift + T(F::kBias)));
@@ -299,31 +301,88 @@ HWY_INLINE Pair<D> LnTerms(D d, const RcpTables<T, kLevel>& tables, const Split<
   return {red.s, hn::Add(low, TailOf<T, kFunc, kLevel, P>(d, red.r))};
 }
 
-// The float ln(v) (log10) for v = 2^split.e split.m, with lo an addend to v as below. The short
-// reciprocal makes r = m c - 1 exact, so HA needs only e ln2hi + T_hi + r to twice the precision
+// ln(1 + r) = r + r^2 q(r) on the short reciprocals' |r| <= 0.0342 (every interval's r), q fitted
+// to each level in the error relative to ln(1 + r). Float: q(0) = -1/2, HA and LA of degree 3,
+// within 2^-28.7 of r and 2^-33.5 absolute; EP of degree 1, 2^-16.6 of r. Double
+// (tools/log_tables.cpp): 9 terms 2^-60.7 (HA), 8 terms 2^-55.1 (LA), 4 terms 2^-30.9 (EP).
+template <class T, LogLevel kLevel>
+struct ShortTail {
+  template <class D, class V>
+  static HWY_INLINE V Of(D d, V r, V r2) {
+    namespace lt = vek::log_tables;
+    if constexpr (sizeof(T) == 4) {
+      if constexpr (kLevel == LogLevel::kEP) {
+        return Fma(d, r, hn::Set(d, 0x1.5592b6p-2f), hn::Set(d, -0.5f));
+      } else {
+        return Estrin(d, r, r2, -0.5f, 0x1.55554ep-2f, -0x1.002426p-2f, 0x1.9a2880p-3f);
+      }
+    } else if constexpr (kLevel == LogLevel::kHA) {
+      return Estrin(d, r, r2, lt::kLnShortHA);
+    } else if constexpr (kLevel == LogLevel::kLA) {
+      return Estrin(d, r, r2, lt::kLnShortLA);
+    } else {
+      return Estrin(d, r, r2, lt::kLnShortEP);
+    }
+  }
+};
+
+// The tables of the double kernels on the short reciprocals: c as the float kernels have it, and
+// -ln c in two parts at HA (Hi on the grid of e ln2hi, as a sum of two floats, and Lo), in one
+// part (rounded to double) at LA and EP.
+template <LogLevel kLevel>
+struct ShortTablesD {
+  using D = hn::ScalableTag<double>;
+  static constexpr bool kTwoParts = kLevel == LogLevel::kHA;
+  struct None {};
+  FloatTable<D> reciprocal = LoadFloatTable(D(), vek::log_tables::kLnFRcp);
+  std::conditional_t<kTwoParts, FloatSumTable<D>, RegisterTable<D, 16>> hi = LoadHigh();
+  [[no_unique_address]] std::conditional_t<kTwoParts, FloatTable<D>, None> lo = LoadLow();
+
+  static auto LoadHigh() {
+    namespace lt = vek::log_tables;
+    if constexpr (kTwoParts) {
+      return LoadFloatSumTable(D(), lt::kLnDShortHiFirst, lt::kLnDShortHiSecond);
+    } else {
+      return LoadTable<16>(D(), lt::kLnDShort);
+    }
+  }
+  static auto LoadLow() {
+    if constexpr (kTwoParts) {
+      return LoadFloatTable(D(), vek::log_tables::kLnDShortLo);
+    } else {
+      return None{};
+    }
+  }
+
+  template <class VI>
+  HWY_INLINE hn::VFromD<D> High(D d, VI index) const {
+    return Lookup(d, hi, index);
+  }
+};
+
+// ln(v) (log10) for v = 2^split.e split.m, with lo an addend to v as below, on the short
+// reciprocals (the float kernels, and the double Ln, Log10 and Log1p). c is on a grid coarse
+// enough that r = m c - 1 is exact, so HA needs only e ln2hi + T_hi + r to twice the precision
 // (the fast two-sum: |e ln2hi + T_hi| >= 0.03 > |r| wherever it is not 0) and the rest in one
 // part; LA and EP round once per step, with one-part e ln 2 - ln c.
-// ln(1 + r) = r + r^2 q(r), q fitted with q(0) = -1/2 on |r| <= 0.0342 (every interval's r):
-// HA and LA of degree 3, within 2^-28.7 of r and 2^-33.5 absolute; EP of degree 1, 2^-16.6 of r.
-template <LogFunction kFunc, LogLevel kLevel, class D>
-HWY_INLINE hn::VFromD<D> EvaluateFloat(D d, const RcpTables<float, kLevel>& tables,
-                                       const Split<D>& split, hn::VFromD<D> lo) {
-  using C = Consts<float>;
+template <LogFunction kFunc, LogLevel kLevel, class D, class Tables>
+HWY_INLINE hn::VFromD<D> EvaluateShort(D d, const Tables& tables, const Split<D>& split,
+                                       hn::VFromD<D> lo) {
+  using T = hn::TFromD<D>;
+  using C = Consts<T>;
   const auto c = Lookup(d, tables.reciprocal, split.index);
   const auto t_hi = tables.High(d, split.index);
-  const auto r = Fma(d, split.m, c, hn::Set(d, -1.0f));
+  const auto r = Fma(d, split.m, c, hn::Set(d, T(-1)));
   // Log1p's lo / v enters with the slope 1 - r of ln(1 + r), and the polynomial sees r alone:
-  // r is 0 or at least 2^-29 (a multiple of it), so that its powers are never denormals, whose
-  // arithmetic is slow, as those of r + lo / v for a tiny x would be.
+  // r is 0 or at least 2^-29 (2^-58), a multiple of it, so that its powers are never denormals,
+  // whose arithmetic is slow, as those of r + lo / v for a tiny x would be.
   auto extra = hn::Zero(d);
   if constexpr (kFunc == LogFunction::kLog1p) {
     const auto lo_over_v = LowOverV(d, split, c, lo);
     extra = Fma(d, hn::Neg(lo_over_v), r, lo_over_v);
   }
   const auto r2 = hn::Mul(r, r);
-  const auto q = kLevel == LogLevel::kEP
-                     ? Fma(d, r, hn::Set(d, 0x1.5592b6p-2f), hn::Set(d, -0.5f))
-                     : Estrin(d, r, r2, -0.5f, 0x1.55554ep-2f, -0x1.002426p-2f, 0x1.9a2880p-3f);
+  const auto q = ShortTail<T, kLevel>::Of(d, r, r2);
   const auto lg = hn::Set(d, C::kLog10OfEHi);
   if constexpr (kLevel == LogLevel::kHA) {
     const auto big = Fma(d, split.e, hn::Set(d, C::kLn2Hi), t_hi);
@@ -339,7 +398,7 @@ HWY_INLINE hn::VFromD<D> EvaluateFloat(D d, const RcpTables<float, kLevel>& tabl
       const auto err = Fms(d, s, lg, hi);
       return hn::Add(hi, Fma(d, low, lg, Fma(d, s, hn::Set(d, C::kLog10OfELo), err)));
     }
-  } else {
+  } else if constexpr (sizeof(T) == 4) {
     auto sum = hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2), t_hi), r);
     if constexpr (kFunc == LogFunction::kLog1p) sum = hn::Add(sum, extra);
     if constexpr (kFunc != LogFunction::kLog10) {
@@ -347,6 +406,17 @@ HWY_INLINE hn::VFromD<D> EvaluateFloat(D d, const RcpTables<float, kLevel>& tabl
     } else {
       // Scaled apart: a rounding of sum + r^2 q and then of the product costs an ulp more.
       return Fma(d, sum, lg, hn::Mul(hn::Mul(r2, q), lg));
+    }
+  } else {
+    // ln(1 + r) first, rounded to r's last place: added to e ln 2 - ln c last, the result carries
+    // about one rounding of its own size (2.9 ulp when the sum with r rounds first).
+    const auto ln1p =
+        kFunc == LogFunction::kLog1p ? hn::Add(r, Fma(d, r2, q, extra)) : Fma(d, r2, q, r);
+    const auto big = Fma(d, split.e, hn::Set(d, C::kLn2), t_hi);
+    if constexpr (kFunc != LogFunction::kLog10) {
+      return hn::Add(big, ln1p);
+    } else {
+      return Fma(d, big, lg, hn::Mul(ln1p, lg));
     }
   }
 }
@@ -359,7 +429,7 @@ template <class T, LogFunction kFunc, LogLevel kLevel, class P = Tail<T, kLevel>
 HWY_INLINE hn::VFromD<D> Evaluate(D d, const RcpTables<T, kLevel>& tables, const Split<D>& split,
                                   hn::VFromD<D> lo) {
   if constexpr (sizeof(T) == 4) {
-    return EvaluateFloat<kFunc, kLevel>(d, tables, split, lo);
+    return EvaluateShort<kFunc, kLevel>(d, tables, split, lo);
   } else {
     using C = Consts<T>;
     const auto one = hn::Set(d, T(1));
@@ -452,7 +522,9 @@ struct LogRcpBody : UnaryRealBody<T> {
   const char* name = kFunc == LogFunction::kLn      ? (OXL_VEK_REAL_NAME(T, Ln))
                      : kFunc == LogFunction::kLog10 ? (OXL_VEK_REAL_NAME(T, Log10))
                                                     : (OXL_VEK_REAL_NAME(T, Log1p));
-  log_detail::RcpTables<T, kLevel> tables;
+  std::conditional_t<sizeof(T) == 4, log_detail::RcpTables<T, kLevel>,
+                     log_detail::ShortTablesD<kLevel>>
+      tables;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
@@ -471,7 +543,8 @@ struct LogRcpBody : UnaryRealBody<T> {
       lo = hn::Sub(hn::Min(x, one), hn::Sub(v, hn::Max(x, one)));
     }
     const auto fast = log_detail::PositiveNormal(d, v);
-    auto result = log_detail::Evaluate<T, kFunc>(d, tables, log_detail::SplitOf(d, v), lo);
+    auto result =
+        log_detail::EvaluateShort<kFunc, kLevel>(d, tables, log_detail::SplitOf(d, v), lo);
     rare[0] = hn::MaskFromVec(zero);
     if (!hn::AllTrue(d, fast)) [[unlikely]] {
       // The mantissa in [1, 2) and the exponent, exact also for denormals. Log1p drops lo: v is
@@ -480,7 +553,7 @@ struct LogRcpBody : UnaryRealBody<T> {
       const auto e = GetExp(d, v);
       auto split = log_detail::SplitOf(d, m);
       split.e = hn::Add(split.e, e);
-      const auto again = log_detail::Evaluate<T, kFunc>(d, tables, split, zero);
+      const auto again = log_detail::EvaluateShort<kFunc, kLevel>(d, tables, split, zero);
       result = hn::IfThenElse(fast, result, again);
       // The signal: NaN where e is infinite or NaN (zeros, infinities, NaNs) or m is a NaN
       // (negative numbers).
