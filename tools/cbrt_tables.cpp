@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "lawson_fit.h"
@@ -24,11 +26,11 @@ constexpr int kRows = 16;
 template <class T>
 struct Shape {
   const char* suffix;
-  int bias_third;  // K
-  int bias_rest;   // s
-  int tol_bits;    // T within 2^-tol_bits of its rounding
-  double step;     // distance between two candidates rc, relative
-  int terms;       // coefficients of p, r^1 upwards
+  int bias_third;                                  // K
+  int bias_rest;                                   // s
+  int tol_bits;                                    // T within 2^-tol_bits of its rounding
+  double step;                                     // distance between two candidates rc, relative
+  std::vector<std::pair<const char*, int>> polys;  // level, coefficients of p (r^1 upwards)
 };
 
 template <class T>
@@ -77,6 +79,55 @@ void Emit(FILE* out, const char* type, const char* name, const std::vector<T>& v
   std::fprintf(out, "\n};\n");
 }
 
+// p(r) = r (c0 + c1 r + ...), fitted to (cbrt(1 + r) - 1) / cbrt(1 + r) with the basis
+// r^(i+1) / cbrt(1 + r): the relative error of 1 + p; the coefficients rounded to T.
+template <class T>
+void Polynomial(FILE* out, const char* name, int terms, double r_lo, double r_hi) {
+  const char* type = sizeof(T) == 4 ? "float" : "double";
+  // p(r) = r (c0 + c1 r + ...), fitted to (cbrt(1 + r) - 1) / cbrt(1 + r) with the basis
+  // r^(i+1) / cbrt(1 + r): the relative error of 1 + p.
+  std::vector<Mp> grid(400);
+  for (size_t k = 0; k < grid.size(); ++k) {
+    const double c = std::cos(M_PI * (k + 0.5) / grid.size());
+    mpfr_set_d(grid[k].v, (r_lo + r_hi) / 2 + c * (r_hi - r_lo) / 2, MPFR_RNDN);
+  }
+  const auto root = [](mpfr_srcptr r, mpfr_ptr f) {
+    mpfr_add_ui(f, r, 1, MPFR_RNDN);
+    mpfr_rootn_ui(f, f, 3, MPFR_RNDN);
+  };
+  const std::vector<double> fitted =
+      LawsonFit(grid, terms, 60, [&](mpfr_srcptr r, std::vector<Mp>& basis, mpfr_ptr target) {
+        Mp f;
+        root(r, f.v);
+        mpfr_sub_ui(target, f.v, 1, MPFR_RNDN);
+        mpfr_div(target, target, f.v, MPFR_RNDN);
+        for (int i = 0; i < terms; ++i) {
+          mpfr_pow_ui(basis[i].v, r, i + 1, MPFR_RNDN);
+          mpfr_div(basis[i].v, basis[i].v, f.v, MPFR_RNDN);
+        }
+      });
+  std::vector<T> c(fitted.begin(), fitted.end());
+  double worst_poly = 0;
+  Mp r, p, f;
+  for (int k = 0; k <= 8000; ++k) {
+    mpfr_set_d(r.v, r_lo + (r_hi - r_lo) * k / 8000, MPFR_RNDN);
+    mpfr_set_d(p.v, c[terms - 1], MPFR_RNDN);
+    for (int i = terms - 2; i >= 0; --i) {
+      mpfr_mul(p.v, p.v, r.v, MPFR_RNDN);
+      mpfr_add_d(p.v, p.v, c[i], MPFR_RNDN);
+    }
+    mpfr_mul(p.v, p.v, r.v, MPFR_RNDN);
+    mpfr_add_ui(p.v, p.v, 1, MPFR_RNDN);
+    root(r.v, f.v);
+    mpfr_div(p.v, p.v, f.v, MPFR_RNDN);
+    mpfr_sub_ui(p.v, p.v, 1, MPFR_RNDN);
+    worst_poly = std::max(worst_poly, std::fabs(mpfr_get_d(p.v, MPFR_RNDN)));
+  }
+  std::fprintf(out, "// p of %d terms: relative error of the rounded coefficients %.1e.\n", terms,
+               worst_poly);
+  Emit(out, type, name, c, c.size());
+}
+
 template <class T>
 void Tables(FILE* out, const Shape<T>& shape) {
   const char* type = sizeof(T) == 4 ? "float" : "double";
@@ -104,52 +155,16 @@ void Tables(FILE* out, const Shape<T>& shape) {
     r_lo = std::min(r_lo, (1 + static_cast<double>(t) / kRows) * rc[t] - 1);
     r_hi = std::max(r_hi, (1 + (t + 1.0) / kRows) * rc[t] - 1);
   }
-  // p(r) = r (c0 + c1 r + ...), fitted to (cbrt(1 + r) - 1) / cbrt(1 + r) with the basis
-  // r^(i+1) / cbrt(1 + r): the relative error of 1 + p.
-  std::vector<Mp> grid(400);
-  for (size_t k = 0; k < grid.size(); ++k) {
-    const double c = std::cos(M_PI * (k + 0.5) / grid.size());
-    mpfr_set_d(grid[k].v, (r_lo + r_hi) / 2 + c * (r_hi - r_lo) / 2, MPFR_RNDN);
-  }
-  const auto root = [](mpfr_srcptr r, mpfr_ptr f) {
-    mpfr_add_ui(f, r, 1, MPFR_RNDN);
-    mpfr_rootn_ui(f, f, 3, MPFR_RNDN);
-  };
-  const std::vector<double> fitted =
-      LawsonFit(grid, shape.terms, 60, [&](mpfr_srcptr r, std::vector<Mp>& basis, mpfr_ptr target) {
-        Mp f;
-        root(r, f.v);
-        mpfr_sub_ui(target, f.v, 1, MPFR_RNDN);
-        mpfr_div(target, target, f.v, MPFR_RNDN);
-        for (int i = 0; i < shape.terms; ++i) {
-          mpfr_pow_ui(basis[i].v, r, i + 1, MPFR_RNDN);
-          mpfr_div(basis[i].v, basis[i].v, f.v, MPFR_RNDN);
-        }
-      });
-  std::vector<T> c(fitted.begin(), fitted.end());
-  double worst_poly = 0;
-  Mp r, p, f;
-  for (int k = 0; k <= 8000; ++k) {
-    mpfr_set_d(r.v, r_lo + (r_hi - r_lo) * k / 8000, MPFR_RNDN);
-    mpfr_set_d(p.v, c[shape.terms - 1], MPFR_RNDN);
-    for (int i = shape.terms - 2; i >= 0; --i) {
-      mpfr_mul(p.v, p.v, r.v, MPFR_RNDN);
-      mpfr_add_d(p.v, p.v, c[i], MPFR_RNDN);
-    }
-    mpfr_mul(p.v, p.v, r.v, MPFR_RNDN);
-    mpfr_add_ui(p.v, p.v, 1, MPFR_RNDN);
-    root(r.v, f.v);
-    mpfr_div(p.v, p.v, f.v, MPFR_RNDN);
-    mpfr_sub_ui(p.v, p.v, 1, MPFR_RNDN);
-    worst_poly = std::max(worst_poly, std::fabs(mpfr_get_d(p.v, MPFR_RNDN)));
-  }
   std::fprintf(out,
-               "\n// %s: rc_t, then T_(16j+t) (48 entries, within %.3f ulp of exact), then p on\n"
-               "// r in [%.5f, %.5f] (relative error of the rounded coefficients %.1e).\n",
-               type, worst_table, r_lo, r_hi, worst_poly);
+               "\n// %s: rc_t, then T_(16j+t) (48 entries, within %.3f ulp of exact), for r in\n"
+               "// [%.5f, %.5f].\n",
+               type, worst_table, r_lo, r_hi);
   Emit(out, type, (std::string("kCbrtRecip") + shape.suffix).c_str(), rc, kRows);
   Emit(out, type, (std::string("kCbrtRoot") + shape.suffix).c_str(), table, 64);
-  Emit(out, type, (std::string("kCbrtPoly") + shape.suffix).c_str(), c, c.size());
+  for (const auto& [level, terms] : shape.polys) {
+    Polynomial<T>(out, (std::string("kCbrtPoly") + level + shape.suffix).c_str(), terms, r_lo,
+                  r_hi);
+  }
 }
 
 }  // namespace
@@ -160,7 +175,7 @@ int main(int argc, char** argv) {
   std::fprintf(out,
                "// Reciprocals rc_t, scaled cube roots T and the polynomial of the cube-root\n"
                "// kernels. Written by tools/cbrt_tables.cpp; do not edit.\n");
-  Tables<float>(out, {"F", 42, 1, 5, 0x1p-24, 4});
-  Tables<double>(out, {"D", 341, 0, 6, 0x1p-40, 8});
+  Tables<float>(out, {"F", 42, 1, 5, 0x1p-24, {{"Ha", 3}, {"Ep", 1}}});
+  Tables<double>(out, {"D", 341, 0, 6, 0x1p-40, {{"Ha", 8}, {"La", 7}, {"Ep", 3}}});
   return std::fclose(out) == 0 ? 0 : 1;
 }

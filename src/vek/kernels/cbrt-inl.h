@@ -1,5 +1,9 @@
 // Bodies of the Cbrt, InvCbrt and Pow2o3 kernels. Re-included once per SIMD target.
 //
+// Cbrt reads a table (TableCbrt below): 2^q T (1 + p(r)) with one rounding, 0.54 ulp at most
+// (double HA, float HA), its levels differing in the degree of p only. InvCbrt and Pow2o3 keep an
+// iteration that needs no table:
+//
 // |x| = 2^e m with m in [1, 2) (GetExp, GetMant: exact, denormals included); e = 3q + j with
 // j in {0, 1, 2}, and u = 2^j m in [1, 8), so that cbrt|x| = 2^q cbrt(u). The exponent is divided
 // by three in floating point: q = floor((e + 1/2) / 3) is exact, since (e + 1/2) / 3 lies at least
@@ -10,14 +14,14 @@
 //   z' = z + z (e/3 + 2 e^2 / 9),  e = 1 - u z^3,
 // whose error is of order e^3, near 2^-42. From z' each function takes its last step against an
 // exact residual (products split into a rounded part and its error by fused operations):
-//   Cbrt:    y = u z'^2 and y' = y + (u - y^3) z'^2 / 3; u - y^3 is formed from u - fl(y^2 y),
-//            exact by Sterbenz's lemma, minus the two products' errors;
 //   InvCbrt: z'' = z' + z' (1 - u z'^3) / 3, with u z' and z'^2 split into two parts each;
-//   Pow2o3:  the square of Cbrt's y + delta, y^2 split, plus 2 y delta.
+//   Pow2o3:  y = u z'^2 and y' = y + (u - y^3) z'^2 / 3, where u - y^3 is formed from
+//            u - fl(y^2 y), exact by Sterbenz's lemma, minus the two products' errors; then the
+//            square of y + delta, y^2 split, plus 2 y delta.
 // For double each result is then the rounding of a value within a few 2^-80 of the exact one: 0.5
-// ulp plus a hair. Float Cbrt and InvCbrt skip the third-order step (0.686 ulp at most over all
-// positive normal floats for Cbrt). Zeros, infinities and NaNs go through the same instructions: e
-// = -inf or +inf makes q infinite, and the final Scalef gives zero or infinity; a NaN stays a NaN.
+// ulp plus a hair. Float InvCbrt skips the third-order step. Zeros, infinities and NaNs go through
+// the same instructions: e = -inf or +inf makes q infinite, and the final Scalef gives zero or
+// infinity; a NaN stays a NaN.
 
 #include <limits>
 
@@ -41,19 +45,33 @@ HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 namespace cbrt_detail {
 
+// The table kernel's levels differ in the polynomial only: its error relative to the result is
+// 2^-27 (float HA, which serves LA too; double EP), 2^-13 (float EP), 2^-59 (double HA), 2^-53
+// (double LA).
+enum class CbrtLevel { kHA, kLA, kEP };
+
 template <class T>
 struct TableOf;
 template <>
 struct TableOf<float> {
   static constexpr const float* kRecip = vek::cbrt_tables::kCbrtRecipF;
   static constexpr const float* kRoot = vek::cbrt_tables::kCbrtRootF;
-  static constexpr const auto& kPoly = vek::cbrt_tables::kCbrtPolyF;
+  template <CbrtLevel kLevel>
+  static constexpr const auto& Poly() {
+    if constexpr (kLevel != CbrtLevel::kEP) return vek::cbrt_tables::kCbrtPolyHaF;
+    if constexpr (kLevel == CbrtLevel::kEP) return vek::cbrt_tables::kCbrtPolyEpF;
+  }
 };
 template <>
 struct TableOf<double> {
   static constexpr const double* kRecip = vek::cbrt_tables::kCbrtRecipD;
   static constexpr const double* kRoot = vek::cbrt_tables::kCbrtRootD;
-  static constexpr const auto& kPoly = vek::cbrt_tables::kCbrtPolyD;
+  template <CbrtLevel kLevel>
+  static constexpr const auto& Poly() {
+    if constexpr (kLevel == CbrtLevel::kHA) return vek::cbrt_tables::kCbrtPolyHaD;
+    if constexpr (kLevel == CbrtLevel::kLA) return vek::cbrt_tables::kCbrtPolyLaD;
+    if constexpr (kLevel == CbrtLevel::kEP) return vek::cbrt_tables::kCbrtPolyEpD;
+  }
 };
 
 template <class D>
@@ -141,8 +159,8 @@ HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> x) {
                      hn::IfThenElse(j1, hn::Set(d, T(0.7937005259840998)), hn::Set(d, T(1))));
   const auto z = hn::Mul(p, table);
   if constexpr (sizeof(T) == 4 && !kSquare) {
-    // Float Cbrt and InvCbrt need no step: their last step squares the polynomial's 2^-14.6
-    // (products of two such errors, 0.2 ulp at most). Pow2o3 doubles them, and keeps the step.
+    // Float InvCbrt needs no step: its last step squares the polynomial's 2^-14.6 (products of
+    // two such errors, 0.2 ulp at most). Pow2o3 doubles them, and keeps the step.
     out.z = z;
   } else {
     const auto err = Fnma(d, hn::Mul(out.u, z), hn::Mul(z, z), hn::Set(d, T(1)));
@@ -152,7 +170,8 @@ HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> x) {
   return out;
 }
 
-// cbrt(u) as y + delta, y = u z^2 rounded and delta the correction from the exact residual.
+// cbrt(u) as y + delta, y = u z^2 rounded and delta the correction from the exact residual, for
+// Pow2o3.
 template <class D>
 struct Root {
   hn::VFromD<D> y;
@@ -213,7 +232,7 @@ HWY_INLINE VU Times48(D, VU q) {
 #endif
 }
 
-template <class D>
+template <CbrtLevel kLevel, class D>
 HWY_INLINE hn::VFromD<D> TableCbrt(D d, const RootTables<hn::TFromD<D>>& tables, hn::VFromD<D> x) {
   using T = hn::TFromD<D>;
   using U = simd::BitsOf<T>;
@@ -239,7 +258,7 @@ HWY_INLINE hn::VFromD<D> TableCbrt(D d, const RootTables<hn::TFromD<D>>& tables,
                                        hn::Set(du, simd::ToBits(T(1)))));
   const auto r = Fma(d, m, Lookup(d, tables.recip, index), hn::Set(d, T(-1)));
   const auto root = Lookup(d, tables.root, index);
-  const auto y = Fma(d, root, hn::Mul(r, Horner(d, r, TableOf<T>::kPoly)), root);
+  const auto y = Fma(d, root, hn::Mul(r, Horner(d, r, TableOf<T>::template Poly<kLevel>())), root);
   auto magnitude = hn::BitCast(d, hn::Add(hn::BitCast(du, y), hn::ShiftLeft<kM>(q)));
   if (HWY_UNLIKELY(!all_normal)) {
     magnitude = hn::BitCast(d, hn::Sub(hn::BitCast(du, magnitude), shift));
@@ -252,14 +271,14 @@ HWY_INLINE hn::VFromD<D> TableCbrt(D d, const RootTables<hn::TFromD<D>>& tables,
 }  // namespace cbrt_detail
 
 // Cbrt: no rare path and no status; every real number is a valid argument.
-template <class T>
+template <class T, cbrt_detail::CbrtLevel kLevel>
 struct CbrtBody : UnaryRealBody<T> {
   static constexpr bool kRare = false;
   cbrt_detail::RootTables<T> tables;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out) const {
-    out[0] = cbrt_detail::TableCbrt(d, tables, in[0]);
+    out[0] = cbrt_detail::TableCbrt<kLevel>(d, tables, in[0]);
   }
 };
 
