@@ -76,10 +76,10 @@ HWY_API V Estrin(D d, V x, V x2, hn::TFromD<D> c0, T... rest) {
   return simd_detail::EstrinPairs(d, x, x2, c, std::make_index_sequence<(kTerms + 1) / 2>());
 }
 
-// Horner and Estrin over a fitted table of N coefficients (a tool's output, in double), each
-// converted to the lane type.
-template <size_t N, class D, class V = hn::VFromD<D>>
-HWY_API V Horner(D d, V x, const double (&c)[N]) {
+// Horner and Estrin over a fitted table of N coefficients (a tool's output, in float or double),
+// each converted to the lane type.
+template <size_t N, class D, class V = hn::VFromD<D>, class C>
+HWY_API V Horner(D d, V x, const C (&c)[N]) {
   return [&]<size_t... K>(std::index_sequence<K...>) {
     return Horner(d, x, static_cast<hn::TFromD<D>>(c[K])...);
   }

@@ -1,7 +1,9 @@
 // Lookups in tables of 8, 16 or 32 entries held in registers, in place of vpermps, vpermt2ps and
 // vpermt2pd. A kernel loads its table once before the loop (LoadTable) and looks up a vector of
 // indices per block (Lookup); only the low 3, 4 or 5 bits of each index lane count, so that the
-// low mantissa bits of a shifted float or of a seed's bit pattern can serve directly.
+// low mantissa bits of a shifted float or of a seed's bit pattern can serve directly. Tables of 48
+// entries take indices below 48 only; their arrays hold 64 slots, and AVX3 keeps them in three
+// (float) or six (double) registers.
 //
 // AVX3 permutes across one, two or four registers (0.08 to 0.28 ns per element, against 0.36 to
 // 0.51 for a gather). AVX2 permutes 8 floats per register and blends on the index bits above
@@ -37,7 +39,7 @@ constexpr bool TableInRegisters() {
   return hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 64;
 #elif HWY_TARGET == HWY_AVX2
   return hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 32 &&
-         (sizeof(hn::TFromD<D>) == 4 || kEntries <= 16);
+         (sizeof(hn::TFromD<D>) == 4 ? kEntries <= 32 : kEntries <= 16);
 #else
   return false;
 #endif
@@ -53,16 +55,16 @@ struct RegisterTable;
 
 template <class D, size_t kEntries>
 struct RegisterTable<D, kEntries, true> {
-  static_assert(kEntries == 8 || kEntries == 16 || kEntries == 32,
-                "tables have 8, 16 or 32 entries");
+  static_assert(kEntries == 8 || kEntries == 16 || kEntries == 32 || kEntries == 48,
+                "tables have 8, 16, 32 or 48 entries");
   // A table smaller than a register fills it with copies of itself.
   hn::VFromD<D> reg[(kEntries + hn::MaxLanes(D()) - 1) / hn::MaxLanes(D())];
 };
 
 template <class D, size_t kEntries>
 struct RegisterTable<D, kEntries, false> {
-  static_assert(kEntries == 8 || kEntries == 16 || kEntries == 32,
-                "tables have 8, 16 or 32 entries");
+  static_assert(kEntries == 8 || kEntries == 16 || kEntries == 32 || kEntries == 48,
+                "tables have 8, 16, 32 or 48 entries");
   const hn::TFromD<D>* data;
 };
 
@@ -113,12 +115,29 @@ HWY_API hn::VFromD<D> Lookup(D d, const RegisterTable<D, kEntries, kInRegisters>
   const hn::RebindToSigned<D> di;
   const auto idx = hn::BitCast(di, index);
   if constexpr (!kInRegisters) {
-    const auto masked =
-        hn::And(idx, hn::Set(di, static_cast<hn::TFromD<decltype(di)>>(kEntries - 1)));
+    constexpr size_t kMask = kEntries == 48 ? 63 : kEntries - 1;
+    const auto masked = hn::And(idx, hn::Set(di, static_cast<hn::TFromD<decltype(di)>>(kMask)));
     return hn::GatherIndex(d, table.data, masked);
   } else {
 #if HWY_TARGET == HWY_AVX3
-    if constexpr (sizeof(T) == 4) {
+    if constexpr (kEntries == 48) {
+      // The first 32 entries by two-register permutes (low 5 bits for float, 4 for double), the
+      // rest by the index's bit 5 (float) or bits 4 and 5 (double).
+      if constexpr (sizeof(T) == 4) {
+        const __mmask16 bit5 = _mm512_test_epi32_mask(idx.raw, _mm512_set1_epi32(32));
+        const __m512 low = _mm512_permutex2var_ps(table.reg[0].raw, idx.raw, table.reg[1].raw);
+        const __m512 high = _mm512_permutexvar_ps(idx.raw, table.reg[2].raw);
+        return hn::VFromD<D>{_mm512_mask_blend_ps(bit5, low, high)};
+      } else {
+        const __mmask8 bit4 = _mm512_test_epi64_mask(idx.raw, _mm512_set1_epi64(16));
+        const __mmask8 bit5 = _mm512_test_epi64_mask(idx.raw, _mm512_set1_epi64(32));
+        const __m512d first = _mm512_permutex2var_pd(table.reg[0].raw, idx.raw, table.reg[1].raw);
+        const __m512d second = _mm512_permutex2var_pd(table.reg[2].raw, idx.raw, table.reg[3].raw);
+        const __m512d third = _mm512_permutex2var_pd(table.reg[4].raw, idx.raw, table.reg[5].raw);
+        return hn::VFromD<D>{
+            _mm512_mask_blend_pd(bit5, _mm512_mask_blend_pd(bit4, first, second), third)};
+      }
+    } else if constexpr (sizeof(T) == 4) {
       if constexpr (kEntries <= 16) {
         return hn::VFromD<D>{_mm512_permutexvar_ps(idx.raw, table.reg[0].raw)};
       } else {

@@ -1,5 +1,9 @@
 // Bodies of the Cbrt, InvCbrt and Pow2o3 kernels. Re-included once per SIMD target.
 //
+// Cbrt reads a table (TableCbrt below): 2^q T (1 + p(r)) with one rounding, 0.54 ulp at most
+// (double HA, float HA), its levels differing in the degree of p only. InvCbrt and Pow2o3 keep an
+// iteration that needs no table:
+//
 // |x| = 2^e m with m in [1, 2) (GetExp, GetMant: exact, denormals included); e = 3q + j with
 // j in {0, 1, 2}, and u = 2^j m in [1, 8), so that cbrt|x| = 2^q cbrt(u). The exponent is divided
 // by three in floating point: q = floor((e + 1/2) / 3) is exact, since (e + 1/2) / 3 lies at least
@@ -10,14 +14,14 @@
 //   z' = z + z (e/3 + 2 e^2 / 9),  e = 1 - u z^3,
 // whose error is of order e^3, near 2^-42. From z' each function takes its last step against an
 // exact residual (products split into a rounded part and its error by fused operations):
-//   Cbrt:    y = u z'^2 and y' = y + (u - y^3) z'^2 / 3; u - y^3 is formed from u - fl(y^2 y),
-//            exact by Sterbenz's lemma, minus the two products' errors;
 //   InvCbrt: z'' = z' + z' (1 - u z'^3) / 3, with u z' and z'^2 split into two parts each;
-//   Pow2o3:  the square of Cbrt's y + delta, y^2 split, plus 2 y delta.
+//   Pow2o3:  y = u z'^2 and y' = y + (u - y^3) z'^2 / 3, where u - y^3 is formed from
+//            u - fl(y^2 y), exact by Sterbenz's lemma, minus the two products' errors; then the
+//            square of y + delta, y^2 split, plus 2 y delta.
 // For double each result is then the rounding of a value within a few 2^-80 of the exact one: 0.5
-// ulp plus a hair. Float Cbrt and InvCbrt skip the third-order step (0.686 ulp at most over all
-// positive normal floats for Cbrt). Zeros, infinities and NaNs go through the same instructions: e
-// = -inf or +inf makes q infinite, and the final Scalef gives zero or infinity; a NaN stays a NaN.
+// ulp plus a hair. Float InvCbrt skips the third-order step. Zeros, infinities and NaNs go through
+// the same instructions: e = -inf or +inf makes q infinite, and the final Scalef gives zero or
+// infinity; a NaN stays a NaN.
 
 #include <limits>
 
@@ -33,11 +37,42 @@
 #include "simd/float_bits.h"
 #include "simd/fma-inl.h"
 #include "simd/poly-inl.h"
+#include "simd/table-inl.h"
+#include "vek/kernels/cbrt_tables.h"
 #include "vek/kernels/roots_rare.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 namespace cbrt_detail {
+
+// The table kernel's levels differ in the polynomial only: its error relative to the result is
+// 2^-27 (float HA, which serves LA too; double EP), 2^-13 (float EP), 2^-59 (double HA), 2^-53
+// (double LA).
+enum class CbrtLevel { kHA, kLA, kEP };
+
+template <class T>
+struct TableOf;
+template <>
+struct TableOf<float> {
+  static constexpr const float* kRecip = vek::cbrt_tables::kCbrtRecipF;
+  static constexpr const float* kRoot = vek::cbrt_tables::kCbrtRootF;
+  template <CbrtLevel kLevel>
+  static constexpr const auto& Poly() {
+    if constexpr (kLevel != CbrtLevel::kEP) return vek::cbrt_tables::kCbrtPolyHaF;
+    if constexpr (kLevel == CbrtLevel::kEP) return vek::cbrt_tables::kCbrtPolyEpF;
+  }
+};
+template <>
+struct TableOf<double> {
+  static constexpr const double* kRecip = vek::cbrt_tables::kCbrtRecipD;
+  static constexpr const double* kRoot = vek::cbrt_tables::kCbrtRootD;
+  template <CbrtLevel kLevel>
+  static constexpr const auto& Poly() {
+    if constexpr (kLevel == CbrtLevel::kHA) return vek::cbrt_tables::kCbrtPolyHaD;
+    if constexpr (kLevel == CbrtLevel::kLA) return vek::cbrt_tables::kCbrtPolyLaD;
+    if constexpr (kLevel == CbrtLevel::kEP) return vek::cbrt_tables::kCbrtPolyEpD;
+  }
+};
 
 template <class D>
 struct Reduced {
@@ -124,8 +159,8 @@ HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> x) {
                      hn::IfThenElse(j1, hn::Set(d, T(0.7937005259840998)), hn::Set(d, T(1))));
   const auto z = hn::Mul(p, table);
   if constexpr (sizeof(T) == 4 && !kSquare) {
-    // Float Cbrt and InvCbrt need no step: their last step squares the polynomial's 2^-14.6
-    // (products of two such errors, 0.2 ulp at most). Pow2o3 doubles them, and keeps the step.
+    // Float InvCbrt needs no step: its last step squares the polynomial's 2^-14.6 (products of
+    // two such errors, 0.2 ulp at most). Pow2o3 doubles them, and keeps the step.
     out.z = z;
   } else {
     const auto err = Fnma(d, hn::Mul(out.u, z), hn::Mul(z, z), hn::Set(d, T(1)));
@@ -135,7 +170,8 @@ HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> x) {
   return out;
 }
 
-// cbrt(u) as y + delta, y = u z^2 rounded and delta the correction from the exact residual.
+// cbrt(u) as y + delta, y = u z^2 rounded and delta the correction from the exact residual, for
+// Pow2o3.
 template <class D>
 struct Root {
   hn::VFromD<D> y;
@@ -157,19 +193,92 @@ HWY_INLINE Root<D> RootOf(D d, const Reduced<D>& r) {
   return out;
 }
 
+// The table kernel of Cbrt. The biased exponent E = 3q + j splits by a 16-bit multiply-high:
+// 21846 / 2^16 exceeds 1/3 by 2^-16 / 3, which moves E / 3 up by less than 0.011 for E < 2048,
+// while E / 3 lies at least 1/3 below the next integer. The index 16j + t (t the mantissa's top
+// four bits) is the top of |x|'s bits, 16E + t, less 48q. Then r = m rc_t - 1 (one rounding,
+// |r| < 0.031, so its error is below 2^-58 relative for double and 2^-30 for float) and
+// cbrt|x| = 2^q T (1 + p(r)): T carries 2^((j - s) / 3 - K) for the bias 3K + s, and lies within
+// 0.016 (double) or 0.03 (float) ulp of its exact value, so the one rounding of T + T p gives 0.5
+// ulp and a few hundredths. 2^q goes into the exponent field by an integer add: T (1 + p) is
+// normal, and so is its product for a normal x. Denormals are scaled up by 2^(3k) exactly first,
+// and q lowered by k; zeros, infinities and NaNs are x + x, which keeps a zero's sign and quiets a
+// NaN (under DAZ a denormal reads as a zero, and the scaled value is one).
+template <class T>
+struct RootTables {
+  using D = hn::ScalableTag<T>;
+  using Tab = TableOf<T>;
+  RegisterTable<D, 16> recip = LoadTable<16>(D(), Tab::kRecip);
+  RegisterTable<D, 48> root = LoadTable<48>(D(), Tab::kRoot);
+};
+
+template <class D, class VU>
+HWY_INLINE VU QuotientBy3(D, VU e) {
+#if HWY_TARGET == HWY_SCALAR
+  return hn::ShiftRight<16>(hn::Mul(e, hn::Set(hn::DFromV<VU>(), 21846)));
+#else
+  const hn::Repartition<uint16_t, D> d16;
+  return hn::BitCast(hn::DFromV<VU>(), hn::MulHigh(hn::BitCast(d16, e), hn::Set(d16, 21846)));
+#endif
+}
+
+template <class D, class VU>
+HWY_INLINE VU Times48(D, VU q) {
+#if HWY_TARGET == HWY_SCALAR
+  return hn::Mul(q, hn::Set(hn::DFromV<VU>(), 48));
+#else
+  const hn::Repartition<uint16_t, D> d16;
+  return hn::BitCast(hn::DFromV<VU>(), hn::Mul(hn::BitCast(d16, q), hn::Set(d16, 48)));
+#endif
+}
+
+template <CbrtLevel kLevel, class D>
+HWY_INLINE hn::VFromD<D> TableCbrt(D d, const RootTables<hn::TFromD<D>>& tables, hn::VFromD<D> x) {
+  using T = hn::TFromD<D>;
+  using U = simd::BitsOf<T>;
+  constexpr int kM = simd::FloatBits<T>::kMantissaBits;
+  constexpr U kMin = simd::ToBits(std::numeric_limits<T>::min());
+  constexpr int kThirdOfShift = sizeof(T) == 4 ? 8 : 18;  // denormals times 2^(3k)
+  const hn::RebindToUnsigned<D> du;
+  auto ax = hn::Abs(x);
+  auto bits = hn::BitCast(du, ax);
+  const auto normal =
+      hn::Lt(hn::Sub(bits, hn::Set(du, kMin)), hn::Set(du, U{simd::kExponentMask<T> - kMin}));
+  const bool all_normal = hn::AllTrue(du, normal);
+  auto shift = hn::Zero(du);
+  if (HWY_UNLIKELY(!all_normal)) {
+    const auto tiny = hn::Lt(ax, hn::Set(d, std::numeric_limits<T>::min()));
+    ax = hn::IfThenElse(tiny, hn::Mul(ax, hn::Set(d, simd::Pow2<T>(3 * kThirdOfShift))), ax);
+    bits = hn::BitCast(du, ax);
+    shift = hn::IfThenElseZero(hn::RebindMask(du, tiny), hn::Set(du, U{kThirdOfShift} << kM));
+  }
+  const auto q = QuotientBy3(d, hn::ShiftRight<kM>(bits));
+  const auto index = hn::Sub(hn::ShiftRight<kM - 4>(bits), Times48(d, q));
+  const auto m = hn::BitCast(d, hn::Or(hn::And(bits, hn::Set(du, simd::kMantissaMask<T>)),
+                                       hn::Set(du, simd::ToBits(T(1)))));
+  const auto r = Fma(d, m, Lookup(d, tables.recip, index), hn::Set(d, T(-1)));
+  const auto root = Lookup(d, tables.root, index);
+  const auto y = Fma(d, root, hn::Mul(r, Horner(d, r, TableOf<T>::template Poly<kLevel>())), root);
+  auto magnitude = hn::BitCast(d, hn::Add(hn::BitCast(du, y), hn::ShiftLeft<kM>(q)));
+  if (HWY_UNLIKELY(!all_normal)) {
+    magnitude = hn::BitCast(d, hn::Sub(hn::BitCast(du, magnitude), shift));
+    const auto special = hn::Or(hn::Eq(ax, hn::Zero(d)), hn::Not(hn::IsFinite(ax)));
+    return hn::IfThenElse(special, hn::Add(x, x), hn::CopySignToAbs(magnitude, x));
+  }
+  return hn::CopySignToAbs(magnitude, x);
+}
+
 }  // namespace cbrt_detail
 
 // Cbrt: no rare path and no status; every real number is a valid argument.
-template <class T>
+template <class T, cbrt_detail::CbrtLevel kLevel>
 struct CbrtBody : UnaryRealBody<T> {
   static constexpr bool kRare = false;
+  cbrt_detail::RootTables<T> tables;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out) const {
-    const auto r = cbrt_detail::Reduce(d, in[0]);
-    const auto root = cbrt_detail::RootOf(d, r);
-    const auto magnitude = cbrt_detail::ScaleBy(d, hn::Add(root.y, root.delta), r.q, r.all_normal);
-    out[0] = hn::CopySignToAbs(magnitude, in[0]);
+    out[0] = cbrt_detail::TableCbrt<kLevel>(d, tables, in[0]);
   }
 };
 
