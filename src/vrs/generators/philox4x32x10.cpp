@@ -1,27 +1,28 @@
 // PHILOX4X32X10: Random123's Philox4x32-10 over the stream's 128-bit counter.
 //
-// The vector kernel holds one block per 64-bit lane, a word of the block in the low half of each
-// of four registers, so that a round's two 32x32-bit products are one unsigned even-lane multiply
-// each (AVX2 and AVX-512F have that, not a 32-bit high multiply). The high halves of the lanes are
-// never cleaned: the multiplies read only the low halves, and the XORs carry the high garbage only
-// into lanes that are next multiplied. Two registers of blocks run side by side to cover the
-// multiply latency; more do not help, as the rounds are bound by the vector units' throughput
-// (AVX2 spends two instructions on each three-way XOR). The counters of a register differ in
-// word 0 alone but where word 0 wraps, so the first two rounds make what depends on the other
-// words once, in scalar. On the way out, two shifts and blends and two 64-bit interleaves turn the
-// lanes into words in order; the interleaves take the even lanes of each 128-bit block first, so
-// lane l starts at block l / 2 for even l and N / 2 + l / 2 for odd l, which puts the blocks in
-// order without a cross-lane permute. The integer arithmetic is exact, so the scalar blocks of a
-// request's tail and of the scalar target give the same words.
+// The rounds are bound by the vector units' throughput (two 32x32-bit products, two moves of
+// high halves and two three-way XORs per block and round), so the layout is chosen per target
+// by what it costs there. On AVX-512 one block sits in each 64-bit lane, a word in the low half
+// of each of four registers: a product is one even-lane multiply, its high half one shift, and
+// the high garbage of the lanes is never read. On AVX2 the same layout needs twice the XORs
+// (no three-way XOR) and spills, so a block sits in each 32-bit lane: a product is two even-lane
+// multiplies (the odd lanes after a shift), a shift and a blend for the high halves and a 32-bit
+// multiply for the low ones, which halves the XORs and the registers a block needs. Several
+// registers of blocks run side by side to cover a round's latency (three on AVX-512, four on
+// AVX2, as measured). The counters of a run differ in word 0 alone but where word 0 wraps, so
+// what the first three rounds make of words 1 to 3 is made once, in scalar, and kept until they
+// change. On the way out the lanes become words in order without a cross-block permute (see
+// Emit). The integer arithmetic is exact, so the scalar blocks of a request's tail and of the
+// scalar target give the same words.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vrs/generators/philox4x32x10.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <type_traits>
 #include <hwy/highway.h>
 
 #include "simd/targets.h"
 #include "vrs/generators/counter-inl.h"
 #include "vrs/generators/counter.h"
-#include "vrs/generators/lanes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace oxl::vrs {
@@ -34,72 +35,196 @@ struct PhiloxGen {
   void Block(Counter128 ctr, uint32_t* out) const { PhiloxBlock(key0, key1, ctr, out); }
 
 #if HWY_TARGET != HWY_SCALAR
-  using D = hn::ScalableTag<uint64_t>;
+  // One block per 64-bit lane on AVX-512, one per 32-bit lane on AVX2 (see the head comment).
+  static constexpr bool kWide = HWY_TARGET != HWY_AVX2;
+  using D = hn::ScalableTag<std::conditional_t<kWide, uint64_t, uint32_t>>;
   using V = hn::VFromD<D>;
+  using D32 = hn::Repartition<uint32_t, D>;
+  using D64 = hn::Repartition<uint64_t, D>;
 
   // The four words of a register of blocks.
   struct Lanes4 {
     V c0, c1, c2, c3;
   };
 
-  static constexpr size_t kGroups = 2;
+  // Registers of blocks in flight: enough to cover a round's latency with the vector units'
+  // throughput, few enough that the AVX-512 loop keeps its state and keys in registers.
+  static constexpr size_t kGroups = kWide ? 3 : 4;
 
-  // The blocks of counters ctr + offset[l], l = 0 .. N-1.
-  static HWY_INLINE Lanes4 Counters(D d, Counter128 ctr, const uint64_t* offset) {
-    const auto last = static_cast<uint64_t>(hn::Lanes(d) - 1);
-    if (HWY_LIKELY(ctr.lo <= ~uint64_t{0} - last)) {
-      // No carry into the high half within this run: one add makes words 0 and 1.
-      const V lo = hn::Add(hn::Set(d, ctr.lo), hn::LoadU(d, offset));
-      return {lo, hn::ShiftRight<32>(lo), hn::Set(d, ctr.hi), hn::Set(d, ctr.hi >> 32)};
+  // A 32-bit word in every 32-bit lane. In 64-bit lanes the high halves are never read, and
+  // filling them keeps the compiler from proving them zero and turning an even-lane multiply
+  // of such lanes into a far slower 64-bit multiply.
+  static HWY_INLINE V Splat(D d, uint32_t w) { return hn::BitCast(d, hn::Set(D32(), w)); }
+
+  // The high and low halves of the 64-bit products of the lanes of x and m, which is the same in
+  // every lane. In 64-bit lanes the product is one even-lane multiply, and its low half is left
+  // in place with the high half as garbage, which no multiply reads. In 32-bit lanes the even
+  // lanes' products are one multiply, the odd lanes' another after a shift, and the low halves
+  // one 32-bit multiply, cheaper than taking them apart.
+  struct Wide {
+    V hi, lo;
+  };
+  template <bool kW = kWide>
+  static HWY_INLINE Wide MulWide(D d, V x, V m) {
+    const D32 d32;
+    const D64 d64;
+    if constexpr (kW) {
+      const V p = hn::MulEven(hn::BitCast(d32, x), hn::BitCast(d32, m));
+      return {hn::ShiftRight<32>(p), p};
+    } else {
+      const auto even = hn::MulEven(x, m);
+      const auto odd = hn::MulEven(hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(d64, x))), m);
+      return {hn::OddEven(hn::BitCast(d, odd), hn::BitCast(d, hn::ShiftRight<32>(even))),
+              hn::Mul(x, m)};
     }
-    HWY_ALIGN uint64_t lo[hn::MaxLanes(D())], hi[hn::MaxLanes(D())];
-    for (size_t l = 0; l < hn::Lanes(d); ++l) {
-      const Counter128 c = ctr + offset[l];
-      lo[l] = c.lo;
-      hi[l] = c.hi;
-    }
-    const V vlo = hn::Load(d, lo), vhi = hn::Load(d, hi);
-    return {vlo, hn::ShiftRight<32>(vlo), vhi, hn::ShiftRight<32>(vhi)};
   }
 
-  // The first two rounds of blocks whose counters differ in word 0 alone (no carry out of it
-  // within the register): what depends only on words 1 to 3, the same in every lane, is made once
-  // in scalar. Round 1 multiplies word 0 alone in the lanes, round 2 word 2 alone.
-  static HWY_INLINE Lanes4 TwoRounds(D d, Counter128 ctr, const uint64_t* offset,
-                                     const uint32_t* k0, const uint32_t* k1) {
-    const auto c1 = static_cast<uint32_t>(ctr.lo >> 32);
-    const auto c2 = static_cast<uint32_t>(ctr.hi), c3 = static_cast<uint32_t>(ctr.hi >> 32);
-    const uint64_t q1 = uint64_t{kPhiloxM1} * c2;
-    const uint32_t r1c0 = static_cast<uint32_t>(q1 >> 32) ^ c1 ^ k0[0];
-    const auto r1c1 = static_cast<uint32_t>(q1);
-    const V p0 = Mul32(d, hn::Add(hn::Set(d, ctr.lo), hn::LoadU(d, offset)), hn::Set(d, kPhiloxM0));
-    const V r1c2 = hn::Xor(hn::ShiftRight<32>(p0), hn::Set(d, c3 ^ k1[0]));
-    const uint64_t q0 = uint64_t{kPhiloxM0} * r1c0;
-    const V p1 = Mul32(d, r1c2, hn::Set(d, kPhiloxM1));
-    return {hn::Xor(hn::ShiftRight<32>(p1), hn::Set(d, r1c1 ^ k0[1])), p1,
-            hn::Xor(p0, hn::Set(d, static_cast<uint32_t>(q0 >> 32) ^ k1[1])),
-            hn::Set(d, static_cast<uint32_t>(q0))};
+  // The block of the run that lane l of a register holds, chosen so that Emit needs no
+  // cross-block permute.
+  static constexpr uint32_t Offset(size_t l, size_t n) {
+    return static_cast<uint32_t>(kWide ? ((l & 1) ? n / 2 + l / 2 : l / 2)
+                                       : l % 4 * (n / 4) + l / 4);
+  }
+
+  // The blocks of counters ctr + offset[l], met only where word 0 carries out within a run.
+  static HWY_NOINLINE Lanes4 Counters(D d, Counter128 ctr, const hn::TFromD<D>* offset) {
+    HWY_ALIGN hn::TFromD<D> w[4][hn::MaxLanes(D())];
+    for (size_t l = 0; l < hn::Lanes(d); ++l) {
+      const Counter128 c = ctr + offset[l];
+      w[0][l] = static_cast<uint32_t>(c.lo);
+      w[1][l] = static_cast<uint32_t>(c.lo >> 32);
+      w[2][l] = static_cast<uint32_t>(c.hi);
+      w[3][l] = static_cast<uint32_t>(c.hi >> 32);
+    }
+    return {hn::Load(d, w[0]), hn::Load(d, w[1]), hn::Load(d, w[2]), hn::Load(d, w[3])};
+  }
+
+  // What the first three rounds make of counter words 1 to 3, the same in every lane while word 0
+  // does not carry out: round 1 multiplies word 0 alone in the lanes, round 2 word 2 alone, and
+  // word 3 after round 2 is a constant, which round 3 mixes with its key.
+  struct Head {
+    uint64_t words13_lo, words13_hi;  // the counter's words 1 to 3 these constants are made of
+    V r1c2, r2c0, r2c2, r3c2;         // XORed into the lanes' words by rounds 1, 2, 2 and 3
+
+    Head() = default;
+    Head(D d, Counter128 ctr, const uint32_t (*keys)[kPhiloxRounds])
+        : words13_lo(ctr.lo >> 32), words13_hi(ctr.hi) {
+      const uint32_t *k0 = keys[0], *k1 = keys[1];
+      const auto c1 = static_cast<uint32_t>(ctr.lo >> 32);
+      const auto c2 = static_cast<uint32_t>(ctr.hi), c3 = static_cast<uint32_t>(ctr.hi >> 32);
+      const uint64_t q1 = uint64_t{kPhiloxM1} * c2;
+      const uint32_t r1c0 = static_cast<uint32_t>(q1 >> 32) ^ c1 ^ k0[0];
+      const uint64_t q0 = uint64_t{kPhiloxM0} * r1c0;
+      r1c2 = Splat(d, c3 ^ k1[0]);
+      r2c0 = Splat(d, static_cast<uint32_t>(q1) ^ k0[1]);
+      r2c2 = Splat(d, static_cast<uint32_t>(q0 >> 32) ^ k1[1]);
+      r3c2 = Splat(d, static_cast<uint32_t>(q0) ^ k1[2]);
+    }
+    bool Fits(Counter128 ctr) const { return (ctr.lo >> 32) == words13_lo && ctr.hi == words13_hi; }
+  };
+
+  // The first three rounds of blocks whose word 0 is c0 and whose words 1 to 3 made `head`.
+  static HWY_INLINE Lanes4 ThreeRounds(D d, V c0, const Head& head, V k0) {
+    const V m0 = hn::Set(d, kPhiloxM0), m1 = hn::Set(d, kPhiloxM1);
+    const Wide p0 = MulWide(d, c0, m0);
+    const Wide p1 = MulWide(d, hn::Xor(p0.hi, head.r1c2), m1);
+    const Wide q0 = MulWide(d, hn::Xor(p1.hi, head.r2c0), m0);
+    const Wide q1 = MulWide(d, hn::Xor(p0.lo, head.r2c2), m1);
+    return {hn::Xor3(q1.hi, p1.lo, k0), q1.lo, hn::Xor(q0.hi, head.r3c2), q0.lo};
   }
 
   static HWY_INLINE void Round(D d, Lanes4& x, V k0, V k1) {
-    const V p0 = Mul32(d, x.c0, hn::Set(d, kPhiloxM0));
-    const V p1 = Mul32(d, x.c2, hn::Set(d, kPhiloxM1));
-    x.c0 = hn::Xor3(hn::ShiftRight<32>(p1), x.c1, k0);
-    x.c1 = p1;
-    x.c2 = hn::Xor3(hn::ShiftRight<32>(p0), x.c3, k1);
-    x.c3 = p0;
+    const Wide p0 = MulWide(d, x.c0, hn::Set(d, kPhiloxM0));
+    const Wide p1 = MulWide(d, x.c2, hn::Set(d, kPhiloxM1));
+    x.c0 = hn::Xor3(p1.hi, x.c1, k0);
+    x.c1 = p1.lo;
+    x.c2 = hn::Xor3(p0.hi, x.c3, k1);
+    x.c3 = p0.lo;
   }
 
-  template <class Sink>
+  // In 64-bit lanes, two shifts and blends put words 0 and 1, and 2 and 3, of each block in one
+  // lane, and two 64-bit interleaves, which take the even lanes of each 128-bit block first,
+  // put the blocks in order. In 32-bit lanes, a 4x4 transpose within each 128-bit block leaves
+  // in register i's block j the lane 4 j + i, which Offset makes block i N / 4 + j.
+  template <class Sink, bool kW = kWide>
   static HWY_INLINE void Emit(D d, const Lanes4& x, const Sink& sink, size_t at) {
-    const hn::Repartition<uint32_t, D> d32;
-    // Words 0 and 1, and 2 and 3, of each block in one 64-bit lane.
-    const V w01 = hn::BitCast(
-        d, hn::OddEven(hn::BitCast(d32, hn::ShiftLeft<32>(x.c1)), hn::BitCast(d32, x.c0)));
-    const V w23 = hn::BitCast(
-        d, hn::OddEven(hn::BitCast(d32, hn::ShiftLeft<32>(x.c3)), hn::BitCast(d32, x.c2)));
-    sink.Lanes(d32, hn::BitCast(d32, hn::InterleaveLower(d, w01, w23)), at);
-    sink.Lanes(d32, hn::BitCast(d32, hn::InterleaveUpper(d, w01, w23)), at + 2 * hn::Lanes(d));
+    const D32 d32;
+    const D64 d64;
+    const size_t n = hn::Lanes(d32);
+    if constexpr (kW) {
+      const V w01 = hn::BitCast(
+          d, hn::OddEven(hn::BitCast(d32, hn::ShiftLeft<32>(x.c1)), hn::BitCast(d32, x.c0)));
+      const V w23 = hn::BitCast(
+          d, hn::OddEven(hn::BitCast(d32, hn::ShiftLeft<32>(x.c3)), hn::BitCast(d32, x.c2)));
+      sink.Lanes(d32, hn::BitCast(d32, hn::InterleaveLower(d, w01, w23)), at);
+      sink.Lanes(d32, hn::BitCast(d32, hn::InterleaveUpper(d, w01, w23)), at + n);
+    } else {
+      const auto w01_lo = hn::BitCast(d64, hn::InterleaveLower(d, x.c0, x.c1));
+      const auto w23_lo = hn::BitCast(d64, hn::InterleaveLower(d, x.c2, x.c3));
+      const auto w01_hi = hn::BitCast(d64, hn::InterleaveUpper(d, x.c0, x.c1));
+      const auto w23_hi = hn::BitCast(d64, hn::InterleaveUpper(d, x.c2, x.c3));
+      sink.Lanes(d, hn::BitCast(d, hn::InterleaveLower(d64, w01_lo, w23_lo)), at);
+      sink.Lanes(d, hn::BitCast(d, hn::InterleaveUpper(d64, w01_lo, w23_lo)), at + n);
+      sink.Lanes(d, hn::BitCast(d, hn::InterleaveLower(d64, w01_hi, w23_hi)), at + 2 * n);
+      sink.Lanes(d, hn::BitCast(d, hn::InterleaveUpper(d64, w01_hi, w23_hi)), at + 3 * n);
+    }
+  }
+
+  // What the vector loops keep: the lanes' offsets from the first counter, the round keys in
+  // every lane, the head and word 0 of the next blocks' counters.
+  struct Loop {
+    HWY_ALIGN hn::TFromD<D> offset[hn::MaxLanes(D())];
+    uint32_t keys[2][kPhiloxRounds];
+    V k0[kPhiloxRounds], k1[kPhiloxRounds];
+    Head head;
+    V c0;
+
+    Loop(D d, uint32_t key0, uint32_t key1, Counter128 ctr) {
+      const size_t n = hn::Lanes(d);
+      for (size_t l = 0; l < n; ++l) offset[l] = Offset(l, n);
+      for (int r = 0; r < kPhiloxRounds; ++r) {
+        keys[0][r] = key0 + static_cast<uint32_t>(r) * kPhiloxW0;
+        keys[1][r] = key1 + static_cast<uint32_t>(r) * kPhiloxW1;
+        k0[r] = Splat(d, keys[0][r]);
+        k1[r] = Splat(d, keys[1][r]);
+      }
+      head = Head(d, ctr, keys);
+      // Only the low 32 bits of a lane are read, so the carries into the high halves of 64-bit
+      // lanes do no harm.
+      c0 = hn::Add(Splat(d, static_cast<uint32_t>(ctr.lo)), hn::Load(d, offset));
+    }
+  };
+
+  // Blocks b, b + 1, ... of ctr, kG registers at a time while they last; returns the next b.
+  template <size_t kG, class Sink>
+  static HWY_INLINE size_t Run(D d, Loop& lp, Counter128 ctr, size_t b, size_t blocks,
+                               const Sink& sink, size_t at) {
+    const size_t n = hn::Lanes(d);
+    const V group_step = hn::Set(d, static_cast<hn::TFromD<D>>(n));
+    for (; b + kG * n <= blocks; b += kG * n) {
+      const Counter128 c = ctr + b;
+      Lanes4 x[kG];
+      if (HWY_LIKELY(static_cast<uint32_t>(c.lo) <= ~uint32_t{0} - (kG * n - 1))) {
+        if (HWY_UNLIKELY(!lp.head.Fits(c))) lp.head = Head(d, c, lp.keys);
+        for (size_t g = 0; g < kG; ++g) {
+          x[g] = ThreeRounds(d, lp.c0, lp.head, lp.k0[2]);
+          lp.c0 = hn::Add(lp.c0, group_step);
+        }
+        for (int r = 3; r < kPhiloxRounds; ++r) {
+          for (size_t g = 0; g < kG; ++g) Round(d, x[g], lp.k0[r], lp.k1[r]);
+        }
+      } else {
+        for (size_t g = 0; g < kG; ++g) {
+          x[g] = Counters(d, c + g * n, lp.offset);
+          lp.c0 = hn::Add(lp.c0, group_step);
+        }
+        for (int r = 0; r < kPhiloxRounds; ++r) {
+          for (size_t g = 0; g < kG; ++g) Round(d, x[g], lp.k0[r], lp.k1[r]);
+        }
+      }
+      for (size_t g = 0; g < kG; ++g) Emit(d, x[g], sink, at + 4 * (b + g * n));
+    }
+    return b;
   }
 #endif
 
@@ -108,31 +233,10 @@ struct PhiloxGen {
     size_t b = 0;
 #if HWY_TARGET != HWY_SCALAR
     const D d;
-    const size_t n = hn::Lanes(d);
-    HWY_ALIGN uint64_t offset[hn::MaxLanes(D())];
-    for (size_t l = 0; l < n; ++l) offset[l] = (l & 1) ? n / 2 + l / 2 : l / 2;
-    uint32_t keys[2][kPhiloxRounds];
-    for (int r = 0; r < kPhiloxRounds; ++r) {
-      keys[0][r] = key0 + static_cast<uint32_t>(r) * kPhiloxW0;
-      keys[1][r] = key1 + static_cast<uint32_t>(r) * kPhiloxW1;
-    }
-    for (; b + kGroups * n <= blocks; b += kGroups * n) {
-      const Counter128 c = ctr + b;
-      Lanes4 x[kGroups];
-      int first = 0;
-      if (HWY_LIKELY(static_cast<uint32_t>(c.lo) <= ~uint32_t{0} - (kGroups * n - 1))) {
-        for (size_t g = 0; g < kGroups; ++g) {
-          x[g] = TwoRounds(d, c + g * n, offset, keys[0], keys[1]);
-        }
-        first = 2;
-      } else {
-        for (size_t g = 0; g < kGroups; ++g) x[g] = Counters(d, c + g * n, offset);
-      }
-      for (int r = first; r < kPhiloxRounds; ++r) {
-        const V k0 = hn::Set(d, keys[0][r]), k1 = hn::Set(d, keys[1][r]);
-        for (size_t g = 0; g < kGroups; ++g) Round(d, x[g], k0, k1);
-      }
-      for (size_t g = 0; g < kGroups; ++g) Emit(d, x[g], sink, at + 4 * (b + g * n));
+    if (blocks >= hn::Lanes(d)) {
+      Loop lp(d, key0, key1, ctr);
+      b = Run<kGroups>(d, lp, ctr, b, blocks, sink, at);
+      b = Run<1>(d, lp, ctr, b, blocks, sink, at);
     }
 #endif
     for (; b < blocks; ++b) {
