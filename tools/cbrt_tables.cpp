@@ -33,15 +33,6 @@ struct Shape {
   std::vector<std::pair<const char*, int>> polys;  // level, coefficients of p (r^1 upwards)
 };
 
-template <class T>
-T Round(mpfr_srcptr v) {
-  if constexpr (sizeof(T) == 4) {
-    return mpfr_get_flt(v, MPFR_RNDN);
-  } else {
-    return mpfr_get_d(v, MPFR_RNDN);
-  }
-}
-
 // |v - round(v)| in units of the last place of round(v), for v well inside the normal range.
 template <class T>
 double UlpsOff(mpfr_srcptr v) {

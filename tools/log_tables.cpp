@@ -66,15 +66,6 @@ float ShortReciprocal(int i) {
 }
 
 template <class T>
-T Round(mpfr_srcptr v) {
-  if constexpr (sizeof(T) == 4) {
-    return mpfr_get_flt(v, MPFR_RNDN);
-  } else {
-    return mpfr_get_d(v, MPFR_RNDN);
-  }
-}
-
-template <class T>
 void Array(FILE* out, const char* type, const std::string& name, const std::vector<T>& values) {
   std::fprintf(out, "alignas(64) inline constexpr %s %s[%zu] = {", type, name.c_str(),
                values.size());

@@ -1,6 +1,8 @@
-// Shared by the table tools: the output file named by the tool's one argument, and the exact text
-// of a value.
+// Shared by the table tools: the output file named by the tool's one argument, a value rounded to
+// the table's type, and the exact text of a value.
 #pragma once
+
+#include <mpfr.h>
 
 #include <cstdio>
 #include <string>
@@ -15,6 +17,16 @@ inline FILE* OpenTableOutput(int argc, char** argv) {
   FILE* out = std::fopen(argv[1], "w");
   if (out == nullptr) std::perror(argv[1]);
   return out;
+}
+
+// v rounded to nearest float or double.
+template <class T>
+T Round(mpfr_srcptr v) {
+  if constexpr (sizeof(T) == 4) {
+    return mpfr_get_flt(v, MPFR_RNDN);
+  } else {
+    return mpfr_get_d(v, MPFR_RNDN);
+  }
 }
 
 // C hexadecimal literals, which a compiler reads back to the same bits.
