@@ -6,9 +6,9 @@
 // routine in ascending order, reports non-zero statuses through the error function of the element
 // type and reads the element back, so that a callback's replacement stands in the result. The
 // last n mod kBlock elements run through the very same block code on a copy padded with zeros,
-// so the tail is bitwise the block and no memory past the arrays is touched. Calls whose arrays
-// exceed the last-level cache store their results around the caches, in whole lines: the elements
-// before the results' first line boundary run as a short block, as the tail does.
+// so the tail is bitwise the block and no memory past the arrays is touched. Light bodies store
+// the results of calls whose arrays exceed the last-level cache around the caches, in whole lines:
+// the elements before the results' first line boundary run as a short block, as the tail does.
 //
 // A body is a struct with
 //   using In, Out;                       element types (float, double, oxl_complex8/16)
@@ -21,6 +21,8 @@
 //   int32_t Rare(...) [const];           with kRare: (in, out), (in1, in2, out), (in, out1, out2),
 //                                        static or a const member
 //   const char* name;                    with kRare: the function's name for reports (vek::names)
+//   static constexpr bool kBoundByMemory; optional: arithmetic so light that large calls wait on
+//                                        memory, and store their results around the caches
 // `in` holds kInputs groups of parts (one vector per part), `out` kOutputs groups. A body with
 // kRare sets one mask per part group of its first input when interleaved, else one mask.
 //
@@ -86,12 +88,21 @@ class Kernel {
   static_assert(kBlock % kLanes == 0, "a block must be whole vectors on every target");
   static_assert(kBlock <= 64, "rare-lane bookkeeping holds one block in 64 bits");
   static constexpr size_t kLine = 64;
+  static constexpr bool kBoundByMemory = [] {
+    if constexpr (requires { Body::kBoundByMemory; }) {
+      return Body::kBoundByMemory;
+    } else {
+      return false;
+    }
+  }();
 
-  // Results go around the caches when the call's arrays exceed the last-level cache, the results
-  // are split into lines alike (their offsets from a line boundary agree, on a whole element) and
-  // stores of whole vectors can write them (not the split complex layout, which interleaves).
+  // Results go around the caches when the body asks for it, the call's arrays exceed the
+  // last-level cache, the results are split into lines alike (their offsets from a line boundary
+  // agree, on a whole element) and stores of whole vectors can write them (not the split complex
+  // layout, which interleaves). Only bodies that wait on memory gain: where the arithmetic takes
+  // longer than the memory, ordinary stores hide behind it and non-temporal ones cost 10% to 25%.
   static bool StreamsResults(int64_t n, Out* const* r) {
-    if constexpr (kOutParts == 2 && kSplit) {
+    if constexpr (!kBoundByMemory || (kOutParts == 2 && kSplit)) {
       return false;
     } else {
       const size_t bytes =

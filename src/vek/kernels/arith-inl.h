@@ -49,6 +49,7 @@ struct PartwiseBody {
   static constexpr size_t kBlock = kBlockSize;
   static constexpr vek::Layout kLayout = vek::Layout::kInterleaved;
   static constexpr bool kRare = kOverflowCheck;
+  static constexpr bool kBoundByMemory = true;
   static constexpr size_t kParts = vek::Element<E>::kParts;
   const char* name = nullptr;
 
@@ -83,6 +84,7 @@ struct UnaryBody {
   static constexpr size_t kBlock = kBlockSize;
   static constexpr vek::Layout kLayout = vek::Layout::kInterleaved;
   static constexpr bool kRare = false;
+  static constexpr bool kBoundByMemory = true;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out) const {

@@ -21,6 +21,7 @@ struct NegativeIsRare {
   static constexpr size_t kBlock = 32;
   static constexpr vek::Layout kLayout = vek::Layout::kSplit;
   static constexpr bool kRare = true;
+  static constexpr bool kBoundByMemory = true;
   const char* name = "vsTest";
 
   template <class D>
