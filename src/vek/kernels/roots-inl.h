@@ -32,6 +32,7 @@ enum class RootLevel { kHA, kLA };
 template <class T>
 struct DivBody : BinaryRealBody<T> {
   const char* name = OXL_VEK_REAL_NAME(T, Div);
+  static constexpr bool kBoundByMemory = true;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
@@ -46,6 +47,7 @@ struct DivBody : BinaryRealBody<T> {
 template <class T>
 struct InvBody : UnaryRealBody<T> {
   const char* name = OXL_VEK_REAL_NAME(T, Inv);
+  static constexpr bool kBoundByMemory = true;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
@@ -61,6 +63,7 @@ struct InvBody : UnaryRealBody<T> {
 template <class T>
 struct SqrtBody : UnaryRealBody<T> {
   const char* name = OXL_VEK_REAL_NAME(T, Sqrt);
+  static constexpr bool kBoundByMemory = true;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
