@@ -39,6 +39,7 @@
 #include "simd/poly-inl.h"
 #include "simd/table-inl.h"
 #include "vek/kernels/cbrt_tables.h"
+#include "vek/kernels/log-inl.h"
 #include "vek/kernels/roots_rare.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -97,16 +98,13 @@ template <class D>
 HWY_INLINE Parts<D> PartsOf(D d, hn::VFromD<D> x) {
   using T = hn::TFromD<D>;
   using F = simd::FloatBits<T>;
-  using U = simd::BitsOf<T>;
   constexpr int kM = F::kMantissaBits;
   constexpr T kShifter = simd::Pow2<T>(kM);
-  constexpr U kMin = simd::ToBits(std::numeric_limits<T>::min());
   const hn::RebindToUnsigned<D> du;
-  const auto bits = hn::BitCast(du, hn::Abs(x));
-  const auto normal =
-      hn::Lt(hn::Sub(bits, hn::Set(du, kMin)), hn::Set(du, U{simd::kExponentMask<T> - kMin}));
+  const auto ax = hn::Abs(x);
+  const auto bits = hn::BitCast(du, ax);
   Parts<D> out;
-  out.all_normal = hn::AllTrue(du, normal);
+  out.all_normal = hn::AllTrue(d, log_detail::PositiveNormal(d, ax));
   if (HWY_LIKELY(out.all_normal)) {
     const auto field = hn::Or(hn::ShiftRight<kM>(bits), hn::Set(du, simd::ToBits(kShifter)));
     out.e = hn::Sub(hn::BitCast(d, field), hn::Set(d, kShifter + T(F::kBias)));
@@ -237,14 +235,11 @@ HWY_INLINE hn::VFromD<D> TableCbrt(D d, const RootTables<hn::TFromD<D>>& tables,
   using T = hn::TFromD<D>;
   using U = simd::BitsOf<T>;
   constexpr int kM = simd::FloatBits<T>::kMantissaBits;
-  constexpr U kMin = simd::ToBits(std::numeric_limits<T>::min());
   constexpr int kThirdOfShift = sizeof(T) == 4 ? 8 : 18;  // denormals times 2^(3k)
   const hn::RebindToUnsigned<D> du;
   auto ax = hn::Abs(x);
   auto bits = hn::BitCast(du, ax);
-  const auto normal =
-      hn::Lt(hn::Sub(bits, hn::Set(du, kMin)), hn::Set(du, U{simd::kExponentMask<T> - kMin}));
-  const bool all_normal = hn::AllTrue(du, normal);
+  const bool all_normal = hn::AllTrue(d, log_detail::PositiveNormal(d, ax));
   auto shift = hn::Zero(du);
   if (HWY_UNLIKELY(!all_normal)) {
     const auto tiny = hn::Lt(ax, hn::Set(d, std::numeric_limits<T>::min()));
