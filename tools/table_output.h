@@ -41,12 +41,17 @@ inline std::string Literal(double v) {
   return buf;
 }
 
-// A 64-byte aligned array of doubles, four literals a line.
-inline void PrintDoubleArray(FILE* out, const char* name, const std::vector<double>& values) {
-  std::fprintf(out, "alignas(64) inline constexpr double %s[%zu] = {", name, values.size());
+// A 64-byte aligned array of doubles (or of floats), four literals a line.
+template <class T>
+inline void PrintArray(FILE* out, const char* name, const std::vector<T>& values) {
+  std::fprintf(out, "alignas(64) inline constexpr %s %s[%zu] = {",
+               sizeof(T) == 4 ? "float" : "double", name, values.size());
   for (size_t i = 0; i < values.size(); ++i) {
     std::fprintf(out, "%s%s%s", i % 4 == 0 ? "\n    " : " ", Literal(values[i]).c_str(),
                  i + 1 < values.size() ? "," : "");
   }
   std::fprintf(out, "\n};\n");
+}
+inline void PrintDoubleArray(FILE* out, const char* name, const std::vector<double>& values) {
+  PrintArray(out, name, values);
 }

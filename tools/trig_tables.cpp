@@ -25,14 +25,17 @@ constexpr mpfr_prec_t kBits = 2048;
 constexpr int kExponents = 2048;
 constexpr int kGrid = 300;
 
-// pi/2 as `count` doubles, each the rounding of what the previous ones leave.
-void Parts(FILE* out, const char* name, int count) {
+// pi 2^-halvings as `count` numbers of type T, each the rounding (by `rnd`) of what the previous
+// ones leave.
+template <class T>
+void Parts(FILE* out, const char* name, int count, int halvings, mpfr_rnd_t rnd = MPFR_RNDN) {
   Mp rest(kBits);
   mpfr_const_pi(rest.v, MPFR_RNDN);
-  mpfr_div_2ui(rest.v, rest.v, 1, MPFR_RNDN);
-  std::fprintf(out, "inline constexpr double %s[%d] = {", name, count);
+  mpfr_div_2ui(rest.v, rest.v, halvings, MPFR_RNDN);
+  std::fprintf(out, "inline constexpr %s %s[%d] = {", sizeof(T) == 4 ? "float" : "double", name,
+               count);
   for (int k = 0; k < count; ++k) {
-    const double v = mpfr_get_d(rest.v, MPFR_RNDN);
+    const T v = sizeof(T) == 4 ? mpfr_get_flt(rest.v, rnd) : mpfr_get_d(rest.v, rnd);
     mpfr_sub_d(rest.v, rest.v, v, MPFR_RNDN);
     std::fprintf(out, "%s%s", k == 0 ? "" : ", ", Literal(v).c_str());
   }
@@ -96,11 +99,14 @@ void Exact(bool sine, mpfr_srcptr r, mpfr_ptr out) {
 // sin r = r + r^3 P(r^2) and cos r = 1 - r^2/2 + r^4 P(r^2) on |r| <= pi 2^-halvings (a hair
 // more, for the rounding of the reduced argument), in relative error: the basis r^(2i+3) / sin r
 // against (sin r - r) / sin r, or r^(2i+4) / cos r against (cos r - 1 + r^2/2) / cos r.
-void Polynomial(FILE* out, const char* name, bool sine, int terms, int halvings) {
+// With `single`, the coefficients are rounded to float (and the error measured with them), for
+// the float kernels, whose reduced argument may pass the bound by `reach` - 1 of it.
+void Polynomial(FILE* out, const char* name, bool sine, int terms, int halvings,
+                bool single = false, double reach = 1.0001) {
   Mp h, t, exact, approx;
   mpfr_const_pi(h.v, MPFR_RNDN);
   mpfr_div_2ui(h.v, h.v, halvings, MPFR_RNDN);
-  mpfr_mul_d(h.v, h.v, 1.0001, MPFR_RNDN);
+  mpfr_mul_d(h.v, h.v, reach, MPFR_RNDN);
   std::vector<Mp> grid(kGrid);
   for (int k = 0; k < kGrid; ++k) {  // Chebyshev points of [-h, h], the positive half
     mpfr_const_pi(t.v, MPFR_RNDN);
@@ -108,7 +114,7 @@ void Polynomial(FILE* out, const char* name, bool sine, int terms, int halvings)
     mpfr_cos(t.v, t.v, MPFR_RNDN);
     mpfr_mul(grid[k].v, t.v, h.v, MPFR_RNDN);
   }
-  const std::vector<double> c =
+  std::vector<double> c =
       LawsonFit(grid, terms, 60, [&](mpfr_srcptr r, std::vector<Mp>& basis, mpfr_ptr target) {
         Mp f, w;
         Exact(sine, r, f.v);
@@ -126,6 +132,9 @@ void Polynomial(FILE* out, const char* name, bool sine, int terms, int halvings)
           mpfr_div(basis[i].v, basis[i].v, f.v, MPFR_RNDN);
         }
       });
+  if (single) {
+    for (double& v : c) v = static_cast<float>(v);
+  }
   double worst = 0;
   for (int k = 1; k <= 4000; ++k) {
     mpfr_mul_d(t.v, h.v, k / 4000.0, MPFR_RNDN);
@@ -136,7 +145,11 @@ void Polynomial(FILE* out, const char* name, bool sine, int terms, int halvings)
     worst = std::max(worst, std::fabs(mpfr_get_d(approx.v, MPFR_RNDN)));
   }
   std::fprintf(out, "// Relative error of the rounded coefficients 2^%.1f.\n", std::log2(worst));
-  PrintDoubleArray(out, name, c);
+  if (single) {
+    PrintArray(out, name, std::vector<float>(c.begin(), c.end()));
+  } else {
+    PrintDoubleArray(out, name, c);
+  }
 }
 
 }  // namespace
@@ -154,7 +167,7 @@ int main(int argc, char** argv) {
     std::fprintf(out, "inline constexpr double kTwoOverPi = %s;\n",
                  Literal(mpfr_get_d(t.v, MPFR_RNDN)).c_str());
   }
-  Parts(out, "kPiOver2", 3);
+  Parts<double>(out, "kPiOver2", 3, 1);
   std::fprintf(out, "\n// sin r = r + r^3 P(r^2), |r| <= pi/4.\n");
   Polynomial(out, "kSinPoly", true, 6, 2);
   Polynomial(out, "kSinPolyEP", true, 3, 2);
@@ -163,6 +176,20 @@ int main(int argc, char** argv) {
   Polynomial(out, "kCosPolyEP", false, 3, 2);
   std::fprintf(out, "\n// sin r = r + r^3 P(r^2), |r| <= pi/2.\n");
   Polynomial(out, "kSinPolyHalfTurn", true, 8, 1);
+  std::fprintf(out,
+               "\n// The float kernels' LA and EP: |x| = n pi + r with |x| <= 2^12, pi in three "
+               "floats\n// (rounded toward zero: subtracting n times them from -0 leaves -0), and "
+               "sin r = r + r^3 P(r^2)\n// on |r| <= pi/2 and a little beyond.\n");
+  {
+    Mp t(kBits);
+    mpfr_const_pi(t.v, MPFR_RNDN);
+    mpfr_ui_div(t.v, 1, t.v, MPFR_RNDN);
+    std::fprintf(out, "inline constexpr float kOneOverPiF = %s;\n",
+                 Literal(mpfr_get_flt(t.v, MPFR_RNDN)).c_str());
+  }
+  Parts<float>(out, "kPiF", 3, 0, MPFR_RNDZ);
+  Polynomial(out, "kSinPolyHalfTurnF", true, 5, 1, true, 1.001);
+  Polynomial(out, "kSinPolyHalfTurnFEP", true, 2, 1, true, 1.001);
   std::fprintf(
       out, "\n// The 192 bits of 2/pi for each biased exponent, most significant word first.\n");
   Windows(out);

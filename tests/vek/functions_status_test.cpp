@@ -710,10 +710,26 @@ TEST_F(Events, DenormalsAndNaNPayloadsThroughEverySimdKernel) {
   });
 }
 
-// SinCos makes one reduction for both results: its sines and cosines are, bit for bit, what the
-// Sin and Cos kernels of its level give, on the fast path, at the switch to the large-argument
-// reduction, far beyond it, and on the rare lanes; on every target. Cos has no EP kernel (its EP
-// slot is LA's), so there the sines alone are compared.
+// SinCos's sines and cosines are, bit for bit, what the Sin and Cos kernels of its level give, on
+// the fast path, at the switch to the large-argument reduction (and for floats to the double
+// one), far beyond it, and on the rare lanes; on every target.
+template <class T, class SinCosKernel, class Kernel>
+void ExpectSinCosIsSinAndCos(const std::vector<T>& x, SinCosKernel* const* sincos,
+                             Kernel* const* sin, Kernel* const* cos) {
+  const int n = static_cast<int>(x.size());
+  oxl::test::ForEachTarget([&](const std::string& target) {
+    for (int slot = 0; slot < 3; ++slot) {
+      SCOPED_TRACE(target + " slot " + std::to_string(slot));
+      std::vector<T> s(n), c(n), s1(n), c1(n);
+      sincos[slot](n, x.data(), s.data(), c.data());
+      sin[slot](n, x.data(), s1.data());
+      cos[slot](n, x.data(), c1.data());
+      EXPECT_EQ(std::memcmp(s.data(), s1.data(), n * sizeof(T)), 0);
+      EXPECT_EQ(std::memcmp(c.data(), c1.data(), n * sizeof(T)), 0);
+    }
+  });
+}
+
 TEST_F(Events, SinCosIsSinAndCosOfItsSlot) {
   std::vector<double> x = {0,
                            -0.0,
@@ -729,20 +745,27 @@ TEST_F(Events, SinCosIsSinAndCosOfItsSlot) {
                            0x1.fffffffffffffp+1023,
                            -kInf,
                            kNaN};
-  for (int k = 0; k < 220; ++k)
+  std::vector<float> xf = {0.0f,
+                           -0.0f,
+                           0x1p-149f,
+                           0.5f,
+                           -2.5f,
+                           0x1.921fb6p+0f,
+                           0x1p12f,
+                           std::nextafter(0x1p12f, 0.0f),
+                           -std::nextafter(0x1p12f, 1e9f),
+                           1e22f,
+                           0x1.fffffep+127f,
+                           -std::numeric_limits<float>::infinity(),
+                           std::numeric_limits<float>::quiet_NaN()};
+  for (int k = 0; k < 220; ++k) {
     x.push_back(std::ldexp((k % 2 ? -1.0 : 1.0) + k / 256.0, 5 * k - 80));
-  const int n = static_cast<int>(x.size());
-  oxl::test::ForEachTarget([&](const std::string& target) {
-    for (int slot = 0; slot < 3; ++slot) {
-      SCOPED_TRACE(target + " slot " + std::to_string(slot));
-      std::vector<double> s(n), c(n), s1(n), c1(n);
-      oxl_vek_kernel_dSinCos_ttab[slot](n, x.data(), s.data(), c.data());
-      oxl_vek_kernel_dSin_ttab[slot](n, x.data(), s1.data());
-      oxl_vek_kernel_dCos_ttab[slot](n, x.data(), c1.data());
-      EXPECT_EQ(std::memcmp(s.data(), s1.data(), n * sizeof(double)), 0);
-      EXPECT_EQ(std::memcmp(c.data(), c1.data(), n * sizeof(double)), 0);
-    }
-  });
+    xf.push_back(std::ldexp((k % 2 ? -1.0f : 1.0f) + k / 256.0f, (k % 60) - 40));
+  }
+  ExpectSinCosIsSinAndCos(x, oxl_vek_kernel_dSinCos_ttab, oxl_vek_kernel_dSin_ttab,
+                          oxl_vek_kernel_dCos_ttab);
+  ExpectSinCosIsSinAndCos(xf, oxl_vek_kernel_sSinCos_ttab, oxl_vek_kernel_sSin_ttab,
+                          oxl_vek_kernel_sCos_ttab);
 }
 
 // The two-result and scalar-argument forms report with the element's index and name.

@@ -340,26 +340,31 @@ struct HalfTurn {
 // operation and its difference with y a multiple of 2^-52 below 2, so exact too, for the integers
 // and the half-integers k alike; the two other parts round once each (1 ulp of r at worst). The
 // cosine's m is y / pi - 1/2 rounded, in two steps: the first rounding, 2^-30 at most, only moves
-// a tie, and the fit covers r a hair beyond pi/2.
+// a tie, and the fit covers r a hair beyond pi/2. cos y = (-1)^(m+1) sin(y - k pi) is taken as
+// (-1)^m sin(k pi - y), the same bits (the roundings are symmetric). Float lanes (the float
+// kernels' LA and EP) take the same steps with pi in three floats; see kFloatReach.
 template <int kShift, class D>
 HWY_INLINE HalfTurn<D> ReduceHalfTurnSmall(D d, hn::VFromD<D> y) {
+  using T = hn::TFromD<D>;
+  constexpr bool kFloat = sizeof(T) == 4;
   const hn::RebindToSigned<D> di;
-  const auto shifter = hn::Set(d, 0x1.8p52);
-  const auto one_over_pi = hn::Set(d, tt::kTwoOverPi * 0.5);
+  const auto shifter = hn::Set(d, kFloat ? T(0x1.8p23f) : T(0x1.8p52));
+  const auto one_over_pi = hn::Set(d, kFloat ? T(tt::kOneOverPiF) : T(tt::kTwoOverPi * 0.5));
+  const auto p1 = hn::Set(d, kFloat ? T(tt::kPiF[0]) : T(2 * tt::kPiOver2[0]));
+  const auto p2 = hn::Set(d, kFloat ? T(tt::kPiF[1]) : T(2 * tt::kPiOver2[1]));
+  const auto p3 = hn::Set(d, kFloat ? T(tt::kPiF[2]) : T(2 * tt::kPiOver2[2]));
   HalfTurn<D> out;
-  hn::VFromD<D> k;
   if constexpr (kShift == 0) {
     const auto z = Fma(d, y, one_over_pi, shifter);
-    k = hn::Sub(z, shifter);
+    const auto k = hn::Sub(z, shifter);
     out.parity = hn::BitCast(di, z);
+    out.r = Fnma(d, k, p3, Fnma(d, k, p2, Fnma(d, k, p1, y)));
   } else {
-    const auto z = hn::Add(Fma(d, y, one_over_pi, hn::Set(d, -0.5)), shifter);
-    k = hn::Add(hn::Sub(z, shifter), hn::Set(d, 0.5));
-    out.parity = hn::Add(hn::BitCast(di, z), hn::Set(di, 1));
+    const auto z = hn::Add(Fma(d, y, one_over_pi, hn::Set(d, T(-0.5))), shifter);
+    const auto k = hn::Add(hn::Sub(z, shifter), hn::Set(d, T(0.5)));
+    out.parity = hn::BitCast(di, z);
+    out.r = Fma(d, k, p3, Fma(d, k, p2, Fms(d, k, p1, y)));
   }
-  const auto r1 = Fnma(d, k, hn::Set(d, 2 * tt::kPiOver2[0]), y);
-  const auto r2 = Fnma(d, k, hn::Set(d, 2 * tt::kPiOver2[1]), r1);
-  out.r = Fnma(d, k, hn::Set(d, 2 * tt::kPiOver2[2]), r2);
   return out;
 }
 
@@ -431,6 +436,30 @@ HWY_INLINE void SinCosHalfTurns(D d, hn::VFromD<D> y, hn::VFromD<hn::RebindToSig
   c = SinHalfTurn(d, hc, hn::Zero(hn::RebindToSigned<D>()));
 }
 
+// The float kernels' LA and EP reduce in float (ReduceHalfTurnSmall) up to |y| <= kFloatReach. k
+// pi_1 (24 bits) is exact in the fused operation, and its difference with y is a multiple of 2^-23
+// below 2 for |y| >= 1, so exact too (for |y| < 1 and the cosine's k = 1/2 it rounds, at an ulp of
+// r near pi/2, where the sine is flat); the two other parts round once each. k = y / pi (for the
+// cosine y / pi - 1/2) rounded through the product with a float 1/pi is off by at most 2^-13 of a
+// turn below the reach, and the fit covers r that far beyond pi/2. The sine reduces x itself (the
+// rounding to k is symmetric, so sin -x = -sin x), the cosine |x|.
+constexpr float kFloatReach = 0x1p12f;
+
+// (-1)^n sin r in float as r (1 + r^2 P(r^2)), which keeps the sign of a zero r: LA's polynomial is
+// within 2^-25.4, EP's within 2^-12.8; r's roundings and the polynomial's keep LA within 2.5 ulp.
+// Their errors would take results near +-1 (cos y for small y) beyond them: they are clamped.
+template <Level kLevel, class D>
+HWY_INLINE hn::VFromD<D> SinHalfTurnFloat(D d, const HalfTurn<D>& ht) {
+  const hn::RebindToSigned<D> di;
+  const auto r = ht.r;
+  const auto w = hn::Mul(r, r);
+  const auto one = hn::Set(d, 1.0f);
+  const auto p = kLevel == Level::kLA ? Horner(d, w, tt::kSinPolyHalfTurnF)
+                                      : Horner(d, w, tt::kSinPolyHalfTurnFEP);
+  const auto value = hn::Min(hn::Max(hn::Mul(r, Fma(d, w, p, one)), hn::Neg(one)), one);
+  return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), hn::ShiftLeft<31>(ht.parity)));
+}
+
 }  // namespace trig_detail
 
 enum class TrigFunction { kSin, kCos, kSinCos, kTan };
@@ -493,10 +522,10 @@ struct TrigBody : UnaryRealBody<double> {
   }
 };
 
-// The float kernels run the double EP body on each half of the vector, widened, and round its
-// result once to float: its 26 correct bits are a quarter of a float ulp, so one kernel is within
-// 0.56 ulp at every level. Every float is exact in double, so the double body's reduction serves
-// all finite floats alike; infinities and NaNs are rare lanes.
+// The float HA kernels (and Tan in every slot) run the double EP body (LA's for Cos) on each half
+// of the vector, widened, and round its result once to float: its 26 correct bits are a quarter of
+// a float ulp, so the result is within 0.56 ulp. Every float is exact in double, so the double
+// body's reduction serves all finite floats alike; infinities and NaNs are rare lanes.
 template <TrigFunction kFunc>
 struct TrigFloatBody : UnaryRealBody<float> {
   static constexpr size_t kOutputs = kFunc == TrigFunction::kSinCos ? 2 : 1;
@@ -504,7 +533,10 @@ struct TrigFloatBody : UnaryRealBody<float> {
                      : kFunc == TrigFunction::kCos ? vek::names::sCos
                      : kFunc == TrigFunction::kTan ? vek::names::sTan
                                                    : vek::names::sSinCos;
-  TrigBody<kFunc, trig_detail::Level::kEP> wide;
+  // The double Cos has no EP kernel of its own: SinCos's cosines at EP are LA's, so Cos takes LA's
+  // body too, and SinCos gives the bits of Sin and Cos.
+  TrigBody<kFunc, kFunc == TrigFunction::kCos ? trig_detail::Level::kLA : trig_detail::Level::kEP>
+      wide;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
@@ -517,6 +549,56 @@ struct TrigFloatBody : UnaryRealBody<float> {
     return kFunc == TrigFunction::kSin   ? vek::vssin_cout_rare(a, r)
            : kFunc == TrigFunction::kTan ? vek::vstan_cout_rare(a, r)
                                          : vek::vscos_cout_rare(a, r);
+  }
+  static int32_t Rare(const float* a, float* r1, float* r2) {
+    return vek::vssincos_cout_rare(a, r1, r2);
+  }
+};
+
+// The float Sin, Cos and SinCos at LA and EP, in float: one reduction by pi and one polynomial per
+// lane (see kFloatReach), several times cheaper than the double body on two halves. Lanes
+// beyond kFloatReach (and infinities and NaNs) take the HA kernels' double bodies, lane by lane, so
+// that a result depends on its argument alone; SinCos takes the Sin and Cos bodies there, and
+// gives the bits of Sin and Cos of its level everywhere.
+template <TrigFunction kFunc, trig_detail::Level kLevel>
+struct TrigFloatHalfTurnBody : UnaryRealBody<float> {
+  static_assert(kFunc != TrigFunction::kTan && kLevel != trig_detail::Level::kHA);
+  static constexpr size_t kOutputs = kFunc == TrigFunction::kSinCos ? 2 : 1;
+  const char* name = kFunc == TrigFunction::kSin   ? vek::names::sSin
+                     : kFunc == TrigFunction::kCos ? vek::names::sCos
+                                                   : vek::names::sSinCos;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    using namespace trig_detail;
+    const hn::RebindToSigned<D> di;
+    const V y = hn::Abs(in[0]);
+    if constexpr (kFunc != TrigFunction::kCos) {
+      out[0] = SinHalfTurnFloat<kLevel>(d, ReduceHalfTurnSmall<0>(d, in[0]));
+    }
+    if constexpr (kFunc != TrigFunction::kSin) {
+      out[kOutputs - 1] = SinHalfTurnFloat<kLevel>(d, ReduceHalfTurnSmall<1>(d, y));
+    }
+    // Infinities and NaNs are among the far lanes, so the rare mask is only looked for there.
+    const auto bits = hn::BitCast(di, y);
+    const M far = hn::RebindMask(d, hn::Gt(bits, hn::BitCast(di, hn::Set(d, kFloatReach))));
+    rare[0] = hn::MaskFromVec(hn::Zero(d));
+    if (!hn::AllFalse(d, far)) [[unlikely]] {
+      rare[0] = hn::RebindMask(d, hn::Gt(bits, hn::Set(di, 0x7F7FFFFF)));
+      V wide[1];
+      if constexpr (kFunc != TrigFunction::kCos) {
+        RunWidened<1>(TrigBody<TrigFunction::kSin, Level::kEP>{}, d, in, wide);
+        out[0] = hn::IfThenElse(far, wide[0], out[0]);
+      }
+      if constexpr (kFunc != TrigFunction::kSin) {
+        RunWidened<1>(TrigBody<TrigFunction::kCos, Level::kLA>{}, d, in, wide);
+        out[kOutputs - 1] = hn::IfThenElse(far, wide[0], out[kOutputs - 1]);
+      }
+    }
+  }
+
+  static int32_t Rare(const float* a, float* r) {
+    return kFunc == TrigFunction::kSin ? vek::vssin_cout_rare(a, r) : vek::vscos_cout_rare(a, r);
   }
   static int32_t Rare(const float* a, float* r1, float* r2) {
     return vek::vssincos_cout_rare(a, r1, r2);

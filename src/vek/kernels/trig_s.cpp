@@ -1,5 +1,5 @@
-// Sin, Cos, SinCos and Tan kernels of float arrays, computed in double (see TrigFloatBody): one
-// kernel per function, in all three slots.
+// Sin, Cos, SinCos and Tan kernels of float arrays: HA (and Tan in every slot) computed in double
+// (see TrigFloatBody), Sin, Cos and SinCos at LA and EP in float (TrigFloatHalfTurnBody).
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/trig_s.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -23,6 +23,33 @@ void sSinCos(int n, const float* a, float* r1, float* r2) {
   RunTwoResults(TrigFloatBody<TrigFunction::kSinCos>{}, n, a, r1, r2);
 }
 
+template <TrigFunction kFunc, trig_detail::Level kLevel>
+void HalfTurn(int n, const float* a, float* r) {
+  RunUnary(TrigFloatHalfTurnBody<kFunc, kLevel>{}, n, a, r);
+}
+template <trig_detail::Level kLevel>
+void SinCosHalfTurn(int n, const float* a, float* r1, float* r2) {
+  RunTwoResults(TrigFloatHalfTurnBody<TrigFunction::kSinCos, kLevel>{}, n, a, r1, r2);
+}
+void sSinLA(int n, const float* a, float* r) {
+  HalfTurn<TrigFunction::kSin, trig_detail::Level::kLA>(n, a, r);
+}
+void sSinEP(int n, const float* a, float* r) {
+  HalfTurn<TrigFunction::kSin, trig_detail::Level::kEP>(n, a, r);
+}
+void sCosLA(int n, const float* a, float* r) {
+  HalfTurn<TrigFunction::kCos, trig_detail::Level::kLA>(n, a, r);
+}
+void sCosEP(int n, const float* a, float* r) {
+  HalfTurn<TrigFunction::kCos, trig_detail::Level::kEP>(n, a, r);
+}
+void sSinCosLA(int n, const float* a, float* r1, float* r2) {
+  SinCosHalfTurn<trig_detail::Level::kLA>(n, a, r1, r2);
+}
+void sSinCosEP(int n, const float* a, float* r1, float* r2) {
+  SinCosHalfTurn<trig_detail::Level::kEP>(n, a, r1, r2);
+}
+
 }  // namespace oxl::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -34,18 +61,24 @@ HWY_EXPORT(sSin);
 HWY_EXPORT(sCos);
 HWY_EXPORT(sTan);
 HWY_EXPORT(sSinCos);
+HWY_EXPORT(sSinLA);
+HWY_EXPORT(sSinEP);
+HWY_EXPORT(sCosLA);
+HWY_EXPORT(sCosEP);
+HWY_EXPORT(sSinCosLA);
+HWY_EXPORT(sSinCosEP);
 
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sSin_B3HAynn, sSin, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sSin_B3LAynn, sSin, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sSin_B3EPnnn, sSin, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sSin_B3LAynn, sSinLA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sSin_B3EPnnn, sSinEP, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCos_B3HAynn, sCos, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCos_B3LAynn, sCos, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCos_B3EPnnn, sCos, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCos_B3LAynn, sCosLA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCos_B3EPnnn, sCosEP, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTan_B3HAynn, sTan, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTan_B3LAynn, sTan, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTan_B3EPnnn, sTan, float)
 OXL_VEK_TWO_RESULTS_ENTRY(oxl_vek_kernel_sSinCos_B3HAynn, sSinCos, float)
-OXL_VEK_TWO_RESULTS_ENTRY(oxl_vek_kernel_sSinCos_B3LAynn, sSinCos, float)
-OXL_VEK_TWO_RESULTS_ENTRY(oxl_vek_kernel_sSinCos_B3EPnnn, sSinCos, float)
+OXL_VEK_TWO_RESULTS_ENTRY(oxl_vek_kernel_sSinCos_B3LAynn, sSinCosLA, float)
+OXL_VEK_TWO_RESULTS_ENTRY(oxl_vek_kernel_sSinCos_B3EPnnn, sSinCosEP, float)
 }  // namespace oxl
 #endif
