@@ -25,6 +25,16 @@ constexpr mpfr_prec_t kBits = 2048;
 constexpr int kExponents = 2048;
 constexpr int kGrid = 300;
 
+// `numerator` / pi, rounded to T.
+template <class T>
+void Over(FILE* out, const char* name, unsigned long numerator) {
+  Mp t(kBits);
+  mpfr_const_pi(t.v, MPFR_RNDN);
+  mpfr_ui_div(t.v, numerator, t.v, MPFR_RNDN);
+  std::fprintf(out, "inline constexpr %s %s = %s;\n", sizeof(T) == 4 ? "float" : "double", name,
+               Literal(Round<T>(t.v)).c_str());
+}
+
 // pi 2^-halvings as `count` numbers of type T, each the rounding (by `rnd`) of what the previous
 // ones leave.
 template <class T>
@@ -160,13 +170,7 @@ int main(int argc, char** argv) {
   std::fprintf(out,
                "// The tables of the double sine and cosine kernels. Written by "
                "tools/trig_tables.cpp; do not edit.\n\n");
-  {
-    Mp t(kBits);
-    mpfr_const_pi(t.v, MPFR_RNDN);
-    mpfr_ui_div(t.v, 2, t.v, MPFR_RNDN);
-    std::fprintf(out, "inline constexpr double kTwoOverPi = %s;\n",
-                 Literal(mpfr_get_d(t.v, MPFR_RNDN)).c_str());
-  }
+  Over<double>(out, "kTwoOverPi", 2);
   Parts<double>(out, "kPiOver2", 3, 1);
   std::fprintf(out, "\n// sin r = r + r^3 P(r^2), |r| <= pi/4.\n");
   Polynomial(out, "kSinPoly", true, 6, 2);
@@ -180,13 +184,7 @@ int main(int argc, char** argv) {
                "\n// The float kernels' LA and EP: |x| = n pi + r with |x| <= 2^12, pi in three "
                "floats\n// (rounded toward zero: subtracting n times them from -0 leaves -0), and "
                "sin r = r + r^3 P(r^2)\n// on |r| <= pi/2 and a little beyond.\n");
-  {
-    Mp t(kBits);
-    mpfr_const_pi(t.v, MPFR_RNDN);
-    mpfr_ui_div(t.v, 1, t.v, MPFR_RNDN);
-    std::fprintf(out, "inline constexpr float kOneOverPiF = %s;\n",
-                 Literal(mpfr_get_flt(t.v, MPFR_RNDN)).c_str());
-  }
+  Over<float>(out, "kOneOverPiF", 1);
   Parts<float>(out, "kPiF", 3, 0, MPFR_RNDZ);
   Polynomial(out, "kSinPolyHalfTurnF", true, 5, 1, true, 1.001);
   Polynomial(out, "kSinPolyHalfTurnFEP", true, 2, 1, true, 1.001);
