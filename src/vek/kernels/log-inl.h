@@ -1,7 +1,7 @@
 // Bodies of the Ln, Log10 and Log1p kernels. Re-included once per SIMD target.
 //
-// The reciprocal kernels (the float HA and LA kernels, the double Log1p kernels and the double Ln
-// and Log10 LA kernels) write v = 2^k m with m in [A, 2A), A = 1 - 2^-6, by integer arithmetic on
+// The reciprocal kernels (the float HA kernels, the double Log1p kernels and the double Ln and
+// Log10 LA kernels) write v = 2^k m with m in [A, 2A), A = 1 - 2^-6, by integer arithmetic on
 // the bits of v, and read the interval of m from the four bits below the exponent of bits(m) -
 // bits(A): interval 0 is [A, 1 + 2^-5), around 1, the others have width 1/16. With c a reciprocal
 // of the interval's midpoint (1 for interval 0) and r = m c - 1, |r| <= 0.035 and
@@ -567,17 +567,19 @@ struct LogRcpBody : UnaryRealBody<T> {
   static int32_t Rare(const T* a, T* r) { return vek::LogRare<kFunc>(a, r); }
 };
 
-// The float EP kernels, without a table: v = 2^k m with m in [sqrt(1/2), sqrt(2)) by integer
-// arithmetic on the bits of v, r = m - 1 exact, and
+// The float LA and EP kernels, without a table: v = 2^k m with m in [sqrt(1/2), sqrt(2)) by
+// integer arithmetic on the bits of v, r = m - 1 exact, and
 //   ln v = k ln 2 + r + r^2 h(r),
-// h of degree 3 fitted (minimax, float coefficients) to the error relative to ln(1 + r) on
-// |r| <= 0.4143: 2^-14.0, two bits inside the level's 2^12 ulp where an ulp is 2^-24 of the
-// result. Degree 2 gives 2^-11.1, which a result just below a power of two reads as 2^12.4 ulp.
+// h fitted (minimax, float coefficients) to the error relative to ln(1 + r) on |r| <= 0.4143:
+// degree 7 at LA, 2^-26.5; degree 3 at EP, 2^-14.0, two bits inside the level's 2^12 ulp where
+// an ulp is 2^-24 of the result (degree 2 gives 2^-11.1, which a result just below a power of
+// two reads as 2^12.4 ulp). Against the reciprocal table this trades two or three table reads
+// (each two permutes and a blend on AVX2) and the interval's integer work for four more terms.
 // k comes converted from k 2^23, the bits the split takes off v, with ln 2 scaled by 2^-23 to
 // match: exact, and one shift fewer. Log10 scales the logarithm last; Log1p takes r = x where k
 // is 0 (there m = 1 + x rounded, and x is r exactly) and ignores the rounding of 1 + x elsewhere,
-// where it is below 2^-23 of the result.
-template <LogFunction kFunc>
+// where it is below 2^-24 of the result.
+template <LogFunction kFunc, LogLevel kLevel>
 struct LogPolyBodyS : UnaryRealBody<float> {
   const char* name = kFunc == LogFunction::kLn      ? (OXL_VEK_REAL_NAME(float, Ln))
                      : kFunc == LogFunction::kLog10 ? (OXL_VEK_REAL_NAME(float, Log10))
@@ -592,7 +594,13 @@ struct LogPolyBodyS : UnaryRealBody<float> {
     }
     // r (r h) rather than r^2 h: Log1p's r = x may be as small as 2^-126, and r^2 would be a
     // denormal, whose arithmetic is slow; r h and the fused product stay normal.
-    const auto h = Horner(d, r, -0x1.ff8658p-2f, 0x1.57c3a0p-2f, -0x1.146470p-2f, 0x1.6d6046p-3f);
+    hn::Vec<D> h;
+    if constexpr (kLevel == LogLevel::kEP) {
+      h = Horner(d, r, -0x1.ff8658p-2f, 0x1.57c3a0p-2f, -0x1.146470p-2f, 0x1.6d6046p-3f);
+    } else {
+      h = Horner(d, r, -0x1.ffffe0p-2f, 0x1.55571cp-2f, -0x1.000c42p-2f, 0x1.98d8fap-3f,
+                 -0x1.521338p-3f, 0x1.2fe248p-3f, -0x1.2d3cdep-3f, 0x1.83134ep-4f);
+    }
     const auto ln = Fma(d, r, hn::Mul(r, h), Fma(d, scaled_k, hn::Set(d, 0x1.62e430p-24f), r));
     if constexpr (kFunc == LogFunction::kLog10) {
       return hn::Mul(ln, hn::Set(d, log_detail::Consts<float>::kLog10OfEHi));
