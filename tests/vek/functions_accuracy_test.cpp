@@ -158,19 +158,28 @@ const std::map<std::string, HardCase>& HardCases() {
     // and meet the denormals; the float HA kernels' worst arguments over all floats (Ln, Log10),
     // and the double LA kernels' worst found, just above 1 + 2^-5, where -ln c cancels against r
     // (Ln 2.76 ulp, Log10 2.62).
-    const HardCase log = {{1.0, 0.75, 1.5, 2.0, 0x1p-126, 0x1p126, 0x1p-1022, 0x1p1022, 10.0,
-                           1000.0, 0x1.f8p-1, 0x1.08p+0, 0x1.78p+0, 0x1.f8p+0, 0x1.0806a6p+0,
-                           0x1.081616p+0, 0x1.08022adb02ab8p+0, 0x1.0800000000139p+0},
-                          {{0.9, 1.1}, {0.999, 1.001}, {0.5, 2.0}}};
+    HardCase log = {{1.0, 0.75, 1.5, 2.0, 0x1p-126, 0x1p126, 0x1p-1022, 0x1p1022, 10.0, 1000.0,
+                     0x1.f8p-1, 0x1.08p+0, 0x1.78p+0, 0x1.f8p+0, 0x1.0806a6p+0, 0x1.081616p+0,
+                     0x1.08022adb02ab8p+0, 0x1.0800000000139p+0},
+                    {{0.9, 1.1}, {0.999, 1.001}, {0.5, 2.0}}};
+    // The float LA and EP kernels split at sqrt(1/2) and sqrt(2); their worst arguments over all
+    // floats (Ln, Log10; EP in ulp and in bits).
+    log.thresholds.insert(log.thresholds.end(),
+                          {0x1.6a09e6p-1, 0x1.6a09e6p+0, 0x1.6aab7p+11, 0x1.92444ep+1, 0x1.8ecp-1,
+                           0x1.2481c4p+0, 0x1.5555e4p+0, 0x1.246eb8p+0});
     // Log1p: where 1 + x rounds (2^-24, 2^-53), where x alone is the answer (2^24, 2^53), where
     // 1 + x leaves the interval around 1 (-2^-6, 2^-5), where the float kernels stop scaling the
     // rounding error of 1 + x (2^64), the ends of the second pass, the float HA kernel's worst
     // argument over all positive floats (0.66 ulp), and the double kernels' worst found (HA 0.66
     // ulp where 1 + x rounds, LA 2.73 just above 2^-5).
-    const HardCase log1p = {
+    HardCase log1p = {
         {0.0, -1.0, -0.5, 0x1p-24, 0x1p-53, 1.0, 0x1p24, 0x1p53, 0x1p126, 0x1p1022, -0x1p-6, 0x1p-5,
          0x1p64, 0x1.ap-24, -0x1.9ff2fbf833108p-53, 0x1.000000000b78p-5},
         {{-0.01, 0.01}, {-1.0, -0.9}, {-0.3, 0.5}}};
+    // Where 1 + x leaves [sqrt(1/2), sqrt(2)) (the float LA and EP kernels), and their worst
+    // arguments (LA; EP in ulp and in bits).
+    log1p.thresholds.insert(log1p.thresholds.end(), {-0x1.2bec34p-2, 0x1.a8279ap-2, -0x1.3555c6p-2,
+                                                     -0x1.c50362p-3, 0x1.a827ccp-2});
     // The exponentials leave the fast path beyond the bound of each width (float 87.34, double
     // 707.7), overflow, give denormals and underflow, switch table halves at ln 2 / 64 (float)
     // and ln 2 / 32 (double), and Expm1 saturates at -1 (float -17.3, double -37.4).

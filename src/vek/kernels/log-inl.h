@@ -1,10 +1,10 @@
 // Bodies of the Ln, Log10 and Log1p kernels. Re-included once per SIMD target.
 //
-// The reciprocal kernels (every float kernel, the double Log1p kernels and the double Ln and
-// Log10 LA kernels) write v = 2^k m with m in [A, 2A), A = 1 - 2^-6, by integer arithmetic on the
-// bits of v, and read the interval of m from the four bits below the exponent of bits(m) - bits(A):
-// interval 0 is [A, 1 + 2^-5), around 1, the others have width 1/16. With c a reciprocal of the
-// interval's midpoint (1 for interval 0) and r = m c - 1, |r| <= 0.035 and
+// The reciprocal kernels (the float HA kernels, the double Log1p kernels and the double Ln and
+// Log10 LA kernels) write v = 2^k m with m in [A, 2A), A = 1 - 2^-6, by integer arithmetic on
+// the bits of v, and read the interval of m from the four bits below the exponent of bits(m) -
+// bits(A): interval 0 is [A, 1 + 2^-5), around 1, the others have width 1/16. With c a reciprocal
+// of the interval's midpoint (1 for interval 0) and r = m c - 1, |r| <= 0.035 and
 //   ln v = k ln 2 - ln c + ln(1 + r),
 // -ln c from a table in registers, ln(1 + r) a short polynomial. The upper eight intervals hold
 // -ln(2c) and count k one larger, so that no entry comes near ln 2: a v just below a power of two
@@ -565,6 +565,89 @@ struct LogRcpBody : UnaryRealBody<T> {
   }
 
   static int32_t Rare(const T* a, T* r) { return vek::LogRare<kFunc>(a, r); }
+};
+
+// The float LA and EP kernels, without a table: v = 2^k m with m in [sqrt(1/2), sqrt(2)) by
+// integer arithmetic on the bits of v, r = m - 1 exact, and
+//   ln v = k ln 2 + r + r^2 h(r),
+// h fitted (minimax, float coefficients) to the error relative to ln(1 + r) on |r| <= 0.4143:
+// degree 7 at LA, 2^-26.5; degree 3 at EP, 2^-14.0, two bits inside the level's 2^12 ulp where
+// an ulp is 2^-24 of the result (degree 2 gives 2^-11.1, which a result just below a power of
+// two reads as 2^12.4 ulp). Against the reciprocal table this trades two or three table reads
+// (each two permutes and a blend on AVX2) and the interval's integer work for four more terms.
+// k comes converted from k 2^23, the bits the split takes off v, with ln 2 scaled by 2^-23 to
+// match: exact, and one shift fewer. Log10 scales the logarithm last; Log1p takes r = x where k
+// is 0 (there m = 1 + x rounded, and x is r exactly) and ignores the rounding of 1 + x elsewhere,
+// where it is below 2^-24 of the result.
+template <LogFunction kFunc, LogLevel kLevel>
+struct LogPolyBodyS : UnaryRealBody<float> {
+  const char* name = kFunc == LogFunction::kLn      ? (OXL_VEK_REAL_NAME(float, Ln))
+                     : kFunc == LogFunction::kLog10 ? (OXL_VEK_REAL_NAME(float, Log10))
+                                                    : (OXL_VEK_REAL_NAME(float, Log1p));
+
+  // ln(v) (log10) from m and k 2^23 as a float, with x the argument (Log1p).
+  template <class D, class V = hn::VFromD<D>>
+  static HWY_INLINE V Evaluate(D d, V m, V scaled_k, V x) {
+    auto r = hn::Sub(m, hn::Set(d, 1.0f));
+    if constexpr (kFunc == LogFunction::kLog1p) {
+      r = hn::IfThenElse(hn::Eq(scaled_k, hn::Zero(d)), x, r);
+    }
+    // r (r h) rather than r^2 h: Log1p's r = x may be as small as 2^-126, and r^2 would be a
+    // denormal, whose arithmetic is slow; r h and the fused product stay normal.
+    hn::Vec<D> h;
+    if constexpr (kLevel == LogLevel::kEP) {
+      h = Horner(d, r, -0x1.ff8658p-2f, 0x1.57c3a0p-2f, -0x1.146470p-2f, 0x1.6d6046p-3f);
+    } else {
+      h = Horner(d, r, -0x1.ffffe0p-2f, 0x1.55571cp-2f, -0x1.000c42p-2f, 0x1.98d8fap-3f,
+                 -0x1.521338p-3f, 0x1.2fe248p-3f, -0x1.2d3cdep-3f, 0x1.83134ep-4f);
+    }
+    const auto ln = Fma(d, r, hn::Mul(r, h), Fma(d, scaled_k, hn::Set(d, 0x1.62e430p-24f), r));
+    if constexpr (kFunc == LogFunction::kLog10) {
+      return hn::Mul(ln, hn::Set(d, log_detail::Consts<float>::kLog10OfEHi));
+    } else {
+      return ln;
+    }
+  }
+
+  // m and k 2^23 for positive normal v (as a float, exact: k has at most 8 bits).
+  template <class D, class V = hn::VFromD<D>>
+  static HWY_INLINE void Split(D d, V v, V& m, V& scaled_k) {
+    const hn::RebindToSigned<D> di;
+    const auto bits = hn::BitCast(di, v);
+    const auto rel = hn::Sub(bits, hn::Set(di, 0x3F3504F3));  // bits(sqrt(1/2)), rounded down
+    const auto power = hn::And(rel, hn::Set(di, static_cast<int32_t>(0xFF800000u)));
+    m = hn::BitCast(d, hn::Sub(bits, power));
+    scaled_k = hn::ConvertTo(d, power);
+  }
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    using simd::MantissaInterval;
+    using simd::MantissaSign;
+    const auto x = in[0];
+    const auto v = kFunc == LogFunction::kLog1p ? hn::Add(hn::Set(d, 1.0f), x) : x;
+    const auto fast = log_detail::PositiveNormal(d, v);
+    hn::Vec<D> m, scaled_k;
+    Split(d, v, m, scaled_k);
+    auto result = Evaluate(d, m, scaled_k, x);
+    rare[0] = hn::MaskFromVec(hn::Zero(d));
+    if (!hn::AllTrue(d, fast)) [[unlikely]] {
+      // As the reciprocal kernels' second pass: the mantissa in [1, 2) split again, the exponent
+      // added, and the signal marking zeros, negatives, infinities and NaNs.
+      const auto m1 = GetMant<MantissaInterval::kOneToTwo, MantissaSign::kNaNIfNegative>(d, v);
+      const auto e = GetExp(d, v);
+      hn::Vec<D> m2, scaled_k2;
+      Split(d, m1, m2, scaled_k2);
+      scaled_k2 = Fma(d, e, hn::Set(d, 0x1p23f), scaled_k2);
+      result = hn::IfThenElse(fast, result, Evaluate(d, m2, scaled_k2, x));
+      const auto signal = hn::Add(hn::Sub(e, e), hn::Sub(m1, m1));
+      rare[0] = hn::AndNot(fast, hn::IsNaN(signal));
+    }
+    // log1p(-0) is -0; every other result has the sign of x already.
+    out[0] = kFunc == LogFunction::kLog1p ? hn::CopySign(result, x) : result;
+  }
+
+  static int32_t Rare(const float* a, float* r) { return vek::LogRare<kFunc>(a, r); }
 };
 
 // Ln and Log10 by a quotient. x = 2^e m with m in [3/4, 3/2), s = (m - 1) / (m + 1) and
