@@ -145,11 +145,12 @@ double ShortReach() {
   return reach;
 }
 
-// q for ln(1 + r) = r + r^2 q(r) on |r| <= reach, fitted in the error relative to ln(1 + r).
-std::vector<double> Log1pPolynomial(int terms, double reach) {
+// q for ln(1 + r) = r + r^2 q(r) on [lo, hi], fitted in the error relative to ln(1 + r).
+std::vector<double> Log1pPolynomial(int terms, double lo, double hi) {
   std::vector<Mp> grid(3000);
   for (size_t k = 0; k < grid.size(); ++k) {
-    mpfr_set_d(grid[k].v, reach * (2 * (k + 0.5) / grid.size() - 1), MPFR_RNDN);
+    const double t = 2 * (k + 0.5) / grid.size() - 1;
+    mpfr_set_d(grid[k].v, (lo + hi) / 2 + (hi - lo) / 2 * t, MPFR_RNDN);
   }
   return LawsonFit(grid, terms, 40, [](mpfr_srcptr r, std::vector<Mp>& basis, mpfr_ptr target) {
     Mp ln;
@@ -187,7 +188,7 @@ int main(int argc, char** argv) {
   const double reach = ShortReach();
   for (const auto& [name, terms] :
        {std::pair{"kLnShortHA", 9}, std::pair{"kLnShortLA", 8}, std::pair{"kLnShortEP", 4}}) {
-    PrintDoubleArray(out, name, Log1pPolynomial(terms, reach));
+    PrintDoubleArray(out, name, Log1pPolynomial(terms, -reach, reach));
   }
 
   // The quotient kernels: ln m = 2 atanh(s), atanh(s) = s + s z P(z) with z = s^2 up to 1/25
@@ -196,6 +197,14 @@ int main(int argc, char** argv) {
   for (const auto& [name, terms] : {std::pair{"kLnQuotientHA", 8}, std::pair{"kLnQuotientLA", 7},
                                     std::pair{"kLnQuotientEP", 4}}) {
     PrintDoubleArray(out, name, SeriesPolynomial(terms, 1.0 / 25, mpfr_atanh, true));
+  }
+
+  // The float LA and EP kernels without a table: ln(1 + r) = r + r^2 q(r) with r = m - 1 for m in
+  // [sqrt(1/2), sqrt(2)), near-minimax in the error relative to ln(1 + r), rounded to float: 8
+  // terms (LA), 4 terms (EP).
+  for (const auto& [name, terms] : {std::pair{"kLnWideLA", 8}, std::pair{"kLnWideEP", 4}}) {
+    const std::vector<double> q = Log1pPolynomial(terms, std::sqrt(0.5) - 1, std::sqrt(2.0) - 1);
+    Array(out, "float", name, std::vector<float>(q.begin(), q.end()));
   }
   return std::fclose(out) == 0 ? 0 : 1;
 }

@@ -570,8 +570,9 @@ struct LogRcpBody : UnaryRealBody<T> {
 // The float LA and EP kernels, without a table: v = 2^k m with m in [sqrt(1/2), sqrt(2)) by
 // integer arithmetic on the bits of v, r = m - 1 exact, and
 //   ln v = k ln 2 + r + r^2 h(r),
-// h fitted (minimax, float coefficients) to the error relative to ln(1 + r) on |r| <= 0.4143:
-// degree 7 at LA, 2^-26.5; degree 3 at EP, 2^-14.0, two bits inside the level's 2^12 ulp where
+// h fitted (near-minimax, tools/log_tables.cpp, rounded to float) to the error relative to
+// ln(1 + r) on [sqrt(1/2) - 1, sqrt(2) - 1]: degree 7 at LA; degree 3 at EP, 2^-14, two bits
+// inside the level's 2^12 ulp where
 // an ulp is 2^-24 of the result (degree 2 gives 2^-11.1, which a result just below a power of
 // two reads as 2^12.4 ulp). Against the reciprocal table this trades two or three table reads
 // (each two permutes and a blend on AVX2) and the interval's integer work for four more terms.
@@ -594,13 +595,8 @@ struct LogPolyBodyS : UnaryRealBody<float> {
     }
     // r (r h) rather than r^2 h: Log1p's r = x may be as small as 2^-126, and r^2 would be a
     // denormal, whose arithmetic is slow; r h and the fused product stay normal.
-    hn::Vec<D> h;
-    if constexpr (kLevel == LogLevel::kEP) {
-      h = Horner(d, r, -0x1.ff8658p-2f, 0x1.57c3a0p-2f, -0x1.146470p-2f, 0x1.6d6046p-3f);
-    } else {
-      h = Horner(d, r, -0x1.ffffe0p-2f, 0x1.55571cp-2f, -0x1.000c42p-2f, 0x1.98d8fap-3f,
-                 -0x1.521338p-3f, 0x1.2fe248p-3f, -0x1.2d3cdep-3f, 0x1.83134ep-4f);
-    }
+    const hn::Vec<D> h = kLevel == LogLevel::kEP ? Horner(d, r, vek::log_tables::kLnWideEP)
+                                                 : Horner(d, r, vek::log_tables::kLnWideLA);
     const auto ln = Fma(d, r, hn::Mul(r, h), Fma(d, scaled_k, hn::Set(d, 0x1.62e430p-24f), r));
     if constexpr (kFunc == LogFunction::kLog10) {
       return hn::Mul(ln, hn::Set(d, log_detail::Consts<float>::kLog10OfEHi));
