@@ -68,6 +68,18 @@ void Affine(T* r, int32_t n, T scale, T shift) {
   });
 }
 
+// Walks out, whose alignment picks the cut; in is read at the same indices.
+template <class T>
+void AffineCopy(T* out, const T* in, int32_t n, T scale, T shift) {
+  if (n < 1) return;
+  const hn::ScalableTag<T> d;
+  const auto vs = hn::Set(d, scale);
+  const auto vb = hn::Set(d, shift);
+  Sweep(d, out, static_cast<size_t>(n), [&](size_t i, size_t count) HWY_ATTR {
+    StorePartial(d, Fma(d, vs, LoadPartial(d, in + i, count), vb), out + i, count);
+  });
+}
+
 // sqrt(-r) for Rayleigh's logarithms, then as affine_floor.
 template <class T>
 void RootAffineFloor(T* r, int32_t n, T scale, T shift) {
@@ -141,6 +153,40 @@ void Scale(T* r, int32_t n, T factor) {
   Sweep(d, r, static_cast<size_t>(n), [&](size_t i, size_t count) HWY_ATTR {
     StorePartial(d, hn::Mul(vf, LoadPartial(d, r + i, count)), r + i, count);
   });
+}
+
+// Blocks of kColumns vectors turned on their side, so that a vector register holds one component
+// of several vectors; the arithmetic of each vector is the scalar order, lane by lane.
+template <class T>
+void LowerMultiply(T* r, int32_t n, int32_t dimen, const T* factor, const T* mean) {
+  constexpr size_t kColumns = 64;
+  const hn::ScalableTag<T> d;
+  const size_t lanes = hn::Lanes(d);
+  const size_t m = static_cast<size_t>(dimen);
+  HWY_ALIGN T x[kSmallDimension][kColumns];
+  for (size_t start = 0; start < static_cast<size_t>(std::max(n, 0)); start += kColumns) {
+    const size_t columns = std::min(kColumns, static_cast<size_t>(n) - start);
+    const size_t padded = (columns + lanes - 1) / lanes * lanes;
+    T* block = r + start * m;
+    for (size_t c = 0; c < padded; ++c) {
+      for (size_t k = 0; k < m; ++k) {
+        x[k][c] = c < columns ? oxl::platform::LoadElement(block, c * m + k) : T(0);
+      }
+    }
+    for (size_t c = 0; c < padded; c += lanes) {
+      for (size_t i = m; i-- > 0;) {
+        const T* row = factor + i * m;
+        auto sum = hn::Mul(hn::Set(d, row[i]), hn::Load(d, x[i] + c));
+        for (size_t k = 0; k < i; ++k) {
+          sum = hn::Add(sum, hn::Mul(hn::Set(d, row[k]), hn::Load(d, x[k] + c)));
+        }
+        hn::Store(hn::Add(sum, hn::Set(d, mean[i])), d, x[i] + c);
+      }
+    }
+    for (size_t c = 0; c < columns; ++c) {
+      for (size_t k = 0; k < m; ++k) oxl::platform::StoreElement(block, c * m + k, x[k][c]);
+    }
+  }
 }
 
 // u may be any caller's array, aligned or not; radius and angle are the generators' own blocks. A
@@ -263,12 +309,14 @@ template <class T>
 constexpr Passes<T> MakePasses() {
   return Passes<T>{.affine = &Affine<T, false>,
                    .affine_floor = &Affine<T, true>,
+                   .affine_copy = &AffineCopy<T>,
                    .root_affine_floor = &RootAffineFloor<T>,
                    .signed_affine = &SignedAffine<T>,
                    .radius_product = &RadiusProduct<T>,
                    .periodic = &Periodic<T>,
                    .scale = &Scale<T>,
                    .split_pairs = &SplitPairs<T>,
+                   .lower_multiply = &LowerMultiply<T>,
                    .pair_affine = &PairAffine<T>};
 }
 
