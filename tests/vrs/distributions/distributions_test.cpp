@@ -532,12 +532,10 @@ void ExpectMultivariate(int dim, int method, int32_t storage, int32_t brng, doub
     const T a = dim == 1 ? mean[0] : 0, sigma = dim == 1 ? t[0] : 1;
     if constexpr (sizeof(T) == 8) {
       ASSERT_EQ(_vrsdRngGaussian(method, ref.s, n * dim, z.data(), a, sigma), 0);
-      ASSERT_EQ(_vrsdRngGaussianMV(method, s.s, n, r.data(), dim, storage, mean.data(), factor),
-                0);
+      ASSERT_EQ(_vrsdRngGaussianMV(method, s.s, n, r.data(), dim, storage, mean.data(), factor), 0);
     } else {
       ASSERT_EQ(_vrssRngGaussian(method, ref.s, n * dim, z.data(), a, sigma), 0);
-      ASSERT_EQ(_vrssRngGaussianMV(method, s.s, n, r.data(), dim, storage, mean.data(), factor),
-                0);
+      ASSERT_EQ(_vrssRngGaussianMV(method, s.s, n, r.data(), dim, storage, mean.data(), factor), 0);
     }
     if (first.empty()) first = r;
     EXPECT_TRUE(SameBits(first, r)) << target;
