@@ -49,9 +49,7 @@ int32_t Rayleigh(StreamRecord* s, int32_t n, T* r, T a, T beta) {
   const CallbackScope scope(&LnCallBackPole<T>);
   return Blocked(s, n, r, T(0), T(1), [&](int32_t m, T* x) {
     Vm<T>::Ln(m, x);
-    PassesFor<T>().scale(x, m, T(-1));
-    Vm<T>::Sqrt(m, x);
-    PassesFor<T>().affine_floor(x, m, beta, a);
+    PassesFor<T>().root_affine_floor(x, m, beta, a);
   });
 }
 

@@ -179,17 +179,26 @@ inline int32_t Gaussian(int32_t method, StreamRecord* s, int32_t n, float* r, fl
 // The last passes, vectorised for the best SIMD target of the processor. Each runs the same
 // arithmetic on every target and on every cut of the array (head up to a 64-byte boundary, two
 // vectors per round, masked tail), so results do not depend on the target or on r's alignment.
-// Every product-and-sum is one fused multiply-add. n < 1 does nothing.
+// Every product-and-sum is one fused multiply-add. n < 1 does nothing. The passes that take a
+// square root take it themselves: the instruction rounds correctly, so it gives the bits of the
+// Sqrt kernel in any slot, and a kernel call would cost a pass over the block of its own.
+// Up to this dimension the multivariate Gaussian multiplies its vectors by its own loop.
+inline constexpr int32_t kSmallDimension = 10;
+
 template <class T>
 struct Passes {
   // r[i] = fma(scale, r[i], shift)
   void (*affine)(T* r, int32_t n, T scale, T shift);
   // r[i] = max(shift, fma(scale, r[i], shift)): the output never falls under the displacement
   void (*affine_floor)(T* r, int32_t n, T scale, T shift);
+  // out[i] = fma(scale, in[i], shift); out may be any caller's array, in may not overlap it
+  void (*affine_copy)(T* out, const T* in, int32_t n, T scale, T shift);
+  // r[i] = max(shift, fma(scale, sqrt(-r[i]), shift)), r holding logarithms
+  void (*root_affine_floor)(T* r, int32_t n, T scale, T shift);
   // r[i] = fma(u[i] <= 0.5 ? -beta : beta, r[i], a)
   void (*signed_affine)(T* r, const T* u, int32_t n, T beta, T a);
-  // r[i] = fma(sigma * radius[i], sine[i], a), the product rounded first
-  void (*scaled_product)(T* r, const T* radius, const T* sine, int32_t n, T sigma, T a);
+  // r[i] = fma(sigma * sqrt(-2 log_u[i]), sine[i], a), the product rounded first
+  void (*radius_product)(T* r, const T* log_u, const T* sine, int32_t n, T sigma, T a);
   // Over `total` elements taken as rows of `period`: r[k] = fma(scale[j], r[k], shift[j]), or,
   // with scale null, r[k] + shift[j], where j = k mod period.
   void (*periodic)(T* r, int64_t total, const T* scale, const T* shift, int32_t period);
@@ -198,9 +207,14 @@ struct Passes {
   // The pairs of u taken apart: radius[i] = u[2i], angle[i] = factor * u[2i + 1]. angle may be u
   // itself (each element is read before the slot it lands in is written); radius may not overlap.
   void (*split_pairs)(T* u, int32_t pairs, T* radius, T* angle, T factor);
-  // out[2i] = fma(sigma, radius[i] * sine[i], a) and out[2i + 1] = fma(sigma, radius[i] *
-  // cosine[i], a), the products rounded first.
-  void (*pair_affine)(T* out, const T* radius, const T* sine, const T* cosine, int32_t pairs,
+  // The n vectors of `dimen` components (at most kSmallDimension) one after the other, each
+  // multiplied by the lower triangle of `factor` (dimen x dimen, by rows) and displaced by mean:
+  // x[i] = (factor[i][i] x[i] + factor[i][0] x[0] + ... + factor[i][i-1] x[i-1]) + mean[i], the
+  // products and sums rounded one by one in that order, from the last component to the first.
+  void (*lower_multiply)(T* r, int32_t n, int32_t dimen, const T* factor, const T* mean);
+  // With radius = sqrt(-2 log_u[i]): out[2i] = fma(sigma, radius * sine[i], a) and
+  // out[2i + 1] = fma(sigma, radius * cosine[i], a), the products rounded first.
+  void (*pair_affine)(T* out, const T* log_u, const T* sine, const T* cosine, int32_t pairs,
                       T sigma, T a);
 };
 

@@ -7,7 +7,8 @@
 // Each rejection method draws its candidates in rounds (rejection.h); a candidate takes its
 // uniforms in a fixed pattern, and a Box-Muller pair's second normal, when a round ends between
 // the two, is held on the stream (chunk 7 for double, 8 for float), so a request split into calls
-// gives the numbers of one call.
+// gives the numbers of one call. A round packs its survivors in its own block and scales and
+// displaces them on the way to the result, while they are in the first cache level.
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -129,9 +130,9 @@ void Verdicts(const Squeeze<T>& k, int32_t m, const T* x, const T* u, T* cube, b
   }
 }
 
-// Shape above 1, unscaled.
+// Shape above 1.
 template <class T>
-int32_t Squeezed(StreamRecord* s, int32_t n, T* r, T alpha, T* held) {
+int32_t Squeezed(StreamRecord* s, int32_t n, T* r, T alpha, T a, T beta, T* held) {
   const Squeeze<T> k(alpha);
   return Accepted(n, r, [&](int32_t m, T* out, int32_t& status) {
     Candidates<T, 1> c;
@@ -141,15 +142,16 @@ int32_t Squeezed(StreamRecord* s, int32_t n, T* r, T alpha, T* held) {
     bool verdict[kRound];
     Verdicts(k, m, c.normal, c.uniform[0], g, verdict);
     int32_t kept = 0;
-    for (int32_t j = 0; j < m; ++j) Keep(out, kept, k.d * g[j], verdict[j]);
+    for (int32_t j = 0; j < m; ++j) Keep(g, kept, k.d * g[j], verdict[j]);
+    PassesFor<T>().affine_copy(out, g, kept, beta, a);
     return kept;
   });
 }
 
-// Shape below 0.6, unscaled: exp(ln G + ln(U) / alpha), G of shape alpha + 1 by the squeeze, U
-// the candidate's second uniform (drawn also for the rejected ones, to keep the pattern fixed).
+// Shape below 0.6: exp(ln G + ln(U) / alpha), G of shape alpha + 1 by the squeeze, U the
+// candidate's second uniform (drawn also for the rejected ones, to keep the pattern fixed).
 template <class T>
-int32_t Boosted(StreamRecord* s, int32_t n, T* r, T alpha, T* held) {
+int32_t Boosted(StreamRecord* s, int32_t n, T* r, T alpha, T a, T beta, T* held) {
   const Squeeze<T> k(alpha + T(1));
   return Accepted(n, r, [&](int32_t m, T* out, int32_t& status) {
     Candidates<T, 2> c;
@@ -170,17 +172,17 @@ int32_t Boosted(StreamRecord* s, int32_t n, T* r, T alpha, T* held) {
     // A division, not a product by 1/alpha, which overflows for a denormal alpha.
     for (int32_t i = 0; i < kept; ++i) g[i] += u[i] / alpha;
     Vm<T>::Exp(kept, g);
-    for (int32_t i = 0; i < kept; ++i) oxl::platform::StoreElement(out, i, g[i]);
+    PassesFor<T>().affine_copy(out, g, kept, beta, a);
     return kept;
   });
 }
 
-// Shape from 0.6 up to 1, unscaled. A Weibull(alpha) candidate x = y^(1/alpha), y = -ln u1, has
+// Shape from 0.6 up to 1. A Weibull(alpha) candidate x = y^(1/alpha), y = -ln u1, has
 // the Gamma density over its own exp(y - x) / (alpha Gamma(alpha)); y - x is at most
 // c = e - alpha e with e = alpha^(alpha / (1 - alpha)), taken at x = alpha^(1 / (1 - alpha)). So x
 // is kept when the exponential -ln u2 is at least x - y + c. Each candidate draws u1 then u2.
 template <class T>
-int32_t WeibullEnvelope(StreamRecord* s, int32_t n, T* r, T alpha) {
+int32_t WeibullEnvelope(StreamRecord* s, int32_t n, T* r, T alpha, T a, T beta) {
   const T inverse = T(1) / alpha;
   const T e = OnceExp(alpha * OnceLn(alpha) / (T(1) - alpha));
   const T c = e - alpha * e;
@@ -195,7 +197,8 @@ int32_t WeibullEnvelope(StreamRecord* s, int32_t n, T* r, T alpha) {
     for (int32_t j = 0; j < m; ++j) x[j] *= inverse;
     Vm<T>::Exp(m, x);
     int32_t kept = 0;
-    for (int32_t j = 0; j < m; ++j) Keep(out, kept, x[j], -u[2 * j + 1] >= x[j] + u[2 * j] + c);
+    for (int32_t j = 0; j < m; ++j) Keep(x, kept, x[j], -u[2 * j + 1] >= x[j] + u[2 * j] + c);
+    PassesFor<T>().affine_copy(out, x, kept, beta, a);
     return kept;
   });
 }
@@ -215,16 +218,15 @@ int32_t Gamma(StreamRecord* s, int32_t n, T* r, T alpha, T a, T beta) {
   const CallbackScope scope(&LnCallBackPole<T>);
   int32_t status = 0;
   if (alpha >= T(0.6) && alpha < T(1)) {
-    status = WeibullEnvelope(s, n, r, alpha);
+    status = WeibullEnvelope(s, n, r, alpha, a, beta);
   } else {
     // The squeeze serves the branch below 0.6 too, at alpha + 1, and holds its spare normal for
     // both: a normal is a normal whatever the shape.
     T* held = HeldPair<T>(s, kSpareChunk<T>, &status);
     if (!held) return status;
-    status = alpha > T(1) ? Squeezed(s, n, r, alpha, held) : Boosted(s, n, r, alpha, held);
+    status = alpha > T(1) ? Squeezed(s, n, r, alpha, a, beta, held)
+                          : Boosted(s, n, r, alpha, a, beta, held);
   }
-  if (status < 0) return status;
-  PassesFor<T>().affine(r, n, beta, a);
   return status;
 }
 

@@ -70,21 +70,14 @@ int32_t CallBack(oxl_vek_error_record* record) {
   return 0;
 }
 
-// sqrt(-2 ln u) in place; -2 ln u is exact from ln u.
-template <class T>
-void Radius(int32_t n, T* u) {
-  Vm<T>::Ln(n, u);
-  PassesFor<T>().scale(u, n, T(-2));
-  Vm<T>::Sqrt(n, u);
-}
-
 // Pairs of uniforms per block: the uniforms, the radii and the kernels' results of a block stay
 // in the first cache level beside the output they are written to.
 constexpr int32_t kPairs = 512;
 
 // One output per pair of uniforms, blocks of 512. The 2m uniforms of a block fill `buffer`; the
 // even ones (radius) move to their own array and the odd ones (angle), times 2 pi, are compacted
-// at the buffer's front, where the sine replaces them.
+// at the buffer's front, where the sine replaces them. The last pass takes the radius from its
+// uniform's logarithm.
 template <class T>
 int32_t BoxMuller(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
   alignas(64) T buffer[2 * kPairs];
@@ -97,27 +90,29 @@ int32_t BoxMuller(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
     if (status < 0) return status;
     passes.split_pairs(buffer, m, radius, buffer, Constants<T>::kTwoPi);
     Vm<T>::Sin(m, buffer);
-    Radius(m, radius);
-    passes.scaled_product(r + done, radius, buffer, m, sigma, a);
+    Vm<T>::Ln(m, radius);
+    passes.radius_product(r + done, radius, buffer, m, sigma, a);
   }
   return status;
 }
 
 // `pairs` pairs from 2 * pairs uniforms, both outputs of each pair, sine first, into out, scaled
-// and displaced. At most kPairs pairs.
+// and displaced. At most kPairs pairs. The uniforms are drawn into out itself, whose slots they
+// fill exactly: the generator's stores, which overlap its arithmetic, bring out's lines into the
+// cache, where the last pass's stores then find them.
 template <class T>
 int32_t Pairs(StreamRecord* s, int32_t pairs, T* out, T a, T sigma) {
-  alignas(64) T buffer[2 * kPairs];
-  alignas(64) T radius[kPairs];
+  alignas(64) T angle[kPairs];
+  alignas(64) T log_u[kPairs];
+  alignas(64) T sine[kPairs];
   alignas(64) T cosine[kPairs];
   const Passes<T>& passes = PassesFor<T>();
-  const int32_t status = Uniform(s, 2 * pairs, buffer, T(0), T(1));
+  const int32_t status = Uniform(s, 2 * pairs, out, T(0), T(1));
   if (status < 0) return status;
-  passes.split_pairs(buffer, pairs, radius, buffer, Constants<T>::kTwoPi);
-  T* sine = buffer + kPairs;
-  Vm<T>::SinCos(pairs, buffer, sine, cosine);
-  Radius(pairs, radius);
-  passes.pair_affine(out, radius, sine, cosine, pairs, sigma, a);
+  passes.split_pairs(out, pairs, log_u, angle, Constants<T>::kTwoPi);
+  Vm<T>::SinCos(pairs, angle, sine, cosine);
+  Vm<T>::Ln(pairs, log_u);
+  passes.pair_affine(out, log_u, sine, cosine, pairs, sigma, a);
   return status;
 }
 
@@ -127,8 +122,9 @@ template <class T, void (*Trig)(int, T*)>
 T Single(T radius_uniform, T angle_uniform, T a, T sigma) {
   T angle = angle_uniform * Constants<T>::kTwoPi;
   Trig(1, &angle);
-  Radius(1, &radius_uniform);
-  return std::fma(sigma, radius_uniform * angle, a);
+  Vm<T>::Ln(1, &radius_uniform);
+  const T radius = std::sqrt(T(-2) * radius_uniform);
+  return std::fma(sigma, radius * angle, a);
 }
 
 // The chunk holds the pending pair {U1 radius uniform, U2 angle uniform}, or {-1, -1}.

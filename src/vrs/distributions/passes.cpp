@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "simd/fma-inl.h"
 #include "simd/partial-inl.h"
@@ -67,6 +68,37 @@ void Affine(T* r, int32_t n, T scale, T shift) {
   });
 }
 
+// Walks out, whose alignment picks the cut; in is read at the same indices.
+template <class T>
+void AffineCopy(T* out, const T* in, int32_t n, T scale, T shift) {
+  if (n < 1) return;
+  const hn::ScalableTag<T> d;
+  const auto vs = hn::Set(d, scale);
+  const auto vb = hn::Set(d, shift);
+  Sweep(d, out, static_cast<size_t>(n), [&](size_t i, size_t count) HWY_ATTR {
+    StorePartial(d, Fma(d, vs, LoadPartial(d, in + i, count), vb), out + i, count);
+  });
+}
+
+// sqrt(-r) for Rayleigh's logarithms, then as affine_floor.
+template <class T>
+void RootAffineFloor(T* r, int32_t n, T scale, T shift) {
+  if (n < 1) return;
+  const hn::ScalableTag<T> d;
+  const auto vs = hn::Set(d, scale);
+  const auto vb = hn::Set(d, shift);
+  Sweep(d, r, static_cast<size_t>(n), [&](size_t i, size_t count) HWY_ATTR {
+    const auto root = hn::Sqrt(hn::Neg(LoadPartial(d, r + i, count)));
+    StorePartial(d, hn::Max(vb, Fma(d, vs, root, vb)), r + i, count);
+  });
+}
+
+// The Box-Muller radius sqrt(-2 ln u) from ln u; the doubling is exact.
+template <class D, class V>
+HWY_INLINE V Radius(D d, V log_u) {
+  return hn::Sqrt(hn::Mul(hn::Set(d, hn::TFromD<D>(-2)), log_u));
+}
+
 template <class T>
 void SignedAffine(T* r, const T* u, int32_t n, T beta, T a) {
   if (n < 1) return;
@@ -82,13 +114,13 @@ void SignedAffine(T* r, const T* u, int32_t n, T beta, T a) {
 }
 
 template <class T>
-void ScaledProduct(T* r, const T* radius, const T* sine, int32_t n, T sigma, T a) {
+void RadiusProduct(T* r, const T* log_u, const T* sine, int32_t n, T sigma, T a) {
   if (n < 1) return;
   const hn::ScalableTag<T> d;
   const auto vs = hn::Set(d, sigma);
   const auto va = hn::Set(d, a);
   Sweep(d, r, static_cast<size_t>(n), [&](size_t i, size_t count) HWY_ATTR {
-    const auto scaled = hn::Mul(vs, LoadPartial(d, radius + i, count));
+    const auto scaled = hn::Mul(vs, Radius(d, LoadPartial(d, log_u + i, count)));
     StorePartial(d, Fma(d, scaled, LoadPartial(d, sine + i, count), va), r + i, count);
   });
 }
@@ -123,8 +155,43 @@ void Scale(T* r, int32_t n, T factor) {
   });
 }
 
-// The buffers are the generators' own aligned blocks. A last partial vector goes through a copy
-// padded with zeros, so that it takes the whole vectors' path.
+// Blocks of kColumns vectors turned on their side, so that a vector register holds one component
+// of several vectors; the arithmetic of each vector is the scalar order, lane by lane.
+template <class T>
+void LowerMultiply(T* r, int32_t n, int32_t dimen, const T* factor, const T* mean) {
+  constexpr size_t kColumns = 64;
+  const hn::ScalableTag<T> d;
+  const size_t lanes = hn::Lanes(d);
+  const size_t m = static_cast<size_t>(dimen);
+  HWY_ALIGN T x[kSmallDimension][kColumns];
+  for (size_t start = 0; start < static_cast<size_t>(std::max(n, 0)); start += kColumns) {
+    const size_t columns = std::min(kColumns, static_cast<size_t>(n) - start);
+    const size_t padded = (columns + lanes - 1) / lanes * lanes;
+    T* block = r + start * m;
+    for (size_t c = 0; c < padded; ++c) {
+      for (size_t k = 0; k < m; ++k) {
+        x[k][c] = c < columns ? oxl::platform::LoadElement(block, c * m + k) : T(0);
+      }
+    }
+    for (size_t c = 0; c < padded; c += lanes) {
+      for (size_t i = m; i-- > 0;) {
+        const T* row = factor + i * m;
+        auto sum = hn::Mul(hn::Set(d, row[i]), hn::Load(d, x[i] + c));
+        for (size_t k = 0; k < i; ++k) {
+          sum = hn::Add(sum, hn::Mul(hn::Set(d, row[k]), hn::Load(d, x[k] + c)));
+        }
+        hn::Store(hn::Add(sum, hn::Set(d, mean[i])), d, x[i] + c);
+      }
+    }
+    for (size_t c = 0; c < columns; ++c) {
+      for (size_t k = 0; k < m; ++k) oxl::platform::StoreElement(block, c * m + k, x[k][c]);
+    }
+  }
+}
+
+// u may be any caller's array, aligned or not; radius and angle are the generators' own blocks. A
+// last partial vector goes through a copy padded with zeros, so that it takes the whole vectors'
+// path.
 template <class T>
 void SplitPairs(T* u, int32_t pairs, T* radius, T* angle, T factor) {
   if (pairs < 1) return;
@@ -137,7 +204,8 @@ void SplitPairs(T* u, int32_t pairs, T* radius, T* angle, T factor) {
     const T* from = u + 2 * i;
     HWY_ALIGN T padded[2 * hn::MaxLanes(d)];
     if (count < lanes) {
-      std::fill(std::copy(from, from + 2 * count, padded), padded + 2 * lanes, T(0));
+      std::fill(padded + 2 * count, padded + 2 * lanes, T(0));
+      std::memcpy(padded, from, 2 * count * sizeof(T));
       from = padded;
     }
     hn::Vec<decltype(d)> even, odd;
@@ -149,7 +217,7 @@ void SplitPairs(T* u, int32_t pairs, T* radius, T* angle, T factor) {
 
 // out may be any caller's array; a last partial pair of vectors is interleaved through a copy.
 template <class T>
-void PairAffine(T* out, const T* radius, const T* sine, const T* cosine, int32_t pairs, T sigma,
+void PairAffine(T* out, const T* log_u, const T* sine, const T* cosine, int32_t pairs, T sigma,
                 T a) {
   if (pairs < 1) return;
   const hn::ScalableTag<T> d;
@@ -159,7 +227,7 @@ void PairAffine(T* out, const T* radius, const T* sine, const T* cosine, int32_t
   const auto va = hn::Set(d, a);
   for (size_t i = 0; i < n; i += lanes) {
     const size_t count = std::min(lanes, n - i);
-    const auto rad = LoadPartial(d, radius + i, count);
+    const auto rad = Radius(d, LoadPartial(d, log_u + i, count));
     const auto first = Fma(d, vs, hn::Mul(rad, LoadPartial(d, sine + i, count)), va);
     const auto second = Fma(d, vs, hn::Mul(rad, LoadPartial(d, cosine + i, count)), va);
     if (count == lanes) {
@@ -239,8 +307,17 @@ void Verdicts(const TpeHat& hat, const double* uv, int32_t pairs, double* y, dou
 
 template <class T>
 constexpr Passes<T> MakePasses() {
-  return Passes<T>{&Affine<T, false>, &Affine<T, true>, &SignedAffine<T>, &ScaledProduct<T>,
-                   &Periodic<T>,      &Scale<T>,        &SplitPairs<T>,   &PairAffine<T>};
+  return Passes<T>{.affine = &Affine<T, false>,
+                   .affine_floor = &Affine<T, true>,
+                   .affine_copy = &AffineCopy<T>,
+                   .root_affine_floor = &RootAffineFloor<T>,
+                   .signed_affine = &SignedAffine<T>,
+                   .radius_product = &RadiusProduct<T>,
+                   .periodic = &Periodic<T>,
+                   .scale = &Scale<T>,
+                   .split_pairs = &SplitPairs<T>,
+                   .lower_multiply = &LowerMultiply<T>,
+                   .pair_affine = &PairAffine<T>};
 }
 
 // Constant tables of function pointers: nothing runs at load.
