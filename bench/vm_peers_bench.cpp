@@ -401,9 +401,6 @@ OXL_BENCH(kSCdfNormInv, "oxl_HA", oxl_vek_kernel_sCdfNormInv_B3HAynn);
 OXL_BENCH(kDErfInv, "oxl_EP", oxl_vek_kernel_dErfInv_B3EPnnn);
 OXL_BENCH(kDErfcInv, "oxl_EP", oxl_vek_kernel_dErfcInv_B3EPnnn);
 OXL_BENCH(kDCdfNormInv, "oxl_EP", oxl_vek_kernel_dCdfNormInv_B3EPnnn);
-OXL_BENCH(kSErfInv, "oxl_LA", oxl_vek_kernel_sErfInv_B3LAynn);
-OXL_BENCH(kSErfcInv, "oxl_LA", oxl_vek_kernel_sErfcInv_B3LAynn);
-OXL_BENCH(kSCdfNormInv, "oxl_LA", oxl_vek_kernel_sCdfNormInv_B3LAynn);
 #ifdef OXL_BENCH_BOOST_MATH
 OXL_BENCH(kDErfInv, "boost_loop", peers::BoostErfInv);
 OXL_BENCH(kDErfcInv, "boost_loop", peers::BoostErfcInv);

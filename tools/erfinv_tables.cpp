@@ -1,20 +1,23 @@
 // Writes the polynomials of the inverse error-function kernels, for a result scale s of 1
 // (ErfInv, ErfcInv) and of sqrt 2 (CdfNormInv, whose result is sqrt 2 erfinv(2p - 1)):
-//   central, |a| <= 1/2:   s erfinv(a) = a (c0 + S(a^2)), c0 = s sqrt(pi)/2 in two parts, S a
-//                          polynomial without constant term, its error relative to the result;
-//   tail, q = 1 - |a| < 1/2: with t = sqrt(-ln q), on the piece k of 4t rounded to k (k from 3 to
-//                          26, t up to 6.625, so q down to 2^-63), s erfcinv(q) = P_k(t - k/4),
-//                          a row of kTailRow doubles: P_k(0) in two parts, then the coefficients
-//                          of u^1 to u^kTailDegree.
-// The EP kernels have no split at q = 1/2: with w = -ln(1 - a^2), s erfinv(a) = a P(w - kEpMid)
-// for w up to kEpWideMin (a up to 0.9966), P of degree kEpCentralDegree; beyond, four tail pieces
-// between the bounds kEpBounds in t, each a polynomial in u = t - (its midpoint) of degree
-// kEpTailDegree, written coefficient by coefficient with a row of eight lanes (four pieces and
-// padding) so that a vector register permute picks a lane's piece.
-// The points come from the result side: the central grid takes x and a = erf(x), the tail grid
-// takes t and solves erfc(x) = exp(-t^2) by Newton's method on ln erfc, so no step inverts a
-// function in double. Values from MPFR at 256 bits; fits by Lawson's iteration on the relative
-// error. Usage: erfinv_tables <output file>; the fits' errors go to stderr.
+//   HA, w = -ln(1 - a^2) up to kHaPieces: s erfinv(a) = a P_k(w - k - 1/2) on the piece k <= w <=
+//                          k + 1, P_k of degree kHaDegree, written coefficient by coefficient with
+//                          a row of kHaPieces lanes (P_k(0) in two parts, then the coefficients of
+//                          u^1 to u^kHaDegree), so that a register permute picks a lane's piece;
+//   tail, q = 1 - |a| below where w reaches kHaPieces: with t = sqrt(-ln q), on the piece k of 4t
+//                          rounded to k (k from kFirstPiece to 26, t up to 6.625, so q down to
+//                          2^-63), s erfcinv(q) = P_k(t - k/4), a row of kTailRow doubles: P_k(0)
+//                          in two parts, then the coefficients of u^1 to u^kTailDegree.
+// The EP kernels: with w as above, s erfinv(a) = a P(w - kEpMid) for w up to kEpWideMin (a up to
+// 0.9966), P of degree kEpCentralDegree; beyond, four tail pieces between the bounds kEpBounds in
+// t, each a polynomial in u = t - (its midpoint) of degree kEpTailDegree, written coefficient by
+// coefficient with a row of eight lanes (four pieces and padding) so that a vector register
+// permute picks a lane's piece.
+// The points come from the result side: the grids in w take x and a = erf(x), the tail grid takes
+// t and solves erfc(x) = exp(-t^2) by Newton's method on ln erfc, so no step inverts a function in
+// double; the values at the pieces' centres, which must be exact, by Newton's method in MPFR.
+// Values from MPFR at 256 bits; fits by Lawson's iteration on the relative error. Usage:
+// erfinv_tables <output file>; the fits' errors go to stderr.
 #include <mpfr.h>
 
 #include <cmath>
@@ -27,10 +30,11 @@
 
 namespace {
 
-constexpr int kCentralDegree = 17;  // of S, in a^2
+constexpr int kHaPieces = 8, kHaDegree = 12;
 constexpr int kTailDegree = 13;
 constexpr int kTailRow = 16;
-constexpr int kFirstPiece = 3, kLastPiece = 26;
+// The tail serves q below the HA pieces' reach, t >= 2.948 (where w = kHaPieces), so from k = 12.
+constexpr int kFirstPiece = 12, kLastPiece = 26;
 constexpr int kGridPoints = 240;
 constexpr int kRounds = 30;
 constexpr int kEpCentralDegree = 11;
@@ -115,26 +119,6 @@ double Node(double lo, double hi, int k, int n) {
   return 0.5 * (lo + hi) - 0.5 * (hi - lo) * std::cos(M_PI * k / (n - 1));
 }
 
-// Central samples: v = a^2, f = s x / a with a = erf(x), x up to erfinv(1/2) = 0.4769...; and
-// c0 = s sqrt(pi) / 2, the limit at a = 0.
-Samples CentralSamples(mpfr_srcptr scale, mpfr_ptr c0) {
-  Samples s(kGridPoints);
-  Mp a;
-  for (int k = 0; k < kGridPoints; ++k) {
-    const double x = Node(1e-3, 0.47693627620446987, k, kGridPoints);
-    mpfr_set_d(a.v, x, MPFR_RNDN);
-    mpfr_erf(a.v, a.v, MPFR_RNDN);
-    mpfr_sqr(s.v[k].v, a.v, MPFR_RNDN);
-    mpfr_mul_d(s.f[k].v, scale, x, MPFR_RNDN);
-    mpfr_div(s.f[k].v, s.f[k].v, a.v, MPFR_RNDN);
-  }
-  mpfr_const_pi(c0, MPFR_RNDN);
-  mpfr_sqrt(c0, c0, MPFR_RNDN);
-  mpfr_div_2ui(c0, c0, 1, MPFR_RNDN);
-  mpfr_mul(c0, c0, scale, MPFR_RNDN);
-  return s;
-}
-
 // Tail samples on t in [lo_t, hi_t]: v = t - center, f = s x with erfc(x) = exp(-t^2); and p0 the
 // value at the center.
 Samples TailSamples(mpfr_srcptr scale, double lo_t, double hi_t, double center, mpfr_ptr p0) {
@@ -153,40 +137,69 @@ Samples TailSamples(mpfr_srcptr scale, double lo_t, double hi_t, double center, 
   return s;
 }
 
-// The EP central samples: v = w - kEpMid, f = s x / a with a = erf(x), for w = -ln(1 - a^2) from
-// 0 to a little beyond kEpWideMin (x = 1e-3 stands for 0, where f tends to s sqrt(pi) / 2); the x
-// for each Chebyshev node of w by Newton's method in double, a and w then exact from x. c0 is the
-// value at w = kEpMid.
-Samples WideSamples(mpfr_srcptr scale, mpfr_ptr c0) {
-  const auto x_of_w = [](double w) {
-    const double a = std::sqrt(-std::expm1(-w));
-    // From 0, below the root of the increasing concave erf(x) - a, the steps stay below it.
-    double x = 0;
-    for (int k = 0; k < 60; ++k) x -= (std::erf(x) - a) / (M_2_SQRTPI * std::exp(-x * x));
-    return x;
-  };
+// x with w = -ln(1 - erf(x)^2) = `w`, by Newton's method on erf(x) = a in double: from 0, below
+// the root of the increasing concave erf(x) - a, the steps stay below it.
+double XOfW(double w) {
+  const double a = std::sqrt(-std::expm1(-w));
+  double x = 0;
+  for (int k = 0; k < 60; ++k) x -= (std::erf(x) - a) / (M_2_SQRTPI * std::exp(-x * x));
+  return x;
+}
+
+// s x / a where w = -ln(1 - a^2) is exactly `w` (s sqrt(pi) / 2 at w = 0): Newton's method on
+// g(x) = -ln(1 - erf(x)^2) - w in MPFR, from XOfW, g'(x) = 4 erf(x) exp(-x^2) / (sqrt(pi) (1 -
+// erf(x)^2)).
+void ValueAtW(mpfr_ptr f, mpfr_srcptr scale, double w) {
+  Mp x, e, g, slope, sqrt_pi;
+  mpfr_const_pi(sqrt_pi.v, MPFR_RNDN);
+  mpfr_sqrt(sqrt_pi.v, sqrt_pi.v, MPFR_RNDN);
+  if (w == 0) {
+    mpfr_mul(f, scale, sqrt_pi.v, MPFR_RNDN);
+    mpfr_div_2ui(f, f, 1, MPFR_RNDN);
+    return;
+  }
+  mpfr_set_d(x.v, XOfW(w), MPFR_RNDN);
+  for (int k = 0; k < 8; ++k) {
+    mpfr_erf(e.v, x.v, MPFR_RNDN);
+    mpfr_sqr(f, e.v, MPFR_RNDN);
+    mpfr_ui_sub(f, 1, f, MPFR_RNDN);
+    mpfr_log(g.v, f, MPFR_RNDN);
+    mpfr_neg(g.v, g.v, MPFR_RNDN);
+    mpfr_sub_d(g.v, g.v, w, MPFR_RNDN);
+    mpfr_sqr(slope.v, x.v, MPFR_RNDN);
+    mpfr_neg(slope.v, slope.v, MPFR_RNDN);
+    mpfr_exp(slope.v, slope.v, MPFR_RNDN);
+    mpfr_mul(slope.v, slope.v, e.v, MPFR_RNDN);
+    mpfr_mul_2ui(slope.v, slope.v, 2, MPFR_RNDN);
+    mpfr_div(slope.v, slope.v, sqrt_pi.v, MPFR_RNDN);
+    mpfr_div(slope.v, slope.v, f, MPFR_RNDN);
+    mpfr_div(g.v, g.v, slope.v, MPFR_RNDN);
+    mpfr_sub(x.v, x.v, g.v, MPFR_RNDN);
+  }
+  mpfr_erf(e.v, x.v, MPFR_RNDN);
+  mpfr_mul(f, scale, x.v, MPFR_RNDN);
+  mpfr_div(f, f, e.v, MPFR_RNDN);
+}
+
+// Samples on w in [lo, hi]: v = w - center, f = s x / a with a = erf(x), the x for each Chebyshev
+// node of w by XOfW, a and w then exact from x (x = 1e-3 stands for w = 0, where f tends to
+// s sqrt(pi) / 2).
+Samples WSamples(mpfr_srcptr scale, double lo, double hi, double center) {
   Samples s(kGridPoints);
   Mp a, w;
   for (int k = 0; k < kGridPoints; ++k) {
-    const double x = k == 0 ? 1e-3 : x_of_w(Node(0, kEpWideMin + 0.05, k, kGridPoints));
+    const double node = Node(lo, hi, k, kGridPoints);
+    const double x = node < 1e-6 ? 1e-3 : XOfW(node);
     mpfr_set_d(a.v, x, MPFR_RNDN);
     mpfr_erf(a.v, a.v, MPFR_RNDN);
     mpfr_sqr(w.v, a.v, MPFR_RNDN);
     mpfr_ui_sub(w.v, 1, w.v, MPFR_RNDN);
     mpfr_log(w.v, w.v, MPFR_RNDN);
     mpfr_neg(w.v, w.v, MPFR_RNDN);
-    mpfr_sub_d(s.v[k].v, w.v, kEpMid, MPFR_RNDN);
+    mpfr_sub_d(s.v[k].v, w.v, center, MPFR_RNDN);
     mpfr_mul_d(s.f[k].v, scale, x, MPFR_RNDN);
     mpfr_div(s.f[k].v, s.f[k].v, a.v, MPFR_RNDN);
   }
-  const double x_mid = x_of_w(kEpMid);
-  Mp f;
-  mpfr_set_d(a.v, x_mid, MPFR_RNDN);
-  mpfr_erf(a.v, a.v, MPFR_RNDN);
-  // The node nearest kEpMid is not exactly there: c0 comes from the fit's value at v = 0, taken
-  // as s x / a at the x whose w is within a few ulps of kEpMid.
-  mpfr_mul_d(f.v, scale, x_mid, MPFR_RNDN);
-  mpfr_div(c0, f.v, a.v, MPFR_RNDN);
   return s;
 }
 
@@ -195,7 +208,15 @@ void WriteEp(FILE* out, mpfr_srcptr scale, const char* suffix) {
   char name[64], what[64];
   Mp c0;
   {
-    const Samples s = WideSamples(scale, c0.v);
+    // P(0) is the fit's value at v = 0, s x / a at the x from XOfW(kEpMid), whose w is within a
+    // few ulps of kEpMid: the level needs no better.
+    const double x_mid = XOfW(kEpMid);
+    Mp a;
+    mpfr_set_d(a.v, x_mid, MPFR_RNDN);
+    mpfr_erf(a.v, a.v, MPFR_RNDN);
+    mpfr_mul_d(c0.v, scale, x_mid, MPFR_RNDN);
+    mpfr_div(c0.v, c0.v, a.v, MPFR_RNDN);
+    const Samples s = WSamples(scale, 0, kEpWideMin + 0.05, kEpMid);
     std::snprintf(what, sizeof what, "EP central%s", suffix);
     std::vector<double> c = Fit(s, c0.v, kEpCentralDegree, what);
     c.insert(c.begin(), mpfr_get_d(c0.v, MPFR_RNDN));
@@ -227,26 +248,30 @@ void Write(FILE* out, bool cdf) {
   mpfr_set_ui(scale.v, cdf ? 2 : 1, MPFR_RNDN);
   mpfr_sqrt(scale.v, scale.v, MPFR_RNDN);
 
+  // HA pieces in w, each fitted a little beyond its ends.
   {
-    Mp c0;
-    const Samples s = CentralSamples(scale.v, c0.v);
-    double hi, lo;
-    Split(c0.v, &hi, &lo);
-    std::vector<double> c = Fit(s, c0.v, kCentralDegree, cdf ? "central (cdf)" : "central");
-    std::fprintf(out, "inline constexpr double kCentral%sC0 = %s;\n", suffix, Literal(hi).c_str());
-    // S's constant term is c0's low part.
-    c.insert(c.begin(), lo);
+    std::vector<double> rows((kHaDegree + 2) * kHaPieces);
+    for (int piece = 0; piece < kHaPieces; ++piece) {
+      const double center = piece + 0.5;
+      Mp p0;
+      ValueAtW(p0.v, scale.v, center);
+      const Samples s = WSamples(scale.v, piece == 0 ? 0 : piece - 0.01, piece + 1.01, center);
+      char what[64];
+      std::snprintf(what, sizeof what, "HA%s piece %d", cdf ? " (cdf)" : "", piece);
+      const std::vector<double> c = Fit(s, p0.v, kHaDegree, what);
+      Split(p0.v, &rows[piece], &rows[kHaPieces + piece]);
+      for (int i = 0; i < kHaDegree; ++i) rows[(i + 2) * kHaPieces + piece] = c[i];
+    }
     char name[64];
-    std::snprintf(name, sizeof name, "kCentral%s", suffix);
-    PrintDoubleArray(out, name, c);
+    std::snprintf(name, sizeof name, "kHa%s", suffix);
+    PrintDoubleArray(out, name, rows);
   }
 
   // Tail pieces.
   std::vector<double> rows;
   for (int piece = kFirstPiece; piece <= kLastPiece; ++piece) {
     const double center = piece / 4.0;
-    // The first piece starts where the tail does, at q = 1/2.
-    const double lo_t = piece == kFirstPiece ? 0.8325 : center - 0.125;
+    const double lo_t = center - 0.125;
     const double hi_t = center + 0.125;
     Mp p0;
     const Samples s = TailSamples(scale.v, lo_t, hi_t, center, p0.v);
@@ -274,6 +299,11 @@ int main(int argc, char** argv) {
   std::fprintf(out,
                "// The polynomials of the inverse error-function kernels. Written by "
                "tools/erfinv_tables.cpp; do not edit.\n\n");
+  std::fprintf(out, "inline constexpr int kHaPieces = %d;\n", kHaPieces);
+  std::fprintf(out, "inline constexpr int kHaDegree = %d;\n", kHaDegree);
+  // The q where w = kHaPieces - 0.01, as for kEpWideQ below: above it w stays in the last piece.
+  const double ha_q = -std::expm1(0.5 * std::log1p(-std::exp(0.01 - kHaPieces)));
+  std::fprintf(out, "inline constexpr double kHaWideQ = %s;\n", Literal(ha_q).c_str());
   std::fprintf(out, "inline constexpr int kTailRow = %d;\n", kTailRow);
   std::fprintf(out, "inline constexpr int kTailDegree = %d;\n", kTailDegree);
   std::fprintf(out, "inline constexpr int kFirstPiece = %d;\n", kFirstPiece);

@@ -305,21 +305,27 @@ const std::map<std::string, HardCase>& HardCases() {
         {"Hypot", hypot},     {"Atan", atan},    {"Atan2", atan},    {"Asin", asin},
         {"Acos", asin}};
 
-    // The inverse error functions by their tail quantity q = 1 - |erf x|: the switch from the
-    // central polynomial at q = 1/2, the ends of the tail pieces at t = sqrt(-ln q) = (2k+1)/8,
-    // the least q of the vector path (2^-62), the denormals and the values next to the poles.
-    // EP switches where w = -ln(q (2 - q)) passes 5, and its tail pieces meet at t = 2.9, 3.6
-    // and 4.6.
+    // The inverse error functions by their tail quantity q = 1 - |erf x|: the switch of the HA
+    // kernels' exact working pair from a to q at q = 1/2, the ends of their pieces at w = -ln(q (2
+    // - q)) = 1 .. 7 and the switch to the tail at w = 7.99, the ends of the tail pieces at t =
+    // sqrt(-ln q) = (2k+1)/8, the least q of the vector path (2^-62), the denormals and the values
+    // next to the poles. EP switches where w passes 5, and its tail pieces meet at t = 2.9, 3.6
+    // and 4.6. The double HA kernels' worst arguments found over 10^6 uniform ones (ErfInv and
+    // ErfcInv 0.65 ulp, CdfNormInv 0.70).
     HardCase erfinv, erfcinv, cdfnorminv;
     std::vector<double> tail_q = {0.5, 0x1p-62, 0x1p-53, 0x1p-52, 0x1p-1022, 0x1p-1074};
-    for (int k = 3; k <= 26; ++k) tail_q.push_back(std::exp(-(2 * k + 1) * (2 * k + 1) / 64.0));
-    tail_q.push_back(1 - std::sqrt(1 - std::exp(-5.0)));
+    const auto q_of_w = [](double w) { return -std::expm1(0.5 * std::log1p(-std::exp(-w))); };
+    for (const double w : {1.0, 2.0, 3.0, 4.0, 5.0, 6.0, 7.0, 7.99}) tail_q.push_back(q_of_w(w));
+    for (int k = 12; k <= 26; ++k) tail_q.push_back(std::exp(-(2 * k + 1) * (2 * k + 1) / 64.0));
     for (const double t : {2.9, 3.6, 4.6}) tail_q.push_back(std::exp(-t * t));
     for (const double q : tail_q) {
       erfinv.thresholds.insert(erfinv.thresholds.end(), {1 - q, q - 1});
       erfcinv.thresholds.insert(erfcinv.thresholds.end(), {q, 2 - q});
       cdfnorminv.thresholds.insert(cdfnorminv.thresholds.end(), {q / 2, 1 - q / 2});
     }
+    erfinv.thresholds.push_back(0x1.0e4ba90387334p-2);
+    erfcinv.thresholds.push_back(0x1.4392ea40e1ccdp+0);
+    cdfnorminv.thresholds.push_back(0x1.032ff76164024p-1);
     erfinv.near = {{-1.0, 1.0}, {0.99, 1.0}, {-0x1p-20, 0x1p-20}, {0.996, 0.9968}};
     erfcinv.near = {{0.0, 2.0}, {1.99, 2.0}, {0.0, 0.01}, {0.4, 0.6}};
     cdfnorminv.near = {{0.0, 1.0}, {0.999, 1.0}, {0.0, 0.001}, {0.2, 0.3}};

@@ -7,13 +7,18 @@
 //   CdfNormInv(p): a = 2p - 1, q = 2 min(p, 1 - p), s = sqrt 2
 // a is exact where q >= 1/2 (Sterbenz) and q where q <= 1/2, and the result has a's sign.
 //
-// Central lanes, q >= 1/2 (|a| <= 1/2): s erfinv(a) = a (c0 + S(a^2)), the product with c0 by a
-// fused multiply-add, so that the rounded part a S is at most 7% of the result. Tail lanes, q <
-// 1/2: s erfcinv(q) is smooth in t = sqrt(-ln q) (it tends to s t), and a polynomial P_k(t - k/4)
-// of degree 13 on each piece |t - k/4| <= 1/8 serves t up to 6.625, that is q down to 2^-63. ln q
-// comes from the logarithm kernel's terms as a pair, t from the hardware square root with its
-// residual t_lo = (-ln q - t^2) / 2t, and P_k(0) is stored in two parts, so that the result is
-// P_k(0) plus a small sum of rounded terms. The tail runs only in blocks that hold a tail lane.
+// HA: with Giles's variable w = -ln(1 - a^2), s erfinv(a) = a P_k(w - k - 1/2) on each piece
+// k <= w <= k + 1 up to w = 8 (|a| <= 0.99983, all but one uniform lane in six thousand), P_k of
+// degree 12 read from rows of eight lanes by register permutes. The result's ulp needs w to twice
+// the precision where w is large: 1 - a^2 is formed as an exact pair (from a where q >= 1/2, as
+// q (2 - q) from q elsewhere, with |a| = 1 - q in two parts), its logarithm from the logarithm
+// kernel's terms as a pair, and w's low part enters through P_k's slope. P_k(0) is stored in two
+// parts, and the terms beyond it, at most an eighth of P, are rounded once, so that the result is a
+// fused product of |a| and the exact sum P_hi + P_lo. Lanes beyond w = 7.99, in a branch such
+// lanes take: s erfcinv(q) is smooth in t = sqrt(-ln q) (it tends to s t), and a polynomial
+// P_k(t - k/4) of degree 13 on each piece |t - k/4| <= 1/8 serves t from 2.875 to 6.625, that is q
+// down to 2^-63, read by gathers; ln q as a pair, t from the hardware square root with its
+// residual t_lo = (-ln q - t^2) / 2t.
 //
 // EP has no split at q = 1/2 and no compensation. With w = -ln(1 - a^2) (Giles's variable, from
 // the quotient logarithm at EP, 2^-31), s erfinv(a) = a P(w - 5/2) for w <= 5, |a| <= 0.9966,
@@ -40,6 +45,7 @@
 
 #include "simd/fma-inl.h"
 #include "simd/poly-inl.h"
+#include "simd/table-inl.h"
 #include "vek/frame/kernel-inl.h"
 #include "vek/kernels/erfinv_rare.h"
 #include "vek/kernels/erfinv_tables.h"
@@ -87,13 +93,13 @@ HWY_INLINE V CentralSum(D d, V r, const double* c, std::index_sequence<K...>) {
   return Estrin(d, r, hn::Mul(r, r), c[K]...);
 }
 
-// s erfcinv(q) for q in [2^-62, 1/2] (others clamped there).
+// s erfcinv(q) for q in [2^-62, kHaWideQ] (others clamped there).
 template <class D, class V = hn::VFromD<D>>
 HWY_INLINE V Tail(D d, const log_detail::RcpTables<double, LogLevel::kHA>& log_tables,
                   const double* rows, V q) {
   namespace et = vek::erfinv_tables;
   const hn::RebindToSigned<D> di;
-  const V qc = hn::Min(hn::Max(q, hn::Set(d, kTailMin)), hn::Set(d, 0.5));
+  const V qc = hn::Min(hn::Max(q, hn::Set(d, kTailMin)), hn::Set(d, et::kHaWideQ));
   const auto split = log_detail::SplitOf(d, qc);
   const V c = Lookup(d, log_tables.reciprocal, split.index);
   const auto ln = log_detail::LnTerms<false, double, LogFunction::kLn, LogLevel::kHA>(
@@ -104,7 +110,7 @@ HWY_INLINE V Tail(D d, const log_detail::RcpTables<double, LogLevel::kHA>& log_t
   const V l_hi = hn::Neg(ln_hi);
   const V t = hn::Sqrt(l_hi);
   const V t_lo = hn::Div(hn::Add(Fma(d, hn::Neg(t), t, l_hi), l_lo), hn::Add(t, t));
-  // k = 4t rounded, 3 <= k <= 26; u = t - k/4 is exact.
+  // k = 4t rounded, kFirstPiece <= k <= 26; u = t - k/4 is exact.
   const V shifter = hn::Set(d, 0x1p52);
   const V z = hn::Add(hn::Mul(t, hn::Set(d, 4.0)), shifter);
   const V u = Fma(d, hn::Sub(z, shifter), hn::Set(d, -0.25), t);
@@ -120,8 +126,8 @@ HWY_INLINE V Tail(D d, const log_detail::RcpTables<double, LogLevel::kHA>& log_t
   const V c1 = hn::GatherIndex(d, rows + 2, idx);
   const V p0_hi = hn::GatherIndex(d, rows, idx);
   const V p0_lo = hn::GatherIndex(d, rows + 1, idx);
-  // The linear term, up to a quarter of the result in the first pieces, enters exactly through
-  // the fused multiply-add; the terms beyond it are near 1% of the result.
+  // The linear term, up to a tenth of the result, enters exactly through the fused multiply-add;
+  // the terms beyond it are near 1% of the result.
   const V rest = hn::Add(p0_lo, Fma(d, c1, t_lo, hn::Mul(hn::Mul(u, u), poly)));
   return hn::Add(p0_hi, Fma(d, u, c1, rest));
 }
@@ -178,25 +184,70 @@ template <InverseErfFunction kFunc>
 struct ErfInvBody : UnaryRealBody<double> {
   static constexpr InverseErfFunction kFunction = kFunc;
   static constexpr bool kCdf = kFunc == InverseErfFunction::kCdfNormInv;
+  using Tag = hn::ScalableTag<double>;
+  using Table = RegisterTable<Tag, vek::erfinv_tables::kHaPieces>;
   const char* name = erfinv_detail::kName<double, kFunc>;
   log_detail::RcpTables<double, LogLevel::kHA> log_tables;
+  // Row i of the pieces' coefficients: P_k(0) high and low, then c_1 .. c_kHaDegree.
+  std::array<Table, vek::erfinv_tables::kHaDegree + 2> rows = [] {
+    std::array<Table, vek::erfinv_tables::kHaDegree + 2> out;
+    const double* values = kCdf ? vek::erfinv_tables::kHaCdf : vek::erfinv_tables::kHa;
+    for (size_t i = 0; i < out.size(); ++i) {
+      out[i] = LoadTable<vek::erfinv_tables::kHaPieces>(Tag(),
+                                                        values + i * vek::erfinv_tables::kHaPieces);
+    }
+    return out;
+  }();
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     namespace et = vek::erfinv_tables;
     const auto [a, q] = erfinv_detail::Working<kFunc>(d, in[0]);
-    // On |a|, so that a zero gives +0 (the constant term is negative) and takes a's sign below.
-    const V m = hn::Abs(a);
-    const V r = hn::Mul(m, m);
-    const double* central = kCdf ? et::kCentralCdf : et::kCentral;
-    const V sum = erfinv_detail::CentralSum(d, r, central,
-                                            std::make_index_sequence<std::size(et::kCentral)>());
-    V result = Fma(d, m, hn::Set(d, kCdf ? et::kCentralCdfC0 : et::kCentralC0), hn::Mul(m, sum));
-    // By q: a = 2p - 1 (1 - y) is exact where q >= 1/2, but may round to 1/2 from just beyond.
-    const M is_central = hn::Ge(q, hn::Set(d, 0.5));
-    if (!hn::AllTrue(d, is_central)) {
+    const V one = hn::Set(d, 1.0);
+    // |a| and 1 - a^2 = b - y^2 as exact pairs: from a where it is exact (q >= 1/2), else from q,
+    // 1 - q in two parts and (y, b) = (q, 2q). b - v is exact (v is within a factor 2 of b).
+    const M from_a = hn::Ge(q, hn::Set(d, 0.5));
+    const V m_hi = hn::IfThenElse(from_a, hn::Abs(a), hn::Sub(one, q));
+    const V m_lo = hn::IfThenZeroElse(from_a, hn::Sub(hn::Sub(one, m_hi), q));
+    const V y = hn::IfThenElse(from_a, m_hi, q);
+    const V b = hn::IfThenElse(from_a, one, hn::Add(q, q));
+    const V v = Fnma(d, y, y, b);
+    const V v_lo = Fnma(d, y, y, hn::Sub(b, v));
+    // w = -ln(v + v_lo) = w_hi + w_lo, renormalised.
+    const auto split = log_detail::SplitOf(d, v);
+    const V c = Lookup(d, log_tables.reciprocal, split.index);
+    const auto ln = log_detail::LnTerms<true, double, LogFunction::kLn, LogLevel::kHA>(
+        d, log_tables, split, c, log_detail::LowOverV(d, split, c, v_lo));
+    const V ln_hi = hn::Add(ln.hi, ln.lo);
+    const V w_lo = hn::Neg(hn::Sub(ln.lo, hn::Sub(ln_hi, ln.hi)));
+    const V w_hi = hn::Neg(ln_hi);
+    // k = w - 1/2 rounded (by the shifter 1.5 2^52, whose neighbours are 1 apart on both sides),
+    // the piece k <= w <= k + 1 (either piece at a bound); u = w - k - 1/2 is exact where w >= 1/4
+    // and within an ulp of 2^-55 below. The index is k's low bits.
+    const V shifter = hn::Set(d, 0x1.8p52);
+    const V z = hn::Add(hn::Sub(w_hi, hn::Set(d, 0.5)), shifter);
+    const V u = hn::Sub(w_hi, hn::Add(hn::Sub(z, shifter), hn::Set(d, 0.5)));
+    const auto idx = hn::BitCast(hn::RebindToSigned<D>(), z);
+    std::array<V, et::kHaDegree - 1> high;
+    for (size_t i = 0; i < high.size(); ++i) high[i] = Lookup(d, rows[i + 3], idx);
+    const V u2 = hn::Mul(u, u);
+    const V poly =
+        simd_detail::EstrinPairs(d, u, u2, high, std::make_index_sequence<(high.size() + 1) / 2>());
+    const V c1 = Lookup(d, rows[2], idx);
+    const V p0_hi = Lookup(d, rows[0], idx);
+    // P = p0_hi + s, s at most an eighth of P, then P_hi + P_lo = P exactly (fast two-sum), and the
+    // product with |a| takes P_hi exactly through the fused multiply-add.
+    const V rest = hn::Add(Lookup(d, rows[1], idx), Fma(d, c1, w_lo, hn::Mul(u2, poly)));
+    const V s = Fma(d, u, c1, rest);
+    const V p_hi = hn::Add(p0_hi, s);
+    const V p_lo = hn::Sub(s, hn::Sub(p_hi, p0_hi));
+    V result = Fma(d, m_hi, p_hi, Fma(d, m_lo, p_hi, hn::Mul(m_hi, p_lo)));
+    // Lanes beyond the pieces, w > kHaPieces - 0.01 (one uniform lane in six thousand, and the
+    // rare lanes), take the tail in t; told by q, known long before w.
+    const M wide = hn::Lt(q, hn::Set(d, et::kHaWideQ));
+    if (!hn::AllFalse(d, wide)) [[unlikely]] {
       const V tail = erfinv_detail::Tail(d, log_tables, kCdf ? et::kTailCdf : et::kTail, q);
-      result = hn::IfThenElse(is_central, result, tail);
+      result = hn::IfThenElse(wide, tail, result);
     }
     out[0] = hn::CopySign(result, a);
     rare[0] = erfinv_detail::RareOf(d, q);
@@ -244,9 +295,10 @@ struct ErfInvEpBody : UnaryRealBody<double> {
   static int32_t Rare(const double* a, double* r) { return vek::InverseErfRare<kFunc>(a, r); }
 };
 
-// The float kernels run a double body (HA for HA, EP for LA and EP: its 2^-29 is far below a
-// float's half unit) on each half of the vector, widened, and round its result once to float.
-// Their rare lanes are the double body's, on the float argument.
+// The float kernels run the double EP body on each half of the vector, widened, and round its
+// result once to float: its error, within 2^-30.8 of the result, adds at most 2^-6.8 ulp to the
+// rounding's half unit, so one body serves HA as well as LA and EP. Their rare lanes are the
+// double body's, on the float argument.
 template <class Wide>
 struct ErfInvFloatBody : UnaryRealBody<float> {
   static constexpr InverseErfFunction kFunc = Wide::kFunction;
