@@ -65,17 +65,6 @@ float ShortReciprocal(int i) {
   return static_cast<float>(best / 64.0);
 }
 
-template <class T>
-void Array(FILE* out, const char* type, const std::string& name, const std::vector<T>& values) {
-  std::fprintf(out, "alignas(64) inline constexpr %s %s[%zu] = {", type, name.c_str(),
-               values.size());
-  for (size_t j = 0; j < values.size(); ++j) {
-    std::fprintf(out, "%s%s%s", j % 4 == 0 ? "\n    " : " ", Literal(values[j]).c_str(),
-                 j + 1 < values.size() ? "," : "");
-  }
-  std::fprintf(out, "\n};\n");
-}
-
 // -ln(c) of the 16 intervals: Hi of type T on the grid 2^-grid, Lo as a float.
 template <class T>
 void LogTables(FILE* out, const char* type, const std::string& name, int grid,
@@ -101,7 +90,7 @@ void LogTables(FILE* out, const char* type, const std::string& name, int grid,
     lolo.push_back(Round<float>(rest.v));
   }
   if constexpr (sizeof(T) == 4) {
-    Array(out, "float", name + "Hi", hi);
+    PrintArray(out, name + "Hi", hi);
   } else {
     // Hi as the sum of two floats: the nearest float and the rest, exact in a float.
     std::vector<float> first, second;
@@ -109,14 +98,14 @@ void LogTables(FILE* out, const char* type, const std::string& name, int grid,
       first.push_back(static_cast<float>(h));
       second.push_back(static_cast<float>(h - static_cast<double>(first.back())));
     }
-    Array(out, "float", name + "HiFirst", first);
-    Array(out, "float", name + "HiSecond", second);
+    PrintArray(out, name + "HiFirst", first);
+    PrintArray(out, name + "HiSecond", second);
   }
-  Array(out, "float", name + "Lo", lo);
+  PrintArray(out, name + "Lo", lo);
   if constexpr (sizeof(T) == 4) {
-    Array(out, "float", name, one);
+    PrintArray(out, name, one);
   } else if (with_lolo) {
-    Array(out, "float", name + "LoLo", lolo);
+    PrintArray(out, name + "LoLo", lolo);
   }
 }
 
@@ -176,12 +165,12 @@ int main(int argc, char** argv) {
     reciprocals.push_back(Reciprocal(i));
     short_reciprocals.push_back(ShortReciprocal(i));
   }
-  Array(out, "float", "kLnRcp", reciprocals);
-  Array(out, "float", "kLnFRcp", short_reciprocals);
+  PrintArray(out, "kLnRcp", reciprocals);
+  PrintArray(out, "kLnFRcp", short_reciprocals);
   LogTables<float>(out, "float", "kLnF", 17, ShortReciprocal);
   LogTables<double>(out, "double", "kLnD", 40, Reciprocal);
   LogTables<double>(out, "double", "kLnDShort", 40, ShortReciprocal, false);
-  Array(out, "double", "kLnDShort", OnePart(ShortReciprocal));
+  PrintArray(out, "kLnDShort", OnePart(ShortReciprocal));
 
   // ln(1 + r) = r + r^2 q(r) on the short reciprocals' |r| <= 0.0342, near-minimax in the error
   // relative to ln(1 + r): 9 terms 2^-60.7 (HA), 8 terms 2^-55.1 (LA), 4 terms 2^-30.9 (EP).
@@ -204,7 +193,7 @@ int main(int argc, char** argv) {
   // terms (LA), 4 terms (EP).
   for (const auto& [name, terms] : {std::pair{"kLnWideLA", 8}, std::pair{"kLnWideEP", 4}}) {
     const std::vector<double> q = Log1pPolynomial(terms, std::sqrt(0.5) - 1, std::sqrt(2.0) - 1);
-    Array(out, "float", name, std::vector<float>(q.begin(), q.end()));
+    PrintArray(out, name, std::vector<float>(q.begin(), q.end()));
   }
   return std::fclose(out) == 0 ? 0 : 1;
 }

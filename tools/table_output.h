@@ -43,9 +43,9 @@ inline std::string Literal(double v) {
 
 // A 64-byte aligned array of doubles (or of floats), four literals a line.
 template <class T>
-inline void PrintArray(FILE* out, const char* name, const std::vector<T>& values) {
+inline void PrintArray(FILE* out, const std::string& name, const std::vector<T>& values) {
   std::fprintf(out, "alignas(64) inline constexpr %s %s[%zu] = {",
-               sizeof(T) == 4 ? "float" : "double", name, values.size());
+               sizeof(T) == 4 ? "float" : "double", name.c_str(), values.size());
   for (size_t i = 0; i < values.size(); ++i) {
     std::fprintf(out, "%s%s%s", i % 4 == 0 ? "\n    " : " ", Literal(values[i]).c_str(),
                  i + 1 < values.size() ? "," : "");

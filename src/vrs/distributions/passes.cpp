@@ -55,14 +55,18 @@ HWY_INLINE void Sweep(D d, const T* r, size_t n, const Body& body) {
   for (; i < n; i += lanes) body(i, std::min(lanes, n - i));
 }
 
-template <class T, bool kFloor>
+// r = scale r + shift, with kFloor at least shift; with kRoot of sqrt(-r) instead of r (Rayleigh's
+// logarithms).
+template <class T, bool kFloor, bool kRoot = false>
 void Affine(T* r, int32_t n, T scale, T shift) {
   if (n < 1) return;
   const hn::ScalableTag<T> d;
   const auto vs = hn::Set(d, scale);
   const auto vb = hn::Set(d, shift);
   Sweep(d, r, static_cast<size_t>(n), [&](size_t i, size_t count) HWY_ATTR {
-    auto v = Fma(d, vs, LoadPartial(d, r + i, count), vb);
+    auto x = LoadPartial(d, r + i, count);
+    if constexpr (kRoot) x = hn::Sqrt(hn::Neg(x));
+    auto v = Fma(d, vs, x, vb);
     if constexpr (kFloor) v = hn::Max(vb, v);
     StorePartial(d, v, r + i, count);
   });
@@ -77,19 +81,6 @@ void AffineCopy(T* out, const T* in, int32_t n, T scale, T shift) {
   const auto vb = hn::Set(d, shift);
   Sweep(d, out, static_cast<size_t>(n), [&](size_t i, size_t count) HWY_ATTR {
     StorePartial(d, Fma(d, vs, LoadPartial(d, in + i, count), vb), out + i, count);
-  });
-}
-
-// sqrt(-r) for Rayleigh's logarithms, then as affine_floor.
-template <class T>
-void RootAffineFloor(T* r, int32_t n, T scale, T shift) {
-  if (n < 1) return;
-  const hn::ScalableTag<T> d;
-  const auto vs = hn::Set(d, scale);
-  const auto vb = hn::Set(d, shift);
-  Sweep(d, r, static_cast<size_t>(n), [&](size_t i, size_t count) HWY_ATTR {
-    const auto root = hn::Sqrt(hn::Neg(LoadPartial(d, r + i, count)));
-    StorePartial(d, hn::Max(vb, Fma(d, vs, root, vb)), r + i, count);
   });
 }
 
@@ -310,7 +301,7 @@ constexpr Passes<T> MakePasses() {
   return Passes<T>{.affine = &Affine<T, false>,
                    .affine_floor = &Affine<T, true>,
                    .affine_copy = &AffineCopy<T>,
-                   .root_affine_floor = &RootAffineFloor<T>,
+                   .root_affine_floor = &Affine<T, true, true>,
                    .signed_affine = &SignedAffine<T>,
                    .radius_product = &RadiusProduct<T>,
                    .periodic = &Periodic<T>,
