@@ -174,6 +174,22 @@ HWY_INLINE hn::Mask<D> PositiveNormal(D d, hn::VFromD<D> v) {
                                   hn::Set(du, U{simd::kExponentMask<T> - kMin})));
 }
 
+// The second pass of the kernels whose first takes positive normal v only: the mantissa m of v in
+// [1, 2) and its exponent e, exact also for denormals, and the lanes whose logarithm is a rare
+// case. The signal is NaN where e is infinite or NaN (zeros, infinities, NaNs) or m is a NaN
+// (negative numbers).
+template <class D>
+struct Unpacked {
+  hn::VFromD<D> m, e;
+  hn::Mask<D> rare;
+};
+template <class D>
+HWY_INLINE Unpacked<D> Unpack(D d, hn::VFromD<D> v) {
+  const auto m = GetMant<MantissaInterval::kOneToTwo, MantissaSign::kNaNIfNegative>(d, v);
+  const auto e = GetExp(d, v);
+  return {m, e, hn::IsNaN(hn::Add(hn::Sub(e, e), hn::Sub(m, m)))};
+}
+
 template <class T, LogLevel kLevel>
 struct RcpTables {
   using D = hn::ScalableTag<T>;
@@ -528,8 +544,6 @@ struct LogRcpBody : UnaryRealBody<T> {
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
-    using simd::MantissaInterval;
-    using simd::MantissaSign;
     const auto x = in[0];
     const auto zero = hn::Zero(d);
     // Log1p takes the logarithm of v = 1 + x, whose rounding error lo is exact (the larger
@@ -547,18 +561,14 @@ struct LogRcpBody : UnaryRealBody<T> {
         log_detail::EvaluateShort<kFunc, kLevel>(d, tables, log_detail::SplitOf(d, v), lo);
     rare[0] = hn::MaskFromVec(zero);
     if (!hn::AllTrue(d, fast)) [[unlikely]] {
-      // The mantissa in [1, 2) and the exponent, exact also for denormals. Log1p drops lo: v is
-      // not a positive normal number here, and no such v but 0 arises from x >= -1.
-      const auto m = GetMant<MantissaInterval::kOneToTwo, MantissaSign::kNaNIfNegative>(d, v);
-      const auto e = GetExp(d, v);
-      auto split = log_detail::SplitOf(d, m);
-      split.e = hn::Add(split.e, e);
+      // Log1p drops lo: v is not a positive normal number here, and no such v but 0 arises from
+      // x >= -1.
+      const auto u = log_detail::Unpack(d, v);
+      auto split = log_detail::SplitOf(d, u.m);
+      split.e = hn::Add(split.e, u.e);
       const auto again = log_detail::EvaluateShort<kFunc, kLevel>(d, tables, split, zero);
       result = hn::IfThenElse(fast, result, again);
-      // The signal: NaN where e is infinite or NaN (zeros, infinities, NaNs) or m is a NaN
-      // (negative numbers).
-      const auto signal = hn::Add(hn::Sub(e, e), hn::Sub(m, m));
-      rare[0] = hn::AndNot(fast, hn::IsNaN(signal));
+      rare[0] = hn::AndNot(fast, u.rare);
     }
     // log1p(-0) is -0; every other result has the sign of x already.
     out[0] = kFunc == LogFunction::kLog1p ? hn::CopySign(result, x) : result;
@@ -618,8 +628,6 @@ struct LogPolyBodyS : UnaryRealBody<float> {
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
-    using simd::MantissaInterval;
-    using simd::MantissaSign;
     const auto x = in[0];
     const auto v = kFunc == LogFunction::kLog1p ? hn::Add(hn::Set(d, 1.0f), x) : x;
     const auto fast = log_detail::PositiveNormal(d, v);
@@ -628,16 +636,14 @@ struct LogPolyBodyS : UnaryRealBody<float> {
     auto result = Evaluate(d, m, scaled_k, x);
     rare[0] = hn::MaskFromVec(hn::Zero(d));
     if (!hn::AllTrue(d, fast)) [[unlikely]] {
-      // As the reciprocal kernels' second pass: the mantissa in [1, 2) split again, the exponent
-      // added, and the signal marking zeros, negatives, infinities and NaNs.
-      const auto m1 = GetMant<MantissaInterval::kOneToTwo, MantissaSign::kNaNIfNegative>(d, v);
-      const auto e = GetExp(d, v);
+      // As the reciprocal kernels' second pass: the mantissa in [1, 2) split again and the
+      // exponent added.
+      const auto u = log_detail::Unpack(d, v);
       hn::Vec<D> m2, scaled_k2;
-      Split(d, m1, m2, scaled_k2);
-      scaled_k2 = Fma(d, e, hn::Set(d, 0x1p23f), scaled_k2);
+      Split(d, u.m, m2, scaled_k2);
+      scaled_k2 = Fma(d, u.e, hn::Set(d, 0x1p23f), scaled_k2);
       result = hn::IfThenElse(fast, result, Evaluate(d, m2, scaled_k2, x));
-      const auto signal = hn::Add(hn::Sub(e, e), hn::Sub(m1, m1));
-      rare[0] = hn::AndNot(fast, hn::IsNaN(signal));
+      rare[0] = hn::AndNot(fast, u.rare);
     }
     // log1p(-0) is -0; every other result has the sign of x already.
     out[0] = kFunc == LogFunction::kLog1p ? hn::CopySign(result, x) : result;

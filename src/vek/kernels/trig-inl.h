@@ -557,16 +557,14 @@ struct TrigFloatBody : UnaryRealBody<float> {
 
 // The float Sin, Cos and SinCos at LA and EP, in float: one reduction by pi and one polynomial per
 // lane (see kFloatReach), several times cheaper than the double body on two halves. Lanes
-// beyond kFloatReach (and infinities and NaNs) take the HA kernels' double bodies, lane by lane, so
-// that a result depends on its argument alone; SinCos takes the Sin and Cos bodies there, and
-// gives the bits of Sin and Cos of its level everywhere.
+// beyond kFloatReach (and infinities and NaNs) take the HA kernel's double body, lane by lane, so
+// that a result depends on its argument alone; SinCos's body gives the bits of Sin's and Cos's
+// there, so SinCos gives the bits of Sin and Cos of its level everywhere. Name, outputs, double
+// body and rare routines are the HA kernel's.
 template <TrigFunction kFunc, trig_detail::Level kLevel>
-struct TrigFloatHalfTurnBody : UnaryRealBody<float> {
+struct TrigFloatHalfTurnBody : TrigFloatBody<kFunc> {
   static_assert(kFunc != TrigFunction::kTan && kLevel != trig_detail::Level::kHA);
-  static constexpr size_t kOutputs = kFunc == TrigFunction::kSinCos ? 2 : 1;
-  const char* name = kFunc == TrigFunction::kSin   ? vek::names::sSin
-                     : kFunc == TrigFunction::kCos ? vek::names::sCos
-                                                   : vek::names::sSinCos;
+  using TrigFloatBody<kFunc>::kOutputs;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
@@ -585,23 +583,10 @@ struct TrigFloatHalfTurnBody : UnaryRealBody<float> {
     rare[0] = hn::MaskFromVec(hn::Zero(d));
     if (!hn::AllFalse(d, far)) [[unlikely]] {
       rare[0] = hn::RebindMask(d, hn::Gt(bits, hn::Set(di, 0x7F7FFFFF)));
-      V wide[1];
-      if constexpr (kFunc != TrigFunction::kCos) {
-        RunWidened<1>(TrigBody<TrigFunction::kSin, Level::kEP>{}, d, in, wide);
-        out[0] = hn::IfThenElse(far, wide[0], out[0]);
-      }
-      if constexpr (kFunc != TrigFunction::kSin) {
-        RunWidened<1>(TrigBody<TrigFunction::kCos, Level::kLA>{}, d, in, wide);
-        out[kOutputs - 1] = hn::IfThenElse(far, wide[0], out[kOutputs - 1]);
-      }
+      V wide[kOutputs];
+      RunWidened<kOutputs>(this->wide, d, in, wide);
+      for (size_t k = 0; k < kOutputs; ++k) out[k] = hn::IfThenElse(far, wide[k], out[k]);
     }
-  }
-
-  static int32_t Rare(const float* a, float* r) {
-    return kFunc == TrigFunction::kSin ? vek::vssin_cout_rare(a, r) : vek::vscos_cout_rare(a, r);
-  }
-  static int32_t Rare(const float* a, float* r1, float* r2) {
-    return vek::vssincos_cout_rare(a, r1, r2);
   }
 };
 
