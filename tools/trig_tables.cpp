@@ -11,6 +11,7 @@
 #include <mpfr.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -106,13 +107,58 @@ void Exact(bool sine, mpfr_srcptr r, mpfr_ptr out) {
   }
 }
 
+// The float kernels' sine, r (1 + w P(w)) with w = r^2, evaluated in float as they do it (Horner
+// with fused steps, then one product).
+float SineInFloat(const std::vector<double>& c, float r) {
+  const float w = r * r;
+  float p = static_cast<float>(c.back());
+  for (size_t i = c.size() - 1; i-- > 0;) p = std::fmaf(p, w, static_cast<float>(c[i]));
+  return r * std::fmaf(w, p, 1.0f);
+}
+
+// No float r in [from, to] gives more than 1, and the float nearest pi/2 (the cosine's r for the
+// zeros and the denormals) gives 1.
+bool PassesOne(const std::vector<double>& c, float from, float to) {
+  if (SineInFloat(c, 0x1.921fb6p0f) != 1.0f) return false;
+  for (float r = from; r <= to; r = std::nextafterf(r, 2.0f)) {
+    if (SineInFloat(c, r) > 1.0f) return false;
+  }
+  return true;
+}
+
+// Near pi/2 the fitted sine, rounded in float, can reach the float above 1 for a few r; a sine
+// beyond 1 breaks what callers rely on (asin of it, 1 - sin^2 >= 0), and a clamp costs two
+// operations per vector. So coefficient c[index] moves toward zero, by the fewest float steps found
+// by bisection, until PassesOne holds for [1.5, reach] (below 1.5, r P is far from 1). The error
+// grows by a fraction of an ulp, which the printed bound shows.
+void KeepBelowOne(std::vector<double>& c, int index, double reach) {
+  const float from = 1.5f, to = static_cast<float>(reach);
+  if (PassesOne(c, from, to)) return;
+  const float start = static_cast<float>(c[index]);
+  auto moved = [&](uint32_t steps) {
+    std::vector<double> t = c;
+    t[index] = std::bit_cast<float>(std::bit_cast<uint32_t>(start) - steps);
+    return t;
+  };
+  uint32_t bad = 0, good = 1;
+  while (!PassesOne(moved(good), from, to)) {
+    bad = good;
+    good *= 2;
+  }
+  while (good - bad > 1) {
+    const uint32_t mid = bad + (good - bad) / 2;
+    (PassesOne(moved(mid), from, to) ? good : bad) = mid;
+  }
+  c = moved(good);
+}
+
 // sin r = r + r^3 P(r^2) and cos r = 1 - r^2/2 + r^4 P(r^2) on |r| <= pi 2^-halvings (a hair
 // more, for the rounding of the reduced argument), in relative error: the basis r^(2i+3) / sin r
 // against (sin r - r) / sin r, or r^(2i+4) / cos r against (cos r - 1 + r^2/2) / cos r.
 // With `single`, the coefficients are rounded to float (and the error measured with them), for
 // the float kernels, whose reduced argument may pass the bound by `reach` - 1 of it.
 void Polynomial(FILE* out, const char* name, bool sine, int terms, int halvings,
-                bool single = false, double reach = 1.0001) {
+                bool single = false, double reach = 1.0001, int below_one = -1) {
   Mp h, t, exact, approx;
   mpfr_const_pi(h.v, MPFR_RNDN);
   mpfr_div_2ui(h.v, h.v, halvings, MPFR_RNDN);
@@ -144,6 +190,7 @@ void Polynomial(FILE* out, const char* name, bool sine, int terms, int halvings,
       });
   if (single) {
     for (double& v : c) v = static_cast<float>(v);
+    if (below_one >= 0) KeepBelowOne(c, below_one, mpfr_get_d(h.v, MPFR_RNDU));
   }
   double worst = 0;
   for (int k = 1; k <= 4000; ++k) {
@@ -186,7 +233,7 @@ int main(int argc, char** argv) {
                "sin r = r + r^3 P(r^2)\n// on |r| <= pi/2 and a little beyond.\n");
   Over<float>(out, "kOneOverPiF", 1);
   Parts<float>(out, "kPiF", 3, 0, MPFR_RNDZ);
-  Polynomial(out, "kSinPolyHalfTurnF", true, 5, 1, true, 1.001);
+  Polynomial(out, "kSinPolyHalfTurnF", true, 5, 1, true, 1.001, 3);
   Polynomial(out, "kSinPolyHalfTurnFEP", true, 2, 1, true, 1.001);
   std::fprintf(
       out, "\n// The 192 bits of 2/pi for each biased exponent, most significant word first.\n");

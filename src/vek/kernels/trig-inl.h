@@ -446,17 +446,20 @@ HWY_INLINE void SinCosHalfTurns(D d, hn::VFromD<D> y, hn::VFromD<hn::RebindToSig
 constexpr float kFloatReach = 0x1p12f;
 
 // (-1)^n sin r in float as r (1 + r^2 P(r^2)), which keeps the sign of a zero r: LA's polynomial is
-// within 2^-25.4, EP's within 2^-12.8; r's roundings and the polynomial's keep LA within 2.5 ulp.
-// Their errors would take results near +-1 (cos y for small y) beyond them: they are clamped.
+// within 2^-25.2, EP's within 2^-12.8; r's roundings and the polynomial's keep LA within 2.5 ulp.
+// Near |r| = pi/2 (cos y for small y) a result could pass +-1. The tool moves LA's coefficients so
+// that no float r gives more than 1 in this very evaluation, and cos 0 is 1. EP's errors, 2^-13,
+// are too large for that: its results are clamped, which also gives cos 0 = 1.
 template <Level kLevel, class D>
 HWY_INLINE hn::VFromD<D> SinHalfTurnFloat(D d, const HalfTurn<D>& ht) {
   const hn::RebindToSigned<D> di;
   const auto r = ht.r;
   const auto w = hn::Mul(r, r);
-  const auto one = hn::Set(d, 1.0f);
   const auto p = kLevel == Level::kLA ? Horner(d, w, tt::kSinPolyHalfTurnF)
                                       : Horner(d, w, tt::kSinPolyHalfTurnFEP);
-  const auto value = hn::Min(hn::Max(hn::Mul(r, Fma(d, w, p, one)), hn::Neg(one)), one);
+  const auto one = hn::Set(d, 1.0f);
+  auto value = hn::Mul(r, Fma(d, w, p, one));
+  if constexpr (kLevel == Level::kEP) value = hn::Min(hn::Max(value, hn::Neg(one)), one);
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), hn::ShiftLeft<31>(ht.parity)));
 }
 
