@@ -191,7 +191,9 @@ struct AsinBody : UnaryRealBody<T> {
     const M big = hn::Gt(a, half);
     const V z = hn::IfThenElse(big, hn::Mul(hn::Sub(hn::Set(d, T(1)), a), half), hn::Mul(a, a));
     const V u = hn::IfThenElse(big, hn::Sqrt(z), a);
-    V lo = hn::Mul(hn::Mul(u, z), atrig_detail::Polynomial(d, z, kLevel.p, kLevel.terms));
+    const V uz = hn::Mul(u, z);
+    const V poly = atrig_detail::Polynomial(d, z, kLevel.p, kLevel.terms);
+    V lo = hn::Mul(uz, poly);
     if constexpr (kLevel.compensated) {
       // sqrt(z) = u + (z - u^2)/(2u) to second order; u >= 2^-27 unless z = 0. Worth 0.4 ulp at
       // the worst case found (0.96 ulp without it). Divided, as in the arctangent: faster on
@@ -218,11 +220,18 @@ struct AsinBody : UnaryRealBody<T> {
       c_lo = hn::IfThenElseZero(big, half_pi_lo);
       m = hn::IfThenElse(big, hn::Set(d, T(-2)), hn::Set(d, T(1)));
     }
-    // C + m u split exactly (|C| >= |m u| wherever C is not 0), the rest added to the low part.
-    const V mu = hn::Mul(m, u);
-    const V h = hn::Add(c_hi, mu);
-    const V h_err = hn::Add(hn::Sub(c_hi, h), mu);
-    V r = hn::Add(h, hn::Add(h_err, Fma(d, m, lo, c_lo)));
+    V r;
+    if constexpr (kLevel.compensated) {
+      // C + m u split exactly (|C| >= |m u| wherever C is not 0), the rest added to the low part.
+      const V mu = hn::Mul(m, u);
+      const V h = hn::Add(c_hi, mu);
+      const V h_err = hn::Add(hn::Sub(c_hi, h), mu);
+      r = hn::Add(h, hn::Add(h_err, Fma(d, m, lo, c_lo)));
+    } else {
+      // LA and EP round asin(u) once and fuse it into C: the result is at least a third of C
+      // wherever C is not 0, so the roundings of C and of asin(u) stay within about 2 ulp.
+      r = hn::Add(Fma(d, m, Fma(d, uz, poly, u), c_hi), c_lo);
+    }
     // A NaN flows through with its payload (it is the only NaN operand of each step), its sign
     // restored with asin's; acos has no sign to restore.
     out[0] = kAcos ? hn::IfThenElse(hn::IsNaN(x), hn::Add(x, x), r)
