@@ -191,9 +191,7 @@ struct AsinBody : UnaryRealBody<T> {
     const M big = hn::Gt(a, half);
     const V z = hn::IfThenElse(big, hn::Mul(hn::Sub(hn::Set(d, T(1)), a), half), hn::Mul(a, a));
     const V u = hn::IfThenElse(big, hn::Sqrt(z), a);
-    const V uz = hn::Mul(u, z);
-    const V poly = atrig_detail::Polynomial(d, z, kLevel.p, kLevel.terms);
-    V lo = hn::Mul(uz, poly);
+    V lo = hn::Mul(hn::Mul(u, z), atrig_detail::Polynomial(d, z, kLevel.p, kLevel.terms));
     if constexpr (kLevel.compensated) {
       // sqrt(z) = u + (z - u^2)/(2u) to second order; worth 0.4 ulp at the worst case found
       // (floats 1.10 ulp without it). The remainder is at most half an ulp of u, so 1/(2u) to
@@ -234,9 +232,10 @@ struct AsinBody : UnaryRealBody<T> {
       const V h_err = hn::Add(hn::Sub(c_hi, h), mu);
       r = hn::Add(h, hn::Add(h_err, Fma(d, m, lo, c_lo)));
     } else {
-      // LA and EP round asin(u) once and fuse it into C: the result is at least a third of C
-      // wherever C is not 0, so the roundings of C and of asin(u) stay within about 2 ulp.
-      r = hn::Add(Fma(d, m, Fma(d, uz, poly, u), c_hi), c_lo);
+      // LA and EP round C + m u and the small terms once each: the result is at least a third
+      // of C wherever C is not 0, so the two roundings and u's stay within about 2 ulp. (Rounding
+      // asin(u) first, to fuse it into C whole, costs one operation less and 4 ulp.)
+      r = hn::Add(Fma(d, m, u, c_hi), Fma(d, m, lo, c_lo));
     }
     // A NaN flows through with its payload (it is the only NaN operand of each step), its sign
     // restored with asin's; acos has no sign to restore.
