@@ -176,19 +176,29 @@ HWY_API hn::VFromD<D> Rcp14(D d, hn::VFromD<D> x) {
   return simd_detail::RcpApprox<false>(d, x);
 }
 
+// RcpSeedRough(d, x): 1/x within 0.0506 relative, the integer seed alone: one subtraction, for a
+// reciprocal that scales a correction of half an ulp, where 5% of it is 0.03 ulp (the Asin and
+// Acos HA root's remainder, whose division shared the divider with the root). Normal x with a
+// normal reciprocal; the sign passes through.
+template <class D>
+HWY_API hn::VFromD<D> RcpSeedRough(D d, hn::VFromD<D> x) {
+  using T = hn::TFromD<D>;
+  const simd_detail::BitsD<D> du;
+  return simd_detail::FromBitsV(
+      d, hn::Sub(hn::Set(du, simd::approx::kRcpMagic<T>), simd_detail::ToBitsV(d, x)));
+}
+
 // RcpRough(d, x): 1/x within 0.0026 relative (2^-8.6), for a division that only scales a
 // correction of a few ulps (a residual over the divisor) where the kernel's divider is busy (Hypot
 // next to its square root). Where the divider is idle the division costs nothing more: replacing
-// the second divisions of Atan2, Asin, Acos, Asinh, Acosh and ErfInv HA measured no faster. The
+// the second divisions of Atan2, Asinh, Acosh and ErfInv HA by it measured no faster. The
 // integer seed (within 0.0506) and one Newton step: three operations. Normal x
 // with a normal reciprocal only (no special values: the callers' divisors are ordinary numbers);
 // the seed of a negative x is the negative seed (the sign bit passes through the subtraction).
 template <class D>
 HWY_API hn::VFromD<D> RcpRough(D d, hn::VFromD<D> x) {
   using T = hn::TFromD<D>;
-  const simd_detail::BitsD<D> du;
-  const auto y0 = simd_detail::FromBitsV(
-      d, hn::Sub(hn::Set(du, simd::approx::kRcpMagic<T>), simd_detail::ToBitsV(d, x)));
+  const auto y0 = RcpSeedRough(d, x);
   return Fma(d, y0, Fnma(d, x, y0, hn::Set(d, T(1))), y0);
 }
 

@@ -30,6 +30,7 @@
 
 #include "simd/fma-inl.h"
 #include "simd/poly-inl.h"
+#include "simd/reciprocal-inl.h"
 #include "vek/frame/kernel-inl.h"
 #include "vek/kernels/atrig_rare.h"
 #include "vek/kernels/atrig_tables.h"
@@ -194,16 +195,11 @@ struct AsinBody : UnaryRealBody<T> {
     V lo = hn::Mul(hn::Mul(u, z), atrig_detail::Polynomial(d, z, kLevel.p, kLevel.terms));
     if constexpr (kLevel.compensated) {
       // sqrt(z) = u + (z - u^2)/(2u) to second order; worth 0.4 ulp at the worst case found
-      // (floats 1.10 ulp without it). The remainder is at most half an ulp of u, so 1/(2u) to
-      // 12% (its bits subtracted from a constant: exponent negated, mantissa's reciprocal taken
-      // linearly) costs it under 0.1 ulp, and an integer subtraction replaces a division that
-      // would share the divider with the root. u = 0 (|x| = 1) gives a finite estimate times a
-      // zero remainder.
-      const hn::RebindToSigned<D> di;
-      using I = hn::TFromD<decltype(di)>;
-      const I magic = sizeof(T) == 4 ? I(0x7E7311C3) : I(0x7FCE623822FC16E6);
-      const V half_rcp = hn::BitCast(d, hn::Sub(hn::Set(di, magic), hn::BitCast(di, u)));
-      lo = hn::Add(lo, hn::IfThenElseZero(big, hn::Mul(Fnma(d, u, u, z), half_rcp)));
+      // (floats 1.10 ulp without it). The remainder is at most half an ulp of u, so the rough
+      // reciprocal's 5% costs a few hundredths of an ulp, and keeps the divider to the root.
+      // u = 0 (|x| = 1) gives a finite seed times a zero remainder.
+      const V rem = hn::Mul(Fnma(d, u, u, z), RcpSeedRough(d, hn::Add(u, u)));
+      lo = hn::Add(lo, hn::IfThenElseZero(big, rem));
     }
     const V zero = hn::Zero(d);
     constexpr atrig_detail::SplitConst<T> kHalfPi(at::kHalfPi), kPi(at::kPi);
