@@ -54,6 +54,18 @@ HWY_INLINE V Series(D d, V g, V dd) {
   return hn::Mul(acc, dd);
 }
 
+// min(y, c) for y >= 0 or NaN, NaN kept: the x86 minimum returns its second operand when either is
+// NaN (a signalling one unchanged, to be quieted by the next operation); the scalar target's Min
+// returns the number.
+template <class D, class V = hn::VFromD<D>>
+HWY_INLINE V MinKeepingNaN(D /*d*/, V y, V c) {
+#if HWY_TARGET == HWY_SCALAR
+  return hn::IfThenElse(hn::IsNaN(y), y, hn::Min(y, c));
+#else
+  return hn::Min(c, y);
+#endif
+}
+
 }  // namespace erf_detail
 
 enum class ErfFunction { kErf, kErfc, kCdfNorm };
@@ -180,9 +192,10 @@ struct ErfFloatPieceBody : UnaryRealBody<float> {
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     const hn::RebindToSigned<D> di;
     const V x = in[0];
-    // From the saturation on the last piece gives exactly 1 (the table's tool checks it); so do
-    // the infinities and NaN, whose result is set apart at the end.
-    const V y = hn::Min(hn::Abs(x), hn::Set(d, vek::erf_tables::kErfFloatSaturation));
+    // From the saturation on the last piece gives exactly 1 (the table's tool checks it), the
+    // infinities included; NaN goes through the polynomial, and the sign makes it x + x.
+    const V y =
+        erf_detail::MinKeepingNaN(d, hn::Abs(x), hn::Set(d, vek::erf_tables::kErfFloatSaturation));
     // The piece is bits 20-22 of y + 4 (whose last place is 2^-21): only the low bits of an index
     // count. Sums that round up to the next piece lie within 2^-22 of it, where its polynomial
     // still holds.
@@ -193,7 +206,7 @@ struct ErfFloatPieceBody : UnaryRealBody<float> {
     for (int k = kDegree; k >= 2; --k) p = Fma(d, p, t, Lookup(d, rows[k], piece));
     const V a = hn::IfThenElse(hn::Lt(sum, hn::Set(d, 4.5f)), t, Lookup(d, rows[1], piece));
     const V r = Fma(d, t, p, a);
-    out[0] = hn::IfThenElse(hn::IsNaN(x), hn::Add(x, x), hn::CopySignToAbs(r, x));
+    out[0] = hn::CopySignToAbs(r, x);
     rare[0] = hn::FirstN(d, 0);
   }
 
