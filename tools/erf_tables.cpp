@@ -15,22 +15,17 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <string>
 #include <type_traits>
 #include <vector>
 
+#include "lawson_fit.h"
 #include "table_output.h"
 
 namespace {
 
-constexpr mpfr_prec_t kBits = 256;
 constexpr int kGrid = 128;
 constexpr int kErfRowCount = 768;  // 767/128 = 5.9921875, the clamp
-
-struct Mp {
-  mpfr_t v;
-  Mp() { mpfr_init2(v, kBits); }
-  ~Mp() { mpfr_clear(v); }
-};
 
 const Mp& Sqrt2() {
   static Mp r;
@@ -114,6 +109,98 @@ T UnderflowThreshold(bool normal) {
   return x;
 }
 
+// The float Erf kernels' pieces: y = |x| in [i/2, (i+1)/2), i < 8 (one register permute reads a
+// coefficient on either width), and erf(y) = a + t (c_1 + c_2 t + ... + c_n t^(n-1)) with
+// t = y - m; n is 7 for HA, 6 for LA and 4 for EP.
+// Piece 0 has m = 0 and a = t, so erf(y) = y + y P(y) keeps its relative accuracy down to the
+// subnormals (c_1 = 2/sqrt(pi) - 1 is small enough for its rounding not to count). The others have
+// a = erf(m) rounded to float, m the float near the middle whose erf lies nearest a float (Gal's
+// accurate tables): a needs no low part, and y - m is exact (y and m are within a factor of 2).
+// The coefficients are fitted in the error relative to erf, one at a time: each is rounded to float
+// and the ones after it are fitted again, absorbing its rounding.
+constexpr int kFloatPieces = 8;
+
+struct FloatPiece {
+  float m, a;
+  std::vector<float> c;  // c_1 .. c_n
+};
+
+float RoundedErf(float y) {
+  Mp f;
+  mpfr_set_flt(f.v, y, MPFR_RNDN);
+  mpfr_erf(f.v, f.v, MPFR_RNDN);
+  return mpfr_get_flt(f.v, MPFR_RNDN);
+}
+
+// The distance of erf(m) from the float nearest it, in units of that float's last place.
+double FloatDistance(float m) {
+  Mp f, r;
+  mpfr_set_flt(f.v, m, MPFR_RNDN);
+  mpfr_erf(f.v, f.v, MPFR_RNDN);
+  const float a = mpfr_get_flt(f.v, MPFR_RNDN);
+  mpfr_sub_d(r.v, f.v, a, MPFR_RNDN);
+  return std::fabs(mpfr_get_d(r.v, MPFR_RNDN)) / (std::nextafter(a, 2.0f) - a);
+}
+
+// The least float whose erf rounds to 1: the kernel's saturation.
+float ErfSaturation() {
+  float lo = 3, hi = 5;
+  while (std::nextafter(lo, hi) < hi) {
+    const float mid = std::nextafter(lo, hi) == hi ? hi : (lo + hi) / 2;
+    (RoundedErf(mid) == 1.0f ? hi : lo) = mid;
+  }
+  return hi;
+}
+
+FloatPiece FitFloatPiece(int i, double end, int degree) {
+  FloatPiece p{0, 0, {}};
+  if (i > 0) {
+    // Up to 2^12 floats each way from the middle: the best lies within 2^-12 of a last place.
+    const float mid = i * 0.5f + 0.25f;
+    float up = mid, down = mid;
+    p.m = mid;
+    for (int k = 0; k < 4096;
+         ++k, up = std::nextafter(up, 8.0f), down = std::nextafter(down, 0.0f)) {
+      for (const float m : {up, down}) {
+        if (FloatDistance(m) < FloatDistance(p.m)) p.m = m;
+      }
+    }
+    p.a = RoundedErf(p.m);
+  }
+  constexpr int kPoints = 1000;
+  std::vector<Mp> grid(kPoints);
+  for (int k = 0; k < kPoints; ++k) {
+    mpfr_set_d(grid[k].v, i * 0.5 + (end - i * 0.5) * (k + 1.0) / kPoints, MPFR_RNDN);
+  }
+  for (int k = 1; k <= degree; ++k) {
+    const std::vector<double> free = LawsonFit(
+        grid, degree - k + 1, 30, [&](mpfr_srcptr y, std::vector<Mp>& basis, mpfr_ptr target) {
+          // target = (erf(y) - a - sum of the fixed c_j t^j) / erf(y).
+          Mp t, f, power, term;
+          mpfr_sub_d(t.v, y, p.m, MPFR_RNDN);
+          mpfr_erf(f.v, y, MPFR_RNDN);
+          if (i == 0) {
+            mpfr_sub(target, f.v, t.v, MPFR_RNDN);
+          } else {
+            mpfr_sub_d(target, f.v, p.a, MPFR_RNDN);
+          }
+          mpfr_set(power.v, t.v, MPFR_RNDN);
+          for (const float c : p.c) {
+            mpfr_mul_d(term.v, power.v, c, MPFR_RNDN);
+            mpfr_sub(target, target, term.v, MPFR_RNDN);
+            mpfr_mul(power.v, power.v, t.v, MPFR_RNDN);
+          }
+          for (Mp& b : basis) {
+            mpfr_div(b.v, power.v, f.v, MPFR_RNDN);
+            mpfr_mul(power.v, power.v, t.v, MPFR_RNDN);
+          }
+          mpfr_div(target, target, f.v, MPFR_RNDN);
+        });
+    p.c.push_back(static_cast<float>(free[0]));
+  }
+  return p;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -157,6 +244,46 @@ int main(int argc, char** argv) {
     small.push_back(mpfr_get_d(c.v, MPFR_RNDN));
   }
   PrintDoubleArray(out, "kErfSmall", small);
+
+  const float saturation = ErfSaturation();
+  std::fprintf(out, "inline constexpr float kErfFloatSaturation = %s;\n",
+               Literal(saturation).c_str());
+  std::fprintf(out, "inline constexpr int kErfFloatPieces = %d;\n", kFloatPieces);
+  // Per level: the degree n and rows of kErfFloatPieces: m, a, then c_1 .. c_n. The kernels clamp
+  // |x| to the saturation, where the last piece must give exactly 1: where it misses (LA, EP), its
+  // a moves by a last place or two, within those levels' error.
+  struct Level {
+    const char* name;
+    int degree;
+  };
+  for (const Level level : {Level{"Ha", 7}, Level{"La", 6}, Level{"Ep", 4}}) {
+    const int n = level.degree;
+    std::vector<float> pieces((n + 2) * kFloatPieces);
+    for (int i = 0; i < kFloatPieces; ++i) {
+      const FloatPiece p = FitFloatPiece(
+          i, i + 1 < kFloatPieces ? (i + 1) * 0.5 : static_cast<double>(saturation), n);
+      pieces[i] = p.m;
+      pieces[kFloatPieces + i] = p.a;
+      for (int k = 0; k < n; ++k) pieces[(k + 2) * kFloatPieces + i] = p.c[k];
+    }
+    const int i = kFloatPieces - 1;
+    float& a = pieces[kFloatPieces + i];
+    auto at_saturation = [&] {
+      const float t = saturation - pieces[i];
+      float p = pieces[(n + 1) * kFloatPieces + i];
+      for (int k = n; k >= 2; --k) p = std::fma(p, t, pieces[k * kFloatPieces + i]);
+      return std::fma(t, p, a);
+    };
+    for (int step = 0; step < 2 && at_saturation() != 1.0f; ++step) {
+      a = std::nextafter(a, at_saturation() < 1.0f ? 2.0f : 0.0f);
+    }
+    if (at_saturation() != 1.0f) {
+      std::fprintf(stderr, "%s: the last piece misses 1 at the saturation\n", level.name);
+      return 1;
+    }
+    std::fprintf(out, "inline constexpr int kErfFloat%sDegree = %d;\n", level.name, n);
+    PrintArray(out, std::string("kErfFloat") + level.name, pieces);
+  }
 
   std::vector<double> rows;
   for (int j = 0; j < kErfRowCount; ++j) Row(Kind::kErf, j, &rows);

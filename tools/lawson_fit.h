@@ -50,11 +50,19 @@ inline void Solve(std::vector<Mp>& a, std::vector<Mp>& b, int k) {
 using FitRow = std::function<void(mpfr_srcptr x, std::vector<Mp>& basis, mpfr_ptr target)>;
 
 // Coefficients c (rounded to double) for the grid points, after `rounds` of Lawson's iteration.
+// The rows are evaluated once: they do not change between rounds, only the weights do.
 inline std::vector<double> LawsonFit(const std::vector<Mp>& grid, int terms, int rounds,
                                      const FitRow& row) {
   const size_t n = grid.size();
-  std::vector<Mp> weight(n), basis(terms);
-  Mp target, t, sum;
+  std::vector<Mp> weight(n), basis(n * terms), target(n);
+  {
+    std::vector<Mp> one(terms);
+    for (size_t k = 0; k < n; ++k) {
+      row(grid[k].v, one, target[k].v);
+      for (int i = 0; i < terms; ++i) mpfr_set(basis[k * terms + i].v, one[i].v, MPFR_RNDN);
+    }
+  }
+  Mp t, sum;
   for (size_t k = 0; k < n; ++k) mpfr_set_ui(weight[k].v, 1, MPFR_RNDN);
   std::vector<double> c(terms);
   for (int round = 0; round < rounds; ++round) {
@@ -62,12 +70,12 @@ inline std::vector<double> LawsonFit(const std::vector<Mp>& grid, int terms, int
     for (int i = 0; i < terms * terms; ++i) mpfr_set_zero(a[i].v, 1);
     for (int i = 0; i < terms; ++i) mpfr_set_zero(b[i].v, 1);
     for (size_t k = 0; k < n; ++k) {
-      row(grid[k].v, basis, target.v);
+      const Mp* x = &basis[k * terms];
       for (int i = 0; i < terms; ++i) {
-        mpfr_mul(t.v, basis[i].v, weight[k].v, MPFR_RNDN);
-        mpfr_fma(b[i].v, t.v, target.v, b[i].v, MPFR_RNDN);
+        mpfr_mul(t.v, x[i].v, weight[k].v, MPFR_RNDN);
+        mpfr_fma(b[i].v, t.v, target[k].v, b[i].v, MPFR_RNDN);
         for (int j = 0; j < terms; ++j) {
-          mpfr_fma(a[i * terms + j].v, t.v, basis[j].v, a[i * terms + j].v, MPFR_RNDN);
+          mpfr_fma(a[i * terms + j].v, t.v, x[j].v, a[i * terms + j].v, MPFR_RNDN);
         }
       }
     }
@@ -76,9 +84,9 @@ inline std::vector<double> LawsonFit(const std::vector<Mp>& grid, int terms, int
     // Lawson's update with the exact coefficients' errors, normalised to a sum of 1.
     mpfr_set_zero(sum.v, 1);
     for (size_t k = 0; k < n; ++k) {
-      row(grid[k].v, basis, target.v);
-      mpfr_neg(t.v, target.v, MPFR_RNDN);
-      for (int i = 0; i < terms; ++i) mpfr_fma(t.v, b[i].v, basis[i].v, t.v, MPFR_RNDN);
+      const Mp* x = &basis[k * terms];
+      mpfr_neg(t.v, target[k].v, MPFR_RNDN);
+      for (int i = 0; i < terms; ++i) mpfr_fma(t.v, b[i].v, x[i].v, t.v, MPFR_RNDN);
       mpfr_abs(t.v, t.v, MPFR_RNDN);
       mpfr_mul(weight[k].v, weight[k].v, t.v, MPFR_RNDN);
       mpfr_add(sum.v, sum.v, weight[k].v, MPFR_RNDN);

@@ -23,8 +23,11 @@
 #define OXL_VEK_KERNELS_ERF_INL_H_
 #endif
 
+#include <array>
+
 #include "simd/fma-inl.h"
 #include "simd/poly-inl.h"
+#include "simd/table-inl.h"
 #include "vek/frame/kernel-inl.h"
 #include "vek/kernels/widen-inl.h"
 #include "vek/kernels/erf_rare.h"
@@ -49,6 +52,18 @@ HWY_INLINE V Series(D d, V g, V dd) {
   V acc = b[kTerms - 1];
   for (int n = kTerms - 2; n >= 0; --n) acc = Fma(d, acc, dd, b[n]);
   return hn::Mul(acc, dd);
+}
+
+// min(y, c) for y >= 0 or NaN, NaN kept: the x86 minimum returns its second operand when either is
+// NaN (a signalling one unchanged, to be quieted by the next operation); the scalar target's Min
+// returns the number.
+template <class D, class V = hn::VFromD<D>>
+HWY_INLINE V MinKeepingNaN(D /*d*/, V y, V c) {
+#if HWY_TARGET == HWY_SCALAR
+  return hn::IfThenElse(hn::IsNaN(y), y, hn::Min(y, c));
+#else
+  return hn::Min(c, y);
+#endif
 }
 
 }  // namespace erf_detail
@@ -130,14 +145,13 @@ struct ErfBody : UnaryRealBody<double> {
   }
 };
 
-// The float kernels run a double body on each half of the vector, widened, and round its result
-// once to float; the rare lanes are Erfc's and CdfNorm's from the float thresholds on, the
-// infinities whose result is 0, and NaN.
+// The float Erfc and CdfNorm kernels run a double body on each half of the vector, widened, and
+// round its result once to float; the rare lanes are the arguments from the float thresholds on,
+// the infinities whose result is 0, and NaN.
 template <ErfFunction kFunc, int kTerms>
 struct ErfFloatBody : UnaryRealBody<float> {
-  const char* name = kFunc == ErfFunction::kErf    ? vek::names::sErf
-                     : kFunc == ErfFunction::kErfc ? vek::names::sErfc
-                                                   : vek::names::sCdfNorm;
+  static_assert(kFunc != ErfFunction::kErf, "float Erf has a body of its own");
+  const char* name = kFunc == ErfFunction::kErfc ? vek::names::sErfc : vek::names::sCdfNorm;
   ErfBody<kFunc, kTerms> wide;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
@@ -146,10 +160,8 @@ struct ErfFloatBody : UnaryRealBody<float> {
     RunWidened<1>(wide, d, in, out);
     if constexpr (kFunc == ErfFunction::kErfc) {
       rare[0] = hn::Not(hn::Lt(in[0], hn::Set(d, et::kErfcUnderflowFloat)));
-    } else if constexpr (kFunc == ErfFunction::kCdfNorm) {
-      rare[0] = hn::Not(hn::Gt(in[0], hn::Set(d, -et::kCdfNormUnderflowFloat)));
     } else {
-      rare[0] = hn::FirstN(d, 0);
+      rare[0] = hn::Not(hn::Gt(in[0], hn::Set(d, -et::kCdfNormUnderflowFloat)));
     }
   }
 
@@ -157,6 +169,48 @@ struct ErfFloatBody : UnaryRealBody<float> {
     return kFunc == ErfFunction::kErfc ? vek::vserfc_cout_rare(a, r)
                                        : vek::vscdfnorm_cout_rare(a, r);
   }
+};
+
+// Float Erf in float arithmetic, by eight pieces of y = |x| of width 1/2 (see
+// tools/erf_tables.cpp): erf(y) = a + t P(t), t = y - m exact, with a = t on the first piece
+// (erf(y) = y + y P(y)) and, on the others, a = erf(m) for an m whose erf lies a small fraction of
+// a last place from a float. P has kDegree coefficients, by level. Each coefficient is one
+// register permute of the piece's index on either width, no gather.
+template <const float* kRows, int kDegree>
+struct ErfFloatPieceBody : UnaryRealBody<float> {
+  using Tag = hn::ScalableTag<float>;
+  static constexpr int kPieces = vek::erf_tables::kErfFloatPieces;
+  const char* name = vek::names::sErf;
+  // Row 0 the pieces' m, row 1 their a, then c_1 .. c_kDegree.
+  std::array<RegisterTable<Tag, kPieces>, kDegree + 2> rows = [] {
+    std::array<RegisterTable<Tag, kPieces>, kDegree + 2> out;
+    for (size_t i = 0; i < out.size(); ++i) out[i] = LoadTable<kPieces>(Tag(), kRows + i * kPieces);
+    return out;
+  }();
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    const hn::RebindToSigned<D> di;
+    const V x = in[0];
+    // From the saturation on the last piece gives exactly 1 (the table's tool checks it), the
+    // infinities included; NaN goes through the polynomial, and the sign makes it x + x.
+    const V y =
+        erf_detail::MinKeepingNaN(d, hn::Abs(x), hn::Set(d, vek::erf_tables::kErfFloatSaturation));
+    // The piece is bits 20-22 of y + 4 (whose last place is 2^-21): only the low bits of an index
+    // count. Sums that round up to the next piece lie within 2^-22 of it, where its polynomial
+    // still holds.
+    const V sum = hn::Add(y, hn::Set(d, 4.0f));
+    const auto piece = hn::ShiftRight<20>(hn::BitCast(di, sum));
+    const V t = hn::Sub(y, Lookup(d, rows[0], piece));
+    V p = Lookup(d, rows[kDegree + 1], piece);
+    for (int k = kDegree; k >= 2; --k) p = Fma(d, p, t, Lookup(d, rows[k], piece));
+    const V a = hn::IfThenElse(hn::Lt(sum, hn::Set(d, 4.5f)), t, Lookup(d, rows[1], piece));
+    const V r = Fma(d, t, p, a);
+    out[0] = hn::CopySignToAbs(r, x);
+    rare[0] = hn::FirstN(d, 0);
+  }
+
+  static int32_t Rare(const float*, float*) { return 0; }
 };
 
 }  // namespace oxl::HWY_NAMESPACE
