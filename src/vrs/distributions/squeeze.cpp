@@ -53,26 +53,26 @@ HWY_INLINE V PackLanes(D /*d*/, V v, M keep) {
   }
 }
 #elif HWY_TARGET == HWY_AVX2
-// For each mask of a vector's lanes, the 32-bit lane that each packed 32-bit lane takes, one per
-// nibble (a 64-bit lane is two 32-bit lanes).
+// For each mask of a vector's lanes, the 32-bit lanes that the packed 32-bit lanes take (a 64-bit
+// lane is two 32-bit lanes): one load and one permute.
 struct PackTables {
-  uint32_t lanes32[256];
-  uint32_t lanes64[16];
+  alignas(32) int32_t lanes32[256][8];
+  alignas(32) int32_t lanes64[16][8];
 };
 constexpr PackTables kPackTables = [] {
   PackTables t{};
-  for (uint32_t bits = 0; bits < 256; ++bits) {
-    uint32_t at = 0;
-    for (uint32_t lane = 0; lane < 8; ++lane) {
-      if ((bits >> lane) & 1) t.lanes32[bits] |= lane << (4 * at++);
+  for (int32_t bits = 0; bits < 256; ++bits) {
+    int32_t at = 0;
+    for (int32_t lane = 0; lane < 8; ++lane) {
+      if ((bits >> lane) & 1) t.lanes32[bits][at++] = lane;
     }
   }
-  for (uint32_t bits = 0; bits < 16; ++bits) {
-    uint32_t at = 0;
-    for (uint32_t lane = 0; lane < 4; ++lane) {
+  for (int32_t bits = 0; bits < 16; ++bits) {
+    int32_t at = 0;
+    for (int32_t lane = 0; lane < 4; ++lane) {
       if ((bits >> lane) & 1) {
-        t.lanes64[bits] |= (2 * lane) << (4 * at++);
-        t.lanes64[bits] |= (2 * lane + 1) << (4 * at++);
+        t.lanes64[bits][at++] = 2 * lane;
+        t.lanes64[bits][at++] = 2 * lane + 1;
       }
     }
   }
@@ -81,14 +81,13 @@ constexpr PackTables kPackTables = [] {
 
 template <class D, class V, class M>
 HWY_INLINE V PackLanes(D d, V v, M keep) {
-  const hn::Repartition<uint32_t, D> d32;
+  const hn::Repartition<int32_t, D> d32;
   uint8_t bits[8] = {};
   hn::StoreMaskBits(d, keep, bits);
-  const uint32_t nibbles =
+  const int32_t* lanes =
       sizeof(hn::TFromD<D>) == 4 ? kPackTables.lanes32[bits[0]] : kPackTables.lanes64[bits[0] & 15];
-  const auto shifts = hn::ShiftLeft<2>(hn::Iota(d32, 0));
-  const auto lanes = hn::And(hn::Shr(hn::Set(d32, nibbles), shifts), hn::Set(d32, 7u));
-  return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(d32, v), hn::IndicesFromVec(d32, lanes)));
+  return hn::BitCast(
+      d, hn::TableLookupLanes(hn::BitCast(d32, v), hn::IndicesFromVec(d32, hn::Load(d32, lanes))));
 }
 #else
 template <class D, class V, class M>
@@ -96,6 +95,8 @@ HWY_INLINE V PackLanes(D /*d*/, V v, M keep) {
   return hn::Compress(v, keep);
 }
 #endif
+
+constexpr size_t kLine = 64;
 
 // Verdicts as lane values: rejected 0, kept 1, open (the exact test decides) 2.
 constexpr int kOpen = 2;
@@ -121,13 +122,18 @@ HWY_INLINE Judged<V> Judge(D d, V c, V x, V u) {
 }
 
 // One round of m candidates of kWidth uniforms each; see squeeze.h.
+//
+// The pairs' arrays start at kFront, a vector in; the held candidate sits just before, as the
+// cosine candidate of pair kFront - 1. Candidate j is then the candidate of pair q / 2, on the
+// cosine when q is odd, with q = j + 2 kFront - from_held.
 template <class T, int kWidth>
 int32_t Round(const SqueezeRound<T>& k, StreamRecord* s, int32_t m, T* out, int32_t* status) {
   const hn::ScalableTag<T> d;
   using V = hn::Vec<decltype(d)>;
   constexpr size_t kLanes = hn::MaxLanes(d);
   constexpr size_t kStride = 2 + 2 * kWidth;
-  constexpr size_t kPairs = kRound / 2 + kLanes;
+  constexpr size_t kFront = kLanes;
+  constexpr size_t kPairs = kFront + kRound / 2 + kLanes;
   constexpr size_t kCandidates = kRound + 2 * kLanes;
   const size_t lanes = hn::Lanes(d);
 
@@ -135,8 +141,6 @@ int32_t Round(const SqueezeRound<T>& k, StreamRecord* s, int32_t m, T* out, int3
   const size_t candidates = static_cast<size_t>(m);
   const size_t pairs = (candidates - from_held + 1) / 2;
   const size_t drawn = candidates * kWidth + 2 * pairs;
-  // The lines of out that the kept values go to, on their way in while the round computes.
-  for (size_t i = 0; i < candidates; i += 64 / sizeof(T)) __builtin_prefetch(out + i, 1, 3);
   HWY_ALIGN T u[kRound * (kWidth + 1) + kStride * kLanes];
   *status = Uniform(s, static_cast<int32_t>(drawn), u, T(0), T(1));
   if (*status < 0) return 0;
@@ -147,41 +151,42 @@ int32_t Round(const SqueezeRound<T>& k, StreamRecord* s, int32_t m, T* out, int3
   // cosine 1) and place.
   HWY_ALIGN T radius[kPairs];
   HWY_ALIGN T angle[kPairs];
-  HWY_ALIGN T sine[kPairs];
-  HWY_ALIGN T cosine[kPairs];
+  HWY_ALIGN T trig[2][kPairs];
   HWY_ALIGN T own[2][kWidth][kPairs];
+  radius[kFront - 1] = k.held[0];
+  trig[1][kFront - 1] = k.held[1];
+  for (size_t w = 0; w < kWidth; ++w) own[1][w][kFront - 1] = u[w];
   const T* first = u + from_held * kWidth;
   if constexpr (kWidth == 1) {
     const V two_pi = hn::Set(d, kTwoPi<T>);
     for (size_t i = 0; i < pairs; i += lanes) {
       V r, a, on_sine, on_cosine;
       hn::LoadInterleaved4(d, first + kStride * i, r, a, on_sine, on_cosine);
-      hn::Store(r, d, radius + i);
+      hn::Store(r, d, radius + kFront + i);
       hn::Store(hn::Mul(a, two_pi), d, angle + i);
-      hn::Store(on_sine, d, own[0][0] + i);
-      hn::Store(on_cosine, d, own[1][0] + i);
+      hn::Store(on_sine, d, own[0][0] + kFront + i);
+      hn::Store(on_cosine, d, own[1][0] + kFront + i);
     }
   } else {
     for (size_t i = 0; i < pairs; ++i) {
       const T* pair = first + kStride * i;
-      radius[i] = pair[0];
+      radius[kFront + i] = pair[0];
       angle[i] = pair[1] * kTwoPi<T>;
       for (size_t w = 0; w < kWidth; ++w) {
-        own[0][w][i] = pair[2 + w];
-        own[1][w][i] = pair[2 + kWidth + w];
+        own[0][w][kFront + i] = pair[2 + w];
+        own[1][w][kFront + i] = pair[2 + kWidth + w];
       }
     }
   }
-  Vm<T>::SinCos(static_cast<int32_t>(pairs), angle, sine, cosine);
-  Vm<T>::Ln(static_cast<int32_t>(pairs), radius);
+  const auto n_pairs = static_cast<int32_t>(pairs);
+  Vm<T>::SinCos(n_pairs, angle, trig[0] + kFront, trig[1] + kFront);
+  Vm<T>::Ln(n_pairs, radius + kFront);
 
-  // Normals, uniforms, cubes and verdicts in candidate order: the held candidate, then sine and
-  // cosine of each pair; the indices of the open ones packed, as lanes of T (exact for a round's
-  // few hundred).
-  HWY_ALIGN T normal[kCandidates];
-  HWY_ALIGN T uniform[kWidth][kCandidates];
+  // Cubes and verdicts in candidate order (and with two uniforms, the second), the indices of the
+  // open candidates packed, as lanes of T (exact for a round's few hundred).
   HWY_ALIGN T cube[kCandidates];
   HWY_ALIGN T verdict[kCandidates];
+  HWY_ALIGN T second[kWidth == 2 ? kCandidates : 1];
   HWY_ALIGN T open[kCandidates];
   size_t f = 0;
   const V c = hn::Set(d, k.c);
@@ -189,11 +194,11 @@ int32_t Round(const SqueezeRound<T>& k, StreamRecord* s, int32_t m, T* out, int3
   const V open_verdict = hn::Set(d, T(kOpen));
   const V end = hn::Set(d, static_cast<T>(candidates));
   if (from_held) {
-    normal[0] = k.held[0] * k.held[1];
-    for (size_t w = 0; w < kWidth; ++w) uniform[w][0] = u[w];
-    const Judged<V> judged = Judge(d, c, hn::Set(d, normal[0]), hn::Set(d, u[0]));
+    const T x = radius[kFront - 1] * trig[1][kFront - 1];
+    const Judged<V> judged = Judge(d, c, hn::Set(d, x), hn::Set(d, u[0]));
     cube[0] = hn::GetLane(judged.cube);
     verdict[0] = hn::GetLane(judged.verdict);
+    if constexpr (kWidth == 2) second[0] = u[1];
     open[0] = T(0);
     f += verdict[0] == T(kOpen) ? 1 : 0;
   }
@@ -202,22 +207,25 @@ int32_t Round(const SqueezeRound<T>& k, StreamRecord* s, int32_t m, T* out, int3
   for (size_t i = 0; i < pairs; i += lanes) {
     const size_t count = std::min(lanes, pairs - i);
     const size_t j = from_held + 2 * i;
+    // The lines of out that the kept values of these candidates go to (at most as far on), on
+    // their way in while the round computes: a burst of stores at the round's end that missed
+    // the cache would wait for them one by one.
+    for (size_t at = 2 * i; at < std::min(2 * i + 2 * lanes, candidates); at += kLine / sizeof(T)) {
+      __builtin_prefetch(out + at, 1, 3);
+    }
+    const size_t p = kFront + i;
     // sqrt(-2 ln u): the doubling is exact, and the instruction rounds as the Sqrt kernel does.
-    const V rad = hn::Sqrt(hn::Mul(minus_two, LoadPartial(d, radius + i, count)));
-    hn::Store(rad, d, radius + i);
-    const V x_sine = hn::Mul(rad, LoadPartial(d, sine + i, count));
-    const V x_cosine = hn::Mul(rad, LoadPartial(d, cosine + i, count));
-    const V u_sine = LoadPartial(d, own[0][0] + i, count);
-    const V u_cosine = LoadPartial(d, own[1][0] + i, count);
-    const Judged<V> on_sine = Judge(d, c, x_sine, u_sine);
-    const Judged<V> on_cosine = Judge(d, c, x_cosine, u_cosine);
-    hn::StoreInterleaved2(x_sine, x_cosine, d, normal + j);
-    hn::StoreInterleaved2(u_sine, u_cosine, d, uniform[0] + j);
+    const V rad = hn::Sqrt(hn::Mul(minus_two, LoadPartial(d, radius + p, count)));
+    hn::Store(rad, d, radius + p);
+    const Judged<V> on_sine = Judge(d, c, hn::Mul(rad, LoadPartial(d, trig[0] + p, count)),
+                                    LoadPartial(d, own[0][0] + p, count));
+    const Judged<V> on_cosine = Judge(d, c, hn::Mul(rad, LoadPartial(d, trig[1] + p, count)),
+                                      LoadPartial(d, own[1][0] + p, count));
     hn::StoreInterleaved2(on_sine.cube, on_cosine.cube, d, cube + j);
     hn::StoreInterleaved2(on_sine.verdict, on_cosine.verdict, d, verdict + j);
-    for (size_t w = 1; w < kWidth; ++w) {
-      hn::StoreInterleaved2(LoadPartial(d, own[0][w] + i, count),
-                            LoadPartial(d, own[1][w] + i, count), d, uniform[w] + j);
+    if constexpr (kWidth == 2) {
+      hn::StoreInterleaved2(LoadPartial(d, own[0][1] + p, count),
+                            LoadPartial(d, own[1][1] + p, count), d, second + j);
     }
     const V at_sine = hn::Add(hn::Set(d, static_cast<T>(j)), two_steps);
     const V at_cosine = hn::Add(at_sine, one);
@@ -239,9 +247,10 @@ int32_t Round(const SqueezeRound<T>& k, StreamRecord* s, int32_t m, T* out, int3
     HWY_ALIGN T v[kCandidates];
     for (size_t i = 0; i < f; ++i) {
       const auto j = static_cast<size_t>(open[i]);
-      logs[i] = uniform[0][j];
+      const size_t q = j + 2 * kFront - from_held;
+      logs[i] = own[q % 2][0][q / 2];
       logs[f + i] = v[i] = cube[j];
-      x[i] = normal[j];
+      x[i] = radius[q / 2] * trig[q % 2][q / 2];
     }
     Vm<T>::Ln(static_cast<int32_t>(2 * f), logs);
     const V half = hn::Set(d, T(0.5));
@@ -258,8 +267,8 @@ int32_t Round(const SqueezeRound<T>& k, StreamRecord* s, int32_t m, T* out, int3
   }
   // The last pair's cosine candidate, when the round ends before it, waits for the next round.
   if (from_held + 2 * pairs > candidates) {
-    k.held[0] = radius[pairs - 1];
-    k.held[1] = cosine[pairs - 1];
+    k.held[0] = radius[kFront + pairs - 1];
+    k.held[1] = trig[1][kFront + pairs - 1];
   } else {
     k.held[0] = T(-1);
   }
@@ -279,7 +288,7 @@ int32_t Round(const SqueezeRound<T>& k, StreamRecord* s, int32_t m, T* out, int3
     if constexpr (kWidth == 1) value = Fma(d, beta, value, a);
     StorePartial(d, PackLanes(d, value, keep), out + kept, count == lanes ? lanes : n);
     if constexpr (kWidth == 2) {
-      StorePartial(d, PackLanes(d, LoadPartial(d, uniform[1] + j, count), keep), k.second + kept,
+      StorePartial(d, PackLanes(d, LoadPartial(d, second + j, count), keep), k.second + kept,
                    count == lanes ? lanes : n);
     }
     kept += n;
