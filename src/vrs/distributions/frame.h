@@ -185,6 +185,16 @@ inline int32_t Gaussian(int32_t method, StreamRecord* s, int32_t n, float* r, fl
 // Up to this dimension the multivariate Gaussian multiplies its vectors by its own loop.
 inline constexpr int32_t kSmallDimension = 10;
 
+// `pairs` pairs of uniforms u taken apart: radius[i] = u[2i], angle[i] = factor * u[2i + 1].
+template <class T>
+struct PairSplit {
+  const T* u;
+  int32_t pairs;
+  T* radius;
+  T* angle;
+  T factor;
+};
+
 template <class T>
 struct Passes {
   // r[i] = fma(scale, r[i], shift)
@@ -197,8 +207,10 @@ struct Passes {
   void (*root_affine_floor)(T* r, int32_t n, T scale, T shift);
   // r[i] = fma(u[i] <= 0.5 ? -beta : beta, r[i], a)
   void (*signed_affine)(T* r, const T* u, int32_t n, T beta, T a);
-  // r[i] = fma(sigma * sqrt(-2 log_u[i]), sine[i], a), the product rounded first
-  void (*radius_product)(T* r, const T* log_u, const T* sine, int32_t n, T sigma, T a);
+  // r[i] = fma(sigma * sqrt(-2 log_u[i]), sine[i], a), the product rounded first; and in the same
+  // sweep, the pairs of the next block taken apart as `next` says (next.u may not overlap r)
+  void (*radius_product)(T* r, const T* log_u, const T* sine, int32_t n, T sigma, T a,
+                         const PairSplit<T>& next);
   // Over `total` elements taken as rows of `period`: r[k] = fma(scale[j], r[k], shift[j]), or,
   // with scale null, r[k] + shift[j], where j = k mod period.
   void (*periodic)(T* r, int64_t total, const T* scale, const T* shift, int32_t period);

@@ -7,14 +7,14 @@
 // Each rejection method draws its candidates in rounds (rejection.h); a candidate takes its
 // uniforms in a fixed pattern, and a Box-Muller pair's second normal, when a round ends between
 // the two, is held on the stream (chunk 7 for double, 8 for float), so a request split into calls
-// gives the numbers of one call. A round packs its survivors in its own block and scales and
-// displaces them on the way to the result, while they are in the first cache level.
-#include <bit>
+// gives the numbers of one call. The squeeze's rounds are vector code of their own (squeeze.cpp),
+// which scales and displaces the kept values on their way to the result.
 #include <cmath>
 #include <cstdint>
 
 #include "numeric/helpers.h"
 #include "vrs/distributions/rejection.h"
+#include "vrs/distributions/squeeze.h"
 
 using namespace oxl::vrs::dist;
 
@@ -23,150 +23,36 @@ namespace {
 template <class T>
 constexpr uint32_t kSpareChunk = sizeof(T) == 8 ? 7 : 8;
 
+// The method's constants for a shape above 1: d = alpha - 1/3 and c = 1 / sqrt(9 d). Kept
+// values go out as fma(beta, d v, a); with `second`, as d v beside their second uniforms.
 template <class T>
-constexpr T kTwoPi = T(6.283185307179586);
-
-// 0.0331 of the squeeze 1 - 0.0331 x^4, below the exact acceptance bound for every shape.
-constexpr double kSqueeze = std::bit_cast<double>(uint64_t{0x3FA0F27BB2FEC56D});
-
-// The constants of the method for a shape above 1: d = alpha - 1/3 and c = 1 / sqrt(9 d).
-template <class T>
-struct Squeeze {
-  T d;
-  T c;
-  explicit Squeeze(T alpha)
-      : d(alpha - T(1) / T(3)), c(T(1) / static_cast<T>(__vrsdSqrt(T(9) * alpha - T(3)))) {}
-};
-
-// A round's candidates: a normal each and kWidth uniforms.
-template <class T, int kWidth>
-struct Candidates {
-  alignas(64) T normal[kRound];
-  alignas(64) T uniform[kWidth][kRound];
-};
-
-// Draws m candidates. The uniforms of a Box-Muller pair come as its radius and angle uniforms,
-// then the kWidth uniforms of the candidate on its sine, then those of the candidate on its
-// cosine. When the candidates run out between the two, the round stops after the sine candidate's
-// uniforms and holds {radius, cosine} in `held`; the held normal makes the first candidate of the
-// next round, of this call or a later one, whose uniforms then come first.
-template <class T, int kWidth>
-int32_t DrawCandidates(StreamRecord* s, int32_t m, T* held, Candidates<T, kWidth>& c) {
-  constexpr int32_t kStride = 2 + 2 * kWidth;
-  const int32_t from_held = held[0] >= T(0) ? 1 : 0;
-  const int32_t pairs = (m - from_held + 1) / 2;
-  alignas(64) T u[kRound * (kWidth + 1)];
-  const int32_t status = Uniform(s, m * kWidth + 2 * pairs, u, T(0), T(1));
-  if (status < 0) return status;
-
-  alignas(64) T radius[kRound / 2];
-  alignas(64) T angle[kRound / 2];
-  alignas(64) T sine[kRound / 2];
-  alignas(64) T cosine[kRound / 2];
-  const T* first_pair = u + from_held * kWidth;
-  for (int32_t i = 0; i < pairs; ++i) {
-    radius[i] = first_pair[i * kStride];
-    angle[i] = first_pair[i * kStride + 1] * kTwoPi<T>;
-  }
-  Vm<T>::SinCos(pairs, angle, sine, cosine);
-  // sqrt(-2 ln u): the doubling an addition, the negation a flip of the sign bit.
-  Vm<T>::Ln(pairs, radius);
-  for (int32_t i = 0; i < pairs; ++i) radius[i] = -(radius[i] + radius[i]);
-  Vm<T>::Sqrt(pairs, radius);
-
-  int32_t j = 0;
-  const auto take = [&](T normal, const T* its) {
-    c.normal[j] = normal;
-    for (int w = 0; w < kWidth; ++w) c.uniform[w][j] = its[w];
-    ++j;
-  };
-  if (from_held) {
-    take(held[0] * held[1], u);
-    held[0] = T(-1);
-  }
-  for (int32_t i = 0; i < pairs; ++i) {
-    const T* its = first_pair + i * kStride + 2;
-    take(radius[i] * sine[i], its);
-    if (j < m) {
-      take(radius[i] * cosine[i], its + kWidth);
-    } else {
-      held[0] = radius[i];
-      held[1] = cosine[i];
-    }
-  }
-  return status;
-}
-
-// The cubes v of m candidates (normal x[j], uniform u[j]), whose Gamma value is d v, and whether
-// each is kept: when
-// t = 1 + c x is positive, v = t^3, and u < 1 - 0.0331 x^4 (the squeeze) or
-// ln u < x^2 / 2 + d - d v + d ln v (the exact test). The squeeze settles all but a few in a
-// hundred; those few are packed, and their logarithms run as one kernel call: cheaper than a
-// scalar logarithm and a mispredicted branch each.
-template <class T>
-void Verdicts(const Squeeze<T>& k, int32_t m, const T* x, const T* u, T* cube, bool* kept) {
-  alignas(64) int32_t exact[kRound];
-  int32_t f = 0;
-  for (int32_t j = 0; j < m; ++j) {
-    const T t = T(1) + k.c * x[j];
-    const T x2 = x[j] * x[j];
-    const bool squeezed = u[j] < T(1) - T(kSqueeze) * (x2 * x2);
-    cube[j] = t * t * t;
-    kept[j] = (t > T(0)) & squeezed;
-    exact[f] = j;
-    f += (t > T(0)) & !squeezed ? 1 : 0;
-  }
-  // Rows of f: u, then v.
-  alignas(64) T logs[2 * kRound];
-  for (int32_t i = 0; i < f; ++i) {
-    logs[i] = u[exact[i]];
-    logs[f + i] = cube[exact[i]];
-  }
-  Vm<T>::Ln(2 * f, logs);
-  for (int32_t i = 0; i < f; ++i) {
-    const int32_t j = exact[i];
-    const T x2 = x[j] * x[j];
-    kept[j] = logs[i] < T(0.5) * x2 + k.d - k.d * cube[j] + k.d * logs[f + i];
-  }
+SqueezeRound<T> SqueezeOf(T alpha, T* held, T beta, T a, T* second) {
+  return {.d = alpha - T(1) / T(3),
+          .c = T(1) / static_cast<T>(__vrsdSqrt(T(9) * alpha - T(3))),
+          .held = held,
+          .beta = beta,
+          .a = a,
+          .second = second};
 }
 
 // Shape above 1.
 template <class T>
 int32_t Squeezed(StreamRecord* s, int32_t n, T* r, T alpha, T a, T beta, T* held) {
-  const Squeeze<T> k(alpha);
-  return Accepted(n, r, [&](int32_t m, T* out, int32_t& status) {
-    Candidates<T, 1> c;
-    status = DrawCandidates(s, m, held, c);
-    if (status < 0) return 0;
-    alignas(64) T g[kRound];
-    bool verdict[kRound];
-    Verdicts(k, m, c.normal, c.uniform[0], g, verdict);
-    int32_t kept = 0;
-    for (int32_t j = 0; j < m; ++j) Keep(g, kept, k.d * g[j], verdict[j]);
-    PassesFor<T>().affine_copy(out, g, kept, beta, a);
-    return kept;
-  });
+  const SqueezeRound<T> k = SqueezeOf<T>(alpha, held, beta, a, nullptr);
+  return Accepted(
+      n, r, [&](int32_t m, T* out, int32_t& status) { return SqueezeKept(k, s, m, out, &status); });
 }
 
 // Shape below 0.6: exp(ln G + ln(U) / alpha), G of shape alpha + 1 by the squeeze, U the
 // candidate's second uniform (drawn also for the rejected ones, to keep the pattern fixed).
 template <class T>
 int32_t Boosted(StreamRecord* s, int32_t n, T* r, T alpha, T a, T beta, T* held) {
-  const Squeeze<T> k(alpha + T(1));
+  alignas(64) T g[kRound];
+  alignas(64) T u[kRound];
+  const SqueezeRound<T> k = SqueezeOf<T>(alpha + T(1), held, T(1), T(0), u);
   return Accepted(n, r, [&](int32_t m, T* out, int32_t& status) {
-    Candidates<T, 2> c;
-    status = DrawCandidates(s, m, held, c);
+    const int32_t kept = SqueezeKept(k, s, m, g, &status);
     if (status < 0) return 0;
-    alignas(64) T g[kRound];
-    alignas(64) T u[kRound];
-    bool verdict[kRound];
-    Verdicts(k, m, c.normal, c.uniform[0], g, verdict);
-    int32_t kept = 0;
-    for (int32_t j = 0; j < m; ++j) {
-      g[kept] = k.d * g[j];
-      u[kept] = c.uniform[1][j];
-      kept += verdict[j] ? 1 : 0;
-    }
     Vm<T>::Ln(kept, g);
     Vm<T>::Ln(kept, u);
     // A division, not a product by 1/alpha, which overflows for a denormal alpha.

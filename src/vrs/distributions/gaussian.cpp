@@ -72,26 +72,41 @@ int32_t CallBack(oxl_vek_error_record* record) {
 
 // Pairs of uniforms per block: the uniforms, the radii and the kernels' results of a block stay
 // in the first cache level beside the output they are written to.
-constexpr int32_t kPairs = 512;
+constexpr int32_t kPairs = 256;
 
-// One output per pair of uniforms, blocks of 512. The 2m uniforms of a block fill `buffer`; the
-// even ones (radius) move to their own array and the odd ones (angle), times 2 pi, are compacted
-// at the buffer's front, where the sine replaces them. The last pass takes the radius from its
-// uniform's logarithm.
+// One output per pair of uniforms, in blocks of kPairs. A block's uniforms are drawn, and taken
+// apart into radius uniforms and angles (2 pi times the angle uniforms), while the block before it
+// makes its outputs: that pass waits on its square roots, and the moves fill the wait. The sines
+// replace the angles, and the last pass takes the radius from its uniform's logarithm. A source
+// that fails leaves the blocks before it complete.
 template <class T>
 int32_t BoxMuller(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
-  alignas(64) T buffer[2 * kPairs];
-  alignas(64) T radius[kPairs];
+  if (n <= 0) return 0;
+  alignas(64) T u[2 * kPairs];
+  alignas(64) T radius[2][kPairs];
+  alignas(64) T angle[2][kPairs];
   const Passes<T>& passes = PassesFor<T>();
-  int32_t status = 0;
-  for (int32_t done = 0; done < n; done += kPairs) {
-    const int32_t m = std::min(kPairs, n - done);
-    status = Uniform(s, 2 * m, buffer, T(0), T(1));
+  int32_t m = std::min(kPairs, n);
+  int32_t status = Uniform(s, 2 * m, u, T(0), T(1));
+  if (status < 0) return status;
+  passes.split_pairs(u, m, radius[0], angle[0], Constants<T>::kTwoPi);
+  for (int32_t done = 0, at = 0; done < n; at ^= 1) {
+    Vm<T>::Sin(m, angle[at]);
+    Vm<T>::Ln(m, radius[at]);
+    int32_t next = std::min(kPairs, n - done - m);
+    if (next > 0) {
+      status = Uniform(s, 2 * next, u, T(0), T(1));
+      if (status < 0) next = 0;
+    }
+    passes.radius_product(r + done, radius[at], angle[at], m, sigma, a,
+                          {.u = u,
+                           .pairs = next,
+                           .radius = radius[at ^ 1],
+                           .angle = angle[at ^ 1],
+                           .factor = Constants<T>::kTwoPi});
     if (status < 0) return status;
-    passes.split_pairs(buffer, m, radius, buffer, Constants<T>::kTwoPi);
-    Vm<T>::Sin(m, buffer);
-    Vm<T>::Ln(m, radius);
-    passes.radius_product(r + done, radius, buffer, m, sigma, a);
+    done += m;
+    m = next;
   }
   return status;
 }

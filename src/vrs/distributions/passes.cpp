@@ -90,6 +90,26 @@ HWY_INLINE V Radius(D d, V log_u) {
   return hn::Sqrt(hn::Mul(hn::Set(d, hn::TFromD<D>(-2)), log_u));
 }
 
+// Pairs i to i + count of u taken apart into radius and angle (see split_pairs). u may be any
+// caller's array, aligned or not; radius and angle are the generators' own blocks. A last partial
+// vector goes through a copy padded with zeros, so that it takes the whole vectors' path.
+template <class D, class T = hn::TFromD<D>>
+HWY_INLINE void SplitVector(D d, const T* u, size_t i, size_t count, T* radius, T* angle,
+                            hn::VFromD<D> factor) {
+  const size_t lanes = hn::Lanes(d);
+  const T* from = u + 2 * i;
+  HWY_ALIGN T padded[2 * hn::MaxLanes(d)];
+  if (count < lanes) {
+    std::fill(padded + 2 * count, padded + 2 * lanes, T(0));
+    std::memcpy(padded, from, 2 * count * sizeof(T));
+    from = padded;
+  }
+  hn::Vec<D> even, odd;
+  hn::LoadInterleaved2(d, from, even, odd);
+  StorePartial(d, even, radius + i, count);
+  StorePartial(d, hn::Mul(factor, odd), angle + i, count);
+}
+
 template <class T>
 void SignedAffine(T* r, const T* u, int32_t n, T beta, T a) {
   if (n < 1) return;
@@ -104,16 +124,36 @@ void SignedAffine(T* r, const T* u, int32_t n, T beta, T a) {
   });
 }
 
+// The next block's pairs are taken apart a vector at each step of the sweep, and the rest after it:
+// the square roots set the pace, and the moves go in their shadow.
 template <class T>
-void RadiusProduct(T* r, const T* log_u, const T* sine, int32_t n, T sigma, T a) {
-  if (n < 1) return;
+void RadiusProduct(T* r, const T* log_u, const T* sine, int32_t n, T sigma, T a,
+                   const PairSplit<T>& next) {
   const hn::ScalableTag<T> d;
+  const size_t lanes = hn::Lanes(d);
+  const size_t pairs = static_cast<size_t>(std::max(next.pairs, 0));
   const auto vs = hn::Set(d, sigma);
   const auto va = hn::Set(d, a);
-  Sweep(d, r, static_cast<size_t>(n), [&](size_t i, size_t count) HWY_ATTR {
-    const auto scaled = hn::Mul(vs, Radius(d, LoadPartial(d, log_u + i, count)));
-    StorePartial(d, Fma(d, scaled, LoadPartial(d, sine + i, count), va), r + i, count);
-  });
+  const auto vf = hn::Set(d, next.factor);
+  size_t split = 0;
+  // The next block's outputs follow this block's in r: their lines are fetched as their pairs are
+  // taken apart, a block's kernel calls ahead of their stores.
+  const size_t line = kLine / sizeof(T);
+  const auto split_next = [&]() HWY_ATTR {
+    SplitVector(d, next.u, split, std::min(lanes, pairs - split), next.radius, next.angle, vf);
+    for (size_t at = split; at < std::min(split + lanes, pairs); at += line) {
+      __builtin_prefetch(r + n + at, 1, 3);
+    }
+    split += lanes;
+  };
+  if (n > 0) {
+    Sweep(d, r, static_cast<size_t>(n), [&](size_t i, size_t count) HWY_ATTR {
+      const auto scaled = hn::Mul(vs, Radius(d, LoadPartial(d, log_u + i, count)));
+      StorePartial(d, Fma(d, scaled, LoadPartial(d, sine + i, count), va), r + i, count);
+      if (split < pairs) split_next();
+    });
+  }
+  while (split < pairs) split_next();
 }
 
 // One row of `period` elements at a time; rows are short (a few dozen elements at most for the
@@ -180,9 +220,6 @@ void LowerMultiply(T* r, int32_t n, int32_t dimen, const T* factor, const T* mea
   }
 }
 
-// u may be any caller's array, aligned or not; radius and angle are the generators' own blocks. A
-// last partial vector goes through a copy padded with zeros, so that it takes the whole vectors'
-// path.
 template <class T>
 void SplitPairs(T* u, int32_t pairs, T* radius, T* angle, T factor) {
   if (pairs < 1) return;
@@ -190,20 +227,8 @@ void SplitPairs(T* u, int32_t pairs, T* radius, T* angle, T factor) {
   const size_t lanes = hn::Lanes(d);
   const size_t n = static_cast<size_t>(pairs);
   const auto vf = hn::Set(d, factor);
-  for (size_t i = 0; i < n; i += lanes) {
-    const size_t count = std::min(lanes, n - i);
-    const T* from = u + 2 * i;
-    HWY_ALIGN T padded[2 * hn::MaxLanes(d)];
-    if (count < lanes) {
-      std::fill(padded + 2 * count, padded + 2 * lanes, T(0));
-      std::memcpy(padded, from, 2 * count * sizeof(T));
-      from = padded;
-    }
-    hn::Vec<decltype(d)> even, odd;
-    hn::LoadInterleaved2(d, from, even, odd);
-    StorePartial(d, even, radius + i, count);
-    StorePartial(d, hn::Mul(vf, odd), angle + i, count);
-  }
+  for (size_t i = 0; i < n; i += lanes)
+    SplitVector(d, u, i, std::min(lanes, n - i), radius, angle, vf);
 }
 
 // out may be any caller's array; a last partial pair of vectors is interleaved through a copy.
