@@ -1,9 +1,10 @@
 // What the acceptance-rejection generators (Gamma, Beta) share: rounds of candidates whose
-// elementary functions run as vector kernels over the whole round, scalar acceptance tests, and the
+// elementary functions run as vector kernels over the whole round, acceptance tests, and the
 // survivors packed forward into the result; the once-per-call constants through the HA slot.
 //
-// The tests are plain scalar code, compiled once for every SIMD target, and the kernels give the
-// same bits on every target, so a seed gives the same numbers wherever it runs.
+// The tests are plain scalar code, compiled once for every SIMD target (Gamma's squeeze for shapes
+// above 1 is vector code, squeeze.h, with the same operations in every lane), and the kernels give
+// the same bits on every target, so a seed gives the same numbers wherever it runs.
 #pragma once
 
 #include <algorithm>
