@@ -434,10 +434,10 @@ TEST(Distributions, KnownAnswers) {
     const char* law;
     uint64_t hash;
   } rows[] = {
-      {"Exponential", 0x2ebc5bc930aa1285},         {"Gaussian/BoxMuller", 0x0c62403579d07ab8},
-      {"Gaussian/BoxMuller2", 0x67ed67097e433008}, {"Gaussian/ICDF", 0xce5e140c07557254},
-      {"Gamma(0.3)", 0x6486071a150e26d4},          {"Gamma(1.5)", 0x27fabf0b81615182},
-      {"Gamma(2.5)", 0x05069d6f9f4f8603},          {"Gamma(50)", 0x661491b641413c69},
+      {"Exponential", 0x2ebc5bc930aa1285},         {"Gaussian/BoxMuller", 0x2c7593d418955fb9},
+      {"Gaussian/BoxMuller2", 0xeeca1a9cfee7d794}, {"Gaussian/ICDF", 0xce5e140c07557254},
+      {"Gamma(0.3)", 0x6486071a150e26d4},          {"Gamma(1.5)", 0xc1a4b97ab9e61026},
+      {"Gamma(2.5)", 0xf51f5a1c85d33037},          {"Gamma(50)", 0x661491b641413c69},
   };
   for (const auto& row : rows) {
     const auto e = std::find_if(kLaws.begin(), kLaws.end(),
