@@ -24,6 +24,10 @@
 
 namespace oxl::vrs::dist {
 
+// 2 pi rounded to the type: the angle of the Box-Muller pairs.
+template <class T>
+inline constexpr T kTwoPi = T(6.283185307179586);
+
 // ln of the smallest positive denormal of each type: what a logarithm of 0 turns into, so that
 // a zero uniform gives a finite output at the end of the law's tail.
 inline constexpr double kLnMinDenormD = std::bit_cast<double>(uint64_t{0xC0874385446D71C3});

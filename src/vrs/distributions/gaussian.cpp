@@ -26,7 +26,6 @@ template <class T>
 struct Constants;
 template <>
 struct Constants<double> {
-  static constexpr double kTwoPi = std::bit_cast<double>(uint64_t{0x401921FB54442D18});
   static constexpr double kSqrt2 = std::bit_cast<double>(uint64_t{0x3FF6A09E667F3BCD});
   static constexpr double kErfInvEnd = kErfInvEndD;
   // The chunk of the pending BoxMuller2 pair.
@@ -34,7 +33,6 @@ struct Constants<double> {
 };
 template <>
 struct Constants<float> {
-  static constexpr float kTwoPi = 6.28318548f;
   static constexpr float kSqrt2 = std::bit_cast<float>(uint32_t{0x3FB504F3});
   static constexpr float kErfInvEnd = kErfInvEndS;
   static constexpr uint32_t kChunkId = 1;
@@ -89,7 +87,7 @@ int32_t BoxMuller(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
   int32_t m = std::min(kPairs, n);
   int32_t status = Uniform(s, 2 * m, u, T(0), T(1));
   if (status < 0) return status;
-  passes.split_pairs(u, m, radius[0], angle[0], Constants<T>::kTwoPi);
+  passes.split_pairs(u, m, radius[0], angle[0], kTwoPi<T>);
   for (int32_t done = 0, at = 0; done < n; at ^= 1) {
     Vm<T>::Sin(m, angle[at]);
     Vm<T>::Ln(m, radius[at]);
@@ -103,7 +101,7 @@ int32_t BoxMuller(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
                            .pairs = next,
                            .radius = radius[at ^ 1],
                            .angle = angle[at ^ 1],
-                           .factor = Constants<T>::kTwoPi});
+                           .factor = kTwoPi<T>});
     if (status < 0) return status;
     done += m;
     m = next;
@@ -124,7 +122,7 @@ int32_t Pairs(StreamRecord* s, int32_t pairs, T* out, T a, T sigma) {
   const Passes<T>& passes = PassesFor<T>();
   const int32_t status = Uniform(s, 2 * pairs, out, T(0), T(1));
   if (status < 0) return status;
-  passes.split_pairs(out, pairs, log_u, angle, Constants<T>::kTwoPi);
+  passes.split_pairs(out, pairs, log_u, angle, kTwoPi<T>);
   Vm<T>::SinCos(pairs, angle, sine, cosine);
   Vm<T>::Ln(pairs, log_u);
   passes.pair_affine(out, log_u, sine, cosine, pairs, sigma, a);
@@ -135,7 +133,7 @@ int32_t Pairs(StreamRecord* s, int32_t pairs, T* out, T a, T sigma) {
 // of the radius uniform, scaled and displaced like the outputs of whole pairs.
 template <class T, void (*Trig)(int, T*)>
 T Single(T radius_uniform, T angle_uniform, T a, T sigma) {
-  T angle = angle_uniform * Constants<T>::kTwoPi;
+  T angle = angle_uniform * kTwoPi<T>;
   Trig(1, &angle);
   Vm<T>::Ln(1, &radius_uniform);
   const T radius = std::sqrt(T(-2) * radius_uniform);

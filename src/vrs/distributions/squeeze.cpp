@@ -5,7 +5,7 @@
 // the pairs' radius and angle uniforms and the candidates' own; the logarithm and the sine and
 // cosine as kernel calls over all pairs; one pass that forms each pair's two normals, judges both
 // candidates by the squeeze and stores cubes and verdicts in candidate order, with the indices of
-// the candidates left open; the logarithms of those few (a few in a hundred) as one kernel call;
+// the candidates left open; the logarithms of those few (about one in ten) as one kernel call;
 // one pass that packs the kept values by a compress. A lane's arithmetic is the same on every
 // target and in every part of a pass; lanes past the round's end compute on fixed values and no
 // result reads them.
@@ -35,9 +35,6 @@ using oxl::HWY_NAMESPACE::StorePartial;
 
 // 0.0331 of the squeeze 1 - 0.0331 x^4, below the exact acceptance bound for every shape.
 constexpr double kSqueeze = std::bit_cast<double>(uint64_t{0x3FA0F27BB2FEC56D});
-
-template <class T>
-constexpr T kTwoPi = T(6.283185307179586);
 
 // The lanes of v where keep is set, moved to the front in order; the lanes after them are not
 // defined. Highway's Compress fills its table of lane permutations on the stack at every call for
