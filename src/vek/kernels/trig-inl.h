@@ -339,21 +339,35 @@ HWY_INLINE hn::VFromD<D> OneOfHA(D d, const Reduced<D>& red,
 // tan |x| = tan r for even q, -cot r for odd: num / den with num, den picked from sin r and cos r.
 // HA corrects the rounded quotient by the exact residual of the division and the pairs' low
 // parts, (num - q den + num_lo - q den_lo) / den: about 0.6 ulp where the pairs' errors are
-// 2^-56; LA and EP divide once (sin and cos of HA accuracy keep LA within 2 ulp).
+// 2^-56; LA and EP divide once (sin and cos of HA accuracy keep LA within 2 ulp). Float HA divides
+// once too: num times 1/den is within 2 ulp of the quotient, and the same correction, times 1/den
+// in the last fused step, leaves the one rounding.
 template <Level kLevel, class D>
 HWY_INLINE hn::VFromD<D> TanOf(D d, const Reduced<D>& red, const SinCosOfR<D>& v,
                                hn::VFromD<hn::RebindToSigned<D>> sign) {
+  using T = hn::TFromD<D>;
   const hn::RebindToSigned<D> di;
   const auto odd = Odd(d, red.q);
   const auto num = hn::IfThenElse(odd, v.c, v.s);
   const auto den = hn::IfThenElse(odd, v.s, v.c);
-  auto value = hn::Div(num, den);
-  if constexpr (kLevel == Level::kHA) {
+  hn::VFromD<D> value;
+  if constexpr (kLevel == Level::kHA && sizeof(T) == 4) {
+    const auto num_lo = hn::IfThenElse(odd, v.c_lo, v.s_lo);
+    const auto den_lo = hn::IfThenElse(odd, v.s_lo, v.c_lo);
+    const auto inverse = hn::Div(hn::Set(d, T(1)), den);
+    const auto guess = hn::Mul(num, inverse);
+    const auto residual = Fnma(d, guess, den, num);
+    const auto corr = Fnma(d, guess, den_lo, hn::Add(residual, num_lo));
+    value = Fma(d, corr, inverse, guess);
+  } else if constexpr (kLevel == Level::kHA) {
+    value = hn::Div(num, den);
     const auto num_lo = hn::IfThenElse(odd, v.c_lo, v.s_lo);
     const auto den_lo = hn::IfThenElse(odd, v.s_lo, v.c_lo);
     const auto residual = Fnma(d, value, den, num);
     const auto corr = Fnma(d, value, den_lo, hn::Add(residual, num_lo));
     value = hn::Add(value, hn::Div(corr, den));
+  } else {
+    value = hn::Div(num, den);
   }
   const auto flip = hn::Xor(hn::ShiftLeft<8 * sizeof(hn::TFromD<D>) - 1>(red.q), sign);
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
