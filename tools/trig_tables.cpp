@@ -207,10 +207,11 @@ int main(int argc, char** argv) {
   std::fprintf(
       out, "\n// The 192 bits of 2/pi for each biased exponent, most significant word first.\n");
   Windows(out);
-  std::fprintf(out,
-               "\n// The float kernels' HA (and Tan's LA): |x| = q pi/2 + r with |x| <= 2^12, pi/2 in "
-               "three floats,\n// sin r = r + r^3 P(r^2) and cos r = 1 - r^2/2 + r^4 P(r^2) on "
-               "|r| <= pi/4 and a little beyond.\n");
+  std::fprintf(
+      out,
+      "\n// The float kernels' HA (and Tan's LA): |x| = q pi/2 + r with |x| <= 2^12, pi/2 in "
+      "three floats,\n// sin r = r + r^3 P(r^2) and cos r = 1 - r^2/2 + r^4 P(r^2) on "
+      "|r| <= pi/4 and a little beyond.\n");
   Over<float>(out, "kTwoOverPiF", 2);
   ShortParts(out, "kPiOver2F", {24, 12, 24});
   Polynomial(out, "kSinPolyF", true, 3, 2, true, 1.002);

@@ -493,13 +493,13 @@ HWY_INLINE void SinCosHalfTurns(D d, hn::VFromD<D> y, hn::VFromD<hn::RebindToSig
 constexpr float kFloatReach = 0x1p12f;
 
 // The float kernels' HA (and Tan's LA and EP) reduce by pi/2 in float (ReduceSmall) up to |y| <=
-// kFloatQuarterReach, with pi/2 in four floats of 24, 12, 24 and 24 bits. n |pi/2|_1 is exact in
-// the fused operation and y - n |pi/2|_1 a multiple of 2^-24 below 1, so exact too. n has 12 bits,
-// so n |pi/2|_2 is exact; r1 - n |pi/2|_2 rounds to rh, and r1 - rh is exact: below 2^-13 rh is
-// exact and the difference is n |pi/2|_2, above it the difference is below 2^-13 and a multiple
-// of ulp(rh) >= 2^-36. So rh + rl is within n 2^-84 of y - n pi/2, where |r| / n is 2^-35.2 at
-// least, and rl within 2^-24. n from the float 2/pi is off by at most 2^-13.6 of a quarter turn,
-// and the fits cover |r| that far beyond pi/4.
+// kFloatQuarterReach, with pi/2 in three floats of 24, 12 and 24 bits. n |pi/2|_1 is exact in the
+// fused operation and y - n |pi/2|_1 a multiple of 2^-24 below 1, so exact too. n has 12 bits, so
+// n |pi/2|_2 is exact; r1 - n |pi/2|_2 rounds to rh, and r1 - rh is exact: below 2^-13 rh is exact
+// and the difference is n |pi/2|_2, above it the difference is below 2^-13 and a multiple of
+// ulp(rh) >= 2^-36. So rh + rl is within n 2^-62 of y - n pi/2, where |r| / n is 2^-35.2 at least
+// (2^-26.8 of r), and rl is below 2^-24. n from the float 2/pi is off by at most 2^-13.6 of a
+// quarter turn, and the fits cover |r| that far beyond pi/4.
 constexpr float kFloatQuarterReach = 0x1p12f;
 
 // (-1)^n sin r in float as r (1 + r^2 P(r^2)), which keeps the sign of a zero r: LA's polynomial is
@@ -654,9 +654,9 @@ struct TrigFloatHalfTurnBody : TrigFloatBody<kFunc> {
 };
 
 // The float Sin, Cos and SinCos at HA, and Tan at every level, in float: the double kernels' HA
-// quarter-turn steps over float pairs (see kFloatQuarterReach). The polynomials' tails, the rounding
-// of 1 - r^2/2 and rl are small beside the final rounding, which keeps the result within 1 ulp;
-// Sin and Cos alone evaluate one polynomial per lane, with the bits SinCos gives. Tan divides
+// quarter-turn steps over float pairs (see kFloatQuarterReach). The polynomials' tails, the
+// rounding of 1 - r^2/2 and rl are small beside the final rounding, which keeps the result within 1
+// ulp; Sin and Cos alone evaluate one polynomial per lane, with the bits SinCos gives. Tan divides
 // once at LA and EP and corrects the quotient at HA. Lanes beyond the reach take the double body.
 template <TrigFunction kFunc, trig_detail::Level kLevel>
 struct TrigFloatQuarterTurnBody : TrigFloatBody<kFunc> {
