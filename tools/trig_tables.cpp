@@ -53,6 +53,22 @@ void Parts(FILE* out, const char* name, int count, int halvings, mpfr_rnd_t rnd 
   std::fprintf(out, "};\n");
 }
 
+// pi/2 as floats of the given widths in bits, each the rounding of what the previous ones leave.
+void ShortParts(FILE* out, const char* name, const std::vector<int>& widths) {
+  Mp rest(kBits);
+  mpfr_const_pi(rest.v, MPFR_RNDN);
+  mpfr_div_2ui(rest.v, rest.v, 1, MPFR_RNDN);
+  std::fprintf(out, "inline constexpr float %s[%zu] = {", name, widths.size());
+  for (size_t k = 0; k < widths.size(); ++k) {
+    Mp part(widths[k]);
+    mpfr_set(part.v, rest.v, MPFR_RNDN);
+    const float v = mpfr_get_flt(part.v, MPFR_RNDN);
+    mpfr_sub_d(rest.v, rest.v, v, MPFR_RNDN);
+    std::fprintf(out, "%s%s", k == 0 ? "" : ", ", Literal(v).c_str());
+  }
+  std::fprintf(out, "};\n");
+}
+
 void Windows(FILE* out) {
   Mp two_over_pi(kBits), t(kBits);
   mpfr_const_pi(two_over_pi.v, MPFR_RNDN);
@@ -238,5 +254,14 @@ int main(int argc, char** argv) {
   std::fprintf(
       out, "\n// The 192 bits of 2/pi for each biased exponent, most significant word first.\n");
   Windows(out);
+  std::fprintf(
+      out,
+      "\n// The float kernels' HA (and Tan's LA): |x| = q pi/2 + r with |x| <= 2^12, pi/2 in "
+      "three floats,\n// sin r = r + r^3 P(r^2) and cos r = 1 - r^2/2 + r^4 P(r^2) on "
+      "|r| <= pi/4 and a little beyond.\n");
+  Over<float>(out, "kTwoOverPiF", 2);
+  ShortParts(out, "kPiOver2F", {24, 12, 24});
+  Polynomial(out, "kSinPolyF", true, 3, 2, true, 1.002);
+  Polynomial(out, "kCosPolyF", false, 3, 2, true, 1.002);
   return std::fclose(out) == 0 ? 0 : 1;
 }

@@ -241,13 +241,15 @@ const std::map<std::string, HardCase>& HardCases() {
         {{0.999, 1.001}, {1e-300, 1e300}}};
     // The trigonometric functions: pi/4, pi/2, pi and 3 pi/2 (the quarter- and half-turn
     // reductions' switches), the float and double switches to the large-argument reduction
-    // (2^12 for the float LA and EP, 10000, 2^24), 1e22, the double nearest a multiple of pi/2
+    // (2^12 for the float kernels, 10000, 2^24), 1e22, the double nearest a multiple of pi/2
     // (6381956970095103 2^797) and the largest double; near pi/2 and near 0, where the half-turn
-    // polynomial of sin r cancels most, and the float reduction's worst arguments.
+    // polynomial of sin r cancels most, the floats below 2^12 nearest a multiple of pi/2, and the
+    // float kernels' worst arguments.
     const HardCase trig = {
         {0x1.921fb54442d18p-1, 0x1.921fb54442d18p+0, 0x1.921fb54442d18p+1, 0x1.2d97c7f3321d2p+2,
          0x1p12, 10000.0, 0x1p24, 1e22, 0x1.6ac5b262ca1ffp+849, 0x1.fffffffffffffp+1023,
-         -0x1.25ae6ap+8, -0x1.569806p-11},
+         0x1.f9cbe2p+7, 0x1.17cc5p+11, -0x1.25ae6ap+8, -0x1.569806p-11, 0x1.fe232cp+9,
+         -0x1.bdd0eap+5, 0x1.d3f798p+6},
         {{-10.0, 10.0},
          {1.4, 1.75},
          {-0x1p-20, 0x1p-20},

@@ -48,21 +48,50 @@ struct Reduced {
   hn::VFromD<D> rl;
 };
 
-// 0 <= y <= 2^24. The shifter 1.5 * 2^52 rounds y 2/pi to the integer n in its low bits. HA carries
-// what the rounding of y - n (p1 + p2) loses (two-sum) and the product's own error into rl; EP
-// takes two parts.
+// The quarter-turn reduction's constants and the polynomials of sin and cos on |r| <= pi/4, per
+// lane type: the float kernels' HA reduces in float (see kFloatQuarterReach).
+template <class T>
+struct QuarterTurn;
+template <>
+struct QuarterTurn<double> {
+  static constexpr double kShifter = 0x1.8p52;
+  static constexpr double kTwoOverPi = tt::kTwoOverPi;
+  static constexpr const auto& kPiOver2 = tt::kPiOver2;
+  static constexpr const auto& kSin = tt::kSinPoly;
+  static constexpr const auto& kCos = tt::kCosPoly;
+};
+template <>
+struct QuarterTurn<float> {
+  static constexpr float kShifter = 0x1.8p23f;
+  static constexpr float kTwoOverPi = tt::kTwoOverPiF;
+  static constexpr const auto& kPiOver2 = tt::kPiOver2F;
+  static constexpr const auto& kSin = tt::kSinPolyF;
+  static constexpr const auto& kCos = tt::kCosPolyF;
+};
+
+// 0 <= y <= 2^24 (double) or kFloatQuarterReach (float). The shifter, 1.5 times 2^52 (2^23),
+// rounds y 2/pi to the integer n in its low bits. HA carries what the rounding of y - n (p1 + p2)
+// loses (two-sum) and the product's own error into rl; EP (double only) takes two parts.
 template <Level kLevel, class D>
 HWY_INLINE Reduced<D> ReduceSmall(D d, hn::VFromD<D> y) {
+  using C = QuarterTurn<hn::TFromD<D>>;
   const hn::RebindToSigned<D> di;
-  const auto shifter = hn::Set(d, 0x1.8p52);
-  const auto z = Fma(d, y, hn::Set(d, tt::kTwoOverPi), shifter);
+  const auto shifter = hn::Set(d, C::kShifter);
+  const auto z = Fma(d, y, hn::Set(d, C::kTwoOverPi), shifter);
   const auto n = hn::Sub(z, shifter);
-  const auto p1 = hn::Set(d, tt::kPiOver2[0]), p2 = hn::Set(d, tt::kPiOver2[1]);
-  const auto p3 = hn::Set(d, tt::kPiOver2[2]);
+  const auto p1 = hn::Set(d, C::kPiOver2[0]), p2 = hn::Set(d, C::kPiOver2[1]);
+  const auto p3 = hn::Set(d, C::kPiOver2[2]);
   Reduced<D> out;
   out.q = hn::BitCast(di, z);
   const auto r1 = Fnma(d, n, p1, y);
-  if constexpr (kLevel == Level::kHA) {
+  if constexpr (sizeof(hn::TFromD<D>) == 4) {
+    // p2 has 12 bits, so n p2 is exact: r1 - rh is then exact too (see kFloatQuarterReach), and
+    // so is what the rounding of rh lost.
+    static_assert(kLevel == Level::kHA);
+    out.rh = Fnma(d, n, p2, r1);
+    const auto lost = Fnma(d, n, p2, hn::Sub(r1, out.rh));
+    out.rl = Fnma(d, n, p3, lost);
+  } else if constexpr (kLevel == Level::kHA) {
     const auto np2 = hn::Mul(n, p2);
     const auto np2_err = Fms(d, n, p2, np2);
     out.rh = hn::Sub(r1, np2);
@@ -212,8 +241,9 @@ struct OneMinusHalfSquare {
 };
 template <class D>
 HWY_INLINE OneMinusHalfSquare<D> OneMinusHalfSquareOf(D d, hn::VFromD<D> r) {
-  const auto one = hn::Set(d, 1.0);
-  const auto half_r = hn::Mul(r, hn::Set(d, 0.5));
+  using T = hn::TFromD<D>;
+  const auto one = hn::Set(d, T(1));
+  const auto half_r = hn::Mul(r, hn::Set(d, T(0.5)));
   const auto t = Fnma(d, half_r, r, one);
   return {t, Fnma(d, half_r, r, hn::Sub(one, t))};
 }
@@ -227,18 +257,18 @@ HWY_INLINE SinCosOfR<D> Polynomials(D d, const Reduced<D>& red) {
   const auto w = hn::Mul(r, r);
   const auto w2 = hn::Mul(w, w);
   const auto rw = hn::Mul(r, w);
-  const auto one = hn::Set(d, 1.0);
   SinCosOfR<D> out;
   if constexpr (kLevel == Level::kEP) {
     const double* sc = tt::kSinPolyEP;
     const double* cc = tt::kCosPolyEP;
-    const auto t = hn::Sub(one, hn::Mul(w, hn::Set(d, 0.5)));
+    const auto t = hn::Sub(hn::Set(d, 1.0), hn::Mul(w, hn::Set(d, 0.5)));
     out.s = Fma(d, rw, Estrin(d, w, w2, sc[0], sc[1], sc[2]), r);
     out.c = Fma(d, w2, Estrin(d, w, w2, cc[0], cc[1], cc[2]), t);
   } else {
     static_assert(kLevel == Level::kHA);
-    const auto ps = Horner(d, w, tt::kSinPoly);
-    const auto pc = Horner(d, w, tt::kCosPoly);
+    using C = QuarterTurn<hn::TFromD<D>>;
+    const auto ps = Horner(d, w, C::kSin);
+    const auto pc = Horner(d, w, C::kCos);
     const auto rl = red.rl;
     const auto [t, e] = OneMinusHalfSquareOf(d, r);
     const auto s_tail = Fma(d, rw, ps, hn::Mul(rl, t));
@@ -264,7 +294,9 @@ HWY_INLINE hn::VFromD<D> SignByQuadrant(D d, hn::VFromD<hn::RebindToSigned<D>> q
                                         hn::VFromD<D> value,
                                         hn::VFromD<hn::RebindToSigned<D>> sign) {
   const hn::RebindToSigned<D> di;
-  const auto flip = hn::Xor(hn::And(hn::ShiftLeft<62>(q), hn::Set(di, INT64_MIN)), sign);
+  constexpr int kBits = 8 * sizeof(hn::TFromD<D>);
+  const auto sign_bit = hn::Set(di, hwy::LimitsMin<hn::TFromD<decltype(di)>>());
+  const auto flip = hn::Xor(hn::And(hn::ShiftLeft<kBits - 2>(q), sign_bit), sign);
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
 }
 
@@ -290,10 +322,11 @@ HWY_INLINE hn::VFromD<D> OneOfHA(D d, const Reduced<D>& red,
   const auto rl = red.rl;
   const auto w = hn::Mul(r, r);
   const auto [t, e] = OneMinusHalfSquareOf(d, r);
-  constexpr size_t kTerms = std::size(tt::kSinPoly);
-  static_assert(std::size(tt::kCosPoly) == kTerms);
+  using C = QuarterTurn<hn::TFromD<D>>;
+  constexpr size_t kTerms = std::size(C::kSin);
+  static_assert(std::size(C::kCos) == kTerms);
   const auto coef = [&](size_t i) {
-    return hn::IfThenElse(odd, hn::Set(d, tt::kCosPoly[i]), hn::Set(d, tt::kSinPoly[i]));
+    return hn::IfThenElse(odd, hn::Set(d, C::kCos[i]), hn::Set(d, C::kSin[i]));
   };
   auto p = coef(kTerms - 1);
   for (size_t i = kTerms - 1; i-- > 0;) p = Fma(d, p, w, coef(i));
@@ -306,23 +339,37 @@ HWY_INLINE hn::VFromD<D> OneOfHA(D d, const Reduced<D>& red,
 // tan |x| = tan r for even q, -cot r for odd: num / den with num, den picked from sin r and cos r.
 // HA corrects the rounded quotient by the exact residual of the division and the pairs' low
 // parts, (num - q den + num_lo - q den_lo) / den: about 0.6 ulp where the pairs' errors are
-// 2^-56; LA and EP divide once (sin and cos of HA accuracy keep LA within 2 ulp).
+// 2^-56; LA and EP divide once (sin and cos of HA accuracy keep LA within 2 ulp). Float HA divides
+// once too: num times 1/den is within 2 ulp of the quotient, and the same correction, times 1/den
+// in the last fused step, leaves the one rounding.
 template <Level kLevel, class D>
 HWY_INLINE hn::VFromD<D> TanOf(D d, const Reduced<D>& red, const SinCosOfR<D>& v,
                                hn::VFromD<hn::RebindToSigned<D>> sign) {
+  using T = hn::TFromD<D>;
   const hn::RebindToSigned<D> di;
   const auto odd = Odd(d, red.q);
   const auto num = hn::IfThenElse(odd, v.c, v.s);
   const auto den = hn::IfThenElse(odd, v.s, v.c);
-  auto value = hn::Div(num, den);
-  if constexpr (kLevel == Level::kHA) {
+  hn::VFromD<D> value;
+  if constexpr (kLevel == Level::kHA && sizeof(T) == 4) {
+    const auto num_lo = hn::IfThenElse(odd, v.c_lo, v.s_lo);
+    const auto den_lo = hn::IfThenElse(odd, v.s_lo, v.c_lo);
+    const auto inverse = hn::Div(hn::Set(d, T(1)), den);
+    const auto guess = hn::Mul(num, inverse);
+    const auto residual = Fnma(d, guess, den, num);
+    const auto corr = Fnma(d, guess, den_lo, hn::Add(residual, num_lo));
+    value = Fma(d, corr, inverse, guess);
+  } else if constexpr (kLevel == Level::kHA) {
+    value = hn::Div(num, den);
     const auto num_lo = hn::IfThenElse(odd, v.c_lo, v.s_lo);
     const auto den_lo = hn::IfThenElse(odd, v.s_lo, v.c_lo);
     const auto residual = Fnma(d, value, den, num);
     const auto corr = Fnma(d, value, den_lo, hn::Add(residual, num_lo));
     value = hn::Add(value, hn::Div(corr, den));
+  } else {
+    value = hn::Div(num, den);
   }
-  const auto flip = hn::Xor(hn::ShiftLeft<63>(red.q), sign);
+  const auto flip = hn::Xor(hn::ShiftLeft<8 * sizeof(hn::TFromD<D>) - 1>(red.q), sign);
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
 }
 
@@ -445,6 +492,16 @@ HWY_INLINE void SinCosHalfTurns(D d, hn::VFromD<D> y, hn::VFromD<hn::RebindToSig
 // rounding to k is symmetric, so sin -x = -sin x), the cosine |x|.
 constexpr float kFloatReach = 0x1p12f;
 
+// The float kernels' HA (and Tan's LA and EP) reduce by pi/2 in float (ReduceSmall) up to |y| <=
+// kFloatQuarterReach, with pi/2 in three floats of 24, 12 and 24 bits. n |pi/2|_1 is exact in the
+// fused operation and y - n |pi/2|_1 a multiple of 2^-24 below 1, so exact too. n has 12 bits, so
+// n |pi/2|_2 is exact; r1 - n |pi/2|_2 rounds to rh, and r1 - rh is exact: below 2^-13 rh is exact
+// and the difference is n |pi/2|_2, above it the difference is below 2^-13 and a multiple of
+// ulp(rh) >= 2^-36. So rh + rl is within n 2^-62 of y - n pi/2, where |r| / n is 2^-35.2 at least
+// (2^-26.8 of r), and rl is below 2^-24. n from the float 2/pi is off by at most 2^-13.6 of a
+// quarter turn, and the fits cover |r| that far beyond pi/4.
+constexpr float kFloatQuarterReach = 0x1p12f;
+
 // (-1)^n sin r in float as r (1 + r^2 P(r^2)), which keeps the sign of a zero r: LA's polynomial is
 // within 2^-25.2, EP's within 2^-12.8; r's roundings and the polynomial's keep LA within 2.5 ulp.
 // Near |r| = pi/2 (cos y for small y) a result could pass +-1. The tool moves LA's coefficients so
@@ -548,6 +605,23 @@ struct TrigFloatBody : UnaryRealBody<float> {
     rare[0] = hn::RebindMask(d, hn::Gt(hn::BitCast(di, hn::Abs(in[0])), hn::Set(di, 0x7F7FFFFF)));
   }
 
+  // For the bodies that compute in float up to `reach`: lanes beyond it take this body, lane by
+  // lane, so that a result depends on its argument alone. Infinities and NaNs are among the far
+  // lanes, so the rare mask is only looked for there.
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void TakeFarLanes(D d, float reach, const V* in, V* out, M* rare) const {
+    const hn::RebindToSigned<D> di;
+    const auto bits = hn::BitCast(di, hn::Abs(in[0]));
+    const M far = hn::RebindMask(d, hn::Gt(bits, hn::BitCast(di, hn::Set(d, reach))));
+    rare[0] = hn::MaskFromVec(hn::Zero(d));
+    if (!hn::AllFalse(d, far)) [[unlikely]] {
+      rare[0] = hn::RebindMask(d, hn::Gt(bits, hn::Set(di, 0x7F7FFFFF)));
+      V wide_out[kOutputs];
+      RunWidened<kOutputs>(wide, d, in, wide_out);
+      for (size_t k = 0; k < kOutputs; ++k) out[k] = hn::IfThenElse(far, wide_out[k], out[k]);
+    }
+  }
+
   static int32_t Rare(const float* a, float* r) {
     return kFunc == TrigFunction::kSin   ? vek::vssin_cout_rare(a, r)
            : kFunc == TrigFunction::kTan ? vek::vstan_cout_rare(a, r)
@@ -572,24 +646,44 @@ struct TrigFloatHalfTurnBody : TrigFloatBody<kFunc> {
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     using namespace trig_detail;
-    const hn::RebindToSigned<D> di;
-    const V y = hn::Abs(in[0]);
     if constexpr (kFunc != TrigFunction::kCos) {
       out[0] = SinHalfTurnFloat<kLevel>(d, ReduceHalfTurnSmall<0>(d, in[0]));
     }
     if constexpr (kFunc != TrigFunction::kSin) {
-      out[kOutputs - 1] = SinHalfTurnFloat<kLevel>(d, ReduceHalfTurnSmall<1>(d, y));
+      out[kOutputs - 1] = SinHalfTurnFloat<kLevel>(d, ReduceHalfTurnSmall<1>(d, hn::Abs(in[0])));
     }
-    // Infinities and NaNs are among the far lanes, so the rare mask is only looked for there.
-    const auto bits = hn::BitCast(di, y);
-    const M far = hn::RebindMask(d, hn::Gt(bits, hn::BitCast(di, hn::Set(d, kFloatReach))));
-    rare[0] = hn::MaskFromVec(hn::Zero(d));
-    if (!hn::AllFalse(d, far)) [[unlikely]] {
-      rare[0] = hn::RebindMask(d, hn::Gt(bits, hn::Set(di, 0x7F7FFFFF)));
-      V wide[kOutputs];
-      RunWidened<kOutputs>(this->wide, d, in, wide);
-      for (size_t k = 0; k < kOutputs; ++k) out[k] = hn::IfThenElse(far, wide[k], out[k]);
+    this->TakeFarLanes(d, kFloatReach, in, out, rare);
+  }
+};
+
+// The float Sin, Cos and SinCos at HA, and Tan at every level, in float: the double kernels' HA
+// quarter-turn steps over float pairs (see kFloatQuarterReach). The polynomials' tails, the
+// rounding of 1 - r^2/2 and rl are small beside the final rounding, which keeps the result within 1
+// ulp; Sin and Cos alone evaluate one polynomial per lane, with the bits SinCos gives. Tan divides
+// once at LA and EP and corrects the quotient at HA. Lanes beyond the reach take the double body.
+template <TrigFunction kFunc, trig_detail::Level kLevel>
+struct TrigFloatQuarterTurnBody : TrigFloatBody<kFunc> {
+  static_assert(kLevel == trig_detail::Level::kHA || kFunc == TrigFunction::kTan);
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    using namespace trig_detail;
+    const hn::RebindToSigned<D> di;
+    const auto sign = hn::And(hn::BitCast(di, in[0]), hn::Set(di, INT32_MIN));
+    const auto no_sign = hn::Zero(di);
+    const Reduced<D> red = ReduceSmall<Level::kHA>(d, hn::Abs(in[0]));
+    if constexpr (kFunc == TrigFunction::kTan) {
+      out[0] = TanOf<kLevel>(d, red, Polynomials<Level::kHA>(d, red), sign);
+    } else if constexpr (kFunc == TrigFunction::kSinCos) {
+      const SinCosOfR<D> v = Polynomials<Level::kHA>(d, red);
+      out[0] = Pick<0>(d, red, v, sign);
+      out[1] = Pick<1>(d, red, v, no_sign);
+    } else if constexpr (kFunc == TrigFunction::kSin) {
+      out[0] = OneOfHA<0>(d, red, sign);
+    } else {
+      out[0] = OneOfHA<1>(d, red, no_sign);
     }
+    this->TakeFarLanes(d, kFloatQuarterReach, in, out, rare);
   }
 };
 

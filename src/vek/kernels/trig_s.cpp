@@ -1,5 +1,6 @@
-// Sin, Cos, SinCos and Tan kernels of float arrays: HA (and Tan in every slot) computed in double
-// (see TrigFloatBody), Sin, Cos and SinCos at LA and EP in float (TrigFloatHalfTurnBody).
+// Sin, Cos, SinCos and Tan kernels of float arrays, in float: HA and Tan's LA and EP by quarter
+// turns (TrigFloatQuarterTurnBody), Sin, Cos and SinCos at LA and EP by half turns
+// (TrigFloatHalfTurnBody). Far arguments take the double body (TrigFloatBody).
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/trig_s.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -10,17 +11,19 @@
 HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 
-void sSin(int n, const float* a, float* r) {
-  RunUnary(TrigFloatBody<TrigFunction::kSin>{}, n, a, r);
+template <TrigFunction kFunc, trig_detail::Level kLevel = trig_detail::Level::kHA>
+void QuarterTurn(int n, const float* a, float* r) {
+  RunUnary(TrigFloatQuarterTurnBody<kFunc, kLevel>{}, n, a, r);
 }
-void sCos(int n, const float* a, float* r) {
-  RunUnary(TrigFloatBody<TrigFunction::kCos>{}, n, a, r);
-}
-void sTan(int n, const float* a, float* r) {
-  RunUnary(TrigFloatBody<TrigFunction::kTan>{}, n, a, r);
+void sSin(int n, const float* a, float* r) { QuarterTurn<TrigFunction::kSin>(n, a, r); }
+void sCos(int n, const float* a, float* r) { QuarterTurn<TrigFunction::kCos>(n, a, r); }
+void sTan(int n, const float* a, float* r) { QuarterTurn<TrigFunction::kTan>(n, a, r); }
+void sTanLA(int n, const float* a, float* r) {
+  QuarterTurn<TrigFunction::kTan, trig_detail::Level::kLA>(n, a, r);
 }
 void sSinCos(int n, const float* a, float* r1, float* r2) {
-  RunTwoResults(TrigFloatBody<TrigFunction::kSinCos>{}, n, a, r1, r2);
+  RunTwoResults(TrigFloatQuarterTurnBody<TrigFunction::kSinCos, trig_detail::Level::kHA>{}, n, a,
+                r1, r2);
 }
 
 template <TrigFunction kFunc, trig_detail::Level kLevel>
@@ -60,6 +63,7 @@ namespace oxl {
 HWY_EXPORT(sSin);
 HWY_EXPORT(sCos);
 HWY_EXPORT(sTan);
+HWY_EXPORT(sTanLA);
 HWY_EXPORT(sSinCos);
 HWY_EXPORT(sSinLA);
 HWY_EXPORT(sSinEP);
@@ -75,8 +79,8 @@ OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCos_B3HAynn, sCos, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCos_B3LAynn, sCosLA, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCos_B3EPnnn, sCosEP, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTan_B3HAynn, sTan, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTan_B3LAynn, sTan, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTan_B3EPnnn, sTan, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTan_B3LAynn, sTanLA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTan_B3EPnnn, sTanLA, float)
 OXL_VEK_TWO_RESULTS_ENTRY(oxl_vek_kernel_sSinCos_B3HAynn, sSinCos, float)
 OXL_VEK_TWO_RESULTS_ENTRY(oxl_vek_kernel_sSinCos_B3LAynn, sSinCosLA, float)
 OXL_VEK_TWO_RESULTS_ENTRY(oxl_vek_kernel_sSinCos_B3EPnnn, sSinCosEP, float)
