@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 
 #include "oxl/platform.h"
@@ -23,6 +24,16 @@
 #include "simd/controls.h"
 
 namespace oxl::vrs::dist {
+
+// The bytes of a cache line.
+inline constexpr size_t kCacheLine = 64;
+
+// Asks for the cache lines of p[from, to) ahead of stores to them, so that a burst of stores does
+// not wait for its misses one by one.
+template <class T>
+inline void PrefetchForStore(T* p, size_t from, size_t to) {
+  for (size_t at = from; at < to; at += kCacheLine / sizeof(T)) __builtin_prefetch(p + at, 1, 3);
+}
 
 // 2 pi rounded to the type: the angle of the Box-Muller pairs.
 template <class T>

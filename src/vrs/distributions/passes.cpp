@@ -30,8 +30,6 @@ using oxl::HWY_NAMESPACE::Fma;
 using oxl::HWY_NAMESPACE::LoadPartial;
 using oxl::HWY_NAMESPACE::StorePartial;
 
-constexpr uintptr_t kLine = 64;
-
 // Calls body(i, count) over [0, n) in the order head, main rounds, tail; count is Lanes(d) for
 // whole vectors and less only at the ends.
 template <class D, class T, class Body>
@@ -40,8 +38,8 @@ HWY_INLINE void Sweep(D d, const T* r, size_t n, const Body& body) {
   const auto address = reinterpret_cast<uintptr_t>(r);
   const bool element_aligned = address % sizeof(T) == 0;
   size_t head = 0;
-  if (element_aligned && address % kLine != 0) {
-    head = std::min(n, (kLine - address % kLine) / sizeof(T));
+  if (element_aligned && address % kCacheLine != 0) {
+    head = std::min(n, (kCacheLine - address % kCacheLine) / sizeof(T));
   }
   size_t i = 0;
   for (; i < head; i += lanes) body(i, std::min(lanes, head - i));
@@ -138,12 +136,9 @@ void RadiusProduct(T* r, const T* log_u, const T* sine, int32_t n, T sigma, T a,
   size_t split = 0;
   // The next block's outputs follow this block's in r: their lines are fetched as their pairs are
   // taken apart, a block's kernel calls ahead of their stores.
-  const size_t line = kLine / sizeof(T);
   const auto split_next = [&]() HWY_ATTR {
     SplitVector(d, next.u, split, std::min(lanes, pairs - split), next.radius, next.angle, vf);
-    for (size_t at = split; at < std::min(split + lanes, pairs); at += line) {
-      __builtin_prefetch(r + n + at, 1, 3);
-    }
+    PrefetchForStore(r + n, split, std::min(split + lanes, pairs));
     split += lanes;
   };
   if (n > 0) {

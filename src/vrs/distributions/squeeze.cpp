@@ -93,8 +93,6 @@ HWY_INLINE V PackLanes(D /*d*/, V v, M keep) {
 }
 #endif
 
-constexpr size_t kLine = 64;
-
 // Verdicts as lane values: rejected 0, kept 1, open (the exact test decides) 2.
 constexpr int kOpen = 2;
 
@@ -205,11 +203,8 @@ int32_t Round(const SqueezeRound<T>& k, StreamRecord* s, int32_t m, T* out, int3
     const size_t count = std::min(lanes, pairs - i);
     const size_t j = from_held + 2 * i;
     // The lines of out that the kept values of these candidates go to (at most as far on), on
-    // their way in while the round computes: a burst of stores at the round's end that missed
-    // the cache would wait for them one by one.
-    for (size_t at = 2 * i; at < std::min(2 * i + 2 * lanes, candidates); at += kLine / sizeof(T)) {
-      __builtin_prefetch(out + at, 1, 3);
-    }
+    // their way in while the round computes.
+    PrefetchForStore(out, 2 * i, std::min(2 * i + 2 * lanes, candidates));
     const size_t p = kFront + i;
     // sqrt(-2 ln u): the doubling is exact, and the instruction rounds as the Sqrt kernel does.
     const V rad = hn::Sqrt(hn::Mul(minus_two, LoadPartial(d, radius + p, count)));
