@@ -311,8 +311,7 @@ OXL_BENCH(kDTan, "sleef_u10_avx512", peers::SleefTanU10Avx512, kAvx512);
 OXL_BENCH(kDTan, "sleef_u35_avx2", peers::SleefTanU35Avx2, kAvx2);
 OXL_BENCH(kDTan, "sleef_u35_avx512", peers::SleefTanU35Avx512, kAvx512);
 
-// The float kernels (one in every slot: the LA rows time it again against SLEEF's 3.5-ulp
-// functions) on the same two sets, the large one up to 1e38.
+// The float kernels on the same two sets, the large one up to 1e38.
 constexpr UnaryFunction<float> kSSin{"sSin", {-10.0f, 10.0f}};
 constexpr UnaryFunction<float> kSSinLarge{"sSinLarge", {1.0f, 1e38f, true}};
 constexpr UnaryFunction<float> kSCos{"sCos", {-10.0f, 10.0f}};
@@ -320,6 +319,7 @@ constexpr UnaryFunction<float> kSTan{"sTan", {-10.0f, 10.0f}};
 
 OXL_BENCH(kSSin, "oxl_HA", oxl_vek_kernel_sSin_B3HAynn);
 OXL_BENCH(kSSin, "oxl_LA", oxl_vek_kernel_sSin_B3LAynn);
+OXL_BENCH(kSSin, "oxl_EP", oxl_vek_kernel_sSin_B3EPnnn);
 OXL_BENCH(kSSin, "libmvec_avx2", peers::LibmvecSinAvx2, kAvx2);
 OXL_BENCH(kSSin, "libmvec_avx512", peers::LibmvecSinAvx512, kAvx512);
 OXL_BENCH(kSSin, "sleef_u10_avx2", peers::SleefSinU10Avx2, kAvx2);
@@ -335,6 +335,7 @@ OXL_BENCH(kSSinLarge, "sleef_u35_avx2", peers::SleefSinU35Avx2, kAvx2);
 OXL_BENCH(kSSinLarge, "sleef_u35_avx512", peers::SleefSinU35Avx512, kAvx512);
 OXL_BENCH(kSCos, "oxl_HA", oxl_vek_kernel_sCos_B3HAynn);
 OXL_BENCH(kSCos, "oxl_LA", oxl_vek_kernel_sCos_B3LAynn);
+OXL_BENCH(kSCos, "oxl_EP", oxl_vek_kernel_sCos_B3EPnnn);
 OXL_BENCH(kSCos, "libmvec_avx2", peers::LibmvecCosAvx2, kAvx2);
 OXL_BENCH(kSCos, "libmvec_avx512", peers::LibmvecCosAvx512, kAvx512);
 OXL_BENCH(kSCos, "sleef_u10_avx2", peers::SleefCosU10Avx2, kAvx2);
@@ -343,6 +344,7 @@ OXL_BENCH(kSCos, "sleef_u35_avx2", peers::SleefCosU35Avx2, kAvx2);
 OXL_BENCH(kSCos, "sleef_u35_avx512", peers::SleefCosU35Avx512, kAvx512);
 OXL_BENCH(kSTan, "oxl_HA", oxl_vek_kernel_sTan_B3HAynn);
 OXL_BENCH(kSTan, "oxl_LA", oxl_vek_kernel_sTan_B3LAynn);
+OXL_BENCH(kSTan, "oxl_EP", oxl_vek_kernel_sTan_B3EPnnn);
 OXL_BENCH(kSTan, "libmvec_avx2", peers::LibmvecTanAvx2, kAvx2);
 OXL_BENCH(kSTan, "libmvec_avx512", peers::LibmvecTanAvx512, kAvx512);
 OXL_BENCH(kSTan, "sleef_u10_avx2", peers::SleefTanU10Avx2, kAvx2);

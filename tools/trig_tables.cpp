@@ -53,15 +53,17 @@ void Parts(FILE* out, const char* name, int count, int halvings, mpfr_rnd_t rnd 
   std::fprintf(out, "};\n");
 }
 
-// pi/2 as floats of the given widths in bits, each the rounding of what the previous ones leave.
-void ShortParts(FILE* out, const char* name, const std::vector<int>& widths) {
+// pi/2 as floats of the given widths in bits, each the rounding (by `rnd`) of what the previous
+// ones leave.
+void ShortParts(FILE* out, const char* name, const std::vector<int>& widths,
+                mpfr_rnd_t rnd = MPFR_RNDN) {
   Mp rest(kBits);
   mpfr_const_pi(rest.v, MPFR_RNDN);
   mpfr_div_2ui(rest.v, rest.v, 1, MPFR_RNDN);
   std::fprintf(out, "inline constexpr float %s[%zu] = {", name, widths.size());
   for (size_t k = 0; k < widths.size(); ++k) {
     Mp part(widths[k]);
-    mpfr_set(part.v, rest.v, MPFR_RNDN);
+    mpfr_set(part.v, rest.v, rnd);
     const float v = mpfr_get_flt(part.v, MPFR_RNDN);
     mpfr_sub_d(rest.v, rest.v, v, MPFR_RNDN);
     std::fprintf(out, "%s%s", k == 0 ? "" : ", ", Literal(v).c_str());
@@ -225,6 +227,72 @@ void Polynomial(FILE* out, const char* name, bool sine, int terms, int halvings,
   }
 }
 
+// The float Tan's rational form, fitted as the linear problem (r + r^3 N - t w D) / t = 1 with
+// t = tan r and w = r^2 (its residual is the form's relative error times 1 + w D, which stays
+// within [0.5, 1] here), and rounded to float. The printed bound is the rounded form's relative
+// error on the grid.
+void RationalTan(FILE* out, const char* num_name, const char* den_name, int num_terms,
+                 int den_terms) {
+  Mp h, t, w, num, den;
+  mpfr_const_pi(h.v, MPFR_RNDN);
+  mpfr_div_2ui(h.v, h.v, 2, MPFR_RNDN);
+  mpfr_mul_d(h.v, h.v, 1.002, MPFR_RNDN);
+  std::vector<Mp> grid(kGrid);
+  for (int k = 0; k < kGrid; ++k) {  // Chebyshev points of [-h, h], the positive half
+    mpfr_const_pi(t.v, MPFR_RNDN);
+    mpfr_mul_d(t.v, t.v, (k + 0.5) / (2 * kGrid), MPFR_RNDN);
+    mpfr_cos(t.v, t.v, MPFR_RNDN);
+    mpfr_mul(grid[k].v, t.v, h.v, MPFR_RNDN);
+  }
+  const int terms = num_terms + den_terms;
+  std::vector<double> c =
+      LawsonFit(grid, terms, 60, [&](mpfr_srcptr r, std::vector<Mp>& basis, mpfr_ptr target) {
+        Mp tr, wr, p;
+        mpfr_tan(tr.v, r, MPFR_RNDN);
+        mpfr_sqr(wr.v, r, MPFR_RNDN);
+        mpfr_sub(target, tr.v, r, MPFR_RNDN);
+        mpfr_div(target, target, tr.v, MPFR_RNDN);
+        mpfr_mul(p.v, r, wr.v, MPFR_RNDN);  // r^3 w^i for the numerator
+        for (int i = 0; i < num_terms; ++i) {
+          mpfr_div(basis[i].v, p.v, tr.v, MPFR_RNDN);
+          mpfr_mul(p.v, p.v, wr.v, MPFR_RNDN);
+        }
+        mpfr_neg(p.v, wr.v, MPFR_RNDN);  // -w^(j+1) for the denominator, t cancelled
+        for (int j = 0; j < den_terms; ++j) {
+          mpfr_set(basis[num_terms + j].v, p.v, MPFR_RNDN);
+          mpfr_mul(p.v, p.v, wr.v, MPFR_RNDN);
+        }
+      });
+  for (double& v : c) v = static_cast<float>(v);
+  const auto horner = [&](int from, int count, mpfr_srcptr x, mpfr_ptr result) {
+    mpfr_set_zero(result, 1);
+    for (int i = count; i-- > 0;) {
+      mpfr_mul(result, result, x, MPFR_RNDN);
+      mpfr_add_d(result, result, c[from + i], MPFR_RNDN);
+    }
+  };
+  double worst = 0;
+  for (int k = 1; k <= 4000; ++k) {
+    mpfr_mul_d(t.v, h.v, k / 4000.0, MPFR_RNDN);
+    mpfr_sqr(w.v, t.v, MPFR_RNDN);
+    horner(0, num_terms, w.v, num.v);
+    mpfr_mul(num.v, num.v, w.v, MPFR_RNDN);
+    mpfr_mul(num.v, num.v, t.v, MPFR_RNDN);
+    mpfr_add(num.v, num.v, t.v, MPFR_RNDN);
+    horner(num_terms, den_terms, w.v, den.v);
+    mpfr_mul(den.v, den.v, w.v, MPFR_RNDN);
+    mpfr_add_ui(den.v, den.v, 1, MPFR_RNDN);
+    mpfr_div(num.v, num.v, den.v, MPFR_RNDN);
+    mpfr_tan(den.v, t.v, MPFR_RNDN);
+    mpfr_sub(num.v, num.v, den.v, MPFR_RNDN);
+    mpfr_div(num.v, num.v, den.v, MPFR_RNDN);
+    worst = std::max(worst, std::fabs(mpfr_get_d(num.v, MPFR_RNDN)));
+  }
+  std::fprintf(out, "// Relative error of the rounded coefficients 2^%.1f.\n", std::log2(worst));
+  PrintArray(out, num_name, std::vector<float>(c.begin(), c.begin() + num_terms));
+  PrintArray(out, den_name, std::vector<float>(c.begin() + num_terms, c.end()));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -254,14 +322,22 @@ int main(int argc, char** argv) {
   std::fprintf(
       out, "\n// The 192 bits of 2/pi for each biased exponent, most significant word first.\n");
   Windows(out);
-  std::fprintf(
-      out,
-      "\n// The float kernels' HA (and Tan's LA): |x| = q pi/2 + r with |x| <= 2^12, pi/2 in "
-      "three floats,\n// sin r = r + r^3 P(r^2) and cos r = 1 - r^2/2 + r^4 P(r^2) on "
-      "|r| <= pi/4 and a little beyond.\n");
+  std::fprintf(out,
+               "\n// The float kernels' HA (and Tan's LA and EP): |x| = q pi/2 + r with |x| <= "
+               "2^12, pi/2 in "
+               "three floats,\n// sin r = r + r^3 P(r^2) and cos r = 1 - r^2/2 + r^4 P(r^2) on "
+               "|r| <= pi/4 and a little beyond.\n");
   Over<float>(out, "kTwoOverPiF", 2);
   ShortParts(out, "kPiOver2F", {24, 12, 24});
   Polynomial(out, "kSinPolyF", true, 3, 2, true, 1.002);
   Polynomial(out, "kCosPolyF", false, 3, 2, true, 1.002);
+  std::fprintf(out,
+               "\n// The float Tan's LA and EP: x = q pi/2 + r with |x| <= 2^12, pi/2 in three "
+               "floats rounded toward\n// zero (subtracting n times them from -0 leaves -0), and "
+               "tan r = (r + r^3 N(r^2)) / (1 + r^2 D(r^2))\n// on |r| <= pi/4 and a little "
+               "beyond.\n");
+  ShortParts(out, "kPiOver2FZ", {24, 12, 24}, MPFR_RNDZ);
+  RationalTan(out, "kTanNumF", "kTanDenF", 2, 2);
+  RationalTan(out, "kTanNumFEP", "kTanDenFEP", 1, 1);
   return std::fclose(out) == 0 ? 0 : 1;
 }

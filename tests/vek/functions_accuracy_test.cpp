@@ -249,7 +249,7 @@ const std::map<std::string, HardCase>& HardCases() {
         {0x1.921fb54442d18p-1, 0x1.921fb54442d18p+0, 0x1.921fb54442d18p+1, 0x1.2d97c7f3321d2p+2,
          0x1p12, 10000.0, 0x1p24, 1e22, 0x1.6ac5b262ca1ffp+849, 0x1.fffffffffffffp+1023,
          0x1.f9cbe2p+7, 0x1.17cc5p+11, -0x1.25ae6ap+8, -0x1.569806p-11, 0x1.fe232cp+9,
-         -0x1.bdd0eap+5, 0x1.d3f798p+6},
+         -0x1.bdd0eap+5, 0x1.d3f798p+6, 0x1.1e12c8p+11},
         {{-10.0, 10.0},
          {1.4, 1.75},
          {-0x1p-20, 0x1p-20},

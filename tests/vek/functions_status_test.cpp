@@ -141,6 +141,7 @@ const RealCase kRealCases[] = {
     {"Atanh", 1, 0, 2, kInf}, {"Atanh", -1, 0, 2, -kInf}, {"Atanh", 2, 0, 1, kNaN},
     {"Cos", kInf, 0, 1, kNaN}, {"Sin", -kInf, 0, 1, kNaN}, {"Sin", kNaN, 0, 0, kNaN},
     {"Tan", kInf, 0, 1, kNaN}, {"Tan", 1.5707963267948966, 0, 0, 0, kAnyFinite},
+    {"Tan", -0.0, 0, 0, -0.0},
     {"Cosh", 1000, 0, 3, kInf}, {"Cosh", -kInf, 0, 0, kInf}, {"Sinh", -1000, 0, 3, -kInf},
     {"Exp", 1000, 0, 3, kInf}, {"Exp", -1000, 0, 4, 0}, {"Exp", -kInf, 0, 0, 0},
     {"Exp", kInf, 0, 0, kInf}, {"Exp", 709.79, 0, 3, kInf}, {"Exp", -745.14, 0, 4, 0},

@@ -373,6 +373,38 @@ HWY_INLINE hn::VFromD<D> TanOf(D d, const Reduced<D>& red, const SinCosOfR<D>& v
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
 }
 
+// The float Tan at LA and EP: x = n pi/2 + r as in ReduceSmall, but with x's sign and pi/2's parts
+// rounded toward zero, so that -0 stays -0; the roundings are symmetric, so tan -x = -tan x, and
+// the shifter's low two bits are those of the signed n. r rounds twice (about an ulp), then tan r
+// = r (1 + r^2 N(r^2)) / (1 + r^2 D(r^2)) and -cot r its reciprocal negated: one rational form
+// where the quotient of sine and cosine takes two polynomials. The numerator is a product with r,
+// which keeps the sign of a zero (r + r^3 N would turn -0 into +0, N being negative), for a
+// twelfth of an ulp more: LA is within 3.8 ulp.
+template <Level kLevel, class D>
+HWY_INLINE hn::VFromD<D> TanFloat(D d, hn::VFromD<D> x) {
+  const hn::RebindToSigned<D> di;
+  const auto shifter = hn::Set(d, QuarterTurn<float>::kShifter);
+  const auto z = Fma(d, x, hn::Set(d, tt::kTwoOverPiF), shifter);
+  const auto n = hn::Sub(z, shifter);
+  const auto r1 = Fnma(d, n, hn::Set(d, tt::kPiOver2FZ[0]), x);
+  const auto r2 = Fnma(d, n, hn::Set(d, tt::kPiOver2FZ[1]), r1);
+  const auto r = Fnma(d, n, hn::Set(d, tt::kPiOver2FZ[2]), r2);
+  const auto w = hn::Mul(r, r);
+  const auto one = hn::Set(d, 1.0f);
+  hn::VFromD<D> num, den;
+  if constexpr (kLevel == Level::kLA) {
+    num = hn::Mul(r, Fma(d, w, Horner(d, w, tt::kTanNumF), one));
+    den = Fma(d, w, Horner(d, w, tt::kTanDenF), one);
+  } else {
+    num = hn::Mul(r, Fma(d, w, hn::Set(d, tt::kTanNumFEP[0]), one));
+    den = Fma(d, w, hn::Set(d, tt::kTanDenFEP[0]), one);
+  }
+  const auto q = hn::BitCast(di, z);
+  const auto odd = Odd(d, q);
+  const auto value = hn::Div(hn::IfThenElse(odd, den, num), hn::IfThenElse(odd, num, den));
+  return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), hn::ShiftLeft<31>(q)));
+}
+
 // LA's Sin and Cos reduce by pi, not pi/2: |x| = n pi + r with |r| <= pi/2, and sin |x| is
 // (-1)^n sin r, one odd polynomial per lane where the quadrant form wants both. The cosine takes
 // the odd multiples of pi/2 instead: |x| = (m + 1/2) pi + r and cos |x| = (-1)^(m+1) sin r. Only
@@ -659,8 +691,9 @@ struct TrigFloatHalfTurnBody : TrigFloatBody<kFunc> {
 // The float Sin, Cos and SinCos at HA, and Tan at every level, in float: the double kernels' HA
 // quarter-turn steps over float pairs (see kFloatQuarterReach). The polynomials' tails, the
 // rounding of 1 - r^2/2 and rl are small beside the final rounding, which keeps the result within 1
-// ulp; Sin and Cos alone evaluate one polynomial per lane, with the bits SinCos gives. Tan divides
-// once at LA and EP and corrects the quotient at HA. Lanes beyond the reach take the double body.
+// ulp; Sin and Cos alone evaluate one polynomial per lane, with the bits SinCos gives. Tan corrects
+// the quotient at HA; at LA and EP it takes one rational form in one float (TanFloat). Lanes beyond
+// the reach take the double body.
 template <TrigFunction kFunc, trig_detail::Level kLevel>
 struct TrigFloatQuarterTurnBody : TrigFloatBody<kFunc> {
   static_assert(kLevel == trig_detail::Level::kHA || kFunc == TrigFunction::kTan);
@@ -668,20 +701,24 @@ struct TrigFloatQuarterTurnBody : TrigFloatBody<kFunc> {
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     using namespace trig_detail;
-    const hn::RebindToSigned<D> di;
-    const auto sign = hn::And(hn::BitCast(di, in[0]), hn::Set(di, INT32_MIN));
-    const auto no_sign = hn::Zero(di);
-    const Reduced<D> red = ReduceSmall<Level::kHA>(d, hn::Abs(in[0]));
-    if constexpr (kFunc == TrigFunction::kTan) {
-      out[0] = TanOf<kLevel>(d, red, Polynomials<Level::kHA>(d, red), sign);
-    } else if constexpr (kFunc == TrigFunction::kSinCos) {
-      const SinCosOfR<D> v = Polynomials<Level::kHA>(d, red);
-      out[0] = Pick<0>(d, red, v, sign);
-      out[1] = Pick<1>(d, red, v, no_sign);
-    } else if constexpr (kFunc == TrigFunction::kSin) {
-      out[0] = OneOfHA<0>(d, red, sign);
+    if constexpr (kFunc == TrigFunction::kTan && kLevel != Level::kHA) {
+      out[0] = TanFloat<kLevel>(d, in[0]);
     } else {
-      out[0] = OneOfHA<1>(d, red, no_sign);
+      const hn::RebindToSigned<D> di;
+      const auto sign = hn::And(hn::BitCast(di, in[0]), hn::Set(di, INT32_MIN));
+      const auto no_sign = hn::Zero(di);
+      const Reduced<D> red = ReduceSmall<Level::kHA>(d, hn::Abs(in[0]));
+      if constexpr (kFunc == TrigFunction::kTan) {
+        out[0] = TanOf<Level::kHA>(d, red, Polynomials<Level::kHA>(d, red), sign);
+      } else if constexpr (kFunc == TrigFunction::kSinCos) {
+        const SinCosOfR<D> v = Polynomials<Level::kHA>(d, red);
+        out[0] = Pick<0>(d, red, v, sign);
+        out[1] = Pick<1>(d, red, v, no_sign);
+      } else if constexpr (kFunc == TrigFunction::kSin) {
+        out[0] = OneOfHA<0>(d, red, sign);
+      } else {
+        out[0] = OneOfHA<1>(d, red, no_sign);
+      }
     }
     this->TakeFarLanes(d, kFloatQuarterReach, in, out, rare);
   }

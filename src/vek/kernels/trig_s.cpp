@@ -21,6 +21,9 @@ void sTan(int n, const float* a, float* r) { QuarterTurn<TrigFunction::kTan>(n, 
 void sTanLA(int n, const float* a, float* r) {
   QuarterTurn<TrigFunction::kTan, trig_detail::Level::kLA>(n, a, r);
 }
+void sTanEP(int n, const float* a, float* r) {
+  QuarterTurn<TrigFunction::kTan, trig_detail::Level::kEP>(n, a, r);
+}
 void sSinCos(int n, const float* a, float* r1, float* r2) {
   RunTwoResults(TrigFloatQuarterTurnBody<TrigFunction::kSinCos, trig_detail::Level::kHA>{}, n, a,
                 r1, r2);
@@ -64,6 +67,7 @@ HWY_EXPORT(sSin);
 HWY_EXPORT(sCos);
 HWY_EXPORT(sTan);
 HWY_EXPORT(sTanLA);
+HWY_EXPORT(sTanEP);
 HWY_EXPORT(sSinCos);
 HWY_EXPORT(sSinLA);
 HWY_EXPORT(sSinEP);
@@ -80,7 +84,7 @@ OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCos_B3LAynn, sCosLA, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sCos_B3EPnnn, sCosEP, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTan_B3HAynn, sTan, float)
 OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTan_B3LAynn, sTanLA, float)
-OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTan_B3EPnnn, sTanLA, float)
+OXL_VEK_UNARY_ENTRY(oxl_vek_kernel_sTan_B3EPnnn, sTanEP, float)
 OXL_VEK_TWO_RESULTS_ENTRY(oxl_vek_kernel_sSinCos_B3HAynn, sSinCos, float)
 OXL_VEK_TWO_RESULTS_ENTRY(oxl_vek_kernel_sSinCos_B3LAynn, sSinCosLA, float)
 OXL_VEK_TWO_RESULTS_ENTRY(oxl_vek_kernel_sSinCos_B3EPnnn, sSinCosEP, float)
