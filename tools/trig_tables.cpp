@@ -232,7 +232,7 @@ void Polynomial(FILE* out, const char* name, bool sine, int terms, int halvings,
 // within [0.5, 1] here), and rounded to float. The printed bound is the rounded form's relative
 // error on the grid.
 void RationalTan(FILE* out, const char* num_name, const char* den_name, int num_terms,
-                 int den_terms) {
+                 int den_terms, bool single) {
   Mp h, t, w, num, den;
   mpfr_const_pi(h.v, MPFR_RNDN);
   mpfr_div_2ui(h.v, h.v, 2, MPFR_RNDN);
@@ -263,7 +263,9 @@ void RationalTan(FILE* out, const char* num_name, const char* den_name, int num_
           mpfr_mul(p.v, p.v, wr.v, MPFR_RNDN);
         }
       });
-  for (double& v : c) v = static_cast<float>(v);
+  if (single) {
+    for (double& v : c) v = static_cast<float>(v);
+  }
   const auto horner = [&](int from, int count, mpfr_srcptr x, mpfr_ptr result) {
     mpfr_set_zero(result, 1);
     for (int i = count; i-- > 0;) {
@@ -289,8 +291,13 @@ void RationalTan(FILE* out, const char* num_name, const char* den_name, int num_
     worst = std::max(worst, std::fabs(mpfr_get_d(num.v, MPFR_RNDN)));
   }
   std::fprintf(out, "// Relative error of the rounded coefficients 2^%.1f.\n", std::log2(worst));
-  PrintArray(out, num_name, std::vector<float>(c.begin(), c.begin() + num_terms));
-  PrintArray(out, den_name, std::vector<float>(c.begin() + num_terms, c.end()));
+  if (single) {
+    PrintArray(out, num_name, std::vector<float>(c.begin(), c.begin() + num_terms));
+    PrintArray(out, den_name, std::vector<float>(c.begin() + num_terms, c.end()));
+  } else {
+    PrintDoubleArray(out, num_name, std::vector<double>(c.begin(), c.begin() + num_terms));
+    PrintDoubleArray(out, den_name, std::vector<double>(c.begin() + num_terms, c.end()));
+  }
 }
 
 }  // namespace
@@ -337,7 +344,10 @@ int main(int argc, char** argv) {
                "tan r = (r + r^3 N(r^2)) / (1 + r^2 D(r^2))\n// on |r| <= pi/4 and a little "
                "beyond.\n");
   ShortParts(out, "kPiOver2FZ", {24, 12, 24}, MPFR_RNDZ);
-  RationalTan(out, "kTanNumF", "kTanDenF", 2, 2);
-  RationalTan(out, "kTanNumFEP", "kTanDenFEP", 1, 1);
+  RationalTan(out, "kTanNumF", "kTanDenF", 2, 2, true);
+  RationalTan(out, "kTanNumFEP", "kTanDenFEP", 1, 1, true);
+  std::fprintf(out, "\n// The double Tan's LA and EP: the same form, in double.\n");
+  RationalTan(out, "kTanNum", "kTanDen", 4, 4, false);
+  RationalTan(out, "kTanNumEP", "kTanDenEP", 2, 2, false);
   return std::fclose(out) == 0 ? 0 : 1;
 }

@@ -336,13 +336,12 @@ HWY_INLINE hn::VFromD<D> OneOfHA(D d, const Reduced<D>& red,
   return SignByQuadrant(d, q, hn::Add(lead, Fma(d, scale, p, small)), sign);
 }
 
-// tan |x| = tan r for even q, -cot r for odd: num / den with num, den picked from sin r and cos r.
-// HA corrects the rounded quotient by the exact residual of the division and the pairs' low
-// parts, (num - q den + num_lo - q den_lo) / den: about 0.6 ulp where the pairs' errors are
-// 2^-56; LA and EP divide once (sin and cos of HA accuracy keep LA within 2 ulp). Float HA divides
-// once too: num times 1/den is within 2 ulp of the quotient, and the same correction, times 1/den
-// in the last fused step, leaves the one rounding.
-template <Level kLevel, class D>
+// tan |x| at HA = tan r for even q, -cot r for odd: num / den with num, den picked from sin r and
+// cos r, the rounded quotient corrected by the exact residual of the division and the pairs' low
+// parts, (num - q den + num_lo - q den_lo) / den: about 0.6 ulp where the pairs' errors are 2^-56.
+// Float divides once: num times 1/den is within 2 ulp of the quotient, and the same correction,
+// times 1/den in the last fused step, leaves the one rounding.
+template <class D>
 HWY_INLINE hn::VFromD<D> TanOf(D d, const Reduced<D>& red, const SinCosOfR<D>& v,
                                hn::VFromD<hn::RebindToSigned<D>> sign) {
   using T = hn::TFromD<D>;
@@ -350,36 +349,64 @@ HWY_INLINE hn::VFromD<D> TanOf(D d, const Reduced<D>& red, const SinCosOfR<D>& v
   const auto odd = Odd(d, red.q);
   const auto num = hn::IfThenElse(odd, v.c, v.s);
   const auto den = hn::IfThenElse(odd, v.s, v.c);
+  const auto num_lo = hn::IfThenElse(odd, v.c_lo, v.s_lo);
+  const auto den_lo = hn::IfThenElse(odd, v.s_lo, v.c_lo);
   hn::VFromD<D> value;
-  if constexpr (kLevel == Level::kHA && sizeof(T) == 4) {
-    const auto num_lo = hn::IfThenElse(odd, v.c_lo, v.s_lo);
-    const auto den_lo = hn::IfThenElse(odd, v.s_lo, v.c_lo);
+  if constexpr (sizeof(T) == 4) {
     const auto inverse = hn::Div(hn::Set(d, T(1)), den);
     const auto guess = hn::Mul(num, inverse);
     const auto residual = Fnma(d, guess, den, num);
     const auto corr = Fnma(d, guess, den_lo, hn::Add(residual, num_lo));
     value = Fma(d, corr, inverse, guess);
-  } else if constexpr (kLevel == Level::kHA) {
+  } else {
     value = hn::Div(num, den);
-    const auto num_lo = hn::IfThenElse(odd, v.c_lo, v.s_lo);
-    const auto den_lo = hn::IfThenElse(odd, v.s_lo, v.c_lo);
     const auto residual = Fnma(d, value, den, num);
     const auto corr = Fnma(d, value, den_lo, hn::Add(residual, num_lo));
     value = hn::Add(value, hn::Div(corr, den));
-  } else {
-    value = hn::Div(num, den);
   }
   const auto flip = hn::Xor(hn::ShiftLeft<8 * sizeof(hn::TFromD<D>) - 1>(red.q), sign);
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
 }
 
+// tan r = (r + r^3 N(r^2)) / (1 + r^2 D(r^2)) as num / den: the value of the quadrant q is num /
+// den for even q and -den / num (-cot r) for odd, with the sign bit `sign` flipped. One rational
+// form where the quotient of sine and cosine takes two polynomials.
+template <class D>
+HWY_INLINE hn::VFromD<D> TanOfForm(D d, hn::VFromD<hn::RebindToSigned<D>> q, hn::VFromD<D> num,
+                                   hn::VFromD<D> den, hn::VFromD<hn::RebindToSigned<D>> sign) {
+  const hn::RebindToSigned<D> di;
+  const auto odd = Odd(d, q);
+  const auto value = hn::Div(hn::IfThenElse(odd, den, num), hn::IfThenElse(odd, num, den));
+  const auto flip = hn::Xor(hn::ShiftLeft<8 * sizeof(hn::TFromD<D>) - 1>(q), sign);
+  return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
+}
+
+// The double Tan at LA and EP on the quarter-turn reduction of |x|. LA adds rl to the numerator
+// (the derivative, 1 + tan^2 r, is 1 where rl matters most), and its numerator, denominator and
+// quotient round about once each: within 3 ulp. EP takes the two-part reduction and a shorter form.
+template <Level kLevel, class D>
+HWY_INLINE hn::VFromD<D> TanRational(D d, const Reduced<D>& red,
+                                     hn::VFromD<hn::RebindToSigned<D>> sign) {
+  const auto r = red.rh;
+  const auto w = hn::Mul(r, r);
+  const auto rw = hn::Mul(r, w);
+  const auto one = hn::Set(d, 1.0);
+  if constexpr (kLevel == Level::kLA) {
+    const auto num = hn::Add(r, Fma(d, rw, Horner(d, w, tt::kTanNum), red.rl));
+    return TanOfForm(d, red.q, num, Fma(d, w, Horner(d, w, tt::kTanDen), one), sign);
+  } else {
+    static_assert(kLevel == Level::kEP);
+    const auto num = Fma(d, rw, Horner(d, w, tt::kTanNumEP), r);
+    return TanOfForm(d, red.q, num, Fma(d, w, Horner(d, w, tt::kTanDenEP), one), sign);
+  }
+}
+
 // The float Tan at LA and EP: x = n pi/2 + r as in ReduceSmall, but with x's sign and pi/2's parts
 // rounded toward zero, so that -0 stays -0; the roundings are symmetric, so tan -x = -tan x, and
-// the shifter's low two bits are those of the signed n. r rounds twice (about an ulp), then tan r
-// = r (1 + r^2 N(r^2)) / (1 + r^2 D(r^2)) and -cot r its reciprocal negated: one rational form
-// where the quotient of sine and cosine takes two polynomials. The numerator is a product with r,
-// which keeps the sign of a zero (r + r^3 N would turn -0 into +0, N being negative), for a
-// twelfth of an ulp more: LA is within 3.8 ulp.
+// the shifter's low two bits are those of the signed n. r rounds twice (about an ulp), then the
+// rational form of TanOfForm. Its numerator is r (1 + r^2 N), a product with r, which keeps the
+// sign of a zero (r + r^3 N would turn -0 into +0, N being negative), for a twelfth of an ulp
+// more: LA is within 3.8 ulp.
 template <Level kLevel, class D>
 HWY_INLINE hn::VFromD<D> TanFloat(D d, hn::VFromD<D> x) {
   const hn::RebindToSigned<D> di;
@@ -399,10 +426,7 @@ HWY_INLINE hn::VFromD<D> TanFloat(D d, hn::VFromD<D> x) {
     num = hn::Mul(r, Fma(d, w, hn::Set(d, tt::kTanNumFEP[0]), one));
     den = Fma(d, w, hn::Set(d, tt::kTanDenFEP[0]), one);
   }
-  const auto q = hn::BitCast(di, z);
-  const auto odd = Odd(d, q);
-  const auto value = hn::Div(hn::IfThenElse(odd, den, num), hn::IfThenElse(odd, num, den));
-  return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), hn::ShiftLeft<31>(q)));
+  return TanOfForm(d, hn::BitCast(di, z), num, den, hn::Zero(di));
 }
 
 // LA's Sin and Cos reduce by pi, not pi/2: |x| = n pi + r with |r| <= pi/2, and sin |x| is
@@ -563,10 +587,6 @@ struct TrigBody : UnaryRealBody<double> {
                      : kFunc == TrigFunction::kCos ? vek::names::dCos
                      : kFunc == TrigFunction::kTan ? vek::names::dTan
                                                    : vek::names::dSinCos;
-  // Tan's quotient wants sine and cosine of HA accuracy at LA too.
-  static constexpr trig_detail::Level kInner =
-      kFunc == TrigFunction::kTan && kLevel == trig_detail::Level::kLA ? trig_detail::Level::kHA
-                                                                       : kLevel;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
@@ -577,9 +597,12 @@ struct TrigBody : UnaryRealBody<double> {
     const auto sign = hn::And(hn::BitCast(di, x), hn::Set(di, INT64_MIN));
     const auto no_sign = hn::Zero(di);
     constexpr int kShift = kFunc == TrigFunction::kCos ? 1 : 0;
-    if constexpr (kFunc == TrigFunction::kTan) {
-      const Reduced<D> red = Reduce<kInner>(d, y);
-      out[0] = TanOf<kLevel>(d, red, Polynomials<kInner>(d, red), sign);
+    if constexpr (kFunc == TrigFunction::kTan && kLevel == Level::kHA) {
+      const Reduced<D> red = Reduce<kLevel>(d, y);
+      out[0] = TanOf(d, red, Polynomials<kLevel>(d, red), sign);
+    } else if constexpr (kFunc == TrigFunction::kTan) {
+      out[0] = TanRational<kLevel>(d, Reduce < kLevel == Level::kLA ? Level::kHA : kLevel > (d, y),
+                                   sign);
     } else if constexpr (kLevel == Level::kLA) {
       if constexpr (kFunc == TrigFunction::kSinCos) {
         SinCosHalfTurns(d, y, sign, out[0], out[1]);
@@ -709,7 +732,7 @@ struct TrigFloatQuarterTurnBody : TrigFloatBody<kFunc> {
       const auto no_sign = hn::Zero(di);
       const Reduced<D> red = ReduceSmall<Level::kHA>(d, hn::Abs(in[0]));
       if constexpr (kFunc == TrigFunction::kTan) {
-        out[0] = TanOf<Level::kHA>(d, red, Polynomials<Level::kHA>(d, red), sign);
+        out[0] = TanOf(d, red, Polynomials<Level::kHA>(d, red), sign);
       } else if constexpr (kFunc == TrigFunction::kSinCos) {
         const SinCosOfR<D> v = Polynomials<Level::kHA>(d, red);
         out[0] = Pick<0>(d, red, v, sign);
