@@ -205,9 +205,9 @@ struct ErfFloatPieceBody : UnaryRealBody<float> {
 // polynomial's argument and into y^2.
 // At HA, R e^r = (c_0 + c_0 r_1 + c_1 u) + [c_0 e_2 + c_1 u e + q_2 (1 + e)] with
 // e = e^r - 1 = r_1 + e_2 and q_2 = u^2 P(u): the head is summed exactly, so that what rounds
-// before the result is the bracket, a tenth of the result at most where the pieces are widest;
-// erfc(-y) subtracts the same unrounded sum from 2. The lower levels
-// round R = c_0 + u P(u) and take R + R e.
+// before the result is the bracket, a fifth of the result at most where the pieces are widest;
+// erfc(-y) subtracts the same unrounded sum from 2. The lower levels round R = c_0 + u P(u) and
+// take R + R e.
 // The rare lanes are the arguments from the thresholds on, where the results leave the normal
 // range, and NaN; the clamp keeps every other lane's 2^k R e^r normal, so that the power of two
 // is exact.
@@ -266,9 +266,10 @@ struct ErfcFloatPieceBody : UnaryRealBody<float> {
     const V r = hn::Add(r1, r2);
     const V e2 = Fma(d, hn::Mul(r, r), Horner(d, r, kExpPoly), r2);
     const V e = hn::Add(r1, e2);
-    const V c0 = Lookup(d, rows[1], piece);
+    // erfc(-y)'s 2, halved for CdfNorm.
     const V two = hn::Set(d, kCdf ? 1.0f : 2.0f);
     if constexpr (kCareful) {
+      const V c0 = Lookup(d, rows[1], piece);
       V p = Lookup(d, rows[kDegree + 1], piece);
       for (int k = kDegree; k >= 2; --k) p = Fma(d, p, u, Lookup(d, rows[k], piece));
       const V c1 = Lookup(d, rows[2], piece);
@@ -294,11 +295,9 @@ struct ErfcFloatPieceBody : UnaryRealBody<float> {
       out[0] = hn::IfThenElse(negative, hn::Add(diff, hn::Sub(diff_lo, f_tail)),
                               erf_detail::AddToExponent(d, hn::Add(head, tail), z));
     } else {
-      V p = Lookup(d, rows[kDegree + 1], piece);
-      for (int k = kDegree; k >= 1; --k) p = Fma(d, p, u, Lookup(d, rows[k], piece));
-      const V big_r = p;
-      const V s = Fma(d, big_r, e, big_r);
-      const V f = erf_detail::AddToExponent(d, s, z);
+      V big_r = Lookup(d, rows[kDegree + 1], piece);
+      for (int k = kDegree; k >= 1; --k) big_r = Fma(d, big_r, u, Lookup(d, rows[k], piece));
+      const V f = erf_detail::AddToExponent(d, Fma(d, big_r, e, big_r), z);
       out[0] = hn::IfThenElse(negative, hn::Sub(two, f), f);
     }
     if constexpr (kCdf) {
