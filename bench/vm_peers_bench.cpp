@@ -359,6 +359,8 @@ constexpr UnaryFunction<double> kDErf{"dErf", {-6.0, 6.0}};
 constexpr UnaryFunction<double> kDErfc{"dErfc", {-6.0, 26.5}};
 constexpr UnaryFunction<float> kSErf{"sErf", {-6.0f, 6.0f}};
 constexpr UnaryFunction<float> kSErfc{"sErfc", {-6.0f, 9.0f}};
+// CdfNorm(x) = erfc(-x/sqrt 2)/2 on the image of erfc's range; no vector peer has it.
+constexpr UnaryFunction<float> kSCdfNorm{"sCdfNorm", {-12.7f, 8.5f}};
 
 OXL_BENCH(kDErf, "oxl_HA", oxl_vek_kernel_dErf_B3HAynn);
 OXL_BENCH(kDErf, "oxl_LA", oxl_vek_kernel_dErf_B3LAynn);
@@ -379,10 +381,15 @@ OXL_BENCH(kSErf, "libmvec_avx512", peers::LibmvecErfAvx512, kAvx512);
 OXL_BENCH(kSErf, "sleef_u10_avx2", peers::SleefErfU10Avx2, kAvx2);
 OXL_BENCH(kSErf, "sleef_u10_avx512", peers::SleefErfU10Avx512, kAvx512);
 OXL_BENCH(kSErfc, "oxl_HA", oxl_vek_kernel_sErfc_B3HAynn);
+OXL_BENCH(kSErfc, "oxl_LA", oxl_vek_kernel_sErfc_B3LAynn);
+OXL_BENCH(kSErfc, "oxl_EP", oxl_vek_kernel_sErfc_B3EPnnn);
 OXL_BENCH(kSErfc, "libmvec_avx2", peers::LibmvecErfcAvx2, kAvx2);
 OXL_BENCH(kSErfc, "libmvec_avx512", peers::LibmvecErfcAvx512, kAvx512);
 OXL_BENCH(kSErfc, "sleef_u15_avx2", peers::SleefErfcU15Avx2, kAvx2);
 OXL_BENCH(kSErfc, "sleef_u15_avx512", peers::SleefErfcU15Avx512, kAvx512);
+OXL_BENCH(kSCdfNorm, "oxl_HA", oxl_vek_kernel_sCdfNorm_B3HAynn);
+OXL_BENCH(kSCdfNorm, "oxl_LA", oxl_vek_kernel_sCdfNorm_B3LAynn);
+OXL_BENCH(kSCdfNorm, "oxl_EP", oxl_vek_kernel_sCdfNorm_B3EPnnn);
 
 // The inverse error functions over their open domains, where no contestant reports; neither
 // libmvec nor SLEEF has them. Boost.Math's loops are the peers here, and scipy's ndtri, erfinv

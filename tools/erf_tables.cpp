@@ -11,7 +11,10 @@
 // Values come from MPFR at 256 bits. Usage: erf_tables <output file>.
 #include <mpfr.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <functional>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -201,6 +204,155 @@ FloatPiece FitFloatPiece(int i, double end, int degree) {
   return p;
 }
 
+// Coefficients c_first .. c_last of f(y) = fixed(y) + sum c_j u(y)^j, fitted in the error
+// relative to f over the grid one at a time: each is rounded to float and the ones after it are
+// fitted again, absorbing its rounding. `at` gives u, f and fixed at y.
+using RelativeRow = std::function<void(mpfr_srcptr y, mpfr_ptr u, mpfr_ptr f, mpfr_ptr fixed)>;
+
+std::vector<float> FitFloatRelative(const std::vector<Mp>& grid, int first, int last,
+                                    const RelativeRow& at) {
+  std::vector<float> c;
+  for (int k = first; k <= last; ++k) {
+    const std::vector<double> free = LawsonFit(
+        grid, last - k + 1, 30, [&](mpfr_srcptr y, std::vector<Mp>& basis, mpfr_ptr target) {
+          Mp u, f, power, term;
+          at(y, u.v, f.v, target);
+          mpfr_sub(target, f.v, target, MPFR_RNDN);
+          mpfr_pow_si(power.v, u.v, first, MPFR_RNDN);
+          for (const float cj : c) {
+            mpfr_mul_d(term.v, power.v, cj, MPFR_RNDN);
+            mpfr_sub(target, target, term.v, MPFR_RNDN);
+            mpfr_mul(power.v, power.v, u.v, MPFR_RNDN);
+          }
+          for (Mp& b : basis) {
+            mpfr_div(b.v, power.v, f.v, MPFR_RNDN);
+            mpfr_mul(power.v, power.v, u.v, MPFR_RNDN);
+          }
+          mpfr_div(target, target, f.v, MPFR_RNDN);
+        });
+    c.push_back(static_cast<float>(free[0]));
+  }
+  return c;
+}
+
+// n points spread over [a, b], ends included.
+std::vector<Mp> Grid(double a, double b, int n) {
+  std::vector<Mp> grid(n);
+  for (int k = 0; k < n; ++k) mpfr_set_d(grid[k].v, a + (b - a) * k / (n - 1), MPFR_RNDN);
+  return grid;
+}
+
+// The float Erfc and CdfNorm kernels: erfc(y) = 2^k e^r R(y) for y = |x| up to the underflow
+// threshold, with -y^2 = k ln 2 + r, |r| <= ln 2 / 2, and R(y) = erfc(y) e^(y^2), which falls
+// like 1/(y sqrt(pi)) and is smooth, by fifteen polynomial pieces. The pieces are the
+// quarter-binades of y + 3/4 (bits 21 and up of its float), so that they are narrow near 0 where R
+// curves and widen as R flattens; on each, R = c_0 + t (c_1 + ... + c_n t^(n-1)) with t = y - m
+// exact (m = 0 on the first piece, else near the middle, within a factor of 2 of every y of the
+// piece). Each fit reaches a little past its piece's ends: y + 3/4 may round across a cut.
+constexpr int kErfcSlots = 16;
+constexpr int kErfcPieces = 15;
+constexpr double kErfcCuts[kErfcPieces] = {0,    0.125, 0.25, 0.5,  0.75, 1,    1.25, 1.75,
+                                           2.25, 2.75,  3.25, 4.25, 5.25, 6.25, 7.25};
+constexpr int kErfcFirstSlot = 10;  // (bits(3/4) >> 21) mod 16: the table is rotated by it
+
+double MaxRelativeError(const std::vector<Mp>& grid, int first, const std::vector<float>& c,
+                        const RelativeRow& at) {
+  double worst = 0;
+  for (const Mp& y : grid) {
+    Mp u, f, v, power, term;
+    at(y.v, u.v, f.v, v.v);
+    mpfr_pow_si(power.v, u.v, first, MPFR_RNDN);
+    for (const float cj : c) {
+      mpfr_mul_d(term.v, power.v, cj, MPFR_RNDN);
+      mpfr_add(v.v, v.v, term.v, MPFR_RNDN);
+      mpfr_mul(power.v, power.v, u.v, MPFR_RNDN);
+    }
+    mpfr_div(v.v, v.v, f.v, MPFR_RNDN);
+    mpfr_sub_ui(v.v, v.v, 1, MPFR_RNDN);
+    worst = std::max(worst, std::fabs(mpfr_get_d(v.v, MPFR_RNDN)));
+  }
+  return worst;
+}
+
+// R(m) = erfc(m) e^(m^2).
+void ScaledErfc(mpfr_ptr f, mpfr_srcptr y) {
+  Mp e;
+  mpfr_sqr(e.v, y, MPFR_RNDN);
+  mpfr_exp(e.v, e.v, MPFR_RNDN);
+  mpfr_erfc(f, y, MPFR_RNDN);
+  mpfr_mul(f, f, e.v, MPFR_RNDN);
+}
+
+// The float within 2^9 floats of `mid` whose R lies nearest a float, in units of that float's
+// last place (Gal's accurate tables): there t = 0 and R is c_0 alone, whose rounding no other
+// coefficient can absorb.
+float NearFloatR(float mid) {
+  auto distance = [](float m) {
+    Mp y, f, rest;
+    mpfr_set_flt(y.v, m, MPFR_RNDN);
+    ScaledErfc(f.v, y.v);
+    const float r = mpfr_get_flt(f.v, MPFR_RNDN);
+    mpfr_sub_d(rest.v, f.v, r, MPFR_RNDN);
+    return std::fabs(mpfr_get_d(rest.v, MPFR_RNDN)) / (std::nextafter(r, 2.0f) - r);
+  };
+  float best = mid, up = mid, down = mid;
+  double best_distance = distance(mid);
+  for (int k = 0; k < 512; ++k) {
+    up = std::nextafter(up, 16.0f);
+    down = std::nextafter(down, 0.0f);
+    for (const float m : {up, down}) {
+      const double dm = distance(m);
+      if (dm < best_distance) best = m, best_distance = dm;
+    }
+  }
+  return best;
+}
+
+// Rows of kErfcSlots floats, rotated to the kernel's slots: m, then c_0 .. c_n; the slot no
+// piece reaches holds zeros. The pieces' m are shared by the levels.
+std::vector<float> ErfcPieces(int degree, double end, const std::vector<float>& middles) {
+  std::vector<float> rows((degree + 2) * kErfcSlots);
+  double worst = 0;
+  for (int i = 0; i < kErfcPieces; ++i) {
+    const double a = kErfcCuts[i];
+    const double b = i + 1 < kErfcPieces ? kErfcCuts[i + 1] : end;
+    const float m = middles[i];
+    const double margin = 0x1p-19 * b;
+    const std::vector<Mp> grid = Grid(a == 0 ? 0 : a - margin, b + margin, 400);
+    // On the first piece c_0 = R(0) = 1, so that erfc(0) is exactly 1 at every level.
+    const int first = i == 0 ? 1 : 0;
+    const RelativeRow at = [m, first](mpfr_srcptr y, mpfr_ptr u, mpfr_ptr f, mpfr_ptr fixed) {
+      mpfr_sub_d(u, y, m, MPFR_RNDN);
+      ScaledErfc(f, y);
+      mpfr_set_ui(fixed, first, MPFR_RNDN);
+    };
+    std::vector<float> c = FitFloatRelative(grid, first, degree, at);
+    worst = std::max(worst, MaxRelativeError(grid, first, c, at));
+    if (first == 1) c.insert(c.begin(), 1.0f);
+    const int slot = (i + kErfcFirstSlot) % kErfcSlots;
+    rows[slot] = m;
+    for (int k = 0; k <= degree; ++k) rows[(k + 1) * kErfcSlots + slot] = c[k];
+  }
+  if (std::getenv("ERF_TABLES_VERBOSE")) std::fprintf(stderr, "R degree %d: %g\n", degree, worst);
+  return rows;
+}
+
+// e^r = 1 + r + e_2 r^2 + ... + e_n r^n on |r| <= ln 2 / 2 and a little beyond (the reduction's
+// rounding and the low part of y^2), in the error relative to e^r.
+std::vector<float> ExpPolynomial(int degree) {
+  const std::vector<Mp> grid = Grid(-0.3467 - 0x1p-12, 0.3467 + 0x1p-12, 800);
+  const RelativeRow at = [](mpfr_srcptr r, mpfr_ptr u, mpfr_ptr f, mpfr_ptr fixed) {
+    mpfr_set(u, r, MPFR_RNDN);
+    mpfr_exp(f, r, MPFR_RNDN);
+    mpfr_add_ui(fixed, r, 1, MPFR_RNDN);
+  };
+  const std::vector<float> c = FitFloatRelative(grid, 2, degree, at);
+  if (std::getenv("ERF_TABLES_VERBOSE")) {
+    std::fprintf(stderr, "exp degree %d: %g\n", degree, MaxRelativeError(grid, 2, c, at));
+  }
+  return c;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -283,6 +435,26 @@ int main(int argc, char** argv) {
     }
     std::fprintf(out, "inline constexpr int kErfFloat%sDegree = %d;\n", level.name, n);
     PrintArray(out, std::string("kErfFloat") + level.name, pieces);
+  }
+
+  // Per level: the degrees of R and of e^r, and R's rows.
+  struct ErfcLevel {
+    const char* name;
+    int degree, exp_degree;
+  };
+  const float erfc_end = UnderflowThreshold<float>(false);
+  std::vector<float> middles(kErfcPieces, 0.0f);
+  for (int i = 1; i < kErfcPieces; ++i) {
+    const double b = i + 1 < kErfcPieces ? kErfcCuts[i + 1] : erfc_end;
+    middles[i] = NearFloatR(static_cast<float>((kErfcCuts[i] + b) / 2));
+  }
+  std::fprintf(out, "inline constexpr int kErfcFloatSlots = %d;\n", kErfcSlots);
+  for (const ErfcLevel level :
+       {ErfcLevel{"Ha", 6, 6}, ErfcLevel{"La", 6, 5}, ErfcLevel{"Ep", 3, 3}}) {
+    std::fprintf(out, "inline constexpr int kErfcFloat%sDegree = %d;\n", level.name, level.degree);
+    PrintArray(out, std::string("kErfcFloat") + level.name,
+               ErfcPieces(level.degree, erfc_end, middles));
+    PrintArray(out, std::string("kErfcFloatExp") + level.name, ExpPolynomial(level.exp_degree));
   }
 
   std::vector<double> rows;

@@ -267,9 +267,21 @@ const std::map<std::string, HardCase>& HardCases() {
                                                  2.0, 2.5, 3.0, 3.5, 0x1.bffffep+1, 0x1.f5a88ap+1});
     // CdfNorm: erfc at -x/sqrt 2 carried in two parts, so the same switches scaled by sqrt 2,
     // and the underflow thresholds at -37.54 (double) and -12.95 (float).
-    const HardCase cdfnorm = {{-0x1.2c27b05bf1a0bp+5, -37.5, -0x1.9e6604p+3, -0x1.a8b12fc6e4892p+4,
-                               -8.474, 8.474, 0x1.6a09e667f3bcdp-8, -1.0},
-                              {{-10.0, 10.0}, {-37.6, -30.0}, {-13.0, -12.0}, {-0x1p-6, 0x1p-6}}};
+    HardCase cdfnorm = {{-0x1.2c27b05bf1a0bp+5, -37.5, -0x1.9e6604p+3, -0x1.a8b12fc6e4892p+4,
+                         -8.474, 8.474, 0x1.6a09e667f3bcdp-8, -1.0},
+                        {{-10.0, 10.0}, {-37.6, -30.0}, {-13.0, -12.0}, {-0x1p-6, 0x1p-6}}};
+    // The float Erfc and CdfNorm kernels change piece where y + 3/4 crosses a quarter-binade
+    // (y = |x| from 1/8 to 7.25, x/sqrt 2 for CdfNorm), and erfc(-y) stops at y = 4; their worst
+    // arguments over all floats (HA, LA, EP).
+    for (const double y :
+         {0.125, 0.25, 0.5, 0.75, 1.0, 1.25, 1.75, 2.25, 2.75, 3.25, 4.0, 4.25, 5.25, 6.25, 7.25}) {
+      erf.thresholds.insert(erf.thresholds.end(), {y, -y});
+      cdfnorm.thresholds.insert(cdfnorm.thresholds.end(),
+                                {y * std::sqrt(2.0), -y * std::sqrt(2.0)});
+    }
+    erf.thresholds.insert(erf.thresholds.end(), {0x1.0cca2p+2, 0x1.a2ce8cp+1, 0x1.bb95dp+1});
+    cdfnorm.thresholds.insert(cdfnorm.thresholds.end(),
+                              {-0x1.296286p+2, -0x1.282ca4p+2, -0x1.39a9a8p+2});
     // Atan and Atan2: the ends of the table (2^-5, 2^5), a row's edges and middle near 1, the
     // quotient's underflow and overflow; Asin and Acos: the split at 1/2 and the ends, where
     // acos(x) near 1 and asin(x) near 1 come from sqrt((1 - |x|)/2); just above the split, where

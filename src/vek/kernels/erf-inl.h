@@ -1,9 +1,9 @@
-// Bodies of the Erf and Erfc kernels. Re-included once per SIMD target.
+// Bodies of the Erf, Erfc and CdfNorm kernels. Re-included once per SIMD target.
 //
-// y = |x| is rounded to the grid g = j/128 by the shifter 2^45 (whose last place is 2^-7, so the
-// sum's low bits are j), and f(g + d), |d| <= 1/256, is the table's row for g plus its Taylor
-// series. Every derivative of erf is the first one, D = 2/sqrt(pi) exp(-g^2), times a polynomial
-// in g: erf^(n+1)(g) = D (-1)^n H_n(g) with Hermite's H_n. So the series is
+// The double kernels: y = |x| is rounded to the grid g = j/128 by the shifter 2^45 (whose last
+// place is 2^-7, so the sum's low bits are j), and f(g + d), |d| <= 1/256, is the table's row for g
+// plus its Taylor series. Every derivative of erf is the first one, D = 2/sqrt(pi) exp(-g^2), times
+// a polynomial in g: erf^(n+1)(g) = D (-1)^n H_n(g) with Hermite's H_n. So the series is
 //   f(g + d) = f(g) + D d (b_0 + b_1 d + b_2 d^2 + ...),  b_n = (-1)^n H_n(g) / (n+1)!,
 // and Hermite's recurrence gives b_0 = 1, b_1 = -g, b_(n+1) = -2/(n+2) g b_n
 // - 2n/((n+1)(n+2)) b_(n-1): the coefficients cost a few operations each, and no table holds them.
@@ -29,7 +29,7 @@
 #include "simd/poly-inl.h"
 #include "simd/table-inl.h"
 #include "vek/frame/kernel-inl.h"
-#include "vek/kernels/widen-inl.h"
+#include "vek/kernels/exp-inl.h"
 #include "vek/kernels/erf_rare.h"
 #include "vek/kernels/erf_tables.h"
 
@@ -64,6 +64,14 @@ HWY_INLINE V MinKeepingNaN(D /*d*/, V y, V c) {
 #else
   return hn::Min(c, y);
 #endif
+}
+
+// v 2^n for the float kernels, n in z's low bits (z = n + 1.5 * 2^23): exact where the result is
+// normal.
+template <class D, class V = hn::VFromD<D>>
+HWY_INLINE V AddToExponent(D d, V v, V z) {
+  const hn::RebindToSigned<D> di;
+  return hn::BitCast(d, hn::Add(hn::BitCast(di, v), hn::ShiftLeft<23>(hn::BitCast(di, z))));
 }
 
 }  // namespace erf_detail
@@ -145,32 +153,6 @@ struct ErfBody : UnaryRealBody<double> {
   }
 };
 
-// The float Erfc and CdfNorm kernels run a double body on each half of the vector, widened, and
-// round its result once to float; the rare lanes are the arguments from the float thresholds on,
-// the infinities whose result is 0, and NaN.
-template <ErfFunction kFunc, int kTerms>
-struct ErfFloatBody : UnaryRealBody<float> {
-  static_assert(kFunc != ErfFunction::kErf, "float Erf has a body of its own");
-  const char* name = kFunc == ErfFunction::kErfc ? vek::names::sErfc : vek::names::sCdfNorm;
-  ErfBody<kFunc, kTerms> wide;
-
-  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
-  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
-    namespace et = vek::erf_tables;
-    RunWidened<1>(wide, d, in, out);
-    if constexpr (kFunc == ErfFunction::kErfc) {
-      rare[0] = hn::Not(hn::Lt(in[0], hn::Set(d, et::kErfcUnderflowFloat)));
-    } else {
-      rare[0] = hn::Not(hn::Gt(in[0], hn::Set(d, -et::kCdfNormUnderflowFloat)));
-    }
-  }
-
-  static int32_t Rare(const float* a, float* r) {
-    return kFunc == ErfFunction::kErfc ? vek::vserfc_cout_rare(a, r)
-                                       : vek::vscdfnorm_cout_rare(a, r);
-  }
-};
-
 // Float Erf in float arithmetic, by eight pieces of y = |x| of width 1/2 (see
 // tools/erf_tables.cpp): erf(y) = a + t P(t), t = y - m exact, with a = t on the first piece
 // (erf(y) = y + y P(y)) and, on the others, a = erf(m) for an m whose erf lies a small fraction of
@@ -211,6 +193,123 @@ struct ErfFloatPieceBody : UnaryRealBody<float> {
   }
 
   static int32_t Rare(const float*, float*) { return 0; }
+};
+
+// Float Erfc and CdfNorm in float arithmetic. For y = |t| (t = x, or -x/sqrt 2 for CdfNorm),
+// erfc(y) = 2^k e^r R(y) with -y^2 = k ln 2 + r and R(y) = erfc(y) e^(y^2) by fifteen pieces
+// (see tools/erf_tables.cpp), each coefficient one register permute of the piece's index; y^2 is
+// the exact pair hi + lo, so the exponent's argument loses nothing to its rounding, and r is kept
+// as r_1 + r_2 with r_1 exact. erfc(-y) is 2 - erfc(y) (erfc(y) <= 1 there, and from y = 4 on the
+// difference rounds to 2). CdfNorm takes erfc(t)/2 in the power of two, and its t is the pair
+// t + t_lo: erfc magnifies a relative error of t by 2 t^2, up to 170 here, so t_lo goes into the
+// polynomial's argument and into y^2.
+// At HA, R e^r = (c_0 + c_0 r_1 + c_1 u) + [c_0 e_2 + c_1 u e + q_2 (1 + e)] with
+// e = e^r - 1 = r_1 + e_2 and q_2 = u^2 P(u): the head is summed exactly, so that what rounds
+// before the result is the bracket, a fifth of the result at most where the pieces are widest;
+// erfc(-y) subtracts the same unrounded sum from 2. The lower levels round R = c_0 + u P(u) and
+// take R + R e.
+// The rare lanes are the arguments from the thresholds on, where the results leave the normal
+// range, and NaN; the clamp keeps every other lane's 2^k R e^r normal, so that the power of two
+// is exact.
+template <ErfFunction kFunc, const float* kRows, int kDegree, const auto& kExpPoly, bool kCareful>
+struct ErfcFloatPieceBody : UnaryRealBody<float> {
+  static_assert(kFunc != ErfFunction::kErf);
+  static constexpr bool kCdf = kFunc == ErfFunction::kCdfNorm;
+  using Tag = hn::ScalableTag<float>;
+  static constexpr int kSlots = vek::erf_tables::kErfcFloatSlots;
+  const char* name = kCdf ? vek::names::sCdfNorm : vek::names::sErfc;
+  // Row 0 the pieces' m, then c_0 .. c_kDegree.
+  std::array<RegisterTable<Tag, kSlots>, kDegree + 2> rows = [] {
+    std::array<RegisterTable<Tag, kSlots>, kDegree + 2> out;
+    for (size_t i = 0; i < out.size(); ++i) out[i] = LoadTable<kSlots>(Tag(), kRows + i * kSlots);
+    return out;
+  }();
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    namespace et = vek::erf_tables;
+    using C = exp_detail::Consts<float>;
+    const hn::RebindToSigned<D> di;
+    const V x = in[0];
+    V t = x, t_lo = hn::Zero(d);
+    if constexpr (kCdf) {
+      constexpr float kHi = static_cast<float>(et::kSqrtHalf[0]);
+      constexpr float kLo = static_cast<float>(et::kSqrtHalf[0] - kHi + et::kSqrtHalf[1]);
+      t = hn::Mul(x, hn::Set(d, -kHi));
+      t_lo = Fma(d, x, hn::Set(d, -kLo), Fma(d, x, hn::Set(d, -kHi), hn::Neg(t)));
+    }
+    const M negative = hn::Lt(t, hn::Zero(d));
+    // The positive clamp is the last argument before the rare ones (CdfNorm's threshold times
+    // 1/sqrt 2 rounds to the float that its t reaches there).
+    constexpr float kEnd = kCdf ? static_cast<float>(et::kCdfNormUnderflowFloat * et::kSqrtHalf[0])
+                                : et::kErfcUnderflowFloat;
+    const V clamp = hn::IfThenElse(negative, hn::Set(d, 4.0f), hn::Set(d, kEnd));
+    const V a = hn::Abs(t);
+    const V y = hn::Min(a, clamp);
+    const auto piece = hn::ShiftRight<21>(hn::BitCast(di, hn::Add(y, hn::Set(d, 0.75f))));
+    V u = hn::Sub(y, Lookup(d, rows[0], piece));
+    const V hi = hn::Mul(y, y);
+    V lo = Fms(d, y, y, hi);
+    if constexpr (kCdf) {
+      // |t|'s low part, none where y is clamped (t_lo is NaN at the infinities).
+      const V y_lo =
+          hn::IfThenElseZero(hn::Lt(a, clamp), hn::Xor(t_lo, hn::And(t, hn::Set(d, -0.0f))));
+      u = hn::Add(u, y_lo);
+      lo = Fma(d, hn::Add(y, y), y_lo, lo);
+    }
+    // -y^2 = n ln 2 + r_1 + r_2; z's low bits hold n (less one for CdfNorm's halving).
+    const V shifter = hn::Set(d, kCdf ? 12582911.0f : 12582912.0f);
+    const V z = Fma(d, hi, hn::Set(d, -C::kLog2E), shifter);
+    const V n = hn::Sub(z, shifter);
+    const V r1 = Fnma(d, n, hn::Set(d, C::kLn2Hi), hn::Neg(hi));
+    const V r2 = Fnma(d, n, hn::Set(d, C::kLn2Lo), hn::Neg(lo));
+    const V r = hn::Add(r1, r2);
+    const V e2 = Fma(d, hn::Mul(r, r), Horner(d, r, kExpPoly), r2);
+    const V e = hn::Add(r1, e2);
+    // erfc(-y)'s 2, halved for CdfNorm.
+    const V two = hn::Set(d, kCdf ? 1.0f : 2.0f);
+    if constexpr (kCareful) {
+      const V c0 = Lookup(d, rows[1], piece);
+      V p = Lookup(d, rows[kDegree + 1], piece);
+      for (int k = kDegree; k >= 2; --k) p = Fma(d, p, u, Lookup(d, rows[k], piece));
+      const V c1 = Lookup(d, rows[2], piece);
+      const V lin = hn::Mul(c1, u);
+      // q = lin + q_lo, with u^2 P2(u) = u (p - c_1) rounded: small against c_0.
+      const V q_lo = Fma(d, u, hn::Sub(p, c1), Fms(d, c1, u, lin));
+      // head = c_0 + c_0 r_1 + c_1 u exactly, with what each sum and product loses in low.
+      const V prod = hn::Mul(c0, r1);
+      const V head1 = hn::Add(c0, prod);
+      const V head = hn::Add(head1, lin);
+      const V low = hn::Add(hn::Add(Fms(d, c0, r1, prod), hn::Add(hn::Sub(c0, head1), prod)),
+                            hn::Add(hn::Sub(head1, head), lin));
+      const V tail = Fma(d, c0, e2, Fma(d, lin, e, hn::Add(Fma(d, q_lo, e, q_lo), low)));
+      // erfc(-y) = 2 - erfc(y) for y < 4, where 2^k >= 2^-24 scales the parts exactly; the
+      // positive side's result is rounded before its scaling, since the tail may scale to a
+      // subnormal.
+      const V scale =
+          hn::BitCast(d, hn::ShiftLeft<23>(hn::Add(hn::BitCast(di, z), hn::Set(di, 127))));
+      const V f_head = hn::Mul(head, scale);
+      const V f_tail = hn::Mul(tail, scale);
+      const V diff = hn::Sub(two, f_head);
+      const V diff_lo = hn::Sub(hn::Sub(two, diff), f_head);
+      out[0] = hn::IfThenElse(negative, hn::Add(diff, hn::Sub(diff_lo, f_tail)),
+                              erf_detail::AddToExponent(d, hn::Add(head, tail), z));
+    } else {
+      V big_r = Lookup(d, rows[kDegree + 1], piece);
+      for (int k = kDegree; k >= 1; --k) big_r = Fma(d, big_r, u, Lookup(d, rows[k], piece));
+      const V f = erf_detail::AddToExponent(d, Fma(d, big_r, e, big_r), z);
+      out[0] = hn::IfThenElse(negative, hn::Sub(two, f), f);
+    }
+    if constexpr (kCdf) {
+      rare[0] = hn::Not(hn::Gt(x, hn::Set(d, -et::kCdfNormUnderflowFloat)));
+    } else {
+      rare[0] = hn::Not(hn::Lt(x, hn::Set(d, et::kErfcUnderflowFloat)));
+    }
+  }
+
+  static int32_t Rare(const float* a, float* r) {
+    return kCdf ? vek::vscdfnorm_cout_rare(a, r) : vek::vserfc_cout_rare(a, r);
+  }
 };
 
 }  // namespace oxl::HWY_NAMESPACE
