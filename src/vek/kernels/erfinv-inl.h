@@ -76,10 +76,21 @@ HWY_INLINE std::pair<V, V> Working(D d, V x) {
   }
 }
 
-// Not(q >= min) also holds for NaN.
+// Not(q >= min) also holds for NaN. AVX2 has that compare as one instruction, where the negation
+// of its mask would cost a second.
 template <class D, class V = hn::VFromD<D>>
 HWY_INLINE hn::Mask<D> RareOf(D d, V q) {
-  return hn::Not(hn::Ge(q, hn::Set(d, static_cast<hn::TFromD<D>>(kTailMin))));
+  const V min = hn::Set(d, static_cast<hn::TFromD<D>>(kTailMin));
+#if HWY_TARGET == HWY_AVX2
+  if constexpr (hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 32) {
+    if constexpr (sizeof(hn::TFromD<D>) == 8) {
+      return hn::Mask<D>{_mm256_cmp_pd(q.raw, min.raw, _CMP_NGE_UQ)};
+    } else {
+      return hn::Mask<D>{_mm256_cmp_ps(q.raw, min.raw, _CMP_NGE_UQ)};
+    }
+  }
+#endif
+  return hn::Not(hn::Ge(q, min));
 }
 
 template <class T, InverseErfFunction kFunc>
