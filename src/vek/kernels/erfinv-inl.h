@@ -76,10 +76,21 @@ HWY_INLINE std::pair<V, V> Working(D d, V x) {
   }
 }
 
-// Not(q >= min) also holds for NaN.
+// Not(q >= min) also holds for NaN. AVX2 has that compare as one instruction, where the negation
+// of its mask would cost a second.
 template <class D, class V = hn::VFromD<D>>
 HWY_INLINE hn::Mask<D> RareOf(D d, V q) {
-  return hn::Not(hn::Ge(q, hn::Set(d, static_cast<hn::TFromD<D>>(kTailMin))));
+  const V min = hn::Set(d, static_cast<hn::TFromD<D>>(kTailMin));
+#if HWY_TARGET == HWY_AVX2
+  if constexpr (hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 32) {
+    if constexpr (sizeof(hn::TFromD<D>) == 8) {
+      return hn::Mask<D>{_mm256_cmp_pd(q.raw, min.raw, _CMP_NGE_UQ)};
+    } else {
+      return hn::Mask<D>{_mm256_cmp_ps(q.raw, min.raw, _CMP_NGE_UQ)};
+    }
+  }
+#endif
+  return hn::Not(hn::Ge(q, min));
 }
 
 template <class T, InverseErfFunction kFunc>
@@ -159,10 +170,8 @@ template <class D, class V = hn::VFromD<D>>
 HWY_INLINE V TailEp(D d, const double* centers, const double* rows, V q) {
   namespace et = vek::erfinv_tables;
   const hn::RebindToSigned<D> di;
-  V qc = hn::Min(hn::Max(q, hn::Set(d, kTailMin)), hn::Set(d, 0.5));
-  V ln;
-  hn::Mask<D> unused;
-  LogQuotientBody<double, LogFunction::kLn, LogLevel::kEP>{}(d, &qc, &ln, &unused);
+  const V qc = hn::Min(hn::Max(q, hn::Set(d, kTailMin)), hn::Set(d, 0.5));
+  const V ln = LogQuotientBody<double, LogFunction::kLn, LogLevel::kEP>::OfPositiveNormal(d, qc);
   const V t = hn::Sqrt(hn::Neg(ln));
   // The piece: how many inner bounds t reaches (a true mask is -1 as an integer).
   auto minus_piece = hn::Zero(di);
@@ -267,28 +276,27 @@ struct ErfInvEpBody : UnaryRealBody<double> {
     namespace et = vek::erfinv_tables;
     const auto [a, q] = erfinv_detail::Working<kFunc>(d, in[0]);
     // 1 - a^2 from q, which is exact wherever a is not small (and where a is small, w's absolute
-    // error of an ulp of 1 moves P by far less than its last place).
-    V v = hn::Mul(q, hn::Sub(hn::Set(d, 2.0), q));
-    V ln;
-    M unused;
-    LogQuotientBody<double, LogFunction::kLn, LogLevel::kEP>{}(d, &v, &ln, &unused);
-    const V w = hn::Neg(ln);
-    const V central =
-        hn::Mul(hn::Abs(a),
-                erfinv_detail::CentralSum(d, hn::Sub(w, hn::Set(d, et::kEpMid)),
-                                          kCdf ? et::kCentralEpCdf : et::kCentralEp,
-                                          std::make_index_sequence<std::size(et::kCentralEp)>()));
+    // error of an ulp of 1 moves P by far less than its last place). It is positive normal
+    // wherever the lane is not rare (q >= 2^-62), so the logarithm needs no test of its own.
+    const V v = hn::Mul(q, hn::Sub(hn::Set(d, 2.0), q));
+    const V w =
+        hn::Neg(LogQuotientBody<double, LogFunction::kLn, LogLevel::kEP>::OfPositiveNormal(d, v));
+    // a P rather than |a| P with a's sign copied: P is positive, so the product has the sign
+    // already and the same bits.
+    const V central = hn::Mul(
+        a, erfinv_detail::CentralSum(d, hn::Sub(w, hn::Set(d, et::kEpMid)),
+                                     kCdf ? et::kCentralEpCdf : et::kCentralEp,
+                                     std::make_index_sequence<std::size(et::kCentralEp)>()));
     // Lanes beyond the central polynomial (|a| > 0.9966, one uniform lane in three hundred; rare
     // lanes too, whose results the rare routine replaces). Told by q, known long before w, so
     // that the branch does not wait for the logarithm and the template's steps still overlap.
     const M wide = hn::Lt(q, hn::Set(d, et::kEpWideQ));
-    V result = central;
+    out[0] = central;
     if (!hn::AllFalse(d, wide)) [[unlikely]] {
       const V tail = erfinv_detail::TailEp(d, kCdf ? et::kTailEpCenterCdf : et::kTailEpCenter,
                                            kCdf ? et::kTailEpCdf : et::kTailEp, q);
-      result = hn::IfThenElse(wide, tail, central);
+      out[0] = hn::IfThenElse(wide, hn::CopySign(tail, a), central);
     }
-    out[0] = hn::CopySign(result, a);
     rare[0] = erfinv_detail::RareOf(d, q);
   }
 
