@@ -713,10 +713,12 @@ TEST_F(Events, DenormalsAndNaNPayloadsThroughEverySimdKernel) {
 
 // SinCos's sines and cosines are, bit for bit, what the Sin and Cos kernels of its level give, on
 // the fast path, at the switch to the large-argument reduction (and for floats to the double
-// one), far beyond it, and on the rare lanes; on every target.
+// one), far beyond it, and on the rare lanes; on every target. The double Cos's EP slot repeats
+// LA's, so there SinCos's cosines are its own.
 template <class T, class SinCosKernel, class Kernel>
 void ExpectSinCosIsSinAndCos(const std::vector<T>& x, SinCosKernel* const* sincos,
                              Kernel* const* sin, Kernel* const* cos) {
+  constexpr int kCosineSlots = sizeof(T) == 8 ? 2 : 3;
   const int n = static_cast<int>(x.size());
   oxl::test::ForEachTarget([&](const std::string& target) {
     for (int slot = 0; slot < 3; ++slot) {
@@ -726,7 +728,7 @@ void ExpectSinCosIsSinAndCos(const std::vector<T>& x, SinCosKernel* const* sinco
       sin[slot](n, x.data(), s1.data());
       cos[slot](n, x.data(), c1.data());
       EXPECT_EQ(std::memcmp(s.data(), s1.data(), n * sizeof(T)), 0);
-      EXPECT_EQ(std::memcmp(c.data(), c1.data(), n * sizeof(T)), 0);
+      if (slot < kCosineSlots) EXPECT_EQ(std::memcmp(c.data(), c1.data(), n * sizeof(T)), 0);
     }
   });
 }

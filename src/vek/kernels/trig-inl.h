@@ -612,17 +612,14 @@ struct TrigBody : UnaryRealBody<double> {
     } else if constexpr (kLevel == Level::kHA && kFunc != TrigFunction::kSinCos) {
       out[0] = OneOfHA<kShift>(d, Reduce<kLevel>(d, y), kShift == 0 ? sign : no_sign);
     } else {
-      // HA SinCos and EP pick from both polynomials (the float kernels' Cos runs the EP body).
-      // The double Cos has no EP kernel of its own (its EP slot holds LA's), and SinCos gives the
-      // bits of Sin and Cos of its level: at EP the cosine is LA's.
+      // HA SinCos and EP pick from both polynomials of one reduction (the float kernels' Cos
+      // runs the EP body). The double Cos has no EP kernel of its own (its EP slot holds LA's):
+      // SinCos's EP sines are Sin's, its cosines its own, at half the cost of LA's second
+      // reduction and polynomial.
       const Reduced<D> red = Reduce<kLevel>(d, y);
       const SinCosOfR<D> v = Polynomials<kLevel>(d, red);
       out[0] = Pick<kShift>(d, red, v, kShift == 0 ? sign : no_sign);
-      if constexpr (kFunc == TrigFunction::kSinCos && kLevel == Level::kHA) {
-        out[1] = Pick<1>(d, red, v, no_sign);
-      } else if constexpr (kFunc == TrigFunction::kSinCos) {
-        out[1] = SinHalfTurn(d, ReduceHalfTurn<1>(d, y), no_sign);
-      }
+      if constexpr (kFunc == TrigFunction::kSinCos) out[1] = Pick<1>(d, red, v, no_sign);
     }
     rare[0] = hn::RebindMask(d, hn::Gt(hn::BitCast(di, y), hn::Set(di, 0x7FEFFFFFFFFFFFFFll)));
   }

@@ -101,7 +101,6 @@ struct Vm<double> {
   static void Exp(int n, double* x) { Framed(oxl_vek_kernel_dExp_ttab[kSlot], n, x, x); }
   static void Expm1(int n, double* x) { Framed(oxl_vek_kernel_dExpm1_ttab[kSlot], n, x, x); }
   static void Sin(int n, double* x) { Framed(oxl_vek_kernel_dSin_ttab[kSlot], n, x, x); }
-  static void Cos(int n, double* x) { Framed(oxl_vek_kernel_dCos_ttab[kSlot], n, x, x); }
   static void Tan(int n, double* x) { Framed(oxl_vek_kernel_dTan_ttab[kSlot], n, x, x); }
   static void ErfInv(int n, double* x) { Framed(oxl_vek_kernel_dErfInv_ttab[kSlot], n, x, x); }
   static void Powx(int n, double* x, double p) {
@@ -120,7 +119,6 @@ struct Vm<float> {
   static void Exp(int n, float* x) { Framed(oxl_vek_kernel_sExp_ttab[kSlot], n, x, x); }
   static void Expm1(int n, float* x) { Framed(oxl_vek_kernel_sExpm1_ttab[kSlot], n, x, x); }
   static void Sin(int n, float* x) { Framed(oxl_vek_kernel_sSin_ttab[kSlot], n, x, x); }
-  static void Cos(int n, float* x) { Framed(oxl_vek_kernel_sCos_ttab[kSlot], n, x, x); }
   static void Tan(int n, float* x) { Framed(oxl_vek_kernel_sTan_ttab[kSlot], n, x, x); }
   static void ErfInv(int n, float* x) { Framed(oxl_vek_kernel_sErfInv_ttab[kSlot], n, x, x); }
   static void Powx(int n, float* x, float p) {

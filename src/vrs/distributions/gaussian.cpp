@@ -140,6 +140,14 @@ T Single(T radius_uniform, T angle_uniform, T a, T sigma) {
   return std::fma(sigma, radius * angle, a);
 }
 
+// The cosine of a pair alone, as SinCos gives it: the double cosines at EP are SinCos's own.
+template <class T>
+void PairCosine(int, T* x) {
+  T sine, cosine;
+  Vm<T>::SinCos(1, x, &sine, &cosine);
+  *x = cosine;
+}
+
 // The chunk holds the pending pair {U1 radius uniform, U2 angle uniform}, or {-1, -1}.
 template <class T>
 int32_t BoxMuller2(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
@@ -154,7 +162,7 @@ int32_t BoxMuller2(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
   int32_t left = n;
   if (held[0] != T(-1)) {
     // The cosine partner of the last call's odd output, at this call's a and sigma.
-    oxl::platform::StoreElement(out++, 0, Single<T, Vm<T>::Cos>(held[0], held[1], a, sigma));
+    oxl::platform::StoreElement(out++, 0, Single<T, PairCosine<T>>(held[0], held[1], a, sigma));
     --left;
   }
 

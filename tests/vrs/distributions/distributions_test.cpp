@@ -435,9 +435,9 @@ TEST(Distributions, KnownAnswers) {
     uint64_t hash;
   } rows[] = {
       {"Exponential", 0x2ebc5bc930aa1285},         {"Gaussian/BoxMuller", 0x2c7593d418955fb9},
-      {"Gaussian/BoxMuller2", 0xeeca1a9cfee7d794}, {"Gaussian/ICDF", 0xce5e140c07557254},
-      {"Gamma(0.3)", 0x6486071a150e26d4},          {"Gamma(1.5)", 0xc1a4b97ab9e61026},
-      {"Gamma(2.5)", 0xf51f5a1c85d33037},          {"Gamma(50)", 0x661491b641413c69},
+      {"Gaussian/BoxMuller2", 0x08365174d9696e42}, {"Gaussian/ICDF", 0xce5e140c07557254},
+      {"Gamma(0.3)", 0xfae6ee03608d2017},          {"Gamma(1.5)", 0x45f740d0fe1fd046},
+      {"Gamma(2.5)", 0xc6fe2e006be183bc},          {"Gamma(50)", 0x13a08ee1e1e472bc},
   };
   for (const auto& row : rows) {
     const auto e = std::find_if(kLaws.begin(), kLaws.end(),
