@@ -176,20 +176,18 @@ HWY_INLINE V AtanOfRatio(D d, V a, V b, hn::Mask<D> pi_minus) {
 
 }  // namespace atrig_detail
 
+// No rare path and no status: infinities and denormals come out of the arithmetic.
 template <AtanLevel kLevel>
 struct AtanBody : UnaryRealBody<double> {
-  const char* name = vek::names::dAtan;
+  static constexpr bool kRare = false;
 
-  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
-  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+  template <class D, class V = hn::VFromD<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out) const {
     const V x = in[0];
     const V r =
         atrig_detail::AtanOfRatio<kLevel, false>(d, hn::Abs(x), hn::Set(d, 1.0), hn::FirstN(d, 0));
     out[0] = hn::Or(r, hn::And(x, hn::Set(d, -0.0)));
-    rare[0] = hn::FirstN(d, 0);
   }
-
-  static int32_t Rare(const double*, double*) { return 0; }
 };
 
 template <AtanLevel kLevel>
@@ -357,21 +355,18 @@ HWY_INLINE V AtanOfRatioFloat(D d, V a, V b, hn::Mask<D> pi_minus) {
 
 }  // namespace atrig_detail
 
-// No rare lanes: an infinity gives t = -0, a NaN is passed through with its payload.
+// No rare path: an infinity gives t = -0, a NaN is passed through with its payload.
 template <AsinLevel kLevel>
 struct SAtanBody : UnaryRealBody<float> {
-  const char* name = vek::names::sAtan;
+  static constexpr bool kRare = false;
 
-  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
-  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+  template <class D, class V = hn::VFromD<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out) const {
     const V x = in[0];
     const V r = atrig_detail::AtanOfRatioFloat<kLevel, false>(d, hn::Abs(x), hn::Set(d, 1.0f),
                                                               hn::FirstN(d, 0));
     out[0] = hn::IfThenElse(hn::IsNaN(x), hn::Add(x, x), hn::Or(r, hn::And(x, hn::Set(d, -0.0f))));
-    rare[0] = hn::FirstN(d, 0);
   }
-
-  static int32_t Rare(const float*, float*) { return 0; }
 };
 
 // Rare lanes: an argument outside [2^-100, 2^100] (zeros, infinities, NaNs, denormals, and where
