@@ -283,11 +283,13 @@ const std::map<std::string, HardCase>& HardCases() {
     cdfnorm.thresholds.insert(cdfnorm.thresholds.end(),
                               {-0x1.296286p+2, -0x1.282ca4p+2, -0x1.39a9a8p+2});
     // Atan and Atan2: the ends of the table (2^-5, 2^5), a row's edges and middle near 1, the
-    // quotient's underflow and overflow; Asin and Acos: the split at 1/2 and the ends, where
-    // acos(x) near 1 and asin(x) near 1 come from sqrt((1 - |x|)/2); just above the split, where
-    // pi/2 - 2 asin(u) cancels most, the worst arguments found over 2^24 doubles.
-    HardCase atan = {{0x1p-5, 0x1p5, 1.0, 1.0625, 1.125, 0.5, 0x1p-27, 0x1p27, 1e300},
-                     {{-1.0, 1.0}, {-40.0, 40.0}, {0.03, 0.033}, {30.0, 34.0}}};
+    // quotient's underflow and overflow, and the HA kernels' worst arguments found over 2^24
+    // random doubles and pairs (0.61 and 0.57 ulp); Asin and Acos: the split at 1/2 and the ends,
+    // where acos(x) near 1 and asin(x) near 1 come from sqrt((1 - |x|)/2); just above the split,
+    // where pi/2 - 2 asin(u) cancels most, the worst arguments found over 2^24 doubles.
+    HardCase atan = {
+        {0x1p-5, 0x1p5, 1.0, 1.0625, 1.125, 0.5, 0x1p-27, 0x1p27, 1e300, 0x1.0097e1b0990dp-3},
+        {{-1.0, 1.0}, {-40.0, 40.0}, {0.03, 0.033}, {30.0, 34.0}}};
     atan.regions = {{{{-1.0, 1.0}, {-1.0, 1.0}}},
                     {{{1e-300, 1e-200}, {1e10, 1e300}}},
                     {{{-1e-30, 1e-30}, {1e8, 1e30}}},
@@ -296,6 +298,7 @@ const std::map<std::string, HardCase>& HardCases() {
     for (const double x : {1.0, -1.0, 0x1p-1022, -0x1p-1022, 3.0, -3.0}) {
       atan.pairs.insert(atan.pairs.end(), {x, x, x, 2 * x, 1e-310, x, x, 1e-310});
     }
+    atan.pairs.insert(atan.pairs.end(), {-0x1.170b520df37f8p-20, 0x1.16efec156ea1fp-18});
     const HardCase asin = {{0.5, -0.5, 1.0, -1.0, 0x1p-27, 0x1p-1022, 0x1.10494f1f3332ap-1,
                             0x1.03e9cfa5a256p-1, -0x1.0dd86dd95fb1ap-1},
                            {{-1.0, 1.0},
@@ -380,6 +383,8 @@ const std::map<std::string, HardCase>& HardCases() {
     // inverses' series below 2^-12 and ln 2a from 2^12.
     HardCase& atan_float = cases["Atan"];
     atan_float.thresholds.insert(atan_float.thresholds.end(), {0x1.a8279ap-2, 0x1.3504f4p+1});
+    // The float HA kernel's worst argument over all floats (0.654 ulp).
+    atan_float.thresholds.push_back(0x1.abd096p-2);
     atan_float.near.insert(atan_float.near.end(), {{0.4, 0.43}, {2.4, 2.43}});
     for (const char* f : {"Asinh", "Acosh", "Atanh"}) {
       cases[f].thresholds.insert(cases[f].thresholds.end(), {0x1p-12, 0x1p12});
