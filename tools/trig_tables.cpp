@@ -94,6 +94,23 @@ void Windows(FILE* out) {
   mpz_clears(z, word, nullptr);
 }
 
+// h = pi 2^-halvings times `reach`, and the positive half of the Chebyshev points of [-h, h]: the
+// fits' grid (the forms are odd or even).
+std::vector<Mp> FitGrid(int halvings, double reach, mpfr_ptr h) {
+  Mp t;
+  mpfr_const_pi(h, MPFR_RNDN);
+  mpfr_div_2ui(h, h, halvings, MPFR_RNDN);
+  mpfr_mul_d(h, h, reach, MPFR_RNDN);
+  std::vector<Mp> grid(kGrid);
+  for (int k = 0; k < kGrid; ++k) {
+    mpfr_const_pi(t.v, MPFR_RNDN);
+    mpfr_mul_d(t.v, t.v, (k + 0.5) / (2 * kGrid), MPFR_RNDN);
+    mpfr_cos(t.v, t.v, MPFR_RNDN);
+    mpfr_mul(grid[k].v, t.v, h, MPFR_RNDN);
+  }
+  return grid;
+}
+
 // Evaluates the fitted form at r with the rounded coefficients: r + r^3 P(r^2) for the sine,
 // 1 - r^2/2 + r^4 P(r^2) for the cosine.
 void Form(bool sine, const std::vector<double>& c, mpfr_srcptr r, mpfr_ptr out) {
@@ -178,16 +195,7 @@ void KeepBelowOne(std::vector<double>& c, int index, double reach) {
 void Polynomial(FILE* out, const char* name, bool sine, int terms, int halvings,
                 bool single = false, double reach = 1.0001, int below_one = -1) {
   Mp h, t, exact, approx;
-  mpfr_const_pi(h.v, MPFR_RNDN);
-  mpfr_div_2ui(h.v, h.v, halvings, MPFR_RNDN);
-  mpfr_mul_d(h.v, h.v, reach, MPFR_RNDN);
-  std::vector<Mp> grid(kGrid);
-  for (int k = 0; k < kGrid; ++k) {  // Chebyshev points of [-h, h], the positive half
-    mpfr_const_pi(t.v, MPFR_RNDN);
-    mpfr_mul_d(t.v, t.v, (k + 0.5) / (2 * kGrid), MPFR_RNDN);
-    mpfr_cos(t.v, t.v, MPFR_RNDN);
-    mpfr_mul(grid[k].v, t.v, h.v, MPFR_RNDN);
-  }
+  const std::vector<Mp> grid = FitGrid(halvings, reach, h.v);
   std::vector<double> c =
       LawsonFit(grid, terms, 60, [&](mpfr_srcptr r, std::vector<Mp>& basis, mpfr_ptr target) {
         Mp f, w;
@@ -234,16 +242,7 @@ void Polynomial(FILE* out, const char* name, bool sine, int terms, int halvings,
 void RationalTan(FILE* out, const char* num_name, const char* den_name, int num_terms,
                  int den_terms, bool single) {
   Mp h, t, w, num, den;
-  mpfr_const_pi(h.v, MPFR_RNDN);
-  mpfr_div_2ui(h.v, h.v, 2, MPFR_RNDN);
-  mpfr_mul_d(h.v, h.v, 1.002, MPFR_RNDN);
-  std::vector<Mp> grid(kGrid);
-  for (int k = 0; k < kGrid; ++k) {  // Chebyshev points of [-h, h], the positive half
-    mpfr_const_pi(t.v, MPFR_RNDN);
-    mpfr_mul_d(t.v, t.v, (k + 0.5) / (2 * kGrid), MPFR_RNDN);
-    mpfr_cos(t.v, t.v, MPFR_RNDN);
-    mpfr_mul(grid[k].v, t.v, h.v, MPFR_RNDN);
-  }
+  const std::vector<Mp> grid = FitGrid(2, 1.002, h.v);
   const int terms = num_terms + den_terms;
   std::vector<double> c =
       LawsonFit(grid, terms, 60, [&](mpfr_srcptr r, std::vector<Mp>& basis, mpfr_ptr target) {
