@@ -155,55 +155,6 @@ float ErfSaturation() {
   return hi;
 }
 
-FloatPiece FitFloatPiece(int i, double end, int degree) {
-  FloatPiece p{0, 0, {}};
-  if (i > 0) {
-    // Up to 2^12 floats each way from the middle: the best lies within 2^-12 of a last place.
-    const float mid = i * 0.5f + 0.25f;
-    float up = mid, down = mid;
-    p.m = mid;
-    for (int k = 0; k < 4096;
-         ++k, up = std::nextafter(up, 8.0f), down = std::nextafter(down, 0.0f)) {
-      for (const float m : {up, down}) {
-        if (FloatDistance(m) < FloatDistance(p.m)) p.m = m;
-      }
-    }
-    p.a = RoundedErf(p.m);
-  }
-  constexpr int kPoints = 1000;
-  std::vector<Mp> grid(kPoints);
-  for (int k = 0; k < kPoints; ++k) {
-    mpfr_set_d(grid[k].v, i * 0.5 + (end - i * 0.5) * (k + 1.0) / kPoints, MPFR_RNDN);
-  }
-  for (int k = 1; k <= degree; ++k) {
-    const std::vector<double> free = LawsonFit(
-        grid, degree - k + 1, 30, [&](mpfr_srcptr y, std::vector<Mp>& basis, mpfr_ptr target) {
-          // target = (erf(y) - a - sum of the fixed c_j t^j) / erf(y).
-          Mp t, f, power, term;
-          mpfr_sub_d(t.v, y, p.m, MPFR_RNDN);
-          mpfr_erf(f.v, y, MPFR_RNDN);
-          if (i == 0) {
-            mpfr_sub(target, f.v, t.v, MPFR_RNDN);
-          } else {
-            mpfr_sub_d(target, f.v, p.a, MPFR_RNDN);
-          }
-          mpfr_set(power.v, t.v, MPFR_RNDN);
-          for (const float c : p.c) {
-            mpfr_mul_d(term.v, power.v, c, MPFR_RNDN);
-            mpfr_sub(target, target, term.v, MPFR_RNDN);
-            mpfr_mul(power.v, power.v, t.v, MPFR_RNDN);
-          }
-          for (Mp& b : basis) {
-            mpfr_div(b.v, power.v, f.v, MPFR_RNDN);
-            mpfr_mul(power.v, power.v, t.v, MPFR_RNDN);
-          }
-          mpfr_div(target, target, f.v, MPFR_RNDN);
-        });
-    p.c.push_back(static_cast<float>(free[0]));
-  }
-  return p;
-}
-
 // Coefficients c_first .. c_last of f(y) = fixed(y) + sum c_j u(y)^j, fitted in the error
 // relative to f over the grid one at a time: each is rounded to float and the ones after it are
 // fitted again, absorbing its rounding. `at` gives u, f and fixed at y.
@@ -233,6 +184,40 @@ std::vector<float> FitFloatRelative(const std::vector<Mp>& grid, int first, int 
     c.push_back(static_cast<float>(free[0]));
   }
   return c;
+}
+
+FloatPiece FitFloatPiece(int i, double end, int degree) {
+  FloatPiece p{0, 0, {}};
+  if (i > 0) {
+    // Up to 2^12 floats each way from the middle: the best lies within 2^-12 of a last place.
+    const float mid = i * 0.5f + 0.25f;
+    float up = mid, down = mid;
+    p.m = mid;
+    for (int k = 0; k < 4096;
+         ++k, up = std::nextafter(up, 8.0f), down = std::nextafter(down, 0.0f)) {
+      for (const float m : {up, down}) {
+        if (FloatDistance(m) < FloatDistance(p.m)) p.m = m;
+      }
+    }
+    p.a = RoundedErf(p.m);
+  }
+  constexpr int kPoints = 1000;
+  std::vector<Mp> grid(kPoints);
+  for (int k = 0; k < kPoints; ++k) {
+    mpfr_set_d(grid[k].v, i * 0.5 + (end - i * 0.5) * (k + 1.0) / kPoints, MPFR_RNDN);
+  }
+  // erf(y) = fixed + sum c_j t^j, t = y - m; fixed = t on the first piece, a on the others.
+  p.c =
+      FitFloatRelative(grid, 1, degree, [&](mpfr_srcptr y, mpfr_ptr u, mpfr_ptr f, mpfr_ptr fixed) {
+        mpfr_sub_d(u, y, p.m, MPFR_RNDN);
+        mpfr_erf(f, y, MPFR_RNDN);
+        if (i == 0) {
+          mpfr_set(fixed, u, MPFR_RNDN);
+        } else {
+          mpfr_set_d(fixed, p.a, MPFR_RNDN);
+        }
+      });
+  return p;
 }
 
 // n points spread over [a, b], ends included.
