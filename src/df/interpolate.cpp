@@ -290,6 +290,8 @@ int32_t Interpolate(df_task* task, int64_t type, int64_t nsite, const T* site, i
   } else if (task->spline_order > 0) {
     if (!CoefficientRowsPresent(task)) return DF_STATUS_NO_COEFFICIENTS;
   }
+  // Subbotin's cells are walled by the subgrid, which a type edited to it may lack.
+  if (kind == kQuadSubb && task->internal_data == nullptr) return DF_STATUS_NO_INTERNAL;
 
   Frame<T> fr;
   fr.task = task;
