@@ -488,9 +488,14 @@ template <class T>
 int WriteResults(Call<T>& c, uint32_t slots, const T* given, const ShareState& main) {
   SSTask& task = *c.task;
   const int64_t p = c.p;
-  if (c.method == Method::kGivenMean && task.priorMean == nullptr) {
-    task.priorMean = oxl::platform::AllocateChecked(oxl::platform::BytesOf<T>(p), 128);
-    if (task.priorMean == nullptr) return OXL_SS_ERROR_MEMORY;
+  if (c.method == Method::kGivenMean && (task.priorMean == nullptr || task.priorMeanCount != p)) {
+    // A block of another dimension count (the caller changed p between calls) gets a block of
+    // its own size; the old one goes only once the new one is there.
+    void* block = oxl::platform::AllocateChecked(oxl::platform::BytesOf<T>(p), 128);
+    if (block == nullptr) return OXL_SS_ERROR_MEMORY;
+    if (task.priorMean != nullptr) oxl_serv_deallocate(task.priorMean);
+    task.priorMean = block;
+    task.priorMeanCount = p;
   }
   if (c.matrix) WriteMatrices(c, main.S);
   uint32_t out = c.demand & ~((1u << kIdxCov) | (1u << kIdxCor) | (1u << kIdxCrossProduct));
@@ -525,9 +530,11 @@ int Compute(Call<T>& c, const SSThreadServices* services) {
   const T* given = c.method == Method::kGivenMean ? c.arrays[kIdxMean] : nullptr;
   // The centre that S's raw products started from: the running mean (fast method), else the
   // prior mean of the last given-mean call, else the mean given now.
-  const T* old_centre = c.method == Method::kFast      ? nullptr
-                        : c.task->priorMean != nullptr ? static_cast<const T*>(c.task->priorMean)
-                                                       : given;
+  // A prior mean of another dimension count is no centre of this task's state.
+  const bool prior = c.task->priorMean != nullptr && c.task->priorMeanCount == c.p;
+  const T* old_centre = c.method == Method::kFast ? nullptr
+                        : prior                   ? static_cast<const T*>(c.task->priorMean)
+                                                  : given;
   LoadRunningState(c, choice.slots, old_centre, w);
   if (const int status = RunShares(c, services, kernels, choice, given, w); status != 0) {
     return status;

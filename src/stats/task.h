@@ -99,7 +99,8 @@ struct SSTask {
   void (*cleanup[1])(SSTask* task);
   void* sortedOutput;
   const void* sortedStorage;
-  void* priorMean;  // mean of the last given-mean call, owned by the task
+  void* priorMean;         // mean of the last given-mean call, owned by the task
+  int64_t priorMeanCount;  // its dimensions
 };
 
 namespace oxl::stats {
