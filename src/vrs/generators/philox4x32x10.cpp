@@ -44,10 +44,9 @@ struct PhiloxGen {
     V c0, c1, c2, c3;
   };
 
-  // Registers of blocks in flight: enough to cover a round's latency with the vector units'
-  // throughput (AVX2 has half the lanes and spills either way).
-#define OXL_PHILOX_GW 8
-  static constexpr size_t kGroups = HWY_TARGET == HWY_AVX2 ? 8 : OXL_PHILOX_GW;
+  // Registers of blocks in flight, as measured: enough to cover a round's latency. AVX2 spills
+  // part of its state either way; AVX-512 keeps it in registers.
+  static constexpr size_t kGroups = HWY_TARGET == HWY_AVX2 ? 8 : 4;
 
   // Lanes 0 and 1 of each 128-bit block from a, lanes 2 and 3 from b, lanes kI and kJ of each:
   // one shuffle on x86.
