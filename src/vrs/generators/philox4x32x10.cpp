@@ -1,23 +1,23 @@
 // PHILOX4X32X10: Random123's Philox4x32-10 over the stream's 128-bit counter.
 //
-// The rounds are bound by the vector units' throughput (two 32x32-bit products, two moves of
-// high halves and two three-way XORs per block and round), so the layout is chosen per target
-// by what it costs there. On AVX-512 one block sits in each 64-bit lane, a word in the low half
-// of each of four registers: a product is one even-lane multiply, its high half one shift, and
-// the high garbage of the lanes is never read. On AVX2 the same layout needs twice the XORs
-// (no three-way XOR) and spills, so a block sits in each 32-bit lane: a product is two even-lane
-// multiplies (the odd lanes after a shift), a shift and a blend for the high halves and a 32-bit
-// multiply for the low ones, which halves the XORs and the registers a block needs. Several
-// registers of blocks run side by side to cover a round's latency (three on AVX-512, four on
-// AVX2, as measured). The counters of a run differ in word 0 alone but where word 0 wraps, so
-// what the first three rounds make of words 1 to 3 is made once, in scalar, and kept until they
-// change. On the way out the lanes become words in order without a cross-block permute (see
-// Emit). The integer arithmetic is exact, so the scalar blocks of a request's tail and of the
-// scalar target give the same words.
+// The rounds are bound by the vector units' throughput, so every op of a round counts. A block
+// sits in each 32-bit lane, its four words in four registers (AVX2 and AVX-512 alike). A round's
+// two products are, each, two even-lane multiplies (the odd lanes after a shift), one shuffle
+// that gathers the high halves of both and one 32-bit multiply for the low halves: no blend and
+// no shift of the high halves. The shuffle leaves the blocks of lanes 1 and 2 of each 128-bit
+// block traded, which costs nothing as long as the words XORed together agree: words 1 and 3
+// stand in the traded order of words 0 and 2, and the two orders swap every round (see MulWide
+// and Partner); the last round takes its low halves from the same shuffle, so that all four
+// words end in one order. Eight registers of blocks (AVX2) or four (AVX-512) run side by side
+// to cover a round's latency, with the rounds unrolled and the round keys broadcast where they
+// are used, as measured. The counters of a run differ in word 0 alone but where word 0 wraps,
+// so what the first three rounds make of words 1 to 3 is made once, in scalar, and kept until
+// they change. On the way out the lanes become words in order without a cross-block permute
+// (see Emit). The integer arithmetic is exact, so the scalar blocks of a request's tail and of
+// the scalar target give the same words.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vrs/generators/philox4x32x10.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
-#include <type_traits>
 #include <hwy/highway.h>
 
 #include "simd/targets.h"
@@ -35,11 +35,8 @@ struct PhiloxGen {
   void Block(Counter128 ctr, uint32_t* out) const { PhiloxBlock(key0, key1, ctr, out); }
 
 #if HWY_TARGET != HWY_SCALAR
-  // One block per 64-bit lane on AVX-512, one per 32-bit lane on AVX2 (see the head comment).
-  static constexpr bool kWide = HWY_TARGET != HWY_AVX2;
-  using D = hn::ScalableTag<std::conditional_t<kWide, uint64_t, uint32_t>>;
+  using D = hn::ScalableTag<uint32_t>;
   using V = hn::VFromD<D>;
-  using D32 = hn::Repartition<uint32_t, D>;
   using D64 = hn::Repartition<uint64_t, D>;
 
   // The four words of a register of blocks.
@@ -47,54 +44,67 @@ struct PhiloxGen {
     V c0, c1, c2, c3;
   };
 
-  // Registers of blocks in flight: enough to cover a round's latency with the vector units'
-  // throughput, few enough that the AVX-512 loop keeps its state and keys in registers.
-  static constexpr size_t kGroups = kWide ? 3 : 4;
+  // Registers of blocks in flight, as measured: enough to cover a round's latency. AVX2 spills
+  // part of its state either way; AVX-512 keeps it in registers.
+  static constexpr size_t kGroups = HWY_TARGET == HWY_AVX2 ? 8 : 4;
 
-  // A 32-bit word in every 32-bit lane. In 64-bit lanes the high halves are never read, and
-  // filling them keeps the compiler from proving them zero and turning an even-lane multiply
-  // of such lanes into a far slower 64-bit multiply.
-  static HWY_INLINE V Splat(D d, uint32_t w) { return hn::BitCast(d, hn::Set(D32(), w)); }
+  // Lanes 0 and 1 of each 128-bit block from a, lanes 2 and 3 from b, lanes kI and kJ of each:
+  // one shuffle on x86.
+  template <int kI, int kJ>
+  static HWY_INLINE V PickPairs(V a, V b) {
+    constexpr int kSel = kI | kJ << 2 | kI << 4 | kJ << 6;
+#if HWY_TARGET == HWY_AVX2
+    return V{_mm256_castps_si256(
+        _mm256_shuffle_ps(_mm256_castsi256_ps(a.raw), _mm256_castsi256_ps(b.raw), kSel))};
+#elif HWY_TARGET == HWY_AVX3
+    return V{_mm512_castps_si512(
+        _mm512_shuffle_ps(_mm512_castsi512_ps(a.raw), _mm512_castsi512_ps(b.raw), kSel))};
+#else
+    static_assert(kJ == kI + 2);
+    const D d;
+    const V t01 = hn::InterleaveLower(d, a, b), t23 = hn::InterleaveUpper(d, a, b);
+    return kI == 0 ? hn::InterleaveLower(d, t01, t23) : hn::InterleaveUpper(d, t01, t23);
+#endif
+  }
 
   // The high and low halves of the 64-bit products of the lanes of x and m, which is the same in
-  // every lane. In 64-bit lanes the product is one even-lane multiply, and its low half is left
-  // in place with the high half as garbage, which no multiply reads. In 32-bit lanes the even
-  // lanes' products are one multiply, the odd lanes' another after a shift, and the low halves
-  // one 32-bit multiply, cheaper than taking them apart.
+  // every lane. The even lanes' products are one multiply, the odd lanes' another after a
+  // shift, and one shuffle takes the high halves of both: lanes 0 to 3 of each 128-bit block
+  // get the high halves of lanes 0, 2, 1 and 3, so the blocks of lanes 1 and 2 trade places.
+  // The low halves are one 32-bit multiply, which leaves the blocks where they were, but in the
+  // last round (kLast) they come from the same shuffle, to end in the order of the high halves.
   struct Wide {
     V hi, lo;
   };
-  template <bool kW = kWide>
+  template <bool kLast = false>
   static HWY_INLINE Wide MulWide(D d, V x, V m) {
-    const D32 d32;
-    const D64 d64;
-    if constexpr (kW) {
-      const V p = hn::MulEven(hn::BitCast(d32, x), hn::BitCast(d32, m));
-      return {hn::ShiftRight<32>(p), p};
-    } else {
-      const auto even = hn::MulEven(x, m);
-      const auto odd = hn::MulEven(hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(d64, x))), m);
-      return {hn::OddEven(hn::BitCast(d, odd), hn::BitCast(d, hn::ShiftRight<32>(even))),
-              hn::Mul(x, m)};
-    }
+    const V even = hn::BitCast(d, hn::MulEven(x, m));
+    const V odd =
+        hn::BitCast(d, hn::MulEven(hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(D64(), x))), m));
+    return {PickPairs<1, 3>(even, odd), kLast ? PickPairs<0, 2>(even, odd) : hn::Mul(x, m)};
   }
+
+  // The lane that holds, in the other order, the block of lane l: words 1 and 3 of a round stand
+  // in the partner order of its words 0 and 2, since each is the low half of a product (the
+  // order of its factor) that meets a high half (the partner order of its factor).
+  static constexpr size_t Partner(size_t l) { return (l & 1) == ((l >> 1) & 1) ? l : l ^ 3; }
 
   // The block of the run that lane l of a register holds, chosen so that Emit needs no
   // cross-block permute.
   static constexpr uint32_t Offset(size_t l, size_t n) {
-    return static_cast<uint32_t>(kWide ? ((l & 1) ? n / 2 + l / 2 : l / 2)
-                                       : l % 4 * (n / 4) + l / 4);
+    return static_cast<uint32_t>(l % 4 * (n / 4) + l / 4);
   }
 
-  // The blocks of counters ctr + offset[l], met only where word 0 carries out within a run.
-  static HWY_NOINLINE Lanes4 Counters(D d, Counter128 ctr, const hn::TFromD<D>* offset) {
-    HWY_ALIGN hn::TFromD<D> w[4][hn::MaxLanes(D())];
+  // The blocks of counters ctr + offset[l] with words 1 and 3 in the partner order, met only
+  // where word 0 carries out within a run.
+  static HWY_NOINLINE Lanes4 Counters(D d, Counter128 ctr, const uint32_t* offset) {
+    HWY_ALIGN uint32_t w[4][hn::MaxLanes(D())];
     for (size_t l = 0; l < hn::Lanes(d); ++l) {
-      const Counter128 c = ctr + offset[l];
+      const Counter128 c = ctr + offset[l], p = ctr + offset[Partner(l)];
       w[0][l] = static_cast<uint32_t>(c.lo);
-      w[1][l] = static_cast<uint32_t>(c.lo >> 32);
+      w[1][l] = static_cast<uint32_t>(p.lo >> 32);
       w[2][l] = static_cast<uint32_t>(c.hi);
-      w[3][l] = static_cast<uint32_t>(c.hi >> 32);
+      w[3][l] = static_cast<uint32_t>(p.hi >> 32);
     }
     return {hn::Load(d, w[0]), hn::Load(d, w[1]), hn::Load(d, w[2]), hn::Load(d, w[3])};
   }
@@ -115,10 +125,10 @@ struct PhiloxGen {
       const uint64_t q1 = uint64_t{kPhiloxM1} * c2;
       const uint32_t r1c0 = static_cast<uint32_t>(q1 >> 32) ^ c1 ^ k0[0];
       const uint64_t q0 = uint64_t{kPhiloxM0} * r1c0;
-      r1c2 = Splat(d, c3 ^ k1[0]);
-      r2c0 = Splat(d, static_cast<uint32_t>(q1) ^ k0[1]);
-      r2c2 = Splat(d, static_cast<uint32_t>(q0 >> 32) ^ k1[1]);
-      r3c2 = Splat(d, static_cast<uint32_t>(q0) ^ k1[2]);
+      r1c2 = hn::Set(d, c3 ^ k1[0]);
+      r2c0 = hn::Set(d, static_cast<uint32_t>(q1) ^ k0[1]);
+      r2c2 = hn::Set(d, static_cast<uint32_t>(q0 >> 32) ^ k1[1]);
+      r3c2 = hn::Set(d, static_cast<uint32_t>(q0) ^ k1[2]);
     }
     bool Fits(Counter128 ctr) const { return (ctr.lo >> 32) == words13_lo && ctr.hi == words13_hi; }
   };
@@ -133,49 +143,37 @@ struct PhiloxGen {
     return {hn::Xor3(q1.hi, p1.lo, k0), q1.lo, hn::Xor(q0.hi, head.r3c2), q0.lo};
   }
 
+  template <bool kLast = false>
   static HWY_INLINE void Round(D d, Lanes4& x, V k0, V k1) {
-    const Wide p0 = MulWide(d, x.c0, hn::Set(d, kPhiloxM0));
-    const Wide p1 = MulWide(d, x.c2, hn::Set(d, kPhiloxM1));
+    const Wide p0 = MulWide<kLast>(d, x.c0, hn::Set(d, kPhiloxM0));
+    const Wide p1 = MulWide<kLast>(d, x.c2, hn::Set(d, kPhiloxM1));
     x.c0 = hn::Xor3(p1.hi, x.c1, k0);
     x.c1 = p1.lo;
     x.c2 = hn::Xor3(p0.hi, x.c3, k1);
     x.c3 = p0.lo;
   }
 
-  // In 64-bit lanes, two shifts and blends put words 0 and 1, and 2 and 3, of each block in one
-  // lane, and two 64-bit interleaves, which take the even lanes of each 128-bit block first,
-  // put the blocks in order. In 32-bit lanes, a 4x4 transpose within each 128-bit block leaves
-  // in register i's block j the lane 4 j + i, which Offset makes block i N / 4 + j.
-  template <class Sink, bool kW = kWide>
+  // A 4x4 transpose within each 128-bit block leaves in register i's block j the lane 4 j + i,
+  // which Offset makes block i N / 4 + j.
+  template <class Sink>
   static HWY_INLINE void Emit(D d, const Lanes4& x, const Sink& sink, size_t at) {
-    const D32 d32;
     const D64 d64;
-    const size_t n = hn::Lanes(d32);
-    if constexpr (kW) {
-      const V w01 = hn::BitCast(
-          d, hn::OddEven(hn::BitCast(d32, hn::ShiftLeft<32>(x.c1)), hn::BitCast(d32, x.c0)));
-      const V w23 = hn::BitCast(
-          d, hn::OddEven(hn::BitCast(d32, hn::ShiftLeft<32>(x.c3)), hn::BitCast(d32, x.c2)));
-      sink.Lanes(d32, hn::BitCast(d32, hn::InterleaveLower(d, w01, w23)), at);
-      sink.Lanes(d32, hn::BitCast(d32, hn::InterleaveUpper(d, w01, w23)), at + n);
-    } else {
-      const auto w01_lo = hn::BitCast(d64, hn::InterleaveLower(d, x.c0, x.c1));
-      const auto w23_lo = hn::BitCast(d64, hn::InterleaveLower(d, x.c2, x.c3));
-      const auto w01_hi = hn::BitCast(d64, hn::InterleaveUpper(d, x.c0, x.c1));
-      const auto w23_hi = hn::BitCast(d64, hn::InterleaveUpper(d, x.c2, x.c3));
-      sink.Lanes(d, hn::BitCast(d, hn::InterleaveLower(d64, w01_lo, w23_lo)), at);
-      sink.Lanes(d, hn::BitCast(d, hn::InterleaveUpper(d64, w01_lo, w23_lo)), at + n);
-      sink.Lanes(d, hn::BitCast(d, hn::InterleaveLower(d64, w01_hi, w23_hi)), at + 2 * n);
-      sink.Lanes(d, hn::BitCast(d, hn::InterleaveUpper(d64, w01_hi, w23_hi)), at + 3 * n);
-    }
+    const size_t n = hn::Lanes(d);
+    const auto w01_lo = hn::BitCast(d64, hn::InterleaveLower(d, x.c0, x.c1));
+    const auto w23_lo = hn::BitCast(d64, hn::InterleaveLower(d, x.c2, x.c3));
+    const auto w01_hi = hn::BitCast(d64, hn::InterleaveUpper(d, x.c0, x.c1));
+    const auto w23_hi = hn::BitCast(d64, hn::InterleaveUpper(d, x.c2, x.c3));
+    sink.Lanes(d, hn::BitCast(d, hn::InterleaveLower(d64, w01_lo, w23_lo)), at);
+    sink.Lanes(d, hn::BitCast(d, hn::InterleaveUpper(d64, w01_lo, w23_lo)), at + n);
+    sink.Lanes(d, hn::BitCast(d, hn::InterleaveLower(d64, w01_hi, w23_hi)), at + 2 * n);
+    sink.Lanes(d, hn::BitCast(d, hn::InterleaveUpper(d64, w01_hi, w23_hi)), at + 3 * n);
   }
 
-  // What the vector loops keep: the lanes' offsets from the first counter, the round keys in
-  // every lane, the head and word 0 of the next blocks' counters.
+  // What the vector loops keep: the lanes' offsets from the first counter, the round keys, the
+  // head and word 0 of the next blocks' counters.
   struct Loop {
-    HWY_ALIGN hn::TFromD<D> offset[hn::MaxLanes(D())];
+    HWY_ALIGN uint32_t offset[hn::MaxLanes(D())];
     uint32_t keys[2][kPhiloxRounds];
-    V k0[kPhiloxRounds], k1[kPhiloxRounds];
     Head head;
     V c0;
 
@@ -185,45 +183,60 @@ struct PhiloxGen {
       for (int r = 0; r < kPhiloxRounds; ++r) {
         keys[0][r] = key0 + static_cast<uint32_t>(r) * kPhiloxW0;
         keys[1][r] = key1 + static_cast<uint32_t>(r) * kPhiloxW1;
-        k0[r] = Splat(d, keys[0][r]);
-        k1[r] = Splat(d, keys[1][r]);
       }
       head = Head(d, ctr, keys);
-      // Only the low 32 bits of a lane are read, so the carries into the high halves of 64-bit
-      // lanes do no harm.
-      c0 = hn::Add(Splat(d, static_cast<uint32_t>(ctr.lo)), hn::Load(d, offset));
+      c0 = hn::Add(hn::Set(d, static_cast<uint32_t>(ctr.lo)), hn::Load(d, offset));
     }
   };
+
+  // Rounds kFrom to the last of kG registers of blocks.
+  template <size_t kG, int kFrom>
+  static HWY_INLINE void Rounds(D d, Lanes4* x, const Loop& lp) {
+    constexpr int kLast = kPhiloxRounds - 1;
+#pragma GCC unroll 16
+    for (int r = kFrom; r < kLast; ++r) {
+      const V k0 = hn::Set(d, lp.keys[0][r]), k1 = hn::Set(d, lp.keys[1][r]);
+      for (size_t g = 0; g < kG; ++g) Round(d, x[g], k0, k1);
+    }
+    const V k0 = hn::Set(d, lp.keys[0][kLast]), k1 = hn::Set(d, lp.keys[1][kLast]);
+    for (size_t g = 0; g < kG; ++g) Round<true>(d, x[g], k0, k1);
+  }
 
   // Blocks b, b + 1, ... of ctr, kG registers at a time while they last; returns the next b.
   template <size_t kG, class Sink>
   static HWY_INLINE size_t Run(D d, Loop& lp, Counter128 ctr, size_t b, size_t blocks,
                                const Sink& sink, size_t at) {
     const size_t n = hn::Lanes(d);
-    const V group_step = hn::Set(d, static_cast<hn::TFromD<D>>(n));
+    const V group_step = hn::Set(d, static_cast<uint32_t>(n));
     for (; b + kG * n <= blocks; b += kG * n) {
       const Counter128 c = ctr + b;
       Lanes4 x[kG];
       if (HWY_LIKELY(static_cast<uint32_t>(c.lo) <= ~uint32_t{0} - (kG * n - 1))) {
         if (HWY_UNLIKELY(!lp.head.Fits(c))) lp.head = Head(d, c, lp.keys);
         for (size_t g = 0; g < kG; ++g) {
-          x[g] = ThreeRounds(d, lp.c0, lp.head, lp.k0[2]);
+          x[g] = ThreeRounds(d, lp.c0, lp.head, hn::Set(d, lp.keys[0][2]));
           lp.c0 = hn::Add(lp.c0, group_step);
         }
-        for (int r = 3; r < kPhiloxRounds; ++r) {
-          for (size_t g = 0; g < kG; ++g) Round(d, x[g], lp.k0[r], lp.k1[r]);
-        }
+        Rounds<kG, 3>(d, x, lp);
       } else {
         for (size_t g = 0; g < kG; ++g) {
           x[g] = Counters(d, c + g * n, lp.offset);
           lp.c0 = hn::Add(lp.c0, group_step);
         }
-        for (int r = 0; r < kPhiloxRounds; ++r) {
-          for (size_t g = 0; g < kG; ++g) Round(d, x[g], lp.k0[r], lp.k1[r]);
-        }
+        Rounds<kG, 0>(d, x, lp);
       }
       for (size_t g = 0; g < kG; ++g) Emit(d, x[g], sink, at + 4 * (b + g * n));
     }
+    return b;
+  }
+
+  // All whole registers of blocks: kG at a time, then what is left by halves, so that a request
+  // of a few registers still has several in flight.
+  template <size_t kG, class Sink>
+  static HWY_INLINE size_t RunAll(D d, Loop& lp, Counter128 ctr, size_t b, size_t blocks,
+                                  const Sink& sink, size_t at) {
+    b = Run<kG>(d, lp, ctr, b, blocks, sink, at);
+    if constexpr (kG > 1) b = RunAll<kG / 2>(d, lp, ctr, b, blocks, sink, at);
     return b;
   }
 #endif
@@ -235,8 +248,7 @@ struct PhiloxGen {
     const D d;
     if (blocks >= hn::Lanes(d)) {
       Loop lp(d, key0, key1, ctr);
-      b = Run<kGroups>(d, lp, ctr, b, blocks, sink, at);
-      b = Run<1>(d, lp, ctr, b, blocks, sink, at);
+      b = RunAll<kGroups>(d, lp, ctr, b, blocks, sink, at);
     }
 #endif
     for (; b < blocks; ++b) {
