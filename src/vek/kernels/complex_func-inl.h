@@ -10,7 +10,7 @@
 //         both, CExpWide); |re| beyond the Exp body's bound (707.7, where e^re leaves the normal
 //         range) is a rare lane.
 //   Ln    (ln |z|, atan2(im, re)). ln |z| = ln(s) / 2 with s = re^2 + im^2 the same pair, whose
-//         low part the logarithm's Log1p evaluation takes as an addend to its argument: near
+//         low part the logarithm's quotient form takes as an addend to its argument: near
 //         |z| = 1, where ln |z| is s - 1 to first order, the cancellation against 1 costs nothing.
 //   Sqrt  Kahan's method (also Hull, Fairgrieve and Tang): t = sqrt((|re| + |z|) / 2) and
 //         im / 2t, no cancellation anywhere; for re < 0 the parts trade places, the root's sign is
@@ -107,6 +107,16 @@ HWY_INLINE Pair<D> SumOfSquares(D d, V x, V y) {
   const V p1 = hn::Mul(x, x), p2 = hn::Mul(y, y);
   const auto s = TwoSum(d, p1, p2);
   return {s.hi, hn::Add(s.lo, hn::Add(Fms(d, x, x, p1), Fms(d, y, y, p2)))};
+}
+
+// The same for |x| >= |y| (big = |x|, small = |y|), where the fast two-sum serves: the same pair
+// in half the operations.
+template <class D, class V = hn::VFromD<D>>
+HWY_INLINE Pair<D> SumOfOrderedSquares(D d, V big, V small) {
+  const V p1 = hn::Mul(big, big), p2 = hn::Mul(small, small);
+  const V hi = hn::Add(p1, p2);
+  const V lo = hn::Sub(p2, hn::Sub(hi, p1));
+  return {hi, hn::Add(lo, hn::Add(Fms(d, big, big, p1), Fms(d, small, small, p2)))};
 }
 
 }  // namespace complex_func
@@ -215,26 +225,38 @@ struct ZExpBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
   }
 };
 
-// Double Ln: ln |z| as described at the top, the logarithm of the pair s_hi + s_lo by the Log1p
-// evaluation of the level (which takes an addend to its argument), and atan2(im, re) at the
-// level's accuracy.
+// Double Ln: ln |z| as described at the top, the logarithm of the pair s_hi + s_lo by the quotient
+// form of the level with s_lo as an addend (no table reads: on AVX2 these cost more than the
+// division, and AVX-512 gains too), and atan2(im, re) by the Atan2 body's steps at the level's
+// accuracy.
 template <AtanLevel kAtan, LogLevel kLog>
 struct ZLnBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
   const char* name = vek::names::zLn;
-  log_detail::RcpTables<double, kLog> tables;
-  Atan2Body<kAtan> atan2;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     const V re = in[0], im = in[1];
-    const auto s = complex_func::SumOfSquares(d, re, im);
-    const V ln = log_detail::Evaluate<double, LogFunction::kLog1p, kLog>(
-        d, tables, log_detail::SplitOf(d, s.hi), s.lo);
+    const V a = hn::Abs(im), b = hn::Abs(re);
+    const V larger = hn::Max(a, b);
+    const auto s = complex_func::SumOfOrderedSquares(d, larger, hn::Min(a, b));
+    const auto split = log_detail::SplitOf<false>(d, s.hi, 0.75);
+    // s_lo 2^-e from the biased exponent (|e| <= 1000 on lanes that are not rare).
+    const hn::RebindToUnsigned<D> du;
+    const V unscale = hn::BitCast(d, hn::ShiftLeft<52>(hn::Sub(hn::Set(du, 2046), split.biased)));
+    const V ln = LogQuotientBody<double, LogFunction::kLn, kLog>::template OfSplit<true>(
+        d, split.m, split.e, hn::Mul(s.lo, unscale));
     out[0] = hn::Mul(ln, hn::Set(d, 0.5));
-    const V yx[2] = {im, re};
-    M atan2_rare;
-    atan2(d, yx, &out[1], &atan2_rare);
-    rare[0] = hn::Or(atan2_rare, complex_func::OutsideSquareRange(d, re, im));
+    const V angle = atrig_detail::AtanOfRatio<kAtan, true>(d, a, b, hn::Lt(re, hn::Zero(d)));
+    out[1] = hn::Or(angle, hn::And(im, hn::Set(d, -0.0)));
+    // The Atan2 body's rare lanes (a part outside [2^-1000, 2^1000], an angle below 2^-1020) and
+    // those outside SquareRange, in one test: with both parts above 2^-1000, the larger within
+    // [2^-500, 2^500] bounds both. A NaN or denormal part fails its own compare.
+    const V tiny = hn::Set(d, 0x1p-1000);
+    const M ordinary = hn::And(
+        hn::And(hn::Ge(a, tiny), hn::Ge(b, tiny)),
+        hn::And(hn::And(hn::Ge(larger, hn::Set(d, 0x1p-500)), hn::Le(larger, hn::Set(d, 0x1p500))),
+                hn::Ge(angle, hn::Set(d, 0x1p-1020))));
+    rare[0] = hn::Not(ordinary);
   }
 
   static int32_t Rare(const oxl_complex16* a, oxl_complex16* r) {
