@@ -315,6 +315,9 @@ int main(int argc, char** argv) {
   std::fprintf(out, "\n// cos r = 1 - r^2/2 + r^4 P(r^2), |r| <= pi/4.\n");
   Polynomial(out, "kCosPoly", false, 6, 2);
   Polynomial(out, "kCosPolyEP", false, 3, 2);
+  std::fprintf(out,
+               "\n// sin r = r + r^3 P(r^2), |r| <= pi/4, for float results computed in double.\n");
+  Polynomial(out, "kSinPolyForFloat", true, 4, 2);
   std::fprintf(out, "\n// sin r = r + r^3 P(r^2), |r| <= pi/2.\n");
   Polynomial(out, "kSinPolyHalfTurn", true, 8, 1);
   std::fprintf(out,

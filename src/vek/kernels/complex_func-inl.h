@@ -6,10 +6,11 @@
 //   Abs   one Newton step on the sum of squares carried as a pair (SumOfSquares), no division.
 //   Arg   the Atan2 body on (im, re).
 //   CIS   the SinCos body: (cos x, sin x).
-//   Exp   e^re by the Exp body times (cos im, sin im) by the SinCos body; |re| beyond the Exp
-//         body's bound (707.7, where e^re leaves the normal range) is a rare lane.
+//   Exp   e^re by the Exp body times (cos im, sin im) by the SinCos body (float: shorter forms of
+//         both, CExpWide); |re| beyond the Exp body's bound (707.7, where e^re leaves the normal
+//         range) is a rare lane.
 //   Ln    (ln |z|, atan2(im, re)). ln |z| = ln(s) / 2 with s = re^2 + im^2 the same pair, whose
-//         low part the logarithm's Log1p evaluation takes as an addend to its argument: near
+//         low part the logarithm's quotient form takes as an addend to its argument: near
 //         |z| = 1, where ln |z| is s - 1 to first order, the cancellation against 1 costs nothing.
 //   Sqrt  Kahan's method (also Hull, Fairgrieve and Tang): t = sqrt((|re| + |z|) / 2) and
 //         im / 2t, no cancellation anywhere; for re < 0 the parts trade places, the root's sign is
@@ -106,6 +107,16 @@ HWY_INLINE Pair<D> SumOfSquares(D d, V x, V y) {
   const V p1 = hn::Mul(x, x), p2 = hn::Mul(y, y);
   const auto s = TwoSum(d, p1, p2);
   return {s.hi, hn::Add(s.lo, hn::Add(Fms(d, x, x, p1), Fms(d, y, y, p2)))};
+}
+
+// The same for |x| >= |y| (big = |x|, small = |y|), where the fast two-sum serves: the same pair
+// in half the operations.
+template <class D, class V = hn::VFromD<D>>
+HWY_INLINE Pair<D> SumOfOrderedSquares(D d, V big, V small) {
+  const V p1 = hn::Mul(big, big), p2 = hn::Mul(small, small);
+  const V hi = hn::Add(p1, p2);
+  const V lo = hn::Sub(p2, hn::Sub(hi, p1));
+  return {hi, hn::Add(lo, hn::Add(Fms(d, big, big, p1), Fms(d, small, small, p2)))};
 }
 
 }  // namespace complex_func
@@ -214,26 +225,38 @@ struct ZExpBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
   }
 };
 
-// Double Ln: ln |z| as described at the top, the logarithm of the pair s_hi + s_lo by the Log1p
-// evaluation of the level (which takes an addend to its argument), and atan2(im, re) at the
-// level's accuracy.
+// Double Ln: ln |z| as described at the top, the logarithm of the pair s_hi + s_lo by the quotient
+// form of the level with s_lo as an addend (no table reads: on AVX2 these cost more than the
+// division, and AVX-512 gains too), and atan2(im, re) by the Atan2 body's steps at the level's
+// accuracy.
 template <AtanLevel kAtan, LogLevel kLog>
 struct ZLnBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
   const char* name = vek::names::zLn;
-  log_detail::RcpTables<double, kLog> tables;
-  Atan2Body<kAtan> atan2;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     const V re = in[0], im = in[1];
-    const auto s = complex_func::SumOfSquares(d, re, im);
-    const V ln = log_detail::Evaluate<double, LogFunction::kLog1p, kLog>(
-        d, tables, log_detail::SplitOf(d, s.hi), s.lo);
+    const V a = hn::Abs(im), b = hn::Abs(re);
+    const V larger = hn::Max(a, b);
+    const auto s = complex_func::SumOfOrderedSquares(d, larger, hn::Min(a, b));
+    const auto split = log_detail::SplitOf<false>(d, s.hi, 0.75);
+    // s_lo 2^-e from the biased exponent (|e| <= 1000 on lanes that are not rare).
+    const hn::RebindToUnsigned<D> du;
+    const V unscale = hn::BitCast(d, hn::ShiftLeft<52>(hn::Sub(hn::Set(du, 2046), split.biased)));
+    const V ln = LogQuotientBody<double, LogFunction::kLn, kLog>::template OfSplit<true>(
+        d, split.m, split.e, hn::Mul(s.lo, unscale));
     out[0] = hn::Mul(ln, hn::Set(d, 0.5));
-    const V yx[2] = {im, re};
-    M atan2_rare;
-    atan2(d, yx, &out[1], &atan2_rare);
-    rare[0] = hn::Or(atan2_rare, complex_func::OutsideSquareRange(d, re, im));
+    const V angle = atrig_detail::AtanOfRatio<kAtan, true>(d, a, b, hn::Lt(re, hn::Zero(d)));
+    out[1] = hn::Or(angle, hn::And(im, hn::Set(d, -0.0)));
+    // The Atan2 body's rare lanes (a part outside [2^-1000, 2^1000], an angle below 2^-1020) and
+    // those outside SquareRange, in one test: with both parts above 2^-1000, the larger within
+    // [2^-500, 2^500] bounds both. A NaN or denormal part fails its own compare.
+    const V tiny = hn::Set(d, 0x1p-1000);
+    const M ordinary = hn::And(
+        hn::And(hn::Ge(a, tiny), hn::Ge(b, tiny)),
+        hn::And(hn::And(hn::Ge(larger, hn::Set(d, 0x1p-500)), hn::Le(larger, hn::Set(d, 0x1p500))),
+                hn::Ge(angle, hn::Set(d, 0x1p-1020))));
+    rare[0] = hn::Not(ordinary);
   }
 
   static int32_t Rare(const oxl_complex16* a, oxl_complex16* r) {
@@ -285,8 +308,49 @@ struct ZSqrtBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
   }
 };
 
-// Float Exp, Ln and Sqrt: a double body on each half of the vector, rounded once. The double
-// bodies are within 2^-50 of the result, so the float results are within 0.5 ulp and a hair.
+// Float Exp in double, to what a float result needs rather than to double's last bits: e^re on the
+// 8-entry table of Exp with Taylor's polynomial of degree 5 (the first term left out, r^6 / 720,
+// is below 2^-36 relative on |r| <= ln 2 / 16, and T_hi's rounding adds 2^-53), sin and cos of im
+// on one quarter-turn reduction (two parts of pi/2 leave 2^-53 for float arguments, the window
+// product serves those beyond 2^24), with a sine fitted for this (2^-37.5) and EP's cosine
+// (2^-33). The factors are within 2^-33 of e^re and of (cos im, sin im) normwise, 2^-9 of a float
+// ulp of |e^z|: the two final roundings are nearly all the error (0.708 ulp normwise measured,
+// where the correctly rounded parts alone reach 0.707). The kernel takes a quarter less time than
+// on zExp's LA bodies, whose second reduction and long polynomials a float result does not need.
+struct CExpWide {
+  exp_detail::Tables<double, 8, false> tables;
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M*) const {
+    using namespace trig_detail;
+    const hn::RebindToSigned<D> di;
+    // Parts beyond the float rare bound (and NaNs) compute on zero: their lanes are replaced, and
+    // the scaling would leave the exponent range on the way.
+    const auto beyond = hn::Not(hn::Le(hn::Abs(in[0]), hn::Set(d, 88.0)));
+    const auto red_e = exp_detail::Reduce<8, false>(d, hn::IfThenZeroElse(beyond, in[0]));
+    const V s = exp_detail::ScaledHi<8>(d, tables.hi, red_e.z);
+    const V r = red_e.r;
+    const V poly = Horner(d, r, 1.0, 0.5, 1.0 / 6, 1.0 / 24, 1.0 / 120);
+    const V scale = Fma(d, hn::Mul(s, r), poly, s);
+
+    const V y = in[1];
+    const Reduced<D> red = Reduce<Level::kEP>(d, hn::Abs(y));
+    const V t = red.rh, w = hn::Mul(t, t), w2 = hn::Mul(w, w);
+    const double* sc = tt::kSinPolyForFloat;
+    const double* cc = tt::kCosPolyEP;
+    SinCosOfR<D> v;
+    v.s = Fma(d, hn::Mul(t, w), Estrin(d, w, w2, sc[0], sc[1], sc[2], sc[3]), t);
+    v.c = Fma(d, w2, Estrin(d, w, w2, cc[0], cc[1], cc[2]),
+              Fnma(d, w, hn::Set(d, 0.5), hn::Set(d, 1.0)));
+    const auto sign = hn::And(hn::BitCast(di, y), hn::Set(di, INT64_MIN));
+    out[0] = hn::Mul(scale, Pick<1>(d, red, v, hn::Zero(di)));
+    out[1] = hn::Mul(scale, Pick<0>(d, red, v, sign));
+  }
+};
+
+// Float Exp, Ln and Sqrt: a double body on each half of the vector, rounded once. The Ln and Sqrt
+// bodies are within 2^-50 of the result, so the float results are within 0.5 ulp and a hair (Exp:
+// see CExpWide).
 // Float parts keep the double bodies far from their rare ranges, but for Exp an re beyond +-88
 // (where e^re leaves float's range) and Ln's zero parts.
 enum class FloatComplexFunc { kExp, kLn, kSqrt };
@@ -297,8 +361,7 @@ struct CFloatBody : ComplexFuncShape<oxl_complex8, oxl_complex8> {
                      : kFunc == FloatComplexFunc::kLn ? vek::names::cLn
                                                       : vek::names::cSqrt;
   using Wide =
-      std::conditional_t<kFunc == FloatComplexFunc::kExp,
-                         ZExpBody<ExpLevel::kLA, trig_detail::Level::kLA>,
+      std::conditional_t<kFunc == FloatComplexFunc::kExp, CExpWide,
                          std::conditional_t<kFunc == FloatComplexFunc::kLn, CLnWide, ZSqrtBody>>;
   Wide wide;
 

@@ -723,10 +723,19 @@ struct LogQuotientBody : UnaryRealBody<T> {
   // ln x (log10 x) for x = 2^e m, m in [3/4, 3/2).
   template <class D, class V = hn::Vec<D>>
   static HWY_INLINE V OfSplit(D d, V m, V e) {
+    return OfSplit<false>(d, m, e, m);
+  }
+
+  // With kAddend, ln x for x = 2^e (m + m_lo), m_lo below an ulp of m: the addend joins the
+  // numerator m - 1 (near x = 1 it may be all of it) and the denominator, through the quotient's
+  // remainder at HA and LA (f + m_lo - s (g + g_lo + m_lo)), in the numerator's one rounding at EP.
+  template <bool kAddend, class D, class V = hn::Vec<D>>
+  static HWY_INLINE V OfSplit(D d, V m, V e, V m_lo) {
     using C = log_detail::Consts<T>;
     const auto one = hn::Set(d, T(1));
-    const auto f = hn::Sub(m, one);
+    auto f = hn::Sub(m, one);
     const auto g = hn::Add(m, one);
+    if constexpr (kAddend && kLevel == LogLevel::kEP) f = hn::Add(f, m_lo);
     const auto s = hn::Div(f, g);
     const auto z = hn::Mul(s, s);
     const auto t = hn::Add(s, s);
@@ -741,7 +750,8 @@ struct LogQuotientBody : UnaryRealBody<T> {
       // Everything but the polynomial's term is summed beside it, so that only one operation
       // waits for the polynomial before the last addition.
       const auto g_lo = hn::Sub(m, hn::Sub(g, one));
-      const auto rem = Fma(d, hn::Neg(s), g_lo, Fma(d, hn::Neg(s), g, f));
+      auto rem = Fma(d, hn::Neg(s), g_lo, Fma(d, hn::Neg(s), g, f));
+      if constexpr (kAddend) rem = Fnma(d, s, m_lo, hn::Add(rem, m_lo));
       const auto t_lo = Fma(d, hn::Neg(rem), s, rem);
       const auto tz = hn::Mul(t, z);
       const auto q = hn::Mul(e, hn::Set(d, kLn ? C::kLn2Hi : C::kLog10Of2Hi));
