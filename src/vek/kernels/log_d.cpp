@@ -24,7 +24,7 @@ void dLnLA(int n, const double* a, double* r) {
   RunUnary(LogRcpBody<double, LogFunction::kLn, LogLevel::kLA>{}, n, a, r);
 }
 void dLnEP(int n, const double* a, double* r) {
-  RunUnary(LogQuotientBody<double, LogFunction::kLn, LogLevel::kEP>{}, n, a, r);
+  RunUnary(LogQuotientBodyEP<LogFunction::kLn>{}, n, a, r);
 }
 void dLog10HA(int n, const double* a, double* r) {
   RunUnary(LogQuotientBody<double, LogFunction::kLog10, LogLevel::kHA>{}, n, a, r);
@@ -33,7 +33,7 @@ void dLog10LA(int n, const double* a, double* r) {
   RunUnary(LogRcpBody<double, LogFunction::kLog10, LogLevel::kLA>{}, n, a, r);
 }
 void dLog10EP(int n, const double* a, double* r) {
-  RunUnary(LogQuotientBody<double, LogFunction::kLog10, LogLevel::kEP>{}, n, a, r);
+  RunUnary(LogQuotientBodyEP<LogFunction::kLog10>{}, n, a, r);
 }
 void dLog1pHA(int n, const double* a, double* r) {
   RunUnary(LogRcpBody<double, LogFunction::kLog1p, LogLevel::kHA>{}, n, a, r);
@@ -42,7 +42,7 @@ void dLog1pLA(int n, const double* a, double* r) {
   RunUnary(LogRcpBody<double, LogFunction::kLog1p, LogLevel::kLA>{}, n, a, r);
 }
 void dLog1pEP(int n, const double* a, double* r) {
-  RunUnary(LogRcpBody<double, LogFunction::kLog1p, LogLevel::kEP>{}, n, a, r);
+  RunUnary(LogQuotientBodyEP<LogFunction::kLog1p>{}, n, a, r);
 }
 
 }  // namespace oxl::HWY_NAMESPACE
