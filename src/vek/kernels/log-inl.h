@@ -20,10 +20,10 @@
 // make the exponent or the mantissa not finite, which shows up as a NaN in a quantity that pass
 // forms anyway (the signal), and the signal marks the lane rare.
 //
-// The double Ln and Log10 HA and EP kernels have no reciprocal: one division gives
-// s = (m - 1) / (m + 1) and ln m = 2 atanh(s) a polynomial in s^2 fitted to each level
-// (LogQuotientBody). On AVX2, without wide register permutes, the reads of the reciprocal
-// kernels' tables cost more than the divider (HA 1.3x, EP 1.3x as slow).
+// The double Ln and Log10 HA kernels and every double EP kernel have no reciprocal: one division
+// gives s = (m - 1) / (m + 1) and ln m = 2 atanh(s) a polynomial in s^2 fitted to each level
+// (LogQuotientBody, LogQuotientBodyEP). On AVX2, without wide register permutes, the reads of the
+// reciprocal kernels' tables cost more than the divider (HA 1.3x, EP 1.3x as slow).
 
 #include <array>
 #include <limits>
