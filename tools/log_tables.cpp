@@ -188,6 +188,10 @@ int main(int argc, char** argv) {
     PrintDoubleArray(out, name, SeriesPolynomial(terms, 1.0 / 25, mpfr_atanh, true));
   }
 
+  // The double EP kernels: the same quotient for m in [sqrt(1/2), sqrt(2)), z up to
+  // (3 - 2 sqrt(2))^2 = 0.02944 (fitted to 0.0295): 3 terms 2^-30.2.
+  PrintDoubleArray(out, "kLnQuotientNarrowEP", SeriesPolynomial(3, 0.0295, mpfr_atanh, true));
+
   // The float LA and EP kernels without a table: ln(1 + r) = r + r^2 q(r) with r = m - 1 for m in
   // [sqrt(1/2), sqrt(2)), near-minimax in the error relative to ln(1 + r), rounded to float: 8
   // terms (LA), 4 terms (EP).

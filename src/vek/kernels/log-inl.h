@@ -20,10 +20,10 @@
 // make the exponent or the mantissa not finite, which shows up as a NaN in a quantity that pass
 // forms anyway (the signal), and the signal marks the lane rare.
 //
-// The double Ln and Log10 HA and EP kernels have no reciprocal: one division gives
-// s = (m - 1) / (m + 1) and ln m = 2 atanh(s) a polynomial in s^2 fitted to each level
-// (LogQuotientBody). On AVX2, without wide register permutes, the reads of the reciprocal
-// kernels' tables cost more than the divider (HA 1.3x, EP 1.3x as slow).
+// The double Ln and Log10 HA kernels and every double EP kernel have no reciprocal: one division
+// gives s = (m - 1) / (m + 1) and ln m = 2 atanh(s) a polynomial in s^2 fitted to each level
+// (LogQuotientBody, LogQuotientBodyEP). On AVX2, without wide register permutes, the reads of the
+// reciprocal kernels' tables cost more than the divider (HA 1.3x, EP 1.3x as slow).
 
 #include <array>
 #include <limits>
@@ -779,6 +779,64 @@ struct LogQuotientBody : UnaryRealBody<T> {
   }
 
   static int32_t Rare(const T* a, T* r) { return vek::LogRare<kFunc>(a, r); }
+};
+
+// The double EP kernels: x = 2^e m with m in [sqrt(1/2), sqrt(2)), s = (m - 1) / (m + 1) and
+//   ln m = 2 atanh(s) = s Q(s^2),  Q(z) = 2 + 2 z P(z),
+// |s| <= 3 - 2 sqrt(2) = 0.1716, P of three terms (tools/log_tables.cpp) within 2^-30.2 of ln m;
+// Log10 scales Q's coefficients by log10(e). Against the HA/LA quotient the narrower interval
+// takes one term off P, and nothing is carried to twice the precision: m - 1 is exact, m + 1 and
+// the quotient round once each, and e ln 2 (e log10 2) joins by one fused operation. Log1p takes
+// the logarithm of v = 1 + x rounded, with m - 1 = x exactly where e is 0 (m is v there), and
+// elsewhere ignores the rounding of 1 + x, which is below 2^-50 of the result when |x| > 0.29.
+template <LogFunction kFunc>
+struct LogQuotientBodyEP : UnaryRealBody<double> {
+  const char* name = kFunc == LogFunction::kLn      ? (OXL_VEK_REAL_NAME(double, Ln))
+                     : kFunc == LogFunction::kLog10 ? (OXL_VEK_REAL_NAME(double, Log10))
+                                                    : (OXL_VEK_REAL_NAME(double, Log1p));
+  static constexpr double kLower = 0x1.6a09e667f3bccp-1;  // sqrt(1/2) rounded down
+  static constexpr double kScale = kFunc == LogFunction::kLog10 ? 2 * 0x1.bcb7b1526e50ep-2 : 2.0;
+  static constexpr double kLog2 =
+      kFunc == LogFunction::kLog10 ? log_detail::Consts<double>::kLog10Of2 : 0x1.62e42fefa39efp-1;
+
+  template <class D, class V = hn::Vec<D>>
+  static HWY_INLINE V OfSplit(D d, V m, V e, V x) {
+    namespace lt = vek::log_tables;
+    const auto one = hn::Set(d, 1.0);
+    auto f = hn::Sub(m, one);
+    if constexpr (kFunc == LogFunction::kLog1p) f = hn::IfThenElse(hn::Eq(e, hn::Zero(d)), x, f);
+    const auto s = hn::Div(f, hn::Add(m, one));
+    // Log1p meets s as small as x / 2, whose square would leave the normal range, and arithmetic
+    // on denormals is slow: 2^-1000 added by the fused square keeps z normal and is below half
+    // an ulp of every square that counts (|s| > 2^-30).
+    const double floor = kFunc == LogFunction::kLog1p ? 0x1p-1000 : 0.0;
+    const auto z = Fma(d, s, s, hn::Set(d, floor));
+    constexpr auto& p = lt::kLnQuotientNarrowEP;
+    const auto q = Horner(d, z, kScale, kScale * p[0], kScale * p[1], kScale * p[2]);
+    return Fma(d, s, q, hn::Mul(e, hn::Set(d, kLog2)));
+  }
+
+  template <class D>
+  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
+    const auto x = in[0];
+    const auto v = kFunc == LogFunction::kLog1p ? hn::Add(hn::Set(d, 1.0), x) : x;
+    const auto fast = log_detail::PositiveNormal(d, v);
+    const auto split = log_detail::SplitOf<false>(d, v, kLower);
+    auto result = OfSplit(d, split.m, split.e, x);
+    rare[0] = hn::MaskFromVec(hn::Zero(d));
+    if (!hn::AllTrue(d, fast)) [[unlikely]] {
+      // As the reciprocal kernels' second pass: the mantissa in [1, 2) split again and the
+      // exponent added.
+      const auto u = log_detail::Unpack(d, v);
+      const auto again = log_detail::SplitOf<false>(d, u.m, kLower);
+      result = hn::IfThenElse(fast, result, OfSplit(d, again.m, hn::Add(again.e, u.e), x));
+      rare[0] = hn::AndNot(fast, u.rare);
+    }
+    // log1p(-0) is -0; every other result has the sign of x already.
+    out[0] = kFunc == LogFunction::kLog1p ? hn::CopySign(result, x) : result;
+  }
+
+  static int32_t Rare(const double* a, double* r) { return vek::LogRare<kFunc>(a, r); }
 };
 
 }  // namespace oxl::HWY_NAMESPACE

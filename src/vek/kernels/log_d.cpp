@@ -1,12 +1,13 @@
-// Ln, Log10 and Log1p kernels of double arrays, one per accuracy level: Ln and Log10 HA and EP by
-// a quotient, the others on the short reciprocals. Measured against MPFR over every binade, around
-// 1 and the interval ends (functions_accuracy_test), and against long double over 2^24 doubles each
-// of all positive bit patterns, of [0.5, 2), of every binade and of the neighbours of the interval
-// ends in several binades, and 2^22 within 2^-20 of 1: dLn HA 0.57 ulp, LA 2.76 ulp, EP 35 bits;
-// dLog10 HA 0.59 ulp, LA 2.62 ulp, EP 34.9 bits; dLog1p HA 0.66 ulp (where 1 + x rounds), LA 2.73
-// ulp, EP 31 bits. The LA kernels' worst lie just above 1 + 2^-5 (1 + x for Log1p), where the
-// one-part -ln c cancels against ln(1 + r). Every finite positive x (x > -1 for Log1p) on the fast
-// path or its second pass; zeros, negatives, infinities and NaNs through the rare routines.
+// Ln, Log10 and Log1p kernels of double arrays, one per accuracy level: Ln and Log10 HA by a
+// quotient, every EP by a shorter quotient on a narrower interval, the others on the short
+// reciprocals. Measured against MPFR over every binade, around 1 and the interval ends
+// (functions_accuracy_test), and against long double over 2^24 doubles each of all positive bit
+// patterns, of [0.5, 2), of every binade and of the neighbours of the interval ends in several
+// binades, and 2^22 within 2^-20 of 1: dLn HA 0.57 ulp, LA 2.76 ulp, EP 30.2 bits; dLog10 HA 0.59
+// ulp, LA 2.62 ulp, EP 30.4 bits; dLog1p HA 0.66 ulp (where 1 + x rounds), LA 2.73 ulp, EP 30.2
+// bits. The LA kernels' worst lie just above 1 + 2^-5 (1 + x for Log1p), where the one-part -ln c
+// cancels against ln(1 + r). Every finite positive x (x > -1 for Log1p) on the fast path or its
+// second pass; zeros, negatives, infinities and NaNs through the rare routines.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/log_d.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -24,7 +25,7 @@ void dLnLA(int n, const double* a, double* r) {
   RunUnary(LogRcpBody<double, LogFunction::kLn, LogLevel::kLA>{}, n, a, r);
 }
 void dLnEP(int n, const double* a, double* r) {
-  RunUnary(LogQuotientBody<double, LogFunction::kLn, LogLevel::kEP>{}, n, a, r);
+  RunUnary(LogQuotientBodyEP<LogFunction::kLn>{}, n, a, r);
 }
 void dLog10HA(int n, const double* a, double* r) {
   RunUnary(LogQuotientBody<double, LogFunction::kLog10, LogLevel::kHA>{}, n, a, r);
@@ -33,7 +34,7 @@ void dLog10LA(int n, const double* a, double* r) {
   RunUnary(LogRcpBody<double, LogFunction::kLog10, LogLevel::kLA>{}, n, a, r);
 }
 void dLog10EP(int n, const double* a, double* r) {
-  RunUnary(LogQuotientBody<double, LogFunction::kLog10, LogLevel::kEP>{}, n, a, r);
+  RunUnary(LogQuotientBodyEP<LogFunction::kLog10>{}, n, a, r);
 }
 void dLog1pHA(int n, const double* a, double* r) {
   RunUnary(LogRcpBody<double, LogFunction::kLog1p, LogLevel::kHA>{}, n, a, r);
@@ -42,7 +43,7 @@ void dLog1pLA(int n, const double* a, double* r) {
   RunUnary(LogRcpBody<double, LogFunction::kLog1p, LogLevel::kLA>{}, n, a, r);
 }
 void dLog1pEP(int n, const double* a, double* r) {
-  RunUnary(LogRcpBody<double, LogFunction::kLog1p, LogLevel::kEP>{}, n, a, r);
+  RunUnary(LogQuotientBodyEP<LogFunction::kLog1p>{}, n, a, r);
 }
 
 }  // namespace oxl::HWY_NAMESPACE
