@@ -31,6 +31,7 @@
 #include "simd/fma-inl.h"
 #include "simd/poly-inl.h"
 #include "simd/reciprocal-inl.h"
+#include "simd/table-inl.h"
 #include "vek/frame/kernel-inl.h"
 #include "vek/kernels/atrig_rare.h"
 #include "vek/kernels/atrig_tables.h"
@@ -90,44 +91,6 @@ struct SplitConst {
 // The series' coefficients after t, (-1)^(k+1)/(2k+3).
 inline constexpr double kAtanSeries[5] = {-1.0 / 3, 1.0 / 5, -1.0 / 7, 1.0 / 9, -1.0 / 11};
 
-// The rows at `row` of a table of pairs (hi, lo): one 16-byte load a lane, then the pairs taken
-// apart by two unpacks, in place of two gathers (Zen 4 gathers cost a dozen simple operations: 1.21
-// against 0.92 ns per element for Atan HA on AVX-512, 1.53 against 1.24 on AVX2). The indices go
-// through memory: the barrier keeps the compiler from extracting each from the register instead,
-// two or three operations a lane where a load forwarded from the store is one.
-template <class D, class VI, class V = hn::VFromD<D>>
-HWY_INLINE void LoadRowPairs(D d, const double* HWY_RESTRICT table, VI row, V* hi, V* lo) {
-  constexpr size_t kLanes = hn::MaxLanes(D());
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
-  if constexpr (kLanes == 4 || kLanes == 8) {
-    HWY_ALIGN int64_t r[kLanes];
-    hn::Store(row, hn::RebindToSigned<D>(), r);
-    asm volatile("" : : "r"(r) : "memory");
-    // Lanes k and k + 2 of a 256-bit half: the pairs of rows r[k] and r[k + 2].
-    const auto two = [&](size_t k) {
-      return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_load_pd(table + 2 * r[k])),
-                                  _mm_load_pd(table + 2 * r[k + 2]), 1);
-    };
-    if constexpr (kLanes == 4) {
-      const __m256d even = two(0), odd = two(1);
-      hi->raw = _mm256_unpacklo_pd(even, odd);
-      lo->raw = _mm256_unpackhi_pd(even, odd);
-    } else {
-#if HWY_TARGET == HWY_AVX3
-      const __m512d even = _mm512_insertf64x4(_mm512_castpd256_pd512(two(0)), two(4), 1);
-      const __m512d odd = _mm512_insertf64x4(_mm512_castpd256_pd512(two(1)), two(5), 1);
-      hi->raw = _mm512_unpacklo_pd(even, odd);
-      lo->raw = _mm512_unpackhi_pd(even, odd);
-#endif
-    }
-    return;
-  }
-#endif
-  const auto idx = hn::ShiftLeft<1>(row);
-  *hi = hn::GatherIndex(d, table, idx);
-  *lo = hn::GatherIndex(d, table + 1, idx);
-}
-
 // atan(a/b) for a, b >= 0 (b = 1 for Atan, and then q = a); where pi_minus is set (Atan2 only),
 // pi - atan(a/b).
 template <AtanLevel kLevel, bool kBinary, class D, class V = hn::VFromD<D>>
@@ -152,8 +115,10 @@ HWY_INLINE V AtanOfRatio(D d, V a, V b, hn::Mask<D> pi_minus) {
   const V t = hn::Div(num, den);
   const V s = hn::Mul(t, t);
   V tail = hn::Mul(hn::Mul(t, s), Polynomial(d, s, atrig_detail::kAtanSeries, kLevel.terms));
-  V hi, lo;
-  LoadRowPairs(d, at::kAtanRows, row, &hi, &lo);
+  V pair[2];
+  LoadRows<2>(d, at::kAtanRows, row, pair);
+  V hi = pair[0];
+  const V lo = pair[1];
   if constexpr (kLevel.compensated) {
     tail = hn::Add(tail, lo);
     // The quotient's remainder, which matters where t is the result (c = 0): num - t den is

@@ -122,18 +122,17 @@ struct ErfBody : UnaryRealBody<double> {
       row = hn::Add(
           row, hn::IfThenElseZero(hn::RebindMask(di, negative), hn::Set(di, et::kErfcNegativeRow)));
     }
-    const auto idx = hn::ShiftLeft<2>(row);
-    const V hi = hn::GatherIndex(d, table, idx);
-    const V lo = hn::GatherIndex(d, table + 1, idx);
-    const V der = hn::GatherIndex(d, table + 2, idx);
+    // The row's f(g) hi and lo, derivative and scale.
+    V cols[4];
+    LoadRows<4>(d, table, row, cols);
     const V s = erf_detail::Series<kTerms>(d, g, dd);
-    V r = hn::Add(hi, Fma(d, der, s, lo));
+    V r = hn::Add(cols[0], Fma(d, cols[2], s, cols[1]));
     if constexpr (kFunc == ErfFunction::kErfc) {
-      out[0] = hn::Mul(r, hn::GatherIndex(d, table + 3, idx));
+      out[0] = hn::Mul(r, cols[3]);
       rare[0] = hn::Not(hn::Lt(x, hn::Set(d, et::kErfcUnderflow)));
     } else if constexpr (kFunc == ErfFunction::kCdfNorm) {
       // Halving the scale is exact: the results that reach here are normal.
-      const V half_scale = hn::Mul(hn::GatherIndex(d, table + 3, idx), hn::Set(d, 0.5));
+      const V half_scale = hn::Mul(cols[3], hn::Set(d, 0.5));
       out[0] = hn::Mul(r, half_scale);
       rare[0] = hn::Not(hn::Gt(x, hn::Set(d, -et::kCdfNormUnderflow)));
     } else {
