@@ -364,9 +364,10 @@ int main(int argc, char** argv) {
                  Literal(mpfr_get_d(r.v, MPFR_RNDN)).c_str());
   }
 
-  // erf x = x + x (2/sqrt(pi) - 1 + x^2 P(x^2)) for |x| below the first midpoint 2^-8: the
-  // Maclaurin series, whose terms 2/sqrt(pi) (-1)^n x^(2n+1) / (n! (2n+1)) fall below 2^-70 of x
-  // after the fifth there. Row 0 would give D x with D's rounding error and the product's.
+  // erf x = x + x (2/sqrt(pi) - 1 + x^2 P(x^2)) for |x| up to the midpoint 9/256: the Maclaurin
+  // series, whose terms 2/sqrt(pi) (-1)^n x^(2n+1) / (n! (2n+1)) fall below 2^-58 of x after the
+  // fifth there. The first rows would give f(g) + D d with D d as large as the result and D's
+  // rounding error in it.
   std::vector<double> small;
   for (int n = 0; n < 5; ++n) {
     Mp c, t;

@@ -259,10 +259,18 @@ const std::map<std::string, HardCase>& HardCases() {
     // Erf, Erfc: the midpoints where the grid j/128 switches rows, the clamp of erf's table
     // (5.9921875), where erfc rounds below the normal range (double and float), and the far tail
     // that still reaches the table; the float Erf's piece ends (multiples of 1/2, and just below,
-    // where y + 4 rounds up to the next piece) and its saturation at 3.9193.
+    // where y + 4 rounds up to the next piece) and its saturation at 3.9193. Near 0, the rows up
+    // to 4/128 that the double Erf leaves to its series, and three arguments where those rows
+    // gave 1.2 to 1.8 ulp.
     HardCase erf = {{0x1p-8, 0x1.8p-7, 0x1p-7, 0.5, 1.0, 0x1.7f8p+2, 6.0, 9.194549560546875,
-                     0x1.a8b12fc6e4892p+4, 27.3},
-                    {{-6.5, 6.5}, {-0x1p-7, 0x1p-7}, {8.0, 10.1}, {20.0, 26.6}, {3.8, 4.1}}};
+                     0x1.a8b12fc6e4892p+4, 27.3, 0x1.2p-5, 0x1.1f71aef517b13p-8, 0x1.0d73a9560e4p-8,
+                     0x1.8b1bd6835b63fp-7},
+                    {{-6.5, 6.5},
+                     {-0x1p-7, 0x1p-7},
+                     {0x1p-7, 0x1.4p-5},
+                     {8.0, 10.1},
+                     {20.0, 26.6},
+                     {3.8, 4.1}}};
     erf.thresholds.insert(erf.thresholds.end(), {0x1.fffffep-2, 0x1.ffffep-2, 1.5, 0x1.7ffffep+0,
                                                  2.0, 2.5, 3.0, 3.5, 0x1.bffffep+1, 0x1.f5a88ap+1});
     // CdfNorm: erfc at -x/sqrt 2 carried in two parts, so the same switches scaled by sqrt 2,

@@ -1,8 +1,9 @@
 // Erf, Erfc and CdfNorm kernels of double arrays by the table of erf-inl.h, with as many series
 // terms as the level needs. Erfc and CdfNorm need all of HA's at LA too (one term fewer gives
-// 3.75 ulp in the far tail), so their LA entry is the HA kernel. Measured against MPFR: Erf HA
-// 0.84 ulp, LA 1.4 ulp, EP 32 bits; Erfc HA 0.75 ulp, EP 28.4 bits; CdfNorm HA 0.69 ulp, EP 28.7
-// bits.
+// 3.75 ulp in the far tail), so their LA entry is the HA kernel. Erf takes the Maclaurin series up
+// to 9/256, where the rows' correction is as large as the result. Measured against MPFR (400000
+// arguments per range, and the rows' switch points): Erf HA 0.72 ulp, LA 0.74 ulp, EP 33 bits;
+// Erfc HA 0.75 ulp, EP 28.4 bits; CdfNorm HA 0.69 ulp, EP 28.7 bits.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/erf_d.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
