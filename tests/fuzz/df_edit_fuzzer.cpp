@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "df/task.h"
+#include "fuzz/fuzz_input.h"
 #include "oxl/df.h"
 #include "support/fake_threads.h"
 
@@ -22,34 +23,18 @@ constexpr int64_t kMaxOrder = 6;    // the highest spline order
 constexpr int64_t kMaxSites = 40;   // sites or limit pairs per call
 constexpr int64_t kMaxResults = 4;  // derivative orders asked for
 
-// The input read as a stream of choices; past its end every choice is 0.
-class Input {
+// A value as an attacker would pick it: small, at a boundary, or any 64 bits.
+class Input : public oxl::fuzz::Input {
  public:
-  Input(const uint8_t* data, size_t size) : data_(data), size_(size) {}
-  bool empty() const { return at_ >= size_; }
-  uint8_t Byte() { return at_ < size_ ? data_[at_++] : 0; }
-  int64_t Wide() {
-    uint64_t v = 0;
-    for (int k = 0; k < 8; ++k) v = (v << 8) | Byte();
-    return static_cast<int64_t>(v);
-  }
-  // A value as an attacker would pick it: small, at a boundary, or any 64 bits.
+  using oxl::fuzz::Input::Input;
   int64_t Value() {
     static constexpr int64_t kBit31 = int64_t{1} << 31, kBit61 = int64_t{1} << 61;
     static constexpr int64_t kEdges[] = {
         0,         -1,       1,   2,         4,      16,         32,
         64,        128,      256, INT32_MAX, kBit31, kBit61 + 1, 2 * kBit61 + 1,
         INT64_MAX, INT64_MIN};
-    const uint8_t kind = Byte();
-    if (kind < 128) return static_cast<int8_t>(Byte());
-    if (kind < 224) return kEdges[Byte() % (sizeof kEdges / sizeof kEdges[0])];
-    return Wide();
+    return oxl::fuzz::Input::Value(kEdges);
   }
-
- private:
-  const uint8_t* data_;
-  size_t size_;
-  size_t at_ = 0;
 };
 
 // The harness's arrays: the caller's memory that the task may point into.

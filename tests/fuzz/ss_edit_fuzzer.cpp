@@ -14,6 +14,7 @@
 #include <limits>
 #include <vector>
 
+#include "fuzz/fuzz_input.h"
 #include "oxl/ss.h"
 #include "stats/task.h"
 #include "support/fake_threads.h"
@@ -28,28 +29,17 @@ constexpr int64_t kParams = 4;         // the most parameters of a parameter arr
 // full p-by-p matrix.
 constexpr int64_t kReals = kDims * std::max(kObservations, kDims);
 
-// The input read as a stream of choices; past its end every choice is 0.
-class Input {
+// An integer as an attacker would pick it, and a real: small multiples of 1/8, or one of the
+// special values.
+class Input : public oxl::fuzz::Input {
  public:
-  Input(const uint8_t* data, size_t size) : data_(data), size_(size) {}
-  bool empty() const { return at_ >= size_; }
-  uint8_t Byte() { return at_ < size_ ? data_[at_++] : 0; }
-  int64_t Wide() {
-    uint64_t v = 0;
-    for (int k = 0; k < 8; ++k) v = (v << 8) | Byte();
-    return static_cast<int64_t>(v);
-  }
-  // An integer as an attacker would pick it: small, at a boundary, or any 64 bits.
+  using oxl::fuzz::Input::Input;
   int64_t Value() {
     static constexpr int64_t kEdges[] = {
         0,         -1,        1,         2,        kDims, kObservations, STORAGE_ROWS, STORAGE_COLS,
         INT32_MAX, INT32_MIN, INT64_MAX, INT64_MIN};
-    const uint8_t kind = Byte();
-    if (kind < 144) return static_cast<int8_t>(Byte());
-    if (kind < 232) return kEdges[Byte() % (sizeof kEdges / sizeof kEdges[0])];
-    return Wide();
+    return oxl::fuzz::Input::Value(kEdges, 144, 232);
   }
-  // A real: small multiples of 1/8, or one of the special values.
   double Real() {
     static constexpr double kSpecial[] = {0.0,
                                           -0.0,
@@ -63,11 +53,6 @@ class Input {
     if (kind < 240) return static_cast<int8_t>(Byte()) / 8.0;
     return kSpecial[Byte() % 8];
   }
-
- private:
-  const uint8_t* data_;
-  size_t size_;
-  size_t at_ = 0;
 };
 
 // The harness's arrays: the caller's memory that the task may point into. Integer arrays are read

@@ -723,7 +723,7 @@ struct LogQuotientBody : UnaryRealBody<T> {
   // ln x (log10 x) for x = 2^e m, m in [3/4, 3/2).
   template <class D, class V = hn::Vec<D>>
   static HWY_INLINE V OfSplit(D d, V m, V e) {
-    return OfSplit<false>(d, m, e, m);
+    return OfSplit<false>(d, m, e, hn::Zero(d));
   }
 
   // With kAddend, ln x for x = 2^e (m + m_lo), m_lo below an ulp of m: the addend joins the
