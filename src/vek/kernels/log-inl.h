@@ -795,9 +795,9 @@ struct LogQuotientBodyEP : UnaryRealBody<double> {
                      : kFunc == LogFunction::kLog10 ? (OXL_VEK_REAL_NAME(double, Log10))
                                                     : (OXL_VEK_REAL_NAME(double, Log1p));
   static constexpr double kLower = 0x1.6a09e667f3bccp-1;  // sqrt(1/2) rounded down
-  static constexpr double kScale = kFunc == LogFunction::kLog10 ? 2 * 0x1.bcb7b1526e50ep-2 : 2.0;
-  static constexpr double kLog2 =
-      kFunc == LogFunction::kLog10 ? log_detail::Consts<double>::kLog10Of2 : 0x1.62e42fefa39efp-1;
+  using C = log_detail::Consts<double>;
+  static constexpr double kScale = kFunc == LogFunction::kLog10 ? 2 * C::kLog10OfEHi : 2.0;
+  static constexpr double kLog2 = kFunc == LogFunction::kLog10 ? C::kLog10Of2 : C::kLn2;
 
   template <class D, class V = hn::Vec<D>>
   static HWY_INLINE V OfSplit(D d, V m, V e, V x) {
