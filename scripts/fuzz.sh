@@ -12,7 +12,7 @@ fi
 CC=clang-14 CXX=clang++-14 cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=Release -DOXL_FUZZ=ON \
   -DOXL_BUILD_TESTS=OFF -DOXL_BUILD_BENCHMARKS=OFF -DOXL_BUILD_EXAMPLES=OFF >/dev/null
 cmake --build build-fuzz -j"$(nproc)" --target oxl_fuzzers
-for name in mode_env df_edit ss_edit; do
+for name in mode_env df_edit ss_edit streams; do
   scratch=$(mktemp -d)
   options=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=4096 -print_final_stats=1
     -artifact_prefix=build-fuzz/"$name"-)

@@ -196,7 +196,8 @@ OXL_API void __vrsUnregisterGlobRODataReference(const uint64_t* key);
  *   MCG59:    x' = 13^13 x mod 2^59; outputs x / 2^59 scaled; iBRng writes 64-bit words.
  *   MRG32K3A: L'Ecuyer's combined generator; z = (x - y) mod M1 in 1..M1, outputs z / M1 scaled,
  *             so b itself can come out.
- * The output functions write nothing and leave the state alone when n is 0 or less. */
+ * The output functions of MCG59 and MRG32K3A write nothing and leave the state alone when n is 0
+ * or less; MCG31's write r[0] and step once then, as its callers have always seen it. */
 OXL_API int32_t __vrsBRngMCG31M1InitStream(int32_t method, StreamRecord* stream, int32_t n,
                                            const uint32_t* params);
 OXL_API int32_t __vrssBRngMCG31M1(StreamRecord* stream, int32_t n, float* r, float a, float b);
