@@ -320,6 +320,7 @@ int main(int argc, char** argv) {
   Polynomial(out, "kSinPolyForFloat", true, 4, 2);
   std::fprintf(out, "\n// sin r = r + r^3 P(r^2), |r| <= pi/2.\n");
   Polynomial(out, "kSinPolyHalfTurn", true, 8, 1);
+  Polynomial(out, "kSinPolyHalfTurnEP", true, 5, 1);
   std::fprintf(out,
                "\n// The float kernels' LA and EP: |x| = n pi + r with |x| <= 2^12, pi in three "
                "floats\n// (rounded toward zero: subtracting n times them from -0 leaves -0), and "

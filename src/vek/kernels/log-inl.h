@@ -816,6 +816,15 @@ struct LogQuotientBodyEP : UnaryRealBody<double> {
     return Fma(d, s, q, hn::Mul(e, hn::Set(d, kLog2)));
   }
 
+  // ln x (log10 x) for a positive normal x, with no test of that: the inverse error kernels'
+  // arguments are positive normal wherever their result is not replaced by the rare routine.
+  template <class D>
+  static HWY_INLINE hn::Vec<D> OfPositiveNormal(D d, hn::Vec<D> x) {
+    static_assert(kFunc != LogFunction::kLog1p);
+    const auto split = log_detail::SplitOf<false>(d, x, kLower);
+    return OfSplit(d, split.m, split.e, x);
+  }
+
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
     const auto x = in[0];

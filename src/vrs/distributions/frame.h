@@ -243,6 +243,11 @@ struct Passes {
                       T sigma, T a);
 };
 
+// The double Box-Muller outputs of `pairs` pairs of uniforms u (radius uniform first), one per
+// pair: r[i] = fma(sigma * sqrt(-2 ln u[2i]), sin(2 pi u[2i + 1]), a), the product rounded first,
+// the logarithm of the EP kernel and the sine within 2^-34.5. r may not overlap u.
+void BoxMullerPairs(double* r, const double* u, int32_t pairs, double sigma, double a);
+
 const Passes<double>& PassesOf(double);
 const Passes<float>& PassesOf(float);
 

@@ -72,11 +72,25 @@ int32_t CallBack(oxl_vek_error_record* record) {
 // in the first cache level beside the output they are written to.
 constexpr int32_t kPairs = 256;
 
-// One output per pair of uniforms, in blocks of kPairs. A block's uniforms are drawn, and taken
-// apart into radius uniforms and angles (2 pi times the angle uniforms), while the block before it
-// makes its outputs: that pass waits on its square roots, and the moves fill the wait. The sines
-// replace the angles, and the last pass takes the radius from its uniform's logarithm. A source
-// that fails leaves the blocks before it complete.
+// One output per pair of uniforms, in blocks of kPairs; a source that fails leaves the blocks
+// before it complete. Double: each block's uniforms go through one pass that takes the logarithm,
+// the square root, the sine of the angle in turns and the product a vector at a time.
+int32_t BoxMuller(StreamRecord* s, int32_t n, double* r, double a, double sigma) {
+  alignas(64) double u[2 * kPairs];
+  int32_t status = 0;
+  for (int32_t done = 0; done < n; done += kPairs) {
+    const int32_t m = std::min(kPairs, n - done);
+    status = Uniform(s, 2 * m, u, 0.0, 1.0);
+    if (status < 0) return status;
+    BoxMullerPairs(r + done, u, m, sigma, a);
+  }
+  return status;
+}
+
+// Float: a block's uniforms are drawn, and taken apart into radius uniforms and angles (2 pi times
+// the angle uniforms), while the block before it makes its outputs: that pass waits on its square
+// roots, and the moves fill the wait. The sines replace the angles, and the last pass takes the
+// radius from its uniform's logarithm.
 template <class T>
 int32_t BoxMuller(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
   if (n <= 0) return 0;
