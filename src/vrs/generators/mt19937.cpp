@@ -71,10 +71,12 @@ HWY_INLINE V VecTemper(D d, V y, V b, V c) {
 // positions at .. at + limit. Each full vector is tempered from its register as it is made, so
 // that no word is read back across the seams of the stores (which would stall store-to-load
 // forwarding); the vector that crosses `limit` and the 128-bit pieces are tempered word by word
-// memory one by one. GCC cannot see that the scalar ends start where the vector loops stopped
+// from memory. GCC cannot see that the scalar ends start where the vector loops stopped
 // and warns of indices it never reaches.
 #pragma GCC diagnostic push
+#if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Waggressive-loop-optimizations"
+#endif
 template <class Shape, class Sink>
 HWY_INLINE void RegenerateEmit(uint32_t* HWY_RESTRICT w, const MtParams& p, size_t limit, size_t at,
                                const Sink& sink) {

@@ -52,7 +52,7 @@ struct PhiloxGen {
   // one shuffle on x86.
   template <int kI, int kJ>
   static HWY_INLINE V PickPairs(V a, V b) {
-    constexpr int kSel = kI | kJ << 2 | kI << 4 | kJ << 6;
+    [[maybe_unused]] constexpr int kSel = kI | kJ << 2 | kI << 4 | kJ << 6;
 #if HWY_TARGET == HWY_AVX2
     return V{_mm256_castps_si256(
         _mm256_shuffle_ps(_mm256_castsi256_ps(a.raw), _mm256_castsi256_ps(b.raw), kSel))};
