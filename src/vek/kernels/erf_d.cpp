@@ -22,7 +22,7 @@ template <int... kTerms>
 using Double = DoubleSeries<kTerms...>;
 
 void dErfHA(int n, const double* a, double* r) {
-  RunUnary(ErfBody<kErf, Double<6, 4, 2>>{}, n, a, r);
+  RunUnary(ErfBody<kErf, Double<6, 4, 2, 1>>{}, n, a, r);
 }
 void dErfLA(int n, const double* a, double* r) {
   RunUnary(ErfBody<kErf, Double<5, 4, 2>>{}, n, a, r);
