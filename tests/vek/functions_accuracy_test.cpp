@@ -261,10 +261,13 @@ const std::map<std::string, HardCase>& HardCases() {
     // that still reaches the table; the float Erf's piece ends (multiples of 1/2, and just below,
     // where y + 4 rounds up to the next piece) and its saturation at 3.9193. Near 0, the rows up
     // to 4/128 that the double Erf leaves to its series, and three arguments where those rows
-    // gave 1.2 to 1.8 ulp.
+    // gave 1.2 to 1.8 ulp. Erfc's far tail, where the series' step 2 g d reaches 0.21: an argument
+    // where too short a series gave 1.03 ulp, and the worst of the double kernels over 2^24
+    // arguments (Erfc HA, LA; Erf LA).
     HardCase erf = {{0x1p-8, 0x1.8p-7, 0x1p-7, 0.5, 1.0, 0x1.7f8p+2, 6.0, 9.194549560546875,
                      0x1.a8b12fc6e4892p+4, 27.3, 0x1.2p-5, 0x1.1f71aef517b13p-8, 0x1.0d73a9560e4p-8,
-                     0x1.8b1bd6835b63fp-7},
+                     0x1.8b1bd6835b63fp-7, 0x1.a0b0dafd6431bp+4, 0x1.a62ffb26c6d05p+4, 0x1.a5dp+4,
+                     0x1.92ffbc59bf97p+0},
                     {{-6.5, 6.5},
                      {-0x1p-7, 0x1p-7},
                      {0x1p-7, 0x1.4p-5},
@@ -274,10 +277,12 @@ const std::map<std::string, HardCase>& HardCases() {
     erf.thresholds.insert(erf.thresholds.end(), {0x1.fffffep-2, 0x1.ffffep-2, 1.5, 0x1.7ffffep+0,
                                                  2.0, 2.5, 3.0, 3.5, 0x1.bffffep+1, 0x1.f5a88ap+1});
     // CdfNorm: erfc at -x/sqrt 2 carried in two parts, so the same switches scaled by sqrt 2,
-    // and the underflow thresholds at -37.54 (double) and -12.95 (float).
-    HardCase cdfnorm = {{-0x1.2c27b05bf1a0bp+5, -37.5, -0x1.9e6604p+3, -0x1.a8b12fc6e4892p+4,
-                         -8.474, 8.474, 0x1.6a09e667f3bcdp-8, -1.0},
-                        {{-10.0, 10.0}, {-37.6, -30.0}, {-13.0, -12.0}, {-0x1p-6, 0x1p-6}}};
+    // and the underflow thresholds at -37.54 (double) and -12.95 (float); in the far tail, an
+    // argument where too short a series gave 1.03 ulp and the HA kernel's worst over 2^24.
+    HardCase cdfnorm = {
+        {-0x1.2c27b05bf1a0bp+5, -37.5, -0x1.9e6604p+3, -0x1.a8b12fc6e4892p+4, -8.474, 8.474,
+         0x1.6a09e667f3bcdp-8, -1.0, -0x1.133269fd4e7c9p+5, -0x1.24b29e7481c53p+5},
+        {{-10.0, 10.0}, {-37.6, -30.0}, {-13.0, -12.0}, {-0x1p-6, 0x1p-6}}};
     // The float Erfc and CdfNorm kernels change piece where y + 3/4 crosses a quarter-binade
     // (y = |x| from 1/8 to 7.25, x/sqrt 2 for CdfNorm), and erfc(-y) stops at y = 4; their worst
     // arguments over all floats (HA, LA, EP).

@@ -2,15 +2,14 @@
 //
 // The double kernels: y = |x| is rounded to the grid g = j/128 by the shifter 2^45 (whose last
 // place is 2^-7, so the sum's low bits are j), and f(g + d), |d| <= 1/256, is the table's row for g
-// plus its Taylor series. Every derivative of erf is the first one, D = 2/sqrt(pi) exp(-g^2), times
-// a polynomial in g: erf^(n+1)(g) = D (-1)^n H_n(g) with Hermite's H_n. So the series is
-//   f(g + d) = f(g) + D d (b_0 + b_1 d + b_2 d^2 + ...),  b_n = (-1)^n H_n(g) / (n+1)!,
-// and Hermite's recurrence gives b_0 = 1, b_1 = -g, b_(n+1) = -2/(n+2) g b_n
-// - 2n/((n+1)(n+2)) b_(n-1): the coefficients cost a few operations each, and no table holds them.
-// The terms fall like (2 g d)^n / n!, at most 0.21^n / n! at Erfc's threshold, so the levels
-// differ only in how many are summed. The same series serves erfc (D negated) and
-// erfc(-y) = 1 + erf(y); the rows hold f(g) as hi + lo, and Erfc's far-tail rows are scaled by a
-// power of two that the result is multiplied by, exactly, at the end.
+// plus a series in d. Every derivative of erf is the first one, D = 2/sqrt(pi) exp(-g^2), times a
+// polynomial in g, so the series is D d times a sum of which no table holds the coefficients: a
+// double series in 2 g d and d^2 with fixed coefficients (DoubleSeries), or, for few terms, the
+// Taylor series in d with Hermite's recurrence for its coefficients (HermiteSeries). The terms fall
+// like (2 g d)^n / n!, at most 0.21^n / n! at Erfc's threshold, so the levels differ only in how
+// many are summed. The same series serves erfc (D negated) and erfc(-y) = 1 + erf(y); the rows
+// hold f(g) as hi + lo, and Erfc's far-tail rows are scaled by a power of two that the result is
+// multiplied by, exactly, at the end. Near 0 Erf takes its Maclaurin series instead.
 //
 // Erf has no rare lanes. Erfc's rare lanes are the arguments from the underflow threshold on, +inf
 // and NaN; the other lanes' indices are clamped to the table, NaNs included (a compare that fails
@@ -24,6 +23,7 @@
 #endif
 
 #include <array>
+#include <utility>
 
 #include "simd/fma-inl.h"
 #include "simd/poly-inl.h"
@@ -37,22 +37,83 @@ HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 namespace erf_detail {
 
-// sum b_n d^n for n < kTerms, times d.
-template <int kTerms, class D, class V = hn::VFromD<D>>
-HWY_INLINE V Series(D d, V g, V dd) {
-  static_assert(kTerms >= 2);
-  V b[kTerms];
-  b[0] = hn::Set(d, 1.0);
-  b[1] = hn::Neg(g);
-  for (int n = 1; n + 1 < kTerms; ++n) {
-    const double p = -2.0 / (n + 2);
-    const double q = -2.0 * n / ((n + 1) * (n + 2));
-    b[n + 1] = Fma(d, hn::Mul(hn::Set(d, p), g), b[n], hn::Mul(hn::Set(d, q), b[n - 1]));
-  }
-  V acc = b[kTerms - 1];
-  for (int n = kTerms - 2; n >= 0; --n) acc = Fma(d, acc, dd, b[n]);
-  return hn::Mul(acc, dd);
+// (-1)^(n+k) / (n! k! (n + 2k + 1)): the denominator is an integer below 2^53, so the quotient is
+// the only rounding.
+constexpr double SeriesCoefficient(int n, int k) {
+  double den = n + 2 * k + 1;
+  for (int i = 2; i <= n; ++i) den *= i;
+  for (int i = 2; i <= k; ++i) den *= i;
+  return ((n + k) % 2 ? -1.0 : 1.0) / den;
 }
+
+// The sum of c_(n,k) u^(n - kFirst) over kFirst <= n < kTerms.
+template <int k, int kTerms, int kFirst, class D, class V = hn::VFromD<D>>
+HWY_INLINE V SeriesRow(D d, V u) {
+  static_assert(kTerms > kFirst);
+  static constexpr auto c = [] {
+    std::array<double, kTerms> out{};
+    for (int n = kFirst; n < kTerms; ++n) out[n] = SeriesCoefficient(n, k);
+    return out;
+  }();
+  V acc = hn::Set(d, c[kTerms - 1]);
+  for (int n = kTerms - 2; n >= kFirst; --n) acc = Fma(d, acc, u, hn::Set(d, c[n]));
+  return acc;
+}
+
+}  // namespace erf_detail
+
+// The two ways of summing the series, as the row's correction f(g + dd) - f(g) + lo for the row's
+// derivative D and low part lo.
+//
+// Integrating e^(-(g + t)^2) = e^(-g^2) e^(-2 g t) e^(-t^2) term by term gives
+//   f(g + dd) - f(g) = D dd F(u, w),  F = sum c_(n,k) u^n w^k,  u = 2 g dd,  w = dd^2,
+// a polynomial in u (at most 0.21, at Erfc's threshold) whose coefficients are polynomials in
+// w <= 2^-16, with kTerms[k] terms of the one at w^k: every term costs one Fma, where the
+// recurrence's cost three. D dd is added by the last Fma, so that near 0, where it is as large as
+// the result, only the small part's roundings reach it.
+template <int kFirstTerms, int... kTerms>
+struct DoubleSeries {
+  template <class D, class V = hn::VFromD<D>>
+  static HWY_INLINE V Correction(D d, V deriv, V lo, V g, V dd) {
+    constexpr int kRows = sizeof...(kTerms);
+    static_assert(kRows >= 1);
+    const V u = hn::Mul(hn::Add(g, g), dd);
+    const V w = hn::Mul(dd, dd);
+    V rows[kRows];
+    [&]<int... k>(std::integer_sequence<int, k...>) {
+      ((rows[k] = erf_detail::SeriesRow<k + 1, kTerms, 0>(d, u)), ...);
+    }
+    (std::make_integer_sequence<int, kRows>());
+    V q = rows[kRows - 1];
+    for (int k = kRows - 2; k >= 0; --k) q = Fma(d, q, w, rows[k]);
+    // dd (F - 1), at most a fifth of dd.
+    const V rest = Fma(d, u, erf_detail::SeriesRow<0, kFirstTerms, 1>(d, u), hn::Mul(w, q));
+    return Fma(d, deriv, dd, Fma(d, deriv, hn::Mul(dd, rest), lo));
+  }
+};
+
+// The Taylor series in dd, f(g + dd) - f(g) = D dd (b_0 + b_1 dd + ...), by Hermite's recurrence:
+// the shorter sum where few terms suffice.
+template <int kTerms>
+struct HermiteSeries {
+  template <class D, class V = hn::VFromD<D>>
+  static HWY_INLINE V Correction(D d, V deriv, V lo, V g, V dd) {
+    static_assert(kTerms >= 2);
+    V b[kTerms];
+    b[0] = hn::Set(d, 1.0);
+    b[1] = hn::Neg(g);
+    for (int n = 1; n + 1 < kTerms; ++n) {
+      const double p = -2.0 / (n + 2);
+      const double q = -2.0 * n / ((n + 1) * (n + 2));
+      b[n + 1] = Fma(d, hn::Mul(hn::Set(d, p), g), b[n], hn::Mul(hn::Set(d, q), b[n - 1]));
+    }
+    V acc = b[kTerms - 1];
+    for (int n = kTerms - 2; n >= 0; --n) acc = Fma(d, acc, dd, b[n]);
+    return Fma(d, deriv, hn::Mul(acc, dd), lo);
+  }
+};
+
+namespace erf_detail {
 
 // min(y, c) for y >= 0 or NaN, NaN kept: the x86 minimum returns its second operand when either is
 // NaN (a signalling one unchanged, to be quieted by the next operation); the scalar target's Min
@@ -78,8 +139,9 @@ HWY_INLINE V AddToExponent(D d, V v, V z) {
 
 enum class ErfFunction { kErf, kErfc, kCdfNorm };
 
-// kTerms of the series: enough for the level's accuracy over the function's grid.
-template <ErfFunction kFunc, int kTerms>
+// Series: DoubleSeries or HermiteSeries, with enough terms for the level's accuracy over the
+// function's grid.
+template <ErfFunction kFunc, class Series>
 struct ErfBody : UnaryRealBody<double> {
   static constexpr bool kErf = kFunc == ErfFunction::kErf;
   const char* name = kErf                          ? vek::names::dErf
@@ -125,8 +187,7 @@ struct ErfBody : UnaryRealBody<double> {
     // The row's f(g) hi and lo, derivative and scale.
     V cols[4];
     LoadRows<4>(d, table, row, cols);
-    const V s = erf_detail::Series<kTerms>(d, g, dd);
-    V r = hn::Add(cols[0], Fma(d, cols[2], s, cols[1]));
+    V r = hn::Add(cols[0], Series::Correction(d, cols[2], cols[1], g, dd));
     if constexpr (kFunc == ErfFunction::kErfc) {
       out[0] = hn::Mul(r, cols[3]);
       rare[0] = hn::Not(hn::Lt(x, hn::Set(d, et::kErfcUnderflow)));
