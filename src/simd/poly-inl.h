@@ -86,6 +86,13 @@ HWY_API V Horner(D d, V x, const C (&c)[N]) {
   (std::make_index_sequence<N>());
 }
 template <size_t N, class D, class V = hn::VFromD<D>>
+HWY_API V HornerEvenOdd(D d, V x, V x2, const double (&c)[N]) {
+  return [&]<size_t... K>(std::index_sequence<K...>) {
+    return HornerEvenOdd(d, x, x2, static_cast<hn::TFromD<D>>(c[K])...);
+  }
+  (std::make_index_sequence<N>());
+}
+template <size_t N, class D, class V = hn::VFromD<D>>
 HWY_API V Estrin(D d, V x, V x2, const double (&c)[N]) {
   return [&]<size_t... K>(std::index_sequence<K...>) {
     return Estrin(d, x, x2, static_cast<hn::TFromD<D>>(c[K])...);

@@ -232,6 +232,13 @@ struct RcpTables {
       return hn::Add(first, Lookup(d, hi_second, index));  // exact: Hi has 40 bits
     }
   }
+
+  // c and the high part of -ln c.
+  template <class VI>
+  HWY_INLINE void Read(D d, VI index, hn::VFromD<D>& c, hn::VFromD<D>& t_hi) const {
+    c = Lookup(d, reciprocal, index);
+    t_hi = High(d, index);
+  }
 };
 
 // The tail at r. Log1p meets r as small as x itself, whose powers would be denormals, and
@@ -325,7 +332,8 @@ HWY_INLINE Pair<D> LnTerms(D d, const RcpTables<T, kLevel>& tables, const Split<
 // ln(1 + r) = r + r^2 q(r) on the short reciprocals' |r| <= 0.0342 (every interval's r), q fitted
 // to each level in the error relative to ln(1 + r). Float: q(0) = -1/2, HA and LA of degree 3,
 // within 2^-28.7 of r and 2^-33.5 absolute; EP of degree 1, 2^-16.6 of r. Double
-// (tools/log_tables.cpp): 9 terms 2^-60.7 (HA), 8 terms 2^-55.1 (LA), 4 terms 2^-30.9 (EP).
+// (tools/log_tables.cpp): 9 terms 2^-60.7 (HA), 8 terms 2^-55.1 (LA); the double EP kernels take
+// the quotient.
 template <class T, LogLevel kLevel>
 struct ShortTail {
   template <class D, class V>
@@ -339,10 +347,12 @@ struct ShortTail {
       }
     } else if constexpr (kLevel == LogLevel::kHA) {
       return Estrin(d, r, r2, lt::kLnShortHA);
-    } else if constexpr (kLevel == LogLevel::kLA) {
-      return Estrin(d, r, r2, lt::kLnShortLA);
     } else {
-      return Estrin(d, r, r2, lt::kLnShortEP);
+      static_assert(kLevel == LogLevel::kLA, "the double EP logarithms take the quotient");
+      // Two Horner chains rather than Estrin: each coefficient is an addend, which the fused
+      // operation reads from memory, where Estrin's pairs need one of two in a register (AVX2,
+      // short of registers, broadcasts four a vector): 3% on AVX2, 4% on AVX-512.
+      return HornerEvenOdd(d, r, r2, lt::kLnShortLA);
     }
   }
 };
@@ -379,6 +389,35 @@ struct ShortTablesD {
   HWY_INLINE hn::VFromD<D> High(D d, VI index) const {
     return Lookup(d, hi, index);
   }
+
+  // c and T_hi of the interval. On AVX2 at LA and EP both come from one load a lane of the
+  // interleaved rows (c, -ln c): loads where the register tables take six permutes, three blends
+  // and a conversion per vector (dLn LA 1.34 against 1.12 ns per element). The values are the
+  // register tables' own, so every target gives the same bits.
+  template <class VI>
+  HWY_INLINE void Read(D d, VI index, hn::VFromD<D>& c, hn::VFromD<D>& t_hi) const {
+#if HWY_TARGET == HWY_AVX2
+    if constexpr (!kTwoParts) {
+      const hn::RebindToSigned<D> di;
+      hn::VFromD<D> pair[2];
+      LoadRows<2>(d, kRows.data(), hn::And(hn::BitCast(di, index), hn::Set(di, int64_t{15})), pair);
+      c = pair[0];
+      t_hi = pair[1];
+      return;
+    }
+#endif
+    c = Lookup(d, reciprocal, index);
+    t_hi = High(d, index);
+  }
+
+  alignas(64) static constexpr std::array<double, 32> kRows = [] {
+    std::array<double, 32> rows{};
+    for (size_t i = 0; i < 16; ++i) {
+      rows[2 * i] = vek::log_tables::kLnFRcp[i];
+      rows[2 * i + 1] = vek::log_tables::kLnDShort[i];
+    }
+    return rows;
+  }();
 };
 
 // ln(v) (log10) for v = 2^split.e split.m, with lo an addend to v as below, on the short
@@ -391,8 +430,8 @@ HWY_INLINE hn::VFromD<D> EvaluateShort(D d, const Tables& tables, const Split<D>
                                        hn::VFromD<D> lo) {
   using T = hn::TFromD<D>;
   using C = Consts<T>;
-  const auto c = Lookup(d, tables.reciprocal, split.index);
-  const auto t_hi = tables.High(d, split.index);
+  hn::VFromD<D> c, t_hi;
+  tables.Read(d, split.index, c, t_hi);
   const auto r = Fma(d, split.m, c, hn::Set(d, T(-1)));
   // Log1p's lo / v enters with the slope 1 - r of ln(1 + r), and the polynomial sees r alone:
   // r is 0 or at least 2^-29 (2^-58), a multiple of it, so that its powers are never denormals,
@@ -546,6 +585,10 @@ struct LogRcpBody : UnaryRealBody<T> {
   std::conditional_t<sizeof(T) == 4, log_detail::RcpTables<T, kLevel>,
                      log_detail::ShortTablesD<kLevel>>
       tables;
+  // Two vectors a block on AVX2 for double, as the quotient kernels: with sixteen registers the
+  // polynomial's constants then stay in them (dLn LA 10% faster than with four).
+  static constexpr size_t kBlock =
+      HWY_TARGET == HWY_AVX2 && sizeof(T) == 8 ? 8 : UnaryRealBody<T>::kBlock;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
