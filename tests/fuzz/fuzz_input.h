@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <span>
 
 namespace oxl::fuzz {
@@ -24,6 +25,20 @@ class Input {
     if (kind < small) return static_cast<int8_t>(Byte());
     if (kind < edge) return edges[Byte() % edges.size()];
     return Wide();
+  }
+  // A real: a small multiple of `step` (a choice below `plain`), or a special value.
+  double Real(uint8_t plain, double step) {
+    static constexpr double kSpecial[] = {0.0,
+                                          -0.0,
+                                          1e300,
+                                          -1e300,
+                                          4.9e-324,
+                                          std::numeric_limits<double>::infinity(),
+                                          -std::numeric_limits<double>::infinity(),
+                                          std::numeric_limits<double>::quiet_NaN()};
+    const uint8_t kind = Byte();
+    if (kind < plain) return static_cast<int8_t>(Byte()) * step;
+    return kSpecial[Byte() % 8];
   }
 
  private:

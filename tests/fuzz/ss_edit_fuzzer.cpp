@@ -11,7 +11,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <vector>
 
 #include "fuzz/fuzz_input.h"
@@ -40,19 +39,7 @@ class Input : public oxl::fuzz::Input {
         INT32_MAX, INT32_MIN, INT64_MAX, INT64_MIN};
     return oxl::fuzz::Input::Value(kEdges, 144, 232);
   }
-  double Real() {
-    static constexpr double kSpecial[] = {0.0,
-                                          -0.0,
-                                          1e300,
-                                          -1e300,
-                                          4.9e-324,
-                                          std::numeric_limits<double>::infinity(),
-                                          -std::numeric_limits<double>::infinity(),
-                                          std::numeric_limits<double>::quiet_NaN()};
-    const uint8_t kind = Byte();
-    if (kind < 240) return static_cast<int8_t>(Byte()) / 8.0;
-    return kSpecial[Byte() % 8];
-  }
+  double Real() { return oxl::fuzz::Input::Real(240, 1.0 / 8); }
 };
 
 // The harness's arrays: the caller's memory that the task may point into. Integer arrays are read

@@ -54,19 +54,7 @@ class Input : public oxl::fuzz::Input {
     if (kind < 240) return static_cast<int32_t>(OXL_BRNG_MT2203 + static_cast<uint32_t>(Value()));
     return static_cast<int32_t>(Value());
   }
-  double Real() {
-    static constexpr double kSpecial[] = {0.0,
-                                          -0.0,
-                                          1e300,
-                                          -1e300,
-                                          1e-310,
-                                          std::numeric_limits<double>::infinity(),
-                                          -std::numeric_limits<double>::infinity(),
-                                          std::numeric_limits<double>::quiet_NaN()};
-    const uint8_t kind = Byte();
-    if (kind < 224) return static_cast<int8_t>(Byte()) / 4.0;
-    return kSpecial[Byte() % std::size(kSpecial)];
-  }
+  double Real() { return oxl::fuzz::Input::Real(224, 1.0 / 4); }
 };
 
 // The float entries' bounds: a double beyond float's range becomes an infinity, without the
