@@ -221,7 +221,8 @@ struct Passes {
   // r[i] = fma(u[i] <= 0.5 ? -beta : beta, r[i], a)
   void (*signed_affine)(T* r, const T* u, int32_t n, T beta, T a);
   // r[i] = fma(sigma * sqrt(-2 log_u[i]), sine[i], a), the product rounded first; and in the same
-  // sweep, the pairs of the next block taken apart as `next` says (next.u may not overlap r)
+  // sweep, the pairs of the next block taken apart as `next` says (next.u may not overlap r).
+  // Float only (null for double, whose Box-Muller is BoxMullerPairs)
   void (*radius_product)(T* r, const T* log_u, const T* sine, int32_t n, T sigma, T a,
                          const PairSplit<T>& next);
   // Over `total` elements taken as rows of `period`: r[k] = fma(scale[j], r[k], shift[j]), or,

@@ -91,8 +91,8 @@ int32_t BoxMuller(StreamRecord* s, int32_t n, double* r, double a, double sigma)
 // the angle uniforms), while the block before it makes its outputs: that pass waits on its square
 // roots, and the moves fill the wait. The sines replace the angles, and the last pass takes the
 // radius from its uniform's logarithm.
-template <class T>
-int32_t BoxMuller(StreamRecord* s, int32_t n, T* r, T a, T sigma) {
+int32_t BoxMuller(StreamRecord* s, int32_t n, float* r, float a, float sigma) {
+  using T = float;
   if (n <= 0) return 0;
   alignas(64) T u[2 * kPairs];
   alignas(64) T radius[2][kPairs];

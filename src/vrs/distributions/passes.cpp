@@ -316,6 +316,16 @@ void Verdicts(const TpeHat& hat, const double* uv, int32_t pairs, double* y, dou
   }
 }
 
+// The radius sweep serves the float Box-Muller only: the double method runs its own pass.
+template <class T>
+constexpr auto RadiusProductOf() {
+  if constexpr (sizeof(T) == 4) {
+    return &RadiusProduct<T>;
+  } else {
+    return decltype(Passes<T>::radius_product){nullptr};
+  }
+}
+
 template <class T>
 constexpr Passes<T> MakePasses() {
   return Passes<T>{.affine = &Affine<T, false>,
@@ -323,7 +333,7 @@ constexpr Passes<T> MakePasses() {
                    .affine_copy = &AffineCopy<T>,
                    .root_affine_floor = &Affine<T, true, true>,
                    .signed_affine = &SignedAffine<T>,
-                   .radius_product = &RadiusProduct<T>,
+                   .radius_product = RadiusProductOf<T>(),
                    .periodic = &Periodic<T>,
                    .scale = &Scale<T>,
                    .split_pairs = &SplitPairs<T>,
