@@ -7,7 +7,8 @@
 // Benchmarks are named "<function>/<contestant>/<size>". Every function also brings the copy loop
 // of its shape ("copy_d": one double in, one out; "copy2_s": two floats in, one out) as the
 // memory-bandwidth bound, registered once per shape as function "copy_<t>"/"copy2_<t>", contestant
-// "copy". The binary's main (bench_main.cpp) registers everything grouped by function and size, so
+// "copy", and timed again as contestant "copy" of every function, last at each size, on that
+// function's arrays. The binary's main (bench_main.cpp) registers everything grouped by function and size, so
 // that the contestants of one table run one after another on the same cached inputs.
 #ifndef OXL_BENCH_SUPPORT_ARRAY_BENCH_H
 #define OXL_BENCH_SUPPORT_ARRAY_BENCH_H
