@@ -132,8 +132,8 @@ Collector RunMatching(const std::string& filter) {
 TEST(Registration, GroupsBySizeWithTheBoundOfTheShape) {
   const Collector collector = RunMatching("^(probe/|copy_d/copy/L1)");
   const std::vector<std::string> expected = {
-      "probe/first/L1",  "probe/second/L1",  "probe/first/L2", "probe/second/L2",
-      "probe/first/MEM", "probe/second/MEM", "copy_d/copy/L1"};
+      "probe/first/L1", "probe/second/L1", "probe/copy/L1",    "probe/first/L2", "probe/second/L2",
+      "probe/copy/L2",  "probe/first/MEM", "probe/second/MEM", "probe/copy/MEM", "copy_d/copy/L1"};
   EXPECT_EQ(collector.names, expected);
   EXPECT_TRUE(collector.rates_present);
   EXPECT_EQ(seen_counts, (std::set<int>{static_cast<int>(ElementCount(Size::kL1, 16)),
@@ -152,6 +152,7 @@ TEST(Registration, LibraryKernelsRunOnEveryTarget) {
     expected.push_back(std::string("probe_targets/oxl_HA_") + name + "/L1");
     targets.insert(target);
   }
+  expected.push_back("probe_targets/copy/L1");
   EXPECT_EQ(collector.names, expected);
   EXPECT_EQ(seen_targets, targets);
 }
