@@ -197,12 +197,16 @@ struct ErfBody : UnaryRealBody<double> {
       out[0] = hn::Mul(r, half_scale);
       rare[0] = hn::Not(hn::Gt(x, hn::Set(d, -et::kCdfNormUnderflow)));
     } else {
-      const V y2 = hn::Mul(yc, yc);
-      const double* c = et::kErfSmall;
-      const V small = Fma(d, yc, Horner(d, y2, c[0], c[1], c[2], c[3], c[4]), yc);
       // Near 0 the row's correction D d is as large as the result, and its roundings (D's among
-      // them) reach 1.8 ulp on the rows up to 4/128; the series is exact to 2^-58 there.
-      r = hn::IfThenElse(hn::Le(g, hn::Set(d, 4.0 / 128)), small, r);
+      // them) reach 1.8 ulp on the rows up to 4/128; the series is exact to 2^-58 there. It is
+      // summed only for vectors that hold such a lane: a quarter of the multiplies otherwise.
+      const M near0 = hn::Le(g, hn::Set(d, 4.0 / 128));
+      if (HWY_UNLIKELY(!hn::AllFalse(d, near0))) {
+        const V y2 = hn::Mul(yc, yc);
+        const double* c = et::kErfSmall;
+        const V small = Fma(d, yc, Horner(d, y2, c[0], c[1], c[2], c[3], c[4]), yc);
+        r = hn::IfThenElse(near0, small, r);
+      }
       r = hn::Or(r, hn::And(x, hn::Set(d, -0.0)));
       out[0] = hn::IfThenElse(hn::IsNaN(x), hn::Add(x, x), r);
       rare[0] = hn::FirstN(d, 0);
