@@ -233,11 +233,13 @@ struct RcpTables {
     }
   }
 
-  // c and the high part of -ln c.
+  // c and the two parts of -ln c.
   template <class VI>
-  HWY_INLINE void Read(D d, VI index, hn::VFromD<D>& c, hn::VFromD<D>& t_hi) const {
+  HWY_INLINE void Read(D d, VI index, hn::VFromD<D>& c, hn::VFromD<D>& t_hi,
+                       hn::VFromD<D>& t_lo) const {
     c = Lookup(d, reciprocal, index);
     t_hi = High(d, index);
+    t_lo = Lookup(d, lo, index);
   }
 };
 
@@ -345,14 +347,17 @@ struct ShortTail {
       } else {
         return Estrin(d, r, r2, -0.5f, 0x1.55554ep-2f, -0x1.002426p-2f, 0x1.9a2880p-3f);
       }
-    } else if constexpr (kLevel == LogLevel::kHA) {
-      return Estrin(d, r, r2, lt::kLnShortHA);
     } else {
-      static_assert(kLevel == LogLevel::kLA, "the double EP logarithms take the quotient");
+      static_assert(kLevel != LogLevel::kEP, "the double EP logarithms take the quotient");
       // Two Horner chains rather than Estrin: each coefficient is an addend, which the fused
       // operation reads from memory, where Estrin's pairs need one of two in a register (AVX2,
-      // short of registers, broadcasts four a vector): 3% on AVX2, 4% on AVX-512.
-      return HornerEvenOdd(d, r, r2, lt::kLnShortLA);
+      // short of registers, broadcasts four a vector): LA 3% on AVX2, 4% on AVX-512; Log1p HA
+      // 10% on AVX2, 2% on AVX-512.
+      if constexpr (kLevel == LogLevel::kHA) {
+        return HornerEvenOdd(d, r, r2, lt::kLnShortHA);
+      } else {
+        return HornerEvenOdd(d, r, r2, lt::kLnShortLA);
+      }
     }
   }
 };
@@ -390,31 +395,42 @@ struct ShortTablesD {
     return Lookup(d, hi, index);
   }
 
-  // c and T_hi of the interval. On AVX2 at LA and EP both come from one load a lane of the
-  // interleaved rows (c, -ln c): loads where the register tables take six permutes, three blends
-  // and a conversion per vector (dLn LA 1.34 against 1.12 ns per element). The values are the
-  // register tables' own, so every target gives the same bits.
+  // c, T_hi and (HA) T_lo of the interval. On AVX2 they come from one load a lane of the
+  // interleaved rows (c, -ln c) at LA, (c, T_hi, T_lo, 0) at HA: loads where the register tables
+  // take six permutes, three blends and a conversion per vector and per float table (dLn LA 1.34
+  // against 1.12 ns per element, dLog1p HA 2.35 against 2.09). The values are the register
+  // tables' own, so every target gives the same bits.
   template <class VI>
-  HWY_INLINE void Read(D d, VI index, hn::VFromD<D>& c, hn::VFromD<D>& t_hi) const {
+  HWY_INLINE void Read(D d, VI index, hn::VFromD<D>& c, hn::VFromD<D>& t_hi,
+                       hn::VFromD<D>& t_lo) const {
 #if HWY_TARGET == HWY_AVX2
-    if constexpr (!kTwoParts) {
-      const hn::RebindToSigned<D> di;
-      hn::VFromD<D> pair[2];
-      LoadRows<2>(d, kRows.data(), hn::And(hn::BitCast(di, index), hn::Set(di, int64_t{15})), pair);
-      c = pair[0];
-      t_hi = pair[1];
-      return;
-    }
+    const hn::RebindToSigned<D> di;
+    hn::VFromD<D> row[kWidth];
+    LoadRows<kWidth>(d, kRows.data(), hn::And(hn::BitCast(di, index), hn::Set(di, int64_t{15})),
+                     row);
+    c = row[0];
+    t_hi = row[1];
+    if constexpr (kTwoParts) t_lo = row[2];
+    return;
 #endif
     c = Lookup(d, reciprocal, index);
     t_hi = High(d, index);
+    if constexpr (kTwoParts) t_lo = Lookup(d, lo, index);
   }
 
-  alignas(64) static constexpr std::array<double, 32> kRows = [] {
-    std::array<double, 32> rows{};
+  static constexpr size_t kWidth = kTwoParts ? 4 : 2;
+  alignas(64) static constexpr std::array<double, 16 * kWidth> kRows = [] {
+    namespace lt = vek::log_tables;
+    std::array<double, 16 * kWidth> rows{};
     for (size_t i = 0; i < 16; ++i) {
-      rows[2 * i] = vek::log_tables::kLnFRcp[i];
-      rows[2 * i + 1] = vek::log_tables::kLnDShort[i];
+      rows[kWidth * i] = lt::kLnFRcp[i];
+      if constexpr (kTwoParts) {
+        rows[kWidth * i + 1] =
+            static_cast<double>(lt::kLnDShortHiFirst[i]) + lt::kLnDShortHiSecond[i];
+        rows[kWidth * i + 2] = lt::kLnDShortLo[i];
+      } else {
+        rows[kWidth * i + 1] = lt::kLnDShort[i];
+      }
     }
     return rows;
   }();
@@ -430,8 +446,8 @@ HWY_INLINE hn::VFromD<D> EvaluateShort(D d, const Tables& tables, const Split<D>
                                        hn::VFromD<D> lo) {
   using T = hn::TFromD<D>;
   using C = Consts<T>;
-  hn::VFromD<D> c, t_hi;
-  tables.Read(d, split.index, c, t_hi);
+  hn::VFromD<D> c, t_hi, t_lo;
+  tables.Read(d, split.index, c, t_hi, t_lo);
   const auto r = Fma(d, split.m, c, hn::Set(d, T(-1)));
   // Log1p's lo / v enters with the slope 1 - r of ln(1 + r), and the polynomial sees r alone:
   // r is 0 or at least 2^-29 (2^-58), a multiple of it, so that its powers are never denormals,
@@ -448,7 +464,7 @@ HWY_INLINE hn::VFromD<D> EvaluateShort(D d, const Tables& tables, const Split<D>
     const auto big = Fma(d, split.e, hn::Set(d, C::kLn2Hi), t_hi);
     const auto s = hn::Add(big, r);
     const auto t = hn::Add(hn::Sub(big, s), r);
-    auto low = Fma(d, split.e, hn::Set(d, C::kLn2Lo), Lookup(d, tables.lo, split.index));
+    auto low = Fma(d, split.e, hn::Set(d, C::kLn2Lo), t_lo);
     low = Fma(d, r2, q, hn::Add(low, kFunc == LogFunction::kLog1p ? hn::Add(t, extra) : t));
     if constexpr (kFunc != LogFunction::kLog10) {
       return hn::Add(s, low);
