@@ -257,9 +257,20 @@ HWY_INLINE Reduced<D> ReduceShort(D d, hn::VFromD<D> y) {
   return out;
 }
 
-template <class D>
+// The lanes above 2^13 (and NaNs) of HA's reduction. ReduceSmall runs only where some lane needs
+// it, so that vectors of large arguments alone pay for the window product alone.
+template <int kShift, class D>
 HWY_NOINLINE Reduced<D> ReduceBeyondShort(D d, hn::VFromD<D> y) {
-  return Reduce<Level::kHA>(d, y);
+  const auto large = Large(d, y);
+  Reduced<D> red;
+  if (hn::AllTrue(d, large)) {
+    red = ReduceLarge(d, y);
+  } else {
+    red = ReduceSmall<Level::kHA>(d, y);
+    if (!hn::AllFalse(d, large)) red = Select(d, large, ReduceLarge(d, y), red);
+  }
+  red.q = hn::Add(red.q, hn::Set(hn::RebindToSigned<D>(), kShift));
+  return red;
 }
 
 // HA's reduction of any y >= 0: lanes above 2^13 (and NaNs) take ReduceSmall's and, above 2^24,
@@ -271,9 +282,7 @@ HWY_INLINE Reduced<D> ReduceHA(D d, hn::VFromD<D> y, hn::Mask<D>& rare) {
   rare = hn::MaskFromVec(hn::Zero(d));
   const auto beyond = Above(d, y, 0x40C0000000000000);
   if (!hn::AllFalse(d, beyond)) [[unlikely]] {
-    Reduced<D> far = ReduceBeyondShort(d, y);
-    far.q = hn::Add(far.q, hn::Set(hn::RebindToSigned<D>(), kShift));
-    red = Select(d, beyond, far, red);
+    red = Select(d, beyond, ReduceBeyondShort<kShift>(d, y), red);
     rare = Above(d, y, 0x7FEFFFFFFFFFFFFF);
   }
   return red;
@@ -430,9 +439,10 @@ HWY_INLINE hn::VFromD<D> TanOfForm(D d, hn::VFromD<hn::RebindToSigned<D>> q, hn:
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
 }
 
-// The double Tan at LA and EP on the quarter-turn reduction of |x|. LA adds rl to the numerator
-// (the derivative, 1 + tan^2 r, is 1 where rl matters most), and its numerator, denominator and
-// quotient round about once each: within 3 ulp. EP takes the two-part reduction and a shorter form.
+// The double Tan at LA and EP on the quarter-turn reduction of |x| (LA's is HA's, ReduceHA). LA
+// adds rl to the numerator (the derivative, 1 + tan^2 r, is 1 where rl matters most), and its
+// numerator, denominator and quotient round about once each: within 3 ulp. EP takes the two-part
+// reduction and a shorter form.
 template <Level kLevel, class D>
 HWY_INLINE hn::VFromD<D> TanRational(D d, const Reduced<D>& red,
                                      hn::VFromD<hn::RebindToSigned<D>> sign) {
@@ -646,10 +656,12 @@ struct TrigBody : UnaryRealBody<double> {
     const auto sign = hn::And(hn::BitCast(di, x), hn::Set(di, INT64_MIN));
     const auto no_sign = hn::Zero(di);
     constexpr int kShift = kFunc == TrigFunction::kCos ? 1 : 0;
-    if constexpr (kLevel == Level::kHA) {
+    if constexpr (kLevel == Level::kHA || (kLevel == Level::kLA && kFunc == TrigFunction::kTan)) {
       // Cos counts its quadrants from pi/2 on in the reduction itself.
       const Reduced<D> red = ReduceHA<kShift>(d, y, rare[0]);
-      if constexpr (kFunc == TrigFunction::kTan) {
+      if constexpr (kFunc == TrigFunction::kTan && kLevel == Level::kLA) {
+        out[0] = TanRational<kLevel>(d, red, sign);
+      } else if constexpr (kFunc == TrigFunction::kTan) {
         out[0] = TanOf(d, red, Polynomials<kLevel>(d, red), sign);
       } else if constexpr (kFunc == TrigFunction::kSinCos) {
         const SinCosOfR<D> v = Polynomials<kLevel>(d, red);
@@ -660,8 +672,7 @@ struct TrigBody : UnaryRealBody<double> {
       }
       return;
     } else if constexpr (kFunc == TrigFunction::kTan) {
-      out[0] = TanRational<kLevel>(d, Reduce < kLevel == Level::kLA ? Level::kHA : kLevel > (d, y),
-                                   sign);
+      out[0] = TanRational<kLevel>(d, Reduce<kLevel>(d, y), sign);
     } else if constexpr (kLevel == Level::kLA) {
       if constexpr (kFunc == TrigFunction::kSinCos) {
         SinCosHalfTurns(d, y, sign, out[0], out[1]);
