@@ -53,18 +53,20 @@ void Parts(FILE* out, const char* name, int count, int halvings, mpfr_rnd_t rnd 
   std::fprintf(out, "};\n");
 }
 
-// pi/2 as floats of the given widths in bits, each the rounding (by `rnd`) of what the previous
-// ones leave.
+// pi/2 as numbers of type T of the given widths in bits, each the rounding (by `rnd`) of what
+// the previous ones leave.
+template <class T>
 void ShortParts(FILE* out, const char* name, const std::vector<int>& widths,
                 mpfr_rnd_t rnd = MPFR_RNDN) {
   Mp rest(kBits);
   mpfr_const_pi(rest.v, MPFR_RNDN);
   mpfr_div_2ui(rest.v, rest.v, 1, MPFR_RNDN);
-  std::fprintf(out, "inline constexpr float %s[%zu] = {", name, widths.size());
+  std::fprintf(out, "inline constexpr %s %s[%zu] = {", sizeof(T) == 4 ? "float" : "double", name,
+               widths.size());
   for (size_t k = 0; k < widths.size(); ++k) {
     Mp part(widths[k]);
     mpfr_set(part.v, rest.v, rnd);
-    const float v = mpfr_get_flt(part.v, MPFR_RNDN);
+    const T v = sizeof(T) == 4 ? mpfr_get_flt(part.v, MPFR_RNDN) : mpfr_get_d(part.v, MPFR_RNDN);
     mpfr_sub_d(rest.v, rest.v, v, MPFR_RNDN);
     std::fprintf(out, "%s%s", k == 0 ? "" : ", ", Literal(v).c_str());
   }
@@ -309,6 +311,10 @@ int main(int argc, char** argv) {
                "tools/trig_tables.cpp; do not edit.\n\n");
   Over<double>(out, "kTwoOverPi", 2);
   Parts<double>(out, "kPiOver2", 3, 1);
+  std::fprintf(out,
+               "// HA's reduction of |x| <= 2^13: n has at most 13 bits, so n times either of the "
+               "first two parts\n// is exact.\n");
+  ShortParts<double>(out, "kPiOver2Short", {40, 40, 53});
   std::fprintf(out, "\n// sin r = r + r^3 P(r^2), |r| <= pi/4.\n");
   Polynomial(out, "kSinPoly", true, 6, 2);
   Polynomial(out, "kSinPolyEP", true, 3, 2);
@@ -338,7 +344,7 @@ int main(int argc, char** argv) {
                "three floats,\n// sin r = r + r^3 P(r^2) and cos r = 1 - r^2/2 + r^4 P(r^2) on "
                "|r| <= pi/4 and a little beyond.\n");
   Over<float>(out, "kTwoOverPiF", 2);
-  ShortParts(out, "kPiOver2F", {24, 12, 24});
+  ShortParts<float>(out, "kPiOver2F", {24, 12, 24});
   Polynomial(out, "kSinPolyF", true, 3, 2, true, 1.002);
   Polynomial(out, "kCosPolyF", false, 3, 2, true, 1.002);
   std::fprintf(out,
@@ -346,7 +352,7 @@ int main(int argc, char** argv) {
                "floats rounded toward\n// zero (subtracting n times them from -0 leaves -0), and "
                "tan r = (r + r^3 N(r^2)) / (1 + r^2 D(r^2))\n// on |r| <= pi/4 and a little "
                "beyond.\n");
-  ShortParts(out, "kPiOver2FZ", {24, 12, 24}, MPFR_RNDZ);
+  ShortParts<float>(out, "kPiOver2FZ", {24, 12, 24}, MPFR_RNDZ);
   RationalTan(out, "kTanNumF", "kTanDenF", 2, 2, true);
   RationalTan(out, "kTanNumFEP", "kTanDenFEP", 1, 1, true);
   std::fprintf(out, "\n// The double Tan's LA and EP: the same form, in double.\n");

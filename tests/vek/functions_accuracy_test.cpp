@@ -240,20 +240,22 @@ const std::map<std::string, HardCase>& HardCases() {
         {1.0, 0x1.428a30p+42, 0x1p64, 0x1p84, 0x1.428a2f98d728bp+341, 0x1p512, 0x1p682},
         {{0.999, 1.001}, {1e-300, 1e300}}};
     // The trigonometric functions: pi/4, pi/2, pi and 3 pi/2 (the quarter- and half-turn
-    // reductions' switches), the float and double switches to the large-argument reduction
-    // (2^12 for the float kernels, 10000, 2^24), 1e22, the double nearest a multiple of pi/2
-    // (6381956970095103 2^797) and the largest double; near pi/2 and near 0, where the half-turn
+    // reductions' switches), the float and double switches to the longer reductions (2^12 for
+    // the float kernels, 2^13 for the double HA's short parts, 10000, 2^24), 1e22, the double
+    // nearest a multiple of pi/2 (6381956970095103 2^797), the double below 2^13 nearest one
+    // (0x1.6c6cbc45dc8dep+5) and the largest double; near pi/2 and near 0, where the half-turn
     // polynomial of sin r cancels most, the floats below 2^12 nearest a multiple of pi/2, and the
     // float kernels' worst arguments.
     const HardCase trig = {
         {0x1.921fb54442d18p-1, 0x1.921fb54442d18p+0, 0x1.921fb54442d18p+1, 0x1.2d97c7f3321d2p+2,
          0x1p12, 10000.0, 0x1p24, 1e22, 0x1.6ac5b262ca1ffp+849, 0x1.fffffffffffffp+1023,
          0x1.f9cbe2p+7, 0x1.17cc5p+11, -0x1.25ae6ap+8, -0x1.569806p-11, 0x1.fe232cp+9,
-         -0x1.bdd0eap+5, 0x1.d3f798p+6, 0x1.1e12c8p+11},
+         -0x1.bdd0eap+5, 0x1.d3f798p+6, 0x1.1e12c8p+11, 0x1p13},
         {{-10.0, 10.0},
          {1.4, 1.75},
          {-0x1p-20, 0x1p-20},
          {4000.0, 4200.0},
+         {0x1.6c6cbc45dc8ddp+5, 0x1.6c6cbc45dc8dfp+5},
          {1e6, 1e9},
          {1e300, 1.7e308}}};
     // Erf, Erfc: the midpoints where the grid j/128 switches rows, the clamp of erf's table

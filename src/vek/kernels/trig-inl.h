@@ -7,7 +7,8 @@
 // denormals. LA's Sin and Cos reduce by pi instead, to one polynomial per lane (see HalfTurn).
 //
 // Arguments up to 2^24 reduce by pi/2 in three parts (Cody and Waite): q |pi/2|_1 is exact in the
-// fused operation and its difference with |x| is a multiple of 2^-52 below 1, so exact too. Larger
+// fused operation and its difference with |x| is a multiple of 2^-52 below 1, so exact too. HA
+// reduces those up to 2^13 with shorter parts, whose products are exact (ReduceShort). Larger
 // arguments, and the NaNs (the compare is unordered-or-greater), take a second reduction in the
 // same vector code, behind one test of their mask: the bits of 2/pi that matter for the exponent
 // come from a table, three 64-bit words, and their product with the 53-bit significand, in 32-bit
@@ -202,24 +203,87 @@ HWY_NOINLINE Reduced<D> ReduceLarge(D d, hn::VFromD<D> y) {
   return FinishLarge<Turn::kQuarter>(d, TimesTwoOverPi(d, y));
 }
 
-// Lanes above 2^24, unordered or greater, in one integer compare of the bits (y is not negative):
-// NaNs count.
+// Lanes whose y (not negative) has bits above those of `limit`, in one integer compare: NaNs
+// count.
+template <class D>
+HWY_INLINE hn::Mask<D> Above(D d, hn::VFromD<D> y, int64_t limit) {
+  const hn::RebindToSigned<D> di;
+  return hn::RebindMask(d, hn::Gt(hn::BitCast(di, y), hn::Set(di, limit)));
+}
+
+// Lanes above 2^24, and the NaNs.
 template <class D>
 HWY_INLINE hn::Mask<D> Large(D d, hn::VFromD<D> y) {
+  return Above(d, y, 0x4170000000000000);
+}
+
+template <class D>
+HWY_INLINE Reduced<D> Select(D d, hn::Mask<D> m, const Reduced<D>& yes, const Reduced<D>& no) {
   const hn::RebindToSigned<D> di;
-  return hn::RebindMask(d, hn::Gt(hn::BitCast(di, y), hn::Set(di, int64_t{0x4170000000000000})));
+  return {hn::IfThenElse(hn::RebindMask(di, m), yes.q, no.q), hn::IfThenElse(m, yes.rh, no.rh),
+          hn::IfThenElse(m, yes.rl, no.rl)};
 }
 
 template <Level kLevel, class D>
 HWY_INLINE Reduced<D> Reduce(D d, hn::VFromD<D> y) {
   Reduced<D> red = ReduceSmall<kLevel>(d, y);
-  const hn::RebindToSigned<D> di;
   const auto large = Large(d, y);
   if (!hn::AllFalse(d, large)) [[unlikely]] {
-    const Reduced<D> big = ReduceLarge(d, y);
-    red.q = hn::IfThenElse(hn::RebindMask(di, large), big.q, red.q);
-    red.rh = hn::IfThenElse(large, big.rh, red.rh);
-    red.rl = hn::IfThenElse(large, big.rl, red.rl);
+    red = Select(d, large, ReduceLarge(d, y), red);
+  }
+  return red;
+}
+
+// HA's reduction of 0 <= y <= 2^13, where n has at most 13 bits and the first two parts of pi/2
+// 40 bits each: n |pi/2|_1 and n |pi/2|_2 are exact, and so is r1 = y - n |pi/2|_1 (as in
+// ReduceSmall). rh rounds r1 - n |pi/2|_2, and r1 - rh is exact: where n |pi/2|_2 is at most half
+// of r1, rh is within a factor 2 of r1; elsewhere r1 - n |pi/2|_2, a multiple of ulp(|pi/2|_2)
+// below 2^53 of them, is exact and so is rh. What rh lost is then exact too, and rl adds the third
+// part. The three parts hold pi/2 to 2^-136: n times that is 2^-68 of the smallest |r| of these
+// arguments (2^-60.5, near 45.5). Six operations fewer than ReduceSmall's HA steps: no two-sum.
+template <int kShift, class D>
+HWY_INLINE Reduced<D> ReduceShort(D d, hn::VFromD<D> y) {
+  const hn::RebindToSigned<D> di;
+  const auto shifter = hn::Set(d, 0x1.8p52 + kShift);
+  const auto z = Fma(d, y, hn::Set(d, tt::kTwoOverPi), shifter);
+  const auto n = hn::Sub(z, shifter);
+  const auto p2 = hn::Set(d, tt::kPiOver2Short[1]);
+  const auto r1 = Fnma(d, n, hn::Set(d, tt::kPiOver2Short[0]), y);
+  Reduced<D> out;
+  out.q = hn::BitCast(di, z);
+  out.rh = Fnma(d, n, p2, r1);
+  const auto lost = Fnma(d, n, p2, hn::Sub(r1, out.rh));
+  out.rl = Fnma(d, n, hn::Set(d, tt::kPiOver2Short[2]), lost);
+  return out;
+}
+
+// The lanes above 2^13 (and NaNs) of HA's reduction. ReduceSmall runs only where some lane needs
+// it, so that vectors of large arguments alone pay for the window product alone.
+template <int kShift, class D>
+HWY_NOINLINE Reduced<D> ReduceBeyondShort(D d, hn::VFromD<D> y) {
+  const auto large = Large(d, y);
+  Reduced<D> red;
+  if (hn::AllTrue(d, large)) {
+    red = ReduceLarge(d, y);
+  } else {
+    red = ReduceSmall<Level::kHA>(d, y);
+    if (!hn::AllFalse(d, large)) red = Select(d, large, ReduceLarge(d, y), red);
+  }
+  red.q = hn::Add(red.q, hn::Set(hn::RebindToSigned<D>(), kShift));
+  return red;
+}
+
+// HA's reduction of any y >= 0: lanes above 2^13 (and NaNs) take ReduceSmall's and, above 2^24,
+// the window product's. The infinities and NaNs, the lanes for the rare routine, are among them,
+// so `rare` is only looked for there.
+template <int kShift, class D>
+HWY_INLINE Reduced<D> ReduceHA(D d, hn::VFromD<D> y, hn::Mask<D>& rare) {
+  Reduced<D> red = ReduceShort<kShift>(d, y);
+  rare = hn::MaskFromVec(hn::Zero(d));
+  const auto beyond = Above(d, y, 0x40C0000000000000);
+  if (!hn::AllFalse(d, beyond)) [[unlikely]] {
+    red = Select(d, beyond, ReduceBeyondShort<kShift>(d, y), red);
+    rare = Above(d, y, 0x7FEFFFFFFFFFFFFF);
   }
   return red;
 }
@@ -271,7 +335,8 @@ HWY_INLINE SinCosOfR<D> Polynomials(D d, const Reduced<D>& red) {
     const auto pc = Horner(d, w, C::kCos);
     const auto rl = red.rl;
     const auto [t, e] = OneMinusHalfSquareOf(d, r);
-    const auto s_tail = Fma(d, rw, ps, hn::Mul(rl, t));
+    // rl t formed as OneOfHA forms it, so that SinCos gives the bits of Sin.
+    const auto s_tail = Fma(d, rw, ps, Fma(d, rl, t, hn::Zero(d)));
     out.s = hn::Add(r, s_tail);
     out.s_lo = hn::Add(hn::Sub(r, out.s), s_tail);
     const auto c_tail = Fma(d, w2, pc, Fnma(d, r, rl, e));
@@ -285,7 +350,7 @@ HWY_INLINE SinCosOfR<D> Polynomials(D d, const Reduced<D>& red) {
 template <class D>
 HWY_INLINE hn::Mask<D> Odd(D d, hn::VFromD<hn::RebindToSigned<D>> q) {
   const hn::RebindToSigned<D> di;
-  return hn::RebindMask(d, hn::Ne(hn::And(q, hn::Set(di, 1)), hn::Zero(di)));
+  return hn::RebindMask(d, hn::TestBit(q, hn::Set(di, 1)));
 }
 
 // value with its sign flipped for quadrants q in 2 and 3, and by the sign bit `sign`.
@@ -316,7 +381,7 @@ template <int kShift, class D>
 HWY_INLINE hn::VFromD<D> OneOfHA(D d, const Reduced<D>& red,
                                  hn::VFromD<hn::RebindToSigned<D>> sign) {
   const hn::RebindToSigned<D> di;
-  const auto q = hn::Add(red.q, hn::Set(di, kShift));
+  const auto q = kShift == 0 ? red.q : hn::Add(red.q, hn::Set(di, kShift));
   const auto odd = Odd(d, q);
   const auto r = red.rh;
   const auto rl = red.rl;
@@ -332,15 +397,16 @@ HWY_INLINE hn::VFromD<D> OneOfHA(D d, const Reduced<D>& red,
   for (size_t i = kTerms - 1; i-- > 0;) p = Fma(d, p, w, coef(i));
   const auto lead = hn::IfThenElse(odd, t, r);
   const auto scale = hn::Mul(w, hn::IfThenElse(odd, w, r));
-  const auto small = hn::IfThenElse(odd, Fnma(d, r, rl, e), hn::Mul(rl, t));
+  // rl t + 0 or e - rl r, in one product: the multiplies, not the selections, bound the kernel.
+  const auto small = Fma(d, rl, hn::IfThenElse(odd, hn::Neg(r), t), hn::IfThenElseZero(odd, e));
   return SignByQuadrant(d, q, hn::Add(lead, Fma(d, scale, p, small)), sign);
 }
 
 // tan |x| at HA = tan r for even q, -cot r for odd: num / den with num, den picked from sin r and
-// cos r, the rounded quotient corrected by the exact residual of the division and the pairs' low
-// parts, (num - q den + num_lo - q den_lo) / den: about 0.6 ulp where the pairs' errors are 2^-56.
-// Float divides once: num times 1/den is within 2 ulp of the quotient, and the same correction,
-// times 1/den in the last fused step, leaves the one rounding.
+// cos r. One division, for 1/den (a second one would cost as much as the rest of the kernel): g =
+// num (1/den) is within 2 ulp of the quotient, and the residual of the division with the pairs'
+// low parts, num - g den + num_lo - g den_lo, times 1/den in the last fused step, corrects it with
+// one rounding.
 template <class D>
 HWY_INLINE hn::VFromD<D> TanOf(D d, const Reduced<D>& red, const SinCosOfR<D>& v,
                                hn::VFromD<hn::RebindToSigned<D>> sign) {
@@ -351,19 +417,11 @@ HWY_INLINE hn::VFromD<D> TanOf(D d, const Reduced<D>& red, const SinCosOfR<D>& v
   const auto den = hn::IfThenElse(odd, v.s, v.c);
   const auto num_lo = hn::IfThenElse(odd, v.c_lo, v.s_lo);
   const auto den_lo = hn::IfThenElse(odd, v.s_lo, v.c_lo);
-  hn::VFromD<D> value;
-  if constexpr (sizeof(T) == 4) {
-    const auto inverse = hn::Div(hn::Set(d, T(1)), den);
-    const auto guess = hn::Mul(num, inverse);
-    const auto residual = Fnma(d, guess, den, num);
-    const auto corr = Fnma(d, guess, den_lo, hn::Add(residual, num_lo));
-    value = Fma(d, corr, inverse, guess);
-  } else {
-    value = hn::Div(num, den);
-    const auto residual = Fnma(d, value, den, num);
-    const auto corr = Fnma(d, value, den_lo, hn::Add(residual, num_lo));
-    value = hn::Add(value, hn::Div(corr, den));
-  }
+  const auto inverse = hn::Div(hn::Set(d, T(1)), den);
+  const auto guess = hn::Mul(num, inverse);
+  const auto residual = Fnma(d, guess, den, num);
+  const auto corr = Fnma(d, guess, den_lo, hn::Add(residual, num_lo));
+  const auto value = Fma(d, corr, inverse, guess);
   const auto flip = hn::Xor(hn::ShiftLeft<8 * sizeof(hn::TFromD<D>) - 1>(red.q), sign);
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
 }
@@ -381,9 +439,10 @@ HWY_INLINE hn::VFromD<D> TanOfForm(D d, hn::VFromD<hn::RebindToSigned<D>> q, hn:
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
 }
 
-// The double Tan at LA and EP on the quarter-turn reduction of |x|. LA adds rl to the numerator
-// (the derivative, 1 + tan^2 r, is 1 where rl matters most), and its numerator, denominator and
-// quotient round about once each: within 3 ulp. EP takes the two-part reduction and a shorter form.
+// The double Tan at LA and EP on the quarter-turn reduction of |x| (LA's is HA's, ReduceHA). LA
+// adds rl to the numerator (the derivative, 1 + tan^2 r, is 1 where rl matters most), and its
+// numerator, denominator and quotient round about once each: within 3 ulp. EP takes the two-part
+// reduction and a shorter form.
 template <Level kLevel, class D>
 HWY_INLINE hn::VFromD<D> TanRational(D d, const Reduced<D>& red,
                                      hn::VFromD<hn::RebindToSigned<D>> sign) {
@@ -597,31 +656,40 @@ struct TrigBody : UnaryRealBody<double> {
     const auto sign = hn::And(hn::BitCast(di, x), hn::Set(di, INT64_MIN));
     const auto no_sign = hn::Zero(di);
     constexpr int kShift = kFunc == TrigFunction::kCos ? 1 : 0;
-    if constexpr (kFunc == TrigFunction::kTan && kLevel == Level::kHA) {
-      const Reduced<D> red = Reduce<kLevel>(d, y);
-      out[0] = TanOf(d, red, Polynomials<kLevel>(d, red), sign);
+    if constexpr (kLevel == Level::kHA || (kLevel == Level::kLA && kFunc == TrigFunction::kTan)) {
+      // Cos counts its quadrants from pi/2 on in the reduction itself.
+      const Reduced<D> red = ReduceHA<kShift>(d, y, rare[0]);
+      if constexpr (kFunc == TrigFunction::kTan && kLevel == Level::kLA) {
+        out[0] = TanRational<kLevel>(d, red, sign);
+      } else if constexpr (kFunc == TrigFunction::kTan) {
+        out[0] = TanOf(d, red, Polynomials<kLevel>(d, red), sign);
+      } else if constexpr (kFunc == TrigFunction::kSinCos) {
+        const SinCosOfR<D> v = Polynomials<kLevel>(d, red);
+        out[0] = Pick<0>(d, red, v, sign);
+        out[1] = Pick<1>(d, red, v, no_sign);
+      } else {
+        out[0] = OneOfHA<0>(d, red, kShift == 0 ? sign : no_sign);
+      }
+      return;
     } else if constexpr (kFunc == TrigFunction::kTan) {
-      out[0] = TanRational<kLevel>(d, Reduce < kLevel == Level::kLA ? Level::kHA : kLevel > (d, y),
-                                   sign);
+      out[0] = TanRational<kLevel>(d, Reduce<kLevel>(d, y), sign);
     } else if constexpr (kLevel == Level::kLA) {
       if constexpr (kFunc == TrigFunction::kSinCos) {
         SinCosHalfTurns(d, y, sign, out[0], out[1]);
       } else {
         out[0] = SinHalfTurn(d, ReduceHalfTurn<kShift>(d, y), kShift == 0 ? sign : no_sign);
       }
-    } else if constexpr (kLevel == Level::kHA && kFunc != TrigFunction::kSinCos) {
-      out[0] = OneOfHA<kShift>(d, Reduce<kLevel>(d, y), kShift == 0 ? sign : no_sign);
     } else {
-      // HA SinCos and EP pick from both polynomials of one reduction (the float kernels' Cos
-      // runs the EP body). The double Cos has no EP kernel of its own (its EP slot holds LA's):
-      // SinCos's EP sines are Sin's, its cosines its own, at half the cost of LA's second
-      // reduction and polynomial.
+      // EP picks from both polynomials of one reduction (the float kernels' Cos runs the EP
+      // body). The double Cos has no EP kernel of its own (its EP slot holds LA's): SinCos's EP
+      // sines are Sin's, its cosines its own, at half the cost of LA's second reduction and
+      // polynomial.
       const Reduced<D> red = Reduce<kLevel>(d, y);
       const SinCosOfR<D> v = Polynomials<kLevel>(d, red);
       out[0] = Pick<kShift>(d, red, v, kShift == 0 ? sign : no_sign);
       if constexpr (kFunc == TrigFunction::kSinCos) out[1] = Pick<1>(d, red, v, no_sign);
     }
-    rare[0] = hn::RebindMask(d, hn::Gt(hn::BitCast(di, y), hn::Set(di, 0x7FEFFFFFFFFFFFFFll)));
+    rare[0] = Above(d, y, 0x7FEFFFFFFFFFFFFF);
   }
 
   static int32_t Rare(const double* a, double* r) {
