@@ -192,9 +192,10 @@ int main(int argc, char** argv) {
   PrintDoubleArray(out, "kLnQuotientNarrowEP", SeriesPolynomial(3, 0.0295, mpfr_atanh, true));
 
   // The float LA and EP kernels without a table: ln(1 + r) = r + r^2 q(r) with r = m - 1 for m in
-  // [sqrt(1/2), sqrt(2)), near-minimax in the error relative to ln(1 + r), rounded to float: 8
-  // terms (LA), 4 terms (EP).
-  for (const auto& [name, terms] : {std::pair{"kLnWideLA", 8}, std::pair{"kLnWideEP", 4}}) {
+  // [sqrt(1/2), sqrt(2)), near-minimax in the error relative to ln(1 + r), rounded to float: 9
+  // terms (HA), 8 terms (LA), 4 terms (EP).
+  for (const auto& [name, terms] :
+       {std::pair{"kLnWideHA", 9}, std::pair{"kLnWideLA", 8}, std::pair{"kLnWideEP", 4}}) {
     const std::vector<double> q = Log1pPolynomial(terms, std::sqrt(0.5) - 1, std::sqrt(2.0) - 1);
     PrintArray(out, name, std::vector<float>(q.begin(), q.end()));
   }
