@@ -1,11 +1,11 @@
 // Bodies of the Ln, Log10 and Log1p kernels. Re-included once per SIMD target.
 //
 // The reciprocal kernels (the double Log1p kernels and the double Ln and Log10 LA kernels; in
-// float, the logarithm inside the hyperbolic kernels) write v = 2^k m with m in [A, 2A), A = 1 -
-// 2^-6, by integer arithmetic on the bits of v, and read the interval of m from the four bits below
-// the exponent of bits(m) - bits(A): interval 0 is [A, 1 + 2^-5), around 1, the others have width
-// 1/16. With c a reciprocal of the interval's midpoint (1 for interval 0) and r = m c - 1, |r| <=
-// 0.035 and
+// float, the logarithm inside the hyperbolic kernels) write v = 2^k m with m in [A, 2A),
+// A = 1 - 2^-6, by integer arithmetic on the bits of v, and read the interval of m from the four
+// bits below the exponent of bits(m) - bits(A): interval 0 is [A, 1 + 2^-5), around 1, the others
+// have width 1/16. With c a reciprocal of the interval's midpoint (1 for interval 0) and
+// r = m c - 1, |r| <= 0.035 and
 //   ln v = k ln 2 - ln c + ln(1 + r),
 // -ln c from a table in registers, ln(1 + r) a short polynomial. The upper eight intervals hold
 // -ln(2c) and count k one larger, so that no entry comes near ln 2: a v just below a power of two
@@ -593,19 +593,17 @@ HWY_INLINE Pair<D> LnPair(D d, const LnTablesD& tables, const Split<D>& split,
 
 }  // namespace log_detail
 
-// The reciprocal kernels.
+// The double reciprocal kernels (the float ones have no table: LogPolyBodyS).
 template <class T, LogFunction kFunc, LogLevel kLevel>
 struct LogRcpBody : UnaryRealBody<T> {
+  static_assert(sizeof(T) == 8);
   const char* name = kFunc == LogFunction::kLn      ? (OXL_VEK_REAL_NAME(T, Ln))
                      : kFunc == LogFunction::kLog10 ? (OXL_VEK_REAL_NAME(T, Log10))
                                                     : (OXL_VEK_REAL_NAME(T, Log1p));
-  std::conditional_t<sizeof(T) == 4, log_detail::RcpTables<T, kLevel>,
-                     log_detail::ShortTablesD<kLevel>>
-      tables;
-  // Two vectors a block on AVX2 for double, as the quotient kernels: with sixteen registers the
-  // polynomial's constants then stay in them (dLn LA 10% faster than with four).
-  static constexpr size_t kBlock =
-      HWY_TARGET == HWY_AVX2 && sizeof(T) == 8 ? 8 : UnaryRealBody<T>::kBlock;
+  log_detail::ShortTablesD<kLevel> tables;
+  // Two vectors a block on AVX2, as the quotient kernels: with sixteen registers the polynomial's
+  // constants then stay in them (dLn LA 10% faster than with four).
+  static constexpr size_t kBlock = HWY_TARGET == HWY_AVX2 ? 8 : UnaryRealBody<T>::kBlock;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
