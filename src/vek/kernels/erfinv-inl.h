@@ -227,16 +227,15 @@ struct ErfInvBody : UnaryRealBody<double> {
     const V c = Lookup(d, log_tables.reciprocal, split.index);
     const auto ln = log_detail::LnTerms<true, double, LogFunction::kLn, LogLevel::kHA>(
         d, log_tables, split, c, log_detail::LowOverV(d, split, c, v_lo));
+    // w = -ln_hi + w_lo, renormalised; the negations are folded into what follows.
     const V ln_hi = hn::Add(ln.hi, ln.lo);
-    const V w_lo = hn::Neg(hn::Sub(ln.lo, hn::Sub(ln_hi, ln.hi)));
-    const V w_hi = hn::Neg(ln_hi);
-    // k = w - 1/2 rounded (by the shifter 1.5 2^52, whose neighbours are 1 apart on both sides),
-    // the piece k <= w <= k + 1 (either piece at a bound); u = w - k - 1/2 is exact where w >= 1/4
-    // and within an ulp of 2^-55 below. The index is k's low bits.
-    const V shifter = hn::Set(d, 0x1.8p52);
-    const V z = hn::Add(hn::Sub(w_hi, hn::Set(d, 0.5)), shifter);
-    const V u = hn::Sub(w_hi, hn::Add(hn::Sub(z, shifter), hn::Set(d, 0.5)));
-    const auto idx = hn::BitCast(hn::RebindToSigned<D>(), z);
+    const V w_lo = hn::Sub(hn::Sub(ln_hi, ln.hi), ln.lo);
+    // The piece k = floor(w), k <= w < k + 1, from nk = ceil(ln_hi) = -k; u = w - k - 1/2 =
+    // (nk - ln_hi) - 1/2, whose first difference is exact (Sterbenz, or nk = 0) and whose second
+    // is exact where w - k >= 1/4 and within 2^-55 below. The index is k's low bits, from 2^52 + k.
+    const V nk = hn::Ceil(ln_hi);
+    const V u = hn::Sub(hn::Sub(nk, ln_hi), hn::Set(d, 0.5));
+    const auto idx = hn::BitCast(hn::RebindToSigned<D>(), hn::Sub(hn::Set(d, 0x1p52), nk));
     std::array<V, et::kHaDegree - 1> high;
     for (size_t i = 0; i < high.size(); ++i) high[i] = Lookup(d, rows[i + 3], idx);
     const V u2 = hn::Mul(u, u);
@@ -244,13 +243,13 @@ struct ErfInvBody : UnaryRealBody<double> {
         simd_detail::EstrinPairs(d, u, u2, high, std::make_index_sequence<(high.size() + 1) / 2>());
     const V c1 = Lookup(d, rows[2], idx);
     const V p0_hi = Lookup(d, rows[0], idx);
-    // P = p0_hi + s, s at most an eighth of P, then P_hi + P_lo = P exactly (fast two-sum), and the
-    // product with |a| takes P_hi exactly through the fused multiply-add.
+    // P = p0_hi + s, s at most an eighth of P. |a| P = m_hi p0_hi + (m_hi s + m_lo p0_hi), the
+    // first product exact in the fused multiply-add and the sum rounded once, at most an eighth of
+    // the result (m_lo s is below 2^-56 of it); two fused steps where a renormalised P would take
+    // five on the path to the result.
     const V rest = hn::Add(Lookup(d, rows[1], idx), Fma(d, c1, w_lo, hn::Mul(u2, poly)));
     const V s = Fma(d, u, c1, rest);
-    const V p_hi = hn::Add(p0_hi, s);
-    const V p_lo = hn::Sub(s, hn::Sub(p_hi, p0_hi));
-    V result = Fma(d, m_hi, p_hi, Fma(d, m_lo, p_hi, hn::Mul(m_hi, p_lo)));
+    V result = Fma(d, m_hi, p0_hi, Fma(d, m_hi, s, hn::Mul(m_lo, p0_hi)));
     // Lanes beyond the pieces, w > kHaPieces - 0.01 (one uniform lane in six thousand, and the
     // rare lanes), take the tail in t; told by q, known long before w.
     const M wide = hn::Lt(q, hn::Set(d, et::kHaWideQ));
@@ -260,6 +259,14 @@ struct ErfInvBody : UnaryRealBody<double> {
     }
     out[0] = hn::CopySign(result, a);
     rare[0] = erfinv_detail::RareOf(d, q);
+    if constexpr (kFunc == InverseErfFunction::kErfInv) {
+      // Results below the normal range: the sum m_hi s + m_lo p0_hi would be rounded to the
+      // denormal grid before the last step, two roundings of half a unit each. Arguments that
+      // small go to the rare routine (ErfcInv's and CdfNormInv's a is 0 or above 2^-54).
+      const V tiny = hn::Abs(a);
+      rare[0] =
+          hn::Or(rare[0], hn::And(hn::Lt(tiny, hn::Set(d, 0x1p-1020)), hn::Gt(tiny, hn::Zero(d))));
+    }
   }
 
   static int32_t Rare(const double* a, double* r) { return vek::InverseErfRare<kFunc>(a, r); }
