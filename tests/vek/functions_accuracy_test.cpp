@@ -363,7 +363,12 @@ const std::map<std::string, HardCase>& HardCases() {
     erfinv.thresholds.push_back(0x1.0e4ba90387334p-2);
     erfcinv.thresholds.push_back(0x1.4392ea40e1ccdp+0);
     cdfnorminv.thresholds.push_back(0x1.032ff76164024p-1);
-    erfinv.near = {{-1.0, 1.0}, {0.99, 1.0}, {-0x1p-20, 0x1p-20}, {0.996, 0.9968}};
+    // Results near and below the normal range, where a last step that rounds twice (once to the
+    // denormal grid) reaches a whole ulp.
+    erfinv.thresholds.insert(erfinv.thresholds.end(),
+                             {0x1p-1020, -0x1.1ab7bdf50c53dp-1021, -0x0.7f352ee6ed6dep-1022});
+    erfinv.near = {
+        {-1.0, 1.0}, {0.99, 1.0}, {-0x1p-20, 0x1p-20}, {0.996, 0.9968}, {-0x1p-1019, 0x1p-1019}};
     erfcinv.near = {{0.0, 2.0}, {1.99, 2.0}, {0.0, 0.01}, {0.4, 0.6}};
     cdfnorminv.near = {{0.0, 1.0}, {0.999, 1.0}, {0.0, 0.001}, {0.2, 0.3}};
     cases.insert({{"ErfInv", erfinv}, {"ErfcInv", erfcinv}, {"CdfNormInv", cdfnorminv}});

@@ -23,6 +23,10 @@
 //   const char* name;                    with kRare: the function's name for reports (vek::names)
 //   static constexpr bool kBoundByMemory; optional: arithmetic so light that large calls wait on
 //                                        memory, and store their results around the caches
+//   static constexpr bool kStaged;       optional, with kRare: the body takes the whole block,
+//                                        Steps(D, const Vec<D> (&in)[kSteps][..], Vec<D> (&out)
+//                                        [kSteps][..], Mask<D> (&rare)[kSteps][..]) const, so that
+//                                        it can run each stage over every vector before the next
 // `in` holds kInputs groups of parts (one vector per part), `out` kOutputs groups. A body with
 // kRare sets one mask per part group of its first input when interleaved, else one mask.
 //
@@ -91,6 +95,13 @@ class Kernel {
   static constexpr bool kBoundByMemory = [] {
     if constexpr (requires { Body::kBoundByMemory; }) {
       return Body::kBoundByMemory;
+    } else {
+      return false;
+    }
+  }();
+  static constexpr bool kStaged = [] {
+    if constexpr (requires { Body::kStaged; }) {
+      return Body::kStaged;
     } else {
       return false;
     }
@@ -217,10 +228,17 @@ class Kernel {
       M any = hn::MaskFromVec(hn::Zero(d));
       // Unrolled, so that the steps' chains interleave: a long body otherwise stays a loop over
       // the steps, one chain after the other (1.2x to 1.3x on the float logarithms).
+      if constexpr (kStaged) {
+        body.Steps(d, x, y, rare);
+        for (size_t s = 0; s < kSteps; ++s) {
+          for (size_t m = 0; m < kMasks; ++m) any = hn::Or(any, rare[s][m]);
+        }
+      } else {
 #pragma GCC unroll 16
-      for (size_t s = 0; s < kSteps; ++s) {
-        body(d, x[s], y[s], rare[s]);
-        for (size_t m = 0; m < kMasks; ++m) any = hn::Or(any, rare[s][m]);
+        for (size_t s = 0; s < kSteps; ++s) {
+          body(d, x[s], y[s], rare[s]);
+          for (size_t m = 0; m < kMasks; ++m) any = hn::Or(any, rare[s][m]);
+        }
       }
       if (!hn::AllFalse(d, any)) [[unlikely]] {
         // Only this branch puts the block in memory: the common path keeps every vector in

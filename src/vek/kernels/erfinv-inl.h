@@ -13,12 +13,13 @@
 // the precision where w is large: 1 - a^2 is formed as an exact pair (from a where q >= 1/2, as
 // q (2 - q) from q elsewhere, with |a| = 1 - q in two parts), its logarithm from the logarithm
 // kernel's terms as a pair, and w's low part enters through P_k's slope. P_k(0) is stored in two
-// parts, and the terms beyond it, at most an eighth of P, are rounded once, so that the result is a
-// fused product of |a| and the exact sum P_hi + P_lo. Lanes beyond w = 7.99, in a branch such
-// lanes take: s erfcinv(q) is smooth in t = sqrt(-ln q) (it tends to s t), and a polynomial
-// P_k(t - k/4) of degree 13 on each piece |t - k/4| <= 1/8 serves t from 2.875 to 6.625, that is q
-// down to 2^-63, read by gathers; ln q as a pair, t from the hardware square root with its
-// residual t_lo = (-ln q - t^2) / 2t.
+// parts, and the terms beyond it, s at most an eighth of P, are rounded once: the result is the
+// exact product |a| P_k(0)_hi plus |a| s (and the low parts) in one fused rounding. Each block
+// runs the logarithm of all its vectors before their polynomials, whose chains are long. Lanes
+// beyond w = 7.99, in a branch such lanes take: s erfcinv(q) is smooth in t = sqrt(-ln q) (it tends
+// to s t), and a polynomial P_k(t - k/4) of degree 13 on each piece |t - k/4| <= 1/8 serves t
+// from 2.875 to 6.625, that is q down to 2^-63, read by gathers; ln q as a pair, t from the
+// hardware square root with its residual t_lo = (-ln q - t^2) / 2t.
 //
 // EP has no split at q = 1/2 and no compensation. With w = -ln(1 - a^2) (Giles's variable, from
 // the EP quotient logarithm, 2^-30.2), s erfinv(a) = a P(w - 5/2) for w <= 5, |a| <= 0.9966,
@@ -191,6 +192,8 @@ HWY_INLINE V TailEp(D d, const double* centers, const double* rows, V q) {
 
 template <InverseErfFunction kFunc>
 struct ErfInvBody : UnaryRealBody<double> {
+  // Two vectors a block on AVX2, whose sixteen registers hold two staged chains but not four.
+  static constexpr size_t kBlock = HWY_TARGET == HWY_AVX2 ? 8 : UnaryRealBody<double>::kBlock;
   static constexpr InverseErfFunction kFunction = kFunc;
   static constexpr bool kCdf = kFunc == InverseErfFunction::kCdfNormInv;
   using Tag = hn::ScalableTag<double>;
@@ -208,10 +211,15 @@ struct ErfInvBody : UnaryRealBody<double> {
     return out;
   }();
 
+  // The working quantities, |a| = m_hi + m_lo and w = -ln_hi + w_lo: the logarithm's stage.
+  template <class V>
+  struct Front {
+    V a, q, m_hi, m_lo, ln_hi, w_lo;
+  };
+
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
-  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
-    namespace et = vek::erfinv_tables;
-    const auto [a, q] = erfinv_detail::Working<kFunc>(d, in[0]);
+  HWY_INLINE Front<V> First(D d, V x) const {
+    const auto [a, q] = erfinv_detail::Working<kFunc>(d, x);
     const V one = hn::Set(d, 1.0);
     // |a| and 1 - a^2 = b - y^2 as exact pairs: from a where it is exact (q >= 1/2), else from q,
     // 1 - q in two parts and (y, b) = (q, 2q). b - v is exact (v is within a factor 2 of b).
@@ -222,21 +230,25 @@ struct ErfInvBody : UnaryRealBody<double> {
     const V b = hn::IfThenElse(from_a, one, hn::Add(q, q));
     const V v = Fnma(d, y, y, b);
     const V v_lo = Fnma(d, y, y, hn::Sub(b, v));
-    // w = -ln(v + v_lo) = w_hi + w_lo, renormalised.
     const auto split = log_detail::SplitOf(d, v);
     const V c = Lookup(d, log_tables.reciprocal, split.index);
     const auto ln = log_detail::LnTerms<true, double, LogFunction::kLn, LogLevel::kHA>(
         d, log_tables, split, c, log_detail::LowOverV(d, split, c, v_lo));
+    // w = -ln_hi + w_lo, renormalised; the negations are folded into what follows.
     const V ln_hi = hn::Add(ln.hi, ln.lo);
-    const V w_lo = hn::Neg(hn::Sub(ln.lo, hn::Sub(ln_hi, ln.hi)));
-    const V w_hi = hn::Neg(ln_hi);
-    // k = w - 1/2 rounded (by the shifter 1.5 2^52, whose neighbours are 1 apart on both sides),
-    // the piece k <= w <= k + 1 (either piece at a bound); u = w - k - 1/2 is exact where w >= 1/4
-    // and within an ulp of 2^-55 below. The index is k's low bits.
-    const V shifter = hn::Set(d, 0x1.8p52);
-    const V z = hn::Add(hn::Sub(w_hi, hn::Set(d, 0.5)), shifter);
-    const V u = hn::Sub(w_hi, hn::Add(hn::Sub(z, shifter), hn::Set(d, 0.5)));
-    const auto idx = hn::BitCast(hn::RebindToSigned<D>(), z);
+    return {a, q, m_hi, m_lo, ln_hi, hn::Sub(hn::Sub(ln_hi, ln.hi), ln.lo)};
+  }
+
+  // |a| P on the pieces: the polynomials' stage.
+  template <class D, class V = hn::VFromD<D>>
+  HWY_INLINE V Central(D d, const Front<V>& f) const {
+    namespace et = vek::erfinv_tables;
+    // The piece k = floor(w), k <= w < k + 1, from nk = ceil(ln_hi) = -k; u = w - k - 1/2 =
+    // (nk - ln_hi) - 1/2, whose first difference is exact (Sterbenz, or nk = 0) and whose second
+    // is exact where w - k >= 1/4 and within 2^-55 below. The index is k's low bits, from 2^52 + k.
+    const V nk = hn::Ceil(f.ln_hi);
+    const V u = hn::Sub(hn::Sub(nk, f.ln_hi), hn::Set(d, 0.5));
+    const auto idx = hn::BitCast(hn::RebindToSigned<D>(), hn::Sub(hn::Set(d, 0x1p52), nk));
     std::array<V, et::kHaDegree - 1> high;
     for (size_t i = 0; i < high.size(); ++i) high[i] = Lookup(d, rows[i + 3], idx);
     const V u2 = hn::Mul(u, u);
@@ -244,22 +256,68 @@ struct ErfInvBody : UnaryRealBody<double> {
         simd_detail::EstrinPairs(d, u, u2, high, std::make_index_sequence<(high.size() + 1) / 2>());
     const V c1 = Lookup(d, rows[2], idx);
     const V p0_hi = Lookup(d, rows[0], idx);
-    // P = p0_hi + s, s at most an eighth of P, then P_hi + P_lo = P exactly (fast two-sum), and the
-    // product with |a| takes P_hi exactly through the fused multiply-add.
-    const V rest = hn::Add(Lookup(d, rows[1], idx), Fma(d, c1, w_lo, hn::Mul(u2, poly)));
+    // P = p0_hi + s, s at most an eighth of P. |a| P = m_hi p0_hi + (m_hi s + m_lo p0_hi), the
+    // first product exact in the fused multiply-add and the sum rounded once, at most an eighth of
+    // the result (m_lo s is below 2^-56 of it); two fused steps where a renormalised P would take
+    // five on the path to the result.
+    const V rest = hn::Add(Lookup(d, rows[1], idx), Fma(d, c1, f.w_lo, hn::Mul(u2, poly)));
     const V s = Fma(d, u, c1, rest);
-    const V p_hi = hn::Add(p0_hi, s);
-    const V p_lo = hn::Sub(s, hn::Sub(p_hi, p0_hi));
-    V result = Fma(d, m_hi, p_hi, Fma(d, m_lo, p_hi, hn::Mul(m_hi, p_lo)));
+    return Fma(d, f.m_hi, p0_hi, Fma(d, f.m_hi, s, hn::Mul(f.m_lo, p0_hi)));
+  }
+
+  // Each stage over every vector of the block before the next: one vector's chain from the
+  // argument to the result is long, and a second vector's logarithm, next in the stream, would
+  // otherwise wait in the scheduler behind the first one's polynomial.
+  static constexpr bool kStaged = true;
+
+  template <class D, size_t kN, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void Steps(D d, const V (&in)[kN][1], V (&out)[kN][1], M (&rare)[kN][1]) const {
+    namespace et = vek::erfinv_tables;
+    Front<V> front[kN];
+#pragma GCC unroll 16
+    for (size_t i = 0; i < kN; ++i) front[i] = First(d, in[i][0]);
     // Lanes beyond the pieces, w > kHaPieces - 0.01 (one uniform lane in six thousand, and the
     // rare lanes), take the tail in t; told by q, known long before w.
-    const M wide = hn::Lt(q, hn::Set(d, et::kHaWideQ));
-    if (!hn::AllFalse(d, wide)) [[unlikely]] {
-      const V tail = erfinv_detail::Tail(d, log_tables, kCdf ? et::kTailCdf : et::kTail, q);
-      result = hn::IfThenElse(wide, tail, result);
+    M wide[kN];
+    M any = hn::MaskFromVec(hn::Zero(d));
+#pragma GCC unroll 16
+    for (size_t i = 0; i < kN; ++i) {
+      out[i][0] = Central(d, front[i]);
+      wide[i] = hn::Lt(front[i].q, hn::Set(d, et::kHaWideQ));
+      any = hn::Or(any, wide[i]);
     }
-    out[0] = hn::CopySign(result, a);
-    rare[0] = erfinv_detail::RareOf(d, q);
+    if (!hn::AllFalse(d, any)) [[unlikely]] {
+      for (size_t i = 0; i < kN; ++i) {
+        if (hn::AllFalse(d, wide[i])) continue;
+        const V tail =
+            erfinv_detail::Tail(d, log_tables, kCdf ? et::kTailCdf : et::kTail, front[i].q);
+        out[i][0] = hn::IfThenElse(wide[i], tail, out[i][0]);
+      }
+    }
+#pragma GCC unroll 16
+    for (size_t i = 0; i < kN; ++i) {
+      const V a = front[i].a;
+      out[i][0] = hn::CopySign(out[i][0], a);
+      rare[i][0] = erfinv_detail::RareOf(d, front[i].q);
+      if constexpr (kFunc == InverseErfFunction::kErfInv) {
+        // Results below the normal range: the sum m_hi s + m_lo p0_hi would be rounded to the
+        // denormal grid before the last step, two roundings of half a unit each. Arguments that
+        // small go to the rare routine (ErfcInv's and CdfNormInv's a is 0 or above 2^-54).
+        const V tiny = hn::Abs(a);
+        rare[i][0] = hn::Or(
+            rare[i][0], hn::And(hn::Lt(tiny, hn::Set(d, 0x1p-1020)), hn::Gt(tiny, hn::Zero(d))));
+      }
+    }
+  }
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    const V in_one[1][1] = {{in[0]}};
+    V out_one[1][1];
+    M rare_one[1][1];
+    Steps(d, in_one, out_one, rare_one);
+    out[0] = out_one[0][0];
+    rare[0] = rare_one[0][0];
   }
 
   static int32_t Rare(const double* a, double* r) { return vek::InverseErfRare<kFunc>(a, r); }
@@ -275,32 +333,59 @@ struct ErfInvEpBody : UnaryRealBody<double> {
   static constexpr bool kCdf = kFunc == InverseErfFunction::kCdfNormInv;
   const char* name = erfinv_detail::kName<double, kFunc>;
 
-  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
-  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
-    namespace et = vek::erfinv_tables;
-    const auto [a, q] = erfinv_detail::Working<kFunc>(d, in[0]);
+  template <class V>
+  struct Front {
+    V a, q, w;
+  };
+
+  // The working quantities and w: the logarithm's stage.
+  template <class D, class V = hn::VFromD<D>>
+  static HWY_INLINE Front<V> First(D d, V x) {
+    const auto [a, q] = erfinv_detail::Working<kFunc>(d, x);
     // 1 - a^2 from q, which is exact wherever a is not small (and where a is small, w's absolute
     // error of an ulp of 1 moves P by far less than its last place). It is positive normal
     // wherever the lane is not rare (q >= 2^-62), so the logarithm needs no test of its own.
     const V v = hn::Mul(q, hn::Sub(hn::Set(d, 2.0), q));
-    const V w = hn::Neg(LogQuotientBodyEP<LogFunction::kLn>::OfPositiveNormal(d, v));
-    // a P rather than |a| P with a's sign copied: P is positive, so the product has the sign
-    // already and the same bits.
-    const V central = hn::Mul(
-        a, erfinv_detail::CentralSum(d, hn::Sub(w, hn::Set(d, et::kEpMid)),
-                                     kCdf ? et::kCentralEpCdf : et::kCentralEp,
-                                     std::make_index_sequence<std::size(et::kCentralEp)>()));
-    // Lanes beyond the central polynomial (|a| > 0.9966, one uniform lane in three hundred; rare
-    // lanes too, whose results the rare routine replaces). Told by q, known long before w, so
-    // that the branch does not wait for the logarithm and the template's steps still overlap.
-    const M wide = hn::Lt(q, hn::Set(d, et::kEpWideQ));
-    out[0] = central;
-    if (!hn::AllFalse(d, wide)) [[unlikely]] {
-      const V tail = erfinv_detail::TailEp(d, kCdf ? et::kTailEpCenterCdf : et::kTailEpCenter,
-                                           kCdf ? et::kTailEpCdf : et::kTailEp, q);
-      out[0] = hn::IfThenElse(wide, hn::CopySign(tail, a), central);
+    return {a, q, hn::Neg(LogQuotientBodyEP<LogFunction::kLn>::OfPositiveNormal(d, v))};
+  }
+
+  // The polynomials' stage: the results of kN vectors.
+  template <class D, size_t kN, class V = hn::VFromD<D>>
+  static HWY_INLINE void Results(D d, const Front<V> (&front)[kN], V (&out)[kN]) {
+    namespace et = vek::erfinv_tables;
+    hn::Mask<D> wide[kN];
+    auto any = hn::MaskFromVec(hn::Zero(d));
+#pragma GCC unroll 16
+    for (size_t i = 0; i < kN; ++i) {
+      // a P rather than |a| P with a's sign copied: P is positive, so the product has the sign
+      // already and the same bits.
+      out[i] = hn::Mul(front[i].a, erfinv_detail::CentralSum(
+                                       d, hn::Sub(front[i].w, hn::Set(d, et::kEpMid)),
+                                       kCdf ? et::kCentralEpCdf : et::kCentralEp,
+                                       std::make_index_sequence<std::size(et::kCentralEp)>()));
+      // Lanes beyond the central polynomial (|a| > 0.9966, one uniform lane in three hundred;
+      // rare lanes too, whose results the rare routine replaces). Told by q, known long before
+      // w, so that the branch does not wait for the logarithm.
+      wide[i] = hn::Lt(front[i].q, hn::Set(d, et::kEpWideQ));
+      any = hn::Or(any, wide[i]);
     }
-    rare[0] = erfinv_detail::RareOf(d, q);
+    if (!hn::AllFalse(d, any)) [[unlikely]] {
+      for (size_t i = 0; i < kN; ++i) {
+        if (hn::AllFalse(d, wide[i])) continue;
+        const V tail = erfinv_detail::TailEp(d, kCdf ? et::kTailEpCenterCdf : et::kTailEpCenter,
+                                             kCdf ? et::kTailEpCdf : et::kTailEp, front[i].q);
+        out[i] = hn::IfThenElse(wide[i], hn::CopySign(tail, front[i].a), out[i]);
+      }
+    }
+  }
+
+  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
+    const Front<V> front[1] = {First(d, in[0])};
+    V result[1];
+    Results(d, front, result);
+    out[0] = result[0];
+    rare[0] = erfinv_detail::RareOf(d, front[0].q);
   }
 
   static int32_t Rare(const double* a, double* r) { return vek::InverseErfRare<kFunc>(a, r); }
@@ -315,6 +400,32 @@ struct ErfInvFloatBody : UnaryRealBody<float> {
   static constexpr InverseErfFunction kFunc = Wide::kFunction;
   const char* name = erfinv_detail::kName<float, kFunc>;
   Wide wide;
+
+#if HWY_TARGET != HWY_SCALAR
+  // Each stage over every widened half of the block before the next, as the double HA body does.
+  static constexpr bool kStaged = true;
+
+  template <class D, size_t kN, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void Steps(D d, const V (&in)[kN][1], V (&out)[kN][1], M (&rare)[kN][1]) const {
+    const hn::Half<D> dh;
+    const hn::Repartition<double, D> dd;
+    using VD = hn::VFromD<decltype(dd)>;
+    typename Wide::template Front<VD> front[2 * kN];
+#pragma GCC unroll 16
+    for (size_t i = 0; i < kN; ++i) {
+      front[2 * i] = Wide::First(dd, hn::PromoteTo(dd, hn::LowerHalf(dh, in[i][0])));
+      front[2 * i + 1] = Wide::First(dd, hn::PromoteTo(dd, hn::UpperHalf(dh, in[i][0])));
+    }
+    VD result[2 * kN];
+    Wide::Results(dd, front, result);
+#pragma GCC unroll 16
+    for (size_t i = 0; i < kN; ++i) {
+      out[i][0] =
+          hn::Combine(d, hn::DemoteTo(dh, result[2 * i + 1]), hn::DemoteTo(dh, result[2 * i]));
+      rare[i][0] = erfinv_detail::RareOf(d, erfinv_detail::Working<kFunc>(d, in[i][0]).second);
+    }
+  }
+#endif
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
