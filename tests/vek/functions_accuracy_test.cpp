@@ -155,11 +155,11 @@ const std::map<std::string, HardCase>& HardCases() {
     // The logarithms cancel around 1, switch table halves at 3/4 and 3/2 (double) and change
     // interval at 1 - 2^-6, 1 + 2^-5, 1 + 15/32 (where the power of two counts one more) and
     // 2 - 2^-5 (float), take a second pass outside [2^-126, 2^126] (float; double 2^+-1022),
-    // and meet the denormals; the float HA kernels' worst arguments over all floats (Ln, Log10),
-    // and the double LA kernels' worst found, just above 1 + 2^-5, where -ln c cancels against r
-    // (Ln 2.76 ulp, Log10 2.62).
+    // and meet the denormals; the float HA kernels' worst arguments over all floats (Ln 0.875
+    // ulp, Log10 0.825), and the double LA kernels' worst found, just above 1 + 2^-5, where -ln c
+    // cancels against r (Ln 2.76 ulp, Log10 2.62).
     HardCase log = {{1.0, 0.75, 1.5, 2.0, 0x1p-126, 0x1p126, 0x1p-1022, 0x1p1022, 10.0, 1000.0,
-                     0x1.f8p-1, 0x1.08p+0, 0x1.78p+0, 0x1.f8p+0, 0x1.0806a6p+0, 0x1.081616p+0,
+                     0x1.f8p-1, 0x1.08p+0, 0x1.78p+0, 0x1.f8p+0, 0x1.66e6ep-1, 0x1.4b2bcep+0,
                      0x1.08022adb02ab8p+0, 0x1.0800000000139p+0},
                     {{0.9, 1.1}, {0.999, 1.001}, {0.5, 2.0}}};
     // The float LA and EP kernels split at sqrt(1/2) and sqrt(2); their worst arguments over all
@@ -170,11 +170,11 @@ const std::map<std::string, HardCase>& HardCases() {
     // Log1p: where 1 + x rounds (2^-24, 2^-53), where x alone is the answer (2^24, 2^53), where
     // 1 + x leaves the interval around 1 (-2^-6, 2^-5), where the float kernels stop scaling the
     // rounding error of 1 + x (2^64), the ends of the second pass, the float HA kernel's worst
-    // argument over all positive floats (0.66 ulp), and the double kernels' worst found (HA 0.66
-    // ulp where 1 + x rounds, LA 2.73 just above 2^-5).
+    // arguments over all floats (0.66 ulp where 1 + x rounds, 0.879 at 0x1.9a8364p-2), and the
+    // double kernels' worst found (HA 0.66 ulp where 1 + x rounds, LA 2.73 just above 2^-5).
     HardCase log1p = {
         {0.0, -1.0, -0.5, 0x1p-24, 0x1p-53, 1.0, 0x1p24, 0x1p53, 0x1p126, 0x1p1022, -0x1p-6, 0x1p-5,
-         0x1p64, 0x1.ap-24, -0x1.9ff2fbf833108p-53, 0x1.000000000b78p-5},
+         0x1p64, 0x1.ap-24, 0x1.9a8364p-2, -0x1.9ff2fbf833108p-53, 0x1.000000000b78p-5},
         {{-0.01, 0.01}, {-1.0, -0.9}, {-0.3, 0.5}}};
     // Where 1 + x leaves [sqrt(1/2), sqrt(2)) (the float LA and EP kernels), and their worst
     // arguments (LA; EP in ulp and in bits).
@@ -244,20 +244,38 @@ const std::map<std::string, HardCase>& HardCases() {
     // the float kernels, 2^13 for the double HA's short parts, 10000, 2^24), 1e22, the double
     // nearest a multiple of pi/2 (6381956970095103 2^797), the double below 2^13 nearest one
     // (0x1.6c6cbc45dc8dep+5) and the largest double; near pi/2 and near 0, where the half-turn
-    // polynomial of sin r cancels most, the floats below 2^12 nearest a multiple of pi/2, and the
-    // float kernels' worst arguments.
-    const HardCase trig = {
-        {0x1.921fb54442d18p-1, 0x1.921fb54442d18p+0, 0x1.921fb54442d18p+1, 0x1.2d97c7f3321d2p+2,
-         0x1p12, 10000.0, 0x1p24, 1e22, 0x1.6ac5b262ca1ffp+849, 0x1.fffffffffffffp+1023,
-         0x1.f9cbe2p+7, 0x1.17cc5p+11, -0x1.25ae6ap+8, -0x1.569806p-11, 0x1.fe232cp+9,
-         -0x1.bdd0eap+5, 0x1.d3f798p+6, 0x1.1e12c8p+11, 0x1p13},
-        {{-10.0, 10.0},
-         {1.4, 1.75},
-         {-0x1p-20, 0x1p-20},
-         {4000.0, 4200.0},
-         {0x1.6c6cbc45dc8ddp+5, 0x1.6c6cbc45dc8dfp+5},
-         {1e6, 1e9},
-         {1e300, 1.7e308}}};
+    // polynomial of sin r cancels most, the floats below 2^12 nearest a multiple of pi/2, the
+    // float kernels' worst arguments, and the double HA kernels' worst found (Sin 0.764 ulp, Cos
+    // 0.769, Tan 0.93 between 2^13 and 2^24).
+    const HardCase trig = {{0x1.921fb54442d18p-1,
+                            0x1.921fb54442d18p+0,
+                            0x1.921fb54442d18p+1,
+                            0x1.2d97c7f3321d2p+2,
+                            0x1p12,
+                            10000.0,
+                            0x1p24,
+                            1e22,
+                            0x1.6ac5b262ca1ffp+849,
+                            0x1.fffffffffffffp+1023,
+                            0x1.f9cbe2p+7,
+                            0x1.17cc5p+11,
+                            -0x1.25ae6ap+8,
+                            -0x1.569806p-11,
+                            0x1.fe232cp+9,
+                            -0x1.bdd0eap+5,
+                            0x1.d3f798p+6,
+                            0x1.1e12c8p+11,
+                            0x1p13,
+                            0x1.7d5c2220247e2p+12,
+                            0x1.7c868147d83acp+9,
+                            0x1.99f7c65b1190ep+18},
+                           {{-10.0, 10.0},
+                            {1.4, 1.75},
+                            {-0x1p-20, 0x1p-20},
+                            {4000.0, 4200.0},
+                            {0x1.6c6cbc45dc8ddp+5, 0x1.6c6cbc45dc8dfp+5},
+                            {1e6, 1e9},
+                            {1e300, 1.7e308}}};
     // Erf, Erfc: the midpoints where the grid j/128 switches rows, the clamp of erf's table
     // (5.9921875), where erfc rounds below the normal range (double and float), and the far tail
     // that still reaches the table; the float Erf's piece ends (multiples of 1/2, and just below,
@@ -347,8 +365,9 @@ const std::map<std::string, HardCase>& HardCases() {
     // - q)) = 1 .. 7 and the switch to the tail at w = 7.99, the ends of the tail pieces at t =
     // sqrt(-ln q) = (2k+1)/8, the least q of the vector path (2^-62), the denormals and the values
     // next to the poles. EP switches where w passes 5, and its tail pieces meet at t = 2.9, 3.6
-    // and 4.6. The double HA kernels' worst arguments found over 10^6 uniform ones (ErfInv and
-    // ErfcInv 0.65 ulp, CdfNormInv 0.70).
+    // and 4.6. The double HA kernels' worst arguments found, before their last step was shortened
+    // (ErfInv and ErfcInv 0.65 ulp, CdfNormInv 0.70), and after (2^22 uniform: ErfInv 0.734,
+    // ErfcInv 0.741; 2^18: CdfNormInv 0.796).
     HardCase erfinv, erfcinv, cdfnorminv;
     std::vector<double> tail_q = {0.5, 0x1p-62, 0x1p-53, 0x1p-52, 0x1p-1022, 0x1p-1074};
     const auto q_of_w = [](double w) { return -std::expm1(0.5 * std::log1p(-std::exp(-w))); };
@@ -363,6 +382,9 @@ const std::map<std::string, HardCase>& HardCases() {
     erfinv.thresholds.push_back(0x1.0e4ba90387334p-2);
     erfcinv.thresholds.push_back(0x1.4392ea40e1ccdp+0);
     cdfnorminv.thresholds.push_back(0x1.032ff76164024p-1);
+    erfinv.thresholds.push_back(0x1.14d25007597ep-4);
+    erfcinv.thresholds.push_back(0x1.239dfb586010dp+0);
+    cdfnorminv.thresholds.push_back(0x1.f370a8cc207dap-2);
     // Results near and below the normal range, where a last step that rounds twice (once to the
     // denormal grid) reaches a whole ulp.
     erfinv.thresholds.insert(erfinv.thresholds.end(),
