@@ -310,16 +310,6 @@ struct ErfInvBody : UnaryRealBody<double> {
     }
   }
 
-  template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
-  HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
-    const V in_one[1][1] = {{in[0]}};
-    V out_one[1][1];
-    M rare_one[1][1];
-    Steps(d, in_one, out_one, rare_one);
-    out[0] = out_one[0][0];
-    rare[0] = rare_one[0][0];
-  }
-
   static int32_t Rare(const double* a, double* r) { return vek::InverseErfRare<kFunc>(a, r); }
 };
 

@@ -189,6 +189,14 @@ struct Unpacked {
   hn::VFromD<D> m, e;
   hn::Mask<D> rare;
 };
+// The rounding error of v = 1 + x, exact: the larger term first, and max(x, 1) is the larger in
+// magnitude for every x >= -1 (below that the logarithm is a NaN anyway).
+template <class D>
+HWY_INLINE hn::VFromD<D> OnePlusError(D d, hn::VFromD<D> x, hn::VFromD<D> v) {
+  const auto one = hn::Set(d, hn::TFromD<D>(1));
+  return hn::Sub(hn::Min(x, one), hn::Sub(v, hn::Max(x, one)));
+}
+
 template <class D>
 HWY_INLINE Unpacked<D> Unpack(D d, hn::VFromD<D> v) {
   const auto m = GetMant<MantissaInterval::kOneToTwo, MantissaSign::kNaNIfNegative>(d, v);
@@ -609,15 +617,12 @@ struct LogRcpBody : UnaryRealBody<T> {
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
     const auto x = in[0];
     const auto zero = hn::Zero(d);
-    // Log1p takes the logarithm of v = 1 + x, whose rounding error lo is exact (the larger
-    // term first: max(x, 1) is the larger in magnitude for every x >= -1, and below that the
-    // result is a NaN anyway).
+    // Log1p takes the logarithm of v = 1 + x, with its exact rounding error lo.
     auto v = x;
     auto lo = zero;
     if constexpr (kFunc == LogFunction::kLog1p) {
-      const auto one = hn::Set(d, T(1));
-      v = hn::Add(one, x);
-      lo = hn::Sub(hn::Min(x, one), hn::Sub(v, hn::Max(x, one)));
+      v = hn::Add(hn::Set(d, T(1)), x);
+      lo = log_detail::OnePlusError(d, x, v);
     }
     const auto fast = log_detail::PositiveNormal(d, v);
     auto result =
@@ -758,15 +763,12 @@ struct LogPolyBodyS : UnaryRealBody<float> {
     const auto fast = log_detail::PositiveNormal(d, v);
     hn::Vec<D> m, scaled_k;
     Split(d, v, m, scaled_k);
-    // Log1p at HA: the rounding error lo of v = 1 + x (exact: max(x, 1) is the larger term for
-    // every x >= -1) enters as lo / v, by one division, which the divider works out beside the
-    // polynomial. Near x = 0 it is all of the result (v = 1, lo = x); elsewhere it is up to 1.4
-    // ulp of a result near ln(sqrt(2)).
+    // Log1p at HA: the exact rounding error of v = 1 + x enters as lo / v, by one division, which
+    // the divider works out beside the polynomial. Near x = 0 it is all of the result (v = 1,
+    // lo = x); elsewhere it is up to 1.4 ulp of a result near ln(sqrt(2)).
     auto lo_over_v = hn::Zero(d);
     if constexpr (kFunc == LogFunction::kLog1p && kLevel == LogLevel::kHA) {
-      const auto one = hn::Set(d, 1.0f);
-      const auto lo = hn::Sub(hn::Min(x, one), hn::Sub(v, hn::Max(x, one)));
-      lo_over_v = hn::Div(lo, v);
+      lo_over_v = hn::Div(log_detail::OnePlusError(d, x, v), v);
     }
     auto result = Evaluate(d, m, scaled_k, x, lo_over_v);
     rare[0] = hn::MaskFromVec(hn::Zero(d));

@@ -381,7 +381,7 @@ template <int kShift, class D>
 HWY_INLINE hn::VFromD<D> OneOfHA(D d, const Reduced<D>& red,
                                  hn::VFromD<hn::RebindToSigned<D>> sign) {
   const hn::RebindToSigned<D> di;
-  const auto q = kShift == 0 ? red.q : hn::Add(red.q, hn::Set(di, kShift));
+  const auto q = hn::Add(red.q, hn::Set(di, kShift));
   const auto odd = Odd(d, q);
   const auto r = red.rh;
   const auto rl = red.rl;
