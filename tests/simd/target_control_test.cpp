@@ -1,19 +1,32 @@
 // The public target control: every target this processor runs, pinned through it, gives the same
-// bits from the distributions of every generator and a spline; and the
+// bits from every vector kernel, the distributions of every generator and a spline, and those bits
+// are the ones recorded in recorded_bits.txt, on any processor of either vendor; and the
 // environment variable's choice, bad values included.
+//
+// A change that means to give other bits rewrites the record:
+//   OXL_RECORD_BITS=1 build/tests/simd/target_control_test --gtest_filter='*Record*'
+// and the commit says why the bits moved.
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <bit>
+#include <fstream>
 #include <functional>
+#include <limits>
+#include <map>
+#include <set>
+#include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "oxl/df.h"
 #include "oxl/omp_services.h"
 #include "oxl/platform.h"
 #include "oxl/vek.h"
+#include "oxl/vek_functions.h"
 #include "oxl/vrs.h"
 #include "support/input_gen.h"
 #include "support/targets.h"
@@ -23,12 +36,24 @@ namespace {
 
 constexpr int kN = 1037;  // not a multiple of any vector length: every kernel runs a tail
 
+// FNV-1a over the bytes. Every NaN counts as one value: which operand's payload and sign a NaN
+// result carries is left open where two NaNs meet.
 struct Hash {
   uint64_t h = 0xCBF29CE484222325u;
+  void Bytes(const void* data, size_t size) {
+    const auto* p = static_cast<const unsigned char*>(data);
+    for (size_t i = 0; i < size; ++i) h = (h ^ p[i]) * 0x100000001B3u;
+  }
   template <class T>
   void Add(const T* data, size_t count) {
-    const auto* p = reinterpret_cast<const unsigned char*>(data);
-    for (size_t i = 0; i < count * sizeof(T); ++i) h = (h ^ p[i]) * 0x100000001B3u;
+    if constexpr (std::is_floating_point_v<T>) {
+      for (size_t i = 0; i < count; ++i) {
+        const T x = std::isnan(data[i]) ? std::numeric_limits<T>::quiet_NaN() : data[i];
+        Bytes(&x, sizeof x);
+      }
+    } else {
+      Bytes(data, count * sizeof(T));
+    }
   }
 };
 
@@ -48,10 +73,110 @@ const double* In(int offset) {
   return v.data() + offset;
 }
 
+// The same mix for float: random float bit patterns in place of the double ones.
+const float* InF(int offset) {
+  static const std::vector<float> v = [] {
+    std::vector<float> x(8 * kN);
+    SplitMix64 gen(0xF1EE7);
+    for (size_t i = 0; i < x.size(); ++i) {
+      const uint64_t bits = gen.Next();
+      x[i] = i % 3 == 0 ? std::bit_cast<float>(static_cast<uint32_t>(bits))
+                        : static_cast<float>(*In(static_cast<int>(i)));
+    }
+    return x;
+  }();
+  return v.data() + offset;
+}
+
+// Arrays of kN elements of any element type of the kernels, the k-th of a function's arguments
+// from its own part of the mix; complex elements take two reals each.
+template <class E>
+const E* Arg(int k) {
+  if constexpr (std::is_same_v<E, double>) return In(k * kN);
+  if constexpr (std::is_same_v<E, float>) return InF(k * kN);
+  if constexpr (std::is_same_v<E, oxl_complex16>) return reinterpret_cast<const E*>(In(2 * k * kN));
+  if constexpr (std::is_same_v<E, oxl_complex8>) return reinterpret_cast<const E*>(InF(2 * k * kN));
+}
+template <class E>
+E Scalar(int k) {
+  return Arg<E>(3)[k];
+}
+template <class E>
+void AddResults(Hash& hash, const std::vector<E>& r) {
+  if constexpr (std::is_same_v<E, oxl_complex16> || std::is_same_v<E, oxl_complex8>) {
+    hash.Add(&r[0].re, 2 * r.size());
+  } else {
+    hash.Add(r.data(), r.size());
+  }
+}
+
+// One kernel of each form on the mix; the powers with one exponent take a few exponents.
+template <class A, class R>
+uint64_t RunKernel(void (*k)(int, const A*, R*)) {
+  std::vector<R> r(kN);
+  k(kN, Arg<A>(0), r.data());
+  Hash hash;
+  AddResults(hash, r);
+  return hash.h;
+}
+template <class E>
+uint64_t RunKernel(void (*k)(int, const E*, const E*, E*)) {
+  std::vector<E> r(kN);
+  k(kN, Arg<E>(0), Arg<E>(1), r.data());
+  Hash hash;
+  AddResults(hash, r);
+  return hash.h;
+}
+template <class E>
+uint64_t RunKernel(void (*k)(int, const E*, E, E*)) {
+  std::vector<E> r(kN);
+  Hash hash;
+  for (int b = 0; b < 6; ++b) {
+    k(kN, Arg<E>(0), Scalar<E>(b), r.data());
+    AddResults(hash, r);
+  }
+  return hash.h;
+}
+template <class E>
+uint64_t RunKernel(void (*k)(int, const E*, E*, E*)) {
+  std::vector<E> r1(kN), r2(kN);
+  k(kN, Arg<E>(0), r1.data(), r2.data());
+  Hash hash;
+  AddResults(hash, r1);
+  AddResults(hash, r2);
+  return hash.h;
+}
+template <class E>
+uint64_t RunKernel(void (*k)(int, const E*, const E*, E, E, E, E, E*)) {
+  std::vector<E> r(kN);
+  k(kN, Arg<E>(0), Arg<E>(1), E(1.5), E(-0.25), E(-2), E(3), r.data());
+  Hash hash;
+  AddResults(hash, r);
+  return hash.h;
+}
+// Pack and Unpack move elements and compute nothing.
+template <class K>
+constexpr bool kMovesOnly = false;
+template <class... P>
+constexpr bool kMovesOnly<void (*)(int64_t, P...)> = true;
+
 struct Digested {
   std::string name;
   std::function<uint64_t()> digest;
 };
+
+// Every distinct kernel of the function list, by its name.
+template <class K>
+void AddKernels(std::vector<Digested>& v, const std::string& function, K* table) {
+  if constexpr (!kMovesOnly<K>) {
+    static const char* const kLevel[3] = {"LA", "HA", "EP"};
+    std::set<K> seen;
+    for (int slot = 0; slot < 3; ++slot) {
+      if (!seen.insert(table[slot]).second) continue;
+      v.push_back({function + " " + kLevel[slot], [k = table[slot]] { return RunKernel(k); }});
+    }
+  }
+}
 
 // Gaussian numbers by each method from every generator: the generator's own bits are known
 // answers on every target (generators_test); these run the logarithm, sine, square root and
@@ -114,11 +239,14 @@ uint64_t SplineDigest() {
   return hash.h;
 }
 
-// The vector kernels are compared across targets by the accuracy sweep, the statistics by their
-// own tests.
+// The statistics are compared across targets by their own tests.
 const std::vector<Digested>& Everything() {
   static const std::vector<Digested> all = [] {
     std::vector<Digested> v;
+#define OXL_VEK_FUNCTION(t, F, form, slots, impl, cost_la, cost_ha, cost_ep) \
+  AddKernels(v, #t #F, oxl_vek_kernel_##t##F##_ttab);
+#include "oxl/vek_functions.def"
+#undef OXL_VEK_FUNCTION
     for (const int32_t id :
          {OXL_BRNG_MCG31, OXL_BRNG_MRG32K3A, OXL_BRNG_MCG59, OXL_BRNG_MT19937, OXL_BRNG_MT2203 + 17,
           OXL_BRNG_SFMT19937, OXL_BRNG_ARS5, OXL_BRNG_PHILOX4X32X10, OXL_BRNG_R250}) {
@@ -150,6 +278,51 @@ TEST(TargetControl, EveryTargetGivesTheSameBits) {
     }
   });
   EXPECT_GE(targets, 1);
+}
+
+// The record, one "name digest" line per entry of Everything().
+std::map<std::string, std::string> ReadRecord() {
+  std::map<std::string, std::string> m;
+  std::ifstream in(OXL_RECORDED_BITS);
+  for (std::string line; std::getline(in, line);) {
+    const size_t space = line.rfind(' ');
+    if (line.empty() || line[0] == '#' || space == std::string::npos) continue;
+    m[line.substr(0, space)] = line.substr(space + 1);
+  }
+  return m;
+}
+
+std::string Hex(uint64_t h) {
+  std::ostringstream out;
+  out << std::hex << h;
+  return out.str();
+}
+
+TEST(TargetControl, BitsAreTheRecordedOnes) {
+  const char* record = std::getenv("OXL_RECORD_BITS");
+  if (record != nullptr && std::string(record) == "1") {
+    std::ofstream out(OXL_RECORDED_BITS);
+    out << "# FNV-1a digests of every vector kernel, the Gaussian numbers of every generator and "
+           "a\n"
+           "# spline on fixed inputs (tests/simd/target_control_test.cpp): the same on every\n"
+           "# target and processor.\n";
+    for (const Digested& r : Everything()) out << r.name << ' ' << Hex(r.digest()) << '\n';
+    ASSERT_TRUE(out.good());
+    GTEST_SKIP() << "wrote " << OXL_RECORDED_BITS;
+  }
+  const std::map<std::string, std::string> recorded = ReadRecord();
+  ASSERT_FALSE(recorded.empty()) << OXL_RECORDED_BITS;
+  size_t checked = 0;
+  for (const Digested& r : Everything()) {
+    const auto it = recorded.find(r.name);
+    if (it == recorded.end()) {
+      ADD_FAILURE() << r.name << " is not in the record";
+      continue;
+    }
+    ++checked;
+    EXPECT_EQ(Hex(r.digest()), it->second) << r.name << " on " << oxl_dft_pvk_simd_target();
+  }
+  EXPECT_EQ(checked, recorded.size()) << "the record names kernels the list does not";
 }
 
 TEST(TargetControl, PinningFallsBackAndRefusesNonsense) {
