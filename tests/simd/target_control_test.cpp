@@ -15,6 +15,7 @@
 #include "oxl/platform.h"
 #include "oxl/vek.h"
 #include "oxl/vrs.h"
+#include "support/float_bits.h"
 #include "support/input_gen.h"
 #include "support/targets.h"
 
@@ -22,15 +23,6 @@ namespace oxl::test {
 namespace {
 
 constexpr int kN = 1037;  // not a multiple of any vector length: every kernel runs a tail
-
-struct Hash {
-  uint64_t h = 0xCBF29CE484222325u;
-  template <class T>
-  void Add(const T* data, size_t count) {
-    const auto* p = reinterpret_cast<const unsigned char*>(data);
-    for (size_t i = 0; i < count * sizeof(T); ++i) h = (h ^ p[i]) * 0x100000001B3u;
-  }
-};
 
 // Random bit patterns (every binade, infinities, NaNs, subnormals) beside ordinary values in
 // [-8, 8) and values near 1, interleaved.
@@ -62,7 +54,7 @@ uint64_t StreamDigest(int32_t id) {
   EXPECT_EQ(__vrsNewStreamEx(&stream, id, 1, &seed), 0);
   std::vector<double> d(kN);
   std::vector<float> s(kN);
-  Hash hash;
+  Fnv1a hash;
   for (int32_t method = 0; method < 3; ++method) {
     EXPECT_EQ(_vrsdRngGaussian(method, stream, kN, d.data(), 1.0, 2.0), 0);
     EXPECT_EQ(_vrssRngGaussian(method, stream, kN, s.data(), 1.0f, 2.0f), 0);
@@ -107,7 +99,7 @@ uint64_t SplineDigest() {
                                          nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
             0);
   oxl_df_kernel_DeleteTask(&task);
-  Hash hash;
+  Fnv1a hash;
   hash.Add(coeff.data(), coeff.size());
   hash.Add(values.data(), values.size());
   hash.Add(integrals.data(), integrals.size());

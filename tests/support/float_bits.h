@@ -92,6 +92,16 @@ bool SameBits(const std::vector<E>& x, const std::vector<E>& y) {
          (x.empty() || std::memcmp(x.data(), y.data(), x.size() * sizeof(E)) == 0);
 }
 
+// FNV-1a over the bytes of arrays added in turn: a digest that pins long runs of results.
+struct Fnv1a {
+  uint64_t h = 0xCBF29CE484222325u;
+  template <class T>
+  void Add(const T* data, size_t count) {
+    const auto* p = reinterpret_cast<const unsigned char*>(data);
+    for (size_t i = 0; i < count * sizeof(T); ++i) h = (h ^ p[i]) * 0x100000001B3u;
+  }
+};
+
 // Exact text of x: a hexadecimal float for numbers and infinities, the bit pattern for a NaN, so
 // that payloads and signs stay visible.
 template <class T>

@@ -654,16 +654,5 @@ TEST(Nondeterm, RetriesThenFailsKeepingWhatCameBefore) {
   EXPECT_EQ(f, (std::vector<float>{top, top, top, top, -1.0f, -1.0f}));
 }
 
-TEST(Nondeterm, RealDraws) {
-  if (!__vrsCPUisRDRAND()) GTEST_SKIP() << "no RDRAND on this processor";
-  Stream st(OXL_BRNG_NONDETERM, {});
-  std::vector<double> d(1000);
-  ASSERT_EQ(__vrsdBRngTRNG(st.s, 1000, d.data(), -2.0, 2.0), 0);
-  for (double v : d) ASSERT_TRUE(v >= -2.0 && v <= 2.0) << v;
-  std::vector<uint32_t> w(1001, 0xDEADBEEF);
-  ASSERT_EQ(__vrsiBRngTRNG(st.s, 1000, w.data()), 0);
-  EXPECT_EQ(w[1000], 0xDEADBEEFu);
-}
-
 }  // namespace
 }  // namespace oxl::vrs
