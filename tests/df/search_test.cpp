@@ -191,15 +191,18 @@ int32_t FixedCells(int64_t* n, const double*, void* cells, int32_t* flags, void*
 TEST(DfSearch, DataHintAndCallback) {
   const double x[5] = {0, 1, 2, 3, 4};
   TaskHolder t;
-  ASSERT_EQ(NewTask(t, 5, x), 0);
+  ASSERT_EQ(NewTask(t, 5, x, PARTITION_QUASIUNIFORM), 0);
   std::vector<int32_t> cells(3, -9);
   // A peak at n walks from the right end; one past it, or a flag that is not 0 or 1, is refused.
+  t->partition_hint = PARTITION_NO_HINT;
   const double sites[3] = {-1, 4, 5}, peak[5] = {0, 1, 0, 0, 5}, far[5] = {0, 1, 0, 0, 6},
                flag[5] = {0, 0.5, 0, 0, 2};
   ASSERT_EQ(Search(t.task, 3, sites, cells.data(), 0, nullptr, peak), 0);
   EXPECT_EQ(cells, (std::vector<int32_t>{0, 4, 5}));
   EXPECT_EQ(Search(t.task, 3, sites, cells.data(), 0, nullptr, far), DF_STATUS_BAD_DATA_HINT);
   EXPECT_EQ(Search(t.task, 3, sites, cells.data(), 0, nullptr, flag), DF_STATUS_BAD_DATA_HINT);
+  // A callback goes before every method the hints would choose.
+  t->partition_hint = PARTITION_QUASIUNIFORM;
   const double zeros[300] = {};
   cells.assign(300, -1);
   for (int32_t mode : {1000, 5, -42}) {

@@ -85,7 +85,6 @@ TEST(Print, CatalogueMessagesWithTheirItems) {
   }
 }
 
-// The target the processor's features choose is checked by target_control_test.
 TEST(Cpu, FeaturesAreConsistent) {
   const uint64_t f = oxl_dft_pvk_cpu_features();
   // Implications that hold on every processor.
@@ -94,6 +93,12 @@ TEST(Cpu, FeaturesAreConsistent) {
   EXPECT_EQ(oxl_dft_pvk_has_features(0), 1);
   EXPECT_EQ(oxl_dft_pvk_has_features(f), 1);
   EXPECT_EQ(oxl_dft_pvk_has_features(~0ull), 0);
+  const std::string target = oxl_dft_pvk_simd_target();
+  if (f & OXL_CPU_AVX512BW) {
+    EXPECT_EQ(target, "avx512");
+  } else if ((f & OXL_CPU_AVX2) && (f & OXL_CPU_FMA)) {
+    EXPECT_EQ(target, "avx2");
+  }
   EXPECT_GT(oxl_dft_pvk_cache_size(1), 0);
   EXPECT_EQ(oxl_dft_pvk_cache_size(4), 0);
 }

@@ -78,9 +78,21 @@ TEST(SSTask, EditorCodesAndNullStatuses) {
     EXPECT_EQ(__vrsdSSEditTask(task, code, d), -3);
     EXPECT_EQ(__vrsiSSEditTask(task, code, ints), -3);
   }
+  // The pointers landed in their fields and survived the null edits.
+  EXPECT_EQ(task->dimensionPtr, ints);
+  EXPECT_EQ(task->sum, d);
+  EXPECT_EQ(task->sortedStorage, ints);
+  EXPECT_EQ(task->accumWeights, d);
+  EXPECT_EQ(task->centralMoment2, nullptr);  // code 11 was not set
   EXPECT_EQ(__vrsdSSEditTask(nullptr, 7, d), -4031);
   EXPECT_EQ(__vrsiSSEditTask(nullptr, 1, ints), -4031);
 
+  // Grouped editors store their non-null arguments and leave the other fields.
+  double a[2], b[2], c[2];
+  EXPECT_EQ(__vrsdSSEditMoments(task, a, b, nullptr, nullptr, c, nullptr, nullptr), 0);
+  EXPECT_EQ(__vrsdSSEditMoments(task, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, b), 0);
+  EXPECT_TRUE(task->mean == a && task->rawMoment2 == b && task->centralMoment2 == c);
+  EXPECT_TRUE(task->rawMoment3 == nullptr && task->centralMoment4 == b);
   EXPECT_EQ(__vrsdSSEditQuantiles(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), -4031);
   EXPECT_EQ(__vrssSSEditRCov(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), -4031);
   EXPECT_EQ(__vrsSSDeleteTask(&task), 0);

@@ -137,6 +137,36 @@ TEST(Distributions, ExactUniformsThroughTheCallbacks) {
   EXPECT_NEAR(d[1], 1.0 + 2.0 * std::log(0.25), 1e-12);
 }
 
+// Double BoxMuller against long double on pairs at the folds of the angle (every eighth of a
+// turn, either side of a quarter, the smallest angles) and radius uniforms from the smallest
+// normal to just below 1, in a call long enough for whole vectors and a tail on every target:
+// the sine and the logarithm within their 26 bits and more, relative to the radius (a sine near 0
+// has no relative error to speak of).
+TEST(Distributions, BoxMullerAgainstLongDouble) {
+  const double below_quarter = std::nextafter(0.25, 0.0);
+  const double angles[] = {0.0,   0x1p-53, 0x1p-20, 0.125, below_quarter, 0.25,
+                           0.375, 0.5,     0.625,   0.75,  0.875,         1 - 0x1p-53};
+  const double radii[] = {0x1p-1022, 0x1p-40, 0.01, 0.3, 0.7, 1 - 0x1p-53};
+  Script().clear();
+  for (const double u1 : radii) {
+    for (const double u2 : angles) {
+      Script().push_back(u1);
+      Script().push_back(u2);
+    }
+  }
+  const int32_t n = static_cast<int32_t>(Script().size() / 2);
+  StreamGuard s(ScriptedBrng(), {7});
+  std::vector<double> r(n);
+  ASSERT_EQ(_vrsdRngGaussian(0, s.s, n, r.data(), 0.5, 3.0), 0);
+  for (int32_t i = 0; i < n; ++i) {
+    const long double u1 = Script()[2 * i], u2 = Script()[2 * i + 1];
+    const long double radius = 3.0L * std::sqrt(-2.0L * std::log(u1));
+    const long double turn = 2.0L * 3.14159265358979323846264338327950288L * u2;
+    const long double exact = 0.5L + radius * std::sin(turn);
+    EXPECT_LE(std::fabs(r[i] - exact), 0x1p-29L * radius + 0x1p-52L) << u1 << " " << u2;
+  }
+}
+
 TEST(Distributions, GaussianCallbackTable) {
   struct Row {
     int32_t code;
