@@ -187,33 +187,22 @@ int32_t FixedCells(int64_t* n, const double*, void* cells, int32_t* flags, void*
   return *static_cast<int32_t*>(params);
 }
 
-// The method the hints choose, the data hint's statuses, and the callback's results.
-TEST(DfSearch, MethodChoiceDataHintAndCallback) {
+// The data hint's statuses and the callback's results.
+TEST(DfSearch, DataHintAndCallback) {
   const double x[5] = {0, 1, 2, 3, 4};
   TaskHolder t;
   ASSERT_EQ(NewTask(t, 5, x, PARTITION_QUASIUNIFORM), 0);
-  // Partition hint, site hint, the peak's flag and place, a callback, the method or a status.
-  const std::tuple<int64_t, int64_t, double, double, bool, int32_t> rows[] = {
-      {PARTITION_QUASIUNIFORM, SITES_SORTED, 0, 0, false, oxl::df::kQuasiUniform},
-      {PARTITION_QUASIUNIFORM, SITES_SORTED, 0, 0, true, oxl::df::kUserDef},
-      {PARTITION_NO_HINT, SITES_SORTED, 0, 0, false, oxl::df::kSorted},
-      {PARTITION_NO_HINT, 0, 0.5, 2, false, DF_STATUS_BAD_DATA_HINT},
-      {PARTITION_NO_HINT, 0, 1, 5, false, oxl::df::kPeak},  // n: the peak walks from the right end
-      {PARTITION_NO_HINT, 0, 1, 6, false, DF_STATUS_BAD_DATA_HINT},
-      {PARTITION_NO_HINT, 0, 0, 6, false, oxl::df::kHybrid},
-  };
-  for (const auto& [partition_hint, site_hint, peak_flag, peak, callback, want] : rows) {
-    t->partition_hint = partition_hint;
-    const double dh[5] = {0, peak_flag, 0, 0, peak};
-    int32_t method = -1;
-    const int32_t s = oxl::df::ChooseSearchMethod(t.task, site_hint, dh, callback, &method);
-    EXPECT_EQ(s != 0 ? s : method, want) << peak_flag << " " << peak;
-  }
   std::vector<int32_t> cells(3, -9);
-  const double sites[3] = {-1, 4, 5}, peak[5] = {0, 1, 0, 0, 5}, far[5] = {0, 1, 0, 0, 6};
+  // A peak at n walks from the right end; one past it, or a flag that is not 0 or 1, is refused.
+  t->partition_hint = PARTITION_NO_HINT;
+  const double sites[3] = {-1, 4, 5}, peak[5] = {0, 1, 0, 0, 5}, far[5] = {0, 1, 0, 0, 6},
+               flag[5] = {0, 0.5, 0, 0, 2};
   ASSERT_EQ(Search(t.task, 3, sites, cells.data(), 0, nullptr, peak), 0);
   EXPECT_EQ(cells, (std::vector<int32_t>{0, 4, 5}));
   EXPECT_EQ(Search(t.task, 3, sites, cells.data(), 0, nullptr, far), DF_STATUS_BAD_DATA_HINT);
+  EXPECT_EQ(Search(t.task, 3, sites, cells.data(), 0, nullptr, flag), DF_STATUS_BAD_DATA_HINT);
+  // A callback goes before every method the hints would choose.
+  t->partition_hint = PARTITION_QUASIUNIFORM;
   const double zeros[300] = {};
   cells.assign(300, -1);
   for (int32_t mode : {1000, 5, -42}) {

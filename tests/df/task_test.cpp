@@ -33,31 +33,6 @@ TEST(DfTask, CreationChecksInOrder) {
     EXPECT_EQ(NewTask(t, n, xs, hint, fc, ys, yhint), status);
     EXPECT_EQ(t.task, nullptr);
   }
-  TaskHolder t;
-  ASSERT_EQ(NewTask(t, 3, x), 0);
-  EXPECT_EQ(t->value_rows, nullptr);
-  EXPECT_EQ(t->task_tag, 4);
-  EXPECT_EQ(t->is_double, 1);
-  EXPECT_EQ(t->dimension, 1);
-}
-
-// The bin count grows with the knots to a cap of 1024; the windows themselves serve the search,
-// whose tests check every cell.
-TEST(DfTask, SearchTableBinCounts) {
-  const int64_t sizes[][2] = {{2, 16},       {271, 16},     {272, 17},    {5000, 312},
-                              {16383, 1023}, {16384, 1024}, {40000, 1024}};
-  for (const auto& s : sizes) {
-    const std::vector<double> x = Knots(s[0], 1);
-    TaskHolder t;
-    ASSERT_EQ(NewTask(t, s[0], x.data()), 0);
-    EXPECT_EQ(t->bin_count, s[1]) << s[0];
-  }
-  std::vector<float> xf(300);
-  for (size_t i = 0; i < xf.size(); ++i) xf[i] = static_cast<float>(i);
-  TaskHolder t;
-  ASSERT_EQ(NewTask(t, 300, xf.data()), 0);
-  EXPECT_EQ(t->bin_count, 18);
-  EXPECT_FLOAT_EQ(t->bin_scale.s, 18.0f / 299.0f);
 }
 
 // The editors and queries: tables of calls and their statuses, in order on one task.

@@ -9,12 +9,10 @@
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
-#include <limits>
 #include <map>
 #include <set>
 #include <sstream>
@@ -28,6 +26,7 @@
 #include "oxl/vek.h"
 #include "oxl/vek_functions.h"
 #include "oxl/vrs.h"
+#include "support/float_bits.h"
 #include "support/input_gen.h"
 #include "support/targets.h"
 
@@ -35,27 +34,6 @@ namespace oxl::test {
 namespace {
 
 constexpr int kN = 1037;  // not a multiple of any vector length: every kernel runs a tail
-
-// FNV-1a over the bytes. Every NaN counts as one value: which operand's payload and sign a NaN
-// result carries is left open where two NaNs meet.
-struct Hash {
-  uint64_t h = 0xCBF29CE484222325u;
-  void Bytes(const void* data, size_t size) {
-    const auto* p = static_cast<const unsigned char*>(data);
-    for (size_t i = 0; i < size; ++i) h = (h ^ p[i]) * 0x100000001B3u;
-  }
-  template <class T>
-  void Add(const T* data, size_t count) {
-    if constexpr (std::is_floating_point_v<T>) {
-      for (size_t i = 0; i < count; ++i) {
-        const T x = std::isnan(data[i]) ? std::numeric_limits<T>::quiet_NaN() : data[i];
-        Bytes(&x, sizeof x);
-      }
-    } else {
-      Bytes(data, count * sizeof(T));
-    }
-  }
-};
 
 // Random bit patterns (every binade, infinities, NaNs, subnormals) beside ordinary values in
 // [-8, 8) and values near 1, interleaved.
@@ -102,7 +80,7 @@ E Scalar(int k) {
   return Arg<E>(3)[k];
 }
 template <class E>
-void AddResults(Hash& hash, const std::vector<E>& r) {
+void AddResults(Fnv1a& hash, const std::vector<E>& r) {
   if constexpr (std::is_same_v<E, oxl_complex16> || std::is_same_v<E, oxl_complex8>) {
     hash.Add(&r[0].re, 2 * r.size());
   } else {
@@ -115,7 +93,7 @@ template <class A, class R>
 uint64_t RunKernel(void (*k)(int, const A*, R*)) {
   std::vector<R> r(kN);
   k(kN, Arg<A>(0), r.data());
-  Hash hash;
+  Fnv1a hash;
   AddResults(hash, r);
   return hash.h;
 }
@@ -123,14 +101,14 @@ template <class E>
 uint64_t RunKernel(void (*k)(int, const E*, const E*, E*)) {
   std::vector<E> r(kN);
   k(kN, Arg<E>(0), Arg<E>(1), r.data());
-  Hash hash;
+  Fnv1a hash;
   AddResults(hash, r);
   return hash.h;
 }
 template <class E>
 uint64_t RunKernel(void (*k)(int, const E*, E, E*)) {
   std::vector<E> r(kN);
-  Hash hash;
+  Fnv1a hash;
   for (int b = 0; b < 6; ++b) {
     k(kN, Arg<E>(0), Scalar<E>(b), r.data());
     AddResults(hash, r);
@@ -141,7 +119,7 @@ template <class E>
 uint64_t RunKernel(void (*k)(int, const E*, E*, E*)) {
   std::vector<E> r1(kN), r2(kN);
   k(kN, Arg<E>(0), r1.data(), r2.data());
-  Hash hash;
+  Fnv1a hash;
   AddResults(hash, r1);
   AddResults(hash, r2);
   return hash.h;
@@ -150,7 +128,7 @@ template <class E>
 uint64_t RunKernel(void (*k)(int, const E*, const E*, E, E, E, E, E*)) {
   std::vector<E> r(kN);
   k(kN, Arg<E>(0), Arg<E>(1), E(1.5), E(-0.25), E(-2), E(3), r.data());
-  Hash hash;
+  Fnv1a hash;
   AddResults(hash, r);
   return hash.h;
 }
@@ -187,7 +165,7 @@ uint64_t StreamDigest(int32_t id) {
   EXPECT_EQ(__vrsNewStreamEx(&stream, id, 1, &seed), 0);
   std::vector<double> d(kN);
   std::vector<float> s(kN);
-  Hash hash;
+  Fnv1a hash;
   for (int32_t method = 0; method < 3; ++method) {
     EXPECT_EQ(_vrsdRngGaussian(method, stream, kN, d.data(), 1.0, 2.0), 0);
     EXPECT_EQ(_vrssRngGaussian(method, stream, kN, s.data(), 1.0f, 2.0f), 0);
@@ -232,7 +210,7 @@ uint64_t SplineDigest() {
                                          nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
             0);
   oxl_df_kernel_DeleteTask(&task);
-  Hash hash;
+  Fnv1a hash;
   hash.Add(coeff.data(), coeff.size());
   hash.Add(values.data(), values.size());
   hash.Add(integrals.data(), integrals.size());

@@ -3,10 +3,12 @@
 #pragma once
 
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace oxl::test {
@@ -91,6 +93,28 @@ bool SameBits(const std::vector<E>& x, const std::vector<E>& y) {
   return x.size() == y.size() &&
          (x.empty() || std::memcmp(x.data(), y.data(), x.size() * sizeof(E)) == 0);
 }
+
+// FNV-1a over the bytes of arrays added in turn: a digest that pins long runs of results. Every
+// NaN counts as one value: which operand's payload and sign a NaN result carries is left open
+// where two NaNs meet.
+struct Fnv1a {
+  uint64_t h = 0xCBF29CE484222325u;
+  void Bytes(const void* data, size_t size) {
+    const auto* p = static_cast<const unsigned char*>(data);
+    for (size_t i = 0; i < size; ++i) h = (h ^ p[i]) * 0x100000001B3u;
+  }
+  template <class T>
+  void Add(const T* data, size_t count) {
+    if constexpr (std::is_floating_point_v<T>) {
+      for (size_t i = 0; i < count; ++i) {
+        const T x = std::isnan(data[i]) ? std::numeric_limits<T>::quiet_NaN() : data[i];
+        Bytes(&x, sizeof x);
+      }
+    } else {
+      Bytes(data, count * sizeof(T));
+    }
+  }
+};
 
 // Exact text of x: a hexadecimal float for numbers and infinities, the bit pattern for a NaN, so
 // that payloads and signs stay visible.

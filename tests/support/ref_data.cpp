@@ -30,18 +30,6 @@ bool IsNumber(const std::string& field) {
   return end != field.c_str() && *end == '\0';
 }
 
-// Integers are decimal, or hexadecimal with 0x; never octal, whatever zeros lead.
-template <class Int, class Parse>
-bool ParseInteger(const std::string& field, Parse parse, Int& value) {
-  const char* text = field.c_str();
-  const char* digits = text + (*text == '-' || *text == '+');
-  const bool hex = digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X');
-  char* end = nullptr;
-  errno = 0;
-  value = parse(text, &end, hex ? 16 : 10);
-  return end != text && *end == '\0' && errno == 0;
-}
-
 }  // namespace
 
 RefTable RefTable::Load(const std::string& path) {
@@ -126,35 +114,22 @@ T RefTable::Real(size_t row, size_t column) const {
   return value;
 }
 
+// Integers are decimal, or hexadecimal with 0x; never octal, whatever zeros lead.
 int64_t RefTable::Int(size_t row, size_t column) const {
-  long long value;
-  if (!ParseInteger(Field(row, column), std::strtoll, value)) {
+  const char* text = Field(row, column).c_str();
+  const char* digits = text + (*text == '-' || *text == '+');
+  const bool hex = digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X');
+  char* end = nullptr;
+  errno = 0;
+  const long long value = std::strtoll(text, &end, hex ? 16 : 10);
+  if (end == text || *end != '\0' || errno != 0) {
     Fail(row, column, "a signed 64-bit integer");
     return 0;
   }
   return value;
 }
 
-uint64_t RefTable::Unsigned(size_t row, size_t column) const {
-  unsigned long long value;
-  const std::string& field = Field(row, column);
-  if (field[0] == '-' || !ParseInteger(field, std::strtoull, value)) {
-    Fail(row, column, "an unsigned 64-bit integer");
-    return 0;
-  }
-  return value;
-}
-
-template <class T>
-std::vector<T> RefTable::RealColumn(size_t column) const {
-  std::vector<T> values;
-  for (size_t row = 0; row < rows(); ++row) values.push_back(Real<T>(row, column));
-  return values;
-}
-
 template float RefTable::Real(size_t, size_t) const;
 template double RefTable::Real(size_t, size_t) const;
-template std::vector<float> RefTable::RealColumn(size_t) const;
-template std::vector<double> RefTable::RealColumn(size_t) const;
 
 }  // namespace oxl::test

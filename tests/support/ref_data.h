@@ -23,8 +23,6 @@ class RefTable {
   static std::string TestsPath(std::string_view relative);
 
   size_t rows() const { return columns_ == 0 ? 0 : fields_.size() / columns_; }
-  size_t columns() const { return columns_; }
-  const std::vector<std::string>& names() const { return names_; }
 
   // Index of the named column; a name not in the header fails the test and gives 0.
   size_t Column(std::string_view name) const;
@@ -32,14 +30,10 @@ class RefTable {
   const std::string& Field(size_t row, size_t column) const;
 
   // A field as T: a hexadecimal or decimal float, inf or nan, rounded once to T. A field that is
-  // not such a number fails the test and gives 0; so do the integer forms below.
+  // not such a number fails the test and gives 0; so does an integer field that is not one.
   template <class T>
   T Real(size_t row, size_t column) const;
   int64_t Int(size_t row, size_t column) const;
-  uint64_t Unsigned(size_t row, size_t column) const;
-
-  template <class T>
-  std::vector<T> RealColumn(size_t column) const;
 
  private:
   void Fail(size_t row, size_t column, const char* what) const;

@@ -7,7 +7,6 @@
 #include <limits>
 #include <string>
 
-#include "simd/targets.h"
 #include "support/float_bits.h"
 #include "support/input_gen.h"
 
@@ -27,22 +26,6 @@ void SqrFaultAtOneAndAHalf(int n, const float* a, float* r) {
   for (int i = 0; i < n; ++i) {
     if (a[i] == 1.5f) r[i] = StepUlps(r[i], 3);
   }
-}
-
-// Its last n % 8 elements one ulp off, as if its tail differed from its blocks.
-void SqrTailDiffers(int n, const float* a, float* r) {
-  Sqr(n, a, r);
-  for (int i = n - n % 8; i < n; ++i) r[i] = StepUlps(r[i], 1);
-}
-
-void SqrSkipsLast(int n, const float* a, float* r) { Sqr(n - 1, a, r); }
-
-simd::Target best_target;
-
-void SqrDiffersOffTheBestTarget(int n, const float* a, float* r) {
-  Sqr(n, a, r);
-  if (simd::ActiveTarget() == best_target) return;
-  for (int i = 0; i < n; ++i) r[i] = StepUlps(r[i], 1);
 }
 
 void AddFaultAtOnePlusTiny(int n, const double* a, const double* b, double* r) {
@@ -135,70 +118,6 @@ TEST(Runner, FindsAPlantedFaultInEveryForm) {
                                             PowersOfTwo<float>().size() + 1 + 4096));
   // The same kernel without the faulty argument, special values and all: correctly rounded.
   EXPECT_TRUE(Meets(RunUnary(SqrFaultAtOneAndAHalf, oracle::Sqr, Small<float>({})), 0.5));
-}
-
-TEST(Runner, CutRunsMustMatchTheWholeRun) {
-  Sweep<float> sweep = Small<float>({});
-  sweep.cuts = {1, 3, 16, 33};
-  const Report bad = RunUnary(SqrTailDiffers, oracle::Sqr, sweep);
-  EXPECT_GT(bad.cut_mismatches, 100);
-  EXPECT_NE(bad.first_mismatch.find("cut run"), std::string::npos) << bad.first_mismatch;
-  EXPECT_FALSE(Meets(bad, 1));
-  EXPECT_EQ(RunUnary(Sqr, oracle::Sqr, sweep).cut_mismatches, 0);
-}
-
-TEST(Runner, EveryTargetMustGiveTheSameBits) {
-  const std::vector<simd::Target> targets = simd::AvailableTargets();
-  if (targets.size() < 2) GTEST_SKIP() << "one SIMD target only";
-  best_target = targets[0];
-  Sweep<float> sweep = Small<float>({});
-  sweep.all_targets = true;
-  const Report bad = RunUnary(SqrDiffersOffTheBestTarget, oracle::Sqr, sweep);
-  // Every result but +inf (where the step saturates) differs on every other target.
-  EXPECT_GT(bad.target_mismatches, bad.cases / 2 * static_cast<int64_t>(targets.size() - 1));
-  EXPECT_NE(bad.first_mismatch.find("target "), std::string::npos);
-  EXPECT_LE(bad.max_ulp, 0.5);  // measured on the best target
-  EXPECT_EQ(RunUnary(Sqr, oracle::Sqr, sweep).target_mismatches, 0);
-}
-
-TEST(Runner, UnwrittenResultsAreErrors) {
-  Sweep<float> sweep = Small<float>({2.0f});
-  sweep.random = 0;
-  const Report r = RunUnary(SqrSkipsLast, oracle::Sqr, sweep);
-  EXPECT_EQ(r.max_ulp, std::numeric_limits<double>::infinity());
-  EXPECT_EQ(r.worst_args, "0x1p+1");
-}
-
-template <class T>
-class Inputs : public testing::Test {};
-using Formats = testing::Types<float, double>;
-TYPED_TEST_SUITE(Inputs, Formats);
-
-// The sweeps step by ordinals and draw per binade: both zeros are values, the steps stop at the
-// infinities, and the binades cover a range once, clipped to it.
-TYPED_TEST(Inputs, OrdinalsAndBinades) {
-  using T = TypeParam;
-  using L = std::numeric_limits<T>;
-  EXPECT_EQ(Ordinal(-T{0}), -1);
-  EXPECT_EQ(Ordinal(-L::denorm_min()), -2);
-  EXPECT_EQ(ToBits(StepUlps(-L::denorm_min(), 1)), ToBits(-T{0}));
-  EXPECT_EQ(StepUlps(L::max(), 3), L::infinity());
-  EXPECT_EQ(StepUlps(-L::max(), -3), -L::infinity());
-  // Two signs of every finite exponent field, the subnormals with their zero being one of them.
-  const size_t fields = (size_t{1} << FloatTraits<T>::kExponentBits) - 1;
-  EXPECT_EQ(Binades(WholeLine<T>()).size(), 2 * fields);
-  const std::vector<Range<T>> some = Binades<T>({-1, 16});
-  // -1 alone, the binades below 1 in magnitude on both sides, and five from 1 to 16.
-  ASSERT_EQ(some.size(), 1 + 2 * ((fields - 1) / 2) + 5);
-  EXPECT_EQ(some.front().lo, T{-1});
-  EXPECT_EQ(some.back().hi, T{16});
-  uint64_t covered = 0;  // modulo 2^64: a double range holds nearly that many values
-  for (const Range<T>& b : some) {
-    EXPECT_EQ(ExponentField(b.lo), ExponentField(b.hi));
-    covered += static_cast<uint64_t>(Ordinal(b.hi) - Ordinal(b.lo)) + 1;
-  }
-  EXPECT_EQ(covered,
-            static_cast<uint64_t>(Ordinal(T{16})) - static_cast<uint64_t>(Ordinal(T{-1})) + 1);
 }
 
 }  // namespace

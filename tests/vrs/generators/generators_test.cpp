@@ -2,9 +2,9 @@
 // (data/*_kat.txt, each made by its own oracle) on every SIMD target and however a request is
 // split, skip-ahead and leapfrog against the plain sequence, copies, the mappings to reals and
 // the statuses of bad arguments. Then what one generator alone has: MCG31's request of none and
-// Uniform's clamps on MRG32K3A, MT2203's members against the recurrence, the twisters' seeding,
-// skip-ahead drivers and GF(2) arithmetic, the counter-based generators' counter arithmetic and
-// seeding, AES and RDRAND absent or failing.
+// Uniform's clamps on MRG32K3A, MT2203's members against the recurrence, the twisters' seeding and
+// skip-ahead memory, the counter-based generators' counter arithmetic and seeding, AES and RDRAND
+// absent or failing.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -27,7 +27,6 @@
 #include "vrs/generators/congruential.h"
 #include "vrs/generators/counter.h"
 #include "vrs/generators/twister.h"
-#include "vrs/streams/gf2_poly.h"
 #include "vrs/streams/stream_record.h"
 
 namespace oxl::vrs {
@@ -464,46 +463,6 @@ TEST(Twister, SkipAheadOutOfMemoryOnEveryAllocationAndNoLeak) {
   }
 }
 
-std::vector<uint64_t> NaiveMul(const std::vector<uint64_t>& a, const std::vector<uint64_t>& b) {
-  std::vector<uint64_t> r(a.size() + b.size(), 0);
-  for (size_t i = 0; i < a.size() * 64; ++i) {
-    if (!((a[i / 64] >> (i % 64)) & 1)) continue;
-    for (size_t j = 0; j < b.size(); ++j) {
-      const size_t w = i / 64 + j;
-      const int s = static_cast<int>(i % 64);
-      r[w] ^= b[j] << s;
-      if (s) r[w + 1] ^= b[j] >> (64 - s);
-    }
-  }
-  return r;
-}
-
-TEST(Gf2Poly, MultiplicationLadderMatchesPlainProduct) {
-  std::mt19937_64 rng(5);
-  for (bool clmul : {false, true}) {
-    if (clmul && !HasClmulInstruction()) continue;
-    const bool previous = SetUseClmulInstruction(clmul);
-    for (size_t n : {1, 2, 3, 4, 5, 7, 8, 10, 16, 19, 20, 21, 38, 39, 40, 41, 57, 118, 313}) {
-      std::vector<uint64_t> a(n), b(n);
-      for (auto& x : a) x = rng();
-      for (auto& x : b) x = rng();
-      const auto expected = NaiveMul(a, b);
-      std::vector<uint64_t> r(2 * n), scratch(PolyMulScratchWords(n) + 64);
-      poly_mul_tc3(a.data(), b.data(), n, r.data(), scratch.data());
-      EXPECT_EQ(r, expected) << "tc3 n=" << n << " clmul " << clmul;
-      poly_mul_kar(a.data(), b.data(), n, r.data(), scratch.data());
-      EXPECT_EQ(r, expected) << "kar n=" << n << " clmul " << clmul;
-      // Unequal lengths through poly_mul.
-      const size_t m = n / 3 + 1;
-      std::vector<uint64_t> c(b.begin(), b.begin() + static_cast<long>(m));
-      std::vector<uint64_t> r2(n + m), scratch2(PolyMulScratchWords(m) + 4 * m + 64);
-      poly_mul(a.data(), n, c.data(), m, r2.data(), scratch2.data());
-      EXPECT_EQ(r2, NaiveMul(a, c)) << "mul n=" << n;
-    }
-    SetUseClmulInstruction(previous);
-  }
-}
-
 // ---- The counter-based and nondeterministic generators.
 
 // Skips too long to step: the stream seeded with the counter plus skip / 4, drawn skip % 4, is
@@ -652,17 +611,6 @@ TEST(Nondeterm, RetriesThenFailsKeepingWhatCameBefore) {
   EXPECT_EQ(FakeRdrand::calls, 2 + 3);
   const float top = std::fma(16777215.0f, 0x1p-24f, 0.0f);
   EXPECT_EQ(f, (std::vector<float>{top, top, top, top, -1.0f, -1.0f}));
-}
-
-TEST(Nondeterm, RealDraws) {
-  if (!__vrsCPUisRDRAND()) GTEST_SKIP() << "no RDRAND on this processor";
-  Stream st(OXL_BRNG_NONDETERM, {});
-  std::vector<double> d(1000);
-  ASSERT_EQ(__vrsdBRngTRNG(st.s, 1000, d.data(), -2.0, 2.0), 0);
-  for (double v : d) ASSERT_TRUE(v >= -2.0 && v <= 2.0) << v;
-  std::vector<uint32_t> w(1001, 0xDEADBEEF);
-  ASSERT_EQ(__vrsiBRngTRNG(st.s, 1000, w.data()), 0);
-  EXPECT_EQ(w[1000], 0xDEADBEEFu);
 }
 
 }  // namespace

@@ -16,8 +16,6 @@ namespace {
 TEST(Mt2203Table, RowsAreDistinctAndShaped) {
   ASSERT_GE(kMt2203TableRows, 2);
   ASSERT_LE(kMt2203TableRows, kMt2203Members);
-  EXPECT_EQ(std::vector<uint32_t>(_vrs_mt2203_table, _vrs_mt2203_table + 4),
-            (std::vector<uint32_t>{0xAF81055Fu, 0xDD7EEF80u, 0xEFD78000u, 0x832604E1u}));
   std::set<uint32_t> twist;
   for (int r = 0; r < kMt2203TableRows; ++r) {
     EXPECT_TRUE(twist.insert(_vrs_mt2203_table[3 * r]).second) << "row " << r;
