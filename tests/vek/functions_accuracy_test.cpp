@@ -407,11 +407,12 @@ const std::map<std::string, HardCase>& HardCases() {
          0x1.a58ce4p-1, 0x1.04976ap+1, 0x1.fe5466p-2, 0x1.a6a7c9e120f86p-1, 0x1.533b7b0d190d6p+9},
         {{-1.0, 1.0}, {-0.6, 0.6}, {85.0, 89.5}, {700.0, 710.5}, {8.0, 23.0}}};
     // The inverses: the switch to the series at 2^-26 and to ln 2a at 2^28, atanh next to +-1
-    // (1 - a exact, v up to 2^54), acosh next to 1 (x^2 - 1 cancels), and where a^2 would
-    // overflow.
+    // (1 - a exact, v up to 2^54), acosh next to 1 (x^2 - 1 cancels), where a^2 would
+    // overflow, and where the series' square stops following a (float 2^-40, double 2^-300).
     const HardCase inverse = {
         {0x1p-26, 0x1.fffffffffffffp-27, 0x1p-46, 0x1p28, 0x1.fffffffffffffp+27, 1.0,
-         0x1.0000000000001p+0, 0x1.fffffffffffffp-1, 0x1p-53, 0x1p512, 1.4142135623730951},
+         0x1.0000000000001p+0, 0x1.fffffffffffffp-1, 0x1p-53, 0x1p512, 1.4142135623730951, 0x1p-40,
+         0x1.fffffep-41, 1e-15, 0x1p-300, 0x1.fffffffffffffp-301},
         {{-1.0, 1.0},
          {0.999, 1.0},
          {-1.0, -0.999},
