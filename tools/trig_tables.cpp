@@ -96,6 +96,43 @@ void Windows(FILE* out) {
   mpz_clears(z, word, nullptr);
 }
 
+// For float arguments computed in double: row j (of four doubles, the last 0) serves the doubles y
+// of biased exponent 1024 + j, y = M 2^E with E = j - 22 and M an integer below 2^24 for a float y.
+// T = 2^E / pi mod 2 is cut into t0 (its bits down to 2^-27), t1 (the next 28) and t2 (the rest,
+// rounded to a double), stored as t_i 2^-E: y u0 = M t0 and y u1 = M t1 are exact products of 52
+// bits, and y (u0 + u1 + u2) = y / pi mod 2 within M 2^-109 (a multiple of 2 apart, as M is an
+// integer).
+void FloatWindows(FILE* out, const char* name) {
+  Mp t(kBits), part(kBits);
+  std::fprintf(out, "alignas(64) inline constexpr double %s[1024] = {", name);
+  for (int j = 0; j < 256; ++j) {
+    const int e = j - 22;
+    mpfr_const_pi(t.v, MPFR_RNDN);
+    mpfr_ui_div(t.v, 1, t.v, MPFR_RNDN);
+    mpfr_mul_2si(t.v, t.v, e - 1, MPFR_RNDN);
+    mpfr_frac(t.v, t.v, MPFR_RNDN);
+    mpfr_mul_2ui(t.v, t.v, 1, MPFR_RNDN);  // 2^e / pi mod 2
+    double u[4] = {0, 0, 0, 0};
+    for (int k = 0; k < 3; ++k) {
+      if (k < 2) {
+        mpfr_mul_2si(part.v, t.v, 27 + 28 * k, MPFR_RNDN);
+        mpfr_floor(part.v, part.v);
+        mpfr_mul_2si(part.v, part.v, -27 - 28 * k, MPFR_RNDN);
+      } else {
+        mpfr_set(part.v, t.v, MPFR_RNDN);
+      }
+      const double v = mpfr_get_d(part.v, MPFR_RNDN);
+      mpfr_sub_d(t.v, t.v, v, MPFR_RNDN);
+      u[k] = std::ldexp(v, -e);
+    }
+    for (int k = 0; k < 4; ++k) {
+      std::fprintf(out, "%s%s%s", k == 0 ? "\n    " : " ", Literal(u[k]).c_str(),
+                   4 * j + k + 1 < 1024 ? "," : "");
+    }
+  }
+  std::fprintf(out, "\n};\n");
+}
+
 // h = pi 2^-halvings times `reach`, and the positive half of the Chebyshev points of [-h, h]: the
 // fits' grid (the forms are odd or even).
 std::vector<Mp> FitGrid(int halvings, double reach, mpfr_ptr h) {
@@ -327,6 +364,14 @@ int main(int argc, char** argv) {
   std::fprintf(out, "\n// sin r = r + r^3 P(r^2), |r| <= pi/2.\n");
   Polynomial(out, "kSinPolyHalfTurn", true, 8, 1);
   Polynomial(out, "kSinPolyHalfTurnEP", true, 5, 1);
+  std::fprintf(out,
+               "\n// sin r = r + r^3 P(r^2), |r| <= pi/2, for the float HA kernels computed in "
+               "double.\n");
+  Polynomial(out, "kSinPolyHalfTurnForFloat", true, 4, 1);
+  std::fprintf(out,
+               "\n// Their large arguments: 1/pi mod 2 in three parts for each exponent, row "
+               "j for the biased\n// double exponents 1024 + j (see FloatWindows).\n");
+  FloatWindows(out, "kOneOverPiFloatWindows");
   std::fprintf(out,
                "\n// The float kernels' LA and EP: |x| = n pi + r with |x| <= 2^12, pi in three "
                "floats\n// (rounded toward zero: subtracting n times them from -0 leaves -0), and "

@@ -245,8 +245,9 @@ const std::map<std::string, HardCase>& HardCases() {
     // nearest a multiple of pi/2 (6381956970095103 2^797), the double below 2^13 nearest one
     // (0x1.6c6cbc45dc8dep+5) and the largest double; near pi/2 and near 0, where the half-turn
     // polynomial of sin r cancels most, the floats below 2^12 nearest a multiple of pi/2, the
-    // float kernels' worst arguments, and the double HA kernels' worst found (Sin 0.764 ulp, Cos
-    // 0.769, Tan 0.93 between 2^13 and 2^24).
+    // float kernels' worst arguments (and their far lanes' in double, 0.60 ulp beyond 2^24), and
+    // the double HA kernels' worst found (Sin 0.764 ulp, Cos 0.769, Tan 0.93 between 2^13 and
+    // 2^24).
     const HardCase trig = {{0x1.921fb54442d18p-1,
                             0x1.921fb54442d18p+0,
                             0x1.921fb54442d18p+1,
@@ -268,7 +269,9 @@ const std::map<std::string, HardCase>& HardCases() {
                             0x1p13,
                             0x1.7d5c2220247e2p+12,
                             0x1.7c868147d83acp+9,
-                            0x1.99f7c65b1190ep+18},
+                            0x1.99f7c65b1190ep+18,
+                            -0x1.4cac44p+122,
+                            -0x1.872b52p+66},
                            {{-10.0, 10.0},
                             {1.4, 1.75},
                             {-0x1p-20, 0x1p-20},

@@ -635,6 +635,115 @@ HWY_INLINE hn::VFromD<D> SinHalfTurnFloat(D d, const HalfTurn<D>& ht) {
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), hn::ShiftLeft<31>(ht.parity)));
 }
 
+// The float kernels' far lanes (beyond the reach of their float steps) are computed in double, on
+// widened halves (TrigFloatBody::TakeFarLanes), to a result rounded once to float. A float y up to
+// 2^24 is reduced by pi (half turns, as LA's Sin) or by pi/2 (Tan) in two double parts of the
+// constant: k pi_1 is exact in the fused operation, and k (pi - pi_1 - pi_2) is below 2^-80 for
+// these k, against an |r| of 2^-30 at least for float arguments (the exhaustive test sweeps them
+// all). The cosine's k is m + 1/2, m the nearest integer to y / pi - 1/2, and r is k pi - y, as in
+// ReduceHalfTurnSmall.
+
+template <int kShift, class D>
+HWY_INLINE HalfTurn<D> ReduceHalfTurnOfFloat(D d, hn::VFromD<D> y) {
+  const hn::RebindToSigned<D> di;
+  const auto shifter = hn::Set(d, 0x1.8p52);
+  const auto one_over_pi = hn::Set(d, tt::kTwoOverPi * 0.5);
+  const auto p1 = hn::Set(d, 2 * tt::kPiOver2[0]), p2 = hn::Set(d, 2 * tt::kPiOver2[1]);
+  HalfTurn<D> out;
+  if constexpr (kShift == 0) {
+    const auto z = Fma(d, y, one_over_pi, shifter);
+    const auto k = hn::Sub(z, shifter);
+    out.parity = hn::BitCast(di, z);
+    out.r = Fnma(d, k, p2, Fnma(d, k, p1, y));
+  } else {
+    const auto z = hn::Add(Fma(d, y, one_over_pi, hn::Set(d, -0.5)), shifter);
+    const auto k = hn::Add(hn::Sub(z, shifter), hn::Set(d, 0.5));
+    out.parity = hn::BitCast(di, z);
+    out.r = Fma(d, k, p2, Fms(d, k, p1, y));
+  }
+  return out;
+}
+
+// The reduction of a widened float y beyond 2^24: v / pi mod 2 for v = y (half turns)
+// or v = 2y (quarter turns, v / pi = y / (pi/2)), less `offset`, as the nearest integer n (in the
+// low bits of `z`) and the fraction f. The row of y's exponent gives y / pi mod 2 as y u0 + y u1 +
+// y u2 (kOneOverPiFloatWindows), the first two products exact, so that the third's rounding, 2^-84,
+// is all that is lost: the closest float to a multiple of pi/2 leaves f above 2^-32. A = v u0 -
+// offset is a multiple of 2^-27 below 2^26, so A - n is exact, and (A - n) + v u1 rounds only
+// where it passes 1/2. n rounds A + v u1, itself rounded to 2^-27, so |f| passes 1/2 by 2^-26 at
+// most. Rows are read for every lane (the index is the exponent's low eight bits, each row valid):
+// the other lanes' results are dropped.
+template <class D>
+struct WindowFraction {
+  hn::VFromD<hn::RebindToSigned<D>> z;
+  hn::VFromD<D> f;
+};
+template <class D>
+HWY_INLINE WindowFraction<D> FloatWindowFraction(D d, hn::VFromD<D> y, hn::VFromD<D> v,
+                                                 double offset) {
+  const hn::RebindToSigned<D> di;
+  const hn::RebindToUnsigned<D> du;
+  const auto row =
+      hn::BitCast(di, hn::And(hn::ShiftRight<50>(hn::BitCast(du, y)), hn::Set(du, 0x3FC)));
+  const double* w = tt::kOneOverPiFloatWindows;
+  const auto a = hn::Sub(hn::Mul(v, hn::GatherIndex(d, w, row)), hn::Set(d, offset));
+  const auto b = hn::Mul(v, hn::GatherIndex(d, w + 1, row));
+  const auto c = hn::Mul(v, hn::GatherIndex(d, w + 2, row));
+  const auto shifter = hn::Set(d, 0x1.8p52);
+  const auto z = hn::Add(hn::Add(a, b), shifter);
+  const auto f = hn::Add(hn::Add(hn::Sub(a, hn::Sub(z, shifter)), b), c);
+  return {hn::BitCast(di, z), f};
+}
+
+// Any float y >= 0, widened: the lanes beyond 2^24 (and infinities and NaNs, whose results the
+// rare routines replace) take the window. The cosine's r is k pi - y, as in ReduceHalfTurnOfFloat.
+template <int kShift, class D>
+HWY_INLINE HalfTurn<D> ReduceHalfTurnOfAnyFloat(D d, hn::VFromD<D> y) {
+  HalfTurn<D> ht = ReduceHalfTurnOfFloat<kShift>(d, y);
+  const auto large = Large(d, y);
+  if (!hn::AllFalse(d, large)) {
+    const WindowFraction<D> p = FloatWindowFraction(d, y, y, kShift == 0 ? 0.0 : 0.5);
+    const double pi = 2 * tt::kPiOver2[0];
+    ht = Select(d, large, HalfTurn<D>{p.z, hn::Mul(p.f, hn::Set(d, kShift == 0 ? pi : -pi))}, ht);
+  }
+  return ht;
+}
+
+// (-1)^n sin r in double for a float result: the fit is within 2^-27.3, and r within 2^-50 of
+// its value, so the result rounds to float within 0.6 ulp. sin r <= 1 holds after that rounding,
+// and r = 0 (y = 0) gives +0.
+template <class D>
+HWY_INLINE hn::VFromD<D> SinHalfTurnForFloat(D d, const HalfTurn<D>& ht) {
+  const hn::RebindToSigned<D> di;
+  const auto r = ht.r;
+  const auto w = hn::Mul(r, r);
+  const auto value = Fma(d, hn::Mul(r, w), Horner(d, w, tt::kSinPolyHalfTurnForFloat), r);
+  return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), hn::ShiftLeft<63>(ht.parity)));
+}
+
+// tan y for a float y >= 0 in double: y = n pi/2 + r (two parts of pi/2, or the window beyond
+// 2^24), tan r by EP's rational form (2^-35), whose quotient is within 2^-33: the float result is
+// within 0.51 ulp.
+template <class D>
+HWY_INLINE hn::VFromD<D> TanOfFloat(D d, hn::VFromD<D> y) {
+  const hn::RebindToSigned<D> di;
+  const auto shifter = hn::Set(d, 0x1.8p52);
+  const auto z = Fma(d, y, hn::Set(d, tt::kTwoOverPi), shifter);
+  const auto n = hn::Sub(z, shifter);
+  auto q = hn::BitCast(di, z);
+  auto r = Fnma(d, n, hn::Set(d, tt::kPiOver2[1]), Fnma(d, n, hn::Set(d, tt::kPiOver2[0]), y));
+  const auto large = Large(d, y);
+  if (!hn::AllFalse(d, large)) {
+    const WindowFraction<D> p = FloatWindowFraction(d, y, hn::Add(y, y), 0.0);
+    q = hn::IfThenElse(hn::RebindMask(di, large), p.z, q);
+    r = hn::IfThenElse(large, hn::Mul(p.f, hn::Set(d, tt::kPiOver2[0])), r);
+  }
+  const auto w = hn::Mul(r, r);
+  const auto num = Fma(d, hn::Mul(r, w), Horner(d, w, tt::kTanNumEP), r);
+  const auto den = Fma(d, w, Horner(d, w, tt::kTanDenEP), hn::Set(d, 1.0));
+  return TanOfForm(d, q, num, den, hn::Zero(di));
+}
+
 }  // namespace trig_detail
 
 enum class TrigFunction { kSin, kCos, kSinCos, kTan };
@@ -702,10 +811,12 @@ struct TrigBody : UnaryRealBody<double> {
   }
 };
 
-// The float HA kernels (and Tan in every slot) run the double EP body (LA's for Cos) on each half
-// of the vector, widened, and round its result once to float: its 26 correct bits are a quarter of
-// a float ulp, so the result is within 0.56 ulp. Every float is exact in double, so the double
-// body's reduction serves all finite floats alike; infinities and NaNs are rare lanes.
+// What the float kernels share: name, outputs, rare routines, and the far lanes. Those beyond the
+// reach of a kernel's float steps (and infinities and NaNs) are computed in double on each widened
+// half of the vector and rounded once to float (FarBody): Sin and Cos by half turns with one
+// polynomial per lane, Tan by quarter turns and a rational form, within 0.6 ulp at every level,
+// so that a result depends on its argument alone and SinCos gives the bits of Sin and Cos there.
+// Sin and Tan take |x| and put x's sign on last, which keeps the odd symmetry.
 template <TrigFunction kFunc>
 struct TrigFloatBody : UnaryRealBody<float> {
   static constexpr size_t kOutputs = kFunc == TrigFunction::kSinCos ? 2 : 1;
@@ -713,21 +824,34 @@ struct TrigFloatBody : UnaryRealBody<float> {
                      : kFunc == TrigFunction::kCos ? vek::names::sCos
                      : kFunc == TrigFunction::kTan ? vek::names::sTan
                                                    : vek::names::sSinCos;
-  // The double Cos has no EP kernel of its own: SinCos's cosines at EP are LA's, so Cos takes LA's
-  // body too, and SinCos gives the bits of Sin and Cos.
-  TrigBody<kFunc, kFunc == TrigFunction::kCos ? trig_detail::Level::kLA : trig_detail::Level::kEP>
-      wide;
 
+  struct FarBody {
+    template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+    HWY_INLINE void operator()(D d, const V* in, V* out, M*) const {
+      using namespace trig_detail;
+      if constexpr (kFunc == TrigFunction::kTan) {
+        out[0] = TanOfFloat(d, in[0]);
+      } else {
+        if constexpr (kFunc != TrigFunction::kCos) {
+          out[0] = SinHalfTurnForFloat(d, ReduceHalfTurnOfAnyFloat<0>(d, in[0]));
+        }
+        if constexpr (kFunc != TrigFunction::kSin) {
+          out[kOutputs - 1] = SinHalfTurnForFloat(d, ReduceHalfTurnOfAnyFloat<1>(d, in[0]));
+        }
+      }
+    }
+  };
+
+  // Every lane by FarBody (the float CIS kernel's body).
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     const hn::RebindToSigned<D> di;
-    RunWidened<kOutputs>(wide, d, in, out);
     rare[0] = hn::RebindMask(d, hn::Gt(hn::BitCast(di, hn::Abs(in[0])), hn::Set(di, 0x7F7FFFFF)));
+    Far(d, in, out);
   }
 
-  // For the bodies that compute in float up to `reach`: lanes beyond it take this body, lane by
-  // lane, so that a result depends on its argument alone. Infinities and NaNs are among the far
-  // lanes, so the rare mask is only looked for there.
+  // Lanes beyond `reach` take FarBody's results. Infinities and NaNs are among them, so the rare
+  // mask is only looked for there.
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void TakeFarLanes(D d, float reach, const V* in, V* out, M* rare) const {
     const hn::RebindToSigned<D> di;
@@ -736,9 +860,20 @@ struct TrigFloatBody : UnaryRealBody<float> {
     rare[0] = hn::MaskFromVec(hn::Zero(d));
     if (!hn::AllFalse(d, far)) [[unlikely]] {
       rare[0] = hn::RebindMask(d, hn::Gt(bits, hn::Set(di, 0x7F7FFFFF)));
-      V wide_out[kOutputs];
-      RunWidened<kOutputs>(wide, d, in, wide_out);
-      for (size_t k = 0; k < kOutputs; ++k) out[k] = hn::IfThenElse(far, wide_out[k], out[k]);
+      V far_out[kOutputs];
+      Far(d, in, far_out);
+      for (size_t k = 0; k < kOutputs; ++k) out[k] = hn::IfThenElse(far, far_out[k], out[k]);
+    }
+  }
+
+  template <class D, class V = hn::VFromD<D>>
+  HWY_INLINE void Far(D d, const V* in, V* out) const {
+    const hn::RebindToSigned<D> di;
+    const V y[1] = {hn::Abs(in[0])};
+    RunWidened<kOutputs>(FarBody{}, d, y, out);
+    if constexpr (kFunc != TrigFunction::kCos) {
+      const auto sign = hn::And(hn::BitCast(di, in[0]), hn::Set(di, INT32_MIN));
+      out[0] = hn::BitCast(d, hn::Xor(hn::BitCast(di, out[0]), sign));
     }
   }
 
@@ -753,11 +888,10 @@ struct TrigFloatBody : UnaryRealBody<float> {
 };
 
 // The float Sin, Cos and SinCos at LA and EP, in float: one reduction by pi and one polynomial per
-// lane (see kFloatReach), several times cheaper than the double body on two halves. Lanes
-// beyond kFloatReach (and infinities and NaNs) take the HA kernel's double body, lane by lane, so
-// that a result depends on its argument alone; SinCos's body gives the bits of Sin's and Cos's
-// there, so SinCos gives the bits of Sin and Cos of its level everywhere. Name, outputs, double
-// body and rare routines are the HA kernel's.
+// lane (see kFloatReach), several times cheaper than the double steps on two halves. Lanes
+// beyond kFloatReach (and infinities and NaNs) take the far lanes' double steps
+// (TrigFloatBody::FarBody), so that a result depends on its argument alone and SinCos gives the
+// bits of Sin and Cos of its level everywhere.
 template <TrigFunction kFunc, trig_detail::Level kLevel>
 struct TrigFloatHalfTurnBody : TrigFloatBody<kFunc> {
   static_assert(kFunc != TrigFunction::kTan && kLevel != trig_detail::Level::kHA);
@@ -781,7 +915,7 @@ struct TrigFloatHalfTurnBody : TrigFloatBody<kFunc> {
 // rounding of 1 - r^2/2 and rl are small beside the final rounding, which keeps the result within 1
 // ulp; Sin and Cos alone evaluate one polynomial per lane, with the bits SinCos gives. Tan corrects
 // the quotient at HA; at LA and EP it takes one rational form in one float (TanFloat). Lanes beyond
-// the reach take the double body.
+// the reach take the far lanes' double steps.
 template <TrigFunction kFunc, trig_detail::Level kLevel>
 struct TrigFloatQuarterTurnBody : TrigFloatBody<kFunc> {
   static_assert(kLevel == trig_detail::Level::kHA || kFunc == TrigFunction::kTan);
