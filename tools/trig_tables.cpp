@@ -277,9 +277,10 @@ void Polynomial(FILE* out, const char* name, bool sine, int terms, int halvings,
 // The float Tan's rational form, fitted as the linear problem (r + r^3 N - t w D) / t = 1 with
 // t = tan r and w = r^2 (its residual is the form's relative error times 1 + w D, which stays
 // within [0.5, 1] here), and rounded to float. The printed bound is the rounded form's relative
-// error on the grid.
+// error on the grid. With `half_square` the denominator is 1 - w/2 + w^2 D instead, whose first
+// two terms the HA kernel forms exactly (the numerator then starts as sin r does, r - r^3/6).
 void RationalTan(FILE* out, const char* num_name, const char* den_name, int num_terms,
-                 int den_terms, bool single) {
+                 int den_terms, bool single, bool half_square = false) {
   Mp h, t, w, num, den;
   const std::vector<Mp> grid = FitGrid(2, 1.002, h.v);
   const int terms = num_terms + den_terms;
@@ -288,14 +289,23 @@ void RationalTan(FILE* out, const char* num_name, const char* den_name, int num_
         Mp tr, wr, p;
         mpfr_tan(tr.v, r, MPFR_RNDN);
         mpfr_sqr(wr.v, r, MPFR_RNDN);
-        mpfr_sub(target, tr.v, r, MPFR_RNDN);
+        if (half_square) {  // t (1 - w/2) - r
+          mpfr_div_2ui(p.v, wr.v, 1, MPFR_RNDN);
+          mpfr_ui_sub(p.v, 1, p.v, MPFR_RNDN);
+          mpfr_mul(p.v, p.v, tr.v, MPFR_RNDN);
+          mpfr_sub(target, p.v, r, MPFR_RNDN);
+        } else {
+          mpfr_sub(target, tr.v, r, MPFR_RNDN);
+        }
         mpfr_div(target, target, tr.v, MPFR_RNDN);
         mpfr_mul(p.v, r, wr.v, MPFR_RNDN);  // r^3 w^i for the numerator
         for (int i = 0; i < num_terms; ++i) {
           mpfr_div(basis[i].v, p.v, tr.v, MPFR_RNDN);
           mpfr_mul(p.v, p.v, wr.v, MPFR_RNDN);
         }
-        mpfr_neg(p.v, wr.v, MPFR_RNDN);  // -w^(j+1) for the denominator, t cancelled
+        // -w^(j+1) (-w^(j+2) with half_square) for the denominator, t cancelled
+        mpfr_neg(p.v, wr.v, MPFR_RNDN);
+        if (half_square) mpfr_mul(p.v, p.v, wr.v, MPFR_RNDN);
         for (int j = 0; j < den_terms; ++j) {
           mpfr_set(basis[num_terms + j].v, p.v, MPFR_RNDN);
           mpfr_mul(p.v, p.v, wr.v, MPFR_RNDN);
@@ -321,6 +331,10 @@ void RationalTan(FILE* out, const char* num_name, const char* den_name, int num_
     mpfr_add(num.v, num.v, t.v, MPFR_RNDN);
     horner(num_terms, den_terms, w.v, den.v);
     mpfr_mul(den.v, den.v, w.v, MPFR_RNDN);
+    if (half_square) {
+      mpfr_sub_d(den.v, den.v, 0.5, MPFR_RNDN);
+      mpfr_mul(den.v, den.v, w.v, MPFR_RNDN);
+    }
     mpfr_add_ui(den.v, den.v, 1, MPFR_RNDN);
     mpfr_div(num.v, num.v, den.v, MPFR_RNDN);
     mpfr_tan(den.v, t.v, MPFR_RNDN);
@@ -403,5 +417,9 @@ int main(int argc, char** argv) {
   std::fprintf(out, "\n// The double Tan's LA and EP: the same form, in double.\n");
   RationalTan(out, "kTanNum", "kTanDen", 4, 4, false);
   RationalTan(out, "kTanNumEP", "kTanDenEP", 2, 2, false);
+  std::fprintf(out,
+               "\n// The double Tan's HA: tan r = (r + r^3 N(r^2)) / (1 - r^2/2 + r^4 D(r^2)), "
+               "|r| <= pi/4.\n");
+  RationalTan(out, "kTanNumHA", "kTanDenHA", 3, 4, false, true);
   return std::fclose(out) == 0 ? 0 : 1;
 }

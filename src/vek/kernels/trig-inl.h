@@ -312,38 +312,52 @@ HWY_INLINE OneMinusHalfSquare<D> OneMinusHalfSquareOf(D d, hn::VFromD<D> r) {
   return {t, Fnma(d, half_r, r, hn::Sub(one, t))};
 }
 
-// sin r = r + r^3 S(r^2), cos r = 1 - r^2/2 + r^4 C(r^2). HA adds rl through the derivatives
-// (rl cos r, -rl sin r) and takes 1 - r^2/2 with its rounding error (OneMinusHalfSquareOf). EP
-// rounds as it goes.
-template <Level kLevel, class D>
-HWY_INLINE SinCosOfR<D> Polynomials(D d, const Reduced<D>& red) {
+// The pair odd = r + r^3 P(r^2), even = 1 - r^2/2 + r^4 Q(r^2) at rh + rl, each as a value and
+// what its last rounding left: sin r and cos r, or the tangent's numerator and denominator.
+// rl enters through the derivatives (rl even, -rl odd, to first order), and 1 - r^2/2 with its
+// rounding error (OneMinusHalfSquareOf): the leading terms are then exact, and what rounds is a
+// tail below a ninth of the value.
+template <class D, class T, size_t kP, size_t kQ>
+HWY_INLINE SinCosOfR<D> HalfSquarePair(D d, const Reduced<D>& red, const T (&p)[kP],
+                                       const T (&q)[kQ]) {
   const auto r = red.rh;
+  const auto rl = red.rl;
   const auto w = hn::Mul(r, r);
   const auto w2 = hn::Mul(w, w);
   const auto rw = hn::Mul(r, w);
+  const auto [t, e] = OneMinusHalfSquareOf(d, r);
   SinCosOfR<D> out;
-  if constexpr (kLevel == Level::kEP) {
+  // rl t formed as OneOfHA forms it, so that SinCos gives the bits of Sin.
+  const auto s_tail = Fma(d, rw, Horner(d, w, p), Fma(d, rl, t, hn::Zero(d)));
+  out.s = hn::Add(r, s_tail);
+  out.s_lo = hn::Add(hn::Sub(r, out.s), s_tail);
+  const auto c_tail = Fma(d, w2, Horner(d, w, q), Fnma(d, r, rl, e));
+  out.c = hn::Add(t, c_tail);
+  out.c_lo = hn::Add(hn::Sub(t, out.c), c_tail);
+  return out;
+}
+
+// sin r = r + r^3 S(r^2), cos r = 1 - r^2/2 + r^4 C(r^2): HA by HalfSquarePair, EP rounding as
+// it goes.
+template <Level kLevel, class D>
+HWY_INLINE SinCosOfR<D> Polynomials(D d, const Reduced<D>& red) {
+  using C = QuarterTurn<hn::TFromD<D>>;
+  if constexpr (kLevel == Level::kHA) {
+    return HalfSquarePair(d, red, C::kSin, C::kCos);
+  } else {
+    static_assert(kLevel == Level::kEP);
+    const auto r = red.rh;
+    const auto w = hn::Mul(r, r);
+    const auto w2 = hn::Mul(w, w);
+    const auto rw = hn::Mul(r, w);
     const double* sc = tt::kSinPolyEP;
     const double* cc = tt::kCosPolyEP;
     const auto t = hn::Sub(hn::Set(d, 1.0), hn::Mul(w, hn::Set(d, 0.5)));
+    SinCosOfR<D> out;
     out.s = Fma(d, rw, Estrin(d, w, w2, sc[0], sc[1], sc[2]), r);
     out.c = Fma(d, w2, Estrin(d, w, w2, cc[0], cc[1], cc[2]), t);
-  } else {
-    static_assert(kLevel == Level::kHA);
-    using C = QuarterTurn<hn::TFromD<D>>;
-    const auto ps = Horner(d, w, C::kSin);
-    const auto pc = Horner(d, w, C::kCos);
-    const auto rl = red.rl;
-    const auto [t, e] = OneMinusHalfSquareOf(d, r);
-    // rl t formed as OneOfHA forms it, so that SinCos gives the bits of Sin.
-    const auto s_tail = Fma(d, rw, ps, Fma(d, rl, t, hn::Zero(d)));
-    out.s = hn::Add(r, s_tail);
-    out.s_lo = hn::Add(hn::Sub(r, out.s), s_tail);
-    const auto c_tail = Fma(d, w2, pc, Fnma(d, r, rl, e));
-    out.c = hn::Add(t, c_tail);
-    out.c_lo = hn::Add(hn::Sub(t, out.c), c_tail);
+    return out;
   }
-  return out;
 }
 
 // Lanes of odd q.
@@ -353,7 +367,8 @@ HWY_INLINE hn::Mask<D> Odd(D d, hn::VFromD<hn::RebindToSigned<D>> q) {
   return hn::RebindMask(d, hn::TestBit(q, hn::Set(di, 1)));
 }
 
-// value with its sign flipped for quadrants q in 2 and 3, and by the sign bit `sign`.
+// value with its sign flipped for quadrants q in 2 and 3, and by the sign bit of `sign` (its other
+// bits do not count, so the argument's own bits serve).
 template <class D>
 HWY_INLINE hn::VFromD<D> SignByQuadrant(D d, hn::VFromD<hn::RebindToSigned<D>> q,
                                         hn::VFromD<D> value,
@@ -361,9 +376,34 @@ HWY_INLINE hn::VFromD<D> SignByQuadrant(D d, hn::VFromD<hn::RebindToSigned<D>> q
   const hn::RebindToSigned<D> di;
   constexpr int kBits = 8 * sizeof(hn::TFromD<D>);
   const auto sign_bit = hn::Set(di, hwy::LimitsMin<hn::TFromD<decltype(di)>>());
-  const auto flip = hn::Xor(hn::And(hn::ShiftLeft<kBits - 2>(q), sign_bit), sign);
+  const auto flip = hn::And(hn::Xor(hn::ShiftLeft<kBits - 2>(q), sign), sign_bit);
   return hn::BitCast(d, hn::Xor(hn::BitCast(di, value), flip));
 }
+
+// Picks between constants by the parity of q: `even` in the lanes of even q, `odd` in the others.
+// AVX2 blends in two operations where a permute within pairs of lanes takes one: the constants
+// stand as [even, odd] pairs in one register, and q's bit 0 (moved to bit 1 for doubles) picks.
+template <class D>
+struct ParityPicker {
+  hn::Mask<D> odd;
+  hn::VFromD<hn::RebindToSigned<D>> q;
+
+  HWY_INLINE hn::VFromD<D> operator()(D d, hn::TFromD<D> even, hn::TFromD<D> odd_value) const {
+#if HWY_TARGET == HWY_AVX2
+    if constexpr (hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 32) {
+      if constexpr (sizeof(hn::TFromD<D>) == 8) {
+        const __m256d pairs = _mm256_setr_pd(even, odd_value, even, odd_value);
+        return hn::VFromD<D>{_mm256_permutevar_pd(pairs, hn::ShiftLeft<1>(q).raw)};
+      } else {
+        const __m256 pairs =
+            _mm256_setr_ps(even, odd_value, even, odd_value, even, odd_value, even, odd_value);
+        return hn::VFromD<D>{_mm256_permutevar_ps(pairs, q.raw)};
+      }
+    }
+#endif
+    return hn::IfThenElse(odd, hn::Set(d, odd_value), hn::Set(d, even));
+  }
+};
 
 // The value of the quadrant's pick: sin r for even q + shift, cos r for odd, negated for q + shift
 // in 2 and 3 (shift 0 for the sine, 1 for the cosine), and with the sign bit `sign` flipped.
@@ -390,9 +430,8 @@ HWY_INLINE hn::VFromD<D> OneOfHA(D d, const Reduced<D>& red,
   using C = QuarterTurn<hn::TFromD<D>>;
   constexpr size_t kTerms = std::size(C::kSin);
   static_assert(std::size(C::kCos) == kTerms);
-  const auto coef = [&](size_t i) {
-    return hn::IfThenElse(odd, hn::Set(d, C::kCos[i]), hn::Set(d, C::kSin[i]));
-  };
+  const ParityPicker<D> pick{odd, q};
+  const auto coef = [&](size_t i) { return pick(d, C::kSin[i], C::kCos[i]); };
   auto p = coef(kTerms - 1);
   for (size_t i = kTerms - 1; i-- > 0;) p = Fma(d, p, w, coef(i));
   const auto lead = hn::IfThenElse(odd, t, r);
@@ -402,11 +441,11 @@ HWY_INLINE hn::VFromD<D> OneOfHA(D d, const Reduced<D>& red,
   return SignByQuadrant(d, q, hn::Add(lead, Fma(d, scale, p, small)), sign);
 }
 
-// tan |x| at HA = tan r for even q, -cot r for odd: num / den with num, den picked from sin r and
-// cos r. One division, for 1/den (a second one would cost as much as the rest of the kernel): g =
-// num (1/den) is within 2 ulp of the quotient, and the residual of the division with the pairs'
-// low parts, num - g den + num_lo - g den_lo, times 1/den in the last fused step, corrects it with
-// one rounding.
+// tan |x| at HA = tan r for even q, -cot r for odd: num / den with num, den picked from the pairs
+// of v (sin r and cos r, or the double kernel's rational form). One division, for 1/den (a second
+// one would cost as much as the rest of the kernel): g = num (1/den) is within 2 ulp of the
+// quotient, and the residual of the division with the pairs' low parts, num - g den + num_lo - g
+// den_lo, times 1/den in the last fused step, corrects it with one rounding.
 template <class D>
 HWY_INLINE hn::VFromD<D> TanOf(D d, const Reduced<D>& red, const SinCosOfR<D>& v,
                                hn::VFromD<hn::RebindToSigned<D>> sign) {
@@ -771,13 +810,13 @@ struct TrigBody : UnaryRealBody<double> {
       if constexpr (kFunc == TrigFunction::kTan && kLevel == Level::kLA) {
         out[0] = TanRational<kLevel>(d, red, sign);
       } else if constexpr (kFunc == TrigFunction::kTan) {
-        out[0] = TanOf(d, red, Polynomials<kLevel>(d, red), sign);
+        out[0] = TanOf(d, red, HalfSquarePair(d, red, tt::kTanNumHA, tt::kTanDenHA), sign);
       } else if constexpr (kFunc == TrigFunction::kSinCos) {
         const SinCosOfR<D> v = Polynomials<kLevel>(d, red);
         out[0] = Pick<0>(d, red, v, sign);
         out[1] = Pick<1>(d, red, v, no_sign);
       } else {
-        out[0] = OneOfHA<0>(d, red, kShift == 0 ? sign : no_sign);
+        out[0] = OneOfHA<0>(d, red, kShift == 0 ? hn::BitCast(di, x) : no_sign);
       }
       return;
     } else if constexpr (kFunc == TrigFunction::kTan) {
