@@ -728,7 +728,9 @@ void ExpectSinCosIsSinAndCos(const std::vector<T>& x, SinCosKernel* const* sinco
       sin[slot](n, x.data(), s1.data());
       cos[slot](n, x.data(), c1.data());
       EXPECT_EQ(std::memcmp(s.data(), s1.data(), n * sizeof(T)), 0);
-      if (slot < kCosineSlots) EXPECT_EQ(std::memcmp(c.data(), c1.data(), n * sizeof(T)), 0);
+      if (slot < kCosineSlots) {
+        EXPECT_EQ(std::memcmp(c.data(), c1.data(), n * sizeof(T)), 0);
+      }
     }
   });
 }
