@@ -14,7 +14,6 @@ Writes data/mapping_kat.txt (the lines of kat_format.py), or the same file into 
 as the first argument. Run with /usr/bin/python3.
 """
 import os
-import sys
 from fractions import Fraction
 
 import kat_format
@@ -69,9 +68,7 @@ def floats(words, mapping):
 
 def main():
     here = os.path.dirname(os.path.abspath(__file__))
-    out_dir = sys.argv[1] if len(sys.argv) > 1 else os.path.join(here, "data")
-    with open(os.path.join(out_dir, "mapping_kat.txt"), "w", encoding="ascii") as f:
-        f.write("# made by make_mapping_data.py\n")
+    with kat_format.open_output(__file__, "mapping_kat.txt") as f:
         for generator, source, case, mapping in CASES:
             count, seed, words = first_case(os.path.join(here, "data", source), generator, case)
             for form, values, a, b in (("d", doubles(words, mapping), A, B),
