@@ -36,30 +36,19 @@ namespace {
 constexpr int kN = 1037;  // not a multiple of any vector length: every kernel runs a tail
 
 // Random bit patterns (every binade, infinities, NaNs, subnormals) beside ordinary values in
-// [-8, 8) and values near 1, interleaved.
-const double* In(int offset) {
-  static const std::vector<double> v = [] {
-    std::vector<double> x(8 * kN);
-    SplitMix64 gen(0xC0FFEE);
+// [-8, 8) and values near 1, interleaved; float takes its own bit patterns and rounds the rest.
+template <class T>
+const T* In(int offset) {
+  static const std::vector<T> v = [] {
+    std::vector<T> x(8 * kN);
+    SplitMix64 gen(sizeof(T) == 8 ? 0xC0FFEE : 0xF1EE7);
     for (size_t i = 0; i < x.size(); ++i) {
       const uint64_t bits = gen.Next();
       const double u = static_cast<double>(bits >> 11) * 0x1p-53;
-      x[i] = i % 3 == 0 ? std::bit_cast<double>(bits) : i % 3 == 1 ? 16 * u - 8 : 0.75 + 0.5 * u;
-    }
-    return x;
-  }();
-  return v.data() + offset;
-}
-
-// The same mix for float: random float bit patterns in place of the double ones.
-const float* InF(int offset) {
-  static const std::vector<float> v = [] {
-    std::vector<float> x(8 * kN);
-    SplitMix64 gen(0xF1EE7);
-    for (size_t i = 0; i < x.size(); ++i) {
-      const uint64_t bits = gen.Next();
-      x[i] = i % 3 == 0 ? std::bit_cast<float>(static_cast<uint32_t>(bits))
-                        : static_cast<float>(*In(static_cast<int>(i)));
+      const double ordinary = sizeof(T) == 4 ? In<double>(0)[i]
+                              : i % 3 == 1   ? 16 * u - 8
+                                             : 0.75 + 0.5 * u;
+      x[i] = i % 3 == 0 ? FromBits<T>(static_cast<BitsOf<T>>(bits)) : static_cast<T>(ordinary);
     }
     return x;
   }();
@@ -70,10 +59,11 @@ const float* InF(int offset) {
 // from its own part of the mix; complex elements take two reals each.
 template <class E>
 const E* Arg(int k) {
-  if constexpr (std::is_same_v<E, double>) return In(k * kN);
-  if constexpr (std::is_same_v<E, float>) return InF(k * kN);
-  if constexpr (std::is_same_v<E, oxl_complex16>) return reinterpret_cast<const E*>(In(2 * k * kN));
-  if constexpr (std::is_same_v<E, oxl_complex8>) return reinterpret_cast<const E*>(InF(2 * k * kN));
+  if constexpr (std::is_floating_point_v<E>) return In<E>(k * kN);
+  if constexpr (std::is_same_v<E, oxl_complex16>)
+    return reinterpret_cast<const E*>(In<double>(2 * k * kN));
+  if constexpr (std::is_same_v<E, oxl_complex8>)
+    return reinterpret_cast<const E*>(In<float>(2 * k * kN));
 }
 template <class E>
 E Scalar(int k) {
@@ -182,8 +172,8 @@ uint64_t SplineDigest() {
   constexpr int kKnots = 64;
   std::vector<double> x(kKnots), y(kKnots), coeff(4 * (kKnots - 1));
   for (int i = 0; i < kKnots; ++i) {
-    x[i] = i + 0.25 * In(kN + 1)[3 * i];  // ordinary values in [-8, 8): ascending knots
-    y[i] = In(kN + 2)[3 * i];
+    x[i] = i + 0.25 * In<double>(kN + 1)[3 * i];  // ordinary values in [-8, 8): ascending knots
+    y[i] = In<double>(kN + 2)[3 * i];
   }
   df_task* task = nullptr;
   EXPECT_EQ(oxl_df_kernel_dNewTask1D(&task, kKnots, x.data(), PARTITION_NONUNIFORM, 1, y.data(),

@@ -110,9 +110,6 @@ TEST(Runner, FindsAPlantedFaultInEveryForm) {
     EXPECT_EQ(row.report.worst_args, row.args);
   }
   const Report& sqr = rows[0].report;
-  EXPECT_EQ(sqr.worst_got, "0x1.200006p+1");
-  EXPECT_EQ(sqr.worst_exact, "2.25");
-  EXPECT_EQ(rows[4].report.worst_exact, "1.5 + i*-2");
   EXPECT_FALSE(Meets(sqr, 1));
   EXPECT_EQ(sqr.cases, static_cast<int64_t>(SpecialValues<float>().size() +
                                             PowersOfTwo<float>().size() + 1 + 4096));

@@ -1,10 +1,10 @@
 // The basic generators. One body over the generator list: the known answers of every generator
-// (data/*_kat.txt, each made by its own oracle) on every SIMD target and however a request is
-// split, skip-ahead and leapfrog against the plain sequence, copies, the mappings to reals and
-// the statuses of bad arguments. Then what one generator alone has: MCG31's request of none and
-// Uniform's clamps on MRG32K3A, MT2203's members against the recurrence, the twisters' seeding and
-// skip-ahead memory, the counter-based generators' counter arithmetic and seeding, AES and RDRAND
-// absent or failing.
+// (data/*_kat.txt, each made by its own oracle; the mappings to reals among them) on every SIMD
+// target and however a request is split, skip-ahead and leapfrog against the plain sequence,
+// copies and the statuses of bad arguments. Then what one generator alone has: MCG31's request of
+// none and Uniform's clamps on MRG32K3A, MT2203's members against the recurrence, the twisters'
+// seeding and skip-ahead memory, the counter-based generators' counter arithmetic and seeding, AES
+// and RDRAND absent or failing.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -34,29 +34,23 @@ namespace {
 
 using Stream = test::StreamGuard;
 
-// How a generator's words become reals: as unsigned from a (MT19937, MT2203; floats in float),
-// the same with floats from the double rounded last (R250), or as signed about the centre
-// (SFMT19937 and the counter-based ones; floats from the double scale and centre).
-enum class Mapping { kNone, kFromA, kFromAInDouble, kCentred };
-
 struct Generator {
   const char* name;
   int32_t id;
   bool skips, leapfrogs, deterministic;
-  Mapping mapping;
 };
 
 const Generator kGenerators[] = {
-    {"MCG31", OXL_BRNG_MCG31, true, true, true, Mapping::kNone},
-    {"MCG59", OXL_BRNG_MCG59, true, true, true, Mapping::kNone},
-    {"MRG32K3A", OXL_BRNG_MRG32K3A, true, false, true, Mapping::kNone},
-    {"MT19937", OXL_BRNG_MT19937, true, false, true, Mapping::kFromA},
-    {"MT2203", OXL_BRNG_MT2203 + 9, false, false, true, Mapping::kFromA},
-    {"SFMT19937", OXL_BRNG_SFMT19937, true, false, true, Mapping::kCentred},
-    {"PHILOX4X32X10", OXL_BRNG_PHILOX4X32X10, true, false, true, Mapping::kCentred},
-    {"ARS5", OXL_BRNG_ARS5, true, false, true, Mapping::kCentred},
-    {"R250", OXL_BRNG_R250, false, false, true, Mapping::kFromAInDouble},
-    {"NONDETERM", OXL_BRNG_NONDETERM, false, false, false, Mapping::kNone},
+    {"MCG31", OXL_BRNG_MCG31, true, true, true},
+    {"MCG59", OXL_BRNG_MCG59, true, true, true},
+    {"MRG32K3A", OXL_BRNG_MRG32K3A, true, false, true},
+    {"MT19937", OXL_BRNG_MT19937, true, false, true},
+    {"MT2203", OXL_BRNG_MT2203 + 9, false, false, true},
+    {"SFMT19937", OXL_BRNG_SFMT19937, true, false, true},
+    {"PHILOX4X32X10", OXL_BRNG_PHILOX4X32X10, true, false, true},
+    {"ARS5", OXL_BRNG_ARS5, true, false, true},
+    {"R250", OXL_BRNG_R250, false, false, true},
+    {"NONDETERM", OXL_BRNG_NONDETERM, false, false, false},
 };
 
 const Generator& Named(const std::string& name) {
@@ -88,7 +82,8 @@ struct KnownAnswer {
 const std::vector<KnownAnswer>& Known() {
   static const std::vector<KnownAnswer> known = [] {
     std::vector<KnownAnswer> all;
-    for (const char* file : {"congruential", "mt19937", "sfmt19937", "counter", "r250"}) {
+    for (const char* file :
+         {"congruential", "mt19937", "sfmt19937", "counter", "r250", "mapping"}) {
       std::ifstream in(
           test::RefTable::TestsPath(std::string("vrs/generators/data/") + file + "_kat.txt"));
       EXPECT_TRUE(in.good()) << file;
@@ -172,7 +167,7 @@ void ForEachTargetAndAesWidth(const std::function<void(const std::string&)>& bod
 }
 
 TEST(Generators, KnownAnswersOnEveryTargetAndSplit) {
-  ASSERT_EQ(Known().size(), 65u + 3 + 1 + 10 + 7);
+  ASSERT_EQ(Known().size(), 65u + 3 + 1 + 10 + 7 + 10);
   std::mt19937 rng(7);
   ForEachTargetAndAesWidth([&](const std::string& target) {
     for (const KnownAnswer& k : Known()) {
@@ -291,43 +286,6 @@ TEST(Generators, StatusesOfBadArguments) {
     EXPECT_EQ(__vrsNewStreamEx(&none, g.id + 1, 2, params), StatusInvalidBrng);
     EXPECT_EQ(none, nullptr);
   }
-}
-
-// dBRng and sBRng against the generator's words, through pieces of the request.
-TEST(Generators, MappingsOnEveryTarget) {
-  const double a = -3.0, b = 5.5;
-  const float fa = -1.25f, fb = 1e6f;
-  const double scale = (b - a) * 0x1p-32, fscale = (double{fb} - fa) * 0x1p-32;
-  ForEachTargetAndAesWidth([&](const std::string& target) {
-    for (const Generator& g : kGenerators) {
-      if (g.mapping == Mapping::kNone) continue;
-      SCOPED_TRACE(target + " " + g.name);
-      const int n = 3001;  // long requests of doubles, made straight into the result
-      Stream words(g.id, {42, 43}), dbl(g.id, {42, 43}), flt(g.id, {42, 43});
-      const auto w = Words(words.s, n);
-      std::vector<double> d(n);
-      std::vector<float> f(n);
-      ASSERT_EQ(RowOf(dbl.s).dBRng(dbl.s, 7, d.data(), a, b), 0);
-      ASSERT_EQ(RowOf(dbl.s).dBRng(dbl.s, n - 7, d.data() + 7, a, b), 0);
-      ASSERT_EQ(RowOf(flt.s).sBRng(flt.s, 501, f.data(), fa, fb), 0);
-      ASSERT_EQ(RowOf(flt.s).sBRng(flt.s, n - 501, f.data() + 501, fa, fb), 0);
-      for (int i = 0; i < n; ++i) {
-        const auto u = static_cast<uint32_t>(w[i]);
-        const auto sw = static_cast<int32_t>(u);
-        double want_d = std::fma(static_cast<double>(u), scale, a);
-        float want_f = static_cast<float>(std::fma(static_cast<double>(u), fscale, double{fa}));
-        if (g.mapping == Mapping::kFromA) {
-          want_f = std::fma(static_cast<float>(u), (fb - fa) * 0x1p-32f, fa);
-        } else if (g.mapping == Mapping::kCentred) {
-          want_d = std::fma(static_cast<double>(sw), scale, (a + b) * 0.5);
-          want_f = std::fma(static_cast<float>(sw), static_cast<float>(fscale),
-                            static_cast<float>((double{fa} + fb) * 0.5));
-        }
-        ASSERT_EQ(d[i], want_d) << i;
-        ASSERT_EQ(f[i], want_f) << i;
-      }
-    }
-  });
 }
 
 // ---- The congruential generators.

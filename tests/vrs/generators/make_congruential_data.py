@@ -9,9 +9,7 @@ the nearest double or float (Fraction arithmetic, rounding half to even).
 Writes data/congruential_kat.txt (the lines of kat_format.py), or the same file into the
 directory given as the first argument (the test that checks that the checked-in data regenerate). Run with /usr/bin/python3.
 """
-import os
 import struct
-import sys
 from fractions import Fraction
 
 import kat_format
@@ -175,11 +173,8 @@ INTERVALS = [(-3.5, 7.25, None), (0.0, 1.0, 64)]
 
 
 def main():
-    here = os.path.dirname(os.path.abspath(__file__))
-    out_dir = sys.argv[1] if len(sys.argv) > 1 else os.path.join(here, "data")
     assert mrg32k3a(mrg_seed_with_z_m1(), 1)[0] == M1
-    with open(os.path.join(out_dir, "congruential_kat.txt"), "w", encoding="ascii") as out:
-        out.write("# made by make_congruential_data.py\n")
+    with kat_format.open_output(__file__, "congruential_kat.txt") as out:
         for name, gen, seeds, count in CASES:
             raw_fn, d_fn, s_fn = GENERATORS[gen]
             n_seeds = COUNTS.get(name, len(seeds))

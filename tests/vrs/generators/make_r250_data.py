@@ -9,8 +9,6 @@ x[n-147]. A case's seed words are s0 + i 0x9E3779B9 mod 2^32, i = 0 .. count-1.
 Writes data/r250_kat.txt (the lines of kat_format.py), or the same file into the directory given as the
 first argument. Run with /usr/bin/python3.
 """
-import os
-import sys
 
 import kat_format
 
@@ -59,10 +57,7 @@ def outputs(words, n):
 
 
 def main():
-    here = os.path.dirname(os.path.abspath(__file__))
-    out_dir = sys.argv[1] if len(sys.argv) > 1 else os.path.join(here, "data")
-    with open(os.path.join(out_dir, "r250_kat.txt"), "w", encoding="ascii") as f:
-        f.write("# made by make_r250_data.py\n")
+    with kat_format.open_output(__file__, "r250_kat.txt") as f:
         for name, count, s0, n in CASES:
             words = outputs(register(count, s0), n)
             f.write(kat_format.line("R250", name, seed_words(count, s0), words))
