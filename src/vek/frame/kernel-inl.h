@@ -49,6 +49,16 @@
 #include "vek/frame/frame.h"
 #include "vek/frame/names.h"
 
+// Unrolls a loop over a block's steps, so that the steps' chains interleave. The portable target's
+// steps are single lanes, up to 64 a block: unrolled, they took most of the library's compile
+// time, for a fallback that gains little by it.
+#undef OXL_UNROLL_STEPS
+#if HWY_TARGET == HWY_SCALAR
+#define OXL_UNROLL_STEPS _Pragma("GCC unroll 1")
+#else
+#define OXL_UNROLL_STEPS _Pragma("GCC unroll 16")
+#endif
+
 HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
@@ -234,7 +244,7 @@ class Kernel {
           for (size_t m = 0; m < kMasks; ++m) any = hn::Or(any, rare[s][m]);
         }
       } else {
-#pragma GCC unroll 16
+OXL_UNROLL_STEPS
         for (size_t s = 0; s < kSteps; ++s) {
           body(d, x[s], y[s], rare[s]);
           for (size_t m = 0; m < kMasks; ++m) any = hn::Or(any, rare[s][m]);

@@ -274,13 +274,13 @@ struct ErfInvBody : UnaryRealBody<double> {
   HWY_INLINE void Steps(D d, const V (&in)[kN][1], V (&out)[kN][1], M (&rare)[kN][1]) const {
     namespace et = vek::erfinv_tables;
     Front<V> front[kN];
-#pragma GCC unroll 16
+OXL_UNROLL_STEPS
     for (size_t i = 0; i < kN; ++i) front[i] = First(d, in[i][0]);
     // Lanes beyond the pieces, w > kHaPieces - 0.01 (one uniform lane in six thousand, and the
     // rare lanes), take the tail in t; told by q, known long before w.
     M wide[kN];
     M any = hn::MaskFromVec(hn::Zero(d));
-#pragma GCC unroll 16
+OXL_UNROLL_STEPS
     for (size_t i = 0; i < kN; ++i) {
       out[i][0] = Central(d, front[i]);
       wide[i] = hn::Lt(front[i].q, hn::Set(d, et::kHaWideQ));
@@ -294,7 +294,7 @@ struct ErfInvBody : UnaryRealBody<double> {
         out[i][0] = hn::IfThenElse(wide[i], tail, out[i][0]);
       }
     }
-#pragma GCC unroll 16
+OXL_UNROLL_STEPS
     for (size_t i = 0; i < kN; ++i) {
       const V a = front[i].a;
       out[i][0] = hn::CopySign(out[i][0], a);
@@ -345,7 +345,7 @@ struct ErfInvEpBody : UnaryRealBody<double> {
     namespace et = vek::erfinv_tables;
     hn::Mask<D> wide[kN];
     auto any = hn::MaskFromVec(hn::Zero(d));
-#pragma GCC unroll 16
+OXL_UNROLL_STEPS
     for (size_t i = 0; i < kN; ++i) {
       // a P rather than |a| P with a's sign copied: P is positive, so the product has the sign
       // already and the same bits.
@@ -401,14 +401,14 @@ struct ErfInvFloatBody : UnaryRealBody<float> {
     const hn::Repartition<double, D> dd;
     using VD = hn::VFromD<decltype(dd)>;
     typename Wide::template Front<VD> front[2 * kN];
-#pragma GCC unroll 16
+OXL_UNROLL_STEPS
     for (size_t i = 0; i < kN; ++i) {
       front[2 * i] = Wide::First(dd, hn::PromoteTo(dd, hn::LowerHalf(dh, in[i][0])));
       front[2 * i + 1] = Wide::First(dd, hn::PromoteTo(dd, hn::UpperHalf(dh, in[i][0])));
     }
     VD result[2 * kN];
     Wide::Results(dd, front, result);
-#pragma GCC unroll 16
+OXL_UNROLL_STEPS
     for (size_t i = 0; i < kN; ++i) {
       out[i][0] =
           hn::Combine(d, hn::DemoteTo(dh, result[2 * i + 1]), hn::DemoteTo(dh, result[2 * i]));
