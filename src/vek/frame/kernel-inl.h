@@ -244,7 +244,7 @@ class Kernel {
           for (size_t m = 0; m < kMasks; ++m) any = hn::Or(any, rare[s][m]);
         }
       } else {
-OXL_UNROLL_STEPS
+        OXL_UNROLL_STEPS
         for (size_t s = 0; s < kSteps; ++s) {
           body(d, x[s], y[s], rare[s]);
           for (size_t m = 0; m < kMasks; ++m) any = hn::Or(any, rare[s][m]);

@@ -77,11 +77,11 @@ HWY_INLINE std::pair<V, V> Working(D d, V x) {
   }
 }
 
-// Not(q >= min) also holds for NaN. AVX2 has that compare as one instruction, where the negation
-// of its mask would cost a second.
+// Not(q >= bound), which also holds for NaN. AVX2 has that compare as one instruction, where the
+// negation of its mask would cost a second.
 template <class D, class V = hn::VFromD<D>>
-HWY_INLINE hn::Mask<D> RareOf(D d, V q) {
-  const V min = hn::Set(d, static_cast<hn::TFromD<D>>(kTailMin));
+HWY_INLINE hn::Mask<D> NotAtLeast(D d, V q, hn::TFromD<D> bound) {
+  const V min = hn::Set(d, bound);
 #if HWY_TARGET == HWY_AVX2
   if constexpr (hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 32) {
     if constexpr (sizeof(hn::TFromD<D>) == 8) {
@@ -92,6 +92,11 @@ HWY_INLINE hn::Mask<D> RareOf(D d, V q) {
   }
 #endif
   return hn::Not(hn::Ge(q, min));
+}
+
+template <class D, class V = hn::VFromD<D>>
+HWY_INLINE hn::Mask<D> RareOf(D d, V q) {
+  return NotAtLeast(d, q, static_cast<hn::TFromD<D>>(kTailMin));
 }
 
 template <class T, InverseErfFunction kFunc>
@@ -274,13 +279,13 @@ struct ErfInvBody : UnaryRealBody<double> {
   HWY_INLINE void Steps(D d, const V (&in)[kN][1], V (&out)[kN][1], M (&rare)[kN][1]) const {
     namespace et = vek::erfinv_tables;
     Front<V> front[kN];
-OXL_UNROLL_STEPS
+    OXL_UNROLL_STEPS
     for (size_t i = 0; i < kN; ++i) front[i] = First(d, in[i][0]);
     // Lanes beyond the pieces, w > kHaPieces - 0.01 (one uniform lane in six thousand, and the
     // rare lanes), take the tail in t; told by q, known long before w.
     M wide[kN];
     M any = hn::MaskFromVec(hn::Zero(d));
-OXL_UNROLL_STEPS
+    OXL_UNROLL_STEPS
     for (size_t i = 0; i < kN; ++i) {
       out[i][0] = Central(d, front[i]);
       wide[i] = hn::Lt(front[i].q, hn::Set(d, et::kHaWideQ));
@@ -294,7 +299,7 @@ OXL_UNROLL_STEPS
         out[i][0] = hn::IfThenElse(wide[i], tail, out[i][0]);
       }
     }
-OXL_UNROLL_STEPS
+    OXL_UNROLL_STEPS
     for (size_t i = 0; i < kN; ++i) {
       const V a = front[i].a;
       out[i][0] = hn::CopySign(out[i][0], a);
@@ -315,22 +320,13 @@ OXL_UNROLL_STEPS
 
 template <InverseErfFunction kFunc>
 struct ErfInvEpBody : UnaryRealBody<double> {
-  // One vector a block on AVX2: with sixteen registers, the polynomial's constants and a second
-  // vector's chain do not fit, and the spills cost more than the overlap of the chains gives
-  // (1.08x faster than four vectors, 1.04x than two).
-  static constexpr size_t kBlock = HWY_TARGET == HWY_AVX2 ? 4 : UnaryRealBody<double>::kBlock;
   static constexpr InverseErfFunction kFunction = kFunc;
   static constexpr bool kCdf = kFunc == InverseErfFunction::kCdfNormInv;
   const char* name = erfinv_detail::kName<double, kFunc>;
 
-  template <class V>
-  struct Front {
-    V a, q, w;
-  };
-
   // The working quantities and w: the logarithm's stage.
   template <class D, class V = hn::VFromD<D>>
-  static HWY_INLINE Front<V> First(D d, V x) {
+  static HWY_INLINE std::array<V, 3> First(D d, V x) {
     const auto [a, q] = erfinv_detail::Working<kFunc>(d, x);
     // 1 - a^2 from q, which is exact wherever a is not small (and where a is small, w's absolute
     // error of an ulp of 1 moves P by far less than its last place). It is positive normal
@@ -339,43 +335,75 @@ struct ErfInvEpBody : UnaryRealBody<double> {
     return {a, q, hn::Neg(LogQuotientBodyEP<LogFunction::kLn>::OfPositiveNormal(d, v))};
   }
 
-  // The polynomials' stage: the results of kN vectors.
-  template <class D, size_t kN, class V = hn::VFromD<D>>
-  static HWY_INLINE void Results(D d, const Front<V> (&front)[kN], V (&out)[kN]) {
+  // The results and rare lanes of kN vectors of arguments x, each stage over every vector before
+  // the next: a vector's chain from the argument to the result is long (the quotient's division
+  // and two polynomials), and only other vectors' logarithms, next in the stream, fill its waits.
+  // Across the chain each vector keeps a and w alone: lanes beyond the central polynomial (|a| >
+  // 0.9966, one uniform lane in three hundred), rare lanes and NaNs are told once for the whole
+  // group by one compare each, and the branch they take works out q again from x. A kernel block
+  // is the template's sixteen lanes, four vectors on AVX2: its sixteen registers hold the chains'
+  // values but not the constants, which are read from memory as they would be for one vector, and
+  // the overlap of four chains makes it 1.25x faster than one vector a block.
+  template <class D, size_t kN, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  static HWY_INLINE void Results(D d, const V (&x)[kN], V (&out)[kN], M (&rare)[kN]) {
     namespace et = vek::erfinv_tables;
-    hn::Mask<D> wide[kN];
-    auto any = hn::MaskFromVec(hn::Zero(d));
-OXL_UNROLL_STEPS
+    V a[kN], w[kN];
+    M special = hn::MaskFromVec(hn::Zero(d));
+    OXL_UNROLL_STEPS
+    for (size_t i = 0; i < kN; ++i) {
+      const auto [a_i, q, w_i] = First(d, x[i]);
+      a[i] = a_i;
+      w[i] = w_i;
+      special = hn::Or(special, erfinv_detail::NotAtLeast(d, q, et::kEpWideQ));
+    }
+    OXL_UNROLL_STEPS
     for (size_t i = 0; i < kN; ++i) {
       // a P rather than |a| P with a's sign copied: P is positive, so the product has the sign
       // already and the same bits.
-      out[i] = hn::Mul(front[i].a, erfinv_detail::CentralSum(
-                                       d, hn::Sub(front[i].w, hn::Set(d, et::kEpMid)),
-                                       kCdf ? et::kCentralEpCdf : et::kCentralEp,
-                                       std::make_index_sequence<std::size(et::kCentralEp)>()));
-      // Lanes beyond the central polynomial (|a| > 0.9966, one uniform lane in three hundred;
-      // rare lanes too, whose results the rare routine replaces). Told by q, known long before
-      // w, so that the branch does not wait for the logarithm.
-      wide[i] = hn::Lt(front[i].q, hn::Set(d, et::kEpWideQ));
-      any = hn::Or(any, wide[i]);
+      out[i] = hn::Mul(
+          a[i], erfinv_detail::CentralSum(d, hn::Sub(w[i], hn::Set(d, et::kEpMid)),
+                                          kCdf ? et::kCentralEpCdf : et::kCentralEp,
+                                          std::make_index_sequence<std::size(et::kCentralEp)>()));
+      rare[i] = hn::MaskFromVec(hn::Zero(d));
     }
-    if (!hn::AllFalse(d, any)) [[unlikely]] {
+    if (!hn::AllFalse(d, special)) [[unlikely]] {
       for (size_t i = 0; i < kN; ++i) {
-        if (hn::AllFalse(d, wide[i])) continue;
+        const V q = erfinv_detail::Working<kFunc>(d, x[i]).second;
+        rare[i] = erfinv_detail::RareOf(d, q);
+        // The tail serves the lanes past the central polynomial; the rare routine replaces the
+        // results of the rare ones whichever way they go.
+        const M wide = hn::Lt(q, hn::Set(d, et::kEpWideQ));
+        if (hn::AllFalse(d, wide)) continue;
         const V tail = erfinv_detail::TailEp(d, kCdf ? et::kTailEpCenterCdf : et::kTailEpCenter,
-                                             kCdf ? et::kTailEpCdf : et::kTailEp, front[i].q);
-        out[i] = hn::IfThenElse(wide[i], hn::CopySign(tail, front[i].a), out[i]);
+                                             kCdf ? et::kTailEpCdf : et::kTailEp, q);
+        out[i] = hn::IfThenElse(wide, hn::CopySign(tail, a[i]), out[i]);
       }
     }
   }
 
+  static constexpr bool kStaged = true;
+
+  template <class D, size_t kN, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void Steps(D d, const V (&in)[kN][1], V (&out)[kN][1], M (&rare)[kN][1]) const {
+    V x[kN], result[kN];
+    M marked[kN];
+    for (size_t i = 0; i < kN; ++i) x[i] = in[i][0];
+    Results(d, x, result, marked);
+    for (size_t i = 0; i < kN; ++i) {
+      out[i][0] = result[i];
+      rare[i][0] = marked[i];
+    }
+  }
+
+  // One vector: the float kernels' widened halves on the one-lane target.
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
-    const Front<V> front[1] = {First(d, in[0])};
+    const V x[1] = {in[0]};
     V result[1];
-    Results(d, front, result);
+    M marked[1];
+    Results(d, x, result, marked);
     out[0] = result[0];
-    rare[0] = erfinv_detail::RareOf(d, front[0].q);
+    rare[0] = marked[0];
   }
 
   static int32_t Rare(const double* a, double* r) { return vek::InverseErfRare<kFunc>(a, r); }
@@ -400,15 +428,16 @@ struct ErfInvFloatBody : UnaryRealBody<float> {
     const hn::Half<D> dh;
     const hn::Repartition<double, D> dd;
     using VD = hn::VFromD<decltype(dd)>;
-    typename Wide::template Front<VD> front[2 * kN];
-OXL_UNROLL_STEPS
+    VD x[2 * kN];
+    OXL_UNROLL_STEPS
     for (size_t i = 0; i < kN; ++i) {
-      front[2 * i] = Wide::First(dd, hn::PromoteTo(dd, hn::LowerHalf(dh, in[i][0])));
-      front[2 * i + 1] = Wide::First(dd, hn::PromoteTo(dd, hn::UpperHalf(dh, in[i][0])));
+      x[2 * i] = hn::PromoteTo(dd, hn::LowerHalf(dh, in[i][0]));
+      x[2 * i + 1] = hn::PromoteTo(dd, hn::UpperHalf(dh, in[i][0]));
     }
     VD result[2 * kN];
-    Wide::Results(dd, front, result);
-OXL_UNROLL_STEPS
+    hn::Mask<decltype(dd)> unused[2 * kN];
+    Wide::Results(dd, x, result, unused);
+    OXL_UNROLL_STEPS
     for (size_t i = 0; i < kN; ++i) {
       out[i][0] =
           hn::Combine(d, hn::DemoteTo(dh, result[2 * i + 1]), hn::DemoteTo(dh, result[2 * i]));
