@@ -307,7 +307,7 @@ HWY_API hn::VFromD<D> Lookup(D d, const FloatSumTable<D>& table, VI index) {
 template <size_t kWidth, class D, class VI, class V = hn::VFromD<D>>
 HWY_API void LoadRows(D d, const double* HWY_RESTRICT table, VI row, V* HWY_RESTRICT out) {
   static_assert(kWidth == 2 || kWidth == 4, "rows of 2 or 4 doubles");
-  constexpr size_t kLanes = hn::MaxLanes(D());
+  [[maybe_unused]] constexpr size_t kLanes = hn::MaxLanes(D());
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
   if constexpr (kLanes == 4 || kLanes == 8) {
     HWY_ALIGN int64_t r[kLanes];
