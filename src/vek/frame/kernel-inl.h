@@ -23,6 +23,8 @@
 //   const char* name;                    with kRare: the function's name for reports (vek::names)
 //   static constexpr bool kBoundByMemory; optional: arithmetic so light that large calls wait on
 //                                        memory, and store their results around the caches
+//   static constexpr size_t kMaxVectorBytes; optional: the widest vector the body runs on (32:
+//                                        256 bits on AVX-512), for bodies bound by the divider
 //   static constexpr bool kStaged;       optional, with kRare: the body takes the whole block,
 //                                        Steps(D, const Vec<D> (&in)[kSteps][..], Vec<D> (&out)
 //                                        [kSteps][..], Mask<D> (&rare)[kSteps][..]) const, so that
@@ -63,13 +65,26 @@ HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
+// The vector a body runs on: the target's widest, or no wider than Body::kMaxVectorBytes. A body
+// whose time is the divider's or the square root unit's gains nothing from 512-bit vectors, whose
+// divides and roots take as long per element as two 256-bit ones (Zen 4) or 15% longer (Cascade
+// Lake); the results are the same bits either way.
+template <class Body, class T>
+constexpr size_t kBodyLanes = [] {
+  if constexpr (requires { Body::kMaxVectorBytes; }) {
+    return Body::kMaxVectorBytes / sizeof(T);
+  } else {
+    return hn::MaxLanes(hn::ScalableTag<T>());
+  }
+}();
+
 template <class Body>
 class Kernel {
  public:
   using In = typename Body::In;
   using Out = typename Body::Out;
   using T = vek::ScalarOf<In>;
-  using D = hn::ScalableTag<T>;
+  using D = hn::CappedTag<T, kBodyLanes<Body, T>>;
   using V = hn::Vec<D>;
   using M = hn::Mask<D>;
 

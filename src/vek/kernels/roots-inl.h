@@ -5,7 +5,10 @@
 // they give the same bits everywhere and are within every level's bound; on the processors we run
 // on they are also faster than a reciprocal approximation with its corrections. What a body adds
 // is the rare mask: the lanes whose result carries a status (a zero divisor, a negative square
-// root) go to the scalar routines, which compute the same element and report it.
+// root) go to the scalar routines, which compute the same element and report it. Div, Inv, Sqrt
+// and InvSqrt wait on the divider alone, so they run 256-bit vectors on AVX-512 too
+// (kMaxVectorBytes): on Cascade Lake 13% faster than 512-bit ones (dDiv 0.78 -> 0.68 ns per
+// element at L1). Pow3o2 and Hypot have arithmetic enough beside it to gain from the width.
 
 #include <limits>
 
@@ -33,6 +36,7 @@ template <class T>
 struct DivBody : BinaryRealBody<T> {
   const char* name = OXL_VEK_REAL_NAME(T, Div);
   static constexpr bool kBoundByMemory = true;
+  static constexpr size_t kMaxVectorBytes = 32;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
@@ -48,6 +52,7 @@ template <class T>
 struct InvBody : UnaryRealBody<T> {
   const char* name = OXL_VEK_REAL_NAME(T, Inv);
   static constexpr bool kBoundByMemory = true;
+  static constexpr size_t kMaxVectorBytes = 32;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
@@ -64,6 +69,7 @@ template <class T>
 struct SqrtBody : UnaryRealBody<T> {
   const char* name = OXL_VEK_REAL_NAME(T, Sqrt);
   static constexpr bool kBoundByMemory = true;
+  static constexpr size_t kMaxVectorBytes = 32;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
@@ -86,6 +92,7 @@ struct SqrtBody : UnaryRealBody<T> {
 template <class T, RootLevel kLevel>
 struct InvSqrtBody : UnaryRealBody<T> {
   const char* name = OXL_VEK_REAL_NAME(T, InvSqrt);
+  static constexpr size_t kMaxVectorBytes = 32;
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
