@@ -2,19 +2,18 @@
 //
 // The rounds are bound by the vector units' throughput, so every op of a round counts. A block
 // sits in each 32-bit lane, its four words in four registers (AVX2 and AVX-512 alike). A round's
-// two products are, each, two even-lane multiplies (the odd lanes after a shift), one shuffle
-// that gathers the high halves of both and one 32-bit multiply for the low halves: no blend and
-// no shift of the high halves. The shuffle leaves the blocks of lanes 1 and 2 of each 128-bit
-// block traded, which costs nothing as long as the words XORed together agree: words 1 and 3
-// stand in the traded order of words 0 and 2, and the two orders swap every round (see MulWide
-// and Partner); the last round takes its low halves from the same shuffle, so that all four
-// words end in one order. Eight registers of blocks (AVX2) or four (AVX-512) run side by side
-// to cover a round's latency, with the rounds unrolled and the round keys broadcast where they
-// are used, as measured. The counters of a run differ in word 0 alone but where word 0 wraps,
-// so what the first three rounds make of words 1 to 3 is made once, in scalar, and kept until
-// they change. On the way out the lanes become words in order without a cross-block permute
-// (see Emit). The integer arithmetic is exact, so the scalar blocks of a request's tail and of
-// the scalar target give the same words.
+// two products are, each, two even-lane multiplies (the odd lanes after a shift) and two shuffles
+// that gather the high and the low halves of both: no 32-bit multiply, which on Intel takes two
+// uops from the ports of the 64-bit multiplies and shifts, while the shuffles have a port of
+// their own. The shuffles leave the blocks of lanes 1 and 2 of each 128-bit block traded, which
+// costs nothing as long as the words XORed together agree: words 0 and 1 stay in one order and
+// words 2 and 3 in the traded one, round after round (see MulWide and Partner), and the transpose
+// on the way out pairs them crosswise. Two registers of blocks (AVX2, which has no registers to
+// spare for more) or four (AVX-512) run side by side to cover a round's latency, as measured. The
+// counters of a run differ in word 0 alone but where word 0 wraps, so what the first three rounds
+// make of words 1 to 3 is made once, in scalar, and kept until they change. On the way out the
+// lanes become words in order without a cross-block permute (see Emit). The integer arithmetic is
+// exact, so the scalar blocks of a request's tail and of the scalar target give the same words.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vrs/generators/philox4x32x10.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -44,9 +43,9 @@ struct PhiloxGen {
     V c0, c1, c2, c3;
   };
 
-  // Registers of blocks in flight, as measured: enough to cover a round's latency. AVX2 spills
-  // part of its state either way; AVX-512 keeps it in registers.
-  static constexpr size_t kGroups = HWY_TARGET == HWY_AVX2 ? 8 : 4;
+  // Registers of blocks in flight, as measured: enough to cover a round's latency. More on AVX2
+  // spill its sixteen registers and ran no faster.
+  static constexpr size_t kGroups = HWY_TARGET == HWY_AVX2 ? 2 : 4;
 
   // Lanes 0 and 1 of each 128-bit block from a, lanes 2 and 3 from b, lanes kI and kJ of each:
   // one shuffle on x86.
@@ -67,43 +66,64 @@ struct PhiloxGen {
 #endif
   }
 
+  // Within each 128-bit block, lane kI of each 64-bit half of a, then of b.
+  template <int kI, int kJ>
+  static HWY_INLINE V PickHalves(V a, V b) {
+#if HWY_TARGET == HWY_AVX2
+    constexpr int kSel = kI | kJ << 1 | kI << 2 | kJ << 3;
+    return V{_mm256_castpd_si256(
+        _mm256_shuffle_pd(_mm256_castsi256_pd(a.raw), _mm256_castsi256_pd(b.raw), kSel))};
+#elif HWY_TARGET == HWY_AVX3
+    constexpr int kSel = (kI | kJ << 1) * 0x55;
+    return V{_mm512_castpd_si512(
+        _mm512_shuffle_pd(_mm512_castsi512_pd(a.raw), _mm512_castsi512_pd(b.raw), kSel))};
+#else
+    const D64 d64;
+    const auto a64 = hn::BitCast(d64, a);
+    auto b64 = hn::BitCast(d64, b);
+    if constexpr (kI != kJ) b64 = hn::Shuffle01(b64);
+    return hn::BitCast(
+        D(), kI == 0 ? hn::InterleaveLower(d64, a64, b64) : hn::InterleaveUpper(d64, a64, b64));
+#endif
+  }
+
   // The high and low halves of the 64-bit products of the lanes of x and m, which is the same in
-  // every lane. The even lanes' products are one multiply, the odd lanes' another after a
-  // shift, and one shuffle takes the high halves of both: lanes 0 to 3 of each 128-bit block
-  // get the high halves of lanes 0, 2, 1 and 3, so the blocks of lanes 1 and 2 trade places.
-  // The low halves are one 32-bit multiply, which leaves the blocks where they were, but in the
-  // last round (kLast) they come from the same shuffle, to end in the order of the high halves.
+  // every lane. The even lanes' products are one multiply, the odd lanes' another after their
+  // words are moved down, and two shuffles gather the halves: lanes 0 to 3 of each 128-bit block
+  // get the halves of lanes 0, 2, 1 and 3, so the blocks of lanes 1 and 2 trade places. Shuffles
+  // rather than a 32-bit multiply for the low halves: on Intel that multiply is two uops on the
+  // ports that already run the 64-bit multiplies, while the shuffles have a port of their own.
   struct Wide {
     V hi, lo;
   };
-  template <bool kLast = false>
   static HWY_INLINE Wide MulWide(D d, V x, V m) {
     const V even = hn::BitCast(d, hn::MulEven(x, m));
     const V odd =
         hn::BitCast(d, hn::MulEven(hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(D64(), x))), m));
-    return {PickPairs<1, 3>(even, odd), kLast ? PickPairs<0, 2>(even, odd) : hn::Mul(x, m)};
+    return {PickPairs<1, 3>(even, odd), PickPairs<0, 2>(even, odd)};
   }
 
-  // The lane that holds, in the other order, the block of lane l: words 1 and 3 of a round stand
-  // in the partner order of its words 0 and 2, since each is the low half of a product (the
-  // order of its factor) that meets a high half (the partner order of its factor).
+  // The lane that holds, in the traded order, the block of lane l. A round's products come out
+  // in the traded order of their factors, and each word is XORed with a high half, so words 0
+  // and 1 of every block stay in one order and words 2 and 3 in the traded one, round after
+  // round: word 0 meets the product of word 2, word 2 that of word 0. Emit takes them back.
   static constexpr size_t Partner(size_t l) { return (l & 1) == ((l >> 1) & 1) ? l : l ^ 3; }
 
-  // The block of the run that lane l of a register holds, chosen so that Emit needs no
-  // cross-block permute.
+  // The block of the run that lane l of a register holds (words 0 and 1), chosen so that Emit
+  // needs no cross-block permute.
   static constexpr uint32_t Offset(size_t l, size_t n) {
     return static_cast<uint32_t>(l % 4 * (n / 4) + l / 4);
   }
 
-  // The blocks of counters ctr + offset[l] with words 1 and 3 in the partner order, met only
-  // where word 0 carries out within a run.
+  // The blocks of counters ctr + offset[l] with words 2 and 3 in the traded order, met only where
+  // word 0 carries out within a run.
   static HWY_NOINLINE Lanes4 Counters(D d, Counter128 ctr, const uint32_t* offset) {
     HWY_ALIGN uint32_t w[4][hn::MaxLanes(D())];
     for (size_t l = 0; l < hn::Lanes(d); ++l) {
       const Counter128 c = ctr + offset[l], p = ctr + offset[Partner(l)];
       w[0][l] = static_cast<uint32_t>(c.lo);
-      w[1][l] = static_cast<uint32_t>(p.lo >> 32);
-      w[2][l] = static_cast<uint32_t>(c.hi);
+      w[1][l] = static_cast<uint32_t>(c.lo >> 32);
+      w[2][l] = static_cast<uint32_t>(p.hi);
       w[3][l] = static_cast<uint32_t>(p.hi >> 32);
     }
     return {hn::Load(d, w[0]), hn::Load(d, w[1]), hn::Load(d, w[2]), hn::Load(d, w[3])};
@@ -143,10 +163,9 @@ struct PhiloxGen {
     return {hn::Xor3(q1.hi, p1.lo, k0), q1.lo, hn::Xor(q0.hi, head.r3c2), q0.lo};
   }
 
-  template <bool kLast = false>
   static HWY_INLINE void Round(D d, Lanes4& x, V k0, V k1) {
-    const Wide p0 = MulWide<kLast>(d, x.c0, hn::Set(d, kPhiloxM0));
-    const Wide p1 = MulWide<kLast>(d, x.c2, hn::Set(d, kPhiloxM1));
+    const Wide p0 = MulWide(d, x.c0, hn::Set(d, kPhiloxM0));
+    const Wide p1 = MulWide(d, x.c2, hn::Set(d, kPhiloxM1));
     x.c0 = hn::Xor3(p1.hi, x.c1, k0);
     x.c1 = p1.lo;
     x.c2 = hn::Xor3(p0.hi, x.c3, k1);
@@ -154,19 +173,26 @@ struct PhiloxGen {
   }
 
   // A 4x4 transpose within each 128-bit block leaves in register i's block j the lane 4 j + i,
-  // which Offset makes block i N / 4 + j.
+  // which Offset makes block i N / 4 + j. Words 2 and 3 stand in the traded order, so their
+  // pairs meet those of words 0 and 1 crosswise in the middle two registers.
   template <class Sink>
   static HWY_INLINE void Emit(D d, const Lanes4& x, const Sink& sink, size_t at) {
     const D64 d64;
     const size_t n = hn::Lanes(d);
-    const auto w01_lo = hn::BitCast(d64, hn::InterleaveLower(d, x.c0, x.c1));
-    const auto w23_lo = hn::BitCast(d64, hn::InterleaveLower(d, x.c2, x.c3));
-    const auto w01_hi = hn::BitCast(d64, hn::InterleaveUpper(d, x.c0, x.c1));
-    const auto w23_hi = hn::BitCast(d64, hn::InterleaveUpper(d, x.c2, x.c3));
-    sink.Lanes(d, hn::BitCast(d, hn::InterleaveLower(d64, w01_lo, w23_lo)), at);
-    sink.Lanes(d, hn::BitCast(d, hn::InterleaveUpper(d64, w01_lo, w23_lo)), at + n);
-    sink.Lanes(d, hn::BitCast(d, hn::InterleaveLower(d64, w01_hi, w23_hi)), at + 2 * n);
-    sink.Lanes(d, hn::BitCast(d, hn::InterleaveUpper(d64, w01_hi, w23_hi)), at + 3 * n);
+    const V w01_lo = hn::InterleaveLower(d, x.c0, x.c1),
+            w01_hi = hn::InterleaveUpper(d, x.c0, x.c1);
+    const V w23_02 = hn::InterleaveLower(d, x.c2, x.c3),
+            w23_13 = hn::InterleaveUpper(d, x.c2, x.c3);
+    const auto lower = [&](V a, V b) {
+      return hn::BitCast(d, hn::InterleaveLower(d64, hn::BitCast(d64, a), hn::BitCast(d64, b)));
+    };
+    const auto upper = [&](V a, V b) {
+      return hn::BitCast(d, hn::InterleaveUpper(d64, hn::BitCast(d64, a), hn::BitCast(d64, b)));
+    };
+    sink.Lanes(d, lower(w01_lo, w23_02), at);
+    sink.Lanes(d, PickHalves<1, 0>(w01_lo, w23_13), at + n);
+    sink.Lanes(d, PickHalves<0, 1>(w01_hi, w23_02), at + 2 * n);
+    sink.Lanes(d, upper(w01_hi, w23_13), at + 3 * n);
   }
 
   // What the vector loops keep: the lanes' offsets from the first counter, the round keys, the
@@ -192,14 +218,11 @@ struct PhiloxGen {
   // Rounds kFrom to the last of kG registers of blocks.
   template <size_t kG, int kFrom>
   static HWY_INLINE void Rounds(D d, Lanes4* x, const Loop& lp) {
-    constexpr int kLast = kPhiloxRounds - 1;
 #pragma GCC unroll 16
-    for (int r = kFrom; r < kLast; ++r) {
+    for (int r = kFrom; r < kPhiloxRounds; ++r) {
       const V k0 = hn::Set(d, lp.keys[0][r]), k1 = hn::Set(d, lp.keys[1][r]);
       for (size_t g = 0; g < kG; ++g) Round(d, x[g], k0, k1);
     }
-    const V k0 = hn::Set(d, lp.keys[0][kLast]), k1 = hn::Set(d, lp.keys[1][kLast]);
-    for (size_t g = 0; g < kG; ++g) Round<true>(d, x[g], k0, k1);
   }
 
   // Blocks b, b + 1, ... of ctr, kG registers at a time while they last; returns the next b.
