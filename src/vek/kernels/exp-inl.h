@@ -254,8 +254,12 @@ enum class ExpLevel { kHA, kLA, kEP };
 // The table kernels of Exp: sExp HA with 16 entries, dExp LA and EP with 8. Sixteen floats
 // and eight doubles fit one AVX-512 register and take two 32-bit permutes on AVX2, where larger
 // tables made the lookups half of the time; the polynomials have a term more instead.
+// Calls larger than the last-level cache store their results around the caches: there the
+// exponential waits on memory (Cascade Lake, 10^7 elements: sExp HA 1.00 -> 0.86 ns per element,
+// dExp HA 2.3 -> 1.8 on AVX-512 and 2.9 -> 2.2 on AVX2).
 template <class T, ExpLevel kLevel>
 struct ExpTableBody : UnaryRealBody<T> {
+  static constexpr bool kBoundByMemory = true;
   static constexpr int kEntries = sizeof(T) == 4 ? 16 : 8;
   static constexpr bool kWithLo = kLevel == ExpLevel::kHA;
   const char* name = OXL_VEK_REAL_NAME(T, Exp);
@@ -338,6 +342,7 @@ HWY_INLINE hn::VFromD<D> AddToExponent(D d, hn::VFromD<D> v, hn::VFromD<D> z) {
 // underflow flag raised.
 struct ExpWideBody : UnaryRealBody<double> {
   const char* name = OXL_VEK_REAL_NAME(double, Exp);
+  static constexpr bool kBoundByMemory = true;  // as ExpTableBody
 
   template <class D>
   HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
