@@ -658,6 +658,56 @@ OXL_BENCH(kSAcosh, "oxl_EP", oxl_vek_kernel_sAcosh_B3EPnnn);
 OXL_BENCH(kSAtanh, "oxl_LA", oxl_vek_kernel_sAtanh_B3LAynn);
 OXL_BENCH(kSAtanh, "oxl_EP", oxl_vek_kernel_sAtanh_B3EPnnn);
 
+// Tiny arguments: |x| log-spaced from the least normal number up to 1e-5, through every binade
+// where a kernel's powers of x would be denormal (float squares below 1e-19 and cubes below 2e-13,
+// double ones below 1e-154 and 3e-103). On Intel processors each operation with a denormal result
+// takes a microcode assist of about a hundred cycles per vector, so a kernel that lets one happen
+// shows here as a cliff against its ordinary table. Every distinct kernel of each function's
+// table (slots LA, HA, EP), no peers.
+template <class Kernel>
+struct TinyRow {
+  const char* name;
+  const Kernel* table;
+};
+const TinyRow<oxl_vek_s_UNARY_kernel> kTinyRowsS[] = {
+    {"sSinTiny", oxl_vek_kernel_sSin_ttab},     {"sCosTiny", oxl_vek_kernel_sCos_ttab},
+    {"sTanTiny", oxl_vek_kernel_sTan_ttab},     {"sAtanTiny", oxl_vek_kernel_sAtan_ttab},
+    {"sAsinTiny", oxl_vek_kernel_sAsin_ttab},   {"sAcosTiny", oxl_vek_kernel_sAcos_ttab},
+    {"sSinhTiny", oxl_vek_kernel_sSinh_ttab},   {"sCoshTiny", oxl_vek_kernel_sCosh_ttab},
+    {"sTanhTiny", oxl_vek_kernel_sTanh_ttab},   {"sAsinhTiny", oxl_vek_kernel_sAsinh_ttab},
+    {"sAtanhTiny", oxl_vek_kernel_sAtanh_ttab}, {"sExpTiny", oxl_vek_kernel_sExp_ttab},
+    {"sExpm1Tiny", oxl_vek_kernel_sExpm1_ttab}, {"sLog1pTiny", oxl_vek_kernel_sLog1p_ttab},
+    {"sErfTiny", oxl_vek_kernel_sErf_ttab},     {"sErfcTiny", oxl_vek_kernel_sErfc_ttab},
+    {"sCbrtTiny", oxl_vek_kernel_sCbrt_ttab},
+};
+const TinyRow<oxl_vek_d_UNARY_kernel> kTinyRowsD[] = {
+    {"dSinTiny", oxl_vek_kernel_dSin_ttab},     {"dCosTiny", oxl_vek_kernel_dCos_ttab},
+    {"dTanTiny", oxl_vek_kernel_dTan_ttab},     {"dAtanTiny", oxl_vek_kernel_dAtan_ttab},
+    {"dAsinTiny", oxl_vek_kernel_dAsin_ttab},   {"dAcosTiny", oxl_vek_kernel_dAcos_ttab},
+    {"dSinhTiny", oxl_vek_kernel_dSinh_ttab},   {"dCoshTiny", oxl_vek_kernel_dCosh_ttab},
+    {"dTanhTiny", oxl_vek_kernel_dTanh_ttab},   {"dAsinhTiny", oxl_vek_kernel_dAsinh_ttab},
+    {"dAtanhTiny", oxl_vek_kernel_dAtanh_ttab}, {"dExpTiny", oxl_vek_kernel_dExp_ttab},
+    {"dExpm1Tiny", oxl_vek_kernel_dExpm1_ttab}, {"dLog1pTiny", oxl_vek_kernel_dLog1p_ttab},
+    {"dErfTiny", oxl_vek_kernel_dErf_ttab},     {"dErfcTiny", oxl_vek_kernel_dErfc_ttab},
+    {"dCbrtTiny", oxl_vek_kernel_dCbrt_ttab},
+};
+
+template <class T, class Kernel, size_t kRows>
+bool AddTiny(const TinyRow<Kernel> (&rows)[kRows], Range range) {
+  static constexpr const char* kSlots[3] = {"oxl_LA", "oxl_HA", "oxl_EP"};
+  for (const TinyRow<Kernel>& row : rows) {
+    const UnaryFunction<T> fn{row.name, range};
+    for (int slot = 0; slot < 3; ++slot) {
+      bool seen = false;
+      for (int other = 0; other < slot; ++other) seen |= row.table[other] == row.table[slot];
+      if (!seen) oxl::bench::Add(fn, kSlots[slot], row.table[slot]);
+    }
+  }
+  return true;
+}
+[[maybe_unused]] const bool kTinyAdded = AddTiny<float>(kTinyRowsS, {1.2e-38, 1e-5, true}) &&
+                                         AddTiny<double>(kTinyRowsD, {2.3e-308, 1e-5, true});
+
 // Rounding, complex arithmetic and Pack, beside plain loops and the copy bound. Complex kernels
 // run on the parts of the arrays as pairs, so their time is per part (half a complex element) and
 // the copy bound of two double arrays in and one out is theirs. dPackI gathers every second

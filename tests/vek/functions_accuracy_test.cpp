@@ -247,7 +247,9 @@ const std::map<std::string, HardCase>& HardCases() {
     // polynomial of sin r cancels most, the floats below 2^12 nearest a multiple of pi/2, the
     // float kernels' worst arguments (and their far lanes' in double, 0.60 ulp beyond 2^24), and
     // the double HA kernels' worst found (Sin 0.764 ulp, Cos 0.769, Tan 0.93 between 2^13 and
-    // 2^24 as sine over cosine; its rational form 0.812 there and 0.796 below 10).
+    // 2^24 as sine over cosine; its rational form 0.812 there and 0.796 below 10); tiny
+    // arguments, where every odd series rounds to x and its powers go denormal (float 2^-20,
+    // double 2^-120).
     const HardCase trig = {{0x1.921fb54442d18p-1,
                             0x1.921fb54442d18p+0,
                             0x1.921fb54442d18p+1,
@@ -273,7 +275,9 @@ const std::map<std::string, HardCase>& HardCases() {
                             -0x1.4cac44p+122,
                             -0x1.872b52p+66,
                             0x1.442934f04ab2ap+22,
-                            0x1.f3112283e625p+1},
+                            0x1.f3112283e625p+1,
+                            0x1p-20,
+                            -0x1p-120},
                            {{-10.0, 10.0},
                             {1.4, 1.75},
                             {-0x1p-20, 0x1p-20},
@@ -324,10 +328,11 @@ const std::map<std::string, HardCase>& HardCases() {
     // quotient's underflow and overflow, and the HA kernels' worst arguments found over 2^24
     // random doubles and pairs (0.61 and 0.57 ulp); Asin and Acos: the split at 1/2 and the ends,
     // where acos(x) near 1 and asin(x) near 1 come from sqrt((1 - |x|)/2); just above the split,
-    // where pi/2 - 2 asin(u) cancels most, the worst arguments found over 2^24 doubles.
-    HardCase atan = {
-        {0x1p-5, 0x1p5, 1.0, 1.0625, 1.125, 0.5, 0x1p-27, 0x1p27, 1e300, 0x1.0097e1b0990dp-3},
-        {{-1.0, 1.0}, {-40.0, 40.0}, {0.03, 0.033}, {30.0, 34.0}}};
+    // where pi/2 - 2 asin(u) cancels most, the worst arguments found over 2^24 doubles. Tiny
+    // arguments, where Atan and Asin round to x (2^-20, 2^-120) and Acos to pi/2 (2^-26, 2^-55).
+    HardCase atan = {{0x1p-5, 0x1p5, 1.0, 1.0625, 1.125, 0.5, 0x1p-27, 0x1p27, 1e300,
+                      0x1.0097e1b0990dp-3, 0x1p-20, 0x1p-120},
+                     {{-1.0, 1.0}, {-40.0, 40.0}, {0.03, 0.033}, {30.0, 34.0}}};
     atan.regions = {{{{-1.0, 1.0}, {-1.0, 1.0}}},
                     {{{1e-300, 1e-200}, {1e10, 1e300}}},
                     {{{-1e-30, 1e-30}, {1e8, 1e30}}},
@@ -337,15 +342,16 @@ const std::map<std::string, HardCase>& HardCases() {
       atan.pairs.insert(atan.pairs.end(), {x, x, x, 2 * x, 1e-310, x, x, 1e-310});
     }
     atan.pairs.insert(atan.pairs.end(), {-0x1.170b520df37f8p-20, 0x1.16efec156ea1fp-18});
-    const HardCase asin = {{0.5, -0.5, 1.0, -1.0, 0x1p-27, 0x1p-1022, 0x1.10494f1f3332ap-1,
-                            0x1.03e9cfa5a256p-1, -0x1.0dd86dd95fb1ap-1},
-                           {{-1.0, 1.0},
-                            {0.999, 1.0},
-                            {-1.0, -0.999},
-                            {1 - 1e-12, 1.0},
-                            {-1.0, -1 + 1e-12},
-                            {0.49, 0.6},
-                            {-0.6, -0.49}}};
+    const HardCase asin = {
+        {0.5, -0.5, 1.0, -1.0, 0x1p-27, 0x1p-1022, 0x1.10494f1f3332ap-1, 0x1.03e9cfa5a256p-1,
+         -0x1.0dd86dd95fb1ap-1, 0x1p-20, 0x1p-120, 0x1p-26, -0x1p-55},
+        {{-1.0, 1.0},
+         {0.999, 1.0},
+         {-1.0, -0.999},
+         {1 - 1e-12, 1.0},
+         {-1.0, -1 + 1e-12},
+         {0.49, 0.6},
+         {-0.6, -0.49}}};
     // Gamma family: the zeros of ln gamma at 1 and 2 and the ends of their windows (1/16), the
     // shift to Stirling's formula at 8, the tiny arguments, TGamma's overflow (171.62 double,
     // 35.04 float) and LGamma's (2.55e305, 4.08e36 float), the negative zeros of ln gamma

@@ -224,6 +224,27 @@ const RealCase kRealCases[] = {
     {"Sin", -0x1p-1022, 0, 0, -0x1p-1022}, {"Cos", -0.0, 0, 0, 1}, {"Cos", kNaN, 0, 0, kNaN},
     {"Cos", -kInf, 0, 1, kNaN}, {"Sin", 1e300, 0, 0, -0.8178819121159085, kLevel, 'd'},
     {"Cos", 0x1.fffffffffffffp+1023, 0, 0, -0.99998768942655991, kLevel, 'd'},
+    // Tiny arguments, whose odd series round to x while their powers go denormal (float below
+    // 2^-20, double below 2^-120): the odd functions give x, Cos 1 and Acos pi/2 rounded (from
+    // float 1.6e-8 and double 5e-17 down), without a status; under DAZ a denormal is the zero of
+    // its sign.
+    {"Sin", -1e-30, 0, 0, -1e-30}, {"Sin", 0x1.fffffp-21, 0, 0, 0x1.fffffp-21, kValue, 's'},
+    {"Sin", 0x1p-20, 0, 0, 0x1p-20, kValue, 's'},
+    {"Sin", -0x1.fffffp-121, 0, 0, -0x1.fffffp-121, kValue, 'd'},
+    {"Tan", 1e-25, 0, 0, 1e-25}, {"Tan", -0x1.fffffp-21, 0, 0, -0x1.fffffp-21, kValue, 's'},
+    {"Tan", 3e-300, 0, 0, 3e-300, kValue, 'd'}, {"Cos", 1e-30, 0, 0, 1},
+    {"Atan", -3e-20, 0, 0, -3e-20}, {"Atan", 0x1.fffffp-121, 0, 0, 0x1.fffffp-121, kValue, 'd'},
+    {"Asin", 2e-37, 0, 0, 2e-37}, {"Asin", -0x1.fffffp-21, 0, 0, -0x1.fffffp-21, kValue, 's'},
+    {"Asin", -1e-200, 0, 0, -1e-200, kValue, 'd'}, {"Acos", -1e-30, 0, 0, kPi / 2},
+    {"Acos", 0x1.fffffp-27, 0, 0, kPi / 2, kValue, 's'},
+    {"Acos", -0x1.fffffp-56, 0, 0, kPi / 2, kValue, 'd'},
+    {"Sin", -0x1p-140, 0, 0, -0x1p-140, kValue, 's'},
+    {"Sin", -0x1p-140, 0, 0, -0.0, kValue, 's', OXL_VEK_MODE_FTZ_DAZ_ON},
+    {"Tan", 4.9406564584124654e-324, 0, 0, 0, kValue, 'd', OXL_VEK_MODE_FTZ_DAZ_ON},
+    {"Atan", 0x1p-140, 0, 0, 0, kValue, 's', OXL_VEK_MODE_FTZ_DAZ_ON},
+    {"Asin", -4.9406564584124654e-324, 0, 0, -0.0, kValue, 'd', OXL_VEK_MODE_FTZ_DAZ_ON},
+    {"Asin", -0x1p-140, 0, 0, -0x1p-140, kValue, 's'},
+    {"Acos", 0x1p-140, 0, 0, kPi / 2, kValue, 's', OXL_VEK_MODE_FTZ_DAZ_ON},
     // Error functions: signed zeros and limits, NaN without a status, and Erfc's underflow from
     // the first argument whose result rounds below the normal range (double, then float).
     {"Erf", -0.0, 0, 0, -0.0}, {"Erf", -kInf, 0, 0, -1}, {"Erf", kInf, 0, 0, 1},
@@ -749,7 +770,10 @@ TEST_F(Events, SinCosIsSinAndCosOfItsSlot) {
                            -0x1.6ac5b262ca1ffp+849,
                            0x1.fffffffffffffp+1023,
                            -kInf,
-                           kNaN};
+                           kNaN,
+                           1e-200,
+                           -0x1p-121,
+                           0x1.fffffffffffffp-121};
   std::vector<float> xf = {0.0f,
                            -0.0f,
                            0x1p-149f,
@@ -762,7 +786,10 @@ TEST_F(Events, SinCosIsSinAndCosOfItsSlot) {
                            1e22f,
                            0x1.fffffep+127f,
                            -std::numeric_limits<float>::infinity(),
-                           std::numeric_limits<float>::quiet_NaN()};
+                           std::numeric_limits<float>::quiet_NaN(),
+                           1e-30f,
+                           -0x1p-21f,
+                           0x1.fffffep-21f};
   for (int k = 0; k < 220; ++k) {
     x.push_back(std::ldexp((k % 2 ? -1.0 : 1.0) + k / 256.0, 5 * k - 80));
     xf.push_back(std::ldexp((k % 2 ? -1.0f : 1.0f) + k / 256.0f, (k % 60) - 40));
