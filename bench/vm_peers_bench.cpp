@@ -669,28 +669,15 @@ struct TinyRow {
   const char* name;
   const Kernel* table;
 };
-const TinyRow<oxl_vek_s_UNARY_kernel> kTinyRowsS[] = {
-    {"sSinTiny", oxl_vek_kernel_sSin_ttab},     {"sCosTiny", oxl_vek_kernel_sCos_ttab},
-    {"sTanTiny", oxl_vek_kernel_sTan_ttab},     {"sAtanTiny", oxl_vek_kernel_sAtan_ttab},
-    {"sAsinTiny", oxl_vek_kernel_sAsin_ttab},   {"sAcosTiny", oxl_vek_kernel_sAcos_ttab},
-    {"sSinhTiny", oxl_vek_kernel_sSinh_ttab},   {"sCoshTiny", oxl_vek_kernel_sCosh_ttab},
-    {"sTanhTiny", oxl_vek_kernel_sTanh_ttab},   {"sAsinhTiny", oxl_vek_kernel_sAsinh_ttab},
-    {"sAtanhTiny", oxl_vek_kernel_sAtanh_ttab}, {"sExpTiny", oxl_vek_kernel_sExp_ttab},
-    {"sExpm1Tiny", oxl_vek_kernel_sExpm1_ttab}, {"sLog1pTiny", oxl_vek_kernel_sLog1p_ttab},
-    {"sErfTiny", oxl_vek_kernel_sErf_ttab},     {"sErfcTiny", oxl_vek_kernel_sErfc_ttab},
-    {"sCbrtTiny", oxl_vek_kernel_sCbrt_ttab},
-};
-const TinyRow<oxl_vek_d_UNARY_kernel> kTinyRowsD[] = {
-    {"dSinTiny", oxl_vek_kernel_dSin_ttab},     {"dCosTiny", oxl_vek_kernel_dCos_ttab},
-    {"dTanTiny", oxl_vek_kernel_dTan_ttab},     {"dAtanTiny", oxl_vek_kernel_dAtan_ttab},
-    {"dAsinTiny", oxl_vek_kernel_dAsin_ttab},   {"dAcosTiny", oxl_vek_kernel_dAcos_ttab},
-    {"dSinhTiny", oxl_vek_kernel_dSinh_ttab},   {"dCoshTiny", oxl_vek_kernel_dCosh_ttab},
-    {"dTanhTiny", oxl_vek_kernel_dTanh_ttab},   {"dAsinhTiny", oxl_vek_kernel_dAsinh_ttab},
-    {"dAtanhTiny", oxl_vek_kernel_dAtanh_ttab}, {"dExpTiny", oxl_vek_kernel_dExp_ttab},
-    {"dExpm1Tiny", oxl_vek_kernel_dExpm1_ttab}, {"dLog1pTiny", oxl_vek_kernel_dLog1p_ttab},
-    {"dErfTiny", oxl_vek_kernel_dErf_ttab},     {"dErfcTiny", oxl_vek_kernel_dErfc_ttab},
-    {"dCbrtTiny", oxl_vek_kernel_dCbrt_ttab},
-};
+// The functions with a Tiny table, one list for both types.
+#define OXL_BENCH_TINY(X)                                                                         \
+  X(Sin)                                                                                          \
+  X(Cos) X(Tan) X(Atan) X(Asin) X(Acos) X(Sinh) X(Cosh) X(Tanh) X(Asinh) X(Atanh) X(Exp) X(Expm1) \
+      X(Log1p) X(Erf) X(Erfc) X(Cbrt)
+#define OXL_BENCH_TINY_ROW_S(F) {"s" #F "Tiny", oxl_vek_kernel_s##F##_ttab},
+#define OXL_BENCH_TINY_ROW_D(F) {"d" #F "Tiny", oxl_vek_kernel_d##F##_ttab},
+const TinyRow<oxl_vek_s_UNARY_kernel> kTinyRowsS[] = {OXL_BENCH_TINY(OXL_BENCH_TINY_ROW_S)};
+const TinyRow<oxl_vek_d_UNARY_kernel> kTinyRowsD[] = {OXL_BENCH_TINY(OXL_BENCH_TINY_ROW_D)};
 
 template <class T, class Kernel, size_t kRows>
 bool AddTiny(const TinyRow<Kernel> (&rows)[kRows], Range range) {
