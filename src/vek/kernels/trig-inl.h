@@ -466,13 +466,26 @@ HWY_INLINE SinCosPair<D> SinCosFloatHA(D d, const Reduced<D>& red) {
   return {hn::Add(r, tail), c};
 }
 
+// `odd` in the lanes of odd q, `even` in the others. AVX2 selects by the sign bit in one blend, so
+// q's bit 0 moves there (a mask would take a compare and an AND more); AVX-512 tests the bit into
+// a mask register in one operation.
+template <class D, class V = hn::VFromD<D>>
+HWY_INLINE V IfOdd(D d, hn::VFromD<hn::RebindToSigned<D>> q, V odd, V even) {
+#if HWY_TARGET <= HWY_AVX3
+  return hn::IfThenElse(Odd(d, q), odd, even);
+#else
+  return hn::IfNegativeThenElse(hn::BitCast(d, hn::ShiftLeft<8 * sizeof(hn::TFromD<D>) - 1>(q)),
+                                odd, even);
+#endif
+}
+
 // The float HA's Sin (kShift 0) or Cos (kShift 1, counted in the reduction): the quadrant's pick
 // of SinCosFloatHA, signed as Pick signs it.
 template <class D>
 HWY_INLINE hn::VFromD<D> OneOfFloatHA(D d, const Reduced<D>& red,
                                       hn::VFromD<hn::RebindToSigned<D>> sign) {
   const SinCosPair<D> v = SinCosFloatHA(d, red);
-  return SignByQuadrant(d, red.q, hn::IfThenElse(Odd(d, red.q), v.c, v.s), sign);
+  return SignByQuadrant(d, red.q, IfOdd(d, red.q, v.c, v.s), sign);
 }
 
 // tan |x| at HA = tan r for even q, -cot r for odd: num / den with num, den picked from the pairs
@@ -984,11 +997,12 @@ struct TrigFloatHalfTurnBody : TrigFloatBody<kFunc> {
 };
 
 // The float Sin, Cos and SinCos at HA, and Tan at every level, in float: the double kernels' HA
-// quarter-turn steps over float pairs (see kFloatQuarterReach). The polynomials' tails, the
-// rounding of 1 - r^2/2 and rl are small beside the final rounding, which keeps the result within 1
-// ulp; Sin and Cos alone evaluate one polynomial per lane, with the bits SinCos gives. Tan corrects
-// the quotient at HA; at LA and EP it takes one rational form in one float (TanFloat). Lanes beyond
-// the reach take the far lanes' double steps.
+// quarter-turn reduction over float pairs (see kFloatQuarterReach). Sin, Cos and SinCos take both
+// polynomials in every lane and pick by the quadrant (SinCosFloatHA: 0.79 ulp at worst over the
+// floats below the reach), so that SinCos gives the bits of Sin and Cos. Tan carries sine and
+// cosine with the roundings they left (HalfSquarePair) and corrects the quotient at HA; at LA and
+// EP it takes one rational form in one float (TanFloat). Lanes beyond the reach take the far
+// lanes' double steps.
 template <TrigFunction kFunc, trig_detail::Level kLevel>
 struct TrigFloatQuarterTurnBody : TrigFloatBody<kFunc> {
   static_assert(kLevel == trig_detail::Level::kHA || kFunc == TrigFunction::kTan);
@@ -1009,10 +1023,10 @@ struct TrigFloatQuarterTurnBody : TrigFloatBody<kFunc> {
       } else if constexpr (kFunc == TrigFunction::kSinCos) {
         Reduced<D> red = ReduceSmall<Level::kHA>(d, y);
         const SinCosPair<D> v = SinCosFloatHA(d, red);
-        const auto odd = Odd(d, red.q);
-        out[0] = SignByQuadrant(d, red.q, hn::IfThenElse(odd, v.c, v.s), sign);
+        out[0] = SignByQuadrant(d, red.q, IfOdd(d, red.q, v.c, v.s), sign);
+        const auto q = red.q;
         red.q = hn::Add(red.q, hn::Set(di, 1));
-        out[1] = SignByQuadrant(d, red.q, hn::IfThenElse(odd, v.s, v.c), no_sign);
+        out[1] = SignByQuadrant(d, red.q, IfOdd(d, q, v.s, v.c), no_sign);
       } else if constexpr (kFunc == TrigFunction::kSin) {
         out[0] = OneOfFloatHA(d, ReduceSmall<Level::kHA>(d, y), hn::BitCast(di, in[0]));
       } else {
