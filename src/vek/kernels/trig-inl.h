@@ -468,14 +468,15 @@ HWY_INLINE SinCosPair<D> SinCosFloatHA(D d, const Reduced<D>& red) {
 
 // `odd` in the lanes of odd q, `even` in the others. AVX2 selects by the sign bit in one blend, so
 // q's bit 0 moves there (a mask would take a compare and an AND more); AVX-512 tests the bit into
-// a mask register in one operation.
+// a mask register in one operation, and the scalar target's selection by sign takes -0 as not
+// negative.
 template <class D, class V = hn::VFromD<D>>
 HWY_INLINE V IfOdd(D d, hn::VFromD<hn::RebindToSigned<D>> q, V odd, V even) {
-#if HWY_TARGET <= HWY_AVX3
-  return hn::IfThenElse(Odd(d, q), odd, even);
-#else
+#if HWY_TARGET == HWY_AVX2
   return hn::IfNegativeThenElse(hn::BitCast(d, hn::ShiftLeft<8 * sizeof(hn::TFromD<D>) - 1>(q)),
                                 odd, even);
+#else
+  return hn::IfThenElse(Odd(d, q), odd, even);
 #endif
 }
 
