@@ -73,11 +73,12 @@ struct QuarterTurn<float> {
 // 0 <= y <= 2^24 (double) or kFloatQuarterReach (float). The shifter, 1.5 times 2^52 (2^23),
 // rounds y 2/pi to the integer n in its low bits. HA carries what the rounding of y - n (p1 + p2)
 // loses (two-sum) and the product's own error into rl; EP (double only) takes two parts.
-template <Level kLevel, class D>
+// kShift is added to q through the shifter, free of an operation (the cosine's quadrants).
+template <Level kLevel, int kShift = 0, class D>
 HWY_INLINE Reduced<D> ReduceSmall(D d, hn::VFromD<D> y) {
   using C = QuarterTurn<hn::TFromD<D>>;
   const hn::RebindToSigned<D> di;
-  const auto shifter = hn::Set(d, C::kShifter);
+  const auto shifter = hn::Set(d, C::kShifter + kShift);
   const auto z = Fma(d, y, hn::Set(d, C::kTwoOverPi), shifter);
   const auto n = hn::Sub(z, shifter);
   const auto p1 = hn::Set(d, C::kPiOver2[0]), p2 = hn::Set(d, C::kPiOver2[1]);
@@ -439,6 +440,53 @@ HWY_INLINE hn::VFromD<D> OneOfHA(D d, const Reduced<D>& red,
   // rl t + 0 or e - rl r, in one product: the multiplies, not the selections, bound the kernel.
   const auto small = Fma(d, rl, hn::IfThenElse(odd, hn::Neg(r), t), hn::IfThenElseZero(odd, e));
   return SignByQuadrant(d, q, hn::Add(lead, Fma(d, scale, p, small)), sign);
+}
+
+// The float HA's sine and cosine of r = rh + rl: c = 1 + r X with X = -r/2 + (r^3 Q(r^2) - rl)
+// (the cosine's rl term, -r rl, stands for -rl sin r within a twentieth of an ulp), and s = r +
+// (r^3 S(r^2) + rl (1 - r^2/2)), rl entering by the derivative (rl alone would cost 0.13 ulp at
+// pi/4; rl c, as exact, would wait for c and lengthen the chain, which bounds the kernel). In c,
+// r X is exact in the fused step and -r/2 in the one before, so what counts is X's rounding (2^-26
+// at most, times |r|: a fifth of an ulp at pi/4) and the last; rounding -1/2 + r^2 Q first would
+// add 0.15 ulp. The sine's tail is below a ninth of s. Both in every lane, then one selection: no
+// coefficient picked per lane and no 1 - r^2/2 carried with its rounding error.
+template <class D>
+struct SinCosPair {
+  hn::VFromD<D> s, c;
+};
+template <class D>
+HWY_INLINE SinCosPair<D> SinCosFloatHA(D d, const Reduced<D>& red) {
+  const auto r = red.rh;
+  const auto w = hn::Mul(r, r);
+  const auto rw = hn::Mul(r, w);
+  const auto x = Fma(d, r, hn::Set(d, -0.5f), Fms(d, rw, Horner(d, w, tt::kCosPolyF), red.rl));
+  const auto c = Fma(d, r, x, hn::Set(d, 1.0f));
+  const auto rl_cos = Fma(d, red.rl, hn::Mul(w, hn::Set(d, -0.5f)), red.rl);
+  const auto tail = Fma(d, rw, Horner(d, w, tt::kSinPolyF), rl_cos);
+  return {hn::Add(r, tail), c};
+}
+
+// `odd` in the lanes of odd q, `even` in the others. AVX2 selects by the sign bit in one blend, so
+// q's bit 0 moves there (a mask would take a compare and an AND more); AVX-512 tests the bit into
+// a mask register in one operation, and the scalar target's selection by sign takes -0 as not
+// negative.
+template <class D, class V = hn::VFromD<D>>
+HWY_INLINE V IfOdd(D d, hn::VFromD<hn::RebindToSigned<D>> q, V odd, V even) {
+#if HWY_TARGET == HWY_AVX2
+  return hn::IfNegativeThenElse(hn::BitCast(d, hn::ShiftLeft<8 * sizeof(hn::TFromD<D>) - 1>(q)),
+                                odd, even);
+#else
+  return hn::IfThenElse(Odd(d, q), odd, even);
+#endif
+}
+
+// The float HA's Sin (kShift 0) or Cos (kShift 1, counted in the reduction): the quadrant's pick
+// of SinCosFloatHA, signed as Pick signs it.
+template <class D>
+HWY_INLINE hn::VFromD<D> OneOfFloatHA(D d, const Reduced<D>& red,
+                                      hn::VFromD<hn::RebindToSigned<D>> sign) {
+  const SinCosPair<D> v = SinCosFloatHA(d, red);
+  return SignByQuadrant(d, red.q, IfOdd(d, red.q, v.c, v.s), sign);
 }
 
 // tan |x| at HA = tan r for even q, -cot r for odd: num / den with num, den picked from the pairs
@@ -950,11 +998,12 @@ struct TrigFloatHalfTurnBody : TrigFloatBody<kFunc> {
 };
 
 // The float Sin, Cos and SinCos at HA, and Tan at every level, in float: the double kernels' HA
-// quarter-turn steps over float pairs (see kFloatQuarterReach). The polynomials' tails, the
-// rounding of 1 - r^2/2 and rl are small beside the final rounding, which keeps the result within 1
-// ulp; Sin and Cos alone evaluate one polynomial per lane, with the bits SinCos gives. Tan corrects
-// the quotient at HA; at LA and EP it takes one rational form in one float (TanFloat). Lanes beyond
-// the reach take the far lanes' double steps.
+// quarter-turn reduction over float pairs (see kFloatQuarterReach). Sin, Cos and SinCos take both
+// polynomials in every lane and pick by the quadrant (SinCosFloatHA: 0.79 ulp at worst over the
+// floats below the reach), so that SinCos gives the bits of Sin and Cos. Tan carries sine and
+// cosine with the roundings they left (HalfSquarePair) and corrects the quotient at HA; at LA and
+// EP it takes one rational form in one float (TanFloat). Lanes beyond the reach take the far
+// lanes' double steps.
 template <TrigFunction kFunc, trig_detail::Level kLevel>
 struct TrigFloatQuarterTurnBody : TrigFloatBody<kFunc> {
   static_assert(kLevel == trig_detail::Level::kHA || kFunc == TrigFunction::kTan);
@@ -968,17 +1017,21 @@ struct TrigFloatQuarterTurnBody : TrigFloatBody<kFunc> {
       const hn::RebindToSigned<D> di;
       const auto sign = hn::And(hn::BitCast(di, in[0]), hn::Set(di, INT32_MIN));
       const auto no_sign = hn::Zero(di);
-      const Reduced<D> red = ReduceSmall<Level::kHA>(d, hn::Abs(in[0]));
+      const auto y = hn::Abs(in[0]);
       if constexpr (kFunc == TrigFunction::kTan) {
+        const Reduced<D> red = ReduceSmall<Level::kHA>(d, y);
         out[0] = TanOf(d, red, Polynomials<Level::kHA>(d, red), sign);
       } else if constexpr (kFunc == TrigFunction::kSinCos) {
-        const SinCosOfR<D> v = Polynomials<Level::kHA>(d, red);
-        out[0] = Pick<0>(d, red, v, sign);
-        out[1] = Pick<1>(d, red, v, no_sign);
+        Reduced<D> red = ReduceSmall<Level::kHA>(d, y);
+        const SinCosPair<D> v = SinCosFloatHA(d, red);
+        out[0] = SignByQuadrant(d, red.q, IfOdd(d, red.q, v.c, v.s), sign);
+        const auto q = red.q;
+        red.q = hn::Add(red.q, hn::Set(di, 1));
+        out[1] = SignByQuadrant(d, red.q, IfOdd(d, q, v.s, v.c), no_sign);
       } else if constexpr (kFunc == TrigFunction::kSin) {
-        out[0] = OneOfHA<0>(d, red, sign);
+        out[0] = OneOfFloatHA(d, ReduceSmall<Level::kHA>(d, y), hn::BitCast(di, in[0]));
       } else {
-        out[0] = OneOfHA<1>(d, red, no_sign);
+        out[0] = OneOfFloatHA(d, ReduceSmall<Level::kHA, 1>(d, y), no_sign);
       }
     }
     this->TakeFarLanes(d, kFloatQuarterReach, in, out, rare);

@@ -2,7 +2,8 @@
 // turns (TrigFloatQuarterTurnBody), Sin, Cos and SinCos at LA and EP by half turns
 // (TrigFloatHalfTurnBody). Far arguments (beyond 2^12) are computed in double on widened halves
 // (TrigFloatBody::FarBody): two parts of pi up to 2^24, beyond it a table of 1/pi mod 2 per
-// exponent in three doubles whose products with the float are exact but the last.
+// exponent in three doubles whose products with the float are exact but the last. HA's Sin and
+// Cos are within 0.79 ulp over every float up to 2^12.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/trig_s.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
