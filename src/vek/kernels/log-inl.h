@@ -892,13 +892,14 @@ struct LogQuotientBody : UnaryRealBody<T> {
         const auto low = hn::Add(Fma(d, e, hn::Set(d, C::kLn2Lo), err), t_lo);
         return hn::Add(hi, Fma(d, tz, p, low));
       } else {
-        // t log10(e) as an exact product pair, the rest scaled in one rounding each.
+        // q + t log10(e)hi rounded once by the fused operation, and its error by a second from
+        // q - hi, exact: |t log10(e)| <= 0.174 on [3/4, 3/2), so |hi| >= 1/8 where |e| = 1 and
+        // q and hi are multiples of hi's last place less than 2^53 of them apart (as the float
+        // Log10 HA kernel). The rest scaled in one rounding each.
         const auto lg = hn::Set(d, C::kLog10OfEHi);
-        const auto th = hn::Mul(t, lg);
-        const auto th_err = Fms(d, t, lg, th);
-        const auto hi = hn::Add(q, th);
-        const auto err = hn::Add(hn::Sub(q, hi), th);
-        const auto small = Fma(d, e, hn::Set(d, C::kLog10Of2Lo), hn::Add(err, th_err));
+        const auto hi = Fma(d, t, lg, q);
+        const auto err = Fma(d, t, lg, hn::Sub(q, hi));
+        const auto small = Fma(d, e, hn::Set(d, C::kLog10Of2Lo), err);
         const auto low = Fma(d, t_lo, lg, Fma(d, t, hn::Set(d, C::kLog10OfELo), small));
         return hn::Add(hi, Fma(d, hn::Mul(tz, lg), p, low));
       }
