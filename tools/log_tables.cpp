@@ -199,5 +199,24 @@ int main(int argc, char** argv) {
     const std::vector<double> q = Log1pPolynomial(terms, std::sqrt(0.5) - 1, std::sqrt(2.0) - 1);
     PrintArray(out, name, std::vector<float>(q.begin(), q.end()));
   }
+
+  // The float Log10 HA kernel: m in [A, 2A) with A = 0x1.668p-1 (0.7012), below sqrt(1/2) so that
+  // k log10(2) + r log10(e) stays above 1/8 in magnitude for k = -1 (see the kernel), and h of
+  // log10(1 + r) = r log10(e) + r^2 h(r), the same fit scaled by log10(e) in MPFR, rounded to
+  // float: 9 terms.
+  {
+    const double a = 0x1.668p-1;
+    const std::vector<double> q = Log1pPolynomial(9, a - 1, 2 * a - 1);
+    Mp lg, term;
+    mpfr_set_ui(lg.v, 10, MPFR_RNDN);
+    mpfr_log(lg.v, lg.v, MPFR_RNDN);
+    mpfr_ui_div(lg.v, 1, lg.v, MPFR_RNDN);
+    std::vector<float> scaled;
+    for (const double c : q) {
+      mpfr_mul_d(term.v, lg.v, c, MPFR_RNDN);
+      scaled.push_back(mpfr_get_flt(term.v, MPFR_RNDN));
+    }
+    PrintArray(out, "kLog10WideHA", scaled);
+  }
   return std::fclose(out) == 0 ? 0 : 1;
 }

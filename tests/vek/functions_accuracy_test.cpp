@@ -155,18 +155,20 @@ const std::map<std::string, HardCase>& HardCases() {
     // The logarithms cancel around 1, switch table halves at 3/4 and 3/2 (double) and change
     // interval at 1 - 2^-6, 1 + 2^-5, 1 + 15/32 (where the power of two counts one more) and
     // 2 - 2^-5 (float), take a second pass outside [2^-126, 2^126] (float; double 2^+-1022),
-    // and meet the denormals; the float HA kernels' worst arguments over all floats (Ln 0.875
-    // ulp, Log10 0.825), and the double LA kernels' worst found, just above 1 + 2^-5, where -ln c
+    // and meet the denormals; the float Ln HA kernel's worst argument over all floats (0.875
+    // ulp), and the double LA kernels' worst found, just above 1 + 2^-5, where -ln c
     // cancels against r (Ln 2.76 ulp, Log10 2.62).
     HardCase log = {{1.0, 0.75, 1.5, 2.0, 0x1p-126, 0x1p126, 0x1p-1022, 0x1p1022, 10.0, 1000.0,
                      0x1.f8p-1, 0x1.08p+0, 0x1.78p+0, 0x1.f8p+0, 0x1.66e6ep-1, 0x1.4b2bcep+0,
                      0x1.08022adb02ab8p+0, 0x1.0800000000139p+0},
                     {{0.9, 1.1}, {0.999, 1.001}, {0.5, 2.0}}};
-    // The float LA and EP kernels split at sqrt(1/2) and sqrt(2); their worst arguments over all
-    // floats (Ln, Log10; EP in ulp and in bits).
-    log.thresholds.insert(log.thresholds.end(),
-                          {0x1.6a09e6p-1, 0x1.6a09e6p+0, 0x1.6aab7p+11, 0x1.92444ep+1, 0x1.8ecp-1,
-                           0x1.2481c4p+0, 0x1.5555e4p+0, 0x1.246eb8p+0});
+    // The float LA and EP kernels split at sqrt(1/2) and sqrt(2), Log10 HA at 0x1.668p-1 and
+    // 0x1.668p+0; their worst arguments over all floats (Ln, Log10; EP in ulp and in bits; Log10
+    // HA 0.918 ulp).
+    log.thresholds.insert(
+        log.thresholds.end(),
+        {0x1.6a09e6p-1, 0x1.6a09e6p+0, 0x1.6aab7p+11, 0x1.92444ep+1, 0x1.8ecp-1, 0x1.2481c4p+0,
+         0x1.5555e4p+0, 0x1.246eb8p+0, 0x1.668p-1, 0x1.668p+0, 0x1.53bc74p+0});
     // Log1p: where 1 + x rounds (2^-24, 2^-53), where x alone is the answer (2^24, 2^53), where
     // 1 + x leaves the interval around 1 (-2^-6, 2^-5), where the float kernels stop scaling the
     // rounding error of 1 + x (2^64), the ends of the second pass, the float HA kernel's worst

@@ -689,28 +689,31 @@ struct LogPolyBodyS : UnaryRealBody<float> {
     }
   }
 
-  // HA: log_b(v) = k log_b(2) + r log_b(e) + r^2 h(r) with h of nine terms (2^-27.7 of ln(1 + r)),
-  // scaled by log_b(e) for Log10. k log_b(2)hi is exact (k has at most 8 bits, the constant at
-  // most 15), and its sum with r log_b(e) is carried to twice the precision (the fast two-sum:
-  // |k log_b(2)hi| > 0.3 > |r log_b(e)| wherever k is not 0); r log_b(e) is a product pair for
-  // Log10 (r itself for Ln and Log1p). The rest rounds once, beside the pair: it stays below a
-  // quarter of the result.
+  // HA: log_b(v) = k log_b(2) + r log_b(e) + r^2 h(r) with h of nine terms (2^-27.7 of ln(1 + r)).
+  // k log_b(2)hi is exact (k has at most 8 bits, the constant at most 15), and its sum with
+  // r log_b(e) is carried to twice the precision; the rest rounds once, beside the pair: it stays
+  // below a quarter of the result. Ln and Log1p take the fast two-sum (|k ln2hi| > 0.3 > |r|
+  // wherever k is not 0). Log10 rounds k log10(2)hi + r log10(e)hi once by the fused operation
+  // and gets its error by a second one from big - s, which is exact when |s| >= 1/8 for k = +-1
+  // (both are then multiples of 2^-26 less than 1/4 apart; for |k| >= 2 of 2^-25, 1/2 apart):
+  // so Log10 splits at A = 0x1.668p-1 below sqrt(1/2), r in [-0.299, 0.403), where
+  // |r log10(e)| <= 0.175 < log10(2) - 1/8, with h fitted there (kLog10WideHA). r log10(e)lo joins
+  // h's polynomial as its constant term. Against the product pair and fast two-sum this takes
+  // five operations of 29 (exhaustively 0.918 ulp against 0.825).
+  static constexpr bool kTen = kFunc == LogFunction::kLog10;
   struct WideHA {
     float log2_hi, log2_lo, lg_hi, lg_lo;
     float h[9];
   };
   static constexpr WideHA Constants() {
     using C = log_detail::Consts<float>;
-    constexpr double kLg = 0x1.bcb7b1526e50ep-2;  // log10(e)
     WideHA w{};
-    const bool ten = kFunc == LogFunction::kLog10;
-    w.log2_hi = ten ? 0x1.344p-2f : C::kLn2Hi;
-    w.log2_lo = ten ? static_cast<float>(0x1.34413509f79ffp-2 - 0x1.344p-2) : C::kLn2Lo;
+    w.log2_hi = kTen ? 0x1.344p-2f : C::kLn2Hi;
+    w.log2_lo = kTen ? static_cast<float>(0x1.34413509f79ffp-2 - 0x1.344p-2) : C::kLn2Lo;
     w.lg_hi = C::kLog10OfEHi;
     w.lg_lo = C::kLog10OfELo;
     for (int i = 0; i < 9; ++i) {
-      const double c = vek::log_tables::kLnWideHA[i];
-      w.h[i] = static_cast<float>(ten ? c * kLg : c);
+      w.h[i] = kTen ? vek::log_tables::kLog10WideHA[i] : vek::log_tables::kLnWideHA[i];
     }
     return w;
   }
@@ -721,36 +724,32 @@ struct LogPolyBodyS : UnaryRealBody<float> {
     constexpr const WideHA& w = kWideHA;
     const auto r = hn::Sub(m, hn::Set(d, 1.0f));
     const auto h = Horner(d, r, w.h);
-    auto lead = r;
-    auto lead_lo = hn::Zero(d);
-    if constexpr (kFunc == LogFunction::kLog10) {
-      const auto lg = hn::Set(d, w.lg_hi);
-      lead = hn::Mul(r, lg);
-      lead_lo = Fma(d, r, hn::Set(d, w.lg_lo), Fms(d, r, lg, lead));
-    }
     const auto big = hn::Mul(scaled_k, hn::Set(d, w.log2_hi * 0x1p-23f));
-    const auto s = hn::Add(big, lead);
-    const auto t = hn::Add(hn::Sub(big, s), lead);
-    auto small = Fma(d, scaled_k, hn::Set(d, w.log2_lo * 0x1p-23f), t);
-    if constexpr (kFunc == LogFunction::kLog1p) small = hn::Add(small, lo_over_v);
-    if constexpr (kFunc == LogFunction::kLog10) {
-      // Scaled by log10(e) = 0.43, a result can land at the top of a lower binade, where the
-      // same roundings weigh up to twice as many ulps: r^2 comes exact, its rounding error times
-      // h's leading term joining the rest (0.82 ulp against 1.02 with r (r h)).
-      const auto r2 = hn::Mul(r, r);
-      small = Fma(d, Fms(d, r, r, r2), hn::Set(d, w.h[0]), hn::Add(small, lead_lo));
-      return hn::Add(s, Fma(d, r2, h, small));
+    const auto log2_lo = hn::Set(d, w.log2_lo * 0x1p-23f);
+    if constexpr (kTen) {
+      const auto lg = hn::Set(d, w.lg_hi);
+      const auto s = Fma(d, r, lg, big);
+      const auto t = Fma(d, r, lg, hn::Sub(big, s));
+      const auto small = Fma(d, scaled_k, log2_lo, t);
+      return hn::Add(s, Fma(d, r, Fma(d, r, h, hn::Set(d, w.lg_lo)), small));
     } else {
+      const auto s = hn::Add(big, r);
+      const auto t = hn::Add(hn::Sub(big, s), r);
+      auto small = Fma(d, scaled_k, log2_lo, t);
+      if constexpr (kFunc == LogFunction::kLog1p) small = hn::Add(small, lo_over_v);
       return hn::Add(s, Fma(d, r, hn::Mul(r, h), small));
     }
   }
 
-  // m and k 2^23 for positive normal v (as a float, exact: k has at most 8 bits).
+  // m in [A, 2A) and k 2^23 for positive normal v (as a float, exact: k has at most 8 bits), with
+  // A = sqrt(1/2) rounded down but at Log10 HA (above).
+  static constexpr int32_t kLowerBits =
+      kTen && kLevel == LogLevel::kHA ? 0x3F334000 : 0x3F3504F3;  // 0x1.668p-1, sqrt(1/2)
   template <class D, class V = hn::VFromD<D>>
   static HWY_INLINE void Split(D d, V v, V& m, V& scaled_k) {
     const hn::RebindToSigned<D> di;
     const auto bits = hn::BitCast(di, v);
-    const auto rel = hn::Sub(bits, hn::Set(di, 0x3F3504F3));  // bits(sqrt(1/2)), rounded down
+    const auto rel = hn::Sub(bits, hn::Set(di, kLowerBits));
     const auto power = hn::And(rel, hn::Set(di, static_cast<int32_t>(0xFF800000u)));
     m = hn::BitCast(d, hn::Sub(bits, power));
     scaled_k = hn::ConvertTo(d, power);
@@ -893,13 +892,14 @@ struct LogQuotientBody : UnaryRealBody<T> {
         const auto low = hn::Add(Fma(d, e, hn::Set(d, C::kLn2Lo), err), t_lo);
         return hn::Add(hi, Fma(d, tz, p, low));
       } else {
-        // t log10(e) as an exact product pair, the rest scaled in one rounding each.
+        // q + t log10(e)hi rounded once by the fused operation, and its error by a second from
+        // q - hi, exact: |t log10(e)| <= 0.174 on [3/4, 3/2), so |hi| >= 1/8 where |e| = 1 and
+        // q and hi are multiples of hi's last place less than 2^53 of them apart (as the float
+        // Log10 HA kernel). The rest scaled in one rounding each.
         const auto lg = hn::Set(d, C::kLog10OfEHi);
-        const auto th = hn::Mul(t, lg);
-        const auto th_err = Fms(d, t, lg, th);
-        const auto hi = hn::Add(q, th);
-        const auto err = hn::Add(hn::Sub(q, hi), th);
-        const auto small = Fma(d, e, hn::Set(d, C::kLog10Of2Lo), hn::Add(err, th_err));
+        const auto hi = Fma(d, t, lg, q);
+        const auto err = Fma(d, t, lg, hn::Sub(q, hi));
+        const auto small = Fma(d, e, hn::Set(d, C::kLog10Of2Lo), err);
         const auto low = Fma(d, t_lo, lg, Fma(d, t, hn::Set(d, C::kLog10OfELo), small));
         return hn::Add(hi, Fma(d, hn::Mul(tz, lg), p, low));
       }
