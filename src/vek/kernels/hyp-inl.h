@@ -179,15 +179,14 @@ HWY_INLINE hn::VFromD<D> BelowHoldIsA(D d, hn::VFromD<D> a, hn::VFromD<D> series
                         series);
 }
 
-// Float tanh at HA for 0 <= a <= 10. From a = 1/2 on, tanh a = 1 - q with q = 1 / (H + 1/2) and
+// Float tanh at HA for 1/2 <= a <= 10: tanh a = 1 - q with q = 1 / (H + 1/2) and
 // H = e^(2a) / 2 = s (1 + p) as Sinh and Cosh take it: H + 1/2 as a pair by the fast two-sum
 // (s >= 1/2), q corrected by its residual, 1 - q by the fast two-sum again. tanh a >= 0.46 there,
 // so that the relative error of the pair (the reduction's rounding and p's, about 2^-29) stays a
-// small part of an ulp. Below 1/2, a + a^3 P(a^2) with P fitted to the relative error of tanh
-// (2.7e-9 with the coefficients rounded to float), only for vectors holding such a lane.
+// small part of an ulp.
 template <class D>
-HWY_INLINE hn::VFromD<D> TanhF(D d, const ExpTables<float, HypLevel::kHA>& tables,
-                               hn::VFromD<D> a) {
+HWY_INLINE hn::VFromD<D> TanhLargeF(D d, const ExpTables<float, HypLevel::kHA>& tables,
+                                    hn::VFromD<D> a) {
   const auto one = hn::Set(d, 1.0f);
   const auto half = hn::Set(d, 0.5f);
   const auto red = exp_detail::Reduce<8, true, 1>(d, hn::Add(a, a));
@@ -200,17 +199,18 @@ HWY_INLINE hn::VFromD<D> TanhF(D d, const ExpTables<float, HypLevel::kHA>& table
   const auto q = hn::Div(one, den);
   const auto q_lo = hn::Mul(Fnma(d, q, den_lo, Fnma(d, q, den, one)), q);
   const auto t = hn::Sub(one, q);
-  auto result = hn::Add(t, hn::Sub(hn::Sub(hn::Sub(one, t), q), q_lo));
-  const auto small = hn::Lt(a, half);
-  if (!hn::AllFalse(d, small)) {
-    const auto held = hn::Max(a, hn::Set(d, kCubeHold<float>));
-    const auto a2 = hn::Mul(held, held);
-    const auto poly = Horner(d, a2, -0x1.555552p-2f, 0x1.110f38p-3f, -0x1.b98e84p-5f,
-                             0x1.5d13a6p-6f, -0x1.b47818p-8f);
-    result =
-        hn::IfThenElse(small, BelowHoldIsA(d, a, Fma(d, hn::Mul(a2, held), poly, held)), result);
-  }
-  return result;
+  return hn::Add(t, hn::Sub(hn::Sub(hn::Sub(one, t), q), q_lo));
+}
+
+// Float tanh at HA below 1/2: a + a^3 P(a^2) with P fitted to the relative error of tanh (2.7e-9
+// with the coefficients rounded to float).
+template <class D>
+HWY_INLINE hn::VFromD<D> TanhSmallF(D d, hn::VFromD<D> a) {
+  const auto held = hn::Max(a, hn::Set(d, kCubeHold<float>));
+  const auto a2 = hn::Mul(held, held);
+  const auto poly = Horner(d, a2, -0x1.555552p-2f, 0x1.110f38p-3f, -0x1.b98e84p-5f, 0x1.5d13a6p-6f,
+                           -0x1.b47818p-8f);
+  return BelowHoldIsA(d, a, Fma(d, hn::Mul(a2, held), poly, held));
 }
 
 // sinh x - x = x^3 P(x^2) for 0 <= x < 1/2 with Taylor's coefficients: to x^17 at HA (the first
@@ -260,31 +260,50 @@ struct SinhCoshBody : UnaryRealBody<T> {
     return hyp_detail::AtOrBeyond(d, x, hyp_detail::kBound<hn::TFromD<D>>);
   }
 
+  // Both halves of the exponential, or H and its reciprocal, for a = |x| (rare lanes on 0).
   template <class D>
-  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
-    const auto x = in[0];
-    rare[0] = RareOf(d, x);
-    // Rare lanes compute on zero: their results are replaced, and large values would only raise
-    // flags on the way.
-    const auto a = hn::IfThenZeroElse(rare[0], hn::Abs(x));
-    hn::Vec<D> result;
+  HWY_INLINE hn::Vec<D> OfMagnitude(D d, hn::Vec<D> a) const {
     if constexpr (kLevel == HypLevel::kHA) {
-      result = hyp_detail::SumOfHalves(d, hyp_detail::HalfExpsHA(d, tables, a), kSinh);
+      return hyp_detail::SumOfHalves(d, hyp_detail::HalfExpsHA(d, tables, a), kSinh);
     } else {
-      result =
-          hyp_detail::PlusQuarterReciprocal(d, hyp_detail::HalfExp<kLevel>(d, tables, a), kSinh);
+      return hyp_detail::PlusQuarterReciprocal(d, hyp_detail::HalfExp<kLevel>(d, tables, a), kSinh);
+    }
+  }
+
+  // The block's vectors a stage at a time: sinh's series below 1/2 is a branch, taken once per
+  // block after every vector's exponential. With a branch in each vector's body the unrolled
+  // vectors ran one after the other instead of interleaved (their chains are long).
+  static constexpr bool kStaged = true;
+
+  template <class D, size_t kN, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void Steps(D d, const V (&in)[kN][1], V (&out)[kN][1], M (&rare)[kN][1]) const {
+    V a[kN];
+    OXL_UNROLL_STEPS
+    for (size_t i = 0; i < kN; ++i) {
+      rare[i][0] = RareOf(d, in[i][0]);
+      // Rare lanes compute on zero: their results are replaced, and large values would only raise
+      // flags on the way.
+      a[i] = hn::IfThenZeroElse(rare[i][0], hn::Abs(in[i][0]));
+      out[i][0] = OfMagnitude(d, a[i]);
     }
     if constexpr (kSinh) {
-      // The series only where a lane needs it: most vectors of most arrays hold none.
-      const auto small = hn::Lt(a, hn::Set(d, T(0.5)));
-      auto sinh = result;
-      if (!hn::AllFalse(d, small)) {
-        sinh = hn::IfThenElse(small, hyp_detail::SinhSmall<kLevel>(d, a), result);
+      // The series only where a lane of the block needs it: most blocks of most arrays hold none.
+      M small[kN];
+      M any = hn::MaskFromVec(hn::Zero(d));
+      OXL_UNROLL_STEPS
+      for (size_t i = 0; i < kN; ++i) {
+        small[i] = hn::Lt(a[i], hn::Set(d, T(0.5)));
+        any = hn::Or(any, small[i]);
+      }
+      if (!hn::AllFalse(d, any)) {
+        OXL_UNROLL_STEPS
+        for (size_t i = 0; i < kN; ++i) {
+          out[i][0] = hn::IfThenElse(small[i], hyp_detail::SinhSmall<kLevel>(d, a[i]), out[i][0]);
+        }
       }
       // sinh is odd, and -0 and the denormals keep their sign and value.
-      out[0] = hn::CopySign(sinh, x);
-    } else {
-      out[0] = result;
+      OXL_UNROLL_STEPS
+      for (size_t i = 0; i < kN; ++i) out[i][0] = hn::CopySign(out[i][0], in[i][0]);
     }
   }
 
@@ -315,18 +334,41 @@ struct TanhBody : UnaryRealBody<T> {
     return hn::IsNaN(x);
   }
 
-  template <class D>
-  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
-    const auto x = in[0];
-    rare[0] = RareOf(d, x);
-    const auto a = hn::IfThenZeroElse(rare[0], hn::Min(hn::Abs(x), hn::Set(d, kCap)));
-    hn::Vec<D> result;
-    if constexpr (sizeof(T) == 4 && kLevel == HypLevel::kHA) {
-      result = hyp_detail::TanhF(d, tables, a);
-    } else {
-      result = Quotient(d, Expm1Parts<kEntries, kExpLevel>(d, tables, hn::Add(a, a)));
+  // The block's vectors a stage at a time, as Sinh: float HA's polynomial below 1/2 is a branch,
+  // taken once per block after every vector's exponential.
+  static constexpr bool kStaged = true;
+
+  template <class D, size_t kN, class V = hn::VFromD<D>, class M = hn::Mask<D>>
+  HWY_INLINE void Steps(D d, const V (&in)[kN][1], V (&out)[kN][1], M (&rare)[kN][1]) const {
+    constexpr bool kFloatHA = sizeof(T) == 4 && kLevel == HypLevel::kHA;
+    V a[kN];
+    OXL_UNROLL_STEPS
+    for (size_t i = 0; i < kN; ++i) {
+      rare[i][0] = RareOf(d, in[i][0]);
+      a[i] = hn::IfThenZeroElse(rare[i][0], hn::Min(hn::Abs(in[i][0]), hn::Set(d, kCap)));
+      if constexpr (kFloatHA) {
+        out[i][0] = hyp_detail::TanhLargeF(d, tables, a[i]);
+      } else {
+        out[i][0] = Quotient(d, Expm1Parts<kEntries, kExpLevel>(d, tables, hn::Add(a[i], a[i])));
+      }
     }
-    out[0] = hn::CopySign(result, x);
+    if constexpr (kFloatHA) {
+      M small[kN];
+      M any = hn::MaskFromVec(hn::Zero(d));
+      OXL_UNROLL_STEPS
+      for (size_t i = 0; i < kN; ++i) {
+        small[i] = hn::Lt(a[i], hn::Set(d, 0.5f));
+        any = hn::Or(any, small[i]);
+      }
+      if (!hn::AllFalse(d, any)) {
+        OXL_UNROLL_STEPS
+        for (size_t i = 0; i < kN; ++i) {
+          out[i][0] = hn::IfThenElse(small[i], hyp_detail::TanhSmallF(d, a[i]), out[i][0]);
+        }
+      }
+    }
+    OXL_UNROLL_STEPS
+    for (size_t i = 0; i < kN; ++i) out[i][0] = hn::CopySign(out[i][0], in[i][0]);
   }
 
   // E / (E + 2) from Expm1's terms of E.
