@@ -9,19 +9,19 @@
 //   cosh a = e^a / 2 + e^-a / 2,   sinh a = e^a / 2 - e^-a / 2
 // with the scaled table values summed by the fast two-sum and the small terms added last: no
 // division, which cost more than the second exponential's permutes (on AVX-512 by a fifth; on
-// AVX2 Cosh is a sixth slower for it and Sinh a quarter faster). Below |x| = 1/2, where the
-// cancellation of sinh would show in the small terms, sinh is x + x^3 P(x^2) with Taylor's
-// coefficients. LA and EP take H = e^|x| / 2 in one part and
+// AVX2 Cosh is a sixth slower for it and Sinh a quarter faster). Below |x| = 1/2 (float HA 1/4),
+// where the cancellation of sinh would show in the small terms, sinh is x + x^3 P(x^2) with
+// Taylor's coefficients. LA and EP take H = e^|x| / 2 in one part and
 //   cosh x = H + 1 / (4H),   sinh |x| = H - 1 / (4H)
 // with one division. Double HA: sinh 0.65 and cosh 0.64 ulp over 10^8 arguments; float HA over all
-// floats: sinh 0.687, cosh 0.618.
+// floats: sinh 0.755, cosh 0.618.
 //
 // Tanh |x| = E / (E + 2) with E = e^(2|x|) - 1 from the Expm1 kernels' reduction, which has no
 // cancellation at any |x|: at HA E is the pair of the Expm1 HA kernel, E + 2 a pair by the fast
 // two-sum, and the quotient corrected by its residual. Beyond |x| = 22 tanh rounds to 1: |x| is
 // capped there, and the formula gives 1. Float Tanh HA is 1 - 1 / (e^2a / 2 + 1/2) on the
-// exponential of Sinh and Cosh from 1/2 on, where it has no cancellation, and a fitted odd
-// polynomial below (0.653 ulp over all floats).
+// exponential of Sinh and Cosh from 1/8 on, where it cancels at most eightfold, and a fitted odd
+// polynomial below (0.682 ulp over all floats).
 //
 // Every body serves floats too. Sinh and Cosh take the float exponential's table (8 entries at HA,
 // 16 at LA and EP), Tanh the float Expm1 kernels' terms at LA and EP; the inverses the float
@@ -179,11 +179,11 @@ HWY_INLINE hn::VFromD<D> BelowHoldIsA(D d, hn::VFromD<D> a, hn::VFromD<D> series
                         series);
 }
 
-// Float tanh at HA for 1/2 <= a <= 10: tanh a = 1 - q with q = 1 / (H + 1/2) and
+// Float tanh at HA for 1/8 <= a <= 10: tanh a = 1 - q with q = 1 / (H + 1/2) and
 // H = e^(2a) / 2 = s (1 + p) as Sinh and Cosh take it: H + 1/2 as a pair by the fast two-sum
-// (s >= 1/2), q corrected by its residual, 1 - q by the fast two-sum again. tanh a >= 0.46 there,
-// so that the relative error of the pair (the reduction's rounding and p's, about 2^-29) stays a
-// small part of an ulp.
+// (s >= 1/2), q corrected by its residual, 1 - q by the fast two-sum again. 1 - q cancels at most
+// eightfold there (q <= 0.88), so that the relative error of the pair (the reduction's rounding
+// and p's, about 2^-29) stays a small part of an ulp.
 template <class D>
 HWY_INLINE hn::VFromD<D> TanhLargeF(D d, const ExpTables<float, HypLevel::kHA>& tables,
                                     hn::VFromD<D> a) {
@@ -202,8 +202,8 @@ HWY_INLINE hn::VFromD<D> TanhLargeF(D d, const ExpTables<float, HypLevel::kHA>& 
   return hn::Add(t, hn::Sub(hn::Sub(hn::Sub(one, t), q), q_lo));
 }
 
-// Float tanh at HA below 1/2: a + a^3 P(a^2) with P fitted to the relative error of tanh (2.7e-9
-// with the coefficients rounded to float).
+// Float tanh at HA below 1/8: a + a^3 P(a^2) with P fitted to the relative error of tanh on
+// [0, 1/2) (2.7e-9 with the coefficients rounded to float).
 template <class D>
 HWY_INLINE hn::VFromD<D> TanhSmallF(D d, hn::VFromD<D> a) {
   const auto held = hn::Max(a, hn::Set(d, kCubeHold<float>));
@@ -270,10 +270,13 @@ struct SinhCoshBody : UnaryRealBody<T> {
     }
   }
 
-  // The block's vectors a stage at a time: sinh's series below 1/2 is a branch, taken once per
+  // The block's vectors a stage at a time: sinh's series is a branch, taken once per
   // block after every vector's exponential. With a branch in each vector's body the unrolled
   // vectors ran one after the other instead of interleaved (their chains are long).
   static constexpr bool kStaged = true;
+  // Float HA's two halves hold sinh within 0.755 ulp down to 1/4 (0.95 on [1/8, 1/4)): its
+  // series starts there, and fewer blocks take it (5% less time on [-20, 20]).
+  static constexpr T kSeriesBelow = T(sizeof(T) == 4 && kLevel == HypLevel::kHA ? 0.25 : 0.5);
 
   template <class D, size_t kN, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void Steps(D d, const V (&in)[kN][1], V (&out)[kN][1], M (&rare)[kN][1]) const {
@@ -292,7 +295,7 @@ struct SinhCoshBody : UnaryRealBody<T> {
       M any = hn::MaskFromVec(hn::Zero(d));
       OXL_UNROLL_STEPS
       for (size_t i = 0; i < kN; ++i) {
-        small[i] = hn::Lt(a[i], hn::Set(d, T(0.5)));
+        small[i] = hn::Lt(a[i], hn::Set(d, kSeriesBelow));
         any = hn::Or(any, small[i]);
       }
       if (!hn::AllFalse(d, any)) {
@@ -334,9 +337,12 @@ struct TanhBody : UnaryRealBody<T> {
     return hn::IsNaN(x);
   }
 
-  // The block's vectors a stage at a time, as Sinh: float HA's polynomial below 1/2 is a branch,
+  // The block's vectors a stage at a time, as Sinh: float HA's polynomial below 1/8 is a branch,
   // taken once per block after every vector's exponential.
   static constexpr bool kStaged = true;
+  // 1 - q holds float tanh within 0.682 ulp down to 1/8 (0.88 on [1/16, 1/8)); below, the
+  // polynomial. From 1/8 rather than 1/2, fewer blocks take it (7% less time on [-20, 20]).
+  static constexpr float kPolynomialBelow = 0.125f;
 
   template <class D, size_t kN, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void Steps(D d, const V (&in)[kN][1], V (&out)[kN][1], M (&rare)[kN][1]) const {
@@ -357,7 +363,7 @@ struct TanhBody : UnaryRealBody<T> {
       M any = hn::MaskFromVec(hn::Zero(d));
       OXL_UNROLL_STEPS
       for (size_t i = 0; i < kN; ++i) {
-        small[i] = hn::Lt(a[i], hn::Set(d, 0.5f));
+        small[i] = hn::Lt(a[i], hn::Set(d, kPolynomialBelow));
         any = hn::Or(any, small[i]);
       }
       if (!hn::AllFalse(d, any)) {
