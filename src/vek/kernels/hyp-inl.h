@@ -247,6 +247,25 @@ HWY_INLINE hn::VFromD<D> SinhSmall(D d, hn::VFromD<D> x) {
   return BelowHoldIsA(d, x, Fma(d, hn::Mul(x2, held), p, held));
 }
 
+// out takes small(a) in the lanes of a (>= 0) below `bound`: computed after every vector's main
+// path, and only where a lane of the block needs it (most blocks of most arrays hold none). With
+// such a branch in each vector's body the block's unrolled vectors ran one after the other
+// instead of interleaved.
+template <class D, size_t kN, class V, class Small>
+HWY_INLINE void TakeBelow(D d, const V (&a)[kN], hn::TFromD<D> bound, V (&out)[kN][1],
+                          const Small& small) {
+  hn::Mask<D> below[kN];
+  auto any = hn::MaskFromVec(hn::Zero(d));
+  OXL_UNROLL_STEPS
+  for (size_t i = 0; i < kN; ++i) {
+    below[i] = hn::Lt(a[i], hn::Set(d, bound));
+    any = hn::Or(any, below[i]);
+  }
+  if (hn::AllFalse(d, any)) return;
+  OXL_UNROLL_STEPS
+  for (size_t i = 0; i < kN; ++i) out[i][0] = hn::IfThenElse(below[i], small(a[i]), out[i][0]);
+}
+
 // The name of a function's kernel of element type T.
 template <class T>
 constexpr const char* NameOf(const char* s_name, const char* d_name) {
@@ -282,9 +301,8 @@ struct SinhCoshBody : UnaryRealBody<T> {
     }
   }
 
-  // The block's vectors a stage at a time: sinh's series is a branch, taken once per
-  // block after every vector's exponential. With a branch in each vector's body the unrolled
-  // vectors ran one after the other instead of interleaved (their chains are long).
+  // The block's vectors a stage at a time: sinh's series is a branch, taken once per block
+  // (TakeBelow).
   static constexpr bool kStaged = true;
   // Float HA's two halves hold sinh within 0.755 ulp down to 1/4 (0.95 on [1/8, 1/4)): its
   // series starts there, and fewer blocks take it (5% less time on [-20, 20]).
@@ -302,20 +320,8 @@ struct SinhCoshBody : UnaryRealBody<T> {
       out[i][0] = OfMagnitude(d, a[i]);
     }
     if constexpr (kSinh) {
-      // The series only where a lane of the block needs it: most blocks of most arrays hold none.
-      M small[kN];
-      M any = hn::MaskFromVec(hn::Zero(d));
-      OXL_UNROLL_STEPS
-      for (size_t i = 0; i < kN; ++i) {
-        small[i] = hn::Lt(a[i], hn::Set(d, kSeriesBelow));
-        any = hn::Or(any, small[i]);
-      }
-      if (!hn::AllFalse(d, any)) {
-        OXL_UNROLL_STEPS
-        for (size_t i = 0; i < kN; ++i) {
-          out[i][0] = hn::IfThenElse(small[i], hyp_detail::SinhSmall<kLevel>(d, a[i]), out[i][0]);
-        }
-      }
+      hyp_detail::TakeBelow(d, a, kSeriesBelow, out,
+                            [d](V v) { return hyp_detail::SinhSmall<kLevel>(d, v); });
       // sinh is odd, and -0 and the denormals keep their sign and value.
       OXL_UNROLL_STEPS
       for (size_t i = 0; i < kN; ++i) out[i][0] = hn::CopySign(out[i][0], in[i][0]);
@@ -371,19 +377,8 @@ struct TanhBody : UnaryRealBody<T> {
       }
     }
     if constexpr (kFloatHA) {
-      M small[kN];
-      M any = hn::MaskFromVec(hn::Zero(d));
-      OXL_UNROLL_STEPS
-      for (size_t i = 0; i < kN; ++i) {
-        small[i] = hn::Lt(a[i], hn::Set(d, kPolynomialBelow));
-        any = hn::Or(any, small[i]);
-      }
-      if (!hn::AllFalse(d, any)) {
-        OXL_UNROLL_STEPS
-        for (size_t i = 0; i < kN; ++i) {
-          out[i][0] = hn::IfThenElse(small[i], hyp_detail::TanhSmallF(d, a[i]), out[i][0]);
-        }
-      }
+      hyp_detail::TakeBelow(d, a, kPolynomialBelow, out,
+                            [d](V v) { return hyp_detail::TanhSmallF(d, v); });
     }
     OXL_UNROLL_STEPS
     for (size_t i = 0; i < kN; ++i) out[i][0] = hn::CopySign(out[i][0], in[i][0]);
