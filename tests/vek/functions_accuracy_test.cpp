@@ -434,6 +434,13 @@ const std::map<std::string, HardCase>& HardCases() {
          {-1e-6, 1e-6},
          {1e8, 1e9}}};
     for (const char* f : {"Sinh", "Cosh", "Tanh"}) cases[f] = hyp;
+    // Float HA's own switches, sinh's series at 1/4 and tanh's polynomial at 1/8, and the worst
+    // arguments over all floats on their exponential sides (sinh 0.755, tanh 0.682 ulp).
+    for (const char* f : {"Sinh", "Tanh"}) {
+      cases[f].thresholds.insert(
+          cases[f].thresholds.end(),
+          {0.25, 0x1.fffffep-3, 0.125, 0x1.fffffep-4, 0x1.e714d8p-2, 0x1.e7bbd2p-3});
+    }
     for (const char* f : {"Asinh", "Acosh", "Atanh"}) cases[f] = inverse;
     // The float kernels' own switches: Atan's reduction at tan(pi/8) and tan(3pi/8); the
     // inverses' series below 2^-12 and ln 2a from 2^12.
