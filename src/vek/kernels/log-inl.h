@@ -26,8 +26,8 @@
 // (LogQuotientBody, LogQuotientBodyEP). Ln and Log10 HA took the quotient too while the reciprocal
 // kernels read three register tables per element; on the short reciprocals, with one row load a
 // lane on AVX2, they run where the 512-bit divider (a quotient every 16 cycles on Cascade Lake)
-// bounds the quotient: dLn HA 1.06 against 1.66 ns per element on AVX-512, dLog10 HA 1.17 against
-// 1.76, for 5% to 8% more on AVX2 (2.66 against 2.45, 2.87 against 2.69), and 0.54 ulp at most
+// bounds the quotient: dLn HA 1.04 against 1.58 ns per element on AVX-512, dLog10 HA 1.11 against
+// 1.68, for up to 11% more on AVX2 (2.56 against 2.39, 2.73 against 2.75), and 0.54 ulp at most
 // against 0.56. At EP the short reciprocals with a polynomial of four terms gain less on AVX-512
 // (0.70 against 0.84 ns) than they lose on AVX2 (1.64 against 1.12), where the row reads cost more
 // than the divider, and every target must give the same bits: Ln and Log10 EP keep the quotient.
