@@ -1,7 +1,7 @@
 // Bodies of the Ln, Log10 and Log1p kernels. Re-included once per SIMD target.
 //
-// The reciprocal kernels (the double Log1p kernels and the double Ln and Log10 LA kernels; in
-// float, the logarithm inside the hyperbolic kernels) write v = 2^k m with m in [A, 2A),
+// The reciprocal kernels (the double Ln, Log10 and Log1p kernels at HA and LA; in float, the
+// logarithm inside the hyperbolic kernels) write v = 2^k m with m in [A, 2A),
 // A = 1 - 2^-6, by integer arithmetic on the bits of v, and read the interval of m from the four
 // bits below the exponent of bits(m) - bits(A): interval 0 is [A, 1 + 2^-5), around 1, the others
 // have width 1/16. With c a reciprocal of the interval's midpoint (1 for interval 0) and
@@ -21,10 +21,16 @@
 // make the exponent or the mantissa not finite, which shows up as a NaN in a quantity that pass
 // forms anyway (the signal), and the signal marks the lane rare.
 //
-// The double Ln and Log10 HA kernels and every double EP kernel have no reciprocal: one division
-// gives s = (m - 1) / (m + 1) and ln m = 2 atanh(s) a polynomial in s^2 fitted to each level
-// (LogQuotientBody, LogQuotientBodyEP). On AVX2, without wide register permutes, the reads of the
-// reciprocal kernels' tables cost more than the divider (HA 1.3x, EP 1.3x as slow).
+// The double EP kernels and the complex logarithm have no reciprocal: one division gives
+// s = (m - 1) / (m + 1) and ln m = 2 atanh(s) a polynomial in s^2 fitted to each level
+// (LogQuotientBody, LogQuotientBodyEP). Ln and Log10 HA took the quotient too while the reciprocal
+// kernels read three register tables per element; on the short reciprocals, with one row load a
+// lane on AVX2, they run where the 512-bit divider (a quotient every 16 cycles on Cascade Lake)
+// bounds the quotient: dLn HA 1.04 against 1.58 ns per element on AVX-512, dLog10 HA 1.11 against
+// 1.68, for up to 11% more on AVX2 (2.56 against 2.39, 2.73 against 2.75), and 0.54 ulp at most
+// against 0.56. At EP the short reciprocals with a polynomial of four terms gain less on AVX-512
+// (0.70 against 0.84 ns) than they lose on AVX2 (1.64 against 1.12), where the row reads cost more
+// than the divider, and every target must give the same bits: Ln and Log10 EP keep the quotient.
 
 #include <array>
 #include <limits>
@@ -478,10 +484,11 @@ HWY_INLINE hn::VFromD<D> EvaluateShort(D d, const Tables& tables, const Split<D>
     if constexpr (kFunc != LogFunction::kLog10) {
       return hn::Add(s, low);
     } else {
-      // s log10(e)hi exact as a pair, the rest scaled in one rounding each.
-      const auto hi = hn::Mul(s, lg);
-      const auto err = Fms(d, s, lg, hi);
-      return hn::Add(hi, Fma(d, low, lg, Fma(d, s, hn::Set(d, C::kLog10OfELo), err)));
+      // s log10(e)hi exact inside the last fused operation, which rounds once; the rest, below
+      // 2^-5 of it (r^2 q against r near 1), scaled in one rounding each (two operations fewer
+      // than s log10(e)hi as a pair).
+      const auto small = Fma(d, low, lg, hn::Mul(s, hn::Set(d, C::kLog10OfELo)));
+      return Fma(d, s, lg, small);
     }
   } else if constexpr (sizeof(T) == 4) {
     auto sum = hn::Add(Fma(d, split.e, hn::Set(d, C::kLn2), t_hi), r);
