@@ -44,9 +44,10 @@ inline uint32_t FtzDazControl(uint64_t mode) {
 }
 
 // Whether arrays of `bytes` in all exceed the last-level cache (8 MiB where the processor does
-// not tell). Kernels then ask for their inputs ahead, and those bound by memory store around the
-// caches: nothing would be left there for the next reader, and non-temporal stores save the read
-// of each line before it is written, a third of the traffic of a kernel of one argument.
+// not tell). Kernels then ask for their inputs ahead and for their results' lines, and on targets
+// with whole-line vectors those bound by memory store around the caches: nothing would be left
+// there for the next reader, and non-temporal stores save the read of each line before it is
+// written, a third of the traffic of a kernel of one argument.
 inline bool BeyondLastLevelCache(size_t bytes) {
   static const size_t last_level = [] {
     const int64_t size = oxl_dft_pvk_cache_size(3);
