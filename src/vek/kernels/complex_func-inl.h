@@ -243,8 +243,7 @@ struct ZLnBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
     // s_lo 2^-e from the biased exponent (|e| <= 1000 on lanes that are not rare).
     const hn::RebindToUnsigned<D> du;
     const V unscale = hn::BitCast(d, hn::ShiftLeft<52>(hn::Sub(hn::Set(du, 2046), split.biased)));
-    const V ln = LogQuotientBody<double, LogFunction::kLn, kLog>::template OfSplit<true>(
-        d, split.m, split.e, hn::Mul(s.lo, unscale));
+    const V ln = LnQuotient<double, kLog>::OfSplit(d, split.m, split.e, hn::Mul(s.lo, unscale));
     out[0] = hn::Mul(ln, hn::Set(d, 0.5));
     const V angle = atrig_detail::AtanOfRatio<kAtan, true>(d, a, b, hn::Lt(re, hn::Zero(d)));
     out[1] = hn::Or(angle, hn::And(im, hn::Set(d, -0.0)));

@@ -23,7 +23,7 @@
 //
 // The double EP kernels and the complex logarithm have no reciprocal: one division gives
 // s = (m - 1) / (m + 1) and ln m = 2 atanh(s) a polynomial in s^2 fitted to each level
-// (LogQuotientBody, LogQuotientBodyEP). Ln and Log10 HA took the quotient too while the reciprocal
+// (LnQuotient, LogQuotientBodyEP). Ln and Log10 HA took the quotient too while the reciprocal
 // kernels read three register tables per element; on the short reciprocals, with one row load a
 // lane on AVX2, they run where the 512-bit divider (a quotient every 16 cycles on Cascade Lake)
 // bounds the quotient: dLn HA 1.04 against 1.58 ns per element on AVX-512, dLog10 HA 1.11 against
@@ -795,15 +795,14 @@ struct LogPolyBodyS : UnaryRealBody<float> {
   static int32_t Rare(const float* a, float* r) { return vek::LogRare<kFunc>(a, r); }
 };
 
-// Ln and Log10 by a quotient. x = 2^e m with m in [3/4, 3/2), s = (m - 1) / (m + 1) and
+// ln x by a quotient, for the complex logarithm. x = 2^e m with m in [3/4, 3/2),
+// s = (m - 1) / (m + 1) and
 //   ln m = 2 atanh(s) = 2s (1 + s^2 P(s^2)),
 // |s| <= 1/5, with P fitted to each level (tools/log_tables.cpp): 2^-61 of the result at HA,
-// 2^-56 at LA, 2^-35 at EP. m - 1 is exact, and the
-// roundings of m + 1 and of the quotient cost two units of s's last place (EP). One division
-// (correctly rounded, so the same on every target) takes the place of the table reads and the
-// reciprocal's reduction, which on targets without wide register permutes cost more than the
-// divider. LA and HA carry s to twice the precision and add e ln 2 (e log10 2) in two parts: near
-// x = 3/4 and 3/2 the result cancels against it.
+// 2^-56 at LA, 2^-35 at EP. m - 1 is exact, and the roundings of m + 1 and of the quotient cost two
+// units of s's last place (EP). One division (correctly rounded, so the same on every target)
+// takes the place of the table reads and the reciprocal's reduction. LA and HA carry s to twice
+// the precision and add e ln 2 in two parts: near x = 3/4 and 3/2 the result cancels against it.
 template <class T, LogLevel kLevel>
 constexpr const auto& QuotientPolynomial() {
   namespace lt = vek::log_tables;
@@ -817,68 +816,22 @@ constexpr const auto& QuotientPolynomial() {
   }
 }
 
-template <class T, LogFunction kFunc, LogLevel kLevel>
-struct LogQuotientBody : UnaryRealBody<T> {
-  const char* name =
-      kFunc == LogFunction::kLn ? (OXL_VEK_REAL_NAME(T, Ln)) : (OXL_VEK_REAL_NAME(T, Log10));
-  // Two vectors a block on AVX2 rather than four: with sixteen registers the constants then stay
-  // in them, all but one, instead of being read from the stack (4% on Ln EP, 2% on Log10 HA;
-  // eight vectors lose 8%).
-  static constexpr size_t kBlock = HWY_TARGET == HWY_AVX2 ? 8 : UnaryRealBody<T>::kBlock;
-
-  template <class D>
-  HWY_INLINE void operator()(D d, const hn::Vec<D>* in, hn::Vec<D>* out, hn::Mask<D>* rare) const {
-    using log_detail::MantissaInterval;
-    using log_detail::MantissaSign;
-    const auto x = in[0];
-    // As the interval kernels split x, denormals and rare lanes included. The rare lanes are
-    // found only in the branch that every one of them takes: where e is not finite (zeros,
-    // infinities, NaNs, and negative x, whose m is a NaN).
-    const auto fast = log_detail::PositiveNormal(d, x);
-    const auto split = log_detail::SplitOf<false>(d, x, T(0.75));
-    auto m = split.m;
-    auto e = split.e;
-    rare[0] = hn::MaskFromVec(hn::Zero(d));
-    if (!hn::AllTrue(d, fast)) [[unlikely]] {
-      const auto m2 =
-          GetMant<MantissaInterval::kThreeQuartersToThreeHalves, MantissaSign::kNaNIfNegative>(d,
-                                                                                               x);
-      m = hn::IfThenElse(fast, m, m2);
-      e = hn::IfThenElse(fast, e, hn::Sub(GetExp(d, x), GetExp(d, m2)));
-      rare[0] = hn::IsNaN(hn::Sub(e, e));
-    }
-    out[0] = OfSplit(d, m, e);
-  }
-
-  // ln x (log10 x) for a positive normal x, with no test of that: the inverse error kernels'
-  // arguments are positive normal wherever their result is not replaced by the rare routine.
-  template <class D>
-  static HWY_INLINE hn::Vec<D> OfPositiveNormal(D d, hn::Vec<D> x) {
-    const auto split = log_detail::SplitOf<false>(d, x, T(0.75));
-    return OfSplit(d, split.m, split.e);
-  }
-
-  // ln x (log10 x) for x = 2^e m, m in [3/4, 3/2).
+template <class T, LogLevel kLevel>
+struct LnQuotient {
+  // ln x for x = 2^e (m + m_lo), m_lo below an ulp of m: the addend joins the numerator m - 1
+  // (near x = 1 it may be all of it) and the denominator, through the quotient's remainder at HA
+  // and LA (f + m_lo - s (g + g_lo + m_lo)), in the numerator's one rounding at EP.
   template <class D, class V = hn::Vec<D>>
-  static HWY_INLINE V OfSplit(D d, V m, V e) {
-    return OfSplit<false>(d, m, e, hn::Zero(d));
-  }
-
-  // With kAddend, ln x for x = 2^e (m + m_lo), m_lo below an ulp of m: the addend joins the
-  // numerator m - 1 (near x = 1 it may be all of it) and the denominator, through the quotient's
-  // remainder at HA and LA (f + m_lo - s (g + g_lo + m_lo)), in the numerator's one rounding at EP.
-  template <bool kAddend, class D, class V = hn::Vec<D>>
   static HWY_INLINE V OfSplit(D d, V m, V e, V m_lo) {
     using C = log_detail::Consts<T>;
     const auto one = hn::Set(d, T(1));
     auto f = hn::Sub(m, one);
     const auto g = hn::Add(m, one);
-    if constexpr (kAddend && kLevel == LogLevel::kEP) f = hn::Add(f, m_lo);
+    if constexpr (kLevel == LogLevel::kEP) f = hn::Add(f, m_lo);
     const auto s = hn::Div(f, g);
     const auto z = hn::Mul(s, s);
     const auto t = hn::Add(s, s);
     const auto p = Estrin(d, z, hn::Mul(z, z), QuotientPolynomial<T, kLevel>());
-    constexpr bool kLn = kFunc == LogFunction::kLn;
     if constexpr (kLevel != LogLevel::kEP) {
       // 2s to twice the precision: the rounding error of m + 1 (exact, g - 1 being exact) and the
       // quotient's remainder (exact by the fused operation), over g. 2 / g is 1 - s to within
@@ -889,45 +842,21 @@ struct LogQuotientBody : UnaryRealBody<T> {
       // waits for the polynomial before the last addition.
       const auto g_lo = hn::Sub(m, hn::Sub(g, one));
       auto rem = Fma(d, hn::Neg(s), g_lo, Fma(d, hn::Neg(s), g, f));
-      if constexpr (kAddend) rem = Fnma(d, s, m_lo, hn::Add(rem, m_lo));
+      rem = Fnma(d, s, m_lo, hn::Add(rem, m_lo));
       const auto t_lo = Fma(d, hn::Neg(rem), s, rem);
       const auto tz = hn::Mul(t, z);
-      const auto q = hn::Mul(e, hn::Set(d, kLn ? C::kLn2Hi : C::kLog10Of2Hi));
-      if constexpr (kLn) {
-        const auto hi = hn::Add(q, t);
-        const auto err = hn::Add(hn::Sub(q, hi), t);
-        const auto low = hn::Add(Fma(d, e, hn::Set(d, C::kLn2Lo), err), t_lo);
-        return hn::Add(hi, Fma(d, tz, p, low));
-      } else {
-        // q + t log10(e)hi rounded once by the fused operation, and its error by a second from
-        // q - hi, exact: |t log10(e)| <= 0.174 on [3/4, 3/2), so |hi| >= 1/8 where |e| = 1 and
-        // q and hi are multiples of hi's last place less than 2^53 of them apart (as the float
-        // Log10 HA kernel). The rest scaled in one rounding each.
-        const auto lg = hn::Set(d, C::kLog10OfEHi);
-        const auto hi = Fma(d, t, lg, q);
-        const auto err = Fma(d, t, lg, hn::Sub(q, hi));
-        const auto small = Fma(d, e, hn::Set(d, C::kLog10Of2Lo), err);
-        const auto low = Fma(d, t_lo, lg, Fma(d, t, hn::Set(d, C::kLog10OfELo), small));
-        return hn::Add(hi, Fma(d, hn::Mul(tz, lg), p, low));
-      }
+      const auto q = hn::Mul(e, hn::Set(d, C::kLn2Hi));
+      const auto hi = hn::Add(q, t);
+      const auto err = hn::Add(hn::Sub(q, hi), t);
+      const auto low = hn::Add(Fma(d, e, hn::Set(d, C::kLn2Lo), err), t_lo);
+      return hn::Add(hi, Fma(d, tz, p, low));
     } else {
       const auto ln_m = Fma(d, hn::Mul(t, z), p, t);
-      const auto q = hn::Mul(e, hn::Set(d, kLn ? C::kLn2 : C::kLog10Of2));
-      return kLn ? hn::Add(q, ln_m) : Fma(d, ln_m, hn::Set(d, C::kLog10OfEHi), q);
+      return hn::Add(hn::Mul(e, hn::Set(d, C::kLn2)), ln_m);
     }
   }
-
-  static int32_t Rare(const T* a, T* r) { return vek::LogRare<kFunc>(a, r); }
 };
 
-// The double EP kernels: x = 2^e m with m in [sqrt(1/2), sqrt(2)), s = (m - 1) / (m + 1) and
-//   ln m = 2 atanh(s) = s Q(s^2),  Q(z) = 2 + 2 z P(z),
-// |s| <= 3 - 2 sqrt(2) = 0.1716, P of three terms (tools/log_tables.cpp) within 2^-30.2 of ln m;
-// Log10 scales Q's coefficients by log10(e). Against the HA/LA quotient the narrower interval
-// takes one term off P, and nothing is carried to twice the precision: m - 1 is exact, m + 1 and
-// the quotient round once each, and e ln 2 (e log10 2) joins by one fused operation. Log1p takes
-// the logarithm of v = 1 + x rounded, with m - 1 = x exactly where e is 0 (m is v there), and
-// elsewhere ignores the rounding of 1 + x, which is below 2^-50 of the result when |x| > 0.29.
 template <LogFunction kFunc>
 struct LogQuotientBodyEP : UnaryRealBody<double> {
   const char* name = kFunc == LogFunction::kLn      ? (OXL_VEK_REAL_NAME(double, Ln))
