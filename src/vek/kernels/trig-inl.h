@@ -28,6 +28,7 @@
 #include "simd/fma-inl.h"
 #include "simd/int_lanes-inl.h"
 #include "simd/poly-inl.h"
+#include "simd/table-inl.h"
 #include "vek/frame/kernel-inl.h"
 #include "vek/kernels/widen-inl.h"
 #include "vek/kernels/trig_rare.h"
@@ -127,9 +128,9 @@ HWY_INLINE WindowProduct<D> TimesTwoOverPi(D d, hn::VFromD<D> y) {
   const VU e = hn::ShiftRight<52>(bits);
   const VU m = hn::Or(hn::And(bits, hn::Set(du, 0xFFFFFFFFFFFFFull)), hn::Set(du, 1ull << 52));
   const auto index = hn::BitCast(di, hn::Add(hn::Add(e, e), e));
-  const VU w54 = hn::GatherIndex(du, tt::kTwoOverPiWindows, index);
-  const VU w32 = hn::GatherIndex(du, tt::kTwoOverPiWindows + 1, index);
-  const VU w10 = hn::GatherIndex(du, tt::kTwoOverPiWindows + 2, index);
+  const VU w54 = GatherLanes(du, tt::kTwoOverPiWindows, index);
+  const VU w32 = GatherLanes(du, tt::kTwoOverPiWindows + 1, index);
+  const VU w10 = GatherLanes(du, tt::kTwoOverPiWindows + 2, index);
   const VU ml = m, mh = hn::ShiftRight<32>(m);  // Mul32 reads the low halves only
   const VU w5 = hn::ShiftRight<32>(w54), w3 = hn::ShiftRight<32>(w32);
   const VU w1 = hn::ShiftRight<32>(w10);
@@ -773,9 +774,9 @@ HWY_INLINE WindowFraction<D> FloatWindowFraction(D d, hn::VFromD<D> y, hn::VFrom
   const auto row =
       hn::BitCast(di, hn::And(hn::ShiftRight<50>(hn::BitCast(du, y)), hn::Set(du, 0x3FC)));
   const double* w = tt::kOneOverPiFloatWindows;
-  const auto a = hn::Sub(hn::Mul(v, hn::GatherIndex(d, w, row)), hn::Set(d, offset));
-  const auto b = hn::Mul(v, hn::GatherIndex(d, w + 1, row));
-  const auto c = hn::Mul(v, hn::GatherIndex(d, w + 2, row));
+  const auto a = hn::Sub(hn::Mul(v, GatherLanes(d, w, row)), hn::Set(d, offset));
+  const auto b = hn::Mul(v, GatherLanes(d, w + 1, row));
+  const auto c = hn::Mul(v, GatherLanes(d, w + 2, row));
   const auto shifter = hn::Set(d, 0x1.8p52);
   const auto z = hn::Add(hn::Add(a, b), shifter);
   const auto f = hn::Add(hn::Add(hn::Sub(a, hn::Sub(z, shifter)), b), c);

@@ -19,6 +19,7 @@
 
 #include "simd/fma-inl.h"
 #include "simd/partial-inl.h"
+#include "simd/table-inl.h"
 #include "simd/targets.h"
 #include "vrs/distributions/discrete.h"
 #include "vrs/distributions/frame.h"
@@ -301,8 +302,8 @@ void Verdicts(const TpeHat& hat, const double* uv, int32_t pairs, double* y, dou
     // in the low bits of 2^52 plus it.
     const auto shifted = hn::Add(hn::IfThenElse(tabulated, hn::Add(offset, near), near), big);
     const auto index = hn::Sub(hn::BitCast(di, shifted), hn::BitCast(di, big));
-    const auto passes = hn::Le(w, hn::GatherIndex(d, hat.below, index));
-    const auto fails = hn::Ge(w, hn::GatherIndex(d, hat.above, index));
+    const auto passes = hn::Le(w, oxl::HWY_NAMESPACE::GatherLanes(d, hat.below, index));
+    const auto fails = hn::Ge(w, oxl::HWY_NAMESPACE::GatherLanes(d, hat.above, index));
     // Parallelogram lanes: rejected, accepted, failed by the bound, or open.
     const auto para_verdict = hn::IfThenElse(
         rejected, zero,
