@@ -31,8 +31,8 @@
 HWY_BEFORE_NAMESPACE();
 namespace oxl {
 namespace HWY_NAMESPACE {
-namespace simd_detail {
 namespace hn = hwy::HWY_NAMESPACE;
+namespace simd_detail {
 
 template <class D, size_t kEntries>
 constexpr bool TableInRegisters() {
@@ -49,23 +49,25 @@ constexpr bool TableInRegisters() {
 }  // namespace simd_detail
 
 // GatherLanes(d, base, index): lane i gets base[index[i]], for lanes of 32 or 64 bits (floating
-// point or integer) and indices of the lanes' width. The same values as a gather; on AVX2 by one
-// load a lane. Intel processors with the microcode that guards gathers against data sampling
-// (Skylake to Ice Lake) take about 45 cycles for a 256-bit gather, where four or eight scalar
-// loads and their inserts take a few: on such a host (Cascade Lake, AVX2, ns per element) sCbrt
-// 1.61 -> 0.99, dSin of large arguments 21.6 -> 13.1, float sin of large arguments 13.0 -> 5.9,
-// Poisson by PTPE 17.8 -> 15.0. A 512-bit gather fetches twice the lanes for the same price, and
-// eight loads with their inserts lost to it there (float sin of large arguments 6.11 -> 6.52), so
-// AVX3 keeps the instruction; so do kernels that read many columns of one row, where the gathers
-// overlap (dErfInv's tail: 10.2 ns with them, 12.1 with loads a lane or a row). The indices go
-// through memory, as in LoadRows below: the barrier keeps the compiler from extracting each from
-// the register.
+// point or integer), 16 or 32 bytes a vector, and indices of the lanes' width. The same values as
+// a gather; on AVX2 by one load a lane. Intel processors with the microcode that guards gathers
+// against data sampling (Skylake to Ice Lake) take about 45 cycles for a 256-bit gather, where four
+// or eight scalar loads and their inserts take a few: on such a host (Cascade Lake, AVX2, ns per
+// element) dPackV 2.49 -> 0.58, sCbrt 1.61 -> 0.99, dSin of large arguments 21.6 -> 13.1, float
+// sin of large arguments 13.0 -> 5.9, Poisson by PTPE 17.8 -> 15.0. A 512-bit gather fetches
+// twice the lanes for the same price, and eight loads with their inserts lost to it there in the
+// kernels (float sin of large arguments 6.11 -> 6.52 and 7.57 in two sittings), so AVX3 keeps the
+// instruction; so do kernels that read many columns of one row, where the gathers overlap
+// (dErfInv's tail: 10.2 ns with them, 12.1 with loads a lane or a row). The indices go through
+// memory, as in LoadRows below: the barrier keeps the compiler from extracting each from the
+// register.
 template <class D, class VI>
 HWY_API hn::VFromD<D> GatherLanes(D d, const hn::TFromD<D>* HWY_RESTRICT base, VI index) {
   const hn::RebindToSigned<D> di;
 #if HWY_TARGET == HWY_AVX2
   using T = hn::TFromD<D>;
-  if constexpr (sizeof(T) * hn::MaxLanes(D()) == 32) {
+  constexpr size_t kBytes = sizeof(T) * hn::MaxLanes(D());
+  if constexpr (kBytes == 16 || kBytes == 32) {
     using TI = hn::TFromD<decltype(di)>;
     HWY_ALIGN TI r[hn::MaxLanes(D())];
     hn::Store(hn::BitCast(di, index), di, r);
@@ -89,7 +91,11 @@ HWY_API hn::VFromD<D> GatherLanes(D d, const hn::TFromD<D>* HWY_RESTRICT base, V
     };
     const hn::Repartition<float, D> df;
     hn::VFromD<decltype(df)> v;
-    v.raw = _mm256_insertf128_ps(_mm256_castps128_ps256(quarter(0)), quarter(16 / sizeof(T)), 1);
+    if constexpr (kBytes == 16) {
+      v.raw = quarter(0);
+    } else {
+      v.raw = _mm256_insertf128_ps(_mm256_castps128_ps256(quarter(0)), quarter(16 / sizeof(T)), 1);
+    }
     return hn::BitCast(d, v);
   }
 #endif

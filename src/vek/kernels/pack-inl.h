@@ -37,6 +37,7 @@
 
 #include <hwy/highway.h>
 
+#include "simd/table-inl.h"
 #include "vek/frame/pack.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -136,7 +137,7 @@ struct Unit<4> {
   static bool Gather(const T* base, Index idx, V& v) {
     hn::Vec<hn::Rebind<int32_t, D64> > narrow;
     if (!Narrow(idx, narrow)) return false;
-    v = hn::GatherIndex(D(), base, narrow);
+    v = GatherLanes(D(), base, narrow);
     return true;
   }
   static bool Scatter(V v, T* base, Index idx) {
@@ -168,7 +169,7 @@ struct Unit<8> {
   static V Load(const T* p) { return hn::LoadU(U64(), p); }
   static void Store(V v, T* p) { hn::StoreU(v, U64(), p); }
   static bool Gather(const T* base, Index idx, V& v) {
-    v = hn::GatherIndex(U64(), base, idx);
+    v = GatherLanes(U64(), base, idx);
     return true;
   }
   static bool Scatter(V v, T* base, Index idx) {
@@ -204,8 +205,8 @@ struct Unit<16> {
   static void Store(V v, T* p) { hn::StoreInterleaved2(v.first, v.second, U64(), p->half); }
   static bool Gather(const T* base, Index idx, V& v) {
     const Index twice = hn::Add(idx, idx);
-    v.first = hn::GatherIndex(U64(), base->half, twice);
-    v.second = hn::GatherIndex(U64(), base->half, hn::Add(twice, hn::Set(D64(), 1)));
+    v.first = GatherLanes(U64(), base->half, twice);
+    v.second = GatherLanes(U64(), base->half, hn::Add(twice, hn::Set(D64(), 1)));
     return true;
   }
   static bool Scatter(V v, T* base, Index idx) {
