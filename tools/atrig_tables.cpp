@@ -1,9 +1,13 @@
 // Writes the tables of the inverse trigonometric kernels:
-//   kAtanRows: atan(c) as hi + lo for the reduction atan(a) = atan(c) + atan((a - c)/(1 + a c)).
-//     Row 0 is c = 0 (a below 2^-5), rows 1 to 80 the midpoints of the eighths of the binades from
-//     2^-5 to 2^5 (c = a with its mantissa cut after three bits and one half-step added), row 81
-//     the limit c = inf (a from 2^5 on, where atan(a) = pi/2 - atan(1/a)). The reduced argument
-//     then stays within 1/32.
+//   kAtanRows: for the reduction atan(q) = atan(c) + atan((q - c)/(1 + q c)), two halves of 256
+//     rows (hi + lo), the first atan(c) and the second pi - atan(c) (Atan2 with x < 0). A row is
+//     read by the bits of q, ((bits(q) >> 48) - kAtanRowBase) mod 256: from 2^-6 to 2^6 the
+//     sixteenths of each binade, rows 1 to 192, with c = q's mantissa cut after four bits and a
+//     half-step added, and row 193 the first of 2^6's, c = 66, which serves every q from 2^6 on
+//     (the kernels clamp q there; t then lies between -1/2112 and 1/66). Row 0 is c = 0 (q below
+//     2^-6); the rows no q reaches hold zeros.
+//   kAtanHA, kAtanEP: atan(t) = t + t s P(s), s = t^2, for |t| <= 0.0163, the most the reduction
+//     leaves (Atan2 reads its rows by a quotient within 0.26% below |y|/|x|).
 //   kHalfPi, kPi: hi + lo.
 //   kAtanFloatHA, kAtanFloatLA, kAtanFloatEP: atan(t) = t + t s P(s) with |t| <= tan(pi/8) for
 //     the float kernels (Lawson, in the error relative to atan(t)).
@@ -22,9 +26,12 @@
 
 namespace {
 
-constexpr int kLowBinade = -5;  // 2^-5: the first binade with rows of its own
-constexpr int kBinades = 10;    // up to 2^5
-constexpr int kPerBinade = 8;
+constexpr int kLowBinade = -6;  // 2^-6: the first binade with rows of its own
+constexpr int kBinades = 12;    // up to 2^6
+constexpr int kRowBits = 4;     // 16 rows a binade
+constexpr int kRows = 256;      // rows of a half, read by eight bits of the index
+constexpr int kRowBase = ((1023 + kLowBinade) << kRowBits) - 1;
+constexpr double kReducedMax = 0.0163;  // the bound on |t|
 
 void PushHiLo(mpfr_srcptr v, std::vector<double>* out) {
   Mp rest;
@@ -64,21 +71,41 @@ int main(int argc, char** argv) {
   mpfr_div_2ui(v.v, v.v, 1, MPFR_RNDN);
   PrintHiLo(out, "kHalfPi", v.v);
 
-  std::vector<double> rows = {0.0, 0.0};
-  for (int b = 0; b < kBinades; ++b) {
-    for (int k = 0; k < kPerBinade; ++k) {
-      const double c = std::ldexp(1.0 + (2 * k + 1) / (2.0 * kPerBinade), kLowBinade + b);
+  // Each half's rows: c = 0, then the grid; the second half holds pi minus the first.
+  Mp pi, angle;
+  mpfr_const_pi(pi.v, MPFR_RNDN);
+  std::vector<double> rows(4 * kRows, 0.0);
+  const auto put = [&](int row, mpfr_srcptr atan_c) {
+    std::vector<double> pair;
+    PushHiLo(atan_c, &pair);
+    mpfr_sub(angle.v, pi.v, atan_c, MPFR_RNDN);
+    PushHiLo(angle.v, &pair);
+    for (int k = 0; k < 2; ++k) {
+      rows[2 * (k * kRows + row)] = pair[2 * k];
+      rows[2 * (k * kRows + row) + 1] = pair[2 * k + 1];
+    }
+  };
+  mpfr_set_zero(v.v, 1);
+  put(0, v.v);
+  for (int b = 0; b <= kBinades; ++b) {
+    for (int m = 0; m < (b < kBinades ? 1 << kRowBits : 1); ++m) {
+      const double c = std::ldexp(1.0 + (2 * m + 1) / (2.0 * (1 << kRowBits)), kLowBinade + b);
       mpfr_set_d(v.v, c, MPFR_RNDN);
       mpfr_atan(v.v, v.v, MPFR_RNDN);
-      PushHiLo(v.v, &rows);
+      put((((1023 + kLowBinade + b) << kRowBits) + m) - kRowBase, v.v);
     }
   }
-  mpfr_const_pi(v.v, MPFR_RNDN);
-  mpfr_div_2ui(v.v, v.v, 1, MPFR_RNDN);
-  PushHiLo(v.v, &rows);
-  std::fprintf(out, "inline constexpr int kAtanLowBinade = %d;\n", kLowBinade);
-  std::fprintf(out, "inline constexpr int kAtanLargeRow = %d;\n", kBinades * kPerBinade + 1);
+  std::fprintf(out, "inline constexpr double kAtanLow = %s;\n",
+               Literal(std::ldexp(1.0, kLowBinade)).c_str());
+  std::fprintf(out, "inline constexpr double kAtanHigh = %s;\n",
+               Literal(std::ldexp(1.0, kLowBinade + kBinades)).c_str());
+  std::fprintf(out, "inline constexpr int kAtanRowBits = %d;\n", kRowBits);
+  std::fprintf(out, "inline constexpr int kAtanRowBase = %d;\n", kRowBase);
+  std::fprintf(out, "inline constexpr int kAtanRowCount = %d;\n", kRows);
   PrintDoubleArray(out, "kAtanRows", rows);
+  // Relative errors of the fits: 3 terms 2^-57.4, 1 term 2^-28.6.
+  PrintDoubleArray(out, "kAtanHA", SeriesPolynomial(3, kReducedMax * kReducedMax, mpfr_atan, true));
+  PrintDoubleArray(out, "kAtanEP", SeriesPolynomial(1, kReducedMax * kReducedMax, mpfr_atan, true));
 
   // Relative errors of the fits (in the result): 12 terms 2^-55.7, 11 terms 2^-51.9 (within 2.6
   // ulp with the rounding), 6 terms 2^-31.7.

@@ -326,24 +326,26 @@ const std::map<std::string, HardCase>& HardCases() {
     erf.thresholds.insert(erf.thresholds.end(), {0x1.0cca2p+2, 0x1.a2ce8cp+1, 0x1.bb95dp+1});
     cdfnorm.thresholds.insert(cdfnorm.thresholds.end(),
                               {-0x1.296286p+2, -0x1.282ca4p+2, -0x1.39a9a8p+2});
-    // Atan and Atan2: the ends of the table (2^-5, 2^5), a row's edges and middle near 1, the
-    // quotient's underflow and overflow, and the HA kernels' worst arguments found over 2^24
-    // random doubles and pairs (0.61 and 0.57 ulp); Asin and Acos: the split at 1/2 and the ends,
-    // where acos(x) near 1 and asin(x) near 1 come from sqrt((1 - |x|)/2); just above the split,
-    // where pi/2 - 2 asin(u) cancels most, the worst arguments found over 2^24 doubles. Tiny
-    // arguments, where Atan and Asin round to x (2^-20, 2^-120) and Acos to pi/2 (2^-26, 2^-55).
-    HardCase atan = {{0x1p-5, 0x1p5, 1.0, 1.0625, 1.125, 0.5, 0x1p-27, 0x1p27, 1e300,
-                      0x1.0097e1b0990dp-3, 0x1p-20, 0x1p-120},
-                     {{-1.0, 1.0}, {-40.0, 40.0}, {0.03, 0.033}, {30.0, 34.0}}};
-    atan.regions = {{{{-1.0, 1.0}, {-1.0, 1.0}}},
-                    {{{1e-300, 1e-200}, {1e10, 1e300}}},
-                    {{{-1e-30, 1e-30}, {1e8, 1e30}}},
-                    {{{1e100, 1e300}, {-1e-300, 1e-100}}},
-                    {{{0.9, 1.1}, {-34.0, -30.0}}}};
+    // Atan and Atan2: the ends of the table (2^-6, 2^6) and the clamp's row (c = 66), a row's
+    // edges and middle near 1, the quotient's underflow and overflow, ratios just above 2^-6 and
+    // a row's edge, which Atan2's estimate of y/x (up to 0.26% low) reads one row down, and the
+    // HA kernels' worst arguments found in random sweeps of 2^21; Asin and Acos: the split at 1/2
+    // and the ends, where acos(x) near 1 and asin(x) near 1 come from sqrt((1 - |x|)/2); just
+    // above the split, where pi/2 - 2 asin(u) cancels most, the worst arguments found over 2^24
+    // doubles. Tiny arguments, where Atan and Asin round to x (2^-20, 2^-120) and Acos to pi/2
+    // (2^-26, 2^-55).
+    HardCase atan = {{0x1p-6, 0x1p6, 66.0, 1.0, 1.0625, 1.125, 0.5, 0x1p-27, 0x1p27, 1e300,
+                      0x1.001fef55abfa1p-3, 0x1p-20, 0x1p-120},
+                     {{-1.0, 1.0}, {-80.0, 80.0}, {0.0155, 0.0158}, {62.0, 70.0}}};
+    atan.regions = {{{{-1.0, 1.0}, {-1.0, 1.0}}},       {{{1e-300, 1e-200}, {1e10, 1e300}}},
+                    {{{-1e-30, 1e-30}, {1e8, 1e30}}},   {{{1e100, 1e300}, {-1e-300, 1e-100}}},
+                    {{{0.9, 1.1}, {-66.0, -62.0}}},     {{{0x1.003p-6, 0x1.004p-6}, {0.999, 1.0}}},
+                    {{{1.0625, 1.066}, {-1.0, -0.999}}}};
     for (const double x : {1.0, -1.0, 0x1p-1022, -0x1p-1022, 3.0, -3.0}) {
       atan.pairs.insert(atan.pairs.end(), {x, x, x, 2 * x, 1e-310, x, x, 1e-310});
     }
-    atan.pairs.insert(atan.pairs.end(), {-0x1.170b520df37f8p-20, 0x1.16efec156ea1fp-18});
+    atan.pairs.insert(atan.pairs.end(), {0x1.257a121061cccp-919, 0x1.82f9664338f4ap+100,
+                                         -0x1.c0890b96f517cp-7, 0x1.e01d6577e8302p-1});
     const HardCase asin = {
         {0.5, -0.5, 1.0, -1.0, 0x1p-27, 0x1p-1022, 0x1.10494f1f3332ap-1, 0x1.03e9cfa5a256p-1,
          -0x1.0dd86dd95fb1ap-1, 0x1p-20, 0x1p-120, 0x1p-26, -0x1p-55},

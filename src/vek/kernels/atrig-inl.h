@@ -2,13 +2,17 @@
 //
 // Atan and Atan2 reduce by a table: with c near q = |y|/|x| (q = |x| for Atan),
 //   atan(q) = atan(c) + atan(t),  t = (q - c)/(1 + q c) = (|y| - c |x|)/(|x| + c |y|),
-// one division. c is q with its mantissa cut after three bits and half a step added, for q from
-// 2^-5 to 2^5 (80 rows of atan(c) as hi + lo); below, c = 0 and t = q; above, c = inf and
-// t = -|x|/|y| with atan(c) = pi/2. So |t| <= 1/32 and atan(t) = t + t s P(s), s = t^2, is the
-// Taylor series: its terms fall by 2^-10 each. For Atan, q - c is exact (c lies within a factor 2
-// of q) and t carries only the rounding of 1 + q c and of the quotient, at most 1/16 of the
-// result; Atan2 forms both from fused operations, and where t is the whole result (c = 0) HA adds
-// the quotient's remainder. Atan2 then takes pi - angle for x < 0 and the sign of y.
+// one division. c is q with its mantissa cut after four bits and half a step added, for q from
+// 2^-6 to 2^6 (192 rows of atan(c) as hi + lo); below, c = 0 and t = q; from 2^6 on q is clamped,
+// so c = 66. Atan2 finds its row by |y| times a rough reciprocal of |x| (0.26% low at most), not
+// by a second division: t is formed from |y| and |x| exactly as written, so that the estimate's
+// error only widens t's range. |t| <= 0.0163 everywhere, and atan(t) = t + t s P(s), s = t^2, with
+// three terms fitted to that range (2^-57.4 relative). Outside c = 0, t is at most 1/30 of the
+// result, so the rounding of its numerator, denominator and quotient costs a few hundredths of an
+// ulp; where t is the whole result (c = 0), num = |y| and den = |x| are exact and HA adds the
+// quotient's remainder. For Atan2 with x < 0 the row comes from the table's second half, which
+// holds pi - atan(c) as hi + lo, and t's numerator changes sign: every quadrant is then
+// T_hi + (t + tail), no assembly of pi - angle. The sign of y is or-ed in last.
 //
 // Asin and Acos split at 1/2: below, asin(u) = u + u z P(z) with u = |x| and z = x^2; above,
 // asin(|x|) = pi/2 - 2 asin(u) with z = (1 - |x|)/2 (exact) and u = sqrt(z), HA carrying the
@@ -16,10 +20,10 @@
 // tools/atrig_tables.cpp). Every result is C + m (u + lo) with C one of 0, pi/2, pi (hi + lo) and
 // m one of +-1, +-2: C + m u is split exactly, so the whole is rounded once.
 //
-// Rare lanes: Asin and Acos beyond [-1, 1]; Atan2 with an argument outside [2^-1000, 2^1000]
-// (floats [2^-100, 2^100]: zeros, infinities, NaNs, denormals) or a result below 2^-1020 (floats
-// 2^-124), all through the element loop's scalar code. Atan has none: infinities and denormals come
-// out of the arithmetic.
+// Rare lanes: Asin and Acos beyond [-1, 1]; Atan2 with a part below 2^-1000 or |y| + |x| above
+// 2^1001 (zeros, infinities, NaNs, denormals; floats [2^-100, 2^100]) or a result below 2^-1020
+// (floats 2^-124), all through the element loop's scalar code. Atan has none: infinities and
+// denormals come out of the arithmetic.
 
 #if defined(OXL_VEK_KERNELS_ATRIG_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef OXL_VEK_KERNELS_ATRIG_INL_H_
@@ -39,15 +43,18 @@
 HWY_BEFORE_NAMESPACE();
 namespace oxl::HWY_NAMESPACE {
 
-// What a level of the arctangent computes: the terms of the series after t, and whether the
-// table's low parts and the quotient's remainder join the sum.
+// What a level of the arctangent computes: the polynomial after t, and whether Atan2 adds the
+// quotient's remainder. LA keeps HA's three terms (two would leave 2^-43 where t is the result);
+// EP's one term is within 2^-28.6. The table's low parts join at every level: they cost an FMA's
+// addend, the rows being read in pairs anyway.
 struct AtanLevel {
+  const double* p;
   int terms;
   bool compensated;
 };
-inline constexpr AtanLevel kAtanHA{5, true};
-inline constexpr AtanLevel kAtanLA{4, false};
-inline constexpr AtanLevel kAtanEP{2, false};
+inline constexpr AtanLevel kAtanHA{vek::atrig_tables::kAtanHA, 3, true};
+inline constexpr AtanLevel kAtanLA{vek::atrig_tables::kAtanHA, 3, false};
+inline constexpr AtanLevel kAtanEP{vek::atrig_tables::kAtanEP, 1, false};
 
 // The same for the arcsine's polynomial: its coefficients, and whether sqrt's remainder is kept.
 struct AsinLevel {
@@ -88,55 +95,52 @@ struct SplitConst {
         lo(static_cast<T>((pair[0] - static_cast<double>(static_cast<T>(pair[0]))) + pair[1])) {}
 };
 
-// The series' coefficients after t, (-1)^(k+1)/(2k+3).
-inline constexpr double kAtanSeries[5] = {-1.0 / 3, 1.0 / 5, -1.0 / 7, 1.0 / 9, -1.0 / 11};
-
-// atan(a/b) for a, b >= 0 (b = 1 for Atan, and then q = a); where pi_minus is set (Atan2 only),
-// pi - atan(a/b).
+// atan(a/b) for a, b >= 0 (b = 1 for Atan, and then q = a), or pi - atan(a/b) where x_sign, the
+// sign of Atan2's x alone, is -0. The row comes from q, which for Atan2 is a/b within 0.26% below
+// (a times the rough reciprocal of b: the kernel's one division is t's), and t from a and b, so
+// that q's error moves only the bound on t. x < 0 reads the table's second half, pi - atan(c), and
+// turns t's sign by its numerator: the result is then T_hi + (t + tail) in every quadrant.
 template <AtanLevel kLevel, bool kBinary, class D, class V = hn::VFromD<D>>
-HWY_INLINE V AtanOfRatio(D d, V a, V b, hn::Mask<D> pi_minus) {
+HWY_INLINE V AtanOfRatio(D d, V a, V b, V x_sign) {
   namespace at = vek::atrig_tables;
-  const hn::RebindToSigned<D> di;
-  const V q = kBinary ? hn::Div(a, b) : a;
-  // q clamped to [2^-5 - ulp, 2^5]: its bits then give row 0 below 2^-5 and the large row from 2^5
-  // on. A NaN clamps to row 0 (c = 0) and flows through the arithmetic with its payload.
-  const V q_low = hn::Set(d, 0x1.fffffffffffffp-6), q_high = hn::Set(d, 0x1p5);
-  const V qc = hn::Min(hn::Max(q, q_low), q_high);
-  const auto small = hn::Eq(qc, q_low);
-  const auto large = hn::Eq(qc, q_high);
-  const auto bits = hn::BitCast(di, qc);
-  const auto row =
-      hn::Sub(hn::ShiftRight<49>(bits), hn::Set(di, int64_t{(1023 + at::kAtanLowBinade) * 8 - 1}));
+  const hn::RebindToUnsigned<D> du;
+  // Atan's argument is capped where atan rounds to pi/2 anyway, so that 1 + c a stays finite for
+  // infinities; a NaN fails the compare and passes.
+  if constexpr (!kBinary)
+    a = hn::IfThenElse(hn::Gt(a, hn::Set(d, 0x1p1000)), hn::Set(d, 0x1p1000), a);
+  const V q = kBinary ? hn::Mul(a, RcpRough(d, b)) : a;
+  // Below 2^-6 c = 0, and t = a/b; from 2^6 on c = 66, the first row of that binade, by a clamp,
+  // and t = (q - 66)/(1 + 66 q) falls within 1/66 up to any q, without a row of c = inf nor its
+  // own numerator and denominator. Atan counts a NaN as small, so that c = 0 passes it through
+  // with its payload (Atan2's NaNs are rare lanes). Every index, garbage of rare lanes included,
+  // reads a row of the table: it keeps eight bits.
+  const V low = hn::Set(d, at::kAtanLow);
+  const auto small = kBinary ? hn::Lt(q, low) : hn::Not(hn::Ge(q, low));
+  const auto bits = hn::BitCast(du, hn::Min(q, hn::Set(d, at::kAtanHigh)));
+  constexpr int kCut = 52 - at::kAtanRowBits;
+  auto row = hn::And(hn::Sub(hn::ShiftRight<kCut>(bits), hn::Set(du, uint64_t{at::kAtanRowBase})),
+                     hn::Set(du, uint64_t{at::kAtanRowCount - 1}));
+  row = hn::IfThenZeroElse(hn::RebindMask(du, small), row);
   const V c =
-      hn::IfThenZeroElse(small, hn::BitCast(d, hn::Or(hn::And(bits, hn::Set(di, ~int64_t{0} << 49)),
-                                                      hn::Set(di, int64_t{1} << 48))));
-  const V num = hn::IfThenElse(large, hn::Neg(b), Fnma(d, c, b, a));
-  const V den = hn::IfThenElse(large, a, Fma(d, c, a, b));
+      hn::IfThenZeroElse(small, hn::BitCast(d, hn::OrAnd(hn::Set(du, uint64_t{1} << (kCut - 1)),
+                                                         bits, hn::Set(du, ~uint64_t{0} << kCut))));
+  V num = Fnma(d, c, b, a);
+  const V den = Fma(d, c, a, b);
+  if constexpr (kBinary) {
+    num = hn::Xor(num, x_sign);
+    row = hn::Or(row, hn::ShiftRight<63 - 8>(hn::BitCast(du, x_sign)));
+  }
   const V t = hn::Div(num, den);
   const V s = hn::Mul(t, t);
-  V tail = hn::Mul(hn::Mul(t, s), Polynomial(d, s, atrig_detail::kAtanSeries, kLevel.terms));
   V pair[2];
-  LoadRows<2>(d, at::kAtanRows, row, pair);
-  V hi = pair[0];
-  const V lo = pair[1];
-  if constexpr (kLevel.compensated) {
-    tail = hn::Add(tail, lo);
-    // The quotient's remainder, which matters where t is the result (c = 0): num - t den is
-    // exact, and at most half an ulp of t, so the seed's 5% is 0.03 ulp. (A division measured
-    // 2% slower on AVX-512 and the same on AVX2.)
-    if constexpr (kBinary) tail = Fma(d, Fnma(d, t, den, num), RcpSeedRough(d, den), tail);
+  LoadRows<2>(d, at::kAtanRows, hn::BitCast(hn::RebindToSigned<D>(), row), pair);
+  V tail = Fma(d, hn::Mul(t, s), Polynomial(d, s, kLevel.p, kLevel.terms), pair[1]);
+  // The quotient's remainder, which matters where t is the result (c = 0): num - t den is exact,
+  // and at most half an ulp of t, so the seed's 5% is 0.03 ulp.
+  if constexpr (kBinary && kLevel.compensated) {
+    tail = Fma(d, Fnma(d, t, den, num), RcpSeedRough(d, den), tail);
   }
-  if constexpr (!kBinary) return hn::Add(hi, hn::Add(t, tail));
-  // pi - (hi + t + tail): pi_hi - hi is split exactly (pi_hi >= hi), the rest negated.
-  const V pi_hi = hn::Set(d, at::kPi[0]);
-  const V h = hn::Sub(pi_hi, hi);
-  const V h_err = hn::Sub(hn::Sub(pi_hi, h), hi);
-  const V sign = hn::IfThenElseZero(pi_minus, hn::Set(d, -0.0));
-  tail = hn::Xor(tail, sign);
-  if constexpr (kLevel.compensated) tail = hn::Add(tail, hn::IfThenElseZero(pi_minus, h_err));
-  tail = hn::Add(tail, hn::IfThenElseZero(pi_minus, hn::Set(d, at::kPi[1])));
-  hi = hn::IfThenElse(pi_minus, h, hi);
-  return hn::Add(hi, hn::Add(hn::Xor(t, sign), tail));
+  return hn::Add(pair[0], hn::Add(t, tail));
 }
 
 }  // namespace atrig_detail
@@ -150,7 +154,7 @@ struct AtanBody : UnaryRealBody<double> {
   HWY_INLINE void operator()(D d, const V* in, V* out) const {
     const V x = in[0];
     const V r =
-        atrig_detail::AtanOfRatio<kLevel, false>(d, hn::Abs(x), hn::Set(d, 1.0), hn::FirstN(d, 0));
+        atrig_detail::AtanOfRatio<kLevel, false>(d, hn::Abs(x), hn::Set(d, 1.0), hn::Zero(d));
     out[0] = hn::Or(r, hn::And(x, hn::Set(d, -0.0)));
   }
 };
@@ -163,12 +167,14 @@ struct Atan2Body : BinaryRealBody<double> {
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {
     const V y = in[0], x = in[1];
     const V a = hn::Abs(y), b = hn::Abs(x);
-    const V r = atrig_detail::AtanOfRatio<kLevel, true>(d, a, b, hn::Lt(x, hn::Zero(d)));
-    out[0] = hn::Or(r, hn::And(y, hn::Set(d, -0.0)));
-    // NaNs fail both compares.
-    const V lo = hn::Set(d, 0x1p-1000), hi = hn::Set(d, 0x1p1000);
-    const M ordinary =
-        hn::And(hn::And(hn::Ge(a, lo), hn::Le(a, hi)), hn::And(hn::Ge(b, lo), hn::Le(b, hi)));
+    const V sign = hn::Set(d, -0.0);
+    const V r = atrig_detail::AtanOfRatio<kLevel, true>(d, a, b, hn::And(x, sign));
+    out[0] = hn::Or(r, hn::And(y, sign));
+    // Both parts at least 2^-1000, and |y| + |x| at most 2^1001 (which holds wherever both are at
+    // most 2^1000): two compares where four would bound each part. A NaN in either part fails the
+    // sum's compare, whatever Min makes of it.
+    const M ordinary = hn::And(hn::Ge(hn::Min(a, b), hn::Set(d, 0x1p-1000)),
+                               hn::Le(hn::Add(a, b), hn::Set(d, 0x1p1001)));
     rare[0] = hn::Or(hn::Not(ordinary), hn::Lt(r, hn::Set(d, 0x1p-1020)));
   }
 

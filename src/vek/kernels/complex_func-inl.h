@@ -245,7 +245,7 @@ struct ZLnBody : ComplexFuncShape<oxl_complex16, oxl_complex16> {
     const V unscale = hn::BitCast(d, hn::ShiftLeft<52>(hn::Sub(hn::Set(du, 2046), split.biased)));
     const V ln = LnQuotient<double, kLog>::OfSplit(d, split.m, split.e, hn::Mul(s.lo, unscale));
     out[0] = hn::Mul(ln, hn::Set(d, 0.5));
-    const V angle = atrig_detail::AtanOfRatio<kAtan, true>(d, a, b, hn::Lt(re, hn::Zero(d)));
+    const V angle = atrig_detail::AtanOfRatio<kAtan, true>(d, a, b, hn::And(re, hn::Set(d, -0.0)));
     out[1] = hn::Or(angle, hn::And(im, hn::Set(d, -0.0)));
     // The Atan2 body's rare lanes (a part outside [2^-1000, 2^1000], an angle below 2^-1020) and
     // those outside SquareRange, in one test: with both parts above 2^-1000, the larger within
