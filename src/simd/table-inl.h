@@ -49,28 +49,37 @@ constexpr bool TableInRegisters() {
 }  // namespace simd_detail
 
 // GatherLanes(d, base, index): lane i gets base[index[i]], for lanes of 32 or 64 bits (floating
-// point or integer), 16 or 32 bytes a vector, and indices of the lanes' width. The same values as
-// a gather; on AVX2 by one load a lane. Intel processors with the microcode that guards gathers
-// against data sampling (Skylake to Ice Lake) take about 45 cycles for a 256-bit gather, where four
-// or eight scalar loads and their inserts take a few: on such a host (Cascade Lake, AVX2, ns per
-// element) dPackV 2.49 -> 0.58, sCbrt 1.61 -> 0.99, dSin of large arguments 21.6 -> 13.1, float
-// sin of large arguments 13.0 -> 5.9, Poisson by PTPE 17.8 -> 15.0. A 512-bit gather fetches
-// twice the lanes for the same price, and eight loads with their inserts lost to it there in the
-// kernels (float sin of large arguments 6.11 -> 6.52 and 7.57 in two sittings), so AVX3 keeps the
-// instruction; so do kernels that read many columns of one row, where the gathers overlap
-// (dErfInv's tail: 10.2 ns with them, 12.1 with loads a lane or a row). The indices go through
-// memory, as in LoadRows below: the barrier keeps the compiler from extracting each from the
-// register.
+// point or integer), 16, 32 or 64 bytes a vector, and indices of the lanes' width. The same values
+// as a gather, by one load a lane on AVX2 and AVX3. Intel processors with the microcode that guards
+// gathers against data sampling (Skylake to Ice Lake) take about 45 cycles for a gather of four or
+// eight lanes, where the scalar loads and their inserts take a few. On such a host (Cascade Lake),
+// ns per element, AVX2: dPackV 2.49 -> 0.58, sCbrt 1.61 -> 0.99, dSin of large arguments 21.6 ->
+// 13.1, float sin of large arguments 13.0 -> 5.9, Poisson by PTPE 17.8 -> 15.0; AVX3: dPackV 1.40
+// -> 0.64, sPackV 1.51 -> 0.78, dSin of large arguments 10.9 -> 7.6, float 6.09 -> 3.93. AVX3
+// stores the indices as two 256-bit halves: that host does not forward a 512-bit store to the
+// loads that read it back, and each then waits for the store to reach the cache (eight loads lost
+// to the gather that way). dErfInv's tail, which reads fifteen columns of one row, keeps its
+// gathers: they overlap there (AVX2 10.2 ns with them, 12.1 with loads a lane or a row). The
+// barrier keeps the compiler from extracting each index from the register instead.
 template <class D, class VI>
 HWY_API hn::VFromD<D> GatherLanes(D d, const hn::TFromD<D>* HWY_RESTRICT base, VI index) {
   const hn::RebindToSigned<D> di;
-#if HWY_TARGET == HWY_AVX2
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
   using T = hn::TFromD<D>;
   constexpr size_t kBytes = sizeof(T) * hn::MaxLanes(D());
-  if constexpr (kBytes == 16 || kBytes == 32) {
+  if constexpr (kBytes == 16 || kBytes == 32 || kBytes == 64) {
     using TI = hn::TFromD<decltype(di)>;
     HWY_ALIGN TI r[hn::MaxLanes(D())];
-    hn::Store(hn::BitCast(di, index), di, r);
+#if HWY_TARGET == HWY_AVX3
+    if constexpr (kBytes == 64) {
+      const __m512i raw = hn::BitCast(di, index).raw;
+      _mm256_store_si256(reinterpret_cast<__m256i*>(r), _mm512_castsi512_si256(raw));
+      _mm256_store_si256(reinterpret_cast<__m256i*>(r) + 1, _mm512_extracti64x4_epi64(raw, 1));
+    } else
+#endif
+    {
+      hn::Store(hn::BitCast(di, index), di, r);
+    }
     asm volatile("" : : "r"(r) : "memory");
     const auto bytes = reinterpret_cast<const char*>(base);
     // Lanes first to first + 16 / sizeof(T) - 1: 16 bytes.
@@ -91,10 +100,19 @@ HWY_API hn::VFromD<D> GatherLanes(D d, const hn::TFromD<D>* HWY_RESTRICT base, V
     };
     const hn::Repartition<float, D> df;
     hn::VFromD<decltype(df)> v;
+    constexpr size_t kPer = 16 / sizeof(T);
+    const auto half = [&](size_t first) {
+      return _mm256_insertf128_ps(_mm256_castps128_ps256(quarter(first)), quarter(first + kPer), 1);
+    };
     if constexpr (kBytes == 16) {
       v.raw = quarter(0);
+    } else if constexpr (kBytes == 32) {
+      v.raw = half(0);
     } else {
-      v.raw = _mm256_insertf128_ps(_mm256_castps128_ps256(quarter(0)), quarter(16 / sizeof(T)), 1);
+#if HWY_TARGET == HWY_AVX3
+      v.raw = _mm512_castpd_ps(_mm512_insertf64x4(_mm512_castpd256_pd512(_mm256_castps_pd(half(0))),
+                                                  _mm256_castps_pd(half(2 * kPer)), 1));
+#endif
     }
     return hn::BitCast(d, v);
   }
