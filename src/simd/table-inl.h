@@ -298,25 +298,33 @@ HWY_API hn::VFromD<D> Lookup(D d, const FloatSumTable<D>& table, VI index) {
 }
 
 // The columns of a table of rows of kWidth doubles (2 or 4, rows aligned to 16 bytes) at `row`:
-// out[c] lane i = table[kWidth row[i] + c]. AVX2 and AVX3 load each lane's row as 16-byte pairs
-// and take the pairs apart by unpacks, in place of a gather a column (Zen 4 gathers cost a dozen
-// simple operations: 1.21 against 0.92 ns per element for Atan HA on AVX-512, 1.53 against 1.24
-// on AVX2). The indices go through memory: the barrier keeps the compiler from extracting each
-// from the register instead, two or three operations a lane where a load forwarded from the store
-// is one. SCALAR reads the array.
+// out[c] lane i = table[kWidth row[i] + c], where only the low 32 bits of a row lane count, so
+// that an index read off a float's low mantissa bits needs no mask. AVX2 and AVX3 load each lane's
+// row as 16-byte pairs and take the pairs apart by unpacks, in place of a gather a column (Zen 4
+// gathers cost a dozen simple operations: 1.21 against 0.92 ns per element for Atan HA on
+// AVX-512, 1.53 against 1.24 on AVX2). The indices go through memory: the barrier keeps the
+// compiler from extracting each from the register instead, two or three operations a lane where a
+// load forwarded from the store is one. SCALAR reads the array.
 template <size_t kWidth, class D, class VI, class V = hn::VFromD<D>>
 HWY_API void LoadRows(D d, const double* HWY_RESTRICT table, VI row, V* HWY_RESTRICT out) {
   static_assert(kWidth == 2 || kWidth == 4, "rows of 2 or 4 doubles");
   [[maybe_unused]] constexpr size_t kLanes = hn::MaxLanes(D());
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
   if constexpr (kLanes == 4 || kLanes == 8) {
+    // Byte offsets, scaled in the vector: one shift for all lanes where the address of each
+    // would cost a shift or two.
+    constexpr int kRowShift = kWidth == 2 ? 4 : 5;
     HWY_ALIGN int64_t r[kLanes];
-    hn::Store(row, hn::RebindToSigned<D>(), r);
+    hn::Store(hn::ShiftLeft<kRowShift>(row), hn::RebindToSigned<D>(), r);
     asm volatile("" : : "r"(r) : "memory");
+    const char* bytes = reinterpret_cast<const char*>(table);
     // Lanes k and k + 2 of a 256-bit half: columns c and c + 1 of rows r[k] and r[k + 2].
     const auto two = [&](size_t k, size_t c) {
-      return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_load_pd(table + kWidth * r[k] + c)),
-                                  _mm_load_pd(table + kWidth * r[k + 2] + c), 1);
+      const auto at = [&](size_t lane) {
+        return reinterpret_cast<const double*>(bytes + static_cast<uint32_t>(r[lane])) + c;
+      };
+      return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_load_pd(at(k))),
+                                  _mm_load_pd(at(k + 2)), 1);
     };
     for (size_t c = 0; c < kWidth; c += 2) {
       if constexpr (kLanes == 4) {
@@ -335,7 +343,8 @@ HWY_API void LoadRows(D d, const double* HWY_RESTRICT table, VI row, V* HWY_REST
     return;
   }
 #endif
-  const auto idx = hn::ShiftLeft < kWidth == 2 ? 1 : 2 > (row);
+  const auto low = hn::And(row, hn::Set(hn::RebindToSigned<D>(), int64_t{0xFFFFFFFF}));
+  const auto idx = hn::ShiftLeft < kWidth == 2 ? 1 : 2 > (low);
   for (size_t c = 0; c < kWidth; ++c) out[c] = hn::GatherIndex(d, table + c, idx);
 }
 

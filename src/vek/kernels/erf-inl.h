@@ -162,28 +162,37 @@ struct ErfBody : UnaryRealBody<double> {
       t_lo = Fma(d, x, hn::Set(d, -et::kSqrtHalf[1]), Fma(d, x, c, hn::Neg(t)));
     }
     const V y = hn::Abs(t);
-    const M negative = hn::Lt(t, hn::Zero(d));
-    const V clamp =
-        kErf ? hn::Set(d, et::kErfClamp)
-             : hn::IfThenElse(negative, hn::Set(d, et::kErfClamp), hn::Set(d, et::kErfcUnderflow));
-    const M inside = hn::Lt(y, clamp);
-    const V yc = hn::IfThenElse(inside, y, clamp);
     const V shifter = hn::Set(d, 35184372088832.0);
-    const V z = hn::Add(yc, shifter);
-    const V g = hn::Sub(z, shifter);
-    V dd = hn::Sub(yc, g);
-    if constexpr (kFunc == ErfFunction::kCdfNorm) {
-      // The low part of |t|, nothing on the clamp.
-      const V y_lo = hn::IfThenElse(negative, hn::Neg(t_lo), t_lo);
-      dd = hn::Add(dd, hn::IfThenElseZero(inside, y_lo));
-    }
-    auto row = hn::And(hn::BitCast(di, z), hn::Set(di, 0xFFFF));
+    V yc, z, dd;
+    auto row = hn::Zero(di);
     const double* table = et::kErfRows;
-    if constexpr (!kErf) {
+    [[maybe_unused]] M negative;
+    if constexpr (kErf) {
+      // The row comes from y clamped with NaN going to the clamp (x86's minimum returns its
+      // second operand, the scalar one the number), and d from y clamped with NaN kept, so that
+      // a NaN flows through the series to the result, quieted, without a select.
+      z = hn::Add(hn::Min(y, hn::Set(d, et::kErfClamp)), shifter);
+      yc = erf_detail::MinKeepingNaN(d, y, hn::Set(d, et::kErfClamp));
+      dd = hn::Sub(yc, hn::Sub(z, shifter));
+    } else {
+      negative = hn::Lt(t, hn::Zero(d));
+      const V clamp =
+          hn::IfThenElse(negative, hn::Set(d, et::kErfClamp), hn::Set(d, et::kErfcUnderflow));
+      const M inside = hn::Lt(y, clamp);
+      yc = hn::IfThenElse(inside, y, clamp);
+      z = hn::Add(yc, shifter);
+      dd = hn::Sub(yc, hn::Sub(z, shifter));
+      if constexpr (kFunc == ErfFunction::kCdfNorm) {
+        // The low part of |t|, nothing on the clamp.
+        const V y_lo = hn::IfThenElse(negative, hn::Neg(t_lo), t_lo);
+        dd = hn::Add(dd, hn::IfThenElseZero(inside, y_lo));
+      }
       table = et::kErfcRows;
-      row = hn::Add(
-          row, hn::IfThenElseZero(hn::RebindMask(di, negative), hn::Set(di, et::kErfcNegativeRow)));
+      row = hn::IfThenElseZero(hn::RebindMask(di, negative), hn::Set(di, et::kErfcNegativeRow));
     }
+    const V g = hn::Sub(z, shifter);
+    // z's low word is the grid index (its high word, the exponent, does not count).
+    row = hn::Add(row, hn::BitCast(di, z));
     // The row's f(g) hi and lo, derivative and scale.
     V cols[4];
     LoadRows<4>(d, table, row, cols);
@@ -207,8 +216,7 @@ struct ErfBody : UnaryRealBody<double> {
         const V small = Fma(d, yc, Horner(d, y2, c[0], c[1], c[2], c[3], c[4]), yc);
         r = hn::IfThenElse(near0, small, r);
       }
-      r = hn::Or(r, hn::And(x, hn::Set(d, -0.0)));
-      out[0] = hn::IfThenElse(hn::IsNaN(x), hn::Add(x, x), r);
+      out[0] = hn::Or(r, hn::And(x, hn::Set(d, -0.0)));
       rare[0] = hn::FirstN(d, 0);
     }
   }
