@@ -161,38 +161,40 @@ struct ErfBody : UnaryRealBody<double> {
       t = hn::Mul(x, c);
       t_lo = Fma(d, x, hn::Set(d, -et::kSqrtHalf[1]), Fma(d, x, c, hn::Neg(t)));
     }
-    const V y = hn::Abs(t);
-    const V shifter = hn::Set(d, 35184372088832.0);
-    V yc, z, dd;
-    auto row = hn::Zero(di);
-    const double* table = et::kErfRows;
-    [[maybe_unused]] M negative;
+    V yc, z, g, dd;
+    const double* table;
     if constexpr (kErf) {
-      // The row comes from y clamped with NaN going to the clamp (x86's minimum returns its
-      // second operand, the scalar one the number), and d from y clamped with NaN kept, so that
-      // a NaN flows through the series to the result, quieted, without a select.
-      z = hn::Add(hn::Min(y, hn::Set(d, et::kErfClamp)), shifter);
-      yc = erf_detail::MinKeepingNaN(d, y, hn::Set(d, et::kErfClamp));
-      dd = hn::Sub(yc, hn::Sub(z, shifter));
+      // The row comes from |x| clamped with NaN going to the clamp (x86's minimum returns its
+      // second operand, the scalar one the number), and d from |x| clamped with NaN kept, so
+      // that a NaN flows through the series to the result, quieted, without a select. The
+      // shifter's last place is 1/128.
+      const V y = hn::Abs(x);
+      const V clamp = hn::Set(d, et::kErfClamp);
+      const V shifter = hn::Set(d, 0x1p45);
+      z = hn::Add(hn::Min(y, clamp), shifter);
+      yc = erf_detail::MinKeepingNaN(d, y, clamp);
+      g = hn::Sub(z, shifter);
+      dd = hn::Sub(yc, g);
+      table = et::kErfRows;
     } else {
-      negative = hn::Lt(t, hn::Zero(d));
-      const V clamp =
-          hn::IfThenElse(negative, hn::Set(d, et::kErfClamp), hn::Set(d, et::kErfcUnderflow));
-      const M inside = hn::Lt(y, clamp);
-      yc = hn::IfThenElse(inside, y, clamp);
+      // The signed argument rounds straight to its row: the rows run from erfc's 2 to its
+      // underflow, so that one clamp each way replaces the absolute value, the side's row offset
+      // and the side's clamp. The shifter's last place is 1/128 on both sides of it, and its
+      // fraction puts g = 0 at kErfcZeroRow in the sum's low word. A NaN goes to the lower clamp
+      // (x86's maximum returns its second operand, the scalar one the number): a rare lane.
+      const V shifter = hn::Set(d, 0x1.8p45 + et::kErfcZeroRow / 128.0);
+      yc = hn::Min(hn::Max(t, hn::Set(d, -et::kErfClamp)), hn::Set(d, et::kErfcUnderflow));
       z = hn::Add(yc, shifter);
-      dd = hn::Sub(yc, hn::Sub(z, shifter));
+      g = hn::Sub(z, shifter);
+      dd = hn::Sub(yc, g);
       if constexpr (kFunc == ErfFunction::kCdfNorm) {
-        // The low part of |t|, nothing on the clamp.
-        const V y_lo = hn::IfThenElse(negative, hn::Neg(t_lo), t_lo);
-        dd = hn::Add(dd, hn::IfThenElseZero(inside, y_lo));
+        // t's low part, none on the clamps (where it is NaN at the infinities).
+        dd = hn::Add(dd, hn::IfThenElseZero(hn::Eq(t, yc), t_lo));
       }
       table = et::kErfcRows;
-      row = hn::IfThenElseZero(hn::RebindMask(di, negative), hn::Set(di, et::kErfcNegativeRow));
     }
-    const V g = hn::Sub(z, shifter);
-    // z's low word is the grid index (its high word, the exponent, does not count).
-    row = hn::Add(row, hn::BitCast(di, z));
+    // z's low word is the row (its high word, the exponent, does not count).
+    const auto row = hn::BitCast(di, z);
     // The row's f(g) hi and lo, derivative and scale.
     V cols[4];
     LoadRows<4>(d, table, row, cols);
