@@ -297,10 +297,11 @@ HWY_API hn::VFromD<D> Lookup(D d, const FloatSumTable<D>& table, VI index) {
   }
 }
 
-// The columns of a table of rows of kWidth doubles (2 or 4, rows aligned to 16 bytes) at `row`:
+// The columns of a table of rows of kWidth doubles (2 or 4, rows aligned to their size) at `row`:
 // out[c] lane i = table[kWidth row[i] + c], where only the low 32 bits of a row lane count, so
 // that an index read off a float's low mantissa bits needs no mask. AVX2 and AVX3 load each lane's
-// row as 16-byte pairs and take the pairs apart by unpacks, in place of a gather a column (Zen 4
+// row whole (rows of 4) or as 16-byte pairs and take the rows apart by unpacks and lane shuffles,
+// in place of a gather a column (Cascade Lake: dErf HA 2.93 against 4.58 ns per element; Zen 4
 // gathers cost a dozen simple operations: 1.21 against 0.92 ns per element for Atan HA on
 // AVX-512, 1.53 against 1.24 on AVX2). The indices go through memory: the barrier keeps the
 // compiler from extracting each from the register instead, two or three operations a lane where a
@@ -318,13 +319,45 @@ HWY_API void LoadRows(D d, const double* HWY_RESTRICT table, VI row, V* HWY_REST
     hn::Store(hn::ShiftLeft<kRowShift>(row), hn::RebindToSigned<D>(), r);
     asm volatile("" : : "r"(r) : "memory");
     const char* bytes = reinterpret_cast<const char*>(table);
+    const auto at_row = [&](size_t lane) {
+      return reinterpret_cast<const double*>(bytes + static_cast<uint32_t>(r[lane]));
+    };
+    if constexpr (kWidth == 4) {
+      // Whole rows: one 32-byte load a lane, then unpacks pair the columns of two rows and
+      // 128-bit lane shuffles gather the pairs: half the loads of the 16-byte pairs.
+      const auto whole = [&](size_t lane) { return _mm256_load_pd(at_row(lane)); };
+      if constexpr (kLanes == 4) {
+        const __m256d r0 = whole(0), r1 = whole(1), r2 = whole(2), r3 = whole(3);
+        // [hi, hi, deriv, deriv] of rows 0, 1 and of rows 2, 3; then lo and the last column.
+        const __m256d even01 = _mm256_unpacklo_pd(r0, r1), even23 = _mm256_unpacklo_pd(r2, r3);
+        const __m256d odd01 = _mm256_unpackhi_pd(r0, r1), odd23 = _mm256_unpackhi_pd(r2, r3);
+        out[0].raw = _mm256_permute2f128_pd(even01, even23, 0x20);
+        out[1].raw = _mm256_permute2f128_pd(odd01, odd23, 0x20);
+        out[2].raw = _mm256_permute2f128_pd(even01, even23, 0x31);
+        out[3].raw = _mm256_permute2f128_pd(odd01, odd23, 0x31);
+      } else {
+#if HWY_TARGET == HWY_AVX3
+        // Rows 0 and 2 in one register, 1 and 3, 4 and 6, 5 and 7: the unpacks then hold the
+        // columns of rows 0-3 and of rows 4-7 in 128-bit lanes that one shuffle each puts in order.
+        const auto two_rows = [&](size_t a, size_t b) {
+          return _mm512_insertf64x4(_mm512_castpd256_pd512(whole(a)), whole(b), 1);
+        };
+        const __m512d r02 = two_rows(0, 2), r13 = two_rows(1, 3);
+        const __m512d r46 = two_rows(4, 6), r57 = two_rows(5, 7);
+        const __m512d even0 = _mm512_unpacklo_pd(r02, r13), even4 = _mm512_unpacklo_pd(r46, r57);
+        const __m512d odd0 = _mm512_unpackhi_pd(r02, r13), odd4 = _mm512_unpackhi_pd(r46, r57);
+        out[0].raw = _mm512_shuffle_f64x2(even0, even4, 0x88);
+        out[1].raw = _mm512_shuffle_f64x2(odd0, odd4, 0x88);
+        out[2].raw = _mm512_shuffle_f64x2(even0, even4, 0xDD);
+        out[3].raw = _mm512_shuffle_f64x2(odd0, odd4, 0xDD);
+#endif
+      }
+      return;
+    }
     // Lanes k and k + 2 of a 256-bit half: columns c and c + 1 of rows r[k] and r[k + 2].
     const auto two = [&](size_t k, size_t c) {
-      const auto at = [&](size_t lane) {
-        return reinterpret_cast<const double*>(bytes + static_cast<uint32_t>(r[lane])) + c;
-      };
-      return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_load_pd(at(k))),
-                                  _mm_load_pd(at(k + 2)), 1);
+      return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_load_pd(at_row(k) + c)),
+                                  _mm_load_pd(at_row(k + 2) + c), 1);
     };
     for (size_t c = 0; c < kWidth; c += 2) {
       if constexpr (kLanes == 4) {
