@@ -46,13 +46,39 @@ constexpr double SeriesCoefficient(int n, int k) {
   return ((n + k) % 2 ? -1.0 : 1.0) / den;
 }
 
-// The sum of c_(n,k) u^(n - kFirst) over kFirst <= n < kTerms.
-template <int k, int kTerms, int kFirst, class D, class V = hn::VFromD<D>>
+// The sum of c_(n,k) u^(n - kFirst) over kFirst <= n < kTerms, with the next kFolded terms of the
+// series folded into these by Chebyshev economization over |u| <= kBound: c_m u^m less its part
+// c_m kBound^m T_m(u/kBound) / 2^(m-1), a polynomial of degree m - 2, leaves at most
+// |c_m| kBound^m / 2^(m-1), 2^-10 of the term itself where the far tail's rows need a dozen.
+template <int k, int kTerms, int kFirst, int kFolded, double kBound, class D,
+          class V = hn::VFromD<D>>
 HWY_INLINE V SeriesRow(D d, V u) {
   static_assert(kTerms > kFirst);
   static constexpr auto c = [] {
-    std::array<double, kTerms> out{};
-    for (int n = kFirst; n < kTerms; ++n) out[n] = SeriesCoefficient(n, k);
+    constexpr int kAll = kTerms + kFolded;
+    std::array<double, kAll> out{};
+    for (int n = 0; n < kAll; ++n) out[n] = SeriesCoefficient(n, k);
+    for (int m = kAll - 1; m >= kTerms; --m) {
+      // T_m's coefficients by T_(j+1) = 2 x T_j - T_(j-1), all exact.
+      std::array<double, kAll> prev{}, cur{}, next{};
+      prev[0] = 1;
+      cur[1] = 1;
+      for (int j = 1; j < m; ++j) {
+        next = {};
+        for (int i = 0; i < j + 1; ++i) next[i + 1] += 2 * cur[i];
+        for (int i = 0; i < j; ++i) next[i] -= prev[i];
+        prev = cur;
+        cur = next;
+      }
+      double scale = out[m];
+      for (int i = 1; i < m; ++i) scale /= 2;
+      // The u^i coefficient of the part is scale t_i kBound^(m-i).
+      for (int i = m - 2; i >= 0; i -= 2) {
+        double power = 1;
+        for (int e = 0; e < m - i; ++e) power *= kBound;
+        out[i] -= scale * cur[i] * power;
+      }
+    }
     return out;
   }();
   V acc = hn::Set(d, c[kTerms - 1]);
@@ -71,26 +97,34 @@ HWY_INLINE V SeriesRow(D d, V u) {
 // w <= 2^-16, with kTerms[k] terms of the one at w^k: every term costs one Fma, where the
 // recurrence's cost three. D dd is added by the last Fma, so that near 0, where it is as large as
 // the result, only the small part's roundings reach it.
-template <int kFirstTerms, int... kTerms>
-struct DoubleSeries {
+// kFolded[k] more terms of the polynomial at w^k are folded into its kept ones over |u| <= kBound
+// (SeriesRow); the fold of an even term into the constant of w^0's, which is D dd's own 1, is left
+// out, an error no larger than the fold's.
+template <double kBound, std::array<int, 4> kFolded, int kFirstTerms, int... kTerms>
+struct FoldedDoubleSeries {
   template <class D, class V = hn::VFromD<D>>
   static HWY_INLINE V Correction(D d, V deriv, V lo, V g, V dd) {
     constexpr int kRows = sizeof...(kTerms);
-    static_assert(kRows >= 1);
+    static_assert(kRows >= 1 && kRows < 4);
     const V u = hn::Mul(hn::Add(g, g), dd);
     const V w = hn::Mul(dd, dd);
     V rows[kRows];
     [&]<int... k>(std::integer_sequence<int, k...>) {
-      ((rows[k] = erf_detail::SeriesRow<k + 1, kTerms, 0>(d, u)), ...);
+      ((rows[k] = erf_detail::SeriesRow<k + 1, kTerms, 0, kFolded[k + 1], kBound>(d, u)), ...);
     }
     (std::make_integer_sequence<int, kRows>());
     V q = rows[kRows - 1];
     for (int k = kRows - 2; k >= 0; --k) q = Fma(d, q, w, rows[k]);
     // dd (F - 1), at most a fifth of dd.
-    const V rest = Fma(d, u, erf_detail::SeriesRow<0, kFirstTerms, 1>(d, u), hn::Mul(w, q));
+    const V rest = Fma(d, u, erf_detail::SeriesRow<0, kFirstTerms, 1, kFolded[0], kBound>(d, u),
+                       hn::Mul(w, q));
     return Fma(d, deriv, dd, Fma(d, deriv, hn::Mul(dd, rest), lo));
   }
 };
+
+// The Taylor polynomials as they stand.
+template <int... kTerms>
+using DoubleSeries = FoldedDoubleSeries<0.0, std::array<int, 4>{}, kTerms...>;
 
 // The Taylor series in dd, f(g + dd) - f(g) = D dd (b_0 + b_1 dd + ...), by Hermite's recurrence:
 // the shorter sum where few terms suffice.
