@@ -326,30 +326,33 @@ HWY_API void LoadRows(D d, const double* HWY_RESTRICT table, VI row, V* HWY_REST
       // Whole rows: one 32-byte load a lane, then unpacks pair the columns of two rows and
       // 128-bit lane shuffles gather the pairs: half the loads of the 16-byte pairs.
       const auto whole = [&](size_t lane) { return _mm256_load_pd(at_row(lane)); };
+      // a, b and c, e hold rows side by side in their 128-bit lanes; the unpacks give [f0, f0',
+      // f2, f2'] and [f1, f1', f3, f3'] a lane, and `lower` and `upper` gather those lanes'
+      // halves in the lanes' order.
+      const auto columns = [&](V a, V b, V c, V e, auto lower, auto upper) {
+        const V even_ab = hn::InterleaveLower(d, a, b), even_ce = hn::InterleaveLower(d, c, e);
+        const V odd_ab = hn::InterleaveUpper(d, a, b), odd_ce = hn::InterleaveUpper(d, c, e);
+        out[0].raw = lower(even_ab.raw, even_ce.raw);
+        out[1].raw = lower(odd_ab.raw, odd_ce.raw);
+        out[2].raw = upper(even_ab.raw, even_ce.raw);
+        out[3].raw = upper(odd_ab.raw, odd_ce.raw);
+      };
       if constexpr (kLanes == 4) {
-        const __m256d r0 = whole(0), r1 = whole(1), r2 = whole(2), r3 = whole(3);
-        // [hi, hi, deriv, deriv] of rows 0, 1 and of rows 2, 3; then lo and the last column.
-        const __m256d even01 = _mm256_unpacklo_pd(r0, r1), even23 = _mm256_unpacklo_pd(r2, r3);
-        const __m256d odd01 = _mm256_unpackhi_pd(r0, r1), odd23 = _mm256_unpackhi_pd(r2, r3);
-        out[0].raw = _mm256_permute2f128_pd(even01, even23, 0x20);
-        out[1].raw = _mm256_permute2f128_pd(odd01, odd23, 0x20);
-        out[2].raw = _mm256_permute2f128_pd(even01, even23, 0x31);
-        out[3].raw = _mm256_permute2f128_pd(odd01, odd23, 0x31);
+        columns(
+            V{whole(0)}, V{whole(1)}, V{whole(2)}, V{whole(3)},
+            [](__m256d p, __m256d q) { return _mm256_permute2f128_pd(p, q, 0x20); },
+            [](__m256d p, __m256d q) { return _mm256_permute2f128_pd(p, q, 0x31); });
       } else {
 #if HWY_TARGET == HWY_AVX3
-        // Rows 0 and 2 in one register, 1 and 3, 4 and 6, 5 and 7: the unpacks then hold the
-        // columns of rows 0-3 and of rows 4-7 in 128-bit lanes that one shuffle each puts in order.
+        // Rows 0 and 2 in one register, 1 and 3, 4 and 6, 5 and 7, so that the 128-bit lanes
+        // of the unpacks hold rows 0-3 and 4-7 in order.
         const auto two_rows = [&](size_t a, size_t b) {
-          return _mm512_insertf64x4(_mm512_castpd256_pd512(whole(a)), whole(b), 1);
+          return V{_mm512_insertf64x4(_mm512_castpd256_pd512(whole(a)), whole(b), 1)};
         };
-        const __m512d r02 = two_rows(0, 2), r13 = two_rows(1, 3);
-        const __m512d r46 = two_rows(4, 6), r57 = two_rows(5, 7);
-        const __m512d even0 = _mm512_unpacklo_pd(r02, r13), even4 = _mm512_unpacklo_pd(r46, r57);
-        const __m512d odd0 = _mm512_unpackhi_pd(r02, r13), odd4 = _mm512_unpackhi_pd(r46, r57);
-        out[0].raw = _mm512_shuffle_f64x2(even0, even4, 0x88);
-        out[1].raw = _mm512_shuffle_f64x2(odd0, odd4, 0x88);
-        out[2].raw = _mm512_shuffle_f64x2(even0, even4, 0xDD);
-        out[3].raw = _mm512_shuffle_f64x2(odd0, odd4, 0xDD);
+        columns(
+            two_rows(0, 2), two_rows(1, 3), two_rows(4, 6), two_rows(5, 7),
+            [](__m512d p, __m512d q) { return _mm512_shuffle_f64x2(p, q, 0x88); },
+            [](__m512d p, __m512d q) { return _mm512_shuffle_f64x2(p, q, 0xDD); });
 #endif
       }
       return;
