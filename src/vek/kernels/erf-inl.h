@@ -1,19 +1,20 @@
 // Bodies of the Erf, Erfc and CdfNorm kernels. Re-included once per SIMD target.
 //
-// The double kernels: y = |x| is rounded to the grid g = j/128 by the shifter 2^45 (whose last
-// place is 2^-7, so the sum's low bits are j), and f(g + d), |d| <= 1/256, is the table's row for g
-// plus a series in d. Every derivative of erf is the first one, D = 2/sqrt(pi) exp(-g^2), times a
-// polynomial in g, so the series is D d times a sum of which no table holds the coefficients: a
-// double series in 2 g d and d^2 with fixed coefficients (DoubleSeries), or, for few terms, the
-// Taylor series in d with Hermite's recurrence for its coefficients (HermiteSeries). The terms fall
-// like (2 g d)^n / n!, at most 0.21^n / n! at Erfc's threshold, so the levels differ only in how
-// many are summed. The same series serves erfc (D negated) and erfc(-y) = 1 + erf(y); the rows
-// hold f(g) as hi + lo, and Erfc's far-tail rows are scaled by a power of two that the result is
-// multiplied by, exactly, at the end. Near 0 Erf takes its Maclaurin series instead.
+// The double kernels: Erf's y = |x|, or Erfc's signed argument, is rounded to the grid g = j/128
+// by a shifter whose last place is 2^-7, so that the sum's low bits are the row, and f(g + d),
+// |d| <= 1/256, is the table's row for g plus a series in d. Every derivative of erf is the first
+// one, D = 2/sqrt(pi) exp(-g^2), times a polynomial in g, so the series is D d times a sum of which
+// no table holds the coefficients: a double series in 2 g d and d^2 with fixed coefficients
+// (DoubleSeries, or FoldedDoubleSeries with its top terms folded into the lower ones), or, for few
+// terms, the Taylor series in d with Hermite's recurrence for its coefficients (HermiteSeries).
+// The terms fall like (2 g d)^n / n!, at most 0.21^n / n! at Erfc's threshold, so the levels
+// differ only in how many are summed. The same series serves erfc on either side (D negated);
+// the rows hold f(g) as hi + lo, and Erfc's far-tail rows are scaled by a power of two that the
+// result is multiplied by, exactly, at the end. Near 0 Erf takes its Maclaurin series instead.
 //
 // Erf has no rare lanes. Erfc's rare lanes are the arguments from the underflow threshold on, +inf
-// and NaN; the other lanes' indices are clamped to the table, NaNs included (a compare that fails
-// picks the clamp), so no gather reads outside it.
+// and NaN; the other lanes' indices are clamped to the table, NaNs included (the x86 minimum and
+// maximum return the clamp, the scalar ones the number), so no load reads outside it.
 
 #if defined(OXL_VEK_KERNELS_ERF_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef OXL_VEK_KERNELS_ERF_INL_H_
