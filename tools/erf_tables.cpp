@@ -3,9 +3,11 @@
 // kernel multiplies its result by (the row's numbers are f(g)/s and f'(g)/s, so that Erfc's far
 // tail keeps full precision where erfc itself nears the bottom of the normal range).
 //   kErfRows:  f = erf, s = 1, for g up to the clamp 5.9921875 (erf rounds to 1 beyond it);
-//   kErfcRows: f = erfc(g) for g from 0 up to the underflow threshold, s = 2^-e with
-//              1 <= f(g)/s < 2, then at kErfcNegativeRow the rows of f(y) = erfc(-y) = 1 + erf(y),
-//              whose derivative in y is +2/sqrt(pi) exp(-y^2), up to the same clamp as erf's.
+//   kErfcRows: f = erfc(g) for g from -6 up to the underflow threshold, s = 2^-e with
+//              1 <= f(g)/s < 2 (s = 1 for g <= 0), g = 0 at kErfcZeroRow: the signed argument
+//              rounds straight to its row, with no absolute value, no side and no second clamp.
+//              The count of negative rows is even, so that the kernel's shifter rounds ties to
+//              even grid points on both sides.
 // The thresholds are the least arguments whose erfc rounds below the smallest normal number, in
 // double and in float: the lanes from there on are the kernels' rare lanes (status 4).
 // Values come from MPFR at 256 bits. Usage: erf_tables <output file>.
@@ -36,7 +38,7 @@ const Mp& Sqrt2() {
   return r;
 }
 
-enum class Kind { kErf, kErfc, kErfcNegative };
+enum class Kind { kErf, kErfc };
 
 void Row(Kind kind, int j, std::vector<double>* rows) {
   Mp g, f, deriv, rest;
@@ -44,11 +46,8 @@ void Row(Kind kind, int j, std::vector<double>* rows) {
   mpfr_div_si(g.v, g.v, kGrid, MPFR_RNDN);
   if (kind == Kind::kErf) {
     mpfr_erf(f.v, g.v, MPFR_RNDN);
-  } else if (kind == Kind::kErfc) {
-    mpfr_erfc(f.v, g.v, MPFR_RNDN);
   } else {
-    mpfr_erf(f.v, g.v, MPFR_RNDN);
-    mpfr_add_ui(f.v, f.v, 1, MPFR_RNDN);
+    mpfr_erfc(f.v, g.v, MPFR_RNDN);
   }
   // 2/sqrt(pi) exp(-g^2), signed as f's derivative.
   mpfr_sqr(deriv.v, g.v, MPFR_RNDN);
@@ -452,9 +451,8 @@ int main(int argc, char** argv) {
   // Every argument below the threshold rounds to a row at or before the threshold's own.
   rows.clear();
   const int positive = static_cast<int>(std::nearbyint(threshold * kGrid)) + 1;
-  for (int j = 0; j < positive; ++j) Row(Kind::kErfc, j, &rows);
-  for (int j = 0; j < kErfRowCount; ++j) Row(Kind::kErfcNegative, j, &rows);
-  std::fprintf(out, "inline constexpr int kErfcNegativeRow = %d;\n", positive);
+  for (int j = -kErfRowCount; j < positive; ++j) Row(Kind::kErfc, j, &rows);
+  std::fprintf(out, "inline constexpr int kErfcZeroRow = %d;\n", kErfRowCount);
   PrintDoubleArray(out, "kErfcRows", rows);
   return std::fclose(out) == 0 ? 0 : 1;
 }

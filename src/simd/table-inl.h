@@ -46,6 +46,25 @@ constexpr bool TableInRegisters() {
 #endif
 }
 
+// Stores a vector of indices for scalar loads to read back, behind a barrier that keeps the
+// compiler from extracting each from the register instead (two or three operations a lane, where
+// a load forwarded from the store is one). AVX3 stores 512 bits as two 256-bit halves: Cascade
+// Lake does not forward a 512-bit store to the narrower loads that read it, and each then waits
+// for the store to reach the cache (dAtan HA 2.47 against 1.27 ns per element, in one sitting).
+template <class DI, class VI>
+HWY_INLINE void StoreIndices(DI di, VI v, hn::TFromD<DI>* HWY_RESTRICT r) {
+#if HWY_TARGET == HWY_AVX3
+  if constexpr (sizeof(hn::TFromD<DI>) * hn::MaxLanes(DI()) == 64) {
+    _mm256_store_si256(reinterpret_cast<__m256i*>(r), _mm512_castsi512_si256(v.raw));
+    _mm256_store_si256(reinterpret_cast<__m256i*>(r) + 1, _mm512_extracti64x4_epi64(v.raw, 1));
+    asm volatile("" : : "r"(r) : "memory");
+    return;
+  }
+#endif
+  hn::Store(v, di, r);
+  asm volatile("" : : "r"(r) : "memory");
+}
+
 }  // namespace simd_detail
 
 // GatherLanes(d, base, index): lane i gets base[index[i]], for lanes of 32 or 64 bits (floating
@@ -56,11 +75,9 @@ constexpr bool TableInRegisters() {
 // ns per element, AVX2: dPackV 2.49 -> 0.58, sCbrt 1.61 -> 0.99, dSin of large arguments 21.6 ->
 // 13.1, float sin of large arguments 13.0 -> 5.9, Poisson by PTPE 17.8 -> 15.0; AVX3: dPackV 1.40
 // -> 0.64, sPackV 1.51 -> 0.78, dSin of large arguments 10.9 -> 7.6, float 6.09 -> 3.93. AVX3
-// stores the indices as two 256-bit halves: that host does not forward a 512-bit store to the
-// loads that read it back, and each then waits for the store to reach the cache (eight loads lost
-// to the gather that way). dErfInv's tail, which reads fifteen columns of one row, keeps its
-// gathers: they overlap there (AVX2 10.2 ns with them, 12.1 with loads a lane or a row). The
-// barrier keeps the compiler from extracting each index from the register instead.
+// stores the indices as two 256-bit halves (StoreIndices; eight loads lost to the gather with one
+// 512-bit store). dErfInv's tail, which reads fifteen columns of one row, keeps its gathers: they
+// overlap there (AVX2 10.2 ns with them, 12.1 with loads a lane or a row).
 template <class D, class VI>
 HWY_API hn::VFromD<D> GatherLanes(D d, const hn::TFromD<D>* HWY_RESTRICT base, VI index) {
   const hn::RebindToSigned<D> di;
@@ -70,17 +87,7 @@ HWY_API hn::VFromD<D> GatherLanes(D d, const hn::TFromD<D>* HWY_RESTRICT base, V
   if constexpr (kBytes == 16 || kBytes == 32 || kBytes == 64) {
     using TI = hn::TFromD<decltype(di)>;
     HWY_ALIGN TI r[hn::MaxLanes(D())];
-#if HWY_TARGET == HWY_AVX3
-    if constexpr (kBytes == 64) {
-      const __m512i raw = hn::BitCast(di, index).raw;
-      _mm256_store_si256(reinterpret_cast<__m256i*>(r), _mm512_castsi512_si256(raw));
-      _mm256_store_si256(reinterpret_cast<__m256i*>(r) + 1, _mm512_extracti64x4_epi64(raw, 1));
-    } else
-#endif
-    {
-      hn::Store(hn::BitCast(di, index), di, r);
-    }
-    asm volatile("" : : "r"(r) : "memory");
+    simd_detail::StoreIndices(di, hn::BitCast(di, index), r);
     const auto bytes = reinterpret_cast<const char*>(base);
     // Lanes first to first + 16 / sizeof(T) - 1: 16 bytes.
     const auto quarter = [&](size_t first) -> __m128 {
@@ -369,41 +376,70 @@ HWY_API hn::VFromD<D> Lookup(D d, const FloatSumTable<D>& table, VI index) {
   }
 }
 
-// The columns of a table of rows of kWidth doubles (2 or 4, rows aligned to 16 bytes) at `row`:
-// out[c] lane i = table[kWidth row[i] + c]. AVX2 and AVX3 load each lane's row as 16-byte pairs
-// and take the pairs apart by unpacks, in place of a gather a column (Zen 4 gathers cost a dozen
-// simple operations: 1.21 against 0.92 ns per element for Atan HA on AVX-512, 1.53 against 1.24
-// on AVX2). The indices go through memory: the barrier keeps the compiler from extracting each
-// from the register instead, two or three operations a lane where a load forwarded from the store
-// is one. AVX3 stores them as two 256-bit halves: Cascade Lake does not forward a 512-bit store to
-// the 64-bit loads, and each load then waits for the store to reach the cache (dAtan HA 2.47
-// against 1.27 ns per element, in one sitting). SCALAR reads the array.
+// The columns of a table of rows of kWidth doubles (2 or 4, rows aligned to their size) at `row`:
+// out[c] lane i = table[kWidth row[i] + c], where only the low 32 bits of a row lane count, so
+// that an index read off a float's low mantissa bits needs no mask. AVX2 and AVX3 load each lane's
+// row whole (rows of 4) or as 16-byte pairs and take the rows apart by unpacks and lane shuffles,
+// in place of a gather a column (Cascade Lake: dErf HA 2.93 against 4.58 ns per element; Zen 4
+// gathers cost a dozen simple operations: 1.21 against 0.92 ns per element for Atan HA on
+// AVX-512, 1.53 against 1.24 on AVX2). The indices go through memory: the barrier keeps the
+// compiler from extracting each from the register instead, two or three operations a lane where a
+// load forwarded from the store is one (AVX3 stores them as halves: StoreIndices). SCALAR reads
+// the array.
 template <size_t kWidth, class D, class VI, class V = hn::VFromD<D>>
 HWY_API void LoadRows(D d, const double* HWY_RESTRICT table, VI row, V* HWY_RESTRICT out) {
   static_assert(kWidth == 2 || kWidth == 4, "rows of 2 or 4 doubles");
   [[maybe_unused]] constexpr size_t kLanes = hn::MaxLanes(D());
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
   if constexpr (kLanes == 4 || kLanes == 8) {
-    // Each lane's offset in doubles, scaled in the vector, so that the loads address it with the
-    // scale of 8 alone and no lane is shifted apart.
-    const auto offset = hn::ShiftLeft < kWidth == 2 ? 1 : 2 > (row);
+    // Byte offsets, scaled in the vector: one shift for all lanes where the address of each
+    // would cost a shift or two.
+    constexpr int kRowShift = kWidth == 2 ? 4 : 5;
     HWY_ALIGN int64_t r[kLanes];
+    simd_detail::StoreIndices(hn::RebindToSigned<D>(), hn::ShiftLeft<kRowShift>(row), r);
+    const char* bytes = reinterpret_cast<const char*>(table);
+    const auto at_row = [&](size_t lane) {
+      return reinterpret_cast<const double*>(bytes + static_cast<uint32_t>(r[lane]));
+    };
+    if constexpr (kWidth == 4) {
+      // Whole rows: one 32-byte load a lane, then unpacks pair the columns of two rows and
+      // 128-bit lane shuffles gather the pairs: half the loads of the 16-byte pairs.
+      const auto whole = [&](size_t lane) { return _mm256_load_pd(at_row(lane)); };
+      // a, b and c, e hold rows side by side in their 128-bit lanes; the unpacks give [f0, f0',
+      // f2, f2'] and [f1, f1', f3, f3'] a lane, and `lower` and `upper` gather those lanes'
+      // halves in the lanes' order.
+      const auto columns = [&](V a, V b, V c, V e, auto lower, auto upper) {
+        const V even_ab = hn::InterleaveLower(d, a, b), even_ce = hn::InterleaveLower(d, c, e);
+        const V odd_ab = hn::InterleaveUpper(d, a, b), odd_ce = hn::InterleaveUpper(d, c, e);
+        out[0].raw = lower(even_ab.raw, even_ce.raw);
+        out[1].raw = lower(odd_ab.raw, odd_ce.raw);
+        out[2].raw = upper(even_ab.raw, even_ce.raw);
+        out[3].raw = upper(odd_ab.raw, odd_ce.raw);
+      };
+      if constexpr (kLanes == 4) {
+        columns(
+            V{whole(0)}, V{whole(1)}, V{whole(2)}, V{whole(3)},
+            [](__m256d p, __m256d q) { return _mm256_permute2f128_pd(p, q, 0x20); },
+            [](__m256d p, __m256d q) { return _mm256_permute2f128_pd(p, q, 0x31); });
+      } else {
 #if HWY_TARGET == HWY_AVX3
-    if constexpr (kLanes == 8) {
-      _mm256_store_si256(reinterpret_cast<__m256i*>(r), _mm512_castsi512_si256(offset.raw));
-      _mm256_store_si256(reinterpret_cast<__m256i*>(r + 4),
-                         _mm512_extracti64x4_epi64(offset.raw, 1));
-    } else {
-      hn::Store(offset, hn::RebindToSigned<D>(), r);
-    }
-#else
-    hn::Store(offset, hn::RebindToSigned<D>(), r);
+        // Rows 0 and 2 in one register, 1 and 3, 4 and 6, 5 and 7, so that the 128-bit lanes
+        // of the unpacks hold rows 0-3 and 4-7 in order.
+        const auto two_rows = [&](size_t a, size_t b) {
+          return V{_mm512_insertf64x4(_mm512_castpd256_pd512(whole(a)), whole(b), 1)};
+        };
+        columns(
+            two_rows(0, 2), two_rows(1, 3), two_rows(4, 6), two_rows(5, 7),
+            [](__m512d p, __m512d q) { return _mm512_shuffle_f64x2(p, q, 0x88); },
+            [](__m512d p, __m512d q) { return _mm512_shuffle_f64x2(p, q, 0xDD); });
 #endif
-    asm volatile("" : : "r"(r) : "memory");
+      }
+      return;
+    }
     // Lanes k and k + 2 of a 256-bit half: columns c and c + 1 of rows r[k] and r[k + 2].
     const auto two = [&](size_t k, size_t c) {
-      return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_load_pd(table + r[k] + c)),
-                                  _mm_load_pd(table + r[k + 2] + c), 1);
+      return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_load_pd(at_row(k) + c)),
+                                  _mm_load_pd(at_row(k + 2) + c), 1);
     };
     for (size_t c = 0; c < kWidth; c += 2) {
       if constexpr (kLanes == 4) {
@@ -422,7 +458,8 @@ HWY_API void LoadRows(D d, const double* HWY_RESTRICT table, VI row, V* HWY_REST
     return;
   }
 #endif
-  const auto idx = hn::ShiftLeft < kWidth == 2 ? 1 : 2 > (row);
+  const auto low = hn::And(row, hn::Set(hn::RebindToSigned<D>(), int64_t{0xFFFFFFFF}));
+  const auto idx = hn::ShiftLeft < kWidth == 2 ? 1 : 2 > (low);
   for (size_t c = 0; c < kWidth; ++c) out[c] = hn::GatherIndex(d, table + c, idx);
 }
 

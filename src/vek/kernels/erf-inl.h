@@ -1,19 +1,20 @@
 // Bodies of the Erf, Erfc and CdfNorm kernels. Re-included once per SIMD target.
 //
-// The double kernels: y = |x| is rounded to the grid g = j/128 by the shifter 2^45 (whose last
-// place is 2^-7, so the sum's low bits are j), and f(g + d), |d| <= 1/256, is the table's row for g
-// plus a series in d. Every derivative of erf is the first one, D = 2/sqrt(pi) exp(-g^2), times a
-// polynomial in g, so the series is D d times a sum of which no table holds the coefficients: a
-// double series in 2 g d and d^2 with fixed coefficients (DoubleSeries), or, for few terms, the
-// Taylor series in d with Hermite's recurrence for its coefficients (HermiteSeries). The terms fall
-// like (2 g d)^n / n!, at most 0.21^n / n! at Erfc's threshold, so the levels differ only in how
-// many are summed. The same series serves erfc (D negated) and erfc(-y) = 1 + erf(y); the rows
-// hold f(g) as hi + lo, and Erfc's far-tail rows are scaled by a power of two that the result is
-// multiplied by, exactly, at the end. Near 0 Erf takes its Maclaurin series instead.
+// The double kernels: Erf's y = |x|, or Erfc's signed argument, is rounded to the grid g = j/128
+// by a shifter whose last place is 2^-7, so that the sum's low bits are the row, and f(g + d),
+// |d| <= 1/256, is the table's row for g plus a series in d. Every derivative of erf is the first
+// one, D = 2/sqrt(pi) exp(-g^2), times a polynomial in g, so the series is D d times a sum of which
+// no table holds the coefficients: a double series in 2 g d and d^2 with fixed coefficients
+// (DoubleSeries, or FoldedDoubleSeries with its top terms folded into the lower ones), or, for few
+// terms, the Taylor series in d with Hermite's recurrence for its coefficients (HermiteSeries).
+// The terms fall like (2 g d)^n / n!, at most 0.21^n / n! at Erfc's threshold, so the levels
+// differ only in how many are summed. The same series serves erfc on either side (D negated);
+// the rows hold f(g) as hi + lo, and Erfc's far-tail rows are scaled by a power of two that the
+// result is multiplied by, exactly, at the end. Near 0 Erf takes its Maclaurin series instead.
 //
 // Erf has no rare lanes. Erfc's rare lanes are the arguments from the underflow threshold on, +inf
-// and NaN; the other lanes' indices are clamped to the table, NaNs included (a compare that fails
-// picks the clamp), so no gather reads outside it.
+// and NaN; the other lanes' indices are clamped to the table, NaNs included (the x86 minimum and
+// maximum return the clamp, the scalar ones the number), so no load reads outside it.
 
 #if defined(OXL_VEK_KERNELS_ERF_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef OXL_VEK_KERNELS_ERF_INL_H_
@@ -46,13 +47,39 @@ constexpr double SeriesCoefficient(int n, int k) {
   return ((n + k) % 2 ? -1.0 : 1.0) / den;
 }
 
-// The sum of c_(n,k) u^(n - kFirst) over kFirst <= n < kTerms.
-template <int k, int kTerms, int kFirst, class D, class V = hn::VFromD<D>>
+// The sum of c_(n,k) u^(n - kFirst) over kFirst <= n < kTerms, with the next kFolded terms of the
+// series folded into these by Chebyshev economization over |u| <= kBound: c_m u^m less its part
+// c_m kBound^m T_m(u/kBound) / 2^(m-1), a polynomial of degree m - 2, leaves at most
+// |c_m| kBound^m / 2^(m-1), 2^-10 of the term itself where the far tail's rows need a dozen.
+template <int k, int kTerms, int kFirst, int kFolded, double kBound, class D,
+          class V = hn::VFromD<D>>
 HWY_INLINE V SeriesRow(D d, V u) {
   static_assert(kTerms > kFirst);
   static constexpr auto c = [] {
-    std::array<double, kTerms> out{};
-    for (int n = kFirst; n < kTerms; ++n) out[n] = SeriesCoefficient(n, k);
+    constexpr int kAll = kTerms + kFolded;
+    std::array<double, kAll> out{};
+    for (int n = 0; n < kAll; ++n) out[n] = SeriesCoefficient(n, k);
+    for (int m = kAll - 1; m >= kTerms; --m) {
+      // T_m's coefficients by T_(j+1) = 2 x T_j - T_(j-1), all exact.
+      std::array<double, kAll> prev{}, cur{}, next{};
+      prev[0] = 1;
+      cur[1] = 1;
+      for (int j = 1; j < m; ++j) {
+        next = {};
+        for (int i = 0; i < j + 1; ++i) next[i + 1] += 2 * cur[i];
+        for (int i = 0; i < j; ++i) next[i] -= prev[i];
+        prev = cur;
+        cur = next;
+      }
+      double scale = out[m];
+      for (int i = 1; i < m; ++i) scale /= 2;
+      // The u^i coefficient of the part is scale t_i kBound^(m-i).
+      for (int i = m - 2; i >= 0; i -= 2) {
+        double power = 1;
+        for (int e = 0; e < m - i; ++e) power *= kBound;
+        out[i] -= scale * cur[i] * power;
+      }
+    }
     return out;
   }();
   V acc = hn::Set(d, c[kTerms - 1]);
@@ -71,26 +98,34 @@ HWY_INLINE V SeriesRow(D d, V u) {
 // w <= 2^-16, with kTerms[k] terms of the one at w^k: every term costs one Fma, where the
 // recurrence's cost three. D dd is added by the last Fma, so that near 0, where it is as large as
 // the result, only the small part's roundings reach it.
-template <int kFirstTerms, int... kTerms>
-struct DoubleSeries {
+// kFolded[k] more terms of the polynomial at w^k are folded into its kept ones over |u| <= kBound
+// (SeriesRow); the fold of an even term into the constant of w^0's, which is D dd's own 1, is left
+// out, an error no larger than the fold's.
+template <double kBound, std::array<int, 4> kFolded, int kFirstTerms, int... kTerms>
+struct FoldedDoubleSeries {
   template <class D, class V = hn::VFromD<D>>
   static HWY_INLINE V Correction(D d, V deriv, V lo, V g, V dd) {
     constexpr int kRows = sizeof...(kTerms);
-    static_assert(kRows >= 1);
+    static_assert(kRows >= 1 && kRows < 4);
     const V u = hn::Mul(hn::Add(g, g), dd);
     const V w = hn::Mul(dd, dd);
     V rows[kRows];
     [&]<int... k>(std::integer_sequence<int, k...>) {
-      ((rows[k] = erf_detail::SeriesRow<k + 1, kTerms, 0>(d, u)), ...);
+      ((rows[k] = erf_detail::SeriesRow<k + 1, kTerms, 0, kFolded[k + 1], kBound>(d, u)), ...);
     }
     (std::make_integer_sequence<int, kRows>());
     V q = rows[kRows - 1];
     for (int k = kRows - 2; k >= 0; --k) q = Fma(d, q, w, rows[k]);
     // dd (F - 1), at most a fifth of dd.
-    const V rest = Fma(d, u, erf_detail::SeriesRow<0, kFirstTerms, 1>(d, u), hn::Mul(w, q));
+    const V rest = Fma(d, u, erf_detail::SeriesRow<0, kFirstTerms, 1, kFolded[0], kBound>(d, u),
+                       hn::Mul(w, q));
     return Fma(d, deriv, dd, Fma(d, deriv, hn::Mul(dd, rest), lo));
   }
 };
+
+// The Taylor polynomials as they stand.
+template <int... kTerms>
+using DoubleSeries = FoldedDoubleSeries<0.0, std::array<int, 4>{}, kTerms...>;
 
 // The Taylor series in dd, f(g + dd) - f(g) = D dd (b_0 + b_1 dd + ...), by Hermite's recurrence:
 // the shorter sum where few terms suffice.
@@ -161,29 +196,40 @@ struct ErfBody : UnaryRealBody<double> {
       t = hn::Mul(x, c);
       t_lo = Fma(d, x, hn::Set(d, -et::kSqrtHalf[1]), Fma(d, x, c, hn::Neg(t)));
     }
-    const V y = hn::Abs(t);
-    const M negative = hn::Lt(t, hn::Zero(d));
-    const V clamp =
-        kErf ? hn::Set(d, et::kErfClamp)
-             : hn::IfThenElse(negative, hn::Set(d, et::kErfClamp), hn::Set(d, et::kErfcUnderflow));
-    const M inside = hn::Lt(y, clamp);
-    const V yc = hn::IfThenElse(inside, y, clamp);
-    const V shifter = hn::Set(d, 35184372088832.0);
-    const V z = hn::Add(yc, shifter);
-    const V g = hn::Sub(z, shifter);
-    V dd = hn::Sub(yc, g);
-    if constexpr (kFunc == ErfFunction::kCdfNorm) {
-      // The low part of |t|, nothing on the clamp.
-      const V y_lo = hn::IfThenElse(negative, hn::Neg(t_lo), t_lo);
-      dd = hn::Add(dd, hn::IfThenElseZero(inside, y_lo));
-    }
-    auto row = hn::And(hn::BitCast(di, z), hn::Set(di, 0xFFFF));
-    const double* table = et::kErfRows;
-    if constexpr (!kErf) {
+    V yc, z, g, dd;
+    const double* table;
+    if constexpr (kErf) {
+      // The row comes from |x| clamped with NaN going to the clamp (x86's minimum returns its
+      // second operand, the scalar one the number), and d from |x| clamped with NaN kept, so
+      // that a NaN flows through the series to the result, quieted, without a select. The
+      // shifter's last place is 1/128.
+      const V y = hn::Abs(x);
+      const V clamp = hn::Set(d, et::kErfClamp);
+      const V shifter = hn::Set(d, 0x1p45);
+      z = hn::Add(hn::Min(y, clamp), shifter);
+      yc = erf_detail::MinKeepingNaN(d, y, clamp);
+      g = hn::Sub(z, shifter);
+      dd = hn::Sub(yc, g);
+      table = et::kErfRows;
+    } else {
+      // The signed argument rounds straight to its row: the rows run from erfc's 2 to its
+      // underflow, so that one clamp each way replaces the absolute value, the side's row offset
+      // and the side's clamp. The shifter's last place is 1/128 on both sides of it, and its
+      // fraction puts g = 0 at kErfcZeroRow in the sum's low word. A NaN goes to the lower clamp
+      // (x86's maximum returns its second operand, the scalar one the number): a rare lane.
+      const V shifter = hn::Set(d, 0x1.8p45 + et::kErfcZeroRow / 128.0);
+      yc = hn::Min(hn::Max(t, hn::Set(d, -et::kErfClamp)), hn::Set(d, et::kErfcUnderflow));
+      z = hn::Add(yc, shifter);
+      g = hn::Sub(z, shifter);
+      dd = hn::Sub(yc, g);
+      if constexpr (kFunc == ErfFunction::kCdfNorm) {
+        // t's low part, none on the clamps (where it is NaN at the infinities).
+        dd = hn::Add(dd, hn::IfThenElseZero(hn::Eq(t, yc), t_lo));
+      }
       table = et::kErfcRows;
-      row = hn::Add(
-          row, hn::IfThenElseZero(hn::RebindMask(di, negative), hn::Set(di, et::kErfcNegativeRow)));
     }
+    // z's low word is the row (its high word, the exponent, does not count).
+    const auto row = hn::BitCast(di, z);
     // The row's f(g) hi and lo, derivative and scale.
     V cols[4];
     LoadRows<4>(d, table, row, cols);
@@ -207,8 +253,7 @@ struct ErfBody : UnaryRealBody<double> {
         const V small = Fma(d, yc, Horner(d, y2, c[0], c[1], c[2], c[3], c[4]), yc);
         r = hn::IfThenElse(near0, small, r);
       }
-      r = hn::Or(r, hn::And(x, hn::Set(d, -0.0)));
-      out[0] = hn::IfThenElse(hn::IsNaN(x), hn::Add(x, x), r);
+      out[0] = hn::Or(r, hn::And(x, hn::Set(d, -0.0)));
       rare[0] = hn::FirstN(d, 0);
     }
   }
