@@ -78,8 +78,13 @@ HWY_INLINE void StoreIndices(DI di, VI v, hn::TFromD<DI>* HWY_RESTRICT r) {
 // stores the indices as two 256-bit halves (StoreIndices; eight loads lost to the gather with one
 // 512-bit store). dErfInv's tail, which reads fifteen columns of one row, keeps its gathers: they
 // overlap there (AVX2 10.2 ns with them, 12.1 with loads a lane or a row).
-template <class D, class VI>
-HWY_API hn::VFromD<D> GatherLanes(D d, const hn::TFromD<D>* HWY_RESTRICT base, VI index) {
+//
+// GatherColumns<kCols>(d, base, index, out) reads kCols such vectors, out[c] lane i = base[index[i]
+// + c], from one store of the indices: rows of any width that start anywhere (the double 2/pi
+// windows, three words a row).
+template <size_t kCols, class D, class VI>
+HWY_API void GatherColumns(D d, const hn::TFromD<D>* HWY_RESTRICT base, VI index,
+                           hn::VFromD<D>* HWY_RESTRICT out) {
   const hn::RebindToSigned<D> di;
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
   using T = hn::TFromD<D>;
@@ -88,43 +93,55 @@ HWY_API hn::VFromD<D> GatherLanes(D d, const hn::TFromD<D>* HWY_RESTRICT base, V
     using TI = hn::TFromD<decltype(di)>;
     HWY_ALIGN TI r[hn::MaxLanes(D())];
     simd_detail::StoreIndices(di, hn::BitCast(di, index), r);
-    const auto bytes = reinterpret_cast<const char*>(base);
-    // Lanes first to first + 16 / sizeof(T) - 1: 16 bytes.
-    const auto quarter = [&](size_t first) -> __m128 {
-      if constexpr (sizeof(T) == 8) {
-        const __m128d lo = _mm_load_sd(reinterpret_cast<const double*>(bytes + 8 * r[first]));
-        return _mm_castpd_ps(
-            _mm_loadh_pd(lo, reinterpret_cast<const double*>(bytes + 8 * r[first + 1])));
+    for (size_t c = 0; c < kCols; ++c) {
+      const auto bytes = reinterpret_cast<const char*>(base + c);
+      // Lanes first to first + 16 / sizeof(T) - 1: 16 bytes.
+      const auto quarter = [&](size_t first) -> __m128 {
+        if constexpr (sizeof(T) == 8) {
+          const __m128d lo = _mm_load_sd(reinterpret_cast<const double*>(bytes + 8 * r[first]));
+          return _mm_castpd_ps(
+              _mm_loadh_pd(lo, reinterpret_cast<const double*>(bytes + 8 * r[first + 1])));
+        } else {
+          const auto at = [&](size_t k) {
+            return _mm_load_ss(reinterpret_cast<const float*>(bytes + 4 * int64_t{r[k]}));
+          };
+          __m128 v = at(first);
+          v = _mm_insert_ps(v, at(first + 1), 0x10);
+          v = _mm_insert_ps(v, at(first + 2), 0x20);
+          return _mm_insert_ps(v, at(first + 3), 0x30);
+        }
+      };
+      const hn::Repartition<float, D> df;
+      hn::VFromD<decltype(df)> v;
+      constexpr size_t kPer = 16 / sizeof(T);
+      const auto half = [&](size_t first) {
+        return _mm256_insertf128_ps(_mm256_castps128_ps256(quarter(first)), quarter(first + kPer),
+                                    1);
+      };
+      if constexpr (kBytes == 16) {
+        v.raw = quarter(0);
+      } else if constexpr (kBytes == 32) {
+        v.raw = half(0);
       } else {
-        const auto at = [&](size_t k) {
-          return _mm_load_ss(reinterpret_cast<const float*>(bytes + 4 * int64_t{r[k]}));
-        };
-        __m128 v = at(first);
-        v = _mm_insert_ps(v, at(first + 1), 0x10);
-        v = _mm_insert_ps(v, at(first + 2), 0x20);
-        return _mm_insert_ps(v, at(first + 3), 0x30);
-      }
-    };
-    const hn::Repartition<float, D> df;
-    hn::VFromD<decltype(df)> v;
-    constexpr size_t kPer = 16 / sizeof(T);
-    const auto half = [&](size_t first) {
-      return _mm256_insertf128_ps(_mm256_castps128_ps256(quarter(first)), quarter(first + kPer), 1);
-    };
-    if constexpr (kBytes == 16) {
-      v.raw = quarter(0);
-    } else if constexpr (kBytes == 32) {
-      v.raw = half(0);
-    } else {
 #if HWY_TARGET == HWY_AVX3
-      v.raw = _mm512_castpd_ps(_mm512_insertf64x4(_mm512_castpd256_pd512(_mm256_castps_pd(half(0))),
-                                                  _mm256_castps_pd(half(2 * kPer)), 1));
+        v.raw =
+            _mm512_castpd_ps(_mm512_insertf64x4(_mm512_castpd256_pd512(_mm256_castps_pd(half(0))),
+                                                _mm256_castps_pd(half(2 * kPer)), 1));
 #endif
+      }
+      out[c] = hn::BitCast(d, v);
     }
-    return hn::BitCast(d, v);
+    return;
   }
 #endif
-  return hn::GatherIndex(d, base, hn::BitCast(di, index));
+  for (size_t c = 0; c < kCols; ++c) out[c] = hn::GatherIndex(d, base + c, hn::BitCast(di, index));
+}
+
+template <class D, class VI>
+HWY_API hn::VFromD<D> GatherLanes(D d, const hn::TFromD<D>* HWY_RESTRICT base, VI index) {
+  hn::VFromD<D> v;
+  GatherColumns<1>(d, base, index, &v);
+  return v;
 }
 
 // A table of kEntries (8, 16 or 32) values of D's lane type: registers, or the array itself where

@@ -128,9 +128,9 @@ HWY_INLINE WindowProduct<D> TimesTwoOverPi(D d, hn::VFromD<D> y) {
   const VU e = hn::ShiftRight<52>(bits);
   const VU m = hn::Or(hn::And(bits, hn::Set(du, 0xFFFFFFFFFFFFFull)), hn::Set(du, 1ull << 52));
   const auto index = hn::BitCast(di, hn::Add(hn::Add(e, e), e));
-  const VU w54 = GatherLanes(du, tt::kTwoOverPiWindows, index);
-  const VU w32 = GatherLanes(du, tt::kTwoOverPiWindows + 1, index);
-  const VU w10 = GatherLanes(du, tt::kTwoOverPiWindows + 2, index);
+  VU w[3];
+  GatherColumns<3>(du, tt::kTwoOverPiWindows, index, w);
+  const VU w54 = w[0], w32 = w[1], w10 = w[2];
   const VU ml = m, mh = hn::ShiftRight<32>(m);  // Mul32 reads the low halves only
   const VU w5 = hn::ShiftRight<32>(w54), w3 = hn::ShiftRight<32>(w32);
   const VU w1 = hn::ShiftRight<32>(w10);
@@ -772,11 +772,12 @@ HWY_INLINE WindowFraction<D> FloatWindowFraction(D d, hn::VFromD<D> y, hn::VFrom
   const hn::RebindToSigned<D> di;
   const hn::RebindToUnsigned<D> du;
   const auto row =
-      hn::BitCast(di, hn::And(hn::ShiftRight<50>(hn::BitCast(du, y)), hn::Set(du, 0x3FC)));
-  const double* w = tt::kOneOverPiFloatWindows;
-  const auto a = hn::Sub(hn::Mul(v, GatherLanes(d, w, row)), hn::Set(d, offset));
-  const auto b = hn::Mul(v, GatherLanes(d, w + 1, row));
-  const auto c = hn::Mul(v, GatherLanes(d, w + 2, row));
+      hn::BitCast(di, hn::And(hn::ShiftRight<52>(hn::BitCast(du, y)), hn::Set(du, 0xFF)));
+  hn::VFromD<D> u[4];
+  LoadRows<4>(d, tt::kOneOverPiFloatWindows, row, u);
+  const auto a = hn::Sub(hn::Mul(v, u[0]), hn::Set(d, offset));
+  const auto b = hn::Mul(v, u[1]);
+  const auto c = hn::Mul(v, u[2]);
   const auto shifter = hn::Set(d, 0x1.8p52);
   const auto z = hn::Add(hn::Add(a, b), shifter);
   const auto f = hn::Add(hn::Add(hn::Sub(a, hn::Sub(z, shifter)), b), c);

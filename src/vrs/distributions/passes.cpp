@@ -28,6 +28,7 @@ HWY_BEFORE_NAMESPACE();
 namespace oxl::vrs::dist::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 using oxl::HWY_NAMESPACE::Fma;
+using oxl::HWY_NAMESPACE::GatherLanes;
 using oxl::HWY_NAMESPACE::LoadPartial;
 using oxl::HWY_NAMESPACE::StorePartial;
 
@@ -302,8 +303,8 @@ void Verdicts(const TpeHat& hat, const double* uv, int32_t pairs, double* y, dou
     // in the low bits of 2^52 plus it.
     const auto shifted = hn::Add(hn::IfThenElse(tabulated, hn::Add(offset, near), near), big);
     const auto index = hn::Sub(hn::BitCast(di, shifted), hn::BitCast(di, big));
-    const auto passes = hn::Le(w, oxl::HWY_NAMESPACE::GatherLanes(d, hat.below, index));
-    const auto fails = hn::Ge(w, oxl::HWY_NAMESPACE::GatherLanes(d, hat.above, index));
+    const auto passes = hn::Le(w, GatherLanes(d, hat.below, index));
+    const auto fails = hn::Ge(w, GatherLanes(d, hat.above, index));
     // Parallelogram lanes: rejected, accepted, failed by the bound, or open.
     const auto para_verdict = hn::IfThenElse(
         rejected, zero,
