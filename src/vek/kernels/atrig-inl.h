@@ -143,12 +143,18 @@ HWY_INLINE V AtanOfRatio(D d, V a, V b, V x_sign) {
   return hn::Add(pair[0], hn::Add(t, tail));
 }
 
+// Two vectors a block on AVX2, whose sixteen registers do not hold four of these bodies' chains
+// at once (with four they spilled to the stack; Cascade Lake, ns per element, HA: dAtan2 3.59 ->
+// 3.27, dAtan 2.14 -> 1.94). AVX-512's thirty-two registers hold its two.
+inline constexpr size_t kAtanBlock = HWY_TARGET == HWY_AVX2 ? 8 : 16;
+
 }  // namespace atrig_detail
 
 // No rare path and no status: infinities and denormals come out of the arithmetic.
 template <AtanLevel kLevel>
 struct AtanBody : UnaryRealBody<double> {
   static constexpr bool kRare = false;
+  static constexpr size_t kBlock = atrig_detail::kAtanBlock;
 
   template <class D, class V = hn::VFromD<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out) const {
@@ -162,6 +168,7 @@ struct AtanBody : UnaryRealBody<double> {
 template <AtanLevel kLevel>
 struct Atan2Body : BinaryRealBody<double> {
   const char* name = vek::names::dAtan2;
+  static constexpr size_t kBlock = atrig_detail::kAtanBlock;
 
   template <class D, class V = hn::VFromD<D>, class M = hn::Mask<D>>
   HWY_INLINE void operator()(D d, const V* in, V* out, M* rare) const {

@@ -295,6 +295,10 @@ HWY_INLINE hn::VFromD<D> TableCbrt(D d, const RootTables<hn::TFromD<D>>& tables,
 template <class T, cbrt_detail::CbrtLevel kLevel>
 struct CbrtBody : UnaryRealBody<T> {
   static constexpr bool kRare = false;
+  // Two vectors a block for doubles on AVX2, whose sixteen registers then hold the polynomial's
+  // constants and both chains (dCbrt HA on Cascade Lake, ns per element: 2.12 -> 1.87).
+  static constexpr size_t kBlock =
+      HWY_TARGET == HWY_AVX2 && sizeof(T) == 8 ? 8 : UnaryRealBody<T>::kBlock;
   cbrt_detail::RootTables<T> tables;
 
   template <class D>
