@@ -283,6 +283,10 @@ struct SinhCoshBody : UnaryRealBody<T> {
   static constexpr bool kSinh = kFunc == HypFunction::kSinh;
   const char* name = kSinh ? hyp_detail::NameOf<T>(vek::names::sSinh, vek::names::dSinh)
                            : hyp_detail::NameOf<T>(vek::names::sCosh, vek::names::dCosh);
+  // Two vectors a block for doubles on AVX2, whose sixteen registers do not hold four of HA's
+  // chains (Cascade Lake, ns per element: dSinh HA 4.76 -> 2.97, dCosh HA 3.45 -> 2.96, LA level).
+  static constexpr size_t kBlock =
+      HWY_TARGET == HWY_AVX2 && sizeof(T) == 8 ? 8 : UnaryRealBody<T>::kBlock;
   hyp_detail::ExpTables<T, kLevel> tables;
 
   // Arguments whose results overflow or come near it, infinities and NaNs.
