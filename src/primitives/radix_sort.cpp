@@ -170,8 +170,11 @@ U StoredWord(U k, KeyMap<U> map) {
 // of its histogram, storing straight to the destination: positions first, stores after, a chunk at
 // a time. In one loop, where keys of one bucket come close together, each counter load waits for
 // the scattered stores before it (whose addresses come late) and the pass runs at one element per
-// store latency. Not inlined: its positions would stay on the stack through the recursion of the
-// 64-bit sort.
+// store latency. Each store asks for the line two ahead in its bucket: with more than a few dozen
+// buckets the hardware prefetchers lose track of the write streams, and every new line would wait
+// for its read for ownership with the store queue full behind it (on Cascade Lake a first split of
+// 2048 buckets ran at about 9 ns a key, and half that with the prefetch). Not inlined: its
+// positions would stay on the stack through the recursion of the 64-bit sort.
 template <class U, Mapping kMapping, class C, class D>
 [[gnu::noinline]] void ScatterDirect(const U* __restrict src, U* __restrict dst, size_t n, D digit,
                                      KeyMap<U> map, C* __restrict histogram) {
@@ -183,6 +186,8 @@ template <class U, Mapping kMapping, class C, class D>
       pos[j] = ++histogram[digit(ReadKey<U, kMapping>(src, i + j, map))];
     for (size_t j = 0; j < m; ++j) {
       dst[pos[j]] = StoredWord<U, kMapping>(ReadKey<U, kMapping>(src, i + j, map), map);
+      const uintptr_t ahead = reinterpret_cast<uintptr_t>(dst + pos[j]) + 2 * kLineBytes;
+      __builtin_prefetch(reinterpret_cast<const void*>(ahead), 1, 3);
     }
   }
 }
