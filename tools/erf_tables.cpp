@@ -1,9 +1,12 @@
 // Writes the tables of the error-function kernels. Each row belongs to a grid point g = j/128 and
-// holds four doubles: a value f(g) as hi + lo, the derivative f'(g), and a power of two s that the
-// kernel multiplies its result by (the row's numbers are f(g)/s and f'(g)/s, so that Erfc's far
-// tail keeps full precision where erfc itself nears the bottom of the normal range).
-//   kErfRows:  f = erf, s = 1, for g up to the clamp 5.9921875 (erf rounds to 1 beyond it);
-//   kErfcRows: f = erfc(g) for g from -6 up to the underflow threshold, s = 2^-e with
+// holds four doubles: a value f(g) as hi + lo, the derivative f'(g), and a fourth number:
+//   kErfRows:  f = erf, for g up to the clamp 5.9921875 (erf rounds to 1 beyond it), and the
+//              derivative's low part: near 0 the derivative's term is as large as the result, and
+//              its rounding alone would cost half a last place there;
+//   kErfcRows: f = erfc(g) for g from -6 up to the underflow threshold, and a power of two s that
+//              the kernel multiplies its result by (the row's numbers are f(g)/s and f'(g)/s, so
+//              that the far tail keeps full precision where erfc itself nears the bottom of the
+//              normal range), s = 2^-e with
 //              1 <= f(g)/s < 2 (s = 1 for g <= 0), g = 0 at kErfcZeroRow: the signed argument
 //              rounds straight to its row, with no absolute value, no side and no second clamp.
 //              The count of negative rows is even, so that the kernel's shifter rounds ties to
@@ -69,8 +72,14 @@ void Row(Kind kind, int j, std::vector<double>* rows) {
   mpfr_sub_d(rest.v, f.v, hi, MPFR_RNDN);
   rows->push_back(hi);
   rows->push_back(mpfr_get_d(rest.v, MPFR_RNDN));
-  rows->push_back(mpfr_get_d(deriv.v, MPFR_RNDN));
-  rows->push_back(std::ldexp(1.0, static_cast<int>(e) - 1));
+  const double deriv_hi = mpfr_get_d(deriv.v, MPFR_RNDN);
+  rows->push_back(deriv_hi);
+  if (kind == Kind::kErf) {
+    mpfr_sub_d(deriv.v, deriv.v, deriv_hi, MPFR_RNDN);
+    rows->push_back(mpfr_get_d(deriv.v, MPFR_RNDN));
+  } else {
+    rows->push_back(std::ldexp(1.0, static_cast<int>(e) - 1));
+  }
 }
 
 // The least x of the type whose erfc (with `normal`, the normal distribution function at -x,
@@ -362,25 +371,6 @@ int main(int argc, char** argv) {
     std::fprintf(out, "inline constexpr double kSqrtHalf[2] = {%s, %s};\n", Literal(hi).c_str(),
                  Literal(mpfr_get_d(r.v, MPFR_RNDN)).c_str());
   }
-
-  // erf x = x + x (2/sqrt(pi) - 1 + x^2 P(x^2)) for |x| up to the midpoint 9/256: the Maclaurin
-  // series, whose terms 2/sqrt(pi) (-1)^n x^(2n+1) / (n! (2n+1)) fall below 2^-58 of x after the
-  // fifth there. The first rows would give f(g) + D d with D d as large as the result and D's
-  // rounding error in it.
-  std::vector<double> small;
-  for (int n = 0; n < 5; ++n) {
-    Mp c, t;
-    mpfr_const_pi(c.v, MPFR_RNDN);
-    mpfr_sqrt(c.v, c.v, MPFR_RNDN);
-    mpfr_ui_div(c.v, 2, c.v, MPFR_RNDN);
-    mpfr_fac_ui(t.v, n, MPFR_RNDN);
-    mpfr_mul_ui(t.v, t.v, 2 * n + 1, MPFR_RNDN);
-    mpfr_div(c.v, c.v, t.v, MPFR_RNDN);
-    if (n % 2 == 1) mpfr_neg(c.v, c.v, MPFR_RNDN);
-    if (n == 0) mpfr_sub_ui(c.v, c.v, 1, MPFR_RNDN);
-    small.push_back(mpfr_get_d(c.v, MPFR_RNDN));
-  }
-  PrintDoubleArray(out, "kErfSmall", small);
 
   const float saturation = ErfSaturation();
   std::fprintf(out, "inline constexpr float kErfFloatSaturation = %s;\n",
