@@ -1,6 +1,7 @@
-// Writes the tables of the error-function kernels. Each row belongs to a grid point g = j/128 and
-// holds four doubles: a value f(g) as hi + lo, the derivative f'(g), and a fourth number:
-//   kErfRows:  f = erf, for g up to the clamp 5.9921875 (erf rounds to 1 beyond it), and the
+// Writes the tables of the error-function kernels. Each row belongs to a grid point g = j/256
+// (Erf) or j/128 (Erfc) and holds four doubles: a value f(g) as hi + lo, the derivative f'(g), and
+// a fourth number:
+//   kErfRows:  f = erf, for g up to the clamp 5.99609375 (erf rounds to 1 beyond it), and the
 //              derivative's low part: near 0 the derivative's term is as large as the result, and
 //              its rounding alone would cost half a last place there;
 //   kErfcRows: f = erfc(g) for g from -6 up to the underflow threshold, and a power of two s that
@@ -32,8 +33,12 @@
 
 namespace {
 
-constexpr int kGrid = 128;
-constexpr int kErfRowCount = 768;  // 767/128 = 5.9921875, the clamp
+// Erf's grid is twice as fine as Erfc's: four series terms fewer for a table of 48 KB, where
+// Erfc's far tail needs a dozen terms on its grid and would need 270 KB on the finer one.
+constexpr int kErfGrid = 256;
+constexpr int kErfRowCount = 1536;  // 1535/256 = 5.99609375, the clamp
+constexpr int kErfcGrid = 128;
+constexpr int kErfcNegativeRows = 768;  // down to -6
 
 const Mp& Sqrt2() {
   static Mp r;
@@ -46,7 +51,7 @@ enum class Kind { kErf, kErfc };
 void Row(Kind kind, int j, std::vector<double>* rows) {
   Mp g, f, deriv, rest;
   mpfr_set_si(g.v, j, MPFR_RNDN);
-  mpfr_div_si(g.v, g.v, kGrid, MPFR_RNDN);
+  mpfr_div_si(g.v, g.v, kind == Kind::kErf ? kErfGrid : kErfcGrid, MPFR_RNDN);
   if (kind == Kind::kErf) {
     mpfr_erf(f.v, g.v, MPFR_RNDN);
   } else {
@@ -435,14 +440,16 @@ int main(int argc, char** argv) {
   std::vector<double> rows;
   for (int j = 0; j < kErfRowCount; ++j) Row(Kind::kErf, j, &rows);
   std::fprintf(out, "inline constexpr double kErfClamp = %s;\n",
-               Literal((kErfRowCount - 1) / static_cast<double>(kGrid)).c_str());
+               Literal((kErfRowCount - 1) / static_cast<double>(kErfGrid)).c_str());
   PrintDoubleArray(out, "kErfRows", rows);
 
   // Every argument below the threshold rounds to a row at or before the threshold's own.
   rows.clear();
-  const int positive = static_cast<int>(std::nearbyint(threshold * kGrid)) + 1;
-  for (int j = -kErfRowCount; j < positive; ++j) Row(Kind::kErfc, j, &rows);
-  std::fprintf(out, "inline constexpr int kErfcZeroRow = %d;\n", kErfRowCount);
+  const int positive = static_cast<int>(std::nearbyint(threshold * kErfcGrid)) + 1;
+  for (int j = -kErfcNegativeRows; j < positive; ++j) Row(Kind::kErfc, j, &rows);
+  std::fprintf(out, "inline constexpr double kErfcClamp = %s;\n",
+               Literal(kErfcNegativeRows / static_cast<double>(kErfcGrid)).c_str());
+  std::fprintf(out, "inline constexpr int kErfcZeroRow = %d;\n", kErfcNegativeRows);
   PrintDoubleArray(out, "kErfcRows", rows);
   return std::fclose(out) == 0 ? 0 : 1;
 }
