@@ -4,7 +4,7 @@
 // the same worst case; LA folds three more, 1.6 ulp against HA's 0.78). Erf's finer grid leaves
 // LA nothing to drop: every term its HA sums is worth 20 ulp or more somewhere, so LA is HA.
 // Measured against MPFR (2^24 arguments per range, and the rows' switch points): Erf HA and LA
-// 0.83 ulp (12M arguments, dense near 0), EP 36.9 bits; Erfc HA 0.78 ulp, LA 1.56 ulp, EP 28.0
+// 0.83 ulp (12M arguments, dense near 0), EP 36.2 bits; Erfc HA 0.78 ulp, LA 1.56 ulp, EP 28.0
 // bits; CdfNorm HA 0.85 ulp, LA 1.86 ulp, EP 28.0 bits.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vek/kernels/erf_d.cpp"
