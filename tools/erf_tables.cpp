@@ -1,9 +1,13 @@
-// Writes the tables of the error-function kernels. Each row belongs to a grid point g = j/128 and
-// holds four doubles: a value f(g) as hi + lo, the derivative f'(g), and a power of two s that the
-// kernel multiplies its result by (the row's numbers are f(g)/s and f'(g)/s, so that Erfc's far
-// tail keeps full precision where erfc itself nears the bottom of the normal range).
-//   kErfRows:  f = erf, s = 1, for g up to the clamp 5.9921875 (erf rounds to 1 beyond it);
-//   kErfcRows: f = erfc(g) for g from -6 up to the underflow threshold, s = 2^-e with
+// Writes the tables of the error-function kernels. Each row belongs to a grid point g = j/256
+// (Erf) or j/128 (Erfc) and holds four doubles: a value f(g) as hi + lo, the derivative f'(g), and
+// a fourth number:
+//   kErfRows:  f = erf, for g up to the clamp 5.99609375 (erf rounds to 1 beyond it), and the
+//              derivative's low part: near 0 the derivative's term is as large as the result, and
+//              its rounding alone would cost half a last place there;
+//   kErfcRows: f = erfc(g) for g from -6 up to the underflow threshold, and a power of two s that
+//              the kernel multiplies its result by (the row's numbers are f(g)/s and f'(g)/s, so
+//              that the far tail keeps full precision where erfc itself nears the bottom of the
+//              normal range), s = 2^-e with
 //              1 <= f(g)/s < 2 (s = 1 for g <= 0), g = 0 at kErfcZeroRow: the signed argument
 //              rounds straight to its row, with no absolute value, no side and no second clamp.
 //              The count of negative rows is even, so that the kernel's shifter rounds ties to
@@ -29,8 +33,12 @@
 
 namespace {
 
-constexpr int kGrid = 128;
-constexpr int kErfRowCount = 768;  // 767/128 = 5.9921875, the clamp
+// Erf's grid is twice as fine as Erfc's: four series terms fewer for a table of 48 KB, where
+// Erfc's far tail needs a dozen terms on its grid and would need 270 KB on the finer one.
+constexpr int kErfGrid = 256;
+constexpr int kErfRowCount = 1536;  // 1535/256 = 5.99609375, the clamp
+constexpr int kErfcGrid = 128;
+constexpr int kErfcNegativeRows = 768;  // down to -6
 
 const Mp& Sqrt2() {
   static Mp r;
@@ -43,7 +51,7 @@ enum class Kind { kErf, kErfc };
 void Row(Kind kind, int j, std::vector<double>* rows) {
   Mp g, f, deriv, rest;
   mpfr_set_si(g.v, j, MPFR_RNDN);
-  mpfr_div_si(g.v, g.v, kGrid, MPFR_RNDN);
+  mpfr_div_si(g.v, g.v, kind == Kind::kErf ? kErfGrid : kErfcGrid, MPFR_RNDN);
   if (kind == Kind::kErf) {
     mpfr_erf(f.v, g.v, MPFR_RNDN);
   } else {
@@ -69,8 +77,14 @@ void Row(Kind kind, int j, std::vector<double>* rows) {
   mpfr_sub_d(rest.v, f.v, hi, MPFR_RNDN);
   rows->push_back(hi);
   rows->push_back(mpfr_get_d(rest.v, MPFR_RNDN));
-  rows->push_back(mpfr_get_d(deriv.v, MPFR_RNDN));
-  rows->push_back(std::ldexp(1.0, static_cast<int>(e) - 1));
+  const double deriv_hi = mpfr_get_d(deriv.v, MPFR_RNDN);
+  rows->push_back(deriv_hi);
+  if (kind == Kind::kErf) {
+    mpfr_sub_d(deriv.v, deriv.v, deriv_hi, MPFR_RNDN);
+    rows->push_back(mpfr_get_d(deriv.v, MPFR_RNDN));
+  } else {
+    rows->push_back(std::ldexp(1.0, static_cast<int>(e) - 1));
+  }
 }
 
 // The least x of the type whose erfc (with `normal`, the normal distribution function at -x,
@@ -363,25 +377,6 @@ int main(int argc, char** argv) {
                  Literal(mpfr_get_d(r.v, MPFR_RNDN)).c_str());
   }
 
-  // erf x = x + x (2/sqrt(pi) - 1 + x^2 P(x^2)) for |x| up to the midpoint 9/256: the Maclaurin
-  // series, whose terms 2/sqrt(pi) (-1)^n x^(2n+1) / (n! (2n+1)) fall below 2^-58 of x after the
-  // fifth there. The first rows would give f(g) + D d with D d as large as the result and D's
-  // rounding error in it.
-  std::vector<double> small;
-  for (int n = 0; n < 5; ++n) {
-    Mp c, t;
-    mpfr_const_pi(c.v, MPFR_RNDN);
-    mpfr_sqrt(c.v, c.v, MPFR_RNDN);
-    mpfr_ui_div(c.v, 2, c.v, MPFR_RNDN);
-    mpfr_fac_ui(t.v, n, MPFR_RNDN);
-    mpfr_mul_ui(t.v, t.v, 2 * n + 1, MPFR_RNDN);
-    mpfr_div(c.v, c.v, t.v, MPFR_RNDN);
-    if (n % 2 == 1) mpfr_neg(c.v, c.v, MPFR_RNDN);
-    if (n == 0) mpfr_sub_ui(c.v, c.v, 1, MPFR_RNDN);
-    small.push_back(mpfr_get_d(c.v, MPFR_RNDN));
-  }
-  PrintDoubleArray(out, "kErfSmall", small);
-
   const float saturation = ErfSaturation();
   std::fprintf(out, "inline constexpr float kErfFloatSaturation = %s;\n",
                Literal(saturation).c_str());
@@ -445,14 +440,16 @@ int main(int argc, char** argv) {
   std::vector<double> rows;
   for (int j = 0; j < kErfRowCount; ++j) Row(Kind::kErf, j, &rows);
   std::fprintf(out, "inline constexpr double kErfClamp = %s;\n",
-               Literal((kErfRowCount - 1) / static_cast<double>(kGrid)).c_str());
+               Literal((kErfRowCount - 1) / static_cast<double>(kErfGrid)).c_str());
   PrintDoubleArray(out, "kErfRows", rows);
 
   // Every argument below the threshold rounds to a row at or before the threshold's own.
   rows.clear();
-  const int positive = static_cast<int>(std::nearbyint(threshold * kGrid)) + 1;
-  for (int j = -kErfRowCount; j < positive; ++j) Row(Kind::kErfc, j, &rows);
-  std::fprintf(out, "inline constexpr int kErfcZeroRow = %d;\n", kErfRowCount);
+  const int positive = static_cast<int>(std::nearbyint(threshold * kErfcGrid)) + 1;
+  for (int j = -kErfcNegativeRows; j < positive; ++j) Row(Kind::kErfc, j, &rows);
+  std::fprintf(out, "inline constexpr double kErfcClamp = %s;\n",
+               Literal(kErfcNegativeRows / static_cast<double>(kErfcGrid)).c_str());
+  std::fprintf(out, "inline constexpr int kErfcZeroRow = %d;\n", kErfcNegativeRows);
   PrintDoubleArray(out, "kErfcRows", rows);
   return std::fclose(out) == 0 ? 0 : 1;
 }

@@ -76,8 +76,8 @@ HWY_INLINE void StoreIndices(DI di, VI v, hn::TFromD<DI>* HWY_RESTRICT r) {
 // 13.1, float sin of large arguments 13.0 -> 5.9, Poisson by PTPE 17.8 -> 15.0; AVX3: dPackV 1.40
 // -> 0.64, sPackV 1.51 -> 0.78, dSin of large arguments 10.9 -> 7.6, float 6.09 -> 3.93. AVX3
 // stores the indices as two 256-bit halves (StoreIndices; eight loads lost to the gather with one
-// 512-bit store). dErfInv's tail, which reads fifteen columns of one row, keeps its gathers: they
-// overlap there (AVX2 10.2 ns with them, 12.1 with loads a lane or a row).
+// 512-bit store). dErfInv's tail, which reads fifteen columns of one row, keeps its gathers on
+// AVX2 (see LoadRows).
 //
 // GatherColumns<kCols>(d, base, index, out) reads kCols such vectors, out[c] lane i = base[index[i]
 // + c], from one store of the indices: rows of any width that start anywhere (the double 2/pi
@@ -393,7 +393,8 @@ HWY_API hn::VFromD<D> Lookup(D d, const FloatSumTable<D>& table, VI index) {
   }
 }
 
-// The columns of a table of rows of kWidth doubles (2 or 4, rows aligned to their size) at `row`:
+// The columns of a table of rows of kWidth doubles (2, 4 or 16, rows aligned to their size, or to
+// 64 bytes for 16) at `row`:
 // out[c] lane i = table[kWidth row[i] + c], where only the low 32 bits of a row lane count, so
 // that an index read off a float's low mantissa bits needs no mask. AVX2 and AVX3 load each lane's
 // row whole (rows of 4) or as 16-byte pairs and take the rows apart by unpacks and lane shuffles,
@@ -403,15 +404,55 @@ HWY_API hn::VFromD<D> Lookup(D d, const FloatSumTable<D>& table, VI index) {
 // compiler from extracting each from the register instead, two or three operations a lane where a
 // load forwarded from the store is one (AVX3 stores them as halves: StoreIndices). SCALAR reads
 // the array.
+// Rows of 16 are read so on AVX3 only: two 64-byte loads a lane and two 8 x 8 transposes (24
+// shuffles each) in place of a gather a column (dErfInv's tail, whose rows hold a polynomial of 15
+// coefficients, on arguments near +-1 only: 33.6 against 15.2 ns per element on Cascade Lake, and
+// unchanged on uniform arguments). AVX2 keeps the gathers: with the rows read as four 4 x 4
+// transposes its tail takes half the time (63 against 33 ns), but uniform arguments, which
+// seldom reach the tail, lose a fifth (10.2 against 12.2 ns), as with loads a lane.
 template <size_t kWidth, class D, class VI, class V = hn::VFromD<D>>
 HWY_API void LoadRows(D d, const double* HWY_RESTRICT table, VI row, V* HWY_RESTRICT out) {
-  static_assert(kWidth == 2 || kWidth == 4, "rows of 2 or 4 doubles");
+  static_assert(kWidth == 2 || kWidth == 4 || kWidth == 16, "rows of 2, 4 or 16 doubles");
   [[maybe_unused]] constexpr size_t kLanes = hn::MaxLanes(D());
+  constexpr int kRowShift = kWidth == 2 ? 4 : kWidth == 4 ? 5 : 7;
+#if HWY_TARGET == HWY_AVX3
+  if constexpr (kWidth == 16 && kLanes == 8) {
+    HWY_ALIGN int64_t r[kLanes];
+    simd_detail::StoreIndices(hn::RebindToSigned<D>(), hn::ShiftLeft<kRowShift>(row), r);
+    const char* bytes = reinterpret_cast<const char*>(table);
+    for (size_t half = 0; half < 2; ++half) {
+      __m512d rows[8], pairs[8];
+      for (size_t i = 0; i < 8; ++i) {
+        rows[i] = _mm512_load_pd(
+            reinterpret_cast<const double*>(bytes + static_cast<uint32_t>(r[i])) + 8 * half);
+      }
+      // pairs[2k] holds columns 0, 2, 4, 6 of rows 2k and 2k + 1, a 128-bit lane each;
+      // pairs[2k + 1] columns 1, 3, 5, 7.
+      for (size_t k = 0; k < 4; ++k) {
+        pairs[2 * k] = _mm512_unpacklo_pd(rows[2 * k], rows[2 * k + 1]);
+        pairs[2 * k + 1] = _mm512_unpackhi_pd(rows[2 * k], rows[2 * k + 1]);
+      }
+      // For the even columns (odd = 0) and the odd ones: the 128-bit lanes of columns c and
+      // c + 4 of rows 0-3 and 4-7, then each column's four lanes in the rows' order.
+      for (size_t odd = 0; odd < 2; ++odd) {
+        const __m512d c04_low = _mm512_shuffle_f64x2(pairs[odd], pairs[2 + odd], 0x88);
+        const __m512d c26_low = _mm512_shuffle_f64x2(pairs[odd], pairs[2 + odd], 0xDD);
+        const __m512d c04_high = _mm512_shuffle_f64x2(pairs[4 + odd], pairs[6 + odd], 0x88);
+        const __m512d c26_high = _mm512_shuffle_f64x2(pairs[4 + odd], pairs[6 + odd], 0xDD);
+        V* col = out + 8 * half + odd;
+        col[0].raw = _mm512_shuffle_f64x2(c04_low, c04_high, 0x88);
+        col[4].raw = _mm512_shuffle_f64x2(c04_low, c04_high, 0xDD);
+        col[2].raw = _mm512_shuffle_f64x2(c26_low, c26_high, 0x88);
+        col[6].raw = _mm512_shuffle_f64x2(c26_low, c26_high, 0xDD);
+      }
+    }
+    return;
+  }
+#endif
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
-  if constexpr (kLanes == 4 || kLanes == 8) {
+  if constexpr (kWidth != 16 && (kLanes == 4 || kLanes == 8)) {
     // Byte offsets, scaled in the vector: one shift for all lanes where the address of each
     // would cost a shift or two.
-    constexpr int kRowShift = kWidth == 2 ? 4 : 5;
     HWY_ALIGN int64_t r[kLanes];
     simd_detail::StoreIndices(hn::RebindToSigned<D>(), hn::ShiftLeft<kRowShift>(row), r);
     const char* bytes = reinterpret_cast<const char*>(table);
@@ -476,7 +517,7 @@ HWY_API void LoadRows(D d, const double* HWY_RESTRICT table, VI row, V* HWY_REST
   }
 #endif
   const auto low = hn::And(row, hn::Set(hn::RebindToSigned<D>(), int64_t{0xFFFFFFFF}));
-  const auto idx = hn::ShiftLeft < kWidth == 2 ? 1 : 2 > (low);
+  const auto idx = hn::ShiftLeft<kRowShift - 3>(low);
   for (size_t c = 0; c < kWidth; ++c) out[c] = hn::GatherIndex(d, table + c, idx);
 }
 

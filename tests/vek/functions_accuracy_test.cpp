@@ -287,18 +287,37 @@ const std::map<std::string, HardCase>& HardCases() {
                             {0x1.6c6cbc45dc8ddp+5, 0x1.6c6cbc45dc8dfp+5},
                             {1e6, 1e9},
                             {1e300, 1.7e308}}};
-    // Erf, Erfc: the midpoints where the grid j/128 switches rows, the clamp of erf's table
-    // (5.9921875), where erfc rounds below the normal range (double and float), and the far tail
-    // that still reaches the table; the float Erf's piece ends (multiples of 1/2, and just below,
-    // where y + 4 rounds up to the next piece) and its saturation at 3.9193. Near 0, the rows up
-    // to 4/128 that the double Erf leaves to its series, and three arguments where those rows
-    // gave 1.2 to 1.8 ulp. Erfc's far tail, where the series' step 2 g d reaches 0.21: an argument
-    // where too short a series gave 1.03 ulp, and the worst of the double kernels over 2^24
-    // arguments (Erfc HA, LA; Erf LA).
-    HardCase erf = {{0x1p-8, 0x1.8p-7, 0x1p-7, 0.5, 1.0, 0x1.7f8p+2, 6.0, 9.194549560546875,
-                     0x1.a8b12fc6e4892p+4, 27.3, 0x1.2p-5, 0x1.1f71aef517b13p-8, 0x1.0d73a9560e4p-8,
-                     0x1.8b1bd6835b63fp-7, 0x1.a0b0dafd6431bp+4, 0x1.a62ffb26c6d05p+4, 0x1.a5dp+4,
-                     0x1.92ffbc59bf97p+0},
+    // Erf, Erfc: the midpoints where the grids j/256 (Erf) and j/128 (Erfc) switch rows, the
+    // clamp of erf's table (5.99609375), where erfc rounds below the normal range (double and
+    // float), and the far tail that still reaches the table; the float Erf's piece ends
+    // (multiples of 1/2, and just below, where y + 4 rounds up to the next piece) and its
+    // saturation at 3.9193. Near 0, where the row's D d is as large as the result: three
+    // arguments where the rows up to 4/128 gave 1.2 to 1.8 ulp before D's low part joined them,
+    // and the double Erf HA's worst there since (0.83 ulp, as d pulls the result into the binade
+    // below the row's value). Erfc's far tail, where the series' step 2 g d reaches 0.21: an
+    // argument where too short a series gave 1.03 ulp, and the worst of the double kernels over
+    // 2^24 arguments (Erfc HA, LA; Erf LA).
+    HardCase erf = {{0x1p-8,
+                     0x1.8p-7,
+                     0x1p-7,
+                     0.5,
+                     1.0,
+                     0x1.7f8p+2,
+                     6.0,
+                     9.194549560546875,
+                     0x1.a8b12fc6e4892p+4,
+                     27.3,
+                     0x1.2p-5,
+                     0x1.1f71aef517b13p-8,
+                     0x1.0d73a9560e4p-8,
+                     0x1.8b1bd6835b63fp-7,
+                     0x1.a0b0dafd6431bp+4,
+                     0x1.a62ffb26c6d05p+4,
+                     0x1.a5dp+4,
+                     0x1.92ffbc59bf97p+0,
+                     0x1p-9,
+                     0x1.7fcp+2,
+                     0x1.80cab4f109708p-8},
                     {{-6.5, 6.5},
                      {-0x1p-7, 0x1p-7},
                      {0x1p-7, 0x1.4p-5},

@@ -18,8 +18,8 @@
 // runs the logarithm of all its vectors before their polynomials, whose chains are long. Lanes
 // beyond w = 7.99, in a branch such lanes take: s erfcinv(q) is smooth in t = sqrt(-ln q) (it tends
 // to s t), and a polynomial P_k(t - k/4) of degree 13 on each piece |t - k/4| <= 1/8 serves t
-// from 2.875 to 6.625, that is q down to 2^-63, read by gathers; ln q as a pair, t from the
-// hardware square root with its residual t_lo = (-ln q - t^2) / 2t.
+// from 2.875 to 6.625, that is q down to 2^-63, read as whole rows (LoadRows; gathers on AVX2);
+// ln q as a pair, t from the hardware square root with its residual t_lo = (-ln q - t^2) / 2t.
 //
 // EP has no split at q = 1/2 and no compensation. With w = -ln(1 - a^2) (Giles's variable, from
 // the EP quotient logarithm, 2^-30.2), s erfinv(a) = a P(w - 5/2) for w <= 5, |a| <= 0.9966,
@@ -133,16 +133,15 @@ HWY_INLINE V Tail(D d, const log_detail::RcpTables<double, LogLevel::kHA>& log_t
   const V u = Fma(d, hn::Sub(z, shifter), hn::Set(d, -0.25), t);
   const auto piece =
       hn::Sub(hn::And(hn::BitCast(di, z), hn::Set(di, 0xFF)), hn::Set(di, et::kFirstPiece));
-  const auto idx = hn::ShiftLeft<4>(piece);
-  static_assert(et::kTailRow == 16);
+  static_assert(et::kTailRow == 16 && et::kTailDegree + 2 <= 16);
   // Row: P(0) hi and lo, then c_1 .. c_kTailDegree.
-  V poly = hn::GatherIndex(d, rows + 1 + et::kTailDegree, idx);
-  for (int i = et::kTailDegree - 1; i >= 2; --i) {
-    poly = Fma(d, poly, u, hn::GatherIndex(d, rows + 1 + i, idx));
-  }
-  const V c1 = hn::GatherIndex(d, rows + 2, idx);
-  const V p0_hi = hn::GatherIndex(d, rows, idx);
-  const V p0_lo = hn::GatherIndex(d, rows + 1, idx);
+  V row[16];
+  LoadRows<16>(d, rows, piece, row);
+  V poly = row[1 + et::kTailDegree];
+  for (int i = et::kTailDegree - 1; i >= 2; --i) poly = Fma(d, poly, u, row[1 + i]);
+  const V c1 = row[2];
+  const V p0_hi = row[0];
+  const V p0_lo = row[1];
   // The linear term, up to a tenth of the result, enters exactly through the fused multiply-add;
   // the terms beyond it are near 1% of the result.
   const V rest = hn::Add(p0_lo, Fma(d, c1, t_lo, hn::Mul(hn::Mul(u, u), poly)));
