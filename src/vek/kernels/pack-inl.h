@@ -204,9 +204,10 @@ struct Unit<16> {
   }
   static void Store(V v, T* p) { hn::StoreInterleaved2(v.first, v.second, U64(), p->half); }
   static bool Gather(const T* base, Index idx, V& v) {
-    const Index twice = hn::Add(idx, idx);
-    v.first = GatherLanes(U64(), base->half, twice);
-    v.second = GatherLanes(U64(), base->half, hn::Add(twice, hn::Set(D64(), 1)));
+    hn::Vec<U64> halves[2];
+    GatherColumns<2>(U64(), base->half, hn::Add(idx, idx), halves);
+    v.first = halves[0];
+    v.second = halves[1];
     return true;
   }
   static bool Scatter(V v, T* base, Index idx) {
